@@ -1,0 +1,28 @@
+# What every target of the tree is compiled with. Link kts_options to get it.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+
+add_library(kts_options INTERFACE)
+target_compile_options(kts_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_include_directories(kts_options INTERFACE ${PROJECT_SOURCE_DIR})
+
+if(KTS_SANITIZE)
+  # Everything in the build carries the sanitizers, what CMake finds as a package does not.
+  add_compile_options(-fsanitize=${KTS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+  add_link_options(-fsanitize=${KTS_SANITIZE})
+endif()
+
+# Exports from a shared library what its list in cmake/exports names, and nothing else.
+function(kts_export_only target list)
+  set(map ${PROJECT_SOURCE_DIR}/cmake/exports/${list}.map)
+  target_link_options(${target} PRIVATE $<$<PLATFORM_ID:Linux>:-Wl,--version-script=${map}>)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+endfunction()

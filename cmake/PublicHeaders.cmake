@@ -1,0 +1,12 @@
+# The headers that hosts include as <ktshttpagent/NAME>. The list stands here alone: the staged include
+# folder, against which the host programs of this tree are built, and the installation are made from it.
+
+set(KTS_PUBLIC_HEADERS
+  platform/clog/clog.h
+)
+
+set(KTS_STAGED_INCLUDE_DIR ${PROJECT_BINARY_DIR}/include)
+foreach(header IN LISTS KTS_PUBLIC_HEADERS)
+  get_filename_component(name ${header} NAME)
+  configure_file(${PROJECT_SOURCE_DIR}/${header} ${KTS_STAGED_INCLUDE_DIR}/ktshttpagent/${name} COPYONLY)
+endforeach()

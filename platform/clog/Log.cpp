@@ -1,0 +1,145 @@
+#include "Log.h"
+
+#include "LineEscaping.h"
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
+namespace
+{
+
+constexpr std::chrono::seconds RETRY_AFTER{1};
+constexpr const char* LINE_PATTERN = "%Y-%m-%d %H:%M:%S.%e %z %l [%t] %v";
+
+spdlog::level::level_enum SpdlogLevel(int nLevel)
+{
+    static constexpr std::array LEVELS{spdlog::level::err, spdlog::level::warn, spdlog::level::info,
+                                       spdlog::level::debug};
+    return LEVELS.at(nLevel < 1 ? 0 : static_cast<std::size_t>(nLevel) - 1);
+}
+
+} // namespace
+
+#if !defined(_WIN32)
+
+// A fork while another thread writes must not leave the child with a log that stays locked.
+void Log::KeepForksOut()
+{
+    pthread_atfork([] { Instance().m_mutex.lock(); }, [] { Instance().m_mutex.unlock(); },
+                   [] { Instance().m_mutex.unlock(); });
+}
+
+#endif
+
+Log& Log::Instance()
+{
+    static Log& log = []() -> Log& {
+        Log& made = *new Log;
+#if !defined(_WIN32)
+        KeepForksOut();
+#endif
+        return made;
+    }();
+    return log;
+}
+
+Log::Log() : m_settings(ReadLogSettings()), m_pathFile(m_settings.pathFolder / "ktshttpagent.log") {}
+
+void Log::Write(int nLevel, std::string_view line)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if ((!IsOpen() && !Open()) || !Put(nLevel, line)) {
+        ++m_nLost;
+    }
+}
+
+/// A file that was removed or moved away under us would take our lines to where nobody reads them.
+bool Log::IsOpen() const
+{
+    std::error_code error;
+    return m_pLogger != nullptr && std::filesystem::exists(m_pathFile, error);
+}
+
+bool Log::Open()
+{
+    if (std::chrono::steady_clock::now() < m_tpNextTry) {
+        return false;
+    }
+    try {
+        MakeLogger();
+    } catch (const std::exception& error) {
+        Fail(error.what());
+        return false;
+    }
+    WriteForeword();
+    return m_pLogger != nullptr;
+}
+
+void Log::MakeLogger()
+{
+    m_pLogger.reset();
+    if (m_settings.pathFolder.empty()) {
+        throw std::runtime_error("the environment names no folder for it, set CLOG_DIR");
+    }
+    // spdlog would make the folder too, but a folder that can't be made would cost its callers five tries.
+    std::filesystem::create_directories(m_settings.pathFolder);
+    auto pSink = std::make_shared<spdlog::sinks::rotating_file_sink_st>(
+        m_pathFile.string(), m_settings.nFileBytes, m_settings.nFiles);
+    auto pLogger = std::make_shared<spdlog::logger>("ktshttpagent", std::move(pSink));
+    pLogger->set_pattern(LINE_PATTERN);
+    pLogger->set_level(spdlog::level::trace);
+    pLogger->flush_on(spdlog::level::trace);
+    pLogger->set_error_handler([this](const std::string& strWhy) { m_strFailure = strWhy; });
+    m_pLogger = std::move(pLogger);
+}
+
+/// What had to wait for an open log: lines that got lost, and settings that are not in force.
+void Log::WriteForeword()
+{
+    if (m_nLost != 0 &&
+        Put(1, "Log_Write:1 lines lost: " + std::to_string(m_nLost) + ", " + EscapeControls(m_strFailure))) {
+        m_nLost = 0;
+    }
+    std::vector<std::string>& vecComplaints = m_settings.vecComplaints;
+    while (!vecComplaints.empty() && Put(1, "Log_Write:2 " + EscapeControls(vecComplaints.back()))) {
+        vecComplaints.pop_back();
+    }
+}
+
+bool Log::Put(int nLevel, std::string_view line)
+{
+    if (m_pLogger == nullptr) {
+        return false;
+    }
+    m_strFailure.clear();
+    m_pLogger->log(SpdlogLevel(nLevel), spdlog::string_view_t(line.data(), line.size()));
+    if (m_strFailure.empty()) {
+        return true;
+    }
+    Fail(m_strFailure);
+    return false;
+}
+
+/// After a failure spdlog's sink may hold no file at all, and a further line through it would crash. So it is
+/// given up, and made anew later.
+void Log::Fail(const std::string& strWhy)
+{
+    m_strFailure = strWhy;
+    m_pLogger.reset();
+    m_tpNextTry = std::chrono::steady_clock::now() + RETRY_AFTER;
+    if (!std::exchange(m_bFailureSaid, true)) {
+        std::fprintf(stderr, "libclog: %s can't be written, its lines are lost: %s\n",
+                     m_pathFile.string().c_str(), EscapeControls(strWhy).c_str());
+    }
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "LogSettings.h"
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace spdlog
+{
+class logger;
+}
+
+/// The log file of the process. Its logger is a private one: the host may use spdlog itself, and may shut
+/// that down, without either of the two noticing the other.
+class Log
+{
+public:
+    /// The one log, made by the first call. It is never destroyed: the last line of a process may come from a
+    /// static destructor.
+    static Log& Instance();
+
+    /// Whether lines of this level are written. From any thread.
+    bool Takes(int nLevel) const { return nLevel <= m_settings.nLevel; }
+
+    /// Appends one line, which must hold no line end. The line is in the file when the call returns, or it is
+    /// lost and counted. From any thread.
+    /// @throw std::bad_alloc
+    void Write(int nLevel, std::string_view line);
+
+private:
+    Log();
+    static void KeepForksOut();
+
+    bool IsOpen() const;
+    bool Open();
+    void MakeLogger();
+    void WriteForeword();
+    bool Put(int nLevel, std::string_view line);
+    void Fail(const std::string& strWhy);
+
+    LogSettings m_settings;
+    const std::filesystem::path m_pathFile;
+
+    std::mutex m_mutex; ///< guards all that follows, and the complaints in m_settings
+    std::shared_ptr<spdlog::logger> m_pLogger;
+    std::string m_strFailure;                          ///< why a line or the opening failed last
+    std::chrono::steady_clock::time_point m_tpNextTry; ///< after a failure: when to open anew
+    std::size_t m_nLost = 0;                           ///< lines lost since the log was last open
+    bool m_bFailureSaid = false;
+};

@@ -1,0 +1,78 @@
+#include "LogSettings.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <string_view>
+#include <system_error>
+
+namespace
+{
+
+/// @return the variable's value, empty when it is not set
+std::string Variable(const char* szName)
+{
+    const char* const szValue = std::getenv(szName);
+    return szValue == nullptr ? "" : szValue;
+}
+
+/// @return the folder below which this user's programs keep their logs; empty when the environment has none
+std::filesystem::path StateFolder()
+{
+#if defined(_WIN32)
+    return Variable("LOCALAPPDATA");
+#else
+    // A relative path in this variable is to be ignored, says the convention that it comes from.
+    const std::filesystem::path pathState = Variable("XDG_STATE_HOME");
+    if (pathState.is_absolute()) {
+        return pathState;
+    }
+    const std::filesystem::path pathHome = Variable("HOME");
+    return pathHome.empty() ? pathHome : pathHome / ".local" / "state";
+#endif
+}
+
+std::filesystem::path LogFolder()
+{
+    const std::filesystem::path pathNamed = Variable("CLOG_DIR");
+    if (!pathNamed.empty()) {
+        std::error_code error;
+        const std::filesystem::path pathAbsolute = std::filesystem::absolute(pathNamed, error);
+        return error ? pathNamed : pathAbsolute;
+    }
+    const std::filesystem::path pathState = StateFolder();
+    return pathState.empty() ? pathState : pathState / "ktshttpagent";
+}
+
+/// Puts the variable's value into `number` when it is a decimal number from `lowest` to `highest`.
+template <typename Number>
+void ReadNumber(const char* szName, Number lowest, Number highest, Number& number,
+                std::vector<std::string>& vecComplaints)
+{
+    const std::string strValue = Variable(szName);
+    if (strValue.empty()) {
+        return;
+    }
+    Number parsed{};
+    const char* const pEnd = strValue.data() + strValue.size();
+    const auto [pStop, error] = std::from_chars(strValue.data(), pEnd, parsed);
+    if (error == std::errc() && pStop == pEnd && parsed >= lowest && parsed <= highest) {
+        number = parsed;
+        return;
+    }
+    vecComplaints.push_back(std::string(szName) + "=\"" + strValue + "\" is no number from " +
+                            std::to_string(lowest) + " to " + std::to_string(highest) + "; " +
+                            std::to_string(number) + " is in force");
+}
+
+} // namespace
+
+LogSettings ReadLogSettings()
+{
+    LogSettings settings;
+    settings.pathFolder = LogFolder();
+    ReadNumber("CLOG_LEVEL", 0, 4, settings.nLevel, settings.vecComplaints);
+    ReadNumber<std::size_t>("CLOG_FILE_BYTES", 1, 1'000'000'000'000, settings.nFileBytes,
+                            settings.vecComplaints);
+    ReadNumber<std::size_t>("CLOG_FILES", 0, 1000, settings.nFiles, settings.vecComplaints);
+    return settings;
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+/// The settings of the log; clog.h says what they mean.
+struct LogSettings {
+    std::filesystem::path pathFolder; ///< absolute; empty when the environment names none
+    int nLevel = 3;
+    std::size_t nFileBytes = 5242880;
+    std::size_t nFiles = 5;
+    std::vector<std::string> vecComplaints; ///< a sentence for each variable whose value is not in force
+};
+
+/// Reads the environment. What it says wrongly leaves the default in force and ends up in vecComplaints.
+LogSettings ReadLogSettings();

@@ -1,0 +1,43 @@
+#include "clog.h"
+
+#include "LineEscaping.h"
+#include "Log.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace
+{
+
+/// @return the formatted text, however long; the format itself when it can't be formatted
+std::string Format(const char* szFormat, va_list arguments)
+{
+    va_list measured;
+    va_copy(measured, arguments);
+    const int nLength = std::vsnprintf(nullptr, 0, szFormat, measured);
+    va_end(measured);
+    if (nLength < 0) {
+        return szFormat;
+    }
+    std::string strText(static_cast<std::size_t>(nLength), '\0');
+    std::vsnprintf(strText.data(), strText.size() + 1, szFormat, arguments);
+    return strText;
+}
+
+} // namespace
+
+void Log_Write(int level, const std::string& where, int line, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    try {
+        Log& log = Log::Instance();
+        if (log.Takes(level < 1 ? 1 : level)) {
+            const std::string strText = format == nullptr ? std::string() : Format(format, arguments);
+            log.Write(level,
+                      EscapeControls(where) + ':' + std::to_string(line) + ' ' + EscapeControls(strText));
+        }
+    } catch (...) { // out of memory: a line less is better than a caller that fails for its log
+    }
+    va_end(arguments);
+}

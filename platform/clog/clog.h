@@ -1,0 +1,52 @@
+#pragma once
+
+#include <string>
+
+#if defined(_WIN32)
+#if defined(LIBCLOG_BUILD)
+#define LIBCLOG_API __declspec(dllexport)
+#else
+#define LIBCLOG_API __declspec(dllimport)
+#endif
+#else
+#define LIBCLOG_API __attribute__((visibility("default")))
+#endif
+
+#if defined(__GNUC__)
+#define LIBCLOG_PRINTF_LIKE __attribute__((format(printf, 4, 5)))
+#else
+#define LIBCLOG_PRINTF_LIKE
+#endif
+
+/// Writes one line to the log: time, level, thread, `where`, `line` and the text.
+///
+/// @param level   1 error, 2 warning, 3 information, 4 debug; what is below 1 counts as 1. Lines above the
+///                level in force are dropped.
+/// @param where   the qualified name of the function that speaks
+/// @param line    a number that tells its lines apart
+/// @param format  a printf format for the arguments behind it; a null pointer is an empty text
+///
+/// Line feeds and other control characters in `where` and in the text are written as escapes (\n, \x1b), so
+/// a text can't pretend to be a line of its own. May be called from any thread, and until the process ends:
+/// from static destructors and atexit handlers too. The line is in the file when the call returns. Never
+/// fails the caller: where the log can't be written, the line is lost, that is said once on standard error,
+/// and the log is tried anew every second.
+///
+/// Settings, read from the environment when the first line is written:
+///
+/// | variable          | meaning                                             | default                |
+/// |-------------------|-----------------------------------------------------|------------------------|
+/// | `CLOG_DIR`        | folder of the log, made when it is missing          | the user's state folder|
+/// | `CLOG_LEVEL`      | the highest level written, 0 (none) to 4            | 3                      |
+/// | `CLOG_FILE_BYTES` | size at which a file is put aside, 1 to 10^12       | 5242880                |
+/// | `CLOG_FILES`      | how many files put aside are kept, 0 to 1000        | 5                      |
+///
+/// A value that is no decimal number, or is out of its range, leaves the default in force; a line in the log
+/// says so. The file is `ktshttpagent.log`, put aside as `ktshttpagent.1.log` and so on, the highest number
+/// being the oldest. A line is never cut: one that is longer than a file may be has a file of its own.
+///
+/// The user's state folder is `$XDG_STATE_HOME/ktshttpagent`, by default `~/.local/state/ktshttpagent`; on
+/// Windows `%LOCALAPPDATA%\ktshttpagent`. Programs that run at the same time should have a folder each,
+/// since each counts the size of its own lines only.
+LIBCLOG_API void Log_Write(int level, const std::string& where, int line, const char* format, ...)
+    LIBCLOG_PRINTF_LIKE;

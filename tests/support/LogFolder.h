@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+/// A temporary folder for the log of this process, named in CLOG_DIR. To be made before the first line is
+/// logged; the folder goes with the object.
+class LogFolder
+{
+public:
+    LogFolder();
+    ~LogFolder();
+    LogFolder(const LogFolder&) = delete;
+    LogFolder& operator=(const LogFolder&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+
+    /// The log file, or the one put aside as number nAside.
+    std::filesystem::path File(std::size_t nAside = 0) const;
+
+    /// The lines of that file without their ends; none when it does not exist.
+    std::vector<std::string> Lines(std::size_t nAside = 0) const;
+
+private:
+    std::filesystem::path m_path;
+};
