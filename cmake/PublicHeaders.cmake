@@ -2,6 +2,7 @@
 # folder, against which the host programs of this tree are built, and the installation are made from it.
 
 set(KTS_PUBLIC_HEADERS
+  platform/chttpclient/chttpclient.h
   platform/clog/clog.h
 )
 

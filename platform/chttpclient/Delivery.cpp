@@ -1,0 +1,152 @@
+#include "Delivery.h"
+
+#include "QuietThread.h"
+
+#include "platform/clog/clog.h"
+
+#include <exception>
+#include <system_error>
+#include <utility>
+
+namespace chttpclient
+{
+
+void CDelivery::SetReceiver(CHttpClientResponse fnReceiver)
+{
+    auto pReceiver = std::make_shared<const CHttpClientResponse>(std::move(fnReceiver));
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_pReceiver.swap(pReceiver); // the earlier one goes after the lock is released
+}
+
+std::shared_ptr<const CHttpClientResponse> CDelivery::Receiver() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_pReceiver;
+}
+
+void CDelivery::Start()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_bEnded) {
+        StartThread();
+    }
+}
+
+void CDelivery::StartThread()
+{
+    if (m_idThread != std::thread::id()) {
+        return;
+    }
+    if (m_thread.joinable()) {
+        m_thread.join(); // it has left its loop, or is just about to return
+    }
+    m_bStop = false;
+    m_thread = StartQuietThread([this] { Run(); });
+    m_idThread = m_thread.get_id();
+}
+
+void CDelivery::Post(ExchangeList& exchanges)
+{
+    try {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_bEnded) {
+            StartThread();
+            m_lstWaiting.splice(m_lstWaiting.end(), exchanges);
+            if (m_bIdle) {
+                m_wake.notify_one();
+            }
+            return;
+        }
+    } catch (const std::system_error& error) {
+        Log_Write(1, "chttpclient::CDelivery::Post", __LINE__, "no thread to deliver on: %s", error.what());
+    }
+    Deliver(exchanges);
+}
+
+void CDelivery::Stop(Clock::time_point deadline)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_bStop = true;
+    m_wake.notify_one();
+    const bool bSelf = m_idThread == std::this_thread::get_id();
+    const auto hasEnded = [this] { return m_idThread == std::thread::id(); };
+    if (bSelf || !m_ended.wait_until(lock, deadline, hasEnded)) {
+        if (m_thread.joinable()) {
+            m_thread.detach();
+        }
+    } else if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void CDelivery::End(Clock::time_point deadline)
+{
+    Stop(deadline);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_bEnded = true;
+    if (m_idThread == std::this_thread::get_id()) {
+        DeliverWaiting(lock);
+    }
+}
+
+bool CDelivery::OnDeliveringThread() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_idThread == std::this_thread::get_id();
+}
+
+void CDelivery::Run()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_bStop || !m_lstWaiting.empty()) {
+        m_bIdle = true;
+        m_wake.wait(lock, [this] { return m_bStop || !m_lstWaiting.empty(); });
+        m_bIdle = false;
+        DeliverWaiting(lock);
+    }
+    m_idThread = std::thread::id();
+    m_ended.notify_all();
+}
+
+// One at a time: what waits behind a receiver that ends the process is still there to be delivered by that
+// end.
+void CDelivery::DeliverWaiting(std::unique_lock<std::mutex>& lock)
+{
+    while (!m_lstWaiting.empty()) {
+        ExchangeList next;
+        next.splice(next.end(), m_lstWaiting, m_lstWaiting.begin());
+        lock.unlock();
+        Deliver(next);
+        lock.lock();
+    }
+}
+
+void CDelivery::Deliver(ExchangeList& exchanges)
+{
+    for (; !exchanges.empty(); exchanges.pop_front()) {
+        Deliver(exchanges.front());
+        m_nOwed.fetch_sub(1);
+    }
+}
+
+void CDelivery::Deliver(const SHttpExchange& exchange)
+{
+    const std::shared_ptr<const CHttpClientResponse> pReceiver = Receiver();
+    if (pReceiver == nullptr || *pReceiver == nullptr) {
+        Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__, "no receiver for a reply of type %d",
+                  exchange.nType);
+        return;
+    }
+    try {
+        (*pReceiver)(exchange.strReply, exchange.nType, exchange.pUserData, exchange.nHttpError);
+    } catch (const std::exception& error) {
+        Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__,
+                  "the receiver of a reply of type %d threw: %s", exchange.nType, error.what());
+    } catch (...) {
+        Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__,
+                  "the receiver of a reply of type %d threw something that is no std::exception",
+                  exchange.nType);
+    }
+}
+
+} // namespace chttpclient

@@ -1,0 +1,257 @@
+#include "HttpTransfer.h"
+
+#include "UrlEncoding.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace chttpclient
+{
+namespace
+{
+
+// No server needs more; one that never ends its header is cut off here.
+constexpr std::size_t MAX_HEADER_BYTES = std::size_t{256} * 1024;
+
+// Servers close connections that idle, some after 5 s. One that has idled for longer than this is not used
+// again, so a request hardly ever meets the closing of its connection.
+constexpr long MAX_IDLE_SECONDS = 4;
+
+constexpr const char* CONTENT_TYPE = "content-type:";
+
+/// "Name: value" without a byte that could end the line early.
+bool IsHeaderLine(const std::string& strLine)
+{
+    const auto isControl = [](char c) { return (c >= '\0' && c < ' ' && c != '\t') || c == '\x7F'; };
+    const std::size_t nColon = strLine.find(':');
+    return nColon != std::string::npos && nColon > 0 &&
+           std::none_of(strLine.begin(), strLine.end(), isControl);
+}
+
+bool BeginsWithContentType(const std::string& strLine)
+{
+    return curl_strnequal(strLine.c_str(), CONTENT_TYPE, std::strlen(CONTENT_TYPE)) != 0;
+}
+
+} // namespace
+
+CHttpTransfer::CHttpTransfer(const STransportSettings& settings)
+    : m_pEasy(curl_easy_init()), m_settings(settings)
+{
+    if (m_pEasy == nullptr) {
+        throw std::bad_alloc();
+    }
+}
+
+CHttpTransfer* CHttpTransfer::Of(CURL* pEasy)
+{
+    char* pTransfer = nullptr;
+    curl_easy_getinfo(pEasy, CURLINFO_PRIVATE, &pTransfer);
+    return reinterpret_cast<CHttpTransfer*>(pTransfer);
+}
+
+CURLcode CHttpTransfer::Begin(ExchangeList exchange)
+{
+    m_exchange = std::move(exchange);
+    m_nSent = 0;
+    m_nHeaderBytes = 0;
+    m_bHeaderComplete = false;
+    m_eRefused = CURLE_OK;
+    m_eSetUp = CURLE_OK;
+    try {
+        SetUp();
+    } catch (const std::bad_alloc&) {
+        m_eSetUp = CURLE_OUT_OF_MEMORY;
+    }
+    m_bConfigured = m_bConfigured && m_eSetUp == CURLE_OK;
+    return m_eSetUp;
+}
+
+template <class Value>
+void CHttpTransfer::Set(CURLoption eOption, Value value)
+{
+    if (m_eSetUp == CURLE_OK) {
+        m_eSetUp = curl_easy_setopt(m_pEasy.get(), eOption, value);
+    }
+}
+
+void CHttpTransfer::SetUp()
+{
+    if (!m_bConfigured) {
+        curl_easy_reset(m_pEasy.get());
+        m_pHeaders.reset();
+        SetConstantOptions();
+        m_bConfigured = true;
+    }
+    SetUrl();
+    SetHeaders();
+    SetMethod();
+}
+
+void CHttpTransfer::SetConstantOptions()
+{
+    Set(CURLOPT_PRIVATE, static_cast<void*>(this));
+    Set(CURLOPT_READFUNCTION, &CHttpTransfer::OnSend);
+    Set(CURLOPT_READDATA, static_cast<void*>(this));
+    Set(CURLOPT_WRITEFUNCTION, &CHttpTransfer::OnBody);
+    Set(CURLOPT_WRITEDATA, static_cast<void*>(this));
+    Set(CURLOPT_HEADERFUNCTION, &CHttpTransfer::OnHeader);
+    Set(CURLOPT_HEADERDATA, static_cast<void*>(this));
+    Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_settings.connectTimeout.count()));
+    Set(CURLOPT_TIMEOUT_MS, static_cast<long>(m_settings.timeout.count()));
+    Set(CURLOPT_MAXAGE_CONN, MAX_IDLE_SECONDS);
+    Set(CURLOPT_PROTOCOLS_STR, "http,https");
+    Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    Set(CURLOPT_ACCEPT_ENCODING, ""); // every encoding that libcurl can undo
+    Set(CURLOPT_PATH_AS_IS, 1L);      // the path is the server's business, "/../" included
+    Set(CURLOPT_NOSIGNAL, 1L);
+    Set(CURLOPT_QUICK_EXIT, 1L); // a slow name resolution holds nobody up
+    if (!m_settings.strCaFile.empty()) {
+        Set(CURLOPT_CAINFO, m_settings.strCaFile.c_str());
+    }
+}
+
+void CHttpTransfer::SetUrl()
+{
+    // Without a scheme libcurl would guess one, and take the path's first part for a host.
+    if (Request().strUrl.find("://") == std::string::npos) {
+        m_eSetUp = CURLE_URL_MALFORMAT;
+    }
+    Set(CURLOPT_URL, EncodeUrl(Request().strUrl).c_str());
+}
+
+void CHttpTransfer::AppendHeader(const char* szLine)
+{
+    curl_slist* const pList = curl_slist_append(m_pHeaders.get(), szLine);
+    if (pList == nullptr) {
+        throw std::bad_alloc();
+    }
+    static_cast<void>(m_pHeaders.release()); // it is the head of pList now
+    m_pHeaders.reset(pList);
+}
+
+void CHttpTransfer::SetHeaders()
+{
+    const std::string& strHeader = Request().strHeader;
+    if (m_pHeaders != nullptr && strHeader == m_strHeaderOfList) {
+        return; // the handle has them from the request before
+    }
+    if (!strHeader.empty() && !IsHeaderLine(strHeader)) {
+        m_eSetUp = CURLE_BAD_FUNCTION_ARGUMENT;
+        return;
+    }
+    m_pHeaders.reset();
+    AppendHeader("Expect:"); // a name without value: not sent, where libcurl would add it
+    if (!BeginsWithContentType(strHeader)) {
+        AppendHeader("Content-Type:");
+    }
+    if (!strHeader.empty()) {
+        AppendHeader(strHeader.c_str());
+    }
+    m_strHeaderOfList = strHeader;
+    Set(CURLOPT_HTTPHEADER, m_pHeaders.get());
+}
+
+/// libcurl sends a request again when the kept connection that it went out on dies without a reply. A body
+/// that comes through a callback which can't go back keeps it from that once any of it is sent: the server
+/// may have seen a report, and must not get it twice. A report without a body has a new connection to itself.
+void CHttpTransfer::SetMethod()
+{
+    const SHttpExchange& request = Request();
+    Set(CURLOPT_FRESH_CONNECT, request.bPost && request.strBody.empty() ? 1L : 0L);
+    if (request.bPost) {
+        Set(CURLOPT_POST, 1L);
+        Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.strBody.size()));
+    } else {
+        Set(CURLOPT_HTTPGET, 1L);
+    }
+}
+
+ExchangeList CHttpTransfer::Finish(CURLcode eResult)
+{
+    SHttpExchange& exchange = m_exchange.front();
+    exchange.nHttpError = HttpError(m_eRefused != CURLE_OK ? m_eRefused : eResult);
+    if (exchange.nHttpError >= 0) {
+        exchange.strReply = std::move(m_strReply);
+    }
+    m_strReply = std::string();
+    // A handle counts how often it found a kept connection dead, and fails the request that does for the
+    // sixth time. Setting it up anew starts the count anew; that is due after a request that made a
+    // connection.
+    long nConnects = 0;
+    curl_easy_getinfo(m_pEasy.get(), CURLINFO_NUM_CONNECTS, &nConnects);
+    m_bConfigured = m_bConfigured && nConnects == 0;
+    return std::move(m_exchange);
+}
+
+/// 0 for a status of 200 to 299, any other status as it is, libcurl's error as a negative number.
+int CHttpTransfer::HttpError(CURLcode eResult) const
+{
+    if (eResult != CURLE_OK) {
+        return -static_cast<int>(eResult);
+    }
+    if (!m_bHeaderComplete) { // libcurl takes a connection that ends in mid-header for a reply without body
+        return -static_cast<int>(CURLE_PARTIAL_FILE);
+    }
+    long nStatus = 0;
+    curl_easy_getinfo(m_pEasy.get(), CURLINFO_RESPONSE_CODE, &nStatus);
+    if (nStatus == 0) {
+        return -static_cast<int>(CURLE_WEIRD_SERVER_REPLY);
+    }
+    return nStatus >= 200 && nStatus <= 299 ? 0 : static_cast<int>(nStatus);
+}
+
+std::size_t CHttpTransfer::OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf)
+{
+    auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
+    const std::string& strBody = transfer.Request().strBody;
+    const std::size_t nBytes = std::min(nSize * nCount, strBody.size() - transfer.m_nSent);
+    std::memcpy(pBuffer, strBody.data() + transfer.m_nSent, nBytes);
+    transfer.m_nSent += nBytes;
+    return nBytes;
+}
+
+std::size_t CHttpTransfer::OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf)
+{
+    auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
+    const std::size_t nBytes = nSize * nCount;
+    if (nBytes > transfer.m_settings.nMaxReplyBytes - transfer.m_strReply.size()) {
+        transfer.m_eRefused = CURLE_FILESIZE_EXCEEDED;
+        return CURL_WRITEFUNC_ERROR;
+    }
+    try {
+        transfer.m_strReply.append(pData, nBytes);
+    } catch (const std::bad_alloc&) {
+        transfer.m_eRefused = CURLE_OUT_OF_MEMORY;
+        return CURL_WRITEFUNC_ERROR;
+    }
+    return nBytes;
+}
+
+/// A reply's header begins with its status line and ends with an empty one; after a status of 1xx another
+/// reply follows, after the body there may be trailer lines.
+void CHttpTransfer::NoteHeaderLine(std::string_view strLine)
+{
+    if (strLine.substr(0, 5) == "HTTP/") {
+        m_bHeaderComplete = false;
+    } else if (strLine == "\r\n" || strLine == "\n") {
+        m_bHeaderComplete = true;
+    }
+}
+
+std::size_t CHttpTransfer::OnHeader(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf)
+{
+    auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
+    const std::size_t nBytes = nSize * nCount;
+    transfer.m_nHeaderBytes += nBytes;
+    transfer.NoteHeaderLine({pData, nBytes});
+    if (transfer.m_nHeaderBytes > MAX_HEADER_BYTES) {
+        transfer.m_eRefused = CURLE_FILESIZE_EXCEEDED;
+        return CURL_WRITEFUNC_ERROR;
+    }
+    return nBytes;
+}
+
+} // namespace chttpclient

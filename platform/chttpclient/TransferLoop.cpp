@@ -1,0 +1,241 @@
+#include "TransferLoop.h"
+
+#include "platform/clog/clog.h"
+
+#include <algorithm>
+#include <new>
+#include <thread>
+#include <utility>
+
+namespace chttpclient
+{
+namespace
+{
+
+constexpr long MAX_KEPT_CONNECTIONS = 64;
+constexpr std::size_t MAX_IDLE_TRANSFERS = 64;
+constexpr int IDLE_WAIT_MS = 3'600'000; // a request or the drain wakes the loop sooner
+
+/// "http://host:port" of a URL.
+std::string LaneKey(const std::string& strUrl)
+{
+    const std::size_t nScheme = strUrl.find("://");
+    const std::size_t nAuthority = nScheme == std::string::npos ? 0 : nScheme + 3;
+    return strUrl.substr(0, strUrl.find_first_of("/?#", nAuthority));
+}
+
+/// The first of a list, as a list.
+ExchangeList TakeFirst(ExchangeList& exchanges)
+{
+    ExchangeList first;
+    first.splice(first.end(), exchanges, exchanges.begin());
+    return first;
+}
+
+} // namespace
+
+CTransferLoop::CTransferLoop(const STransportSettings& settings, CDelivery& delivery)
+    : m_settings(settings), m_delivery(delivery), m_pMulti(curl_multi_init())
+{
+    if (m_pMulti == nullptr) {
+        throw std::bad_alloc();
+    }
+    curl_multi_setopt(m_pMulti.get(), CURLMOPT_MAXCONNECTS, MAX_KEPT_CONNECTIONS);
+}
+
+CTransferLoop::~CTransferLoop() = default;
+
+bool CTransferLoop::Submit(ExchangeList& exchange)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_bDraining) {
+        return false;
+    }
+    const bool bFirst = m_lstIncoming.empty(); // the loop takes all at once
+    m_lstIncoming.splice(m_lstIncoming.end(), exchange);
+    if (bFirst) {
+        curl_multi_wakeup(m_pMulti.get());
+    }
+    return true;
+}
+
+void CTransferLoop::Drain()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_bDraining = true;
+    m_tpDrainEnd = Clock::now() + m_settings.drain;
+    curl_multi_wakeup(m_pMulti.get());
+}
+
+void CTransferLoop::Run()
+{
+    while (!Drained()) {
+        for (ExchangeList incoming = TakeIncoming(); !incoming.empty();) {
+            ExchangeList exchange = TakeFirst(incoming);
+            Queue(exchange);
+        }
+        int nRunning = 0;
+        if (const CURLMcode eError = curl_multi_perform(m_pMulti.get(), &nRunning); eError != CURLM_OK) {
+            Log_Write(1, "chttpclient::CTransferLoop::Run", __LINE__, "curl_multi_perform: %s",
+                      curl_multi_strerror(eError));
+            CancelAll(CURLE_FAILED_INIT);
+        }
+        if (!CollectFinished()) { // what a finished one made room for is performed first
+            Wait();
+        }
+    }
+    CancelAll(CURLE_ABORTED_BY_CALLBACK);
+}
+
+ExchangeList CTransferLoop::TakeIncoming()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::exchange(m_lstIncoming, {});
+}
+
+void CTransferLoop::Queue(ExchangeList& exchange)
+{
+    try {
+        const auto lane = m_mapLane.try_emplace(LaneKey(exchange.front().strUrl)).first;
+        lane->second.lstWaiting.splice(lane->second.lstWaiting.end(), exchange);
+        FillLane(lane);
+    } catch (const std::bad_alloc&) {
+        Refuse(exchange, CURLE_OUT_OF_MEMORY);
+    }
+}
+
+/// Starts what the lane has room for, and drops the lane when nothing is in it.
+void CTransferLoop::FillLane(Lanes::iterator lane)
+{
+    SLane& requests = lane->second;
+    while (!requests.lstWaiting.empty() && requests.nActive < m_settings.nHostConnections) {
+        ExchangeList exchange = TakeFirst(requests.lstWaiting);
+        Begin(exchange, lane);
+    }
+    if (requests.lstWaiting.empty() && requests.nActive == 0) {
+        m_mapLane.erase(lane);
+    }
+}
+
+void CTransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
+{
+    Slots slot = TakeSlot();
+    if (slot.empty()) {
+        Refuse(exchange, CURLE_OUT_OF_MEMORY);
+        return;
+    }
+    SSlot& transfer = slot.front();
+    CURLcode eBegin = transfer.Begin(std::move(exchange));
+    if (eBegin == CURLE_OK && curl_multi_add_handle(m_pMulti.get(), transfer.Handle()) != CURLM_OK) {
+        eBegin = CURLE_FAILED_INIT;
+    }
+    if (eBegin != CURLE_OK) {
+        ExchangeList refused = transfer.Finish(eBegin);
+        m_delivery.Post(refused);
+        return; // and the handle goes
+    }
+    ++lane->second.nActive;
+    transfer.lane = lane;
+    transfer.place = slot.begin();
+    m_lstActive.splice(m_lstActive.end(), slot);
+}
+
+/// An idle transfer, or a new one; an empty list where there is no memory for one.
+CTransferLoop::Slots CTransferLoop::TakeSlot()
+{
+    Slots slot;
+    if (!m_lstIdle.empty()) {
+        slot.splice(slot.end(), m_lstIdle, m_lstIdle.begin());
+        return slot;
+    }
+    try {
+        slot.emplace_back(m_settings);
+    } catch (const std::bad_alloc&) {
+        slot.clear();
+    }
+    return slot;
+}
+
+/// Ends every exchange that libcurl calls done. Returns whether there was one.
+bool CTransferLoop::CollectFinished()
+{
+    bool bAny = false;
+    int nLeft = 0;
+    while (const CURLMsg* const pMessage = curl_multi_info_read(m_pMulti.get(), &nLeft)) {
+        if (pMessage->msg != CURLMSG_DONE) {
+            continue;
+        }
+        const CURLcode eResult = pMessage->data.result; // the message goes with the handle
+        SSlot& slot = *static_cast<SSlot*>(CHttpTransfer::Of(pMessage->easy_handle));
+        const Lanes::iterator lane = slot.lane;
+        End(slot, eResult);
+        FillLane(lane);
+        bAny = true;
+    }
+    return bAny;
+}
+
+void CTransferLoop::End(SSlot& slot, CURLcode eResult)
+{
+    curl_multi_remove_handle(m_pMulti.get(), slot.Handle());
+    --slot.lane->second.nActive;
+    ExchangeList finished = slot.Finish(eResult);
+    if (m_lstIdle.size() < MAX_IDLE_TRANSFERS) {
+        m_lstIdle.splice(m_lstIdle.begin(), m_lstActive, slot.place);
+    } else {
+        m_lstActive.erase(slot.place);
+    }
+    m_delivery.Post(finished);
+}
+
+void CTransferLoop::Refuse(ExchangeList& exchanges, CURLcode eReason)
+{
+    for (SHttpExchange& exchange : exchanges) {
+        exchange.nHttpError = -static_cast<int>(eReason);
+    }
+    m_delivery.Post(exchanges);
+}
+
+void CTransferLoop::CancelAll(CURLcode eReason)
+{
+    while (!m_lstActive.empty()) {
+        End(m_lstActive.front(), eReason);
+    }
+    for (auto& [strKey, lane] : m_mapLane) {
+        Refuse(lane.lstWaiting, eReason);
+    }
+    m_mapLane.clear();
+    ExchangeList incoming = TakeIncoming();
+    Refuse(incoming, eReason);
+}
+
+/// Whether the loop is to end: it drains, and nothing is left or the time is over.
+bool CTransferLoop::Drained()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const bool bNothingLeft = m_lstIncoming.empty() && m_mapLane.empty();
+    return m_bDraining && (bNothingLeft || Clock::now() >= m_tpDrainEnd);
+}
+
+int CTransferLoop::WaitMilliseconds()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_bDraining) {
+        return IDLE_WAIT_MS;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_tpDrainEnd - Clock::now());
+    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
+}
+
+void CTransferLoop::Wait()
+{
+    const CURLMcode eError = curl_multi_poll(m_pMulti.get(), nullptr, 0, WaitMilliseconds(), nullptr);
+    if (eError != CURLM_OK) {
+        Log_Write(1, "chttpclient::CTransferLoop::Wait", __LINE__, "curl_multi_poll: %s",
+                  curl_multi_strerror(eError));
+        CancelAll(CURLE_FAILED_INIT);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // whatever is wrong, no spinning over it
+    }
+}
+
+} // namespace chttpclient

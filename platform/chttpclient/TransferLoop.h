@@ -1,0 +1,93 @@
+#pragma once
+
+#include "Delivery.h"
+#include "HttpExchange.h"
+#include "HttpTransfer.h"
+#include "TransportSettings.h"
+
+#include <curl/curl.h>
+
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace chttpclient
+{
+
+/// What the I/O thread runs: requests wait in a lane for each host, and as many of a lane are on their way at
+/// once as a host may have connections. The time-out of a request starts when it leaves its lane.
+///
+/// `Submit` and `Drain` may be called from any thread; all else belongs to the thread that calls `Run`.
+class CTransferLoop
+{
+public:
+    /// @param delivery  gets every exchange when it is over; must outlive the loop
+    /// @throws std::bad_alloc when libcurl gives no handle
+    CTransferLoop(const STransportSettings& settings, CDelivery& delivery);
+    ~CTransferLoop();
+    CTransferLoop(const CTransferLoop&) = delete;
+    CTransferLoop& operator=(const CTransferLoop&) = delete;
+
+    /// Takes an exchange over and wakes the loop.
+    /// @return false when the loop drains and takes none any more; the list is left as it was
+    bool Submit(ExchangeList& exchange);
+
+    /// Lets `Run` return once every request has its outcome. What has none when the drain time is over is
+    /// cancelled.
+    void Drain();
+
+    /// Moves requests until drained.
+    void Run();
+
+    const STransportSettings& Settings() const { return m_settings; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    struct SLane {
+        ExchangeList lstWaiting;
+        std::size_t nActive = 0;
+    };
+    using Lanes = std::map<std::string, SLane>; // whose iterators outlive every change but their own
+    struct SSlot;
+    using Slots = std::list<SSlot>;
+    /// A transfer, and where it stands while it is active.
+    struct SSlot : CHttpTransfer {
+        using CHttpTransfer::CHttpTransfer;
+        Lanes::iterator lane;
+        Slots::iterator place;
+    };
+    struct SMultiCleanup {
+        void operator()(CURLM* pMulti) const { curl_multi_cleanup(pMulti); }
+    };
+
+    ExchangeList TakeIncoming();
+    void Queue(ExchangeList& exchange);
+    void FillLane(Lanes::iterator lane);
+    void Begin(ExchangeList& exchange, Lanes::iterator lane);
+    Slots TakeSlot();
+    bool CollectFinished();
+    void End(SSlot& slot, CURLcode eResult);
+    void Refuse(ExchangeList& exchanges, CURLcode eReason);
+    void CancelAll(CURLcode eReason);
+    bool Drained();
+    void Wait();
+    int WaitMilliseconds();
+
+    const STransportSettings m_settings;
+    CDelivery& m_delivery;
+    std::unique_ptr<CURLM, SMultiCleanup> m_pMulti;
+
+    std::mutex m_mutex; ///< guards the three members behind it
+    ExchangeList m_lstIncoming;
+    bool m_bDraining = false;
+    Clock::time_point m_tpDrainEnd;
+
+    Lanes m_mapLane; ///< by scheme and authority
+    Slots m_lstActive;
+    Slots m_lstIdle;
+};
+
+} // namespace chttpclient

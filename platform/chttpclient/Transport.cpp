@@ -1,0 +1,129 @@
+#include "Transport.h"
+
+#include "QuietThread.h"
+
+#include "platform/clog/clog.h"
+
+#include <curl/curl.h>
+
+#include <exception>
+#include <stdexcept>
+#include <utility>
+
+namespace chttpclient
+{
+namespace
+{
+
+// How long a stop waits for callbacks to return, on top of the drain time.
+constexpr std::chrono::seconds CALLBACK_GRACE{5};
+
+// Our own error, apart from libcurl's.
+constexpr int TOO_MANY_OUTSTANDING = -1000;
+
+/// libcurl's own start-up, once a process. It is never undone: the host may use libcurl too.
+bool StartLibcurl()
+{
+    static const bool bStarted = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    return bStarted;
+}
+
+} // namespace
+
+CTransport::CTransport(CTransport* pBeforeFork) : m_pBeforeFork(pBeforeFork)
+{
+    if (pBeforeFork != nullptr) {
+        pBeforeFork->UnlockAfterFork();
+        if (const auto pReceiver = pBeforeFork->m_delivery.Receiver()) {
+            m_delivery.SetReceiver(*pReceiver);
+        }
+    }
+}
+
+// A stop waits for callbacks to end, so one that wants to start or stop meanwhile must not wait for it.
+std::unique_lock<std::mutex> CTransport::LockLife()
+{
+    return m_delivery.OnDeliveringThread() ? std::unique_lock<std::mutex>(m_mutexLife, std::try_to_lock)
+                                           : std::unique_lock<std::mutex>(m_mutexLife);
+}
+
+bool CTransport::Start()
+{
+    const std::unique_lock<std::mutex> life = LockLife();
+    if (!life) {
+        return false;
+    }
+    if (m_thread.joinable()) {
+        return true;
+    }
+    try {
+        if (!StartLibcurl()) {
+            throw std::runtime_error("libcurl can't be initialised");
+        }
+        m_delivery.Start();
+        auto pLoop = std::make_shared<CTransferLoop>(ReadTransportSettings(), m_delivery);
+        m_thread = StartQuietThread([pLoop] { pLoop->Run(); });
+        const std::lock_guard<std::mutex> lock(m_mutexLoop);
+        m_pLoop = std::move(pLoop);
+        return true;
+    } catch (const std::exception& error) {
+        Log_Write(1, "chttpclient::CTransport::Start", __LINE__, "the transport can't start: %s",
+                  error.what());
+        return false;
+    }
+}
+
+void CTransport::StopLoop()
+{
+    std::shared_ptr<CTransferLoop> pLoop;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutexLoop);
+        pLoop = m_pLoop;
+    }
+    if (pLoop != nullptr) {
+        pLoop->Drain();
+        m_thread.join();
+        const std::lock_guard<std::mutex> lock(m_mutexLoop);
+        m_pLoop.reset();
+    }
+}
+
+void CTransport::Stop()
+{
+    const std::unique_lock<std::mutex> life = LockLife();
+    if (life) {
+        StopLoop();
+        m_delivery.Stop(CDelivery::Clock::now() + CALLBACK_GRACE);
+    }
+}
+
+void CTransport::End()
+{
+    const std::unique_lock<std::mutex> life = LockLife();
+    if (life) {
+        StopLoop();
+        m_delivery.End(CDelivery::Clock::now() + CALLBACK_GRACE);
+    }
+}
+
+void CTransport::Send(SHttpExchange request)
+{
+    ExchangeList exchange;
+    exchange.push_back(std::move(request));
+    std::shared_ptr<CTransferLoop> pLoop;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutexLoop);
+        pLoop = m_pLoop;
+    }
+    const std::size_t nOwed = m_delivery.Owe();
+    if (pLoop != nullptr && nOwed >= pLoop->Settings().nMaxOutstanding) {
+        exchange.front().nHttpError = TOO_MANY_OUTSTANDING;
+    } else if (pLoop == nullptr || !pLoop->Submit(exchange)) {
+        exchange.front().nHttpError = -static_cast<int>(CURLE_FAILED_INIT);
+    } else {
+        return;
+    }
+    m_delivery.Post(exchange);
+}
+
+} // namespace chttpclient

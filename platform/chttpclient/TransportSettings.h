@@ -1,0 +1,24 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+namespace chttpclient
+{
+
+/// The transport's settings with their defaults; chttpclient.h says what each means.
+struct STransportSettings {
+    std::chrono::milliseconds connectTimeout{10'000};
+    std::chrono::milliseconds timeout{60'000};
+    std::size_t nHostConnections = 8;
+    std::size_t nMaxReplyBytes = std::size_t{64} * 1024 * 1024;
+    std::size_t nMaxOutstanding = 100'000;
+    std::chrono::milliseconds drain{3'000};
+    std::string strCaFile; ///< empty for libcurl's own
+};
+
+/// The settings that the environment gives. A value that can't be used is logged and leaves the default.
+STransportSettings ReadTransportSettings();
+
+} // namespace chttpclient

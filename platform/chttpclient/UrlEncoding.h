@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace chttpclient
+{
+
+/// The text as a valid URL: bytes that no URL may hold (control bytes, space, "<>\^`{|}, 127 and above) and a
+/// % that begins no escape are percent-encoded, all else is left alone, valid escapes and reserved characters
+/// included.
+std::string EncodeUrl(std::string_view strUrl);
+
+} // namespace chttpclient

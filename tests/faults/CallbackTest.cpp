@@ -1,0 +1,173 @@
+#include "TransportTest.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <stdexcept>
+
+using namespace std::chrono_literals;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::UnorderedElementsAreArray;
+
+/// What receivers may do in the callback. The server answers at once.
+class TransportCallback : public TransportTest
+{
+protected:
+    TransportCallback() : m_server(Ok()) {}
+
+    /// Starts with a receiver that keeps the reply and then does what the test wants with it.
+    void StartWith(CHttpClientResponse fnThen)
+    {
+        CHttpClientSetResponseCallBack(
+            [fnKeep = Keeper(), fnThen = std::move(fnThen)](const std::string& strBody, int nType,
+                                                            void* pUserData, int nHttpError) {
+                fnKeep(strBody, nType, pUserData, nHttpError);
+                fnThen(strBody, nType, pUserData, nHttpError);
+            });
+        ASSERT_TRUE(CHttpClientInit());
+    }
+
+    const ScriptedServer m_server;
+
+private:
+    static ServerStep Ok()
+    {
+        ServerStep step;
+        step.strReply = HttpReply(200, "{}");
+        return step;
+    }
+};
+
+TEST_F(TransportCallback, ThatThrowsIsLoggedAndTheNextReplyIsDelivered)
+{
+    StartWith([](const std::string&, int nType, void*, int) {
+        if (nType == 3104) {
+            throw std::runtime_error("the receiver's own trouble");
+        }
+        if (nType == 3105) {
+            throw 5;
+        }
+    });
+    for (const int nType : {3104, 3105, 3106}) {
+        Get(m_server.Url("/"), nullptr, nType);
+        ASSERT_TRUE(m_replies.WaitFor(static_cast<std::size_t>(nType - 3103)));
+    }
+    RepliesAfterShutdown(3);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_THAT(m_logFolder.Lines(), ElementsAre(HasSubstr("the receiver's own trouble"), HasSubstr("3105")));
+}
+
+TEST_F(TransportCallback, ThatBlocksMakesNoOtherRequestTimeOut)
+{
+    constexpr auto TIMEOUT = 1000ms;
+    Set("CHTTPCLIENT_TIMEOUT_MS", TIMEOUT.count());
+    Gate gate;
+    StartWith([&](const std::string&, int nType, void*, int) {
+        if (nType == 0) {
+            EXPECT_TRUE(gate.Wait());
+        }
+    });
+    Get(m_server.Url("/"), nullptr, 0);
+    ASSERT_TRUE(m_replies.WaitFor(1));
+    const auto tpBlocked = std::chrono::steady_clock::now();
+    Tokens tokens(50);
+    for (void* const pToken : tokens.All()) {
+        Get(m_server.Url("/"), pToken);
+    }
+    EXPECT_TRUE(m_server.WaitForRequests(51)) << "a blocked receiver held up the network";
+    EXPECT_EQ(m_replies.All().size(), 1U);
+    std::this_thread::sleep_until(tpBlocked + 2 * TIMEOUT); // were they still under way, they would time out
+    gate.Open();
+    RepliesAfterShutdown(51);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+}
+
+TEST_F(TransportCallback, MaySendTheNextRequest)
+{
+    constexpr std::size_t REQUESTS = 1000;
+    std::atomic<std::size_t> nSent{1};
+    StartWith([&](const std::string&, int, void*, int) {
+        if (nSent < REQUESTS) {
+            ++nSent;
+            Get(m_server.Url("/"));
+        }
+    });
+    Get(m_server.Url("/"));
+    RepliesAfterShutdown(REQUESTS);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_EQ(m_server.Requests().size(), REQUESTS);
+}
+
+TEST_F(TransportCallback, MaySendRequestsThatAreRefused)
+{
+    constexpr std::size_t REQUESTS = 1000;
+    std::atomic<std::size_t> nSent{1};
+    StartWith([&](const std::string&, int, void*, int) {
+        if (nSent < REQUESTS) {
+            ++nSent;
+            Get("no URL");
+        }
+    });
+    Get("no URL");
+    RepliesAfterShutdown(REQUESTS);
+    EXPECT_THAT(m_replies.Errors(), Each(-3));
+}
+
+TEST_F(TransportCallback, MayBeReplacedByItself)
+{
+    StartWith([this](const std::string&, int, void*, int) {
+        CHttpClientSetResponseCallBack([this](const std::string&, int nType, void* pUserData, int) {
+            m_replies.Add("from the second receiver", nType, pUserData, 0);
+        });
+    });
+    Get(m_server.Url("/"));
+    ASSERT_TRUE(m_replies.WaitFor(1));
+    Get(m_server.Url("/"));
+    const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(2);
+    EXPECT_EQ(vecReplies.at(0).strBody, "{}");
+    EXPECT_EQ(vecReplies.at(1).strBody, "from the second receiver");
+}
+
+TEST_F(TransportCallback, ComesExactlyOnceForEachRequestOfManyThreads)
+{
+    constexpr std::size_t THREADS = 4;
+    constexpr std::size_t REQUESTS = 500;
+    Start();
+    Tokens tokens(THREADS * REQUESTS);
+    std::vector<std::thread> vecThreads;
+    for (std::size_t nThread = 0; nThread < THREADS; ++nThread) {
+        vecThreads.emplace_back([&, nThread] {
+            for (std::size_t nRequest = 0; nRequest < REQUESTS; ++nRequest) {
+                Get(m_server.Url("/"), tokens.At(nThread * REQUESTS + nRequest), static_cast<int>(nThread));
+            }
+        });
+    }
+    for (std::thread& thread : vecThreads) {
+        thread.join();
+    }
+    const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(THREADS * REQUESTS);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
+    for (const ReceivedReply& reply : vecReplies) {
+        const auto nToken = static_cast<char*>(reply.pUserData) - static_cast<char*>(tokens.At(0));
+        EXPECT_EQ(static_cast<std::size_t>(reply.nType), static_cast<std::size_t>(nToken) / REQUESTS);
+        EXPECT_EQ(reply.idThread, vecReplies.front().idThread);
+        EXPECT_NE(reply.idThread, std::this_thread::get_id());
+    }
+}
+
+TEST_F(TransportCallback, RunsOnTheOneDeliveringThreadForRefusedRequestsToo)
+{
+    Start();
+    Get(m_server.Url("/"));
+    Get("no URL");
+    Get(m_server.Url("/"));
+    const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(3);
+    for (const ReceivedReply& reply : vecReplies) {
+        EXPECT_EQ(reply.idThread, vecReplies.front().idThread);
+        EXPECT_NE(reply.idThread, std::this_thread::get_id());
+    }
+}

@@ -1,0 +1,165 @@
+#include "TransportTest.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+
+using testing::Each;
+using testing::Le;
+using testing::UnorderedElementsAreArray;
+
+/// How the transport uses connections to one host.
+class TransportConnections : public TransportTest
+{
+protected:
+    static ServerStep Ok(ServerStep::Ending ending = ServerStep::Ending::KeepAlive)
+    {
+        ServerStep step;
+        step.strReply = HttpReply(200, "{}");
+        step.ending = ending;
+        return step;
+    }
+
+    static ServerStep Broken()
+    {
+        ServerStep step;
+        step.ending = ServerStep::Ending::Reset;
+        return step;
+    }
+
+    void SendOneAfterTheOther(const ScriptedServer& server, std::size_t nRequests, bool bPost)
+    {
+        for (std::size_t nRequest = 1; nRequest <= nRequests; ++nRequest) {
+            CHttpClientSendRequest(TYPE, server.Url("/"), "{}", nullptr, bPost, false, "");
+            ASSERT_TRUE(m_replies.WaitFor(nRequest));
+        }
+    }
+};
+
+TEST_F(TransportConnections, AreReused)
+{
+    Start();
+    const ScriptedServer server(Ok());
+    SendOneAfterTheOther(server, 200, false);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_EQ(server.Accepted(), 1U);
+}
+
+TEST_F(TransportConnections, AreReusedAfterAnErrorStatus)
+{
+    Start();
+    ServerStep step;
+    step.strReply = HttpReply(500, "oops");
+    const ScriptedServer server(step);
+    SendOneAfterTheOther(server, 20, true);
+    EXPECT_THAT(m_replies.Errors(), Each(500));
+    EXPECT_EQ(server.Accepted(), 1U);
+}
+
+class TransportConnectionLimit : public TransportConnections, public testing::WithParamInterface<long>
+{
+};
+
+TEST_P(TransportConnectionLimit, IsReachedAndKept)
+{
+    const auto nLimit = static_cast<std::size_t>(GetParam());
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", GetParam());
+    Start();
+    // The first replies wait for as many requests as there may be connections: so many are really made.
+    Gate gate;
+    std::atomic<std::size_t> nSeen{0};
+    const ScriptedServer server([&](const WireRequest&) {
+        if (++nSeen == nLimit) {
+            gate.Open();
+        }
+        EXPECT_TRUE(gate.Wait());
+        return Ok();
+    });
+    Tokens tokens(100);
+    for (void* const pToken : tokens.All()) {
+        Get(server.Url("/"), pToken);
+    }
+    RepliesAfterShutdown(100);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
+    EXPECT_EQ(server.Accepted(), nLimit);
+}
+
+INSTANTIATE_TEST_SUITE_P(Connections, TransportConnectionLimit, testing::Values(1, 3, 50),
+                         testing::PrintToStringParamName());
+
+TEST_F(TransportConnections, ToOneHostAreAtMostEightByDefault)
+{
+    Start();
+    const ScriptedServer server(Ok());
+    for (int nRequest = 0; nRequest < 100; ++nRequest) {
+        Get(server.Url("/"));
+    }
+    RepliesAfterShutdown(100);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_THAT(server.Accepted(), Le(8U));
+}
+
+TEST_F(TransportConnections, ToASilentHostHoldUpNoOther)
+{
+    Start();
+    ServerStep silent;
+    silent.ending = ServerStep::Ending::Hold;
+    const ScriptedServer serverSilent(silent);
+    const ScriptedServer server(Ok());
+    for (int nRequest = 0; nRequest < 20; ++nRequest) {
+        Get(serverSilent.Url("/"));
+    }
+    ASSERT_TRUE(serverSilent.WaitForRequests(8));
+    SendOneAfterTheOther(server, 20, false);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+}
+
+// The server closes each connection right after its reply, without announcing that, so a next request may go
+// out over it just then.
+TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleCostNoQuery)
+{
+    Start();
+    const ScriptedServer server(Ok(ServerStep::Ending::Close));
+    SendOneAfterTheOther(server, 50, false);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_EQ(server.Requests().size(), 50U);
+}
+
+TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleNeverBringAReportTwice)
+{
+    constexpr int SENT_BUT_UNANSWERED = -65;
+    Start();
+    const ScriptedServer server(Ok(ServerStep::Ending::Close));
+    SendOneAfterTheOther(server, 50, true);
+    EXPECT_THAT(m_replies.Errors(), Each(::testing::AnyOf(0, SENT_BUT_UNANSWERED)));
+    const auto vecErrors = m_replies.Errors();
+    EXPECT_EQ(server.Requests().size(),
+              static_cast<std::size_t>(std::count(vecErrors.begin(), vecErrors.end(), 0)));
+}
+
+// The server breaks a kept connection in the moment in which the next request comes over it. libcurl then
+// sends the request again over a fresh one, but one handle does so only a few times unless it is told to
+// count anew.
+TEST_F(TransportConnections, ThatBreakWhenTheyAreUsedAgainAreReplacedHoweverOften)
+{
+    Start();
+    std::atomic<std::size_t> nLastConnection{0};
+    const ScriptedServer server([&](const WireRequest& request) {
+        const bool bKept = nLastConnection.exchange(request.nConnection) == request.nConnection;
+        return bKept ? Broken() : Ok();
+    });
+    SendOneAfterTheOther(server, 30, false);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_EQ(server.Accepted(), 30U);
+}
+
+TEST_F(TransportConnections, ThatBrokeAreNotUsedAgain)
+{
+    Start();
+    const ScriptedServer server(std::vector<ServerStep>{Broken(), Ok()});
+    SendOneAfterTheOther(server, 3, true);
+    EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(-56, 0, 0));
+    EXPECT_EQ(server.Accepted(), 2U);
+}

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "LogFolder.h"
+#include "ScriptedServer.h"
+#include "platform/chttpclient/chttpclient.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// What one callback was called with, and where.
+struct ReceivedReply {
+    std::string strBody;
+    int nType = 0;
+    void* pUserData = nullptr;
+    int nHttpError = 0;
+    std::thread::id idThread;
+};
+
+/// Keeps all replies. May be called from any thread.
+class ReceivedReplies
+{
+public:
+    void Add(const std::string& strBody, int nType, void* pUserData, int nHttpError);
+    /// @return false when that many replies have not come within 60 s
+    bool WaitFor(std::size_t nCount) const;
+    std::vector<ReceivedReply> All() const;
+    std::vector<int> Errors() const;
+    std::vector<void*> UserData() const;
+
+private:
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_condition;
+    std::vector<ReceivedReply> m_vecReplies;
+};
+
+/// A door that callbacks wait at until the test opens it.
+class Gate
+{
+public:
+    void Open();
+    /// @return false when it was not opened within 60 s
+    bool Wait();
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_condition;
+    bool m_bOpen = false;
+};
+
+/// A test of the transport through its four calls. Proxies of the environment are out of force, the log has a
+/// folder of its own, and shutting down drains for a second.
+class TransportTest : public testing::Test
+{
+protected:
+    static constexpr int TYPE = 3104;
+
+    TransportTest();
+    ~TransportTest() override;
+
+    /// Settings are read by Start.
+    static void Set(const std::string& strName, long nValue);
+
+    /// Starts the transport with a receiver that keeps the replies.
+    void Start();
+    /// The receiver that keeps the replies, for receivers that do more than that.
+    CHttpClientResponse Keeper();
+
+    static void Get(const std::string& strUrl, void* pUserData = nullptr, int nType = TYPE);
+    static void Post(const std::string& strUrl, const std::string& strBody, void* pUserData = nullptr,
+                     int nType = TYPE);
+
+    /// Waits for that many replies, shuts down, and so leaves time for one too many to come.
+    /// @return all replies; the test has failed if they are not that many
+    std::vector<ReceivedReply> RepliesAfterShutdown(std::size_t nCount);
+
+    const LogFolder m_logFolder;
+    ReceivedReplies m_replies;
+};
+
+/// Distinct user data for so many requests.
+class Tokens
+{
+public:
+    explicit Tokens(std::size_t nCount) : m_vecTokens(nCount) {}
+    void* At(std::size_t nToken) { return &m_vecTokens.at(nToken); }
+    std::vector<void*> All();
+
+private:
+    std::vector<char> m_vecTokens;
+};

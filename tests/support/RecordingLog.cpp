@@ -1,0 +1,37 @@
+#include "RecordingLog.h"
+
+#include "platform/clog/clog.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+
+namespace
+{
+std::mutex g_mutex;
+std::vector<RecordedLine> g_vecLines;
+} // namespace
+
+std::vector<RecordedLine> RecordedLog()
+{
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    return g_vecLines;
+}
+
+void ClearRecordedLog()
+{
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    g_vecLines.clear();
+}
+
+void Log_Write(int level, const std::string& where, int line, const char* format, ...)
+{
+    std::array<char, 4096> text{};
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    g_vecLines.push_back({level, where, line, text.data()});
+}

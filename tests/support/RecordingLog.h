@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// One call of Log_Write, its text already formatted.
+struct RecordedLine {
+    int nLevel = 0;
+    std::string strWhere;
+    int nLine = 0;
+    std::string strText;
+
+    bool operator==(const RecordedLine& other) const
+    {
+        return nLevel == other.nLevel && strWhere == other.strWhere && nLine == other.nLine &&
+               strText == other.strText;
+    }
+};
+
+/// Stands in for libclog: keeps the lines of the process, in order. May be read from any thread.
+std::vector<RecordedLine> RecordedLog();
+void ClearRecordedLog();

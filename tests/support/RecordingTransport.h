@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/chttpclient/chttpclient.h"
+
+#include <string>
+#include <vector>
+
+/// One request as the transport was handed it.
+struct RecordedRequest {
+    int nType = 0;
+    std::string strUrl;
+    std::string strBody;
+    void* pUserData = nullptr;
+    bool bPost = false;
+    bool bHeader = false;
+    std::string strHeader;
+};
+
+/// Stands in for chttpclient: the four calls end here, nothing is sent, and a test answers by hand.
+class RecordingTransport
+{
+public:
+    static RecordingTransport& Instance();
+
+    /// Calls the registered callback with the oldest request that has no answer yet and forgets that request.
+    void Reply(const std::string& strBody, int nHttpError = 0);
+
+    /// Answers everything that is still open, so that user data finds its owner. Exceptions are swallowed.
+    void ReplyAll(const std::string& strBody = "{}", int nHttpError = -42);
+
+    std::vector<RecordedRequest> vecRequests; ///< all since the start of the process, in order
+    std::vector<std::string> vecCalls;        ///< names of the calls, in order ("CHttpClientInit", …)
+    CHttpClientResponse fnResponse;           ///< what was registered last
+
+private:
+    std::size_t m_nAnswered = 0;
+};

@@ -1,0 +1,302 @@
+#include "ScriptedServer.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <sstream>
+#include <system_error>
+#include <tuple>
+#include <utility>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <strings.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr std::chrono::seconds PATIENCE{30};
+constexpr int BACKLOG = 1024;
+
+void Check(bool bSucc, const char* szCall)
+{
+    if (!bSucc) {
+        throw std::system_error(errno, std::generic_category(), szCall);
+    }
+}
+
+/// @return a socket bound to a free port of the loopback interface, and that port
+std::pair<int, int> BoundSocket()
+{
+    const int nSocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    Check(nSocket >= 0, "socket");
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t nSize = sizeof address;
+    auto* const pAddress = reinterpret_cast<sockaddr*>(&address);
+    Check(::bind(nSocket, pAddress, nSize) == 0, "bind");
+    Check(::getsockname(nSocket, pAddress, &nSize) == 0, "getsockname");
+    return {nSocket, ntohs(address.sin_port)};
+}
+
+bool SendAll(int nSocket, const std::string& strBytes, std::size_t nPiece)
+{
+    std::size_t nSent = 0;
+    while (nSent < strBytes.size()) {
+        const std::size_t nLength = std::min(nPiece, strBytes.size() - nSent);
+        const ssize_t nWritten = ::send(nSocket, strBytes.data() + nSent, nLength, MSG_NOSIGNAL);
+        if (nWritten < 0 && errno != EINTR) {
+            return false;
+        }
+        nSent += nWritten > 0 ? static_cast<std::size_t>(nWritten) : 0;
+    }
+    return true;
+}
+
+/// Appends what has come in.
+/// @return false at the end of the connection
+bool Receive(int nSocket, std::string& strBuffer)
+{
+    std::array<char, 65536> bytes{};
+    ssize_t nRead = 0;
+    do {
+        nRead = ::recv(nSocket, bytes.data(), bytes.size(), 0);
+    } while (nRead < 0 && errno == EINTR);
+    if (nRead <= 0) {
+        return false;
+    }
+    strBuffer.append(bytes.data(), static_cast<std::size_t>(nRead));
+    return true;
+}
+
+std::size_t ContentLength(const WireRequest& request)
+{
+    const std::vector<std::string> vecLines = request.Header("Content-Length");
+    if (vecLines.empty()) {
+        return 0;
+    }
+    return std::strtoul(vecLines[0].c_str() + vecLines[0].find(':') + 1, nullptr, 10);
+}
+
+/// Takes the next request off the connection; what follows it stays in the buffer.
+/// @return false when the connection ends before the request does
+bool ReadRequest(int nSocket, std::string& strBuffer, WireRequest& request)
+{
+    static const std::string HEAD_END = "\r\n\r\n";
+    std::size_t nHeadEnd = 0;
+    while ((nHeadEnd = strBuffer.find(HEAD_END)) == std::string::npos) {
+        if (!Receive(nSocket, strBuffer)) {
+            return false;
+        }
+    }
+    request.strHead = strBuffer.substr(0, nHeadEnd + HEAD_END.size());
+    const std::size_t nLength = ContentLength(request);
+    while (strBuffer.size() < request.strHead.size() + nLength) {
+        if (!Receive(nSocket, strBuffer)) {
+            return false;
+        }
+    }
+    request.strBody = strBuffer.substr(request.strHead.size(), nLength);
+    strBuffer.erase(0, request.strHead.size() + nLength);
+    return true;
+}
+
+ScriptedServer::Script OneAfterTheOther(std::vector<ServerStep> vecSteps)
+{
+    struct State {
+        std::mutex mutex;
+        std::vector<ServerStep> vecSteps;
+        std::size_t nNext = 0;
+    };
+    auto pState = std::make_shared<State>();
+    pState->vecSteps = std::move(vecSteps);
+    return [pState](const WireRequest&) {
+        const std::lock_guard<std::mutex> lock(pState->mutex);
+        const std::size_t nStep = std::min(pState->nNext++, pState->vecSteps.size() - 1);
+        return pState->vecSteps.at(nStep);
+    };
+}
+
+} // namespace
+
+std::string WireRequest::Line() const
+{
+    return strHead.substr(0, strHead.find("\r\n"));
+}
+
+std::string WireRequest::Target() const
+{
+    std::istringstream line(Line());
+    std::string strWord;
+    line >> strWord >> strWord;
+    return strWord;
+}
+
+std::vector<std::string> WireRequest::Header(const std::string& strName) const
+{
+    std::vector<std::string> vecFound;
+    std::istringstream head(strHead);
+    for (std::string strLine; std::getline(head, strLine);) {
+        const std::size_t nColon = strLine.find(':');
+        if (nColon == strName.size() && ::strncasecmp(strLine.c_str(), strName.c_str(), nColon) == 0) {
+            vecFound.push_back(strLine.substr(0, strLine.find('\r')));
+        }
+    }
+    return vecFound;
+}
+
+std::string HttpReply(int nStatus, const std::string& strBody, const std::string& strHeaderLines)
+{
+    return "HTTP/1.1 " + std::to_string(nStatus) + " Reason\r\n" + strHeaderLines +
+           "Content-Length: " + std::to_string(strBody.size()) + "\r\n\r\n" + strBody;
+}
+
+ScriptedServer::ScriptedServer(Script fnScript) : m_fnScript(std::move(fnScript))
+{
+    std::tie(m_nListener, m_nPort) = BoundSocket();
+    Check(::listen(m_nListener, BACKLOG) == 0, "listen");
+    m_threadAccept = std::thread([this] { Accept(); });
+}
+
+ScriptedServer::ScriptedServer(std::vector<ServerStep> vecSteps)
+    : ScriptedServer(OneAfterTheOther(std::move(vecSteps)))
+{
+}
+
+ScriptedServer::ScriptedServer(ServerStep step) : ScriptedServer(std::vector<ServerStep>{std::move(step)}) {}
+
+ScriptedServer::~ScriptedServer()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_bStop = true;
+    }
+    m_condition.notify_all();
+    ::shutdown(m_nListener, SHUT_RDWR);
+    m_threadAccept.join();
+    ::close(m_nListener);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (const Connection& connection : m_lstConnections) {
+            ::shutdown(connection.nSocket, SHUT_RDWR);
+        }
+    }
+    for (Connection& connection : m_lstConnections) {
+        connection.thread.join();
+    }
+}
+
+std::string ScriptedServer::Url(const std::string& strPath) const
+{
+    return "http://127.0.0.1:" + std::to_string(m_nPort) + strPath;
+}
+
+std::size_t ScriptedServer::Accepted() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lstConnections.size();
+}
+
+std::vector<WireRequest> ScriptedServer::Requests() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_vecRequests;
+}
+
+bool ScriptedServer::WaitForRequests(std::size_t nCount) const
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_condition.wait_for(lock, PATIENCE, [&] { return m_vecRequests.size() >= nCount; });
+}
+
+void ScriptedServer::Accept()
+{
+    for (;;) {
+        const int nSocket = ::accept4(m_nListener, nullptr, nullptr, SOCK_CLOEXEC);
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (nSocket < 0 || m_bStop) {
+            ::close(nSocket);
+            return;
+        }
+        const int nOn = 1;
+        ::setsockopt(nSocket, IPPROTO_TCP, TCP_NODELAY, &nOn, sizeof nOn);
+        Connection& connection = m_lstConnections.emplace_back();
+        connection.nSocket = nSocket;
+        const std::size_t nConnection = m_lstConnections.size();
+        connection.thread = std::thread([this, &connection, nConnection] { Serve(connection, nConnection); });
+    }
+}
+
+void ScriptedServer::Serve(Connection& connection, std::size_t nConnection)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const int nSocket = connection.nSocket;
+    lock.unlock();
+    ServeRequests(nSocket, nConnection);
+    lock.lock();
+    ::close(std::exchange(connection.nSocket, -1));
+}
+
+void ScriptedServer::ServeRequests(int nSocket, std::size_t nConnection)
+{
+    std::string strBuffer;
+    WireRequest request;
+    request.nConnection = nConnection;
+    while (ReadRequest(nSocket, strBuffer, request)) {
+        Record(request);
+        if (!Perform(nSocket, m_fnScript(request))) {
+            return;
+        }
+    }
+}
+
+/// @return whether the connection goes on
+bool ScriptedServer::Perform(int nSocket, const ServerStep& step)
+{
+    if (!Pause(step.delay) || !SendAll(nSocket, step.strReply, step.bByteByByte ? 1 : step.strReply.size())) {
+        return false;
+    }
+    if (step.ending == ServerStep::Ending::Reset) {
+        const linger atOnce{1, 0};
+        ::setsockopt(nSocket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    }
+    if (step.ending == ServerStep::Ending::Hold) {
+        std::string strIgnored;
+        while (Receive(nSocket, strIgnored)) {
+            strIgnored.clear();
+        }
+    }
+    return step.ending == ServerStep::Ending::KeepAlive;
+}
+
+/// @return false when the server was stopped meanwhile
+bool ScriptedServer::Pause(std::chrono::milliseconds delay)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return !m_condition.wait_for(lock, delay, [this] { return m_bStop; });
+}
+
+void ScriptedServer::Record(const WireRequest& request)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_vecRequests.push_back(request);
+    }
+    m_condition.notify_all();
+}
+
+RefusingPort::RefusingPort()
+{
+    std::tie(m_nSocket, m_nPort) = BoundSocket();
+}
+
+RefusingPort::~RefusingPort()
+{
+    ::close(m_nSocket);
+}

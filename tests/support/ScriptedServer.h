@@ -1,0 +1,120 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// One request as it came over the wire.
+struct WireRequest {
+    std::string strHead; ///< request line and header lines, the empty line at their end included
+    std::string strBody;
+    std::size_t nConnection = 0; ///< the number of its connection, counted from 1 in the order of accepting
+
+    /// The request line without its end: "GET /path HTTP/1.1".
+    std::string Line() const;
+    /// The second word of the request line.
+    std::string Target() const;
+    /// Every header line of this name, compared without regard to case, as it came: "Accept: text/html".
+    std::vector<std::string> Header(const std::string& strName) const;
+};
+
+/// What the server does once it has read a request: wait, send some bytes, then treat the connection somehow.
+struct ServerStep {
+    enum class Ending {
+        KeepAlive, ///< reads the next request
+        Close,     ///< ends the connection in order (FIN)
+        Reset,     ///< breaks it off (RST)
+        Hold,      ///< stays connected and silent until the client gives up or the server ends
+    };
+
+    std::string strReply;
+    Ending ending = Ending::KeepAlive;
+    std::chrono::milliseconds delay{0}; ///< before the first byte
+    bool bByteByByte = false;           ///< each byte in a segment of its own
+};
+
+/// @return a complete reply with a Content-Length; strHeaderLines are further lines, each with its CR LF
+std::string HttpReply(int nStatus, const std::string& strBody, const std::string& strHeaderLines = "");
+
+/// A server on the loopback interface that says exactly what it is told to, right or wrong, and keeps what it
+/// hears. A thread accepts, and each connection has one of its own. All members may be called from any
+/// thread.
+class ScriptedServer
+{
+public:
+    /// Chooses the step for a request. Called on the connection's thread; it may block, but must have
+    /// returned before the server is destroyed.
+    using Script = std::function<ServerStep(const WireRequest&)>;
+
+    explicit ScriptedServer(Script fnScript);
+
+    /// The steps are for the requests in the order of their arrival, the last one for all that follow.
+    explicit ScriptedServer(std::vector<ServerStep> vecSteps);
+
+    /// A server with the same step for every request.
+    explicit ScriptedServer(ServerStep step);
+
+    /// Breaks all connections and waits for the threads.
+    ~ScriptedServer();
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+
+    int Port() const { return m_nPort; }
+    /// "http://127.0.0.1:PORT" and then the path.
+    std::string Url(const std::string& strPath) const;
+
+    /// Connections accepted so far.
+    std::size_t Accepted() const;
+    /// The whole requests read so far, in the order in which they were complete.
+    std::vector<WireRequest> Requests() const;
+    /// Waits until that many requests have been read.
+    /// @return false when they have not come within 30 s
+    bool WaitForRequests(std::size_t nCount) const;
+
+private:
+    struct Connection {
+        int nSocket = -1; ///< -1 once it is closed
+        std::thread thread;
+    };
+
+    void Accept();
+    void Serve(Connection& connection, std::size_t nConnection);
+    void ServeRequests(int nSocket, std::size_t nConnection);
+    bool Perform(int nSocket, const ServerStep& step);
+    bool Pause(std::chrono::milliseconds delay);
+    void Record(const WireRequest& request);
+
+    const Script m_fnScript;
+    int m_nListener = -1;
+    int m_nPort = 0;
+    std::thread m_threadAccept;
+
+    mutable std::mutex m_mutex; ///< guards all that follows
+    mutable std::condition_variable m_condition;
+    std::list<Connection> m_lstConnections;
+    std::vector<WireRequest> m_vecRequests;
+    bool m_bStop = false;
+};
+
+/// A port of the loopback interface that refuses every connection: it is taken, so that nobody else can
+/// listen on it, but does not listen itself.
+class RefusingPort
+{
+public:
+    RefusingPort();
+    ~RefusingPort();
+    RefusingPort(const RefusingPort&) = delete;
+    RefusingPort& operator=(const RefusingPort&) = delete;
+
+    int Port() const { return m_nPort; }
+
+private:
+    int m_nSocket = -1;
+    int m_nPort = 0;
+};

@@ -1,0 +1,82 @@
+#include "RecordingLog.h"
+
+#include "platform/chttpclient/TransportSettings.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+namespace
+{
+
+using chttpclient::ReadTransportSettings;
+using chttpclient::STransportSettings;
+
+struct SettingCase {
+    const char* szName;
+    std::int64_t (*fnValue)(const STransportSettings&);
+    std::int64_t nDefault;
+    std::vector<const char*> vecRefused;
+};
+
+const SettingCase SETTINGS[] = {
+    {"CHTTPCLIENT_CONNECT_TIMEOUT_MS",
+     [](const auto& s) { return std::int64_t{s.connectTimeout.count()}; },
+     10'000,
+     {"0", "-1", "2147483648"}},
+    {"CHTTPCLIENT_TIMEOUT_MS",
+     [](const auto& s) { return std::int64_t{s.timeout.count()}; },
+     60'000,
+     {"0", "-1", "2147483648"}},
+    {"CHTTPCLIENT_HOST_CONNECTIONS",
+     [](const auto& s) { return static_cast<std::int64_t>(s.nHostConnections); },
+     8,
+     {"0", "-1", "1001"}},
+    {"CHTTPCLIENT_MAX_REPLY_BYTES",
+     [](const auto& s) { return static_cast<std::int64_t>(s.nMaxReplyBytes); },
+     67'108'864,
+     {"0", "-1"}},
+    {"CHTTPCLIENT_DRAIN_MS",
+     [](const auto& s) { return std::int64_t{s.drain.count()}; },
+     3'000,
+     {"-1", "2147483648"}},
+};
+
+class TransportSetting : public ::testing::TestWithParam<SettingCase>
+{
+};
+
+TEST_P(TransportSetting, HasItsDefaultWithoutTheVariable)
+{
+    unsetenv(GetParam().szName);
+    EXPECT_EQ(GetParam().fnValue(ReadTransportSettings()), GetParam().nDefault);
+    EXPECT_THAT(RecordedLog(), ::testing::IsEmpty());
+}
+
+TEST_P(TransportSetting, IsTakenFromTheVariable)
+{
+    setenv(GetParam().szName, "123", 1);
+    EXPECT_EQ(GetParam().fnValue(ReadTransportSettings()), 123);
+    EXPECT_THAT(RecordedLog(), ::testing::IsEmpty());
+}
+
+TEST_P(TransportSetting, KeepsItsDefaultAndSaysSoWhenTheVariableIsNoUsableNumber)
+{
+    std::vector<const char*> vecValues = GetParam().vecRefused;
+    vecValues.insert(vecValues.end(), {"", " ", "12x", "x", "1.5", "99999999999999999999"});
+    for (const char* const szValue : vecValues) {
+        ClearRecordedLog();
+        setenv(GetParam().szName, szValue, 1);
+        EXPECT_EQ(GetParam().fnValue(ReadTransportSettings()), GetParam().nDefault) << szValue;
+        ASSERT_EQ(RecordedLog().size(), 1U) << szValue;
+        EXPECT_THAT(RecordedLog().front().strText, ::testing::HasSubstr(GetParam().szName));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, TransportSetting, ::testing::ValuesIn(SETTINGS),
+                         [](const auto& setting) { return setting.param.szName; });
+
+} // namespace
