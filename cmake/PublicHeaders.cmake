@@ -2,6 +2,10 @@
 # folder, against which the host programs of this tree are built, and the installation are made from it.
 
 set(KTS_PUBLIC_HEADERS
+  sdk/KtsExport.h
+  sdk/RequestRecords.h
+  sdk/ResultRecords.h
+  sdk/IVelClientSDk.h
   platform/chttpclient/chttpclient.h
   platform/clog/clog.h
 )

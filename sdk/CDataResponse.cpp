@@ -1,0 +1,142 @@
+#include "CDataResponse.h"
+
+#include "IVelClientSDk.h"
+#include "RequestCatalogue.h"
+#include "UserData.h"
+
+#include "platform/chttpclient/chttpclient.h"
+#include "platform/clog/clog.h"
+
+#include <json/reader.h>
+
+#include <utility>
+
+namespace VelCSDK
+{
+namespace
+{
+
+constexpr const char* GATEWAY_FAILURE = "Bad Gateway";
+constexpr int GATEWAY_FAILURE_CODE = 7;
+
+std::string Envelope(int nCode)
+{
+    return "{\"code\":" + std::to_string(nCode) + "}";
+}
+
+void LogExchangeFailure(int nLine, const std::string& strPath, int nHttpError)
+{
+    Log_Write(1, "VelCSDK::CDataResponse::CHttpCallBack", nLine, "proctol:%s http-error:%s", strPath.c_str(),
+              std::to_string(nHttpError).c_str());
+}
+
+/// Nesting deeper than jsoncpp reads makes it throw; that is a failed parse like any other.
+bool Parse(const std::string& body, Json::Value& root)
+{
+    try {
+        return Json::Reader().parse(body, root, true);
+    } catch (const Json::Exception&) {
+        return false;
+    }
+}
+
+} // namespace
+
+// The transport's callback holds the instance too: a reply on its way while the instance is released still
+// finds it alive.
+std::shared_ptr<CDataResponse>& CDataResponse::Holder()
+{
+    static std::shared_ptr<CDataResponse> pInstance;
+    return pInstance;
+}
+
+CDataResponse* CDataResponse::Instance()
+{
+    std::shared_ptr<CDataResponse>& pInstance = Holder();
+    if (pInstance == nullptr) {
+        const std::shared_ptr<CDataResponse> pNew(new CDataResponse);
+        CHttpClientSetResponseCallBack(
+            [pNew](const std::string& body, int nType, void* pUserData, int nHttpError) {
+                pNew->CHttpCallBack(body, nType, pUserData, nHttpError);
+            });
+        pInstance = pNew;
+    }
+    return pInstance.get();
+}
+
+void CDataResponse::ReleaseInstance()
+{
+    const std::shared_ptr<CDataResponse> pInstance = std::exchange(Holder(), nullptr);
+    if (pInstance != nullptr) {
+        pInstance->m_bReleased = true;
+        const std::lock_guard<std::mutex> lock(pInstance->m_mutexHandler);
+        pInstance->m_mapHandler.clear();
+        pInstance->m_strBaseUrl.clear();
+    }
+}
+
+void CDataResponse::RegisterHandler(int nType, ResponseHandler fn)
+{
+    const std::lock_guard<std::mutex> lock(m_mutexHandler);
+    m_mapHandler[nType] = std::move(fn);
+}
+
+void CDataResponse::SetBaseUrl(std::string url)
+{
+    m_strBaseUrl = std::move(url);
+}
+
+void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError)
+{
+    std::string strEnvelope; // stands in for the body of a failed exchange
+    if (nHttpError != 0) {
+        LogExchangeFailure(59, EndpointPath(nType), nHttpError);
+        strEnvelope = Envelope(nHttpError);
+    }
+    if (body.find(GATEWAY_FAILURE) != std::string::npos) {
+        LogExchangeFailure(66, EndpointPath(nType), nHttpError);
+        strEnvelope = Envelope(GATEWAY_FAILURE_CODE);
+    }
+    const std::optional<ResponseHandler> fnHandler = FindHandler(nType);
+    if (!fnHandler || *fnHandler == nullptr) { // nobody takes the user data over
+        const CUserData dropped(nType, pUserData);
+    }
+    if (fnHandler) {
+        (*fnHandler)(strEnvelope.empty() ? body : strEnvelope, nType, pUserData);
+    }
+}
+
+void CDataResponse::JsonHeader(const std::string& body, Json::Value& root, int& nCode,
+                               std::string& strDescription)
+{
+    if (body.empty() || !Parse(body, root)) {
+        Log_Write(1, "VelCSDK::CDataResponse::JsonHeader", 91, "%s", "Json::Reader error");
+        nCode = -1;
+        return;
+    }
+    if (!root.isObject()) {
+        return;
+    }
+    const Json::Value& members = root; // asking a constant object for a member adds none
+    if (const Json::Value& code = members["code"]; code.isInt()) {
+        nCode = code.asInt();
+    }
+    if (const Json::Value& description = members["description"]; description.isString()) {
+        strDescription = description.asString();
+    }
+}
+
+// Once the instance is released its client is being destroyed, and can't be asked any more.
+std::string CDataResponse::EndpointPath(int nType) const
+{
+    return m_bReleased ? DefaultEndpointPath(nType) : SDKFactory::GetInstance()->GetUrl(nType);
+}
+
+std::optional<ResponseHandler> CDataResponse::FindHandler(int nType)
+{
+    const std::lock_guard<std::mutex> lock(m_mutexHandler);
+    const auto found = m_mapHandler.find(nType);
+    return found == m_mapHandler.end() ? std::nullopt : std::make_optional(found->second);
+}
+
+} // namespace VelCSDK

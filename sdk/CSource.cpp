@@ -1,0 +1,66 @@
+#include "CSource.h"
+
+#include "CDataResponse.h"
+#include "ReplyReader.h"
+#include "RequestCatalogue.h"
+#include "UserData.h"
+#include "VelClientSDk.h"
+
+namespace VelCSDK
+{
+
+// Reports of type 3112 to 3115 have no decoder: their replies are dropped.
+const CSource::SRegistration CSource::REGISTRATIONS[] = {
+    {RequestType::GetUserInfo, &CSource::OnGetUserInfo},
+    {RequestType::ReportChlStatus, &CSource::OnReportAck},
+    {RequestType::ReportIncubatorStatus, &CSource::OnReportAck},
+    {RequestType::GetSupportVer, &CSource::OnGetSupportVer},
+    {RequestType::GetProjects, &CSource::OnGetProjects},
+    {RequestType::GetBattStatus, &CSource::OnGetBattStatus},
+    {RequestType::GetAutoExport, &CSource::OnGetAutoExport},
+    {RequestType::GetFtpFilePath, &CSource::OnGetFtpFilePath},
+    {RequestType::GetChannelUpDownPlatform, &CSource::OnIgnore},
+    {RequestType::GetChannelCheckData, &CSource::OnGetChannelCheckData},
+    {RequestType::GetWhetherInCommon, &CSource::OnGetWhetherInCommon},
+    {RequestType::GetCdlxFileListByDxtmList, &CSource::OnIgnore},
+};
+
+CSource::CSource()
+{
+    for (const SRegistration& registration : REGISTRATIONS) {
+        CDataResponse::Instance()->RegisterHandler(
+            registration.nType,
+            [this, fnDecoder = registration.fnDecoder](const std::string& body, int nType, void* pUserData) {
+                (this->*fnDecoder)(body, nType, pUserData);
+            });
+    }
+}
+
+void CSource::Notify(int nType, const void* pUser, const SResponseHeader& header, int nResult)
+{
+    auto* const pClient = static_cast<VelClientSDk*>(SDKFactory::GetInstance());
+    const ResponseCallBack fnResponse = pClient->GetResponseCallBack("source");
+    fnResponse(nType, pUser, &header, nResult);
+}
+
+void CSource::HandOver(int nType, const void* pUser, const void* pPayload, int nResult)
+{
+    SResponseHeader header;
+    header.nCode = nResult;
+    header.pData = pPayload;
+    Notify(nType, pUser, header, nResult);
+}
+
+void CSource::OnReportAck(const std::string& body, int nType, void* pUserData)
+{
+    const CUserData user(nType, pUserData);
+    const CReplyReader reply(body);
+    HandOver(nType, pUserData, nullptr, reply.Result());
+}
+
+void CSource::OnIgnore(const std::string& /*body*/, int nType, void* pUserData)
+{
+    const CUserData user(nType, pUserData);
+}
+
+} // namespace VelCSDK

@@ -1,0 +1,108 @@
+#include "CSource.h"
+
+#include "CDataResponse.h"
+#include "ReplyReader.h"
+#include "RequestCatalogue.h"
+#include "UserData.h"
+
+#include <json/value.h>
+
+namespace VelCSDK
+{
+namespace
+{
+
+/// A text member up to its first NUL; empty for anything else.
+std::string TextOf(const Json::Value& member)
+{
+    return member.isString() ? std::string(member.asCString()) : std::string();
+}
+
+USER_INFO ReadUserInfo(const Json::Value& members)
+{
+    const Json::Value& id = members["id"];
+    return {id.isInt() ? id.asInt() : 0, TextOf(members["title"]), TextOf(members["author"])};
+}
+
+SIdName ReadIdName(const CJsonObject& object)
+{
+    return {object.IntText("id"), object.Text("name")};
+}
+
+SProjectItem ReadProject(const CJsonObject& element)
+{
+    return {element.Text("xh"), ReadIdName(element.Object("委托单号")),
+            ReadIdName(element.Object("测试类型")), ReadIdName(element.Object("项目分类")),
+            ReadIdName(element.Object("项目名称"))};
+}
+
+SBatteryItem ReadBattery(const CJsonObject& element)
+{
+    SBatteryItem battery{element.Int("id").value_or(0), element.Text("name"), {}};
+    for (const rapidjson::Value& status : element.Array("电池状态")) {
+        if (const std::optional<int> nId = CJsonObject(&status).Int("id")) {
+            battery.lstStatus.push_back(*nId);
+        }
+    }
+    return battery;
+}
+
+} // namespace
+
+// The one decoder that judges by the envelope's "code", and takes a reply without one for a success.
+void CSource::OnGetUserInfo(const std::string& body, int nType, void* pUserData)
+{
+    const CUserData user(nType, pUserData);
+    SResponseHeader header;
+    Json::Value root;
+    CDataResponse::Instance()->JsonHeader(body, root, header.nCode, header.strMessage);
+    const bool bRead = header.nCode == 0 && root.isObject();
+    const USER_INFO payload = bRead ? ReadUserInfo(root) : USER_INFO();
+    header.pData = &payload;
+    Notify(nType, pUserData, header, header.nCode);
+}
+
+void CSource::OnGetSupportVer(const std::string& body, int nType, void* pUserData)
+{
+    const CUserData user(nType, pUserData);
+    const CReplyReader reply(body);
+    SSupportVer payload;
+    payload.bSupport = reply.Success();
+    payload.com = reply.Members().Text("com");
+    payload.ver = reply.Members().Text("ver");
+    if (const auto* const pVersion = user.Get<RequestType::GetSupportVer>()) {
+        payload.strVersion = *pVersion;
+    }
+    HandOver(nType, pUserData, &payload, reply.Result());
+}
+
+void CSource::OnGetProjects(const std::string& body, int nType, void* pUserData)
+{
+    const CUserData user(nType, pUserData);
+    const CReplyReader reply(body);
+    SResponseGetProject payload;
+    payload.bSuccess = reply.Success();
+    const SJsonElements projects = reply.Members().Array("实验项目");
+    payload.lstProject.reserve(projects.size());
+    for (const rapidjson::Value& project : projects) {
+        payload.lstProject.push_back(ReadProject(CJsonObject(&project)));
+    }
+    if (const auto* const pQuery = user.Get<RequestType::GetProjects>()) {
+        payload.strUserText = pQuery->t;
+    }
+    HandOver(nType, pUserData, &payload, reply.Result());
+}
+
+void CSource::OnGetBattStatus(const std::string& body, int nType, void* pUserData)
+{
+    const CUserData user(nType, pUserData);
+    const CReplyReader reply(body);
+    SResponseGetBatteryStatus payload;
+    payload.bSuccess = reply.Success();
+    for (const rapidjson::Value& battery : reply.Members().Array("全部电池状态")) {
+        payload.lstBattery.push_back(ReadBattery(CJsonObject(&battery)));
+    }
+    HandOver(nType, pUserData, &payload, reply.Result());
+}
+
+} // namespace VelCSDK

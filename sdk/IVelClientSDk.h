@@ -1,0 +1,121 @@
+#pragma once
+
+#include "KtsExport.h"
+#include "RequestRecords.h"
+
+#include <functional>
+#include <map>
+#include <string>
+
+namespace VelCSDK
+{
+
+/// Receives every decoded reply: the request type id (3100 to 3115), the request's own context (the record of
+/// its arguments, see the request operations), the `SResponseHeader` and the result code (0 is success).
+/// It is called on the transport's delivering thread, once a decoded reply. Header and context are released
+/// as soon as it returns; an exception that leaves it is logged by the transport, and the next reply is
+/// delivered.
+using ResponseCallBack = std::function<void(int, const void*, const void*, int)>;
+
+/// The client of the laboratory server. Its operations send a request and return at once; they report
+/// nothing, every outcome arrives through the response callback. There is one client a process, see
+/// `SDKFactory`.
+///
+/// Threads: a request goes to the server that was set last, so setting the server and sending belong to one
+/// thread at a time.
+///
+/// The order of the operations is part of the interface: hosts call them by their place in the table.
+struct KTSHTTPAGENT_API IVelClientSDk {
+    IVelClientSDk() = default;
+    IVelClientSDk(const IVelClientSDk&) = delete;
+    IVelClientSDk& operator=(const IVelClientSDk&) = delete;
+
+    /// Ends the transport (which drains first) and forgets all decoders. See `SDKFactory::DestoryInstance`.
+    virtual ~IVelClientSDk();
+
+    /// Registers the decoders. Called again, it registers them anew.
+    virtual void Init() = 0;
+
+    /// Sets the base URL "http://HOST:PORT/". Neither argument is checked.
+    virtual void SetServerAddr(std::string host, int port) = 0;
+
+    /// Sets the base URL as given; no scheme and no "/" is added.
+    virtual void SetServerUrl(std::string url) = 0;
+
+    /// Sets the receiver of decoded replies in place of an earlier one. Set it before the first request.
+    virtual void SetResponseCallBack(ResponseCallBack fn) = 0;
+
+    /// Does nothing; keeps its place in the table.
+    virtual void Reserved() = 0;
+
+    /// Replaces all endpoint paths of this site: request type id to path. An empty path, like an id that is
+    /// absent, leaves the built-in path in force.
+    virtual void SetUrlMap(std::map<int, std::string> map) = 0;
+
+    /// The endpoint path in force for a request type id, without a leading "/"; empty for an unknown id.
+    virtual std::string GetUrl(int id) = 0;
+
+    /// 3104, GET: is the version `t` supported? Context: a `std::string`, `t`. Payload: `SSupportVer`.
+    virtual void GetSupportVer(std::string t) = 0;
+
+    /// 3100, GET: who is this user? Context: an `int`, `userId`. Payload: `USER_INFO`.
+    virtual void GetUserInfo(int userId) = 0;
+
+    /// 3101, POST: one line of a channel's status log. Context: a `std::string`, `t`. No payload.
+    /// Throws `std::invalid_argument` or `std::out_of_range`, and sends nothing, when `info.box` or
+    /// `info.chl` is not a decimal number.
+    virtual void ReportChlStatus(std::string t, KTSStartPlugin::tagRepoChlStatusInfo& info) = 0;
+
+    /// 3102, POST: the state of an incubator. Context: null. No payload.
+    virtual void ReportIncubatorStatus(KTSStartPlugin::tagRepoIncubatorStatus& status) = 0;
+
+    /// 3103, GET: the test projects of cells. Context: two `std::string`. Payload: `SResponseGetProject`.
+    virtual void GetProjects(std::string dxtm, std::string t) = 0;
+
+    /// 3105, GET: battery states. Context: a `std::string`, `t`. Payload: `SResponseGetBatteryStatus`.
+    virtual void GetBattStatus(std::string t) = 0;
+
+    /// 3106, GET: the export data of a cell. Context: three `std::string`. Payload: `SResponseGetAutoExport`.
+    virtual void GetAutoExport(std::string bjtzser, std::string csxmser, std::string dxtm) = 0;
+
+    /// 3107, GET: where test files are kept. Context: four `std::string`. Payload: `SResponseGetFtpFilePath`.
+    virtual void GetFtpFilePath(std::string bjtzser, std::string csxmser, std::string supplier,
+                                std::string batteryStatus) = 0;
+
+    /// 3108: declared, but not served; sends nothing and never answers.
+    virtual void GetChannelUpDownPlatform(int, int, std::string, std::string, std::string, std::string, int,
+                                          std::string) = 0;
+
+    /// 3109, GET: may this channel start? Context: a `tagSRequestGetChannelCheckData` of the six arguments.
+    /// Payload: `SResponseGetChannelCheckData`.
+    virtual void GetChannelCheckData(int wtNumId, int xmNameId, std::string dxtm, std::string deviceId,
+                                     std::string chl, std::string purpose) = 0;
+
+    /// 3110, GET: is this cell barcode in common? Context: a `std::string`, `dxtm`. Payload:
+    /// `SResponseGetWhetherInCommon`.
+    virtual void GetWhetherInCommon(std::string dxtm) = 0;
+
+    /// 3111: declared, but not served; sends nothing and never answers.
+    virtual void GetCdlxFileListByDxtmList(std::string dxtmList) = 0;
+
+    /// 3112, POST: one battery test result. No answer is decoded.
+    virtual void PostUploadData(tagBatteryTestData& data) = 0;
+
+    /// 3113, POST: cycle data, a JSON text that is sent exactly as given. No answer is decoded.
+    virtual void ReportCycleData(std::string json) = 0;
+
+    /// 3113, POST: step data. It travels the same way as cycle data, to the same endpoint.
+    virtual void ReportStepData(std::string json) = 0;
+};
+
+/// Makes and ends the one client of the process.
+struct KTSHTTPAGENT_API SDKFactory {
+    /// The client; the first call makes it and starts the transport. Safe from several threads.
+    static IVelClientSDk* GetInstance();
+
+    /// Ends a client; null is allowed. Only at shut-down: `GetInstance` goes on returning the ended client,
+    /// which must not be used any more.
+    static void DestoryInstance(IVelClientSDk* p);
+};
+
+} // namespace VelCSDK

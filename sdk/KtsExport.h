@@ -1,0 +1,12 @@
+#pragma once
+
+/// Marks what the shared library ktshttpagent offers to its hosts; everything else stays hidden in it.
+#if defined(_WIN32)
+#if defined(KTSHTTPAGENT_BUILD)
+#define KTSHTTPAGENT_API __declspec(dllexport)
+#else
+#define KTSHTTPAGENT_API __declspec(dllimport)
+#endif
+#else
+#define KTSHTTPAGENT_API __attribute__((visibility("default")))
+#endif

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <string>
+
+// The records that a host hands in with a request. Their field order is their memory layout, which hosts
+// share with the library: fields are only ever added at the end of a record, with a new library version.
+// All texts are UTF-8.
+
+/// What a channel-check query asks about (request 3109). Every field is sent under its own name, unchanged.
+struct tagSRequestGetChannelCheckData {
+    int wtNumId = 0;      ///< work number
+    int xmNameId = 0;     ///< project name
+    std::string dxtm;     ///< cell barcode
+    std::string deviceId; ///< test device
+    std::string chl;      ///< channel, as the device counts it
+    std::string purpose;  ///< what the channel is to be started for
+};
+
+namespace KTSStartPlugin
+{
+
+/// One line of a channel's status log (request 3101). A field is sent under its own name; where the value on
+/// the wire differs from the field, the field says so. The local machine's host name is added by the library.
+struct tagRepoChlStatusInfo {
+    std::string PEXAVer;
+    std::string action;
+    std::string action_desc;
+    std::string backup_dir;
+    std::string
+        box; ///< a decimal number; sent as an integer. Any other text fails the report before it leaves.
+    std::string cMax;
+    std::string chl; ///< a decimal number counted from 0; sent as text, counted from 1. Else as with `box`.
+    unsigned int chlType = 0;
+    std::string com;
+    double current = 0.0;
+    unsigned int cycle = 0; ///< counted from 0; sent counted from 1
+    std::string deviceId;
+    double disch_capacity = 0.0;
+    double disch_retention = 0.0;
+    std::string dxtm;
+    std::string errorParam;
+    std::string errorTime;
+    std::string spare; ///< carried for the host; never sent
+    unsigned int reason = 0;
+    std::string reason_desc;
+    std::string retentionUnder;
+    std::string stepStatus;
+    std::string step_state;
+    std::string stopTime;
+    std::string ver;
+    double voltage = 0.0;
+    unsigned int wtNumId = 0;
+    unsigned int xmNameId = 0;
+    std::string dczt;
+    std::string deviceModelType;
+    std::string deviceRange;
+};
+
+/// The state of one incubator (request 3102).
+struct tagRepoIncubatorStatus {
+    std::string name;
+    bool status = false;      ///< true: idle, sent as "idle"; false: sent as "busy"
+    float temperature = 0.0F; ///< sent as a number, widened to double
+};
+
+} // namespace KTSStartPlugin
+
+/// One battery test result (request 3112). Every field is sent under its own name, as text.
+struct tagBatteryTestData {
+    std::string siteNo;
+    std::string batchNo;
+    std::string resourceNo;
+    std::string chargingCapacity;
+    std::string dischargeCapacity;
+    std::string voltage;
+    std::string uploadTime;
+};

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// What the decoders make of the server's replies. All texts are UTF-8 as received, cut at their first NUL
+// byte. A member that the reply lacks, or holds as another JSON type, leaves its field at the default.
+//
+// `bSuccess` is true exactly when the reply's member "success" was the JSON literal true.
+
+/// What the response callback gets with every decoded reply. Header and payload live only during that call.
+struct SResponseHeader {
+    std::string strExtra1;       ///< never written
+    std::string strExtra2;       ///< never written
+    int nCode = 0;               ///< 0 success, -1 failure; for user information the server's "code"
+    const void* pData = nullptr; ///< the request's payload record; not set for acknowledgements
+    std::string strMessage;      ///< "description" of a user-information reply; else empty
+};
+
+/// User information (request 3100); read only when the reply's code is 0.
+struct USER_INFO {
+    int id = 0;         ///< member "id"
+    std::string title;  ///< member "title"
+    std::string author; ///< member "author"
+};
+
+/// Whether a version is supported (request 3104).
+struct SSupportVer {
+    std::string com;        ///< member "com"
+    std::string ver;        ///< member "ver"
+    bool bSupport = false;  ///< member "success" was the literal true
+    std::string strVersion; ///< the text that the query asked about
+};
+
+/// A pair of number and name, as the project list names things.
+struct SIdName {
+    std::string id;   ///< member "id", an integer, as decimal text
+    std::string name; ///< member "name"
+};
+
+/// One test project.
+struct SProjectItem {
+    std::string xh;     ///< member "xh"
+    SIdName wtdh;       ///< member "委托单号", the work order
+    SIdName csType;     ///< member "测试类型", the test type
+    SIdName xmClassify; ///< member "项目分类", the project class
+    SIdName xmName;     ///< member "项目名称", the project name
+};
+
+/// Test projects (request 3103).
+struct SResponseGetProject {
+    bool bSuccess = false;
+    std::string strUserText;              ///< the second text of the query (its `t`)
+    std::vector<SProjectItem> lstProject; ///< one item for each element of "实验项目", in its order
+};
+
+/// One battery with the states that it may be in.
+struct SBatteryItem {
+    int id = 0;                 ///< member "id"
+    std::string name;           ///< member "name"
+    std::vector<int> lstStatus; ///< "id" of each element of "电池状态" that has an integer one
+};
+
+/// Battery states (request 3105).
+struct SResponseGetBatteryStatus {
+    bool bSuccess = false;
+    std::vector<SBatteryItem> lstBattery; ///< one item for each element of "全部电池状态", in its order
+};
+
+/// The data that an export file of a cell is filled with (request 3106); every text is the member of the
+/// same name in the object "result".
+struct SResponseGetAutoExport {
+    bool bSuccess = false;
+    std::string strAnodeMaterial;
+    std::string strBatchNumber;
+    std::string strContainerNumber;
+    std::string strCustomer;
+    std::string strDiaphragm;
+    std::string strElectrolyte;
+    std::string strNegativeMaterial;
+    std::string strOrderNO;
+    std::string strPlace;
+    std::string strProjectClassify;
+    std::string strShareOrder;
+    std::string strShareSample;
+    std::string strSystemCapacity;
+    std::string strTestClassify;
+    std::string strTestProject;
+    std::string strTestPurpose;
+    std::string strTestReporter;
+    std::string strTestType;
+    std::string strThickRat;
+    std::string strType;
+};
+
+/// Where test files are kept on the FTP server (request 3107); both fields come from the object "result".
+struct SResponseGetFtpFilePath {
+    bool bSuccess = false;
+    bool bPermit = false;       ///< member "permit"
+    std::string strFtpFilePath; ///< member "ftpFilePath"
+};
+
+/// Whether a channel may start (request 3109).
+struct SResponseGetChannelCheckData {
+    bool bSuccess = false;
+    std::string strMessage;   ///< member "message"
+    std::string strAllowBoot; ///< member "allowBoot" of the object "result", a text such as "yes"
+    std::string strReason;    ///< member "reason" of the object "result"
+};
+
+/// Whether a cell barcode is in common (request 3110).
+struct SResponseGetWhetherInCommon {
+    bool bSuccess = false;
+    std::string strMessage; ///< member "message"
+    bool bCommon = false;   ///< member "common" was the literal true
+};

@@ -1,0 +1,101 @@
+#include "VelClientSDk.h"
+
+#include "CDataResponse.h"
+#include "RequestCatalogue.h"
+
+#include "platform/chttpclient/chttpclient.h"
+
+#include <json/writer.h>
+
+#include <utility>
+
+namespace VelCSDK
+{
+
+IVelClientSDk::~IVelClientSDk() = default;
+
+VelClientSDk::VelClientSDk()
+{
+    CHttpClientInit();
+    CDataResponse::Instance();
+}
+
+// The transport ends first: what it still delivers on its way out is decoded by decoders that are there.
+VelClientSDk::~VelClientSDk()
+{
+    CHttpClientUnInit();
+    CDataResponse::ReleaseInstance();
+}
+
+void VelClientSDk::Init()
+{
+    m_pSource.reset();
+    m_pAux.reset();
+    m_pSource = std::make_unique<CSource>();
+    m_pAux = std::make_unique<SDKFactory>();
+}
+
+void VelClientSDk::SetServerAddr(std::string host, int port)
+{
+    SetServerUrl("http://" + host + ":" + std::to_string(port) + "/");
+}
+
+void VelClientSDk::SetServerUrl(std::string url)
+{
+    m_strBaseUrl = std::move(url);
+    CDataResponse::Instance()->SetBaseUrl(m_strBaseUrl);
+}
+
+void VelClientSDk::SetResponseCallBack(ResponseCallBack fn)
+{
+    m_fnResponse = std::move(fn);
+}
+
+void VelClientSDk::Reserved() {}
+
+void VelClientSDk::SetUrlMap(std::map<int, std::string> map)
+{
+    m_mapUrl = std::move(map);
+}
+
+std::string VelClientSDk::GetUrl(int id)
+{
+    const auto found = m_mapUrl.find(id);
+    return found != m_mapUrl.end() && !found->second.empty() ? found->second : DefaultEndpointPath(id);
+}
+
+ResponseCallBack VelClientSDk::GetResponseCallBack(const std::string& /*key*/) const
+{
+    return m_fnResponse;
+}
+
+std::string VelClientSDk::RequestUrl(int nType)
+{
+    return m_strBaseUrl + GetUrl(nType);
+}
+
+void VelClientSDk::HandToTransport(int nType, const std::string& strUrl, const std::string& strBody,
+                                   void* pUserData)
+{
+    const SRequestForm& form = *FindRequestForm(nType);
+    const std::string strHeader = form.szHeader;
+    CHttpClientSendRequest(nType, strUrl, strBody, pUserData, form.bPost, !strHeader.empty(), strHeader);
+}
+
+std::string WriteJson(const Json::Value& value)
+{
+    return Json::FastWriter().write(value);
+}
+
+IVelClientSDk* SDKFactory::GetInstance()
+{
+    static IVelClientSDk* const pClient = new VelClientSDk;
+    return pClient;
+}
+
+void SDKFactory::DestoryInstance(IVelClientSDk* p)
+{
+    delete p;
+}
+
+} // namespace VelCSDK
