@@ -1,0 +1,137 @@
+#include "labserver/LabConnection.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+/// For the next bytes of a request that has begun, or of a reply that the client is slow to take.
+constexpr milliseconds kPatience{5000};
+/// The same once the server is to stop: enough for what is on its way, too little to hold the stop up.
+constexpr milliseconds kPatienceAtStop{200};
+constexpr size_t kReadSize = 16384;
+
+} // namespace
+
+LabConnection::LabConnection(int nSocket, const StopSignal& stop) : m_nSocket(nSocket), m_stop(stop) {}
+
+LabConnection::~LabConnection()
+{
+    if (IsReset()) {
+        // Closing with a linger time of zero sends a reset.
+        const linger atOnce{1, 0};
+        setsockopt(m_nSocket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    }
+    close(m_nSocket);
+}
+
+bool LabConnection::WaitForRequest()
+{
+    return m_nInRead < m_vecIn.size() || PollSocketOrStop(kIdle);
+}
+
+bool LabConnection::FinishReply()
+{
+    if (IsReset())
+        return false;
+    if (m_eEnd == End::Truncated) {
+        const size_t nHead = m_strOut.find("\r\n\r\n") + 4;
+        m_strOut.resize(nHead + (m_strOut.size() - nHead) / 2);
+    }
+    const bool bSent = Flush();
+    if (m_eEnd == End::BodyUnread)
+        ReadAway();
+    return bSent && m_eEnd == End::Kept;
+}
+
+bool LabConnection::is_readable() const
+{
+    return m_nInRead < m_vecIn.size() || PollSocketOrStop(kPatience);
+}
+
+bool LabConnection::is_writable() const
+{
+    return true;
+}
+
+ssize_t LabConnection::read(char* pBytes, size_t nSize)
+{
+    if (m_nInRead == m_vecIn.size() && !Fill())
+        return -1;
+    const size_t nTaken = std::min(nSize, m_vecIn.size() - m_nInRead);
+    std::copy_n(m_vecIn.data() + m_nInRead, nTaken, pBytes);
+    m_nInRead += nTaken;
+    return static_cast<ssize_t>(nTaken);
+}
+
+ssize_t LabConnection::write(const char* pBytes, size_t nSize)
+{
+    m_strOut.append(pBytes, nSize);
+    return static_cast<ssize_t>(nSize);
+}
+
+// Nothing in this server asks who is at the other end.
+void LabConnection::get_remote_ip_and_port(std::string&, int&) const {}
+void LabConnection::get_local_ip_and_port(std::string&, int&) const {}
+
+bool LabConnection::PollSocket(short nEvents, milliseconds patience) const
+{
+    pollfd socketEvents{m_nSocket, nEvents, 0};
+    return poll(&socketEvents, 1, static_cast<int>(patience.count())) > 0;
+}
+
+bool LabConnection::PollSocketOrStop(milliseconds patience) const
+{
+    pollfd events[] = {{m_nSocket, POLLIN, 0}, {m_stop.Descriptor(), POLLIN, 0}};
+    poll(events, std::size(events), static_cast<int>(patience.count()));
+    return events[0].revents != 0;
+}
+
+/// Gets the next bytes of a request under way.
+bool LabConnection::Fill()
+{
+    // A client that sent "Expect: 100-continue" waits for what is written so far.
+    if (!Flush())
+        return false;
+    const bool bReady = PollSocketOrStop(kPatience) ||
+                        (m_stop.WaitFor(milliseconds(0)) && PollSocket(POLLIN, kPatienceAtStop));
+    m_vecIn.resize(kReadSize);
+    const ssize_t nGot = bReady ? recv(m_nSocket, m_vecIn.data(), m_vecIn.size(), 0) : 0;
+    m_vecIn.resize(static_cast<size_t>(std::max<ssize_t>(nGot, 0)));
+    m_nInRead = 0;
+    return !m_vecIn.empty();
+}
+
+bool LabConnection::Flush()
+{
+    size_t nSent = 0;
+    while (nSent < m_strOut.size()) {
+        const ssize_t nDone =
+            send(m_nSocket, m_strOut.data() + nSent, m_strOut.size() - nSent, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (nDone > 0)
+            nSent += static_cast<size_t>(nDone);
+        else if (errno != EAGAIN ||
+                 !PollSocket(POLLOUT, m_stop.WaitFor(milliseconds(0)) ? kPatienceAtStop : kPatience))
+            break;
+    }
+    const bool bAll = nSent == m_strOut.size();
+    m_strOut.clear();
+    return bAll;
+}
+
+void LabConnection::ReadAway()
+{
+    shutdown(m_nSocket, SHUT_WR);
+    const auto end = std::chrono::steady_clock::now() + kPatienceAtStop;
+    m_vecIn.resize(kReadSize);
+    while (PollSocket(POLLIN, kPatienceAtStop) &&
+           recv(m_nSocket, m_vecIn.data(), m_vecIn.size(), MSG_DONTWAIT) > 0 &&
+           std::chrono::steady_clock::now() < end) {
+    }
+}

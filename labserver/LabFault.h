@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+/// What a scripted fault does to a request. Every kind may be preceded by a delay.
+enum class LabFaultKind {
+    Delay,    ///< nothing more: the request is handled as usual after the delay
+    Reply,    ///< answered with the fault's status and body, without being handled
+    Truncate, ///< handled, but half of the reply's body is kept back and the connection closed
+    Reset,    ///< not handled, and the connection is reset instead of a reply
+};
+
+/// One scripted fault, for the next requests to one path.
+struct LabFault {
+    /// Request path, with or without a leading "/"; also meant are the paths below it ("posts": "posts/7").
+    std::string strPath;
+    int nCount = 1; ///< how many requests it hits
+    LabFaultKind eKind = LabFaultKind::Delay;
+    int nDelayMs = 0;    ///< milliseconds; stopping the server cuts it short
+    int nStatus = 200;   ///< HTTP status of a Reply
+    std::string strBody; ///< body of a Reply, sent as it stands
+    std::string strContentType = "application/json; charset=utf-8"; ///< of a Reply
+};

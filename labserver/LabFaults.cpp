@@ -1,0 +1,143 @@
+#include "labserver/LabFaults.h"
+
+#include "labserver/LabJson.h"
+#include "labserver/LabTable.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr int kMaxCount = 1'000'000;
+constexpr int kMaxDelayMs = 600'000;
+
+constexpr LabField kPath{"path", LabType::Text};
+constexpr LabField aOptional[] = {
+    {"count", LabType::Integer}, {"delayMs", LabType::Integer},  {"status", LabType::Integer},
+    {"body", LabType::Text},     {"contentType", LabType::Text}, {"truncate", LabType::Flag},
+    {"reset", LabType::Flag},
+};
+
+/// An optional integer member within bounds.
+int BoundedMember(const Json::Value& value, const char* pszName, int nDefault, int nLowest, int nHighest)
+{
+    const Json::Int64 nValue = value.get(pszName, nDefault).asInt64();
+    if (nValue < nLowest || nValue > nHighest)
+        throw LabError(400, "The member \"" + std::string(pszName) + "\" is not within " +
+                                std::to_string(nLowest) + " to " + std::to_string(nHighest) + ".");
+    return static_cast<int>(nValue);
+}
+
+LabFaultKind KindOf(const Json::Value& value)
+{
+    const bool bReply = value.isMember("status") || value.isMember("body");
+    const bool bTruncate = value.get("truncate", false).asBool();
+    const bool bReset = value.get("reset", false).asBool();
+    if (bReply + bTruncate + bReset > 1)
+        throw LabError(400, "A fault is a reply (\"status\", \"body\"), \"truncate\" or \"reset\", not two.");
+    if (bReply)
+        return LabFaultKind::Reply;
+    if (bTruncate)
+        return LabFaultKind::Truncate;
+    if (bReset)
+        return LabFaultKind::Reset;
+    if (!value.isMember("delayMs"))
+        throw LabError(400, "The fault does nothing.");
+    return LabFaultKind::Delay;
+}
+
+std::string WithoutSlash(const std::string& strPath)
+{
+    return strPath.substr(strPath.compare(0, 1, "/") == 0 ? 1 : 0);
+}
+
+/// Whether a fault's path is a request's path or one above it.
+bool Covers(const std::string& strFaultPath, const std::string& strPath)
+{
+    return strPath.compare(0, strFaultPath.size(), strFaultPath) == 0 &&
+           (strPath.size() == strFaultPath.size() || strPath[strFaultPath.size()] == '/');
+}
+
+Json::Value JsonOf(const LabFault& fault)
+{
+    Json::Value value(Json::objectValue);
+    value["path"] = fault.strPath;
+    value["count"] = fault.nCount;
+    value["delayMs"] = fault.nDelayMs;
+    switch (fault.eKind) {
+    case LabFaultKind::Delay:
+        break;
+    case LabFaultKind::Reply:
+        value["status"] = fault.nStatus;
+        value["body"] = fault.strBody;
+        value["contentType"] = fault.strContentType;
+        break;
+    case LabFaultKind::Truncate:
+        value["truncate"] = true;
+        break;
+    case LabFaultKind::Reset:
+        value["reset"] = true;
+        break;
+    }
+    return value;
+}
+
+} // namespace
+
+void LabFaults::Add(LabFault fault)
+{
+    fault.strPath = WithoutSlash(fault.strPath);
+    const std::lock_guard lock(m_mutex);
+    if (fault.nCount > 0)
+        m_lstPending.push_back(std::move(fault));
+}
+
+void LabFaults::Clear()
+{
+    const std::lock_guard lock(m_mutex);
+    m_lstPending.clear();
+}
+
+std::optional<LabFault> LabFaults::Take(const std::string& strPath)
+{
+    const std::string strWanted = WithoutSlash(strPath);
+    const std::lock_guard lock(m_mutex);
+    const auto it = std::find_if(m_lstPending.begin(), m_lstPending.end(),
+                                 [&](const LabFault& fault) { return Covers(fault.strPath, strWanted); });
+    if (it == m_lstPending.end())
+        return std::nullopt;
+    const LabFault fault = *it;
+    if (--it->nCount == 0)
+        m_lstPending.erase(it);
+    return fault;
+}
+
+Json::Value LabFaults::ToJson() const
+{
+    const std::lock_guard lock(m_mutex);
+    Json::Value list(Json::arrayValue);
+    for (const LabFault& fault : m_lstPending)
+        list.append(JsonOf(fault));
+    return list;
+}
+
+LabFault FaultFromJson(const Json::Value& value)
+{
+    if (!value.isObject())
+        throw LabError(400, "The body is not a JSON object.");
+    RequireField(value, kPath);
+    for (const LabField& field : aOptional) {
+        if (value.isMember(field.pszName))
+            RequireField(value, field);
+    }
+    LabFault fault;
+    fault.strPath = value["path"].asString();
+    fault.nCount = BoundedMember(value, "count", 1, 1, kMaxCount);
+    fault.eKind = KindOf(value);
+    fault.nDelayMs = BoundedMember(value, "delayMs", 0, 0, kMaxDelayMs);
+    fault.nStatus = BoundedMember(value, "status", fault.nStatus, 200, 599);
+    fault.strBody =
+        value.get("body", WriteJson(ErrorEnvelope(fault.nStatus, "A scripted fault."))).asString();
+    fault.strContentType = value.get("contentType", fault.strContentType).asString();
+    return fault;
+}

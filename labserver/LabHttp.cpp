@@ -1,0 +1,250 @@
+#include "labserver/LabHttp.h"
+
+#include "labserver/LabJson.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <csignal>
+#include <cstring>
+#include <initializer_list>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <system_error>
+
+namespace
+{
+
+// httplib tells a handler nothing of the connection, but answers a request on the thread that serves it.
+thread_local LabConnection* t_pConnection = nullptr;
+thread_local std::string t_strPath;
+
+/// What httplib is told that every request's path is, see TakePath().
+constexpr const char* kOnlyPath = "/";
+
+/// A thread for every connection: a fixed number of threads would be used up by clients that keep idle
+/// connections, and leave the next client waiting.
+class ConnectionThreads : public httplib::TaskQueue
+{
+public:
+    void enqueue(std::function<void()> fnServe) override
+    {
+        std::unique_lock lock(m_mutex);
+        try {
+            std::thread([this, fnServe] { Run(fnServe); }).detach();
+            ++m_nRunning;
+        } catch (const std::system_error&) {
+            // No thread to be had: the listening one serves this client itself, then accepts the next.
+            lock.unlock();
+            fnServe();
+        }
+    }
+
+    void shutdown() override
+    {
+        std::unique_lock lock(m_mutex);
+        m_ended.wait(lock, [this] { return m_nRunning == 0; });
+    }
+
+private:
+    void Run(const std::function<void()>& fnServe)
+    {
+        fnServe();
+        const std::lock_guard lock(m_mutex);
+        --m_nRunning;
+        m_ended.notify_all();
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_ended;
+    int m_nRunning = 0;
+};
+
+/// Blocks every signal on this thread, and so on threads made meanwhile: signals are their host's affair.
+class SignalsBlocked
+{
+public:
+    SignalsBlocked()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_before);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t m_before{};
+};
+
+bool IsOneOf(const std::string& strMethod, std::initializer_list<const char*> lstMethods)
+{
+    return std::find(lstMethods.begin(), lstMethods.end(), strMethod) != lstMethods.end();
+}
+
+size_t AnnouncedBody(const httplib::Request& request)
+{
+    return request.get_header_value<uint64_t>("Content-Length");
+}
+
+/// The status that refuses a request before its body is read; 0 when the body may be read.
+int RefusalOf(const httplib::Request& request)
+{
+    // Of unknown length, a body could not be refused in time, or would last until the client leaves.
+    const bool bNeedsLength = IsOneOf(request.method, {"POST", "PUT", "PATCH"});
+    if (request.has_header("Transfer-Encoding") || (bNeedsLength && !request.has_header("Content-Length")))
+        return 411;
+    return AnnouncedBody(request) > LabHttp::kMaxBody ? 413 : 0;
+}
+
+/// Whether bytes may follow the header that httplib will not read.
+bool IsBodyUnread(const httplib::Request& request)
+{
+    const bool bRead = IsOneOf(request.method, {"POST", "PUT", "PATCH", "DELETE"});
+    return RefusalOf(request) != 0 || (AnnouncedBody(request) > 0 && !bRead);
+}
+
+/// httplib finds a handler by regular expressions, and matching one against a path of a few thousand
+/// characters takes megabytes of stack. So it gets one short path to match for all requests; we know better
+/// which is which.
+void TakePath(httplib::Request& request)
+{
+    t_strPath = std::move(request.path);
+    request.path = kOnlyPath;
+}
+
+/// Sets right what httplib would otherwise make of a request's header.
+void PrepareRequest(httplib::Request& request)
+{
+    if (IsBodyUnread(request)) {
+        t_pConnection->LeaveBodyUnread();
+        request.headers.erase("Connection");
+        request.set_header("Connection", "close");
+    }
+    TakePath(request);
+    // Bodies are JSON under any name: as a form one would be taken apart, and cut at 8 KB.
+    request.headers.erase("Content-Type");
+    // Neither are they unpacked, since a small one could unpack to gigabytes, nor are replies packed, so that
+    // what is recorded is what was sent.
+    request.headers.erase("Content-Encoding");
+    request.headers.erase("Accept-Encoding");
+}
+
+httplib::Server::HandlerResponse RefuseUnread(const httplib::Request& request, httplib::Response& response)
+{
+    const int nRefusal = RefusalOf(request);
+    if (nRefusal == 0)
+        return httplib::Server::HandlerResponse::Unhandled;
+    response.status = nRefusal;
+    return httplib::Server::HandlerResponse::Handled;
+}
+
+/// Gives a refusal that was made before any answer the body that all refusals have.
+void FillRefusal(const httplib::Request&, httplib::Response& response)
+{
+    static const std::map<int, std::string> mapWhy = {
+        {411, "A body needs a Content-Length."},
+        {413, "The body is larger than " + std::to_string(LabHttp::kMaxBody) + " bytes."},
+        {414, "The request target is too long."},
+    };
+    if (response.has_header("Content-Type"))
+        return;
+    const auto it = mapWhy.find(response.status);
+    const std::string strWhy = it != mapWhy.end() ? it->second : "The request can't be read.";
+    response.set_content(WriteJson(ErrorEnvelope(response.status, strWhy)), kJsonContentType);
+}
+
+} // namespace
+
+LabHttp::LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal)
+{
+    RestoreSigPipe();
+    const Handler fnHandle = [fnAnswer](const httplib::Request& request, httplib::Response& response) {
+        fnAnswer(t_strPath, request, response);
+    };
+    using AddHandler = Server& (Server::*)(const std::string&, Handler);
+    for (const AddHandler pfnMethod :
+         {AddHandler(&Server::Get), AddHandler(&Server::Post), AddHandler(&Server::Put),
+          AddHandler(&Server::Patch), AddHandler(&Server::Delete), AddHandler(&Server::Options)})
+        (this->*pfnMethod)(kOnlyPath, fnHandle);
+    set_pre_routing_handler(RefuseUnread);
+    set_error_handler(Handler(FillRefusal));
+    set_post_routing_handler(std::move(fnSeal));
+    set_tcp_nodelay(true);
+    set_payload_max_length(kMaxBody);
+    // What the replies' Keep-Alive header promises.
+    set_keep_alive_timeout(LabConnection::kIdle.count());
+    set_keep_alive_max_count(std::numeric_limits<int>::max());
+    // Not httplib's own choice, by which two servers of a user could listen on one port.
+    set_socket_options([](socket_t nSocket) {
+        const int nOn = 1;
+        setsockopt(nSocket, SOL_SOCKET, SO_REUSEADDR, &nOn, sizeof nOn);
+    });
+    new_task_queue = [] { return new ConnectionThreads; };
+}
+
+LabHttp::~LabHttp()
+{
+    Stop();
+}
+
+int LabHttp::Start(const std::string& strAddress, int nPort)
+{
+    const int nGot = Bind(strAddress, nPort);
+    // httplib allows five clients to wait for being accepted; a burst of more would wait a second each.
+    ::listen(svr_sock_, SOMAXCONN);
+    const SignalsBlocked blocked;
+    m_thread = std::thread([this] { listen_after_bind(); });
+    while (!is_running()) // stop() before it runs would be lost
+        std::this_thread::yield();
+    return nGot;
+}
+
+int LabHttp::Bind(const std::string& strAddress, int nPort)
+{
+    errno = 0;
+    const int nGot =
+        nPort == 0 ? bind_to_any_port(strAddress) : (bind_to_port(strAddress, nPort) ? nPort : -1);
+    if (nGot > 0)
+        return nGot;
+    const std::string strWhy = errno != 0 ? std::strerror(errno) : "no such address";
+    throw std::runtime_error("can't listen on " + strAddress + ":" + std::to_string(nPort) + ": " + strWhy);
+}
+
+void LabHttp::Stop()
+{
+    if (!m_thread.joinable())
+        return;
+    m_stop.Raise();
+    stop();
+    m_thread.join();
+}
+
+LabConnection& LabHttp::Current()
+{
+    return *t_pConnection;
+}
+
+bool LabHttp::process_and_close_socket(socket_t nSocket)
+{
+    LabConnection connection(nSocket, m_stop);
+    t_pConnection = &connection;
+    bool bKept = true;
+    while (bKept && connection.WaitForRequest()) {
+        const bool bLast = m_stop.WaitFor(std::chrono::milliseconds(0));
+        bool bClosed = false;
+        bool bUnderstood = false;
+        const bool bAnswered =
+            process_request(connection, bLast, bClosed, [&bUnderstood](httplib::Request& request) {
+                bUnderstood = true;
+                PrepareRequest(request);
+            });
+        bKept = connection.FinishReply() && bAnswered && bUnderstood && !bClosed && !bLast;
+    }
+    t_pConnection = nullptr;
+    return true;
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "labserver/LabConnection.h"
+#include "labserver/StopSignal.h"
+
+#include <csignal>
+#include <httplib.h>
+#include <string>
+#include <thread>
+
+/// Remembers what the process does on SIGPIPE. httplib's server sets that to nothing, although it is the
+/// host's affair, and needless here: no write of ours raises the signal.
+class SigPipeKept
+{
+protected:
+    SigPipeKept() { sigaction(SIGPIPE, nullptr, &m_before); }
+    void RestoreSigPipe() { sigaction(SIGPIPE, &m_before, nullptr); }
+
+private:
+    struct sigaction m_before = {};
+};
+
+/// The HTTP side of the lab server: listens, gives every connection a thread, and lets one function answer
+/// every request, whatever its method and path. Serves once: a server that was stopped is not started again.
+class LabHttp : private SigPipeKept, private httplib::Server
+{
+public:
+    /// The largest request body; a larger one is answered 413.
+    static constexpr size_t kMaxBody = 16 * 1024 * 1024;
+
+    /// Answers a request to a path, which is decoded and begins with "/". The request's own `path` says
+    /// nothing.
+    using AnswerFunction =
+        std::function<void(const std::string&, const httplib::Request&, httplib::Response&)>;
+
+    /// @param fnAnswer runs on many threads at a time
+    /// @param fnSeal sees every reply, those to malformed requests too, just before it leaves
+    LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal);
+    ~LabHttp() override; ///< stops it
+
+    /// Listens and serves on threads of its own; returns at once.
+    /// @param nPort 0 takes a free one
+    /// @return the port
+    /// @throws std::runtime_error when the address can't be had
+    int Start(const std::string& strAddress, int nPort);
+
+    /// Ends listening, waits until every request under way is answered and every connection closed.
+    void Stop();
+
+    /// The connection of the request being answered on this thread.
+    static LabConnection& Current();
+
+private:
+    bool process_and_close_socket(socket_t nSocket) override;
+    int Bind(const std::string& strAddress, int nPort);
+
+    StopSignal m_stop;
+    std::thread m_thread;
+};

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <json/json.h>
+#include <stdexcept>
+#include <string>
+
+/// The content type of every reply that no fault replaced.
+inline constexpr const char* kJsonContentType = "application/json; charset=utf-8";
+
+/// A request that can't be answered as wished: the HTTP status to answer with, and why in a sentence.
+class LabError : public std::runtime_error
+{
+public:
+    LabError(int nStatus, const std::string& strWhy) : std::runtime_error(strWhy), m_nStatus(nStatus) {}
+    int Status() const { return m_nStatus; }
+
+private:
+    int m_nStatus;
+};
+
+/// Parses one JSON text in UTF-8 whose root is an object or an array.
+/// @throws LabError (400) on anything else, also on a text nested too deep
+Json::Value ParseJson(const std::string& strText);
+
+/// The compact text of a value, in UTF-8.
+std::string WriteJson(const Json::Value& value);
+
+/// The body of every refusal.
+Json::Value ErrorEnvelope(int nStatus, const std::string& strWhy);

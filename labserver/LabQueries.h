@@ -1,0 +1,25 @@
+#pragma once
+
+#include "labserver/LabRoutes.h"
+
+// The answers to what clients ask. A parameter that is missing, or that should be a number and isn't, is
+// refused with 400; one that is empty is taken as it is.
+
+Json::Value AnswerUserInfo(LabContext& context, const LabRequest& request);   ///< tail: the user's id
+Json::Value AnswerSupportVer(LabContext& context, const LabRequest& request); ///< t
+Json::Value AnswerProjects(LabContext& context, const LabRequest& request);   ///< dxtm (a comma list), t
+Json::Value AnswerBattStatus(LabContext& context, const LabRequest& request); ///< t
+Json::Value AnswerAutoExport(LabContext& context, const LabRequest& request); ///< bjtzser, csxmser, dxtm
+/// bjtzser, csxmser, supplier, batteryStatus
+Json::Value AnswerFtpFilePath(LabContext& context, const LabRequest& request);
+/// wtNumId and xmNameId (integers), dxtm, deviceId, chl, purpose
+Json::Value AnswerChannelCheckData(LabContext& context, const LabRequest& request);
+Json::Value AnswerWhetherInCommon(LabContext& context, const LabRequest& request); ///< dxtm
+
+/// A text parameter of the request's query. @throws LabError (400) when it is missing
+std::string QueryText(const LabRequest& request, const std::string& strName);
+
+/// An integer, written in decimal and without anything else.
+/// @param strName what it is, for the refusal
+/// @throws LabError (400)
+Json::Int64 IntegerOf(const std::string& strText, const std::string& strName);

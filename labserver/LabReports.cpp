@@ -1,0 +1,141 @@
+#include "labserver/LabReports.h"
+
+#include "labserver/LabJson.h"
+#include "labserver/LabQueries.h"
+#include "labserver/LabTables.h"
+
+#include <algorithm>
+
+namespace
+{
+
+struct LabReportKind {
+    std::string strName;
+    const LabTable& table;
+    const LabTable* pElements = nullptr; ///< where the elements of a list stand; null: the row is the report
+    const char* pszQueryField = nullptr; ///< the field that comes in the query, not in the body
+};
+
+const LabReportKind& KindOf(const std::string& strName)
+{
+    static const LabReportKind aKinds[] = {
+        {"channel-status", labtables::ChannelStatus, nullptr, "t"},
+        {"incubator-status", labtables::IncubatorStatus},
+        {"battery-data", labtables::BatteryData},
+        {"cycle-data", labtables::CycleData, &labtables::CycleElements},
+        {"step-data", labtables::StepData, &labtables::StepElements},
+        {"orn-step-data", labtables::OrnStepData, &labtables::OrnStepElements},
+    };
+    const auto* const pKind =
+        std::find_if(std::begin(aKinds), std::end(aKinds),
+                     [&](const LabReportKind& kind) { return kind.strName == strName; });
+    if (pKind == std::end(aKinds))
+        throw LabError(404, "There is no such kind of report.");
+    return *pKind;
+}
+
+/// The text of a parsed value as it stood in the body.
+std::string TextOf(const Json::Value& value, const std::string& strBody)
+{
+    const auto nStart = static_cast<size_t>(value.getOffsetStart());
+    return strBody.substr(nStart, static_cast<size_t>(value.getOffsetLimit()) - nStart);
+}
+
+std::int64_t StoreRow(LabStore& store, const LabReportKind& kind, const LabRequest& request)
+{
+    Json::Value report = ParseJson(request.http.body);
+    if (kind.pszQueryField != nullptr && report.isObject())
+        report[kind.pszQueryField] = QueryText(request, kind.pszQueryField);
+    RequireRow(report, kind.table);
+    LabTransaction transaction(store);
+    const std::int64_t nId = transaction.Insert(kind.table, report);
+    transaction.Commit();
+    return nId;
+}
+
+/// A body that is no array counts as its own only element.
+std::int64_t StoreList(LabStore& store, const LabReportKind& kind, const LabRequest& request)
+{
+    const std::string& strBody = request.http.body;
+    const Json::Value body = ParseJson(strBody);
+    Json::Value report(Json::objectValue);
+    report["isArray"] = body.isArray();
+    LabTransaction transaction(store);
+    const std::int64_t nId = transaction.Insert(kind.table, report);
+    Json::Value row(Json::objectValue);
+    row["report"] = Json::Int64{nId};
+    const Json::ArrayIndex nElements = body.isArray() ? body.size() : 1;
+    for (Json::ArrayIndex nElement = 0; nElement < nElements; ++nElement) {
+        row["position"] = nElement;
+        row["element"] = TextOf(body.isArray() ? body[nElement] : body, strBody);
+        transaction.Insert(*kind.pElements, row);
+    }
+    transaction.Commit();
+    return nId;
+}
+
+/// One acknowledgement for all that clients judge one by: "success"; "code" and "message"; or "msg".
+Json::Value Acknowledgement(std::int64_t nId)
+{
+    Json::Value reply(Json::objectValue);
+    reply["success"] = true;
+    reply["code"] = "success";
+    reply["message"] = "stored";
+    reply["msg"] = "stored";
+    reply["id"] = Json::Int64{nId};
+    return reply;
+}
+
+Json::Value ReportOf(LabStore& store, const LabReportKind& kind, const LabRow& row)
+{
+    if (kind.pElements == nullptr)
+        return row.members;
+    Json::Value list(Json::arrayValue);
+    for (const LabRow& element :
+         store.Select(*kind.pElements, R"(WHERE "report" = ? ORDER BY "position")", {Json::Int64{row.nId}}))
+        list.append(ParseJson('[' + element.members["element"].asString() + ']')[0]);
+    return row.members["isArray"].asBool() ? list : list[0];
+}
+
+/// An optional parameter that may not be negative.
+Json::Int64 CountOf(const LabRequest& request, const char* pszName, Json::Int64 nDefault)
+{
+    if (!request.http.has_param(pszName))
+        return nDefault;
+    const Json::Int64 nValue = IntegerOf(QueryText(request, pszName), pszName);
+    if (nValue < 0)
+        throw LabError(400, std::string("\"") + pszName + "\" is negative.");
+    return nValue;
+}
+
+} // namespace
+
+LabHandler ReportHandler(const char* pszKind)
+{
+    const LabReportKind& kind = KindOf(pszKind);
+    return [&kind](LabContext& context, const LabRequest& request) {
+        const auto pfnStore = kind.pElements == nullptr ? StoreRow : StoreList;
+        return Acknowledgement(pfnStore(context.store, kind, request));
+    };
+}
+
+Json::Value ListReports(LabContext& context, const LabRequest& request)
+{
+    constexpr Json::Int64 nAll = -1; // what SQLite takes for no limit
+    const LabReportKind& kind = KindOf(request.strTail);
+    const Json::Int64 nAfter = CountOf(request, "after", 0);
+    const Json::Int64 nLimit = CountOf(request, "limit", nAll);
+    Json::Value reports(Json::arrayValue);
+    for (const LabRow& row :
+         context.store.Select(kind.table, "WHERE row_id > ? ORDER BY row_id LIMIT ?", {nAfter, nLimit})) {
+        Json::Value report(Json::objectValue);
+        report["id"] = Json::Int64{row.nId};
+        report["receivedAt"] = row.strReceivedAt;
+        report["report"] = ReportOf(context.store, kind, row);
+        reports.append(report);
+    }
+    Json::Value reply(Json::objectValue);
+    reply["count"] = Json::Int64{context.store.Count(kind.table)};
+    reply["reports"] = reports;
+    return reply;
+}

@@ -1,0 +1,97 @@
+#include "labserver/LabRoutes.h"
+
+#include "labserver/LabJson.h"
+#include "labserver/LabOperator.h"
+#include "labserver/LabQueries.h"
+#include "labserver/LabReports.h"
+#include "labserver/LabTables.h"
+
+namespace
+{
+
+struct LabRoute {
+    std::string strMethod;
+    std::string strPath; ///< one that ends in "/" stands for every path with one more segment
+    LabHandler fnAnswer;
+};
+
+const std::vector<LabRoute>& Routes()
+{
+    static const std::vector<LabRoute> vecRoutes = {
+        {"GET", "/posts/", AnswerUserInfo},
+        {"GET", "/vomd/system/GetSupportVer.action", AnswerSupportVer},
+        {"GET", "/vomd/system/GetSyxm.action", AnswerProjects},
+        {"GET", "/vomd/system/GetDxzt.action", AnswerBattStatus},
+        {"GET", "/vomd/system/autoExport.action", AnswerAutoExport},
+        {"GET", "/vomd/system/xmmb/getFtpFilePath.action", AnswerFtpFilePath},
+        {"GET", "/vomd/system/channelCheckData.action", AnswerChannelCheckData},
+        {"GET", "/vomd/system/whetherInCommon.action", AnswerWhetherInCommon},
+        {"POST", "/vomd/system/addstatuslog.action", ReportHandler("channel-status")},
+        {"POST", "/vomd/system/incubatorStatus.action", ReportHandler("incubator-status")},
+        {"POST", "/dev-api/connector/DataCollectionController_KR_KR/saveData", ReportHandler("battery-data")},
+        {"POST", "/open/test-cabinet/add/kostrel/cycle", ReportHandler("cycle-data")},
+        {"POST", "/open/test-cabinet/add/kostrel/step", ReportHandler("step-data")},
+        {"POST", "/core/api/public/orn/qm/autoWriteInspection", ReportHandler("orn-step-data")},
+        {"GET", "/lab/reports/", ListReports},
+        {"GET", "/lab/channel-rules", ListHandler(labtables::ChannelRules)},
+        {"POST", "/lab/channel-rules", AddHandler(labtables::ChannelRules)},
+        {"GET", "/lab/shared-barcodes", ListHandler(labtables::SharedBarcodes)},
+        {"POST", "/lab/shared-barcodes", AddHandler(labtables::SharedBarcodes)},
+        {"GET", "/lab/supported-versions", ListHandler(labtables::SupportedVersions)},
+        {"POST", "/lab/supported-versions", AddHandler(labtables::SupportedVersions)},
+        {"GET", "/lab/faults", ListFaults},
+        {"POST", "/lab/faults", AddFault},
+        {"DELETE", "/lab/faults", ClearFaults},
+    };
+    return vecRoutes;
+}
+
+/// Whether a route serves a path, and what the path has beyond the route's.
+bool Serves(const LabRoute& route, const std::string& strPath, std::string& strTail)
+{
+    if (route.strPath.back() != '/')
+        return strPath == route.strPath;
+    if (strPath.compare(0, route.strPath.size(), route.strPath) != 0)
+        return false;
+    strTail = strPath.substr(route.strPath.size());
+    return !strTail.empty() && strTail.find('/') == std::string::npos;
+}
+
+Json::Value Answer(LabContext& context, const std::string& strPath, const httplib::Request& request,
+                   httplib::Response& response)
+{
+    const std::string strMethod = request.method == "HEAD" ? "GET" : request.method;
+    std::string strAllowed;
+    for (const LabRoute& route : Routes()) {
+        std::string strTail;
+        if (!Serves(route, strPath, strTail))
+            continue;
+        if (route.strMethod == strMethod)
+            return route.fnAnswer(context, {request, strTail});
+        strAllowed += (strAllowed.empty() ? "" : ", ") + route.strMethod;
+    }
+    if (strAllowed.empty())
+        throw LabError(404, "There is nothing at this path.");
+    response.set_header("Allow", strAllowed);
+    throw LabError(405, "This path takes " + strAllowed + " only.");
+}
+
+void Refuse(httplib::Response& response, int nStatus, const std::string& strWhy)
+{
+    response.status = nStatus;
+    response.set_content(WriteJson(ErrorEnvelope(nStatus, strWhy)), kJsonContentType);
+}
+
+} // namespace
+
+void AnswerRequest(LabContext& context, const std::string& strPath, const httplib::Request& request,
+                   httplib::Response& response)
+{
+    try {
+        response.set_content(WriteJson(Answer(context, strPath, request, response)), kJsonContentType);
+    } catch (const LabError& error) {
+        Refuse(response, error.Status(), error.what());
+    } catch (const std::exception& error) {
+        Refuse(response, 500, std::string("The request could not be served: ") + error.what());
+    }
+}

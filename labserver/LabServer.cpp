@@ -1,0 +1,175 @@
+#include "labserver/LabServer.h"
+
+#include "labserver/LabFaults.h"
+#include "labserver/LabHttp.h"
+#include "labserver/LabJson.h"
+#include "labserver/LabRoutes.h"
+#include "labserver/LabStore.h"
+
+#include <atomic>
+#include <deque>
+#include <mutex>
+#include <stdexcept>
+
+namespace
+{
+
+constexpr size_t kMaxExchanges = 10'000;
+constexpr size_t kMaxExchangeBytes = 64 * 1024 * 1024;
+
+size_t BytesOf(const LabExchange& exchange)
+{
+    return exchange.strTarget.size() + exchange.strBody.size() + exchange.strReply.size();
+}
+
+/// The latest exchanges. For any number of threads.
+class ExchangeLog
+{
+public:
+    void Add(LabExchange exchange)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_nBytes += BytesOf(exchange);
+        m_lstExchanges.push_back(std::move(exchange));
+        while (m_lstExchanges.size() > kMaxExchanges || m_nBytes > kMaxExchangeBytes) {
+            m_nBytes -= BytesOf(m_lstExchanges.front());
+            m_lstExchanges.pop_front();
+        }
+    }
+
+    std::vector<LabExchange> All() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return {m_lstExchanges.begin(), m_lstExchanges.end()};
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::deque<LabExchange> m_lstExchanges;
+    size_t m_nBytes = 0;
+};
+
+std::unique_ptr<LabStore> OpenStore(const std::string& strFile)
+{
+    try {
+        return std::make_unique<LabStore>(strFile);
+    } catch (const std::exception& error) {
+        throw std::runtime_error("can't open data file " + strFile + ": " + error.what());
+    }
+}
+
+/// The operator's own paths are spared, or a fault could keep faults from being cleared.
+bool MayFail(const std::string& strPath)
+{
+    return strPath.rfind("/lab/", 0) != 0;
+}
+
+} // namespace
+
+class LabServer::Impl
+{
+public:
+    explicit Impl(LabServerOptions options) : m_options(std::move(options)) {}
+
+    int Start();
+    void Stop() { m_pHttp.reset(); }
+    int Port() const { return m_nPort; }
+    std::vector<LabExchange> Exchanges() const { return m_exchanges.All(); }
+    void AddFault(LabFault fault) { m_faults.Add(std::move(fault)); }
+
+private:
+    void Answer(const std::string& strPath, const httplib::Request& request, httplib::Response& response);
+    void Fail(const LabFault& fault, const std::function<void()>& fnHandle, httplib::Response& response);
+    void Record(const httplib::Request& request, const httplib::Response& response);
+
+    const LabServerOptions m_options;
+    std::atomic<int> m_nPort{0};
+    ExchangeLog m_exchanges;
+    LabFaults m_faults;
+    std::unique_ptr<LabStore> m_pStore;
+    std::unique_ptr<LabHttp> m_pHttp; ///< last, so that nothing is served once the others go
+};
+
+int LabServer::Impl::Start()
+{
+    if (m_pHttp)
+        throw std::runtime_error("the server runs already");
+    if (!m_pStore)
+        m_pStore = OpenStore(m_options.strDataFile);
+    auto pHttp = std::make_unique<LabHttp>(
+        [this](const std::string& strPath, const httplib::Request& request, httplib::Response& response) {
+            Answer(strPath, request, response);
+        },
+        [this](const httplib::Request& request, httplib::Response& response) { Record(request, response); });
+    m_nPort = pHttp->Start(m_options.strAddress, m_options.nPort);
+    m_pHttp = std::move(pHttp);
+    return m_nPort;
+}
+
+void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request& request,
+                             httplib::Response& response)
+{
+    const auto fnHandle = [&] {
+        LabContext context{*m_pStore, m_faults};
+        AnswerRequest(context, strPath, request, response);
+    };
+    const auto fault = MayFail(strPath) ? m_faults.Take(strPath) : std::nullopt;
+    if (fault)
+        Fail(*fault, fnHandle, response);
+    else
+        fnHandle();
+}
+
+/// @param fnHandle handles the request as if there were no fault
+void LabServer::Impl::Fail(const LabFault& fault, const std::function<void()>& fnHandle,
+                           httplib::Response& response)
+{
+    LabHttp::Current().Pause(std::chrono::milliseconds(fault.nDelayMs));
+    switch (fault.eKind) {
+    case LabFaultKind::Delay:
+        fnHandle();
+        break;
+    case LabFaultKind::Reply:
+        response.status = fault.nStatus;
+        response.set_content(fault.strBody, fault.strContentType);
+        break;
+    case LabFaultKind::Truncate:
+        LabHttp::Current().TruncateReply();
+        fnHandle();
+        break;
+    case LabFaultKind::Reset:
+        LabHttp::Current().ResetReply();
+        break;
+    }
+}
+
+void LabServer::Impl::Record(const httplib::Request& request, const httplib::Response& response)
+{
+    const bool bReset = LabHttp::Current().IsReset();
+    m_exchanges.Add({request.method, request.target, request.body, bReset ? 0 : response.status,
+                     bReset ? std::string() : response.body});
+}
+
+LabServer::LabServer(LabServerOptions options) : m_pImpl(std::make_unique<Impl>(std::move(options))) {}
+LabServer::~LabServer() = default;
+
+int LabServer::Start()
+{
+    return m_pImpl->Start();
+}
+void LabServer::Stop()
+{
+    m_pImpl->Stop();
+}
+int LabServer::Port() const
+{
+    return m_pImpl->Port();
+}
+std::vector<LabExchange> LabServer::Exchanges() const
+{
+    return m_pImpl->Exchanges();
+}
+void LabServer::AddFault(LabFault fault)
+{
+    m_pImpl->AddFault(std::move(fault));
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "labserver/LabFault.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Where a lab server listens and what it keeps.
+struct LabServerOptions {
+    std::string strAddress = "127.0.0.1";
+    int nPort = 0;           ///< 0 takes a free port
+    std::string strDataFile; ///< SQLite file; empty keeps everything in memory
+};
+
+/// One request as it arrived and what it was answered.
+struct LabExchange {
+    std::string strMethod;
+    std::string strTarget; ///< request target as it stood on the wire, query included
+    std::string strBody;
+    int nStatus = 0;      ///< 0 when the connection was reset instead
+    std::string strReply; ///< the whole body, also when a fault kept half of it back
+};
+
+/// A stand-in laboratory server: answers and stores like a real one. Serves on threads of its own, on which
+/// every signal is blocked. Its operations may be called from any thread, Start and Stop from one at a time.
+class LabServer
+{
+public:
+    explicit LabServer(LabServerOptions options = {});
+    ~LabServer(); ///< stops it
+    LabServer(const LabServer&) = delete;
+    LabServer& operator=(const LabServer&) = delete;
+
+    /// Listens and serves; returns at once. After a Stop it serves again, with everything that it kept.
+    /// @return the port
+    /// @throws std::runtime_error when the address can't be had or the data file can't be opened
+    int Start();
+
+    /// Ends serving after the requests under way are answered. May be called twice.
+    void Stop();
+
+    /// The port of the latest Start; 0 before it.
+    int Port() const;
+
+    /// The latest exchanges (at most 10,000, and at most 64 MiB of them), oldest first. An exchange is
+    /// among them before its reply leaves.
+    std::vector<LabExchange> Exchanges() const;
+
+    /// Queues a fault behind those pending; also before Start. The same as POST /lab/faults.
+    void AddFault(LabFault fault);
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_pImpl;
+};

@@ -1,0 +1,143 @@
+#include "labserver/LabStore.h"
+
+#include "labserver/LabSeed.h"
+#include "labserver/LabTables.h"
+
+namespace
+{
+
+/// Kept in the file itself; goes up when a table changes.
+constexpr int kSchemaVersion = 1;
+
+const char* ColumnType(LabType eType)
+{
+    switch (eType) {
+    case LabType::Integer:
+    case LabType::Flag:
+        return "INTEGER";
+    case LabType::Number:
+        return "REAL";
+    case LabType::Text:
+    case LabType::Tree:
+        break;
+    }
+    return "TEXT";
+}
+
+std::string Quoted(const std::string& strName)
+{
+    return '"' + strName + '"';
+}
+
+std::string CreateTableSql(const LabTable& table)
+{
+    std::string strSql = "CREATE TABLE " + Quoted(table.pszName) +
+                         " (row_id INTEGER PRIMARY KEY AUTOINCREMENT,"
+                         " received_at TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%fZ', 'now'))";
+    for (const LabField& field : table.vecFields)
+        strSql += ", " + Quoted(field.pszName) + ' ' + ColumnType(field.eType) + " NOT NULL";
+    if (table.pszUnique != nullptr)
+        strSql += std::string(", UNIQUE (") + table.pszUnique + ") ON CONFLICT REPLACE";
+    return strSql + ')';
+}
+
+/// The table's columns as a list, each followed by a comma but the last.
+std::string ColumnList(const LabTable& table)
+{
+    std::string strList;
+    for (const LabField& field : table.vecFields)
+        strList += (strList.empty() ? "" : ", ") + Quoted(field.pszName);
+    return strList;
+}
+
+int SchemaVersionOf(Sqlite& db)
+{
+    SqliteStatement query(db, "PRAGMA user_version");
+    query.Step();
+    return query.Column(0, LabType::Integer).asInt();
+}
+
+} // namespace
+
+LabStore::LabStore(const std::string& strFile) : m_db(strFile.empty() ? ":memory:" : strFile)
+{
+    m_db.Execute("PRAGMA busy_timeout = 5000");
+    m_db.Execute("PRAGMA journal_mode = WAL");
+    LabTransaction fresh(*this);
+    const int nVersion = SchemaVersionOf(m_db);
+    if (nVersion == kSchemaVersion)
+        return;
+    if (nVersion != 0)
+        throw std::runtime_error("it is of another version of this server");
+    for (const LabTable* pTable : labtables::All())
+        m_db.Execute(CreateTableSql(*pTable));
+    InsertSeed(fresh);
+    m_db.Execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+    fresh.Commit();
+}
+
+std::vector<LabRow> LabStore::Select(const LabTable& table, const std::string& strRest,
+                                     const std::vector<Json::Value>& vecBound)
+{
+    const std::lock_guard lock(m_mutex);
+    SqliteStatement query(m_db,
+                          "SELECT row_id, received_at, " + ColumnList(table) + " FROM " +
+                              Quoted(table.pszName) + ' ' + strRest,
+                          vecBound);
+    std::vector<LabRow> vecRows;
+    while (query.Step()) {
+        LabRow row{query.Column(0, LabType::Integer).asInt64(), query.Column(1, LabType::Text).asString(),
+                   Json::Value(Json::objectValue)};
+        int nColumn = 2;
+        for (const LabField& field : table.vecFields)
+            row.members[field.pszName] = query.Column(nColumn++, field.eType);
+        vecRows.push_back(std::move(row));
+    }
+    return vecRows;
+}
+
+std::int64_t LabStore::Count(const LabTable& table)
+{
+    const std::lock_guard lock(m_mutex);
+    SqliteStatement query(m_db, "SELECT count(*) FROM " + Quoted(table.pszName));
+    query.Step();
+    return query.Column(0, LabType::Integer).asInt64();
+}
+
+LabTransaction::LabTransaction(LabStore& store) : m_lock(store.m_mutex), m_db(store.m_db)
+{
+    m_db.Execute("BEGIN IMMEDIATE");
+}
+
+LabTransaction::~LabTransaction()
+{
+    if (m_bCommitted)
+        return;
+    try {
+        m_db.Execute("ROLLBACK");
+    } catch (const SqliteError&) {
+        // After some failures SQLite has rolled back already, and says so: what was wanted is done.
+    }
+}
+
+std::int64_t LabTransaction::Insert(const LabTable& table, const Json::Value& row)
+{
+    std::vector<Json::Value> vecBound;
+    std::string strMarks;
+    for (const LabField& field : table.vecFields) {
+        vecBound.push_back(row[field.pszName]);
+        strMarks += strMarks.empty() ? "?" : ", ?";
+    }
+    SqliteStatement(m_db,
+                    "INSERT INTO " + Quoted(table.pszName) + " (" + ColumnList(table) + ") VALUES (" +
+                        strMarks + ')',
+                    vecBound)
+        .Step();
+    return m_db.LastRowId();
+}
+
+void LabTransaction::Commit()
+{
+    m_db.Execute("COMMIT");
+    m_bCommitted = true;
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "labserver/LabTable.h"
+#include "labserver/Sqlite.h"
+
+#include <cstdint>
+#include <json/json.h>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// A row as it is kept.
+struct LabRow {
+    std::int64_t nId;          ///< higher than that of every row stored before it
+    std::string strReceivedAt; ///< UTC, as 2024-05-31T08:15:30.123Z
+    Json::Value members;       ///< an object with the table's fields
+};
+
+/// What the lab server keeps, in SQLite. For any number of threads.
+class LabStore
+{
+public:
+    /// Opens the store; a new one gets its tables and the seed data.
+    /// @param strFile empty keeps everything in memory
+    /// @throws std::runtime_error when the file can't be opened or holds something else
+    explicit LabStore(const std::string& strFile);
+
+    /// Rows of a table.
+    /// @param strRest what follows the table in the SQL query, with vecBound for its parameters
+    /// @throws SqliteError
+    std::vector<LabRow> Select(const LabTable& table, const std::string& strRest = "ORDER BY row_id",
+                               const std::vector<Json::Value>& vecBound = {});
+
+    /// How many rows a table has. @throws SqliteError
+    std::int64_t Count(const LabTable& table);
+
+private:
+    friend class LabTransaction;
+
+    std::mutex m_mutex;
+    Sqlite m_db;
+};
+
+/// Changes of the store that are kept together or not at all. Others wait for the store as long as it lives.
+class LabTransaction
+{
+public:
+    explicit LabTransaction(LabStore& store); ///< @throws SqliteError
+    ~LabTransaction();                        ///< undoes everything that is not committed
+    LabTransaction(const LabTransaction&) = delete;
+    LabTransaction& operator=(const LabTransaction&) = delete;
+
+    /// Adds a row that RequireRow() accepts. @return its id @throws SqliteError
+    std::int64_t Insert(const LabTable& table, const Json::Value& row);
+
+    /// Keeps the changes, for good when it returns. @throws SqliteError when they are not kept
+    void Commit();
+
+private:
+    std::lock_guard<std::mutex> m_lock;
+    Sqlite& m_db;
+    bool m_bCommitted = false;
+};

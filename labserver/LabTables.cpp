@@ -1,0 +1,176 @@
+#include "labserver/LabTables.h"
+
+namespace
+{
+
+using Type = LabType;
+
+LabTable ListTable(const char* pszName)
+{
+    return {pszName, {{"isArray", Type::Flag}}};
+}
+
+LabTable ElementTable(const char* pszName)
+{
+    return {
+        pszName,
+        {{"report", Type::Integer}, {"position", Type::Integer}, {"element", Type::Text}},
+        R"("report", "position")",
+    };
+}
+
+} // namespace
+
+namespace labtables
+{
+
+const LabTable Users{
+    "user",
+    {{"id", Type::Integer}, {"title", Type::Text}, {"author", Type::Text}, {"description", Type::Text}},
+    R"("id")",
+};
+
+const LabTable Projects{
+    "project",
+    {{"dxtm", Type::Text},
+     {"xh", Type::Text},
+     {"委托单号", Type::Tree},
+     {"测试类型", Type::Tree},
+     {"项目分类", Type::Tree},
+     {"项目名称", Type::Tree}},
+};
+
+const LabTable BatteryStates{
+    "battery_state",
+    {{"id", Type::Integer}, {"name", Type::Text}, {"电池状态", Type::Tree}},
+    R"("id")",
+};
+
+const LabTable Cells{
+    "cell",
+    {{"dxtm", Type::Text},
+     {"strAnodeMaterial", Type::Text},
+     {"strBatchNumber", Type::Text},
+     {"strContainerNumber", Type::Text},
+     {"strCustomer", Type::Text},
+     {"strDiaphragm", Type::Text},
+     {"strElectrolyte", Type::Text},
+     {"strNegativeMaterial", Type::Text},
+     {"strOrderNO", Type::Text},
+     {"strPlace", Type::Text},
+     {"strProjectClassify", Type::Text},
+     {"strShareOrder", Type::Text},
+     {"strShareSample", Type::Text},
+     {"strSystemCapacity", Type::Text},
+     {"strTestClassify", Type::Text},
+     {"strTestProject", Type::Text},
+     {"strTestPurpose", Type::Text},
+     {"strTestReporter", Type::Text},
+     {"strTestType", Type::Text},
+     {"strThickRat", Type::Text},
+     {"strType", Type::Text}},
+    R"("dxtm")",
+};
+
+const LabTable FtpPaths{
+    "ftp_path",
+    {{"bjtzser", Type::Text},
+     {"csxmser", Type::Text},
+     {"supplier", Type::Text},
+     {"batteryStatus", Type::Text},
+     {"ftpFilePath", Type::Text},
+     {"permit", Type::Flag}},
+    R"("bjtzser", "csxmser", "supplier", "batteryStatus")",
+};
+
+const LabTable SupportedVersions{
+    "supported_version",
+    {{"t", Type::Text}, {"com", Type::Text}, {"ver", Type::Text}, {"supported", Type::Flag}},
+    R"("t")",
+};
+
+const LabTable ChannelRules{
+    "channel_rule",
+    {{"deviceId", Type::Text}, {"chl", Type::Text}, {"allowBoot", Type::Text}, {"reason", Type::Text}},
+    R"("deviceId", "chl")",
+};
+
+const LabTable SharedBarcodes{
+    "shared_barcode",
+    {{"dxtm", Type::Text}, {"common", Type::Flag}},
+    R"("dxtm")",
+};
+
+const LabTable ChannelStatus{
+    "channel_status",
+    {{"t", Type::Text},
+     {"com", Type::Text},
+     {"ver", Type::Text},
+     {"PEXAVer", Type::Text},
+     {"deviceId", Type::Text},
+     {"box", Type::Integer},
+     {"disch_retention", Type::Number},
+     {"retentionUnder", Type::Text},
+     {"stepStatus", Type::Text},
+     {"stopTime", Type::Text},
+     {"cMax", Type::Text},
+     {"errorParam", Type::Text},
+     {"errorTime", Type::Text},
+     {"chl", Type::Text},
+     {"dxtm", Type::Text},
+     {"cycle", Type::Integer},
+     {"disch_capacity", Type::Number},
+     {"step_state", Type::Text},
+     {"voltage", Type::Number},
+     {"current", Type::Number},
+     {"backup_dir", Type::Text},
+     {"hostname", Type::Text},
+     {"action", Type::Text},
+     {"action_desc", Type::Text},
+     {"chlType", Type::Integer},
+     {"reason", Type::Integer},
+     {"reason_desc", Type::Text},
+     {"deviceModelType", Type::Text},
+     {"deviceRange", Type::Text},
+     {"wtNumId", Type::Integer},
+     {"xmNameId", Type::Integer},
+     {"dczt", Type::Text}},
+};
+
+const LabTable IncubatorStatus{
+    "incubator_status",
+    {{"name", Type::Text}, {"status", Type::Text}, {"temperature", Type::Number}},
+};
+
+const LabTable BatteryData{
+    "battery_data",
+    {{"siteNo", Type::Text},
+     {"batchNo", Type::Text},
+     {"resourceNo", Type::Text},
+     {"chargingCapacity", Type::Text},
+     {"dischargeCapacity", Type::Text},
+     {"voltage", Type::Text},
+     {"uploadTime", Type::Text}},
+};
+
+const LabTable CycleData = ListTable("cycle_data");
+const LabTable CycleElements = ElementTable("cycle_element");
+const LabTable StepData = ListTable("step_data");
+const LabTable StepElements = ElementTable("step_element");
+const LabTable OrnStepData = ListTable("orn_step_data");
+const LabTable OrnStepElements = ElementTable("orn_step_element");
+
+const std::vector<const LabTable*>& All()
+{
+    static const std::vector<const LabTable*> vecAll = {
+        &Users,           &Projects,        &BatteryStates,
+        &Cells,           &FtpPaths,        &ChannelRules,
+        &ChannelStatus,   &SharedBarcodes,  &SupportedVersions,
+        &IncubatorStatus, &BatteryData,     &CycleData,
+        &CycleElements,   &StepData,        &StepElements,
+        &OrnStepData,     &OrnStepElements,
+    };
+    return vecAll;
+}
+
+} // namespace labtables

@@ -1,0 +1,53 @@
+#include "labserver/LabServer.h"
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+namespace
+{
+
+/// Blocks the signals that end the program, on this thread and those made after, to be waited for instead.
+sigset_t BlockEndSignals()
+{
+    sigset_t ends;
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGTERM);
+    sigaddset(&ends, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+    return ends;
+}
+
+int Serve(const LabServerOptions& options)
+{
+    const sigset_t ends = BlockEndSignals();
+    LabServer server(options);
+    const int nPort = server.Start();
+    std::cout << "ktslabserver: listening on http://" << options.strAddress << ':' << nPort << '/'
+              << std::endl;
+    int nSignal = 0;
+    sigwait(&ends, &nSignal);
+    server.Stop();
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int nArguments, char** ppszArguments)
+{
+    LabServerOptions options;
+    CLI::App app("A stand-in laboratory server. Ends on SIGTERM or SIGINT.", "ktslabserver");
+    app.add_option("--port", options.nPort, "Port to listen on; 0 takes a free one and prints it")
+        ->check(CLI::Range(0, 65535))
+        ->capture_default_str();
+    app.add_option("--address", options.strAddress, "Address to listen on")->capture_default_str();
+    app.add_option("--data", options.strDataFile, "SQLite file to keep everything in; without it, memory");
+    CLI11_PARSE(app, nArguments, ppszArguments);
+    try {
+        return Serve(options);
+    } catch (const std::exception& error) {
+        std::cerr << "ktslabserver: " << error.what() << '\n';
+        return EXIT_FAILURE;
+    }
+}

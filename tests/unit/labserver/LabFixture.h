@@ -1,0 +1,62 @@
+#pragma once
+
+#include "labserver/LabServer.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <json/json.h>
+#include <string>
+
+/// A reply as a client got it.
+struct LabReply {
+    int nStatus = 0; ///< 0 when there was none
+    std::string strBody;
+    std::string strContentType;
+    Json::Value json; ///< the body, null when it is not JSON
+};
+
+Json::Value JsonFrom(const std::string& strText);
+
+/// A client that keeps its connection.
+class LabClient
+{
+public:
+    explicit LabClient(int nPort);
+
+    LabReply Get(const std::string& strTarget);
+    LabReply Post(const std::string& strTarget, const std::string& strBody);
+    LabReply Send(const std::string& strMethod, const std::string& strTarget);
+
+private:
+    httplib::Client m_client;
+};
+
+/// A server of its own for each test, with its data in memory, and a client of it.
+class LabTest : public ::testing::Test
+{
+protected:
+    LabServer m_server;
+    LabClient m_client{m_server.Start()};
+
+    LabReply Get(const std::string& strTarget) { return m_client.Get(strTarget); }
+    LabReply Post(const std::string& strTarget, const std::string& strBody)
+    {
+        return m_client.Post(strTarget, strBody);
+    }
+};
+
+/// A folder that goes with the object.
+class TemporaryFolder
+{
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::string File(const std::string& strName) const { return m_path / strName; }
+
+private:
+    std::filesystem::path m_path;
+};

@@ -1,0 +1,160 @@
+#include "LabFixture.h"
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// The server program, run with arguments.
+class Program
+{
+public:
+    explicit Program(std::vector<std::string> vecArguments)
+    {
+        std::array<int, 2> aOut{}, aErr{};
+        if (pipe2(aOut.data(), O_CLOEXEC) != 0 || pipe2(aErr.data(), O_CLOEXEC) != 0)
+            throw std::runtime_error("no pipes");
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, aOut[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, aErr[1], STDERR_FILENO);
+        vecArguments.insert(vecArguments.begin(), KTSLABSERVER);
+        std::vector<char*> vecRaw;
+        for (std::string& strArgument : vecArguments)
+            vecRaw.push_back(strArgument.data());
+        vecRaw.push_back(nullptr);
+        if (posix_spawn(&m_nPid, KTSLABSERVER, &actions, nullptr, vecRaw.data(), environ) != 0)
+            throw std::runtime_error("can't start " KTSLABSERVER);
+        posix_spawn_file_actions_destroy(&actions);
+        close(aOut[1]);
+        close(aErr[1]);
+        m_pOut = fdopen(aOut[0], "r");
+        m_pErr = fdopen(aErr[0], "r");
+    }
+
+    ~Program()
+    {
+        if (m_nPid > 0) {
+            Signal(SIGKILL);
+            Wait();
+        }
+        fclose(m_pOut);
+        fclose(m_pErr);
+    }
+
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    std::string OutLine() { return LineOf(m_pOut); }
+    std::string ErrLine() { return LineOf(m_pErr); }
+    void Signal(int nSignal) const { kill(m_nPid, nSignal); }
+
+    /// @return the exit code; the negative signal number when one ended it
+    int Wait()
+    {
+        int nStatus = 0;
+        waitpid(m_nPid, &nStatus, 0);
+        m_nPid = -1;
+        return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -WTERMSIG(nStatus);
+    }
+
+    /// The port of the line that it prints when it listens; 0 when it printed something else.
+    int ReadPort()
+    {
+        const std::string strLine = OutLine();
+        const std::string strBefore = "ktslabserver: listening on http://127.0.0.1:";
+        if (strLine.rfind(strBefore, 0) != 0 || strLine.back() != '/')
+            return 0;
+        return std::stoi(strLine.substr(strBefore.size()));
+    }
+
+private:
+    static std::string LineOf(FILE* pFile)
+    {
+        std::string strLine;
+        for (int nChar = 0; (nChar = std::fgetc(pFile)) != EOF && nChar != '\n';)
+            strLine += static_cast<char>(nChar);
+        return strLine;
+    }
+
+    pid_t m_nPid = -1;
+    FILE* m_pOut = nullptr;
+    FILE* m_pErr = nullptr;
+};
+
+TEST(LabProgram, ItPrintsItsPortServesAndEndsOnASignalWithSuccess)
+{
+    for (const int nSignal : {SIGTERM, SIGINT}) {
+        Program program({"--port", "0"});
+        const int nPort = program.ReadPort();
+        ASSERT_GT(nPort, 0);
+        LabClient client(nPort);
+        EXPECT_EQ(client.Get("/posts/1").nStatus, 200);
+        program.Signal(nSignal);
+        EXPECT_EQ(program.Wait(), 0);
+        EXPECT_EQ(program.ErrLine(), "");
+    }
+}
+
+TEST(LabProgram, ABusyPortIsSaidInOneLineAndIsAFailure)
+{
+    LabServer server;
+    const std::string strPort = std::to_string(server.Start());
+    Program program({"--port", strPort});
+    EXPECT_EQ(program.Wait(), 1);
+    EXPECT_EQ(program.ErrLine(),
+              "ktslabserver: can't listen on 127.0.0.1:" + strPort + ": Address already in use");
+    EXPECT_EQ(program.ErrLine(), "");
+    EXPECT_EQ(program.OutLine(), "");
+}
+
+TEST(LabProgram, ADataFileThatCanNotBeOpenedIsSaidInOneLineAndIsAFailure)
+{
+    const TemporaryFolder folder;
+    Program program({"--data", folder.File("missing/lab.db")});
+    EXPECT_EQ(program.Wait(), 1);
+    EXPECT_THAT(program.ErrLine(), testing::StartsWith("ktslabserver: can't open data file "));
+    EXPECT_EQ(program.ErrLine(), "");
+}
+
+TEST(LabProgram, ItKeepsReportsInItsDataFile)
+{
+    const TemporaryFolder folder;
+    for (int nRun = 1; nRun <= 2; ++nRun) {
+        Program program({"--data", folder.File("lab.db")});
+        LabClient client(program.ReadPort());
+        client.Post("/open/test-cabinet/add/kostrel/cycle", "[1]");
+        EXPECT_EQ(client.Get("/lab/reports/cycle-data").json["count"], nRun);
+        program.Signal(SIGTERM);
+        EXPECT_EQ(program.Wait(), 0);
+    }
+}
+
+TEST(LabProgram, AnAcknowledgedReportOutlivesAKilledServer)
+{
+    const TemporaryFolder folder;
+    {
+        Program program({"--data", folder.File("lab.db")});
+        LabClient client(program.ReadPort());
+        EXPECT_EQ(client.Post("/open/test-cabinet/add/kostrel/cycle", "[1]").nStatus, 200);
+        program.Signal(SIGKILL);
+        EXPECT_EQ(program.Wait(), -SIGKILL);
+    }
+    Program program({"--data", folder.File("lab.db")});
+    EXPECT_EQ(LabClient(program.ReadPort()).Get("/lab/reports/cycle-data").json["count"], 1);
+}
+
+TEST(LabProgram, APortThatIsNoPortIsRefused)
+{
+    Program program({"--port", "65536"});
+    EXPECT_NE(program.Wait(), 0);
+}
+
+} // namespace

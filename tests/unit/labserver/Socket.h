@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+/// A plain TCP connection, to send what no HTTP client would and to see how a connection ends.
+class Socket
+{
+public:
+    explicit Socket(int nPort); ///< connects to this machine
+    ~Socket();
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+
+    void Send(const std::string& strBytes);
+    /// Reads until the other side closes or resets, at most 30 seconds.
+    std::string ReadAll();
+    /// Reads until what came ends in a text, or until the end.
+    std::string ReadUntil(const std::string& strEnd);
+
+    bool IsReset() const { return m_bReset; }   ///< after a read: whether it ended in a reset
+    bool IsClosed() const { return m_bClosed; } ///< after a read: whether it ended in an orderly close
+
+private:
+    bool ReadMore(std::string& strRead);
+
+    int m_nSocket;
+    bool m_bReset = false;
+    bool m_bClosed = false;
+};
