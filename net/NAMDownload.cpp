@@ -1,0 +1,67 @@
+#include "NAMDownload.h"
+
+#include "ProgressGuard.h"
+
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QRandomGenerator>
+#include <QUrl>
+
+NAMDownload::NAMDownload(QObject* parent) : QNetworkAccessManager(parent) {}
+
+NAMDownload::~NAMDownload()
+{
+    if (m_pReply != nullptr) {
+        m_pReply->disconnect(this); // it is aborted with this object, and must not report that
+    }
+    if (m_pFile != nullptr) {
+        m_pFile->remove();
+    }
+}
+
+bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
+{
+    const QString strUnique = QString::number(QRandomGenerator::global()->generate(), 16);
+    auto pFile = std::make_unique<QFile>(strTarget + '.' + strUnique + ".part");
+    if (m_pReply != nullptr || !pFile->open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+        return false;
+    }
+    m_pFile = std::move(pFile);
+    m_strTarget = strTarget;
+    QNetworkRequest request(QUrl(strUrl, QUrl::TolerantMode));
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    m_pReply = get(request);
+    connect(m_pReply, SIGNAL(readyRead()), this, SLOT(slot_NReply_readyRead()));
+    connect(m_pReply, SIGNAL(downloadProgress(qint64, qint64)), this,
+            SLOT(slot_NReply_downloadProgress(qint64, qint64)));
+    connect(m_pReply, SIGNAL(finished()), this, SLOT(slot_NReply_finished()));
+    return true;
+}
+
+void NAMDownload::slot_NReply_readyRead()
+{
+    const QByteArray baData = m_pReply->readAll();
+    if (m_pFile->write(baData) != baData.size()) {
+        m_pReply->abort(); // a full disk: the download ends as a failed one
+    }
+}
+
+void NAMDownload::slot_NReply_downloadProgress(qint64 bytesReceived, qint64 bytesTotal)
+{
+    if (IsProgress(bytesReceived, bytesTotal)) {
+        Q_EMIT signal_NReply_downloadProgress(bytesReceived, bytesTotal);
+    }
+}
+
+void NAMDownload::slot_NReply_finished()
+{
+    m_pFile->close();
+    const bool bSucc = m_pReply->error() == QNetworkReply::NoError;
+    if (!bSucc || !m_pFile->rename(m_strTarget)) {
+        m_pFile->remove();
+    }
+    m_pFile.reset();
+    Q_EMIT signal_NReply_finished(bSucc);
+    m_pReply->deleteLater();
+    deleteLater();
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QFile>
+#include <QNetworkAccessManager>
+#include <QPointer>
+#include <QString>
+
+#include <memory>
+
+class QNetworkReply;
+
+/// Downloads one file and then deletes itself. Make it with `new`, connect, and call `Start` once.
+///
+/// The file grows under a temporary name beside its target and takes the target's name when it is complete,
+/// so the target is there whole or not at all. A target that exists already is left as it is.
+///
+/// Threads: everything happens on the thread that owns it, whose event loop must run.
+class NAMDownload : public QNetworkAccessManager
+{
+    Q_OBJECT
+
+public:
+    explicit NAMDownload(QObject* parent);
+
+    /// Ends a download that is under way, and removes what there is of it.
+    ~NAMDownload() override;
+
+    /// Begins the download. Redirects are followed where they lead to nothing less safe.
+    /// @return false when a download was begun before, or when no file can be made beside the target; then
+    ///         nothing is sent, no signal comes, and the object stays the caller's
+    bool Start(const QString& strUrl, const QString& strTarget);
+
+Q_SIGNALS:
+    /// The end: true when the network brought the whole file. Whether it could be given the target's name is
+    /// not told.
+    void signal_NReply_finished(bool IfSuccess);
+    /// How far the download is; only where the server told its size.
+    void signal_NReply_downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
+
+private Q_SLOTS:
+    void slot_NReply_finished();
+    void slot_NReply_readyRead();
+    void slot_NReply_downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
+
+private:
+    QPointer<QNetworkReply> m_pReply; ///< a child of this object; deletes itself after its end
+    std::unique_ptr<QFile> m_pFile;    ///< open while the download is under way
+    QString m_strTarget;
+};

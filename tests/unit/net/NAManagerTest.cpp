@@ -1,0 +1,140 @@
+#include "net/NAManager.h"
+
+#include "ScriptedServer.h"
+
+#include <QJsonObject>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+constexpr int ENOUGH_MS = 30'000;
+
+/// What one request to a scripted server led to.
+struct Outcome {
+    bool bGone = false; ///< the manager deleted itself
+    QList<QList<QVariant>> lstAnswers;
+};
+
+Outcome Exchange(const QString& strUrl, const QByteArray& baBody, int nMethod)
+{
+    auto* const pManager = new NAManager(nullptr);
+    const QPointer<NAManager> pWatched(pManager);
+    const QSignalSpy spy(pManager, &NAManager::signal_reply_finished);
+    pManager->SendRequest(strUrl, baBody, nMethod);
+    const bool bGone = QTest::qWaitFor([&] { return pWatched.isNull(); }, ENOUGH_MS);
+    return {bGone, spy};
+}
+
+struct ReplyCase {
+    const char* szName;
+    std::string strReply;
+    int nAnswers;
+    bool bSucc;
+    QJsonObject object;
+    ServerStep::Ending ending = ServerStep::Ending::KeepAlive;
+};
+
+class NAManagerReply : public ::testing::TestWithParam<ReplyCase>
+{
+};
+
+TEST_P(NAManagerReply, IsAnsweredAtMostOnceAndTheManagerIsGone)
+{
+    const ScriptedServer server(ServerStep{GetParam().strReply, GetParam().ending});
+    const Outcome outcome = Exchange(QString::fromStdString(server.Url("/x")), {}, NAManager::METHOD_GET);
+    EXPECT_TRUE(outcome.bGone);
+    ASSERT_EQ(outcome.lstAnswers.size(), GetParam().nAnswers);
+    if (GetParam().nAnswers == 1) {
+        EXPECT_EQ(outcome.lstAnswers.front().at(0).toBool(), GetParam().bSucc);
+        EXPECT_EQ(outcome.lstAnswers.front().at(1).toJsonObject(), GetParam().object);
+    }
+}
+
+const QJsonObject A1{{"a", 1}};
+
+INSTANTIATE_TEST_SUITE_P(
+    Bodies, NAManagerReply,
+    ::testing::Values(
+        ReplyCase{"Object", HttpReply(200, R"({"a":1})"), 1, true, A1},
+        ReplyCase{"ArrayOfObjects", HttpReply(200, R"([{"a":1},{"b":2},3])"), 1, true, A1},
+        ReplyCase{"EmptyArray", HttpReply(200, "[]"), 0, false, {}},
+        ReplyCase{"ArrayOfNumbers", HttpReply(200, "[1,2]"), 0, false, {}},
+        ReplyCase{"ArrayBeginningWithANumber", HttpReply(200, R"([1,{"a":1}])"), 0, false, {}},
+        ReplyCase{"True", HttpReply(200, "true"), 1, false, {}},
+        ReplyCase{"Number", HttpReply(200, "1"), 1, false, {}},
+        ReplyCase{"Text", HttpReply(200, "\"x\""), 1, false, {}},
+        ReplyCase{"Empty", HttpReply(200, ""), 1, false, {}},
+        ReplyCase{"Garbage", HttpReply(200, "<html>"), 1, false, {}},
+        ReplyCase{"EmptyObject", HttpReply(200, "{}"), 1, true, {}},
+        ReplyCase{"NotFoundWithAnObject", HttpReply(404, R"({"a":1})"), 1, false, {}},
+        ReplyCase{"ServerErrorWithAnObject", HttpReply(500, R"({"a":1})"), 1, false, {}},
+        ReplyCase{"WrongContentType", HttpReply(200, R"({"a":1})", "Content-Type: image/png\r\n"), 1, true,
+                  A1},
+        ReplyCase{"Chunked",
+                  "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\n{\"a\"\r\n3\r\n:1}\r\n0\r\n\r\n",
+                  1, true, A1},
+        ReplyCase{"NoReply", "", 1, false, {}, ServerStep::Ending::Reset}),
+    [](const auto& reply) { return reply.param.szName; });
+
+TEST(NAManager, AGetCarriesNeitherBodyNorContentType)
+{
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}")});
+    EXPECT_TRUE(
+        Exchange(QString::fromStdString(server.Url("/p?t=1")), "ignored", NAManager::METHOD_GET).bGone);
+    ASSERT_EQ(server.Requests().size(), 1U);
+    EXPECT_EQ(server.Requests().front().Line(), "GET /p?t=1 HTTP/1.1");
+    EXPECT_EQ(server.Requests().front().strBody, "");
+    EXPECT_THAT(server.Requests().front().Header("Content-Type"), ::testing::IsEmpty());
+}
+
+TEST(NAManager, APostCarriesItsBodyAsJson)
+{
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}")});
+    EXPECT_TRUE(Exchange(QString::fromStdString(server.Url("/p")), "[{a:1}]", NAManager::METHOD_POST).bGone);
+    ASSERT_EQ(server.Requests().size(), 1U);
+    EXPECT_EQ(server.Requests().front().Line(), "POST /p HTTP/1.1");
+    EXPECT_EQ(server.Requests().front().strBody, "[{a:1}]");
+    EXPECT_THAT(server.Requests().front().Header("Content-Type"),
+                ::testing::ElementsAre("Content-Type: application/json"));
+}
+
+TEST(NAManager, AnyOtherMethodSendsNothing)
+{
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}")});
+    NAManager manager(nullptr);
+    const QSignalSpy spy(&manager, &NAManager::signal_reply_finished);
+    manager.SendRequest(QString::fromStdString(server.Url("/unknown")), "body", 2);
+    // A request that is sent after it and answered shows that nothing was on its way before.
+    EXPECT_TRUE(Exchange(QString::fromStdString(server.Url("/known")), {}, NAManager::METHOD_GET).bGone);
+    ASSERT_EQ(server.Requests().size(), 1U);
+    EXPECT_EQ(server.Requests().front().Target(), "/known");
+    EXPECT_EQ(spy.count(), 0);
+}
+
+TEST(NAManager, ReportsOnlyProgressThatMakesSense)
+{
+    NAManager manager(nullptr);
+    const QSignalSpy spy(&manager, &NAManager::signal_upload_progress);
+    const struct {
+        qint64 nSent;
+        qint64 nTotal;
+        bool bReported;
+    } cases[] = {{0, 0, false}, {5, 4, false}, {-1, 4, false}, {0, -1, false}, {0, 1, true}, {4, 4, true}};
+    for (const auto& progress : cases) {
+        const int nBefore = spy.count();
+        ASSERT_TRUE(QMetaObject::invokeMethod(&manager, "slot_upload_progress", Q_ARG(qint64, progress.nSent),
+                                              Q_ARG(qint64, progress.nTotal)));
+        EXPECT_EQ(spy.count() - nBefore, progress.bReported ? 1 : 0)
+            << progress.nSent << " of " << progress.nTotal;
+    }
+}
+
+} // namespace
