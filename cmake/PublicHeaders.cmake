@@ -6,6 +6,9 @@ set(KTS_PUBLIC_HEADERS
   sdk/RequestRecords.h
   sdk/ResultRecords.h
   sdk/IVelClientSDk.h
+  agent/CUIAgentReq.h
+  agent/CUIAgentRsp.h
+  agent/ResultVariants.h
   platform/chttpclient/chttpclient.h
   platform/clog/clog.h
 )

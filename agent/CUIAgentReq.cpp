@@ -1,0 +1,68 @@
+#include "CUIAgentReq.h"
+
+#include "EndpointSettings.h"
+#include "IVelClientSDk.h"
+#include "RequestCatalogue.h"
+#include "SyncWait.h"
+
+#include <map>
+#include <utility>
+
+using namespace VelCSDK;
+
+namespace
+{
+
+/// The requests that have a blocking sender.
+constexpr int SYNC_TYPES[] = {RequestType::GetChannelCheckData, RequestType::GetWhetherInCommon,
+                              RequestType::PostUploadData,      RequestType::ReportCycleData,
+                              RequestType::ReportStepData,      RequestType::ReportStepDataOrn};
+
+} // namespace
+
+CUIAgentReq* CUIAgentReq::Instance()
+{
+    static CUIAgentReq instance;
+    return &instance;
+}
+
+CUIAgentReq::CUIAgentReq()
+{
+    SDKFactory::GetInstance()->Init();
+    ReadEndpoints();
+    for (const int nType : SYNC_TYPES) {
+        m_mapSyncWait.insert(nType, new SyncWait);
+    }
+}
+
+CUIAgentReq::~CUIAgentReq()
+{
+    qDeleteAll(m_mapSyncWait);
+}
+
+void CUIAgentReq::ReadEndpoints()
+{
+    const auto paths = ReadEndpointSettings();
+    std::map<int, std::string> mapUrl;
+    for (std::size_t nSetting = 0; nSetting < paths.size(); ++nSetting) {
+        const SEndpointSetting& setting = ENDPOINT_SETTINGS.at(nSetting);
+        if (setting.nType == 0) {
+            continue;
+        }
+        mapUrl.emplace(setting.nType, paths.at(nSetting));
+        if (!paths.at(nSetting).empty()) {
+            m_mapEndpointOrigin.insert(setting.nType, DescribeEndpointSetting(setting));
+        }
+    }
+    SDKFactory::GetInstance()->SetUrlMap(std::move(mapUrl));
+}
+
+QString CUIAgentReq::EndpointOrigin(int nType) const
+{
+    return m_mapEndpointOrigin.value(nType, QStringLiteral("built in"));
+}
+
+std::string CUIAgentReq::JointServerInfo(std::string strIp, int nPort)
+{
+    return "http://" + strIp + ":" + std::to_string(nPort) + "/";
+}

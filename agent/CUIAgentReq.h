@@ -1,0 +1,144 @@
+#pragma once
+
+#include "KtsExport.h"
+#include "RequestRecords.h"
+
+#include <QJsonObject>
+#include <QMap>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <string>
+
+struct SSyncRequest;
+struct SyncWait;
+
+/// Sends the host's requests to the server that each call names.
+///
+/// The asynchronous senders (`Send…`) return at once and report nothing; the answer is a signal of
+/// `CUIAgentRsp`. An unreachable server, a bad address, an argument that the server refuses: each shows as
+/// `bSucc` false there.
+///
+/// Threads: the object belongs to the thread that first called `Instance()`; call the senders there.
+///
+/// Endpoint paths are read once, when the object is made, from the site's settings (see `Instance`).
+class KTSHTTPAGENT_API CUIAgentReq : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The one instance, made by the first call, which also makes the SDK client and reads the endpoint
+    /// paths. Safe from several threads.
+    ///
+    /// The paths stand in four profiles: on Windows registry keys below HKEY_LOCAL_MACHINE\SOFTWARE\ZORVAL,
+    /// elsewhere INI files of the same path below the folder /etc/xdg/ktshttpagent, which the environment
+    /// variable KTSHTTPAGENT_SETTINGS_ROOT replaces. A value that is missing or empty leaves the built-in
+    /// path.
+    static CUIAgentReq* Instance();
+
+    ~CUIAgentReq() override;
+
+    /// Where the endpoint path in force for a request type id (3100 to 3115) comes from: "built in", or the
+    /// profile and the name of the value that gave it.
+    QString EndpointOrigin(int nType) const;
+
+    // In each sender `strIp` is the server's host name or address and `nPort` its port.
+
+    /// Who is this user? Answer: `CUIAgentRsp::SigGetUserInfoRet`.
+    void SendGetUserInfo(QString strIp, int nPort, int userId);
+    /// Is this version supported? Answer: `CUIAgentRsp::SigGetSupportVerRet`.
+    void SendGetSupportVer(QString strIp, int nPort, QString t);
+    /// The test projects of cells, named by their barcodes. Answer: `CUIAgentRsp::SigGetProjectsRet`.
+    void SendGetProjects(QString strIp, int nPort, QStringList dxtmList, QString t);
+    /// The states that batteries may be in. Answer: `CUIAgentRsp::SigGetBattStatusRet`.
+    void SendGetBattStatus(QString strIp, int nPort, QString t);
+    /// The data of a cell's export file. Answer: `CUIAgentRsp::SigGetAutoExportRet`.
+    void SendGetAutoExport(QString strIp, int nPort, QString bjtzser, QString csxmser, QString dxtm);
+    /// Where test files are kept. Answer: `CUIAgentRsp::SigGetFtpFilePathRet`.
+    void SendGetFtpFilePath(QString strIp, int nPort, QString bjtzser, QString csxmser, QString supplier,
+                            QString batteryStatus);
+    /// Sets the server address and does nothing else: no request is sent, no answer comes.
+    void SendGetChannelUpDownPlatform(QString strIp, int nPort, int, int, QString, QString, QString, QString,
+                                      int, QString);
+    /// May this channel start? Answer: `CUIAgentRsp::SigGetChannelCheckDataRet`.
+    void SendGetChannelCheckData(QString strIp, int nPort, tagSRequestGetChannelCheckData req);
+    /// Is this cell barcode in common? Answer: `CUIAgentRsp::SigGetWhetherInCommonRet`.
+    void SendGetWhetherInCommon(QString strIp, int nPort, QString dxtm);
+    /// Sets the server address and does nothing else: no request is sent, no answer comes.
+    void SendGetCdlxFileListByDxtmList(QString strIp, int nPort, QStringList dxtmList);
+
+    /// Reports one line of a channel's status log. Answer: `CUIAgentRsp::SigPostReportChlStatRet`. When
+    /// `info.box` or `info.chl` is no decimal number, nothing is sent, the log says so, and the answer is
+    /// false, emitted before this call returns.
+    void SendPostReportChlStatus(QString strIp, int nPort, QString t,
+                                 KTSStartPlugin::tagRepoChlStatusInfo& info);
+    /// Reports an incubator's state. Answer: `CUIAgentRsp::SigPostReportIncubatorStatusRet`.
+    void SendPostReportIncubatorStatus(QString strIp, int nPort,
+                                       KTSStartPlugin::tagRepoIncubatorStatus& status);
+    /// Reports one battery test result. No answer comes.
+    void SendPostUploadData(QString strIp, int nPort, tagBatteryTestData& data);
+    /// Reports cycle data. `strUrl` is a complete base URL with its trailing "/"; `strData` is the inside of
+    /// a JSON array, which is sent unchecked in "[" and "]". No answer comes.
+    void SendPostReportCycleData(QString strUrl, std::string strData);
+    /// Reports step data the way cycle data travels, to the cycle endpoint. No answer comes.
+    void SendPostReportStepData(QString strUrl, std::string strData);
+
+    // The blocking senders. Each sends, runs an event loop of its own until the reply is judged or `nTimeout`
+    // milliseconds are over, and returns the judgement. While it waits, the host's events are handled, so
+    // further senders may be called from there: those of another kind nest, and the outer one returns after
+    // the inner one; one of the same kind sends its request and returns at once with what the record of the
+    // kind holds.
+    //
+    // After a time-out they return what the reply before brought, and false if there was none: a time-out, a
+    // failed exchange and a no of the server are not told apart. A reply that comes later is still recorded.
+    // They need a QCoreApplication and the thread of this object; without, they log that and return false.
+
+    /// May this channel start?
+    /// @param bAllow     out: the server said "yes", in any case
+    /// @param strReason  out: the server's reason
+    bool SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeout, tagSRequestGetChannelCheckData req,
+                                   bool& bAllow, QString& strReason);
+    /// Is this cell barcode in common?
+    /// @param bCommon  out: it is
+    bool SendGetWhetherInCommonEx(QString strIp, int nPort, int nTimeout, QString strDxtm, bool& bCommon);
+    /// Reports one battery test result. Always returns false: no reply counts as a success.
+    bool SendPostUploadDataEx(QString strIp, int nPort, int nTimeout, tagBatteryTestData& data);
+    /// Reports cycle data; the arguments are those of `SendPostReportCycleData`. On failure the calling
+    /// thread sleeps for 2 s, without handling events, before this returns false. So do the next two.
+    bool SendPostReportCycleDataEx(QString strUrl, int nTimeout, std::string strData);
+    /// Reports step data, in brackets, to the step endpoint.
+    bool SendPostReportStepDataEx(QString strUrl, int nTimeout, std::string strData);
+    /// Reports step data exactly as given, to the ORN endpoint. Every reply without a network error is a
+    /// success.
+    bool SendPostReportStepData_ORN(QString strUrl, int nTimeout, std::string strData);
+
+protected Q_SLOTS:
+    // Judge the reply to a blocking sender and end its wait. Their order is part of the interface.
+
+    void Slot_GetChannelCheckData_Reply(bool bSucc, QJsonObject object);
+    void Slot_GetWhetherInCommon_Reply(bool bSucc, QJsonObject object);
+    void Slot_PostUploadData_Reply(bool bSucc, QJsonObject object);
+    void Slot_PostReportCycleData_Reply(bool bSucc, QJsonObject object);
+    void Slot_PostReportStepData_Reply(bool bSucc, QJsonObject object);
+    void Slot_PostReportStepDataORN_Reply(bool bSucc, QJsonObject object);
+
+protected:
+    CUIAgentReq();
+
+    /// The base URL "http://HOST:PORT/"; nothing is checked.
+    std::string JointServerInfo(std::string strIp, int nPort);
+
+    /// What a blocking sender and its reply share, by request type id; owned.
+    QMap<int, SyncWait*> m_mapSyncWait;
+
+private:
+    Q_DISABLE_COPY(CUIAgentReq)
+
+    void ReadEndpoints();
+    const SyncWait& Exchange(const SSyncRequest& request, int nTimeout);
+    bool ReportOrPause(const SSyncRequest& request, int nTimeout);
+    void JudgeReport(int nType, const QJsonObject& object);
+
+    QMap<int, QString> m_mapEndpointOrigin; ///< of the paths that the settings gave
+};

@@ -1,0 +1,147 @@
+#include "CUIAgentReq.h"
+
+#include "IVelClientSDk.h"
+#include "QueryString.h"
+#include "RequestCatalogue.h"
+#include "RequestObjects.h"
+#include "SyncWait.h"
+
+#include "net/NAManager.h"
+#include "platform/clog/clog.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QThread>
+#include <QTimer>
+
+#include <json/value.h>
+
+using namespace VelCSDK;
+
+/// What a blocking sender hands to the exchange that all of them share.
+struct SSyncRequest {
+    int nType;
+    int nMethod;
+    const char* szReplySlot; ///< of CUIAgentReq, as Qt's string-based connection takes it
+    std::string strBase;
+    std::string strQuery;
+    std::string strBody;
+};
+
+namespace
+{
+
+// A report that failed is not to be repeated at once: the caller is held back for this long.
+constexpr unsigned long FAILED_REPORT_PAUSE_MS = 2'000;
+
+SSyncRequest Query(int nType, const char* szReplySlot, std::string strBase, const Json::Value& object)
+{
+    return {nType, NAManager::METHOD_GET, szReplySlot, std::move(strBase), BuildQueryString(object), {}};
+}
+
+SSyncRequest Report(int nType, const char* szReplySlot, std::string strBase, std::string strBody)
+{
+    return {nType, NAManager::METHOD_POST, szReplySlot, std::move(strBase), {}, std::move(strBody)};
+}
+
+std::string BatteryJson(const tagBatteryTestData& data)
+{
+    QJsonObject object;
+    for (const SBatteryField& field : BATTERY_FIELDS) {
+        object.insert(QLatin1String(field.szName), QString::fromStdString(data.*field.pField));
+    }
+    return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
+}
+
+} // namespace
+
+const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
+{
+    SyncWait& wait = *m_mapSyncWait.value(request.nType);
+    if (QCoreApplication::instance() == nullptr || QThread::currentThread() != thread()) {
+        Log_Write(1, "CUIAgentReq::Exchange", 1,
+                  "request %d needs a QCoreApplication and the thread of CUIAgentReq", request.nType);
+        static const SyncWait refused;
+        return refused;
+    }
+    QTimer timer;
+    timer.setSingleShot(true);
+    connect(&timer, SIGNAL(timeout()), &wait.loop, SLOT(quit()));
+    timer.start(nTimeout);
+
+    auto* const pManager = new NAManager(nullptr); // deletes itself after its answer, however late that comes
+    connect(pManager, SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
+    const std::string strUrl =
+        request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery;
+    pManager->SendRequest(QString::fromStdString(strUrl), QByteArray::fromStdString(request.strBody),
+                          request.nMethod);
+    wait.loop.exec();
+    return wait;
+}
+
+bool CUIAgentReq::ReportOrPause(const SSyncRequest& request, int nTimeout)
+{
+    const bool bSucc = Exchange(request, nTimeout).bSucc;
+    if (!bSucc) {
+        QThread::msleep(FAILED_REPORT_PAUSE_MS);
+    }
+    return bSucc;
+}
+
+bool CUIAgentReq::SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeout,
+                                            tagSRequestGetChannelCheckData req, bool& bAllow,
+                                            QString& strReason)
+{
+    const SyncWait& wait = Exchange(
+        Query(RequestType::GetChannelCheckData, SLOT(Slot_GetChannelCheckData_Reply(bool, QJsonObject)),
+              JointServerInfo(strIp.toStdString(), nPort), ChannelCheckObject(req)),
+        nTimeout);
+    bAllow = wait.strResult.compare(QLatin1String("yes"), Qt::CaseInsensitive) == 0;
+    strReason = wait.strReason;
+    return wait.bSucc;
+}
+
+bool CUIAgentReq::SendGetWhetherInCommonEx(QString strIp, int nPort, int nTimeout, QString strDxtm,
+                                           bool& bCommon)
+{
+    const SyncWait& wait = Exchange(
+        Query(RequestType::GetWhetherInCommon, SLOT(Slot_GetWhetherInCommon_Reply(bool, QJsonObject)),
+              JointServerInfo(strIp.toStdString(), nPort), WhetherInCommonObject(strDxtm.toStdString())),
+        nTimeout);
+    bCommon = wait.bFlag;
+    return wait.bSucc;
+}
+
+bool CUIAgentReq::SendPostUploadDataEx(QString strIp, int nPort, int nTimeout, tagBatteryTestData& data)
+{
+    return Exchange(Report(RequestType::PostUploadData, SLOT(Slot_PostUploadData_Reply(bool, QJsonObject)),
+                           JointServerInfo(strIp.toStdString(), nPort), BatteryJson(data)),
+                    nTimeout)
+        .bSucc;
+}
+
+bool CUIAgentReq::SendPostReportCycleDataEx(QString strUrl, int nTimeout, std::string strData)
+{
+    return ReportOrPause(Report(RequestType::ReportCycleData,
+                                SLOT(Slot_PostReportCycleData_Reply(bool, QJsonObject)), strUrl.toStdString(),
+                                JsonArrayOf(strData)),
+                         nTimeout);
+}
+
+bool CUIAgentReq::SendPostReportStepDataEx(QString strUrl, int nTimeout, std::string strData)
+{
+    return ReportOrPause(Report(RequestType::ReportStepData,
+                                SLOT(Slot_PostReportStepData_Reply(bool, QJsonObject)), strUrl.toStdString(),
+                                JsonArrayOf(strData)),
+                         nTimeout);
+}
+
+// This endpoint takes the data as it stands, without brackets.
+bool CUIAgentReq::SendPostReportStepData_ORN(QString strUrl, int nTimeout, std::string strData)
+{
+    return ReportOrPause(Report(RequestType::ReportStepDataOrn,
+                                SLOT(Slot_PostReportStepDataORN_Reply(bool, QJsonObject)),
+                                strUrl.toStdString(), std::move(strData)),
+                         nTimeout);
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "KtsExport.h"
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+/// Hands the results of asynchronous requests to the host, one signal a request.
+///
+/// Call `Instance()` and connect before the first request is sent: a result without this object is lost.
+///
+/// Threads: signals are emitted on the delivering thread of the transport, never on the host's. With Qt's
+/// automatic connection a receiver that lives in another thread gets them queued, through its event loop; a
+/// receiver without a thread of its own (a lambda without context) runs on the delivering thread and holds up
+/// the results behind it. All arguments are values.
+///
+/// `bSucc` is false when the exchange failed or the server said no; a host can't tell the two apart here, the
+/// log can. The records inside the variants are declared in `ResultVariants.h`; after a failure, and after a
+/// no, the variant is invalid unless the signal says otherwise.
+class KTSHTTPAGENT_API CUIAgentRsp : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The one instance, made by the first call. Safe from several threads.
+    static CUIAgentRsp* Instance();
+
+    ~CUIAgentRsp() override;
+
+Q_SIGNALS:
+    // The order of the signals is part of the interface: hosts may connect by index.
+
+    /// Answer to `SendGetUserInfo`. `varData` holds a `USER_INFO`, a default one on failure.
+    void SigGetUserInfoRet(bool bSucc, QVariant varData);
+    /// Answer to `SendPostReportChlStatus`.
+    void SigPostReportChlStatRet(bool bSucc);
+    /// Answer to `SendPostReportIncubatorStatus`.
+    void SigPostReportIncubatorStatusRet(bool bSucc);
+    /// Answer to `SendGetProjects`. `vData` holds a `SResponseGetProject`.
+    void SigGetProjectsRet(bool bSucc, QVariant vData);
+    /// Answer to `SendGetSupportVer`. `strTickCount` is the version that was asked about.
+    void SigGetSupportVerRet(bool bSucc, QString strTickCount);
+    /// Answer to `SendGetBattStatus`. `vData` holds a `SResponseGetBatteryStatus`.
+    void SigGetBattStatusRet(bool bSucc, QVariant vData);
+    /// Answer to `SendGetAutoExport`. `vData` holds a `SResponseGetAutoExport`.
+    void SigGetAutoExportRet(bool bSucc, QVariant vData);
+    /// Answer to `SendGetFtpFilePath`. `vData` holds a `SResponseGetFtpFilePath`.
+    void SigGetFtpFilePathRet(bool bSucc, QVariant vData);
+    /// Never emitted by a request: `SendGetChannelUpDownPlatform` sends none.
+    void SigGetChannelUpDownPlatformRet(bool bSucc, QString strMessage);
+    /// Answer to `SendGetChannelCheckData`. `strAllowBoot` is the server's text, "no" when the exchange
+    /// failed; `varRequestData` holds the `SRequestGetChannelCheckData` that was asked about.
+    void SigGetChannelCheckDataRet(bool bSucc, QString strMessage, QString strAllowBoot, QString strReason,
+                                   QVariant varRequestData);
+    /// Answer to `SendGetWhetherInCommon`. `strDxtm` is the barcode that was asked about.
+    void SigGetWhetherInCommonRet(bool bSucc, bool bIsCommon, QString strDxtm);
+    /// Never emitted: `SendGetCdlxFileListByDxtmList` sends no request.
+    void SigGetCdlxFileListByDxtmListRet(bool bSucc, QStringList lstRet);
+
+protected:
+    CUIAgentRsp();
+
+    /// Receives every decoded reply and emits the signal of its request type; types 3112 to 3115 and unknown
+    /// ones emit nothing. No exception leaves it.
+    /// @param nType      request type id
+    /// @param pRequest   the request's context: for 3109 a `tagSRequestGetChannelCheckData`, for 3110 the
+    ///                   barcode as `std::string`; otherwise not read. May be null.
+    /// @param pResponse  the `SResponseHeader`; null when nothing was decoded
+    /// @param nError     0 when exchange and decoding succeeded
+    void OnResponse(int nType, const void* pRequest, const void* pResponse, int nError);
+
+    // One handler a request type, arguments as above.
+    void ProcGetUserInfo(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetProjects(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetSupportVer(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetBattStatus(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetAutoExport(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetFtpFilePath(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetChannelUpDownPlatform(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetChannelCheckData(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetWhetherInCommon(const void* pRequest, const void* pResponse, int nError);
+    void ProcGetCdlxFileListByDxtmList(const void* pRequest, const void* pResponse, int nError);
+    void ProcPostReportChlStat(const void* pRequest, const void* pResponse, int nError);
+    void ProcPostReportIncubatorStatus(const void* pRequest, const void* pResponse, int nError);
+
+private:
+    Q_DISABLE_COPY(CUIAgentRsp)
+};

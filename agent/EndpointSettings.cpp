@@ -1,0 +1,119 @@
+#include "EndpointSettings.h"
+
+#include "RequestCatalogue.h"
+
+#include "platform/clog/clog.h"
+
+#include <QSettings>
+#include <QVariant>
+
+#include <optional>
+#include <set>
+#include <string_view>
+#include <utility>
+
+using namespace VelCSDK;
+
+namespace
+{
+
+constexpr const char* PLUGIN = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\BRELK\\KTSStartPlugin";
+constexpr const char* ORN = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\ORN\\NETCFG";
+constexpr const char* TAMOR = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\TAMOR\\NETCFG";
+constexpr const char* PLIX = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\PLIX\\NETCFG";
+
+} // namespace
+
+// User information has no setting. The step data value stands in two profiles, for two requests.
+const std::array<SEndpointSetting, 16> ENDPOINT_SETTINGS{{
+    {PLUGIN, "HttpUrlAddStatusLog", RequestType::ReportChlStatus},
+    {PLUGIN, "HttpUrlAutoExport", RequestType::GetAutoExport},
+    {PLUGIN, "HttpUrlGetDxzt", RequestType::GetBattStatus},
+    {PLUGIN, "HttpUrlGetFtpFilePath", RequestType::GetFtpFilePath},
+    {PLUGIN, "HttpUrlGetSupportVer", RequestType::GetSupportVer},
+    {PLUGIN, "HttpUrlGetSyxm", RequestType::GetProjects},
+    {PLUGIN, "HttpUrlIncubatorStatus", RequestType::ReportIncubatorStatus},
+    {PLUGIN, "HttpUrlReportLocation", 0},
+    {PLUGIN, "HttpUrlGetChannelUpDownPlatform", RequestType::GetChannelUpDownPlatform},
+    {PLUGIN, "HttpUrlGetChannelCheckData", RequestType::GetChannelCheckData},
+    {PLUGIN, "HttpUrlGetWhetherInCommon", RequestType::GetWhetherInCommon},
+    {PLUGIN, "HttpUrlGetCdlxFileListByDxtmList", RequestType::GetCdlxFileListByDxtmList},
+    {TAMOR, "HttpUrlPostBatteryTestData", RequestType::PostUploadData},
+    {PLIX, "HttpUrlPostReportCycleData", RequestType::ReportCycleData},
+    {PLIX, "HttpUrlPostReportStepData", RequestType::ReportStepData},
+    {ORN, "HttpUrlPostReportStepData", RequestType::ReportStepDataOrn},
+}};
+
+namespace
+{
+
+#if defined(Q_OS_WIN)
+
+QString ProfileLocation(const char* szProfile)
+{
+    return QString::fromLatin1(szProfile);
+}
+
+constexpr QSettings::Format PROFILE_FORMAT = QSettings::NativeFormat;
+
+#else
+
+/// A file for each registry key, below a root for the whole machine.
+QString ProfileLocation(const char* szProfile)
+{
+    const QString strRoot = qEnvironmentVariable("KTSHTTPAGENT_SETTINGS_ROOT", "/etc/xdg/ktshttpagent");
+    return strRoot + '/' + QString::fromLatin1(szProfile).replace('\\', '/') + ".ini";
+}
+
+constexpr QSettings::Format PROFILE_FORMAT = QSettings::IniFormat;
+
+#endif
+
+const char* StatusText(QSettings::Status eStatus)
+{
+    return eStatus == QSettings::FormatError ? "can't be parsed" : "can't be read";
+}
+
+/// The value of a setting, read anew.
+/// @return nothing when its profile can't be read
+std::optional<std::string> ReadValue(const SEndpointSetting& setting)
+{
+    const QString strLocation = ProfileLocation(setting.szProfile);
+    QSettings settings(strLocation, PROFILE_FORMAT);
+#if !defined(Q_OS_WIN)
+    settings.setIniCodec("UTF-8");
+#endif
+    const QString strPath = settings.value(QString::fromLatin1(setting.szName), QVariant("")).toString();
+    if (settings.status() == QSettings::NoError) {
+        return strPath.toStdString();
+    }
+    Log_Write(1, "ReadEndpointSettings", 1, "%s %s; the built-in paths stay in force for its requests",
+              qUtf8Printable(strLocation), StatusText(settings.status()));
+    return std::nullopt;
+}
+
+} // namespace
+
+std::array<std::string, ENDPOINT_SETTING_COUNT> ReadEndpointSettings()
+{
+    std::array<std::string, ENDPOINT_SETTING_COUNT> paths;
+    // Qt reports a broken file to its first reader only, and hands the others what it understood of it.
+    std::set<std::string_view> setBroken;
+    for (std::size_t nSetting = 0; nSetting < paths.size(); ++nSetting) {
+        const SEndpointSetting& setting = ENDPOINT_SETTINGS.at(nSetting);
+        if (setBroken.count(setting.szProfile) != 0) {
+            continue;
+        }
+        if (std::optional<std::string> strPath = ReadValue(setting)) {
+            paths.at(nSetting) = std::move(*strPath);
+        } else {
+            setBroken.insert(setting.szProfile);
+        }
+    }
+    return paths;
+}
+
+QString DescribeEndpointSetting(const SEndpointSetting& setting)
+{
+    return ProfileLocation(setting.szProfile) + " " + QString::fromLatin1(setting.szName);
+}
