@@ -1,0 +1,78 @@
+#pragma once
+
+#include "AgentSession.h"
+#include "Operations.h"
+#include "ValueWriter.h"
+
+#include <optional>
+
+/// The exit statuses of the program.
+enum EExit {
+    ExitSuccess = 0,
+    ExitNo = 1, ///< the server said no, or the exchange failed
+    ExitUsage = 2,
+    ExitNoAnswer = 3, ///< no answer in time
+};
+
+enum class EOutcome {
+    Success,
+    Refused,
+    RefusedOrFailed,
+    ReturnedFalse,
+    NeverTrue,
+    NoAnswerInTime,
+    Sent,
+    NothingSent,
+};
+
+/// What is known of an outcome.
+struct OutcomeInfo {
+    EOutcome eOutcome;
+    const char* szWord;   ///< as it is printed
+    const char* szRemark; ///< for standard error; empty where all is said
+    bool bLogged;         ///< whether the log may say more
+    EExit eExit;
+};
+
+const OutcomeInfo& InfoOf(EOutcome eOutcome);
+
+/// One call of an operation and what came of it.
+struct Exchange {
+    const Operation* pOperation;
+    bool bSync; ///< whether by the blocking sender
+    EOutcome eOutcome;
+    /// From the call to the answer or to the end of waiting; of a blocking call the whole of it.
+    std::int64_t nMilliseconds;
+    /// The arguments of the signal; of a blocking call what it returned, and then its out-parameters.
+    std::optional<NamedValues> optAnswer;
+};
+
+/// The request type id that the request of an exchange travels under.
+int IdOf(const Exchange& exchange);
+
+/// Calls an asynchronous sender and waits for its answer, where it has one. Runs an event loop of the calling
+/// thread, which must be the session's.
+/// @param arguments   what the operation takes; handed to it by reference
+/// @param nTimeoutMs  how long the answer may take
+Exchange RunAsync(const AgentSession& session, const Operation& operation, Arguments& arguments,
+                  int nTimeoutMs);
+
+/// Calls the blocking sender of an operation that has one, on the session's thread. To be called once for
+/// each operation in a process: after a time-out the agent returns what the reply before brought, so a second
+/// time-out could pass for a success.
+/// @param arguments   what the operation takes; handed to it by reference
+/// @param nTimeoutMs  handed to the sender
+Exchange RunSync(const AgentSession& session, const Operation& operation, Arguments& arguments,
+                 int nTimeoutMs);
+
+/// Shows an exchange as an object: operation, id, outcome, milliseconds, and what came back as "signal" or,
+/// of a blocking call, as "returned".
+void WriteExchange(ValueWriter& writer, const Exchange& exchange);
+/// The same members, into an object that is already begun and stays open.
+void WriteExchangeMembers(ValueWriter& writer, const Exchange& exchange);
+
+/// Shows what came back as an object, or null when nothing did.
+void WriteAnswer(ValueWriter& writer, const std::optional<NamedValues>& optAnswer);
+
+/// What kind of answer an exchange has: "signal", or "returned" of a blocking call.
+const char* AnswerKind(const Exchange& exchange);

@@ -1,0 +1,195 @@
+#include "OperationCommand.h"
+
+#include "Exchange.h"
+#include "LogFolder.h"
+#include "Operations.h"
+#include "ReportFile.h"
+
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace
+{
+
+/// Longer than the transport waits for a reply, so that its word on a silent server comes first.
+constexpr int DEFAULT_TIMEOUT_MS = 70000;
+
+/// A blocking call holds up its caller, whom a shorter wait serves better.
+constexpr int DEFAULT_SYNC_TIMEOUT_MS = 10000;
+
+/// What was asked for on the command line.
+struct OperationCall {
+    Arguments arguments;
+    std::string strFile;
+    std::vector<std::pair<FieldSlot, std::string>> vecFieldTexts;
+    std::optional<int> optTimeoutMs;
+    bool bSync = false;
+    bool bJson = false;
+};
+
+using Call = std::shared_ptr<OperationCall>;
+
+void AddArgument(CLI::App& command, const OperationOption& option, ServerAddress& server)
+{
+    const auto fnSet = [&server](const std::string& strText) {
+        try {
+            server = ParseServerAddress(strText);
+        } catch (const std::invalid_argument& e) {
+            throw CLI::ValidationError("--server", e.what());
+        }
+    };
+    command.add_option_function<std::string>(option.strName, fnSet, option.strHelp)
+        ->required()
+        ->type_name("HOST:PORT");
+}
+
+void AddArgument(CLI::App& command, const OperationOption& option, QString& strArgument)
+{
+    const auto fnSet = [&](const std::string& strText) { strArgument = QString::fromStdString(strText); };
+    command.add_option_function<std::string>(option.strName, fnSet, option.strHelp)->required();
+}
+
+void AddArgument(CLI::App& command, const OperationOption& option, QStringList& lstArgument)
+{
+    const auto fnSet = [&](const std::vector<std::string>& vecTexts) {
+        for (const std::string& strText : vecTexts) {
+            lstArgument += QString::fromStdString(strText);
+        }
+    };
+    command.add_option_function<std::vector<std::string>>(option.strName, fnSet, option.strHelp)
+        ->delimiter(',')
+        ->allow_extra_args(false);
+}
+
+void AddArgument(CLI::App& command, const OperationOption& option, int& nArgument)
+{
+    command.add_option(option.strName, nArgument, option.strHelp)->required();
+}
+
+void AddRecord(CLI::App& command, const std::vector<FieldSlot>& vecSlots, const Call& pCall)
+{
+    command.add_option("--file", pCall->strFile,
+                       "JSON file with an object of the record's fields; the options below win over it");
+    for (const FieldSlot& slot : vecSlots) {
+        const auto fnSet = [pCall, slot](const std::string& strText) {
+            pCall->vecFieldTexts.emplace_back(slot, strText);
+        };
+        command.add_option_function<std::string>("--" + slot.strName, fnSet, slot.strExpected)
+            ->group("Fields of the record");
+    }
+}
+
+void FillRecord(OperationCall& call, const std::vector<FieldSlot>& vecSlots)
+{
+    if (!call.strFile.empty()) {
+        try {
+            ReadReportFile(call.strFile, vecSlots);
+        } catch (const std::runtime_error& e) {
+            throw CLI::ValidationError(e.what());
+        }
+    }
+    for (const auto& [slot, strText] : call.vecFieldTexts) {
+        if (!slot.fnSet(strText)) {
+            throw CLI::ValidationError("--" + slot.strName, "'" + strText + "': must be " + slot.strExpected);
+        }
+    }
+}
+
+void Print(const Exchange& exchange, bool bJson)
+{
+    if (bJson) {
+        JsonWriter writer;
+        WriteExchange(writer, exchange);
+        std::cout << writer.Result() << std::endl;
+    } else {
+        TextWriter writer;
+        WriteExchange(writer, exchange);
+        std::cout << writer.Result() << std::flush;
+    }
+}
+
+int RunCall(const Operation& operation, OperationCall& call)
+{
+    if (operation.fnRecord) {
+        FillRecord(call, operation.fnRecord(call.arguments));
+    }
+    const AgentSession session;
+    const int nTimeoutMs =
+        call.optTimeoutMs.value_or(call.bSync ? DEFAULT_SYNC_TIMEOUT_MS : DEFAULT_TIMEOUT_MS);
+    const Exchange exchange =
+        (call.bSync ? RunSync : RunAsync)(session, operation, call.arguments, nTimeoutMs);
+    Print(exchange, call.bJson);
+    const OutcomeInfo& info = InfoOf(exchange.eOutcome);
+    if (*info.szRemark != '\0') {
+        const std::string strLog = info.bLogged ? " (log: " + LogFolder().toStdString() + ")" : "";
+        std::cerr << "ktsagent: " << operation.strName << ": " << info.szRemark << strLog << std::endl;
+    }
+    return info.eExit;
+}
+
+/// What the exit status of a blocking call means, for the help.
+std::string SyncExitHelp(const SyncSender& sender)
+{
+    const std::string strTrue =
+        sender.bEverTrue ? "0 the call returned true" : "0 never, since no reply counts as a success here";
+    const std::string strPause = sender.nPauseMs == 0 ? ""
+                                                      : "without the " + std::to_string(sender.nPauseMs) +
+                                                            " ms for which a report that failed pauses, and ";
+    return "Exit status with --sync: " + strTrue +
+           ",\n1 it returned false since a reply or a failure of the network ended the wait,"
+           "\n3 it returned false and the wait lasted as long as the time-out."
+           "\nThe call does not tell a time-out from a no. Its measured time decides,\n" +
+           strPause + "with the 5 % by which the library's timer may be early.";
+}
+
+void AddSync(CLI::App& command, const Operation& operation, OperationCall& call)
+{
+    const bool bOnlyRoad = !operation.fnSend;
+    call.bSync = bOnlyRoad;
+    command.add_flag("--sync", call.bSync,
+                     bOnlyRoad ? "call the blocking sender; always so, there is no other"
+                               : "call the blocking sender and print what it returns");
+    command.footer(command.get_footer() + "\n" + SyncExitHelp(*operation.optSync));
+}
+
+void AddTimeout(CLI::App& command, const Operation& operation, OperationCall& call)
+{
+    std::string strHelp = "milliseconds to wait for an answer, where there is one";
+    if (operation.answer.signal) {
+        strHelp += "; by default " + std::to_string(DEFAULT_TIMEOUT_MS);
+    }
+    if (operation.optSync) {
+        strHelp += "; with --sync by default " + std::to_string(DEFAULT_SYNC_TIMEOUT_MS);
+    }
+    command.add_option("--timeout", call.optTimeoutMs, strHelp)->check(CLI::PositiveNumber);
+}
+
+void AddOperationCommand(CLI::App& app, const Operation& operation, int& nExit)
+{
+    CLI::App& command = *app.add_subcommand(operation.strName, operation.strHelp);
+    const auto pCall = std::make_shared<OperationCall>();
+    for (const OperationOption& option : operation.vecOptions) {
+        std::visit([&](auto pArgument) { AddArgument(command, option, pCall->arguments.*pArgument); },
+                   option.pArgument);
+    }
+    if (operation.fnRecord) {
+        AddRecord(command, operation.fnRecord(pCall->arguments), pCall);
+    }
+    if (operation.optSync) {
+        AddSync(command, operation, *pCall);
+    }
+    AddTimeout(command, operation, *pCall);
+    command.add_flag("--json", pCall->bJson, "print one JSON object");
+    command.callback([&operation, pCall, &nExit] { nExit = RunCall(operation, *pCall); });
+}
+
+} // namespace
+
+void AddOperationCommands(CLI::App& app, int& nExit)
+{
+    for (const Operation& operation : Operations()) {
+        AddOperationCommand(app, operation, nExit);
+    }
+}

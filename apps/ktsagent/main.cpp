@@ -1,0 +1,73 @@
+#include "Demo.h"
+#include "Endpoints.h"
+#include "Exchange.h"
+#include "OperationCommand.h"
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+/// The arguments in the order in which CLI11 takes them: the last one first. "--t=" is given as "--t" and an
+/// empty text, since CLI11 would take the argument behind it for the value.
+std::vector<std::string> CommandLineArguments(int argc, char** argv)
+{
+    std::vector<std::string> vecArguments;
+    for (int i = argc - 1; i > 0; --i) {
+        const std::string strArgument = argv[i];
+        const bool bEmptyValue =
+            strArgument.rfind("--", 0) == 0 && strArgument.find('=') == strArgument.size() - 1;
+        if (bEmptyValue) {
+            vecArguments.emplace_back();
+            vecArguments.push_back(strArgument.substr(0, strArgument.size() - 1));
+        } else {
+            vecArguments.push_back(strArgument);
+        }
+    }
+    return vecArguments;
+}
+
+int RunCommandLine(int argc, char** argv)
+{
+    CLI::App app("Talks to a laboratory server through the agent, as a host does.", "ktsagent");
+    app.footer(
+        "Exit status: 0 success, 1 the server said no or the exchange failed, 2 wrong usage, 3 no answer "
+        "in time.\nA value that begins with \"-\" is written --option=-value.");
+    app.require_subcommand(0, 1); // none at all is refused below, so an unknown one is named
+    int nExit = ExitSuccess;
+    AddOperationCommands(app, nExit);
+    AddEndpointsCommand(app, nExit);
+    AddDemoCommand(app, nExit);
+    try {
+        app.parse(CommandLineArguments(argc, argv));
+        if (app.get_subcommands().empty()) {
+            throw CLI::RequiredError("A subcommand");
+        }
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? ExitSuccess : ExitUsage; // asking for help is no error
+    }
+    return nExit;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    // The agent's debug lines are not for the user of a command. QT_LOGGING_RULES wins over this.
+    QLoggingCategory::setFilterRules("ktshttpagent.reply.debug=false");
+    try {
+        return RunCommandLine(argc, argv);
+    } catch (const std::exception& e) {
+        std::cerr << "ktsagent: " << e.what() << std::endl;
+        return ExitNo;
+    }
+}

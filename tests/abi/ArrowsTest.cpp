@@ -1,0 +1,196 @@
+// The rooms of the source tree depend on each other one way only: agent → sdk → platform, agent → net. These
+// tests read the include lines and the link lines.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using ::testing::IsEmpty;
+
+struct Room {
+    std::string strName;
+    std::set<std::string> setMayInclude; ///< other rooms
+    bool bMayUseQt;
+};
+
+const Room ROOMS[] = {
+    {"platform/clog", {}, false},
+    {"platform/chttpclient", {"platform/clog"}, false},
+    {"sdk", {"platform/chttpclient", "platform/clog"}, false},
+    {"net", {}, true},
+    {"agent", {"sdk", "net", "platform/clog"}, true},
+    {"labserver", {}, false},
+    {"apps/ktsagent", {"labserver", "ktshttpagent"}, true},
+};
+
+const fs::path SOURCE_DIR = KTS_SOURCE_DIR;
+
+bool IsSource(const fs::path& path)
+{
+    return path.extension() == ".h" || path.extension() == ".cpp";
+}
+
+/// The name that a line includes, without quotes or brackets; empty when it includes nothing.
+std::string IncludeOf(const std::string& strLine)
+{
+    constexpr const char* BLANKS = " \t";
+    const std::size_t nHash = strLine.find_first_not_of(BLANKS);
+    if (nHash == std::string::npos || strLine[nHash] != '#') {
+        return {};
+    }
+    const std::size_t nWord = strLine.find_first_not_of(BLANKS, nHash + 1);
+    if (nWord == std::string::npos || strLine.compare(nWord, 7, "include") != 0) {
+        return {};
+    }
+    const std::size_t nBegin = strLine.find_first_of("\"<", nWord);
+    const std::size_t nEnd = strLine.find_first_of("\">", nBegin + 1);
+    return nEnd == std::string::npos ? std::string() : strLine.substr(nBegin + 1, nEnd - nBegin - 1);
+}
+
+std::vector<std::string> IncludesOf(std::istream& file)
+{
+    std::vector<std::string> vecIncludes;
+    for (std::string strLine; std::getline(file, strLine);) {
+        if (std::string strInclude = IncludeOf(strLine); !strInclude.empty()) {
+            vecIncludes.push_back(std::move(strInclude));
+        }
+    }
+    return vecIncludes;
+}
+
+/// The room that an included name leads to; empty for what is none of ours.
+std::string RoomOf(const std::string& strInclude, const Room& from)
+{
+    if (strInclude.rfind("ktshttpagent/", 0) == 0) {
+        return "ktshttpagent";
+    }
+    for (const Room& room : ROOMS) {
+        if (strInclude.rfind(room.strName + "/", 0) == 0) {
+            return room.strName;
+        }
+    }
+    if (fs::exists(SOURCE_DIR / from.strName / strInclude)) {
+        return from.strName;
+    }
+    for (const Room& room : ROOMS) {
+        if (fs::exists(SOURCE_DIR / room.strName / strInclude)) {
+            return room.strName;
+        }
+    }
+    return {};
+}
+
+bool IsQt(const std::string& strInclude)
+{
+    return strInclude.size() > 1 && strInclude[0] == 'Q' && std::isupper(strInclude[1]) != 0;
+}
+
+/// What is wrong with an include line in a room; empty for nothing.
+std::string Violation(const Room& room, const std::string& strInclude)
+{
+    if (IsQt(strInclude) && !room.bMayUseQt) {
+        return room.strName + " may not use Qt: " + strInclude;
+    }
+    const std::string strTarget = RoomOf(strInclude, room);
+    if (strTarget.empty() || strTarget == room.strName || room.setMayInclude.count(strTarget) != 0) {
+        return {};
+    }
+    return room.strName + " may not include " + strTarget + ": " + strInclude;
+}
+
+const Room& Named(const std::string& strName)
+{
+    for (const Room& room : ROOMS) {
+        if (room.strName == strName) {
+            return room;
+        }
+    }
+    throw std::out_of_range(strName);
+}
+
+TEST(Arrows, TheRuleItselfSeesAWrongInclude)
+{
+    EXPECT_THAT(Violation(Named("sdk"), "QString"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("sdk"), "agent/CUIAgentReq.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("sdk"), "CUIAgentReq.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("platform/clog"), "platform/chttpclient/chttpclient.h"),
+                ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("apps/ktsagent"), "sdk/RequestCatalogue.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("agent"), "IVelClientSDk.h"), IsEmpty());
+    EXPECT_THAT(Violation(Named("agent"), "QString"), IsEmpty());
+    EXPECT_THAT(Violation(Named("sdk"), "string"), IsEmpty());
+}
+
+TEST(Arrows, EveryIncludeFollowsThem)
+{
+    std::vector<std::string> vecViolations;
+    std::size_t nFiles = 0;
+    for (const Room& room : ROOMS) {
+        if (!fs::exists(SOURCE_DIR / room.strName)) {
+            continue;
+        }
+        for (const auto& entry : fs::recursive_directory_iterator(SOURCE_DIR / room.strName)) {
+            if (!IsSource(entry.path())) {
+                continue;
+            }
+            ++nFiles;
+            std::ifstream file(entry.path());
+            for (const std::string& strInclude : IncludesOf(file)) {
+                if (const std::string strViolation = Violation(room, strInclude); !strViolation.empty()) {
+                    vecViolations.push_back(entry.path().filename().string() + ": " + strViolation);
+                }
+            }
+        }
+    }
+    EXPECT_GT(nFiles, 40U) << "the source tree was not found";
+    EXPECT_THAT(vecViolations, IsEmpty());
+}
+
+/// What each target links, by name.
+std::map<std::string, std::string> ReadLinks()
+{
+    std::map<std::string, std::string> mapLinks;
+    std::ifstream file(KTS_ROOM_LINKS);
+    for (std::string strLine; std::getline(file, strLine);) {
+        const std::size_t nColon = strLine.find(": ");
+        mapLinks[strLine.substr(0, nColon)] = strLine.substr(nColon + 2);
+    }
+    return mapLinks;
+}
+
+TEST(Arrows, EveryLinkLineFollowsThem)
+{
+    const std::map<std::string, std::string> mapLinks = ReadLinks();
+    const std::map<std::string, std::vector<std::string>> mapForbidden = {
+        {"kts_sdk", {"Qt5", "kts_agent", "kts_net", "CURL", "spdlog", "chttpclient", "libclog"}},
+        {"chttpclient_objects", {"Qt5", "kts_sdk", "kts_agent", "kts_net"}},
+        {"chttpclient", {"Qt5", "kts_sdk", "kts_agent", "kts_net"}},
+        {"libclog", {"Qt5", "kts_sdk", "kts_agent", "kts_net", "chttpclient"}},
+        {"kts_net", {"kts_sdk", "kts_agent", "chttpclient", "libclog"}},
+        {"kts_agent", {"CURL", "spdlog", "chttpclient"}},
+        {"kts_labserver", {"Qt5", "kts_sdk", "kts_agent", "kts_net", "chttpclient", "ktshttpagent"}},
+        {"ktsagent", {"kts_sdk", "kts_agent", "kts_net"}},
+    };
+    for (const auto& [strTarget, vecForbidden] : mapForbidden) {
+        ASSERT_EQ(mapLinks.count(strTarget), 1U) << strTarget;
+        for (const std::string& strForbidden : vecForbidden) {
+            EXPECT_EQ(mapLinks.at(strTarget).find(strForbidden), std::string::npos)
+                << strTarget << " links " << mapLinks.at(strTarget);
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,72 @@
+// A process that loads the library may end in any way, at any time: it ends soon, with its own exit status,
+// and what it reported just before still arrives.
+
+#include "ScriptedServer.h"
+
+#include "labserver/LabServer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include <sys/wait.h>
+
+namespace
+{
+
+constexpr int REPORTS = 50;
+
+/// The exit status of a host; 124 when it did not end within 30 s, 128 and more after a crash.
+int RunHost(int nPort, const std::string& strOptions)
+{
+    const std::string strCommand = "timeout 30 " KTS_ENDING_HOST " " + std::to_string(nPort) + " " +
+                                   std::to_string(REPORTS) + " " + strOptions;
+    const int nStatus = std::system(strCommand.c_str());
+    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 128 + WTERMSIG(nStatus);
+}
+
+class ProcessEnd : public ::testing::TestWithParam<std::string>
+{
+};
+
+TEST_P(ProcessEnd, DeliversWhatWasReportedJustBefore)
+{
+    LabServer server;
+    const int nPort = server.Start();
+    EXPECT_EQ(RunHost(nPort, GetParam()), 0);
+    const std::vector<LabExchange> vecExchanges = server.Exchanges();
+    EXPECT_EQ(std::count_if(vecExchanges.begin(), vecExchanges.end(),
+                            [](const LabExchange& exchange) { return exchange.nStatus == 200; }),
+              REPORTS);
+}
+
+TEST_P(ProcessEnd, IsNotHeldUpByASilentServer)
+{
+    setenv("CHTTPCLIENT_DRAIN_MS", "300", 1);
+    const ScriptedServer server(ServerStep{"", ServerStep::Ending::Hold});
+    EXPECT_EQ(RunHost(server.Port(), GetParam()), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, ProcessEnd,
+                         ::testing::Values("", "exit", "destroy", "destroy exit", "response-first",
+                                           "response-first exit", "response-first destroy", "no-response",
+                                           "no-response exit", "no-application", "no-application exit",
+                                           "no-application response-first destroy"),
+                         [](const auto& way) {
+                             std::string strName = way.param.empty() ? "return" : way.param;
+                             std::replace_if(
+                                 strName.begin(), strName.end(), [](char c) { return c == ' ' || c == '-'; },
+                                 '_');
+                             return strName;
+                         });
+
+TEST(ProcessEndInACallback, EndsTheProcess)
+{
+    LabServer server;
+    const int nPort = server.Start();
+    EXPECT_EQ(RunHost(nPort, "exit-in-callback"), 0);
+}
+
+} // namespace

@@ -1,0 +1,55 @@
+#include "KtsagentProcess.h"
+
+#include <gmock/gmock.h>
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+namespace
+{
+
+class Endpoints : public KtsagentProcess
+{
+};
+
+} // namespace
+
+TEST_F(Endpoints, AreBuiltInWhereTheSiteSaysNothing)
+{
+    const KtsagentRun run = Run({"endpoints", "--json"});
+
+    ASSERT_EQ(run.nExit, 0) << run.strErr;
+    const QJsonArray arrEndpoints = run.List();
+    ASSERT_EQ(arrEndpoints.size(), 16);
+    for (int i = 0; i < arrEndpoints.size(); ++i) {
+        EXPECT_EQ(arrEndpoints[i].toObject()["id"], 3100 + i);
+        EXPECT_EQ(arrEndpoints[i].toObject()["origin"], "built in");
+        EXPECT_FALSE(arrEndpoints[i].toObject()["path"].toString().isEmpty());
+    }
+    EXPECT_EQ(arrEndpoints[0].toObject()["path"], "posts");
+    EXPECT_EQ(arrEndpoints[15].toObject()["path"], "core/api/public/orn/qm/autoWriteInspection");
+}
+
+TEST_F(Endpoints, OfTheSiteAreShownWithTheProfileAndTheValueThatGaveThem)
+{
+    SetEndpoint("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin", "HttpUrlGetSupportVer", "api/ver");
+
+    const KtsagentRun run = Run({"endpoints", "--json"});
+
+    ASSERT_EQ(run.nExit, 0) << run.strErr;
+    const QJsonObject supportVer = run.List()[4].toObject();
+    EXPECT_EQ(supportVer["id"], 3104);
+    EXPECT_EQ(supportVer["path"], "api/ver");
+    EXPECT_THAT(supportVer["origin"].toString().toStdString(),
+                AllOf(HasSubstr("KTSStartPlugin"), HasSubstr("HttpUrlGetSupportVer")));
+    EXPECT_EQ(run.List()[5].toObject()["origin"], "built in");
+}
+
+TEST_F(Endpoints, FormATableWithALineForEachId)
+{
+    const KtsagentRun run = Run({"endpoints"});
+
+    ASSERT_EQ(run.nExit, 0) << run.strErr;
+    EXPECT_EQ(QString::fromStdString(run.strOut).count('\n'), 16);
+    EXPECT_THAT(run.strOut, HasSubstr("3113  open/test-cabinet/add/kostrel/cycle "));
+}

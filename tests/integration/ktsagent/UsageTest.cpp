@@ -1,0 +1,79 @@
+#include "KtsagentProcess.h"
+
+#include <gmock/gmock.h>
+
+using testing::HasSubstr;
+
+namespace
+{
+
+class Usage : public KtsagentProcess
+{
+};
+
+struct WrongUsage {
+    const char* szName;
+    QStringList lstArguments;
+    const char* szSaid; ///< in the message
+};
+
+class WrongUsages : public KtsagentProcess, public testing::WithParamInterface<WrongUsage>
+{
+};
+
+} // namespace
+
+TEST_P(WrongUsages, ExitWithTwoAndSayWhatIsWrong)
+{
+    const KtsagentRun run = Run(GetParam().lstArguments);
+
+    EXPECT_EQ(run.nExit, 2);
+    EXPECT_THAT(run.strErr, HasSubstr(GetParam().szSaid));
+    EXPECT_EQ(run.strOut, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Usage, WrongUsages,
+    testing::Values(
+        WrongUsage{"NoSubcommand", {}, "subcommand"},
+        WrongUsage{"UnknownSubcommand", {"no-such-operation"}, "no-such-operation"},
+        WrongUsage{"UnknownOption", {"endpoints", "--colour"}, "--colour"},
+        WrongUsage{"MissingServer", {"support-ver", "--t", "1"}, "--server is required"},
+        WrongUsage{"MissingArgument", {"support-ver", "--server", "h:1"}, "--t is required"},
+        WrongUsage{
+            "ServerWithoutPort", {"batt-status", "--server", "host", "--t", "1"}, "'host' is not HOST:PORT"},
+        WrongUsage{
+            "ServerWithoutHost", {"batt-status", "--server", ":80", "--t", "1"}, "':80' is not HOST:PORT"},
+        WrongUsage{"PortZero", {"batt-status", "--server", "host:0", "--t", "1"}, "'0' is no port"},
+        WrongUsage{
+            "PortTooLarge", {"batt-status", "--server", "host:65536", "--t", "1"}, "'65536' is no port"},
+        WrongUsage{"PortWithTail", {"batt-status", "--server", "host:80/", "--t", "1"}, "'80/' is no port"},
+        WrongUsage{"BareIPv6", {"batt-status", "--server", "::1:80", "--t", "1"}, "in brackets"},
+        WrongUsage{
+            "UrlForServer", {"batt-status", "--server", "http://h:80", "--t", "1"}, "'http://h' is no host"},
+        WrongUsage{"UserIdThatIsNoNumber", {"user-info", "--server", "h:1", "--user-id", "7x"}, "7x"},
+        WrongUsage{"TimeoutOfNothing",
+                   {"batt-status", "--server", "h:1", "--t", "1", "--timeout", "0"},
+                   "--timeout"},
+        WrongUsage{
+            "SyncWhereNoSenderBlocks", {"batt-status", "--server", "h:1", "--t", "1", "--sync"}, "--sync"},
+        WrongUsage{"UnknownIncubatorState",
+                   {"report-incubator", "--server", "h:1", "--status", "resting"},
+                   "--status: 'resting': must be \"idle\" or \"busy\""},
+        WrongUsage{"NegativeCycle",
+                   {"report-chl-status", "--server", "h:1", "--t", "1", "--cycle=-1"},
+                   "--cycle: '-1': must be an integer from 0 to 4294967295"},
+        WrongUsage{"CurrentThatIsNotFinite",
+                   {"report-chl-status", "--server", "h:1", "--t", "1", "--current", "inf"},
+                   "--current: 'inf': must be a number"},
+        WrongUsage{"ArgumentGivenTwice", {"support-ver", "--server", "h:1", "--t", "1", "--t", "2"}, "--t"}),
+    [](const auto& param) { return std::string(param.param.szName); });
+
+TEST_F(Usage, HelpIsNoError)
+{
+    const KtsagentRun run = Run({"report-incubator", "--help"});
+
+    EXPECT_EQ(run.nExit, 0);
+    EXPECT_THAT(run.strOut, HasSubstr("--temperature"));
+    EXPECT_EQ(run.strErr, "");
+}

@@ -1,0 +1,191 @@
+// What happens around a wait: time-outs, late replies, nesting, the end of the application.
+
+#include "SyncRoad.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QTest>
+#include <QTimer>
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+
+namespace
+{
+
+constexpr int SHORT_MS = 300;
+
+const std::string YES = HttpReply(200, R"({"success":true,"result":{"allowBoot":"yes","reason":"first"}})");
+const ServerStep NEVER{"", ServerStep::Ending::Hold};
+
+TEST_F(SyncRoad, ATimeOutOnTheFirstCallIsANoWithoutTexts)
+{
+    const ScriptedServer server(NEVER);
+    m_bAllow = true;
+    m_strReason = "before";
+    EXPECT_FALSE(Check(server, SHORT_MS));
+    EXPECT_FALSE(m_bAllow);
+    EXPECT_EQ(m_strReason, "");
+    m_bCommon = true;
+    EXPECT_FALSE(InCommon(server, SHORT_MS));
+    EXPECT_FALSE(m_bCommon);
+}
+
+TEST_F(SyncRoad, ATimeOutReturnsWhatTheReplyBeforeBrought)
+{
+    const ScriptedServer server(std::vector<ServerStep>{{YES}, NEVER});
+    EXPECT_TRUE(Check(server));
+    m_bAllow = false;
+    m_strReason.clear();
+    EXPECT_TRUE(Check(server, SHORT_MS));
+    EXPECT_TRUE(m_bAllow);
+    EXPECT_EQ(m_strReason, "first");
+}
+
+TEST_F(SyncRoad, ALateReplyIsStillRecorded)
+{
+    std::atomic<bool> bRelease = false;
+    const ScriptedServer server([&](const WireRequest& request) {
+        if (request.nConnection > 1) {
+            return NEVER;
+        }
+        while (!bRelease) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return ServerStep{YES};
+    });
+    EXPECT_FALSE(Check(server, SHORT_MS));
+    bRelease = true;
+    // What the late reply recorded is what the next time-out returns.
+    QElapsedTimer timer;
+    timer.start();
+    while (!Check(server, SHORT_MS) && timer.elapsed() < ENOUGH_MS) {
+    }
+    EXPECT_TRUE(m_bAllow);
+    EXPECT_EQ(m_strReason, "first");
+}
+
+TEST_F(SyncRoad, AnUnreachableServerCostsAReportItsPauseAtMostAfterItsTimeOut)
+{
+    const ScriptedServer server(NEVER);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_FALSE(m_request.SendPostReportCycleDataEx(Base(server), SHORT_MS, ""));
+    EXPECT_GE(timer.elapsed(), SHORT_MS * 9 / 10 + 2'000);
+}
+
+TEST_F(SyncRoad, TheHostsEventsAreHandledDuringAWait)
+{
+    const ScriptedServer server(
+        ServerStep{YES, ServerStep::Ending::KeepAlive, std::chrono::milliseconds(200)});
+    bool bHandled = false;
+    QTimer::singleShot(0, [&] { bHandled = true; });
+    EXPECT_TRUE(Check(server));
+    EXPECT_TRUE(bHandled);
+}
+
+TEST_F(SyncRoad, CallsOfDifferentKindsNest)
+{
+    const ScriptedServer outer(ServerStep{YES});
+    const ScriptedServer inner(ServerStep{HttpReply(200, R"({"success":true,"common":true})"),
+                                          ServerStep::Ending::KeepAlive, std::chrono::milliseconds(200)});
+    bool bInner = false;
+    bool bInnerReturnedFirst = false;
+    QTimer::singleShot(0, [&] {
+        bInner = InCommon(inner);
+        bInnerReturnedFirst = true;
+    });
+    EXPECT_TRUE(Check(outer));
+    EXPECT_TRUE(bInnerReturnedFirst);
+    EXPECT_TRUE(bInner);
+    EXPECT_TRUE(m_bCommon);
+    EXPECT_TRUE(m_bAllow);
+}
+
+TEST_F(SyncRoad, ASecondCallOfTheSameKindReturnsAtOnceAndItsRequestIsSent)
+{
+    std::atomic<bool> bRelease = false;
+    const ScriptedServer server([&](const WireRequest&) {
+        while (!bRelease) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return ServerStep{YES};
+    });
+    bool bSecondReturned = false;
+    bool bSecond = true;
+    QTimer::singleShot(0, [&] {
+        bool bAllow = true;
+        QString strReason;
+        bSecond =
+            m_request.SendGetChannelCheckDataEx(m_strHost, server.Port(), ENOUGH_MS, {}, bAllow, strReason);
+        bSecondReturned = true;
+        EXPECT_FALSE(bAllow) << "the record holds no reply yet";
+        bRelease = true;
+    });
+    EXPECT_TRUE(Check(server));
+    EXPECT_TRUE(bSecondReturned);
+    EXPECT_FALSE(bSecond);
+    EXPECT_TRUE(server.WaitForRequests(2));
+}
+
+TEST_F(SyncRoad, AHostThatQuitsDuringAWaitNeitherHangsNorCrashes)
+{
+    const ScriptedServer server(NEVER);
+    QTimer::singleShot(50, [] { QCoreApplication::quit(); });
+    QTimer::singleShot(0, [&] { EXPECT_FALSE(Check(server, 10 * ENOUGH_MS)); });
+    QElapsedTimer timer;
+    timer.start();
+    QCoreApplication::exec();
+    EXPECT_LT(timer.elapsed(), ENOUGH_MS);
+    EXPECT_FALSE(InCommon(server, SHORT_MS));
+}
+
+TEST_F(SyncRoad, ACallFromAnotherThreadIsRefused)
+{
+    const ScriptedServer server(ServerStep{YES});
+    bool bSucc = true;
+    std::thread([&] { bSucc = Check(server); }).join();
+    EXPECT_FALSE(bSucc);
+    EXPECT_FALSE(m_bAllow);
+    EXPECT_TRUE(server.Requests().empty());
+}
+
+std::size_t OpenDescriptors()
+{
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
+}
+
+std::size_t Threads()
+{
+    const std::filesystem::directory_iterator threads("/proc/self/task");
+    return static_cast<std::size_t>(std::distance(begin(threads), end(threads)));
+}
+
+TEST_F(SyncRoad, AThousandCallsLeaveNeitherThreadsNorDescriptorsBehind)
+{
+    const ScriptedServer server(ServerStep{YES, ServerStep::Ending::Close});
+    EXPECT_TRUE(Check(server));
+    const auto settled = [](std::size_t nDescriptors, std::size_t nThreads) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        return OpenDescriptors() <= nDescriptors && Threads() <= nThreads;
+    };
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    const std::size_t nDescriptors = OpenDescriptors();
+    const std::size_t nThreads = Threads();
+    int nSucceeded = 0;
+    for (int nCall = 0; nCall < 1'000; ++nCall) {
+        nSucceeded += Check(server) ? 1 : 0;
+    }
+    EXPECT_EQ(nSucceeded, 1'000);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return settled(nDescriptors, nThreads); }, ENOUGH_MS))
+        << OpenDescriptors() << " descriptors after " << nDescriptors << ", " << Threads()
+        << " threads after " << nThreads;
+}
+
+} // namespace
