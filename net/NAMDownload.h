@@ -44,6 +44,6 @@ private Q_SLOTS:
 
 private:
     QPointer<QNetworkReply> m_pReply; ///< a child of this object; deletes itself after its end
-    std::unique_ptr<QFile> m_pFile;    ///< open while the download is under way
+    std::unique_ptr<QFile> m_pFile;   ///< open while the download is under way
     QString m_strTarget;
 };

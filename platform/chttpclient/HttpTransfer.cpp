@@ -206,9 +206,7 @@ int CHttpTransfer::HttpError(CURLcode eResult) const
 std::size_t CHttpTransfer::OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf)
 {
     auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
-    const std::string& strBody = transfer.Request().strBody;
-    const std::size_t nBytes = std::min(nSize * nCount, strBody.size() - transfer.m_nSent);
-    std::memcpy(pBuffer, strBody.data() + transfer.m_nSent, nBytes);
+    const std::size_t nBytes = transfer.Request().strBody.copy(pBuffer, nSize * nCount, transfer.m_nSent);
     transfer.m_nSent += nBytes;
     return nBytes;
 }

@@ -51,7 +51,8 @@ private:
     std::shared_ptr<CTransferLoop> m_pLoop;
 
     CDelivery m_delivery;
-    CTransport* const m_pBeforeFork; ///< never used again, and never freed: what it holds is the parent's
+    /// Never used again, and never freed: what it holds is the parent's.
+    [[maybe_unused]] CTransport* const m_pBeforeFork;
 };
 
 } // namespace chttpclient

@@ -139,7 +139,7 @@ void Log::Fail(const std::string& strWhy)
     m_pLogger.reset();
     m_tpNextTry = std::chrono::steady_clock::now() + RETRY_AFTER;
     if (!std::exchange(m_bFailureSaid, true)) {
-        std::fprintf(stderr, "libclog: %s can't be written, its lines are lost: %s\n",
-                     m_pathFile.string().c_str(), EscapeControls(strWhy).c_str());
+        static_cast<void>(std::fprintf(stderr, "libclog: %s can't be written, its lines are lost: %s\n",
+                                       m_pathFile.string().c_str(), EscapeControls(strWhy).c_str()));
     }
 }

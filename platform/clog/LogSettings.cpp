@@ -22,7 +22,7 @@ std::filesystem::path StateFolder()
     return Variable("LOCALAPPDATA");
 #else
     // A relative path in this variable is to be ignored, says the convention that it comes from.
-    const std::filesystem::path pathState = Variable("XDG_STATE_HOME");
+    std::filesystem::path pathState = Variable("XDG_STATE_HOME");
     if (pathState.is_absolute()) {
         return pathState;
     }
@@ -39,7 +39,7 @@ std::filesystem::path LogFolder()
         const std::filesystem::path pathAbsolute = std::filesystem::absolute(pathNamed, error);
         return error ? pathNamed : pathAbsolute;
     }
-    const std::filesystem::path pathState = StateFolder();
+    std::filesystem::path pathState = StateFolder();
     return pathState.empty() ? pathState : pathState / "ktshttpagent";
 }
 

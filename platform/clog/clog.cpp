@@ -20,7 +20,7 @@ std::string Format(const char* szFormat, va_list arguments)
         return szFormat;
     }
     std::string strText(static_cast<std::size_t>(nLength), '\0');
-    std::vsnprintf(strText.data(), strText.size() + 1, szFormat, arguments);
+    static_cast<void>(std::vsnprintf(strText.data(), strText.size() + 1, szFormat, arguments));
     return strText;
 }
 

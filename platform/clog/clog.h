@@ -48,5 +48,5 @@
 /// The user's state folder is `$XDG_STATE_HOME/ktshttpagent`, by default `~/.local/state/ktshttpagent`; on
 /// Windows `%LOCALAPPDATA%\ktshttpagent`. Programs that run at the same time should have a folder each,
 /// since each counts the size of its own lines only.
-LIBCLOG_API void Log_Write(int level, const std::string& where, int line, const char* format, ...)
-    LIBCLOG_PRINTF_LIKE;
+LIBCLOG_API void Log_Write(int level, const std::string& where, int line, const char* format,
+                           ...) LIBCLOG_PRINTF_LIKE;
