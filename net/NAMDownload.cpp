@@ -1,5 +1,6 @@
 #include "NAMDownload.h"
 
+#include "InFlight.h"
 #include "ProgressGuard.h"
 
 #include <QNetworkReply>
@@ -35,6 +36,7 @@ bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
     connect(m_pReply, SIGNAL(downloadProgress(qint64, qint64)), this,
             SLOT(slot_NReply_downloadProgress(qint64, qint64)));
     connect(m_pReply, SIGNAL(finished()), this, SLOT(slot_NReply_finished()));
+    WatchInFlight(*this);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "NAManager.h"
 
+#include "InFlight.h"
 #include "ProgressGuard.h"
 
 #include <QJsonArray>
@@ -23,7 +24,10 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
         post(request, baBody);
     } else if (nMethod == METHOD_GET) {
         get(request);
+    } else {
+        return;
     }
+    WatchInFlight(*this);
 }
 
 void NAManager::slot_reply_finished(QNetworkReply* reply)

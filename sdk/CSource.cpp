@@ -30,8 +30,9 @@ CSource::CSource()
     for (const SRegistration& registration : REGISTRATIONS) {
         CDataResponse::Instance()->RegisterHandler(
             registration.nType,
-            [this, fnDecoder = registration.fnDecoder](const std::string& body, int nType, void* pUserData) {
-                (this->*fnDecoder)(body, nType, pUserData);
+            // Two pointers: small enough to be copied for every reply without an allocation.
+            [this, &registration](const std::string& body, int nType, void* pUserData) {
+                (this->*registration.fnDecoder)(body, nType, pUserData);
             });
     }
 }

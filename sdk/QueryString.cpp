@@ -27,13 +27,13 @@ std::string BuildQueryString(const Json::Value& object)
     if (!object.isObject()) {
         return strQuery;
     }
-    for (const std::string& strName : object.getMemberNames()) {
+    for (auto member = object.begin(); member != object.end(); ++member) {
         if (strQuery.size() > 1) {
             strQuery += '&';
         }
-        strQuery += strName;
+        strQuery += member.name();
         strQuery += '=';
-        strQuery += QueryValue(object[strName]);
+        strQuery += QueryValue(*member);
     }
     return strQuery;
 }

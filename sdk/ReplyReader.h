@@ -2,8 +2,11 @@
 
 #include <rapidjson/document.h>
 
+#include <array>
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace VelCSDK
 {
@@ -29,23 +32,73 @@ public:
     }
 
     /// A text member up to its first NUL; empty for anything else.
-    std::string Text(const char* szName) const;
+    std::string Text(std::string_view strName) const;
     /// An integer member that fits 32 bits, sign included; nothing for anything else, 12.0 included.
-    std::optional<int> Int(const char* szName) const;
+    std::optional<int> Int(std::string_view strName) const;
     /// An integer member as decimal text; empty where `Int` gives nothing.
-    std::string IntText(const char* szName) const;
+    std::string IntText(std::string_view strName) const;
     /// A member that is true or false; nothing for anything else.
-    std::optional<bool> Bool(const char* szName) const;
+    std::optional<bool> Bool(std::string_view strName) const;
     /// An object member; an object without members for anything else.
-    CJsonObject Object(const char* szName) const;
+    CJsonObject Object(std::string_view strName) const;
     /// The elements of an array member; none for anything else.
-    SJsonElements Array(const char* szName) const;
+    SJsonElements Array(std::string_view strName) const;
 
 private:
-    const rapidjson::Value* Find(const char* szName) const;
+    const rapidjson::Value* Find(std::string_view strName) const;
 
     const rapidjson::Value* m_pObject;
 };
+
+// Inline, so that a comparison with a name that is written out becomes one of a few words.
+inline const rapidjson::Value* CJsonObject::Find(std::string_view strName) const
+{
+    if (m_pObject == nullptr) {
+        return nullptr;
+    }
+    for (const auto& member : m_pObject->GetObject()) {
+        if (strName == std::string_view(member.name.GetString(), member.name.GetStringLength())) {
+            return &member.value;
+        }
+    }
+    return nullptr;
+}
+
+inline std::string CJsonObject::Text(std::string_view strName) const
+{
+    const rapidjson::Value* const pValue = Find(strName);
+    return pValue != nullptr && pValue->IsString() ? std::string(pValue->GetString()) : std::string();
+}
+
+inline std::optional<int> CJsonObject::Int(std::string_view strName) const
+{
+    const rapidjson::Value* const pValue = Find(strName);
+    return pValue != nullptr && pValue->IsInt() ? std::make_optional(pValue->GetInt()) : std::nullopt;
+}
+
+inline std::string CJsonObject::IntText(std::string_view strName) const
+{
+    const std::optional<int> nValue = Int(strName);
+    return nValue ? std::to_string(*nValue) : std::string();
+}
+
+inline std::optional<bool> CJsonObject::Bool(std::string_view strName) const
+{
+    const rapidjson::Value* const pValue = Find(strName);
+    return pValue != nullptr && pValue->IsBool() ? std::make_optional(pValue->GetBool()) : std::nullopt;
+}
+
+inline CJsonObject CJsonObject::Object(std::string_view strName) const
+{
+    return CJsonObject(Find(strName));
+}
+
+inline SJsonElements CJsonObject::Array(std::string_view strName) const
+{
+    const rapidjson::Value* const pValue = Find(strName);
+    return pValue != nullptr && pValue->IsArray() ? SJsonElements{pValue->Begin(), pValue->End()}
+                                                  : SJsonElements{};
+}
 
 /// What an array at a reply's root means.
 enum class EArrayRoot {
@@ -72,7 +125,13 @@ public:
 private:
     void Judge(const rapidjson::Value& root);
 
-    rapidjson::Document m_document;
+    // Room for the values of a reply of usual size; a larger one allocates.
+    static constexpr std::size_t VALUE_BYTES = 2048;
+
+    std::string m_strBody; ///< the document's texts lie in it
+    alignas(std::max_align_t) std::array<char, VALUE_BYTES> m_arValues;
+    rapidjson::MemoryPoolAllocator<> m_allocator{m_arValues.data(), m_arValues.size()};
+    rapidjson::Document m_document{&m_allocator};
     CJsonObject m_members;
     int m_nResult = 0;
     bool m_bSuccess = false;

@@ -48,11 +48,13 @@ void CDelivery::StartThread()
 void CDelivery::Post(ExchangeList& exchanges)
 {
     try {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        std::unique_lock<std::mutex> lock(m_mutex);
         if (!m_bEnded) {
             StartThread();
             m_lstWaiting.splice(m_lstWaiting.end(), exchanges);
-            if (m_bIdle) {
+            const bool bIdle = m_bIdle;
+            lock.unlock(); // the thread is not to wake up only to wait for it
+            if (bIdle) {
                 m_wake.notify_one();
             }
             return;

@@ -81,7 +81,7 @@ void CHttpTransfer::SetUp()
 {
     if (!m_bConfigured) {
         curl_easy_reset(m_pEasy.get());
-        m_pHeaders.reset();
+        m_bHeadersSet = false;
         SetConstantOptions();
         m_bConfigured = true;
     }
@@ -135,23 +135,28 @@ void CHttpTransfer::AppendHeader(const char* szLine)
 void CHttpTransfer::SetHeaders()
 {
     const std::string& strHeader = Request().strHeader;
-    if (m_pHeaders != nullptr && strHeader == m_strHeaderOfList) {
+    if (m_bHeadersSet && strHeader == m_strHeaderOfList && Request().bPost == m_bPostOfList) {
         return; // the handle has them from the request before
     }
+    m_bHeadersSet = false;
     if (!strHeader.empty() && !IsHeaderLine(strHeader)) {
         m_eSetUp = CURLE_BAD_FUNCTION_ARGUMENT;
         return;
     }
     m_pHeaders.reset();
-    AppendHeader("Expect:"); // a name without value: not sent, where libcurl would add it
-    if (!BeginsWithContentType(strHeader)) {
-        AppendHeader("Content-Type:");
+    if (Request().bPost) { // a name without value: not sent, where libcurl would add it to a body
+        AppendHeader("Expect:");
+        if (!BeginsWithContentType(strHeader)) {
+            AppendHeader("Content-Type:");
+        }
     }
     if (!strHeader.empty()) {
         AppendHeader(strHeader.c_str());
     }
     m_strHeaderOfList = strHeader;
+    m_bPostOfList = Request().bPost;
     Set(CURLOPT_HTTPHEADER, m_pHeaders.get());
+    m_bHeadersSet = true;
 }
 
 /// libcurl sends a request again when the kept connection that it went out on dies without a reply. A body

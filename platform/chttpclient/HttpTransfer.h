@@ -61,7 +61,9 @@ private:
 
     std::unique_ptr<CURL, SEasyCleanup> m_pEasy;
     std::unique_ptr<curl_slist, SListCleanup> m_pHeaders;
-    std::string m_strHeaderOfList; ///< the request header that the list was made for
+    bool m_bHeadersSet = false; ///< the handle has the list, which was made for the two members behind it
+    std::string m_strHeaderOfList;
+    bool m_bPostOfList = false;
     const STransportSettings& m_settings;
     ExchangeList m_exchange;
     std::string m_strReply;

@@ -47,13 +47,14 @@ CTransferLoop::~CTransferLoop() = default;
 
 bool CTransferLoop::Submit(ExchangeList& exchange)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     if (m_bDraining) {
         return false;
     }
-    const bool bFirst = m_lstIncoming.empty(); // the loop takes all at once
+    const bool bFirst = m_lstIncoming.empty();
     m_lstIncoming.splice(m_lstIncoming.end(), exchange);
-    if (bFirst) {
+    lock.unlock(); // the loop is not to wake up only to wait for it
+    if (bFirst) {  // it takes all at once
         curl_multi_wakeup(m_pMulti.get());
     }
     return true;

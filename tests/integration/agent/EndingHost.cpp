@@ -2,7 +2,8 @@
 //   ending_host PORT COUNT OPTION...
 // Options: response-first (make CUIAgentRsp before CUIAgentReq), no-response (never make it),
 // no-application (no QCoreApplication), destroy (end the SDK client), exit (end by exit(), not from main),
-// exit-in-callback (end by exit() from a receiver on the delivering thread).
+// exit-in-callback (end by exit() from a receiver on the delivering thread), blocking (blocking calls that
+// time out at once, instead of reports).
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
@@ -41,6 +42,14 @@ void Send(int nPort, int nCount)
     }
 }
 
+void Call(int nPort, int nCount)
+{
+    bool bCommon = false;
+    for (int nCall = 0; nCall < nCount; ++nCall) {
+        CUIAgentReq::Instance()->SendGetWhetherInCommonEx("127.0.0.1", nPort, 0, "X", bCommon);
+    }
+}
+
 [[noreturn]] void EndInCallback(int nPort)
 {
     QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigPostReportIncubatorStatusRet,
@@ -69,7 +78,7 @@ int main(int argc, char** argv)
     if (options.count("exit-in-callback") != 0) {
         EndInCallback(nPort);
     }
-    Send(nPort, std::atoi(argv[2]));
+    (options.count("blocking") != 0 ? Call : Send)(nPort, std::atoi(argv[2]));
     if (options.count("destroy") != 0) {
         VelCSDK::SDKFactory::DestoryInstance(VelCSDK::SDKFactory::GetInstance());
     }

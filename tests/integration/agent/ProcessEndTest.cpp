@@ -19,10 +19,10 @@ namespace
 constexpr int REPORTS = 50;
 
 /// The exit status of a host; 124 when it did not end within 30 s, 128 and more after a crash.
-int RunHost(int nPort, const std::string& strOptions)
+int RunHost(int nPort, const std::string& strOptions, int nCount = REPORTS)
 {
     const std::string strCommand = "timeout 30 " KTS_ENDING_HOST " " + std::to_string(nPort) + " " +
-                                   std::to_string(REPORTS) + " " + strOptions;
+                                   std::to_string(nCount) + " " + strOptions;
     const int nStatus = std::system(strCommand.c_str());
     return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 128 + WTERMSIG(nStatus);
 }
@@ -61,6 +61,17 @@ INSTANTIATE_TEST_SUITE_P(Ways, ProcessEnd,
                                  '_');
                              return strName;
                          });
+
+// Each leaves a request of Qt's under way, with a thread of its own, in whatever state it is.
+TEST(ProcessEndAfterBlockingCalls, IsCleanWhileTheirRequestsAreStillUnderWay)
+{
+    const ScriptedServer server(ServerStep{"", ServerStep::Ending::Hold});
+    for (const char* const szWay : {"blocking", "blocking exit"}) {
+        for (int nCalls = 1; nCalls <= 10; ++nCalls) {
+            EXPECT_EQ(RunHost(server.Port(), szWay, nCalls), 0) << szWay << ", " << nCalls << " calls";
+        }
+    }
+}
 
 TEST(ProcessEndInACallback, EndsTheProcess)
 {

@@ -1,0 +1,8 @@
+#pragma once
+
+class QNetworkAccessManager;
+
+/// Keeps watch over an access manager that has a request under way, so that none outlives the parts of Qt
+/// that its thread works with: those that are left when the QCoreApplication goes, or when the process ends
+/// without that, are deleted then. Call it on the manager's thread, with each request.
+void WatchInFlight(QNetworkAccessManager& manager);
