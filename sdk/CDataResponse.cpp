@@ -122,7 +122,7 @@ void CDataResponse::JsonHeader(const std::string& body, Json::Value& root, int& 
         nCode = code.asInt();
     }
     if (const Json::Value& description = members["description"]; description.isString()) {
-        strDescription = description.asString();
+        strDescription = description.asCString();
     }
 }
 

@@ -126,8 +126,8 @@ void CDelivery::DeliverWaiting(std::unique_lock<std::mutex>& lock)
 void CDelivery::Deliver(ExchangeList& exchanges)
 {
     for (; !exchanges.empty(); exchanges.pop_front()) {
+        m_nOwed.fetch_sub(1); // first: a receiver may send the next request, however low the limit is
         Deliver(exchanges.front());
-        m_nOwed.fetch_sub(1);
     }
 }
 

@@ -37,7 +37,8 @@ ExchangeList TakeFirst(ExchangeList& exchanges)
 CTransferLoop::CTransferLoop(const STransportSettings& settings, CDelivery& delivery)
     : m_settings(settings), m_delivery(delivery), m_pMulti(curl_multi_init())
 {
-    if (m_pMulti == nullptr) {
+    // Without descriptors left libcurl makes a handle that can't be woken, and says so only here.
+    if (m_pMulti == nullptr || curl_multi_wakeup(m_pMulti.get()) != CURLM_OK) {
         throw std::bad_alloc();
     }
     curl_multi_setopt(m_pMulti.get(), CURLMOPT_MAXCONNECTS, MAX_KEPT_CONNECTIONS);
