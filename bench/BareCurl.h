@@ -1,0 +1,19 @@
+#pragma once
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <string>
+
+struct SEasyCleanup {
+    void operator()(CURL* pEasy) const { curl_easy_cleanup(pEasy); }
+};
+using Easy = std::unique_ptr<CURL, SEasyCleanup>;
+
+struct SMultiCleanup {
+    void operator()(CURLM* pMulti) const { curl_multi_cleanup(pMulti); }
+};
+using Multi = std::unique_ptr<CURLM, SMultiCleanup>;
+
+/// A handle that asks for the supported version and discards the reply.
+Easy MakeEasy(const std::string& strHost, int nPort);

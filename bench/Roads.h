@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+// The roads that a request can take to the server and back, each driven the same way: ours, and the baselines
+// that it is held against. Every function throws std::runtime_error when a reply is not the expected one, so
+// a figure stands for answered requests only. Each is called once a process.
+
+/// What to send: so many requests to the web server at 127.0.0.1.
+struct SLoad {
+    int nPort = 0;
+    std::size_t nCount = 0;
+};
+
+/// As many requests are outstanding at once where a rate is measured, over as many connections; the latter is
+/// the transport's default.
+constexpr std::size_t MAX_OUTSTANDING = 64;
+constexpr std::size_t CONNECTIONS = 8;
+
+/// How long each request took, in microseconds. The first one, which opens the connection, is left out.
+using Latencies = std::vector<double>;
+
+// Requests a second: the query for the supported version.
+double RateOfAgent(const SLoad& load);       ///< the signal is received in the host's thread, queued
+double RateOfAgentDirect(const SLoad& load); ///< the signal is received in the delivering thread
+double RateOfBareLoop(const SLoad& load);    ///< libcurl's multi interface, which builds and decodes nothing
+double RateOfQt(const SLoad& load);          ///< QNetworkAccessManager with QJsonDocument
+
+// The same query, one outstanding.
+Latencies LatencyOfAgent(const SLoad& load);       ///< until the host's thread has the signal, queued
+Latencies LatencyOfAgentDirect(const SLoad& load); ///< until the receiver has told the waiting host's thread
+Latencies LatencyOfBareCurl(const SLoad& load);    ///< curl_easy_perform on a kept connection
+Latencies LatencyOfBareHandOvers(const SLoad& load); ///< that, behind as many threads as ours goes through
+
+// A blocking channel check, each over a connection of its own.
+Latencies LatencyOfSyncSender(const SLoad& load); ///< SendGetChannelCheckDataEx
+Latencies LatencyOfOneShotQt(const SLoad& load);  ///< a QNetworkAccessManager and an event loop a request

@@ -1,0 +1,21 @@
+#include "StartUp.h"
+
+#include "Clock.h"
+
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+
+SStartUp MeasureStartUp(const std::string& strProgram)
+{
+    const CStopwatch watch;
+    // exec: the shell between becomes the host
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pHost(
+        ::popen(("exec '" + strProgram + "'").c_str(), "r"), &::pclose);
+    SStartUp startUp;
+    if (pHost == nullptr || std::fscanf(pHost.get(), "%lf", &startUp.fResidentBytes) != 1) {
+        throw std::runtime_error(strProgram + " did not start");
+    }
+    startUp.fMilliseconds = watch.Milliseconds();
+    return startUp;
+}

@@ -1,0 +1,97 @@
+// One measurement a process: prints its figures, one a line.
+
+#include "InFlight.h"
+#include "Roads.h"
+#include "StartUp.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using Figures = std::vector<double>;
+using Arguments = std::vector<std::string>;
+
+SLoad LoadOf(const Arguments& vecArguments)
+{
+    return {std::stoi(vecArguments.at(0)), std::stoul(vecArguments.at(1))};
+}
+
+double Quantile(Latencies vecSorted, double fShare)
+{
+    std::sort(vecSorted.begin(), vecSorted.end());
+    return vecSorted.at(static_cast<std::size_t>(fShare * static_cast<double>(vecSorted.size() - 1)));
+}
+
+template <double (*fnRate)(const SLoad&)>
+Figures Rate(const Arguments& vecArguments)
+{
+    return {fnRate(LoadOf(vecArguments))};
+}
+
+template <Latencies (*fnLatency)(const SLoad&)>
+Figures MedianAndTail(const Arguments& vecArguments)
+{
+    const Latencies vecLatency = fnLatency(LoadOf(vecArguments));
+    return {Quantile(vecLatency, 0.5), Quantile(vecLatency, 0.99)};
+}
+
+template <double (*fnBytes)(const SFlight&)>
+Figures InFlight(const Arguments& vecArguments)
+{
+    return {fnBytes(
+        {std::stoul(vecArguments.at(0)), std::stoul(vecArguments.at(1)), std::stoul(vecArguments.at(2))})};
+}
+
+Figures StartUp(const Arguments& vecArguments)
+{
+    const SStartUp startUp = MeasureStartUp(vecArguments.at(0));
+    return {startUp.fMilliseconds, startUp.fResidentBytes};
+}
+
+const std::map<std::string, std::function<Figures(const Arguments&)>> MEASUREMENTS{
+    {"rate-agent", Rate<RateOfAgent>},
+    {"rate-agent-direct", Rate<RateOfAgentDirect>},
+    {"rate-bare", Rate<RateOfBareLoop>},
+    {"rate-qt", Rate<RateOfQt>},
+    {"latency-agent", MedianAndTail<LatencyOfAgent>},
+    {"latency-agent-direct", MedianAndTail<LatencyOfAgentDirect>},
+    {"latency-bare", MedianAndTail<LatencyOfBareCurl>},
+    {"latency-hops", MedianAndTail<LatencyOfBareHandOvers>},
+    {"sync-agent", MedianAndTail<LatencyOfSyncSender>},
+    {"sync-qt", MedianAndTail<LatencyOfOneShotQt>},
+    {"in-flight-agent", InFlight<BytesInFlightOfAgent>},
+    {"in-flight-bare", InFlight<BytesInFlightOfBareLoop>},
+    {"start-up", StartUp},
+};
+
+} // namespace
+
+int main(int nArguments, char** arArguments)
+{
+    QCoreApplication app(nArguments, arArguments);
+    const Arguments vecWords(arArguments + 1, arArguments + nArguments);
+    const auto found = vecWords.empty() ? MEASUREMENTS.end() : MEASUREMENTS.find(vecWords.front());
+    if (found == MEASUREMENTS.end()) {
+        std::fputs("ktsbench MEASUREMENT ARGUMENT...; bench/run.sh knows which\n", stderr);
+        return EXIT_FAILURE + 1;
+    }
+    try {
+        for (const double fFigure : found->second({vecWords.begin() + 1, vecWords.end()})) {
+            std::printf("%.3f\n", fFigure);
+        }
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "ktsbench %s: %s\n", vecWords.front().c_str(), error.what());
+        return EXIT_FAILURE;
+    }
+}

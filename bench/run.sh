@@ -1,0 +1,145 @@
+#!/usr/bin/env bash
+# Builds the benchmarks, runs each in turns with its baselines, and prints one table.
+# Needs nginx and valgrind; the words of ./dev install them. RUNS (5) is how often each one runs.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+runs=${RUNS:-5}
+bin=build/release/bin
+folder=$(mktemp -d)
+nginx_pid=
+trap 'stop_nginx; rm -rf "$folder"' EXIT
+export CLOG_DIR=$folder/log KTSHTTPAGENT_SETTINGS_ROOT=$folder/settings
+export QT_LOGGING_RULES="ktshttpagent.*=false"
+unset http_proxy https_proxy HTTP_PROXY HTTPS_PROXY all_proxy ALL_PROXY
+
+# 10,000 connections need as many descriptors.
+ulimit -n "$(ulimit -Hn)"
+
+stop_nginx() { [ -z "$nginx_pid" ] || { kill "$nginx_pid"; wait "$nginx_pid" || true; } 2>/dev/null; }
+
+answers() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+
+# Debian's nginx in the temporary folder, on a free port: one that somebody else has makes nginx end at once.
+start_nginx() {
+    PATH=$PATH:/usr/sbin
+  for _ in {1..5}; do
+    port=$((20000 + RANDOM % 10000))
+    sed "s|FOLDER|$folder|; s|PORT|$port|" bench/nginx.conf.in >"$folder/nginx.conf"
+    nginx -p "$folder" -c "$folder/nginx.conf" -e "$folder/error.log" 2>>"$folder/nginx.out" &
+    nginx_pid=$!
+    for _ in {1..50}; do
+      kill -0 "$nginx_pid" 2>/dev/null || break
+      ! answers "$port" || { kill -0 "$nginx_pid" && return 0; }
+      sleep 0.1
+    done
+  done
+  nginx_pid=
+  cat "$folder/nginx.out" >&2
+  exit 1
+}
+
+# figures NAME COMMAND...: appends what one run prints to the series NAME.1, NAME.2, ...
+figures() {
+  local name=$1 number=0 figure
+  shift
+  "$@" >"$folder/out"
+  while read -r figure; do
+    number=$((number + 1))
+    echo "$figure" >>"$folder/$name.$number"
+  done <"$folder/out"
+}
+
+# in_turns NAME=COMMAND...: runs the commands one after the other, that as often as RUNS says, so that each of
+# them sees the same machine.
+in_turns() {
+  local turn road
+  for ((turn = 0; turn < runs; ++turn)); do
+    for road in "$@"; do
+      # shellcheck disable=SC2086 # the words of a command hold no blanks
+      figures "${road%%=*}" ${road#*=}
+    done
+  done
+}
+
+# The instructions of one request: a long run less a short one, so that starting up cancels out.
+instructions() {
+  local count sums=()
+  for count in 500 2500; do
+    valgrind --tool=callgrind --callgrind-out-file=/dev/null "$bin/ktsbench" "$1" "$port" "$count" \
+      >/dev/null 2>"$folder/valgrind"
+    sums+=("$(sed -n 's/.*Collected : //p' "$folder/valgrind")")
+  done
+  echo $(((sums[1] - sums[0]) / 2000))
+}
+
+median() { sort -g | awk '{ value[NR] = $1 } END { print (value[int((NR + 1) / 2)] + value[int(NR / 2) + 1]) / 2 }'; }
+
+# short FIGURE: as many digits as mean something.
+short() { awk -v figure="$1" 'BEGIN { printf figure < 100 ? "%.1f" : "%.0f", figure }'; }
+
+# row WHAT UNIT OURS BASELINE RELATION REACH: a line of the table. The ratio is the median of those of the pairs,
+# and is to be at most or at least (RELATION: ≤, ≥) the reach; both are "-" where none is set.
+row() {
+  local ours base ratio verdict
+  ours=$(median <"$folder/$3") base=$(median <"$folder/$4")
+  ratio=$(paste "$folder/$3" "$folder/$4" | awk '{ print $1 / $2 }' | median)
+  verdict=$(awk -v ratio="$ratio" -v relation="$5" -v reach="$6" 'BEGIN {
+    if (relation == "-") print "-"
+    else print ((relation == "≤" ? ratio <= reach : ratio >= reach) ? "yes" : "no") }')
+  printf '| %s | %s | %s | %s | %.2f | %s | %s |\n' "$1" "$2" "$(short "$ours")" "$(short "$base")" "$ratio" \
+    "$([ "$5" = - ] && echo - || echo "$5 $6")" "$verdict"
+}
+
+measure() {
+  local bench=$bin/ktsbench decode=$bin/ktsdecodebench
+  in_turns "rate=$bench rate-agent $port 100000" "rate-direct=$bench rate-agent-direct $port 100000" \
+    "rate-bare=$bench rate-bare $port 100000" "rate-qt=$bench rate-qt $port 20000"
+  in_turns "latency=$bench latency-agent $port 10000" "latency-direct=$bench latency-agent-direct $port 10000" \
+    "latency-hops=$bench latency-hops $port 10000" "latency-bare=$bench latency-bare $port 10000"
+  in_turns "instructions=instructions rate-agent" "instructions-bare=instructions rate-bare" \
+    "instructions-qt=instructions rate-qt"
+  in_turns "decode=$decode ours 1000" "decode-rapidjson=$decode rapidjson 1000" "decode-qt=$decode qt 1000"
+  in_turns "decode-1k=$decode ours 5" "decode-10k=$decode ours 50" "decode-100k=$decode ours 500" \
+    "decode-1M=$decode ours 5000" "decode-10M=$decode ours 50000" "decode-100M=$decode ours 500000" \
+    "decode-100M-rapidjson=$decode rapidjson 500000"
+  in_turns "sync=$bench sync-agent $port 500" "sync-qt=$bench sync-qt $port 500"
+  in_turns "waiting=$bench in-flight-agent 10000 1 8"
+  CHTTPCLIENT_HOST_CONNECTIONS=1000 in_turns "flying=$bench in-flight-agent 10000 10 10000" \
+    "flying-bare=$bench in-flight-bare 10000 10 10000"
+  in_turns "start=$bench start-up $bin/host_with_agent" "start-without=$bench start-up $bin/host_without_agent"
+}
+
+table() {
+  echo '| what | unit | ours | baseline | ratio | reach | reached |'
+  echo '|---|---|---|---|---|---|---|'
+  row 'rate, host thread, against the bare loop' requests/s rate.1 rate-bare.1 ≥ 0.9
+  row 'rate, direct receiver, against the bare loop' requests/s rate-direct.1 rate-bare.1 ≥ 0.9
+  row 'rate, host thread, against Qt' requests/s rate.1 rate-qt.1 ≥ 5
+  row 'latency, host thread, median' µs latency.1 latency-bare.1 ≤ 1.25
+  row 'latency, host thread, 99th percentile' µs latency.2 latency-bare.2 - -
+  row 'latency, direct receiver, median' µs latency-direct.1 latency-bare.1 ≤ 1.25
+  row 'latency, direct receiver, 99th percentile' µs latency-direct.2 latency-bare.2 - -
+  row 'latency, direct receiver, against bare libcurl behind the same threads, median' µs latency-direct.1 latency-hops.1 - -
+  row 'instructions a request, against the bare loop' instructions instructions.1 instructions-bare.1 ≤ 1.4
+  row 'instructions a request, against Qt' instructions instructions.1 instructions-qt.1 - -
+  row 'decoding 1,000 projects, against the bare parse' MB/s decode.1 decode-rapidjson.1 ≥ 0.7
+  row 'decoding 1,000 projects, against Qt' MB/s decode.1 decode-qt.1 ≥ 3
+  local size
+  for size in 10k 100k 1M 10M 100M; do
+    row "decoding $size bytes, against 1k" MB/s "decode-$size.1" decode-1k.1 - -
+  done
+  row 'decoding 100M bytes, against the bare parse' MB/s decode-100M.1 decode-100M-rapidjson.1 - -
+  row 'blocking call, median, against a one-shot manager' µs sync.1 sync-qt.1 ≤ 1.05
+  row '10,000 in flight over 10,000 connections, against bare handles' bytes/request flying.1 flying-bare.1 - -
+  row '10,000 in flight over 8 connections, against 10,000 connections' bytes/request waiting.1 flying.1 - -
+  row 'start-up until both objects are there, against an empty host' ms start.1 start-without.1 - -
+  row 'resident then, against an empty host' bytes start.2 start-without.2 - -
+}
+
+[ -f build/release/build.ninja ] || cmake --preset release >"$folder/configure" 2>&1 || { cat "$folder/configure"; exit 1; }
+cmake --build --preset release --target bench >&2
+start_nginx
+echo "$(date -u +%F), $(nproc) × $(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -n 1), load $(cut -d ' ' -f 1 /proc/loadavg); $runs runs in turns, medians"
+measure
+table
