@@ -1,0 +1,190 @@
+// Hands a reply to the decoder of its request type as the transport would, and checks all that reaches the
+// receiver.
+//
+// The input is three bytes and the reply's body:
+//   request type  below 128: 3100 plus its lower four bits ('3' is 3103, ':' is 3110); else the byte itself,
+//   an
+//                 id without a decoder
+//   error         picks one of ERRORS; '0' is none
+//   user data     an odd byte: none; so '0' is with, '1' is without
+
+#include "RecordingLog.h"
+#include "Require.h"
+
+#include "sdk/CDataResponse.h"
+#include "sdk/IVelClientSDk.h"
+#include "sdk/UserData.h"
+#include "tests/unit/sdk/PayloadText.h"
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <map>
+
+namespace
+{
+
+using namespace VelCSDK;
+
+constexpr std::array ERRORS{
+    0, 404, 502, -28, 7, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()};
+constexpr std::size_t HEAD_SIZE = 3;
+
+struct SReply {
+    int nType;
+    int nHttpError;
+    bool bUserData;
+    std::string strBody;
+
+    bool IsGatewayFailure() const { return strBody.find("Bad Gateway") != std::string::npos; }
+    bool IsFailedExchange() const { return nHttpError != 0 || IsGatewayFailure(); }
+};
+
+/// What the SDK knows of a request type, as far as its replies go.
+struct SRoad {
+    void* (*fnNewUserData)(); ///< null where a request carries none
+    void (*fnCheckPayload)(const SResponseHeader& header,
+                           int nResult); ///< null where the receiver isn't called
+};
+
+template <int nType>
+void* NewUserData()
+{
+    return new typename UserDataOf<nType>::Type{};
+}
+
+bool Succeeded(const SSupportVer& record)
+{
+    return record.bSupport;
+}
+
+template <class Record>
+bool Succeeded(const Record& record)
+{
+    return record.bSuccess;
+}
+
+void RequireNoNul(const std::string& strText)
+{
+    Require(strText.find('\0') == std::string::npos, "a text ends at its first NUL");
+}
+
+template <class Record>
+void CheckPayload(const SResponseHeader& header, int nResult)
+{
+    Require(header.pData != nullptr, "there is a payload");
+    const Record& record = *static_cast<const Record*>(header.pData);
+    Require(nResult == 0 || nResult == -1, "the result is 0 or -1");
+    Require(nResult == 0 || !Succeeded(record), "no failure holds a success");
+    RequireNoNul(Describe(record));
+}
+
+void CheckUserInfo(const SResponseHeader& header, int nResult)
+{
+    Require(header.pData != nullptr, "there is a payload");
+    const std::string strInfo = Describe(*static_cast<const USER_INFO*>(header.pData));
+    Require(nResult == 0 || strInfo == Describe(USER_INFO()), "a failure has an empty record");
+    RequireNoNul(strInfo);
+}
+
+void CheckAcknowledgement(const SResponseHeader& header, int nResult)
+{
+    Require(header.pData == nullptr, "an acknowledgement has no payload");
+    Require(nResult == 0 || nResult == -1, "the result is 0 or -1");
+}
+
+SRoad RoadOf(int nType)
+{
+    static const std::map<int, SRoad> ROADS{
+        {3100, {NewUserData<3100>, CheckUserInfo}},
+        {3101, {NewUserData<3101>, CheckAcknowledgement}},
+        {3102, {nullptr, CheckAcknowledgement}},
+        {3103, {NewUserData<3103>, CheckPayload<SResponseGetProject>}},
+        {3104, {NewUserData<3104>, CheckPayload<SSupportVer>}},
+        {3105, {NewUserData<3105>, CheckPayload<SResponseGetBatteryStatus>}},
+        {3106, {NewUserData<3106>, CheckPayload<SResponseGetAutoExport>}},
+        {3107, {NewUserData<3107>, CheckPayload<SResponseGetFtpFilePath>}},
+        {3109, {NewUserData<3109>, CheckPayload<SResponseGetChannelCheckData>}},
+        {3110, {NewUserData<3110>, CheckPayload<SResponseGetWhetherInCommon>}},
+        {3112, {NewUserData<3112>, nullptr}},
+        {3113, {NewUserData<3113>, nullptr}},
+    };
+    const auto found = ROADS.find(nType);
+    return found == ROADS.end() ? SRoad{nullptr, nullptr} : found->second;
+}
+
+SReply ReadReply(const std::uint8_t* pData, std::size_t nSize)
+{
+    return {pData[0] < 128 ? 3100 + (pData[0] & 0x0F) : pData[0], ERRORS.at(pData[1] % ERRORS.size()),
+            pData[2] % 2 == 0,
+            std::string(reinterpret_cast<const char*>(pData) + HEAD_SIZE, nSize - HEAD_SIZE)};
+}
+
+/// User information hands the failure's code on; the other decoders find no "success" in its envelope.
+int ResultOfFailedExchange(const SReply& reply)
+{
+    constexpr int GATEWAY_FAILURE = 7;
+    if (reply.nType != 3100) {
+        return -1;
+    }
+    return reply.IsGatewayFailure() ? GATEWAY_FAILURE : reply.nHttpError;
+}
+
+void CheckHeader(const SReply& reply, const SResponseHeader& header, int nResult)
+{
+    Require(header.nCode == nResult, "the header holds the result");
+    Require(header.strExtra1.empty() && header.strExtra2.empty(), "the spare texts stay empty");
+    Require(reply.nType == 3100 || header.strMessage.empty(), "only user information has a message");
+    Require(!reply.IsFailedExchange() || nResult == ResultOfFailedExchange(reply), "a failed exchange fails");
+    RequireNoNul(header.strMessage);
+    RoadOf(reply.nType).fnCheckPayload(header, nResult);
+}
+
+void CheckLog(const SReply& reply)
+{
+    const std::size_t nFailures = (reply.nHttpError != 0 ? 1U : 0U) + (reply.IsGatewayFailure() ? 1U : 0U);
+    const std::size_t nUnread = RecordedLog().size() - nFailures;
+    Require(nUnread == 0 || (nUnread == 1 && reply.nType == 3100),
+            "failed exchanges are logged, and what the envelope reader can't read");
+}
+
+IVelClientSDk& Client()
+{
+    static IVelClientSDk& client = [&]() -> IVelClientSDk& {
+        SDKFactory::GetInstance()->Init();
+        return *SDKFactory::GetInstance();
+    }();
+    return client;
+}
+
+/// @return how often the receiver was called
+int Deliver(const SReply& reply, void* pUserData)
+{
+    int nCalls = 0;
+    Client().SetResponseCallBack([&](int nType, const void* pUser, const void* pHeader, int nResult) {
+        ++nCalls;
+        Require(nType == reply.nType, "the receiver gets the request type");
+        Require(pUser == pUserData, "the receiver gets the request's own user data");
+        Require(pHeader != nullptr, "the receiver gets a header");
+        CheckHeader(reply, *static_cast<const SResponseHeader*>(pHeader), nResult);
+    });
+    CDataResponse::Instance()->CHttpCallBack(reply.strBody, reply.nType, pUserData, reply.nHttpError);
+    return nCalls;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
+{
+    if (nSize < HEAD_SIZE) {
+        return 0;
+    }
+    ClearRecordedLog();
+    const SReply reply = ReadReply(pData, nSize);
+    const SRoad road = RoadOf(reply.nType);
+    const bool bUserData = reply.bUserData && road.fnNewUserData != nullptr;
+    const int nCalls = Deliver(reply, bUserData ? road.fnNewUserData() : nullptr);
+    Require(nCalls == (road.fnCheckPayload != nullptr ? 1 : 0), "one answer for what is answered, none else");
+    CheckLog(reply);
+    return 0;
+}

@@ -1,0 +1,224 @@
+// Replies of a size or depth that no server means: each of them gets its one answer from every decoder, by
+// the same rules as a small one. They are made here rather than stored.
+
+#include "SdkFixture.h"
+
+#include <cstddef>
+#include <optional>
+
+namespace
+{
+using std::string;
+
+constexpr std::size_t MILLION = 1000000;
+
+string Repeated(const string& strText, std::size_t nTimes)
+{
+    string strAll;
+    strAll.reserve(strText.size() * nTimes);
+    for (std::size_t i = 0; i < nTimes; ++i) {
+        strAll += strText;
+    }
+    return strAll;
+}
+
+string NestedArrays()
+{
+    return string(MILLION, '[') + string(MILLION, ']');
+}
+
+string NestedObjects()
+{
+    return Repeated("{\"a\":", MILLION) + "1" + string(MILLION, '}');
+}
+
+/// A success, and of a user the code 0, among whose members this one stands.
+string SuccessWith(const string& strName, const string& strValue)
+{
+    return "{\"" + strName + "\":" + strValue + ",\"success\":true,\"code\":0}";
+}
+
+string MillionMembers()
+{
+    string strAll = "{";
+    for (std::size_t i = 0; i < MILLION; ++i) {
+        strAll += "\"m" + std::to_string(i) + "\":1,";
+    }
+    return strAll + "\"success\":true,\"code\":0}";
+}
+
+string ArrayOf(const string& strElement, std::size_t nTimes = MILLION)
+{
+    return "[" + Repeated(strElement + ",", nTimes - 1) + strElement + "]";
+}
+
+constexpr std::size_t TEN_MEGABYTES = 10 * MILLION;
+constexpr std::size_t HUNDRED_MEGABYTES = 100 * MILLION;
+
+/// What the three kinds of decoders make of a reply.
+struct SResults {
+    int nFirstElement; ///< those that read an array's first element
+    int nAnyArray;     ///< those that any array is a success for
+    int nUserInfo;     ///< the one that reads the envelope
+};
+
+constexpr SResults ALL_SUCCEED{0, 0, 0};
+constexpr SResults ALL_FAIL{-1, -1, -1};
+
+struct SExtreme {
+    const char* szName;
+    string (*fnMake)();
+    SResults results;
+};
+
+void PrintTo(const SExtreme& extreme, std::ostream* pStream)
+{
+    *pStream << extreme.szName;
+}
+
+// The envelope reader reads a thousand levels, and numbers up to the largest double; the other reader has no
+// limit of depth, takes a number below the smallest double for zero, and both refuse what lies above the
+// largest.
+const SExtreme EXTREMES[] = {
+    {"OpenSquareBrackets", [] { return string(MILLION, '['); }, ALL_FAIL},
+    {"ClosingSquareBrackets", [] { return string(MILLION, ']'); }, ALL_FAIL},
+    {"OpenCurlyBrackets", [] { return string(MILLION, '{'); }, ALL_FAIL},
+    {"ClosingCurlyBrackets", [] { return string(MILLION, '}'); }, ALL_FAIL},
+    {"OpenObjects", [] { return Repeated("{\"a\":", MILLION); }, ALL_FAIL},
+    {"OpenArraysOfObjects", [] { return Repeated("[{\"a\":", MILLION); }, ALL_FAIL},
+    {"NestedArrays", NestedArrays, {-1, 0, -1}},
+    {"NestedObjects", NestedObjects, ALL_FAIL},
+    {"NestedArraysInAMember", [] { return SuccessWith("x", NestedArrays()); }, {0, 0, -1}},
+    {"NestedObjectsInAMember", [] { return SuccessWith("result", NestedObjects()); }, {0, 0, -1}},
+    {"ArrayOfBrackets", [] { return ArrayOf("[]"); }, {-1, 0, 0}},
+    {"TextThatIsNoJson", [] { return string(HUNDRED_MEGABYTES, 'x'); }, ALL_FAIL},
+    {"Blanks", [] { return string(TEN_MEGABYTES, ' '); }, ALL_FAIL},
+    {"Nuls", [] { return string(TEN_MEGABYTES, '\0'); }, ALL_FAIL},
+    {"AlmostGateways", [] { return Repeated("Bad Gatewa", TEN_MEGABYTES / 10); }, ALL_FAIL},
+    {"TextMember", [] { return SuccessWith("message", '"' + string(HUNDRED_MEGABYTES, 'x') + '"'); },
+     ALL_SUCCEED},
+    {"TextNeverClosed", [] { return "{\"message\":\"" + string(TEN_MEGABYTES, 'x'); }, ALL_FAIL},
+    {"EscapedText", [] { return SuccessWith("message", '"' + Repeated("\\u7535", MILLION) + '"'); },
+     ALL_SUCCEED},
+    {"MemberName", [] { return SuccessWith(string(TEN_MEGABYTES, 'x'), "1"); }, ALL_SUCCEED},
+    {"DigitsOfAnInteger", [] { return SuccessWith("id", string(MILLION, '1')); }, ALL_FAIL},
+    {"DigitsBehindThePoint", [] { return SuccessWith("id", "0." + string(MILLION, '1')); }, ALL_SUCCEED},
+    {"ZerosBehindThePoint", [] { return SuccessWith("id", "0." + string(MILLION, '0') + "1"); }, ALL_SUCCEED},
+    {"DigitsOfAnExponent", [] { return SuccessWith("id", "1e" + string(MILLION, '1')); }, ALL_FAIL},
+    {"DigitsOfANegativeExponent", [] { return SuccessWith("id", "1e-" + string(MILLION, '1')); },
+     ALL_SUCCEED},
+    {"MillionMembers", MillionMembers, ALL_SUCCEED},
+    {"MillionMembersOfOneName", [] { return "{" + Repeated("\"success\":true,", MILLION) + "\"code\":0}"; },
+     ALL_SUCCEED},
+    {"MillionNumbers", [] { return SuccessWith("result", ArrayOf("1")); }, ALL_SUCCEED},
+    {"MillionProjects", [] { return SuccessWith("实验项目", ArrayOf("{}")); }, ALL_SUCCEED},
+    {"MillionBatteries", [] { return SuccessWith("全部电池状态", ArrayOf("{}")); }, ALL_SUCCEED},
+    {"RootOfAMillionReplies", [] { return ArrayOf("{\"success\":true}"); }, ALL_SUCCEED},
+};
+
+int ResultFor(const Operation& operation, const SResults& results)
+{
+    switch (operation.nType) {
+    case 3100:
+        return results.nUserInfo;
+    case 3109:
+    case 3110:
+        return results.nAnyArray;
+    default:
+        return results.nFirstElement;
+    }
+}
+
+class ExtremeReply : public SdkTest, public testing::WithParamInterface<std::tuple<Operation, SExtreme>>
+{
+};
+
+struct SExtremeCode {
+    const char* szName;
+    const char* szCode;
+    int nResult;
+};
+
+void PrintTo(const SExtremeCode& code, std::ostream* pStream)
+{
+    *pStream << code.szName;
+}
+
+class ExtremeCode : public SdkTest, public testing::WithParamInterface<SExtremeCode>
+{
+};
+
+using ExtremeList = SdkTest;
+
+} // namespace
+
+TEST_P(ExtremeReply, GetsItsOneAnswer)
+{
+    const auto& [operation, extreme] = GetParam();
+    std::optional<int> result;
+    Ask(operation, extreme.fnMake(), [&result](int, const void*, const SResponseHeader& header, int nResult) {
+        EXPECT_EQ(header.nCode, nResult);
+        result = nResult;
+    });
+    EXPECT_EQ(result, ResultFor(operation, extreme.results));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, ExtremeReply,
+                         testing::Combine(testing::ValuesIn(AnsweredOperations()),
+                                          testing::ValuesIn(EXTREMES)),
+                         [](const auto& reply) {
+                             return string(std::get<0>(reply.param).szName) + std::get<1>(reply.param).szName;
+                         });
+
+TEST_P(ExtremeCode, OfAUserIsReadWhenItIsAnInteger)
+{
+    Ask(OP_USER_INFO, string("{\"code\":") + GetParam().szCode + "}",
+        [](int, const void*, const SResponseHeader&, int nResult) {
+            EXPECT_EQ(nResult, GetParam().nResult);
+        });
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, ExtremeCode,
+                         testing::Values(SExtremeCode{"Huge", "1e300", 0},
+                                         SExtremeCode{"MinusHuge", "-1e300", 0},
+                                         SExtremeCode{"Tiny", "1e-300", 0},
+                                         SExtremeCode{"MinusZero", "-0", 0},
+                                         SExtremeCode{"MinusZeroPointZero", "-0.0", 0},
+                                         SExtremeCode{"AboveTheLargestDouble", "1E400", -1},
+                                         SExtremeCode{"BelowTheSmallestDouble", "1E-400", 0},
+                                         SExtremeCode{"SmallestInt", "-2147483648", -2147483647 - 1},
+                                         SExtremeCode{"BelowTheSmallestInt", "-2147483649", 0},
+                                         SExtremeCode{"LargestUnsigned", "18446744073709551615", 0}),
+                         testing::PrintToStringParamName());
+
+TEST_F(ExtremeList, OfProjectsIsHandedOverWhole)
+{
+    Ask(OP_PROJECTS, SuccessWith("实验项目", ArrayOf("{\"xh\":\"1\"}")),
+        [](int, const void*, const SResponseHeader& header, int) {
+            EXPECT_EQ(Payload<SResponseGetProject>(header).lstProject.size(), MILLION);
+        });
+}
+
+TEST_F(ExtremeList, OfBatteriesIsHandedOverWhole)
+{
+    Ask(OP_BATT_STATUS, SuccessWith("全部电池状态", ArrayOf("{\"id\":1}")),
+        [](int, const void*, const SResponseHeader& header, int) {
+            EXPECT_EQ(Payload<SResponseGetBatteryStatus>(header).lstBattery.size(), MILLION);
+        });
+}
+
+TEST_F(ExtremeList, OfTheStatesOfOneBatteryIsHandedOverWhole)
+{
+    Ask(OP_BATT_STATUS, SuccessWith("全部电池状态", "[{\"电池状态\":" + ArrayOf("{\"id\":1}") + "}]"),
+        [](int, const void*, const SResponseHeader& header, int) {
+            EXPECT_EQ(Payload<SResponseGetBatteryStatus>(header).lstBattery.at(0).lstStatus.size(), MILLION);
+        });
+}
+
+TEST_F(ExtremeList, OfTextBytesIsHandedOverWhole)
+{
+    Ask(OP_CHANNEL_CHECK, SuccessWith("message", '"' + string(HUNDRED_MEGABYTES, 'x') + '"'),
+        [](int, const void*, const SResponseHeader& header, int) {
+            EXPECT_EQ(Payload<SResponseGetChannelCheckData>(header).strMessage.size(), HUNDRED_MEGABYTES);
+        });
+}

@@ -1,0 +1,55 @@
+// Feeds every file of a corpus folder to a fuzz target, so that what a fuzzer once found stays found in
+// builds without one. The file at hand is named before it is fed: where the target ends the process, its name
+// is the last that was said.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize);
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+std::vector<fs::path> FilesOf(const fs::path& folder)
+{
+    std::vector<fs::path> vecFiles;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        vecFiles.push_back(entry.path());
+    }
+    std::sort(vecFiles.begin(), vecFiles.end());
+    return vecFiles;
+}
+
+void Replay(const fs::path& path)
+{
+    std::printf("%s\n", path.filename().c_str());
+    std::fflush(stdout);
+    std::ifstream file(path, std::ios::binary);
+    const std::vector<char> vecInput{std::istreambuf_iterator<char>(file), {}};
+    if (!file) {
+        throw std::runtime_error("can't be read: " + path.string());
+    }
+    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(vecInput.data()), vecInput.size());
+}
+
+} // namespace
+
+int main(int nArguments, char** pszArguments)
+{
+    if (nArguments != 2) {
+        std::fprintf(stderr, "usage: %s CORPUS_FOLDER\n", pszArguments[0]);
+        return 2;
+    }
+    const std::vector<fs::path> vecFiles = FilesOf(pszArguments[1]);
+    std::for_each(vecFiles.begin(), vecFiles.end(), Replay);
+    std::printf("%zu files\n", vecFiles.size());
+    return vecFiles.empty() ? 1 : 0;
+}

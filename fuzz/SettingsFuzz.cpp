@@ -1,0 +1,88 @@
+// The input is the settings file of the plug-in's profile; the other profiles have none.
+
+#include "RecordingLog.h"
+#include "Require.h"
+
+#include "agent/EndpointSettings.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string_view>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+/// A settings root of the process's own, in memory where the system has such a folder. It goes with the
+/// process.
+class CSettingsRoot
+{
+public:
+    CSettingsRoot()
+    {
+        const fs::path parent =
+            fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
+        std::string strRoot = (parent / "kts-settings-XXXXXX").string();
+        if (::mkdtemp(strRoot.data()) == nullptr) {
+            throw std::runtime_error("no temporary folder: " + strRoot);
+        }
+        m_root = strRoot;
+        ::setenv("KTSHTTPAGENT_SETTINGS_ROOT", strRoot.c_str(), 1);
+        fs::create_directories(File().parent_path());
+    }
+
+    ~CSettingsRoot()
+    {
+        std::error_code error;
+        fs::remove_all(m_root, error);
+    }
+
+    CSettingsRoot(const CSettingsRoot&) = delete;
+    CSettingsRoot& operator=(const CSettingsRoot&) = delete;
+
+    /// Qt keeps what it read of a file until the file's size or time changes: each text gets a time of its
+    /// own.
+    void Write(const std::uint8_t* pText, std::size_t nSize)
+    {
+        std::ofstream(File(), std::ios::binary)
+            .write(reinterpret_cast<const char*>(pText), static_cast<std::streamsize>(nSize));
+        fs::last_write_time(File(), m_time += std::chrono::seconds(1));
+    }
+
+private:
+    fs::path File() const { return m_root / "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin.ini"; }
+
+    fs::path m_root;
+    fs::file_time_type m_time = fs::file_time_type::clock::now();
+};
+
+bool IsPluginSetting(const SEndpointSetting& setting)
+{
+    constexpr std::string_view PLUGIN = "KTSStartPlugin";
+    const std::string_view strProfile = setting.szProfile;
+    return strProfile.substr(strProfile.size() - PLUGIN.size()) == PLUGIN;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
+{
+    static CSettingsRoot root;
+    ClearRecordedLog();
+    root.Write(pData, nSize);
+    const std::array<std::string, ENDPOINT_SETTING_COUNT> paths = ReadEndpointSettings();
+    const std::size_t nLogged = RecordedLog().size();
+    Require(nLogged <= 1, "a broken profile is said once");
+    for (std::size_t nSetting = 0; nSetting < paths.size(); ++nSetting) {
+        const bool bMayBeSet = nLogged == 0 && IsPluginSetting(ENDPOINT_SETTINGS.at(nSetting));
+        Require(bMayBeSet || paths.at(nSetting).empty(),
+                "a broken profile sets nothing, nor does a missing one");
+    }
+    return 0;
+}

@@ -1,0 +1,76 @@
+// The input is a URL as the transport is handed it: what goes on the wire is valid, and means the same.
+
+#include "Require.h"
+
+#include "platform/chttpclient/UrlEncoding.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+
+namespace
+{
+
+constexpr std::string_view URL_BYTES = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
+                                       "-._~:/?#[]@!$&'()*+,;=%";
+constexpr std::string_view HEX_DIGITS = "0123456789ABCDEFabcdef";
+
+bool IsUrlByte(char c)
+{
+    return URL_BYTES.find(c) != std::string_view::npos;
+}
+
+bool EveryPercentBeginsAnEscape(std::string_view strUrl)
+{
+    for (std::size_t nAt = strUrl.find('%'); nAt != std::string_view::npos; nAt = strUrl.find('%', nAt + 1)) {
+        const std::string_view strDigits = strUrl.substr(nAt + 1, 2);
+        if (strDigits.size() != 2 || strDigits.find_first_not_of(HEX_DIGITS) != std::string_view::npos) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string EscapeOf(char c)
+{
+    char szEscape[4];
+    std::snprintf(szEscape, sizeof szEscape, "%%%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+    return szEscape;
+}
+
+/// Whether the encoded text goes on with the raw text's next byte as it is. A percent sign may be the byte
+/// itself or the begin of its own escape: it is itself when the escape that it begins stands in the raw text.
+bool StandsAsItself(std::string_view strRaw, std::string_view strEncoded)
+{
+    const std::size_t nLength = strRaw.front() == '%' ? 3 : 1;
+    return strRaw.substr(0, nLength) == strEncoded.substr(0, nLength);
+}
+
+/// Whether each byte of the raw text stands in the encoded one as itself or as its escape, in order.
+bool MeansTheSame(std::string_view strRaw, std::string_view strEncoded)
+{
+    for (; !strRaw.empty(); strRaw.remove_prefix(1)) {
+        const std::string strNext =
+            StandsAsItself(strRaw, strEncoded) ? std::string(1, strRaw.front()) : EscapeOf(strRaw.front());
+        if (strEncoded.substr(0, strNext.size()) != strNext) {
+            return false;
+        }
+        strEncoded.remove_prefix(strNext.size());
+    }
+    return strEncoded.empty();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
+{
+    using chttpclient::EncodeUrl;
+    const std::string strUrl(reinterpret_cast<const char*>(pData), nSize);
+    const std::string strEncoded = EncodeUrl(strUrl);
+    Require(std::all_of(strEncoded.begin(), strEncoded.end(), IsUrlByte), "only bytes that a URL may hold");
+    Require(EveryPercentBeginsAnEscape(strEncoded), "every percent sign begins an escape");
+    Require(strEncoded.size() >= strUrl.size(), "no byte is lost");
+    Require(EncodeUrl(strEncoded) == strEncoded, "an encoded URL is left alone");
+    Require(MeansTheSame(strUrl, strEncoded), "each byte stands there as itself or as its escape");
+    return 0;
+}

@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Runs every fuzzer of preset "fuzz", each for the given number of seconds (60 when none is given), starting from
+# its stored corpus. What a fuzzer learns stays in the build folder; an input that breaks a rule is put to
+# build/fuzz/findings and makes this script fail. Such an input belongs into corpus/, next to the cure.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+seconds=${1:-60}
+build=../build/fuzz
+mkdir -p "$build/findings"
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+failed=()
+
+for corpus in corpus/*/; do
+  name=$(basename "$corpus")
+  options=(-max_total_time="$seconds" -timeout=20 -rss_limit_mb=4096 -print_final_stats=1
+    -artifact_prefix="$build/findings/$name-")
+  case $name in decoders | envelope | query) options+=(-dict=replies.dict) ;; esac
+  mkdir -p "$build/learned/$name"
+  printf '\n== fuzz: %s\n' "$name"
+  "$build/bin/fuzz_$name" "${options[@]}" "$build/learned/$name" "$corpus" 2>"$build/$name.log" || failed+=("$name")
+  grep -E '^#[0-9]+.*(INITED|DONE)|^stat::|^broken|ERROR|SUMMARY|Test unit written' "$build/$name.log" || true
+done
+
+[ ${#failed[@]} -eq 0 ] || { echo "fuzz: broken: ${failed[*]}; see $build/NAME.log and $build/findings" >&2; exit 1; }
