@@ -4,6 +4,8 @@
 
 #include <ostream>
 
+#include <sys/resource.h>
+
 using namespace std::string_literals;
 using namespace std::chrono_literals;
 using testing::IsEmpty;
@@ -24,6 +26,40 @@ const std::string& GzippedLetters()
         "\x0d\x0f\xa0"s +
         std::string(96, '\0') + "\x80\x57\x03\x71\x11\x07\xfe\xa0\x86\x01\0"s;
     return BYTES;
+}
+
+constexpr std::size_t GIGABYTE = 1'000'000'000;
+
+/// So many zeros and a few more, compressed as zlib does: a bit stream of 13 bits for each 258 of them.
+std::string DeflatedZeros(std::size_t nZeros)
+{
+    std::string strBytes = "\x78\x01";
+    unsigned nBits = 0;
+    unsigned nWaiting = 0;
+    const auto put = [&](unsigned nValue, unsigned nCount) {
+        nWaiting |= nValue << nBits;
+        for (nBits += nCount; nBits >= 8; nBits -= 8) {
+            strBytes += static_cast<char>(nWaiting & 0xFFU);
+            nWaiting >>= 8U;
+        }
+    };
+    put(0b011, 3);      // the last block, with the fixed code
+    put(0b00001100, 8); // a zero: 00110000, its most significant bit first
+    for (std::size_t nDone = 0; nDone < nZeros; nDone += 258) {
+        put(0b10100011, 8); // the longest repetition: 11000101
+        put(0, 5);          // of the byte before
+    }
+    put(0, 7); // the end
+    put(0, 7); // fills the last byte
+    return strBytes;
+}
+
+/// The most memory that this process has had so far.
+std::size_t PeakResidentBytes()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
 }
 
 std::string Chunked(const std::string& strChunks)
@@ -65,6 +101,23 @@ ServerStep Late(std::chrono::milliseconds delay, std::string strReply)
 {
     ServerStep step = Step(std::move(strReply));
     step.delay = delay;
+    return step;
+}
+
+/// The reply, and then the same bytes for ever, as fast as they go.
+ServerStep Endless(std::string strReply, const std::string& strEndless)
+{
+    ServerStep step = Step(std::move(strReply), Ending::Hold);
+    step.strEndless = Repeated(strEndless, 1000);
+    return step;
+}
+
+/// The same, but slowly.
+ServerStep Drip(std::string strReply, std::string strEndless)
+{
+    ServerStep step = Step(std::move(strReply), Ending::Hold);
+    step.strEndless = std::move(strEndless);
+    step.pause = 20ms;
     return step;
 }
 
@@ -140,6 +193,8 @@ INSTANTIATE_TEST_SUITE_P(
         Outcome{"WithANulByte", Step(HttpReply(200, "a\0b"s)), 0, "a\0b"s},
         Outcome{"WithMoreBytesThanPromised", Step(HttpReply(200, "right") + "wrong", Ending::Close), 0,
                 "right"},
+        Outcome{"OfAVersionThatIsNone", // libcurl takes it for HTTP/1.0
+                Step("HTTP/banana 200 OK\r\n\r\nbody", Ending::Close), 0, "body"},
         Outcome{"AfterManyInterimReplies",
                 Step(Repeated("HTTP/1.1 102 Processing\r\n\r\n", 500) + HttpReply(200, "at last")), 0,
                 "at last"},
@@ -182,8 +237,72 @@ INSTANTIATE_TEST_SUITE_P(
                 ""},
         Outcome{"TooLargeUnpacked", Step(HttpReply(200, GzippedLetters(), "Content-Encoding: gzip\r\n")), -63,
                 ""},
+        Outcome{"StatusThatIsNoNumber", Step("HTTP/1.1 fine\r\n\r\nbody", Ending::Close), -1, ""},
+        Outcome{"VersionOfTheFuture", Step("HTTP/9.9 200 OK\r\n\r\nbody", Ending::Close), -1, ""},
+        Outcome{"StatusOfFourDigits", Step("HTTP/1.1 2000 OK\r\n\r\nbody", Ending::Close), -1, ""},
+        Outcome{"StatusBelowAllOthers", Step("HTTP/1.1 099 OK\r\n\r\nbody", Ending::Close), -1, ""},
         Outcome{"TooLargeWithAnErrorStatus", Step(HttpReply(500, std::string(MAX_REPLY + 1, 'x'))), -63, ""}),
     testing::PrintToStringParamName());
+
+// Quick or slow, a reply that never ends is ended by us: by a limit of size or by the time-out.
+INSTANTIATE_TEST_SUITE_P(
+    Endless, TransportOutcome,
+    testing::Values(Outcome{"InterimReplies", Endless("", "HTTP/1.1 102 Processing\r\n\r\n"), -63, ""},
+                    Outcome{"InterimRepliesSlowly", Drip("", "HTTP/1.1 102 Processing\r\n\r\n"), -28, ""},
+                    Outcome{"HeaderLines", Endless("HTTP/1.1 200 OK\r\n", "X-More: and more\r\n"), -63, ""},
+                    Outcome{"HeaderLinesSlowly", Drip("HTTP/1.1 200 OK\r\n", "X-More: and more\r\n"), -28,
+                            ""},
+                    Outcome{"HeaderLine", Endless("HTTP/1.1 200 OK\r\nX-More: ", "and more "), -27, ""},
+                    Outcome{"StatusLine", Endless("HTTP/1.1 200 ", "OK "), -27, ""},
+                    Outcome{"Body", Endless("HTTP/1.1 200 OK\r\n\r\n", "and more "), -63, ""},
+                    Outcome{"BodySlowly", Drip("HTTP/1.1 200 OK\r\n\r\n", "x"), -28, ""},
+                    Outcome{"Chunks", Endless(Chunked(""), "1\r\nx\r\n"), -63, ""},
+                    Outcome{"ChunksSlowly", Drip(Chunked(""), "1\r\nx\r\n"), -28, ""},
+                    Outcome{"Trailer", Endless(Chunked("1\r\nx\r\n0\r\n"), "X-More: and more\r\n"), -63, ""}),
+    testing::PrintToStringParamName());
+
+/// Replies with bytes behind their end, on a connection that stays. Each is given to a request, and the one
+/// behind it must not be answered with what is left over.
+class TransportLeftover : public TransportOutcome
+{
+};
+
+TEST_P(TransportLeftover, AnswersNoOtherRequest)
+{
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", 1);
+    Start();
+    const ScriptedServer server({GetParam().step, Step(HttpReply(200, "its own"))});
+    Post(server.Url("/first"), "{}");
+    Post(server.Url("/second"), "{}");
+    const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(2);
+    EXPECT_EQ(vecReplies.at(0).nHttpError, GetParam().nHttpError);
+    EXPECT_EQ(vecReplies.at(0).strBody, GetParam().strBody);
+    EXPECT_EQ(vecReplies.at(1).nHttpError, 0);
+    EXPECT_EQ(vecReplies.at(1).strBody, "its own");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Bytes, TransportLeftover,
+    testing::Values(
+        Outcome{"BehindTheLength", Step(HttpReply(200, "right") + HttpReply(200, "wrong")), 0, "right"},
+        Outcome{"BehindTheLastChunk", Step(Chunked("5\r\nright\r\n0\r\n\r\n") + HttpReply(200, "wrong")), 0,
+                "right"},
+        Outcome{"BehindNoContent", Step("HTTP/1.1 204 No Content\r\nContent-Length: 5\r\n\r\nwrong"), 0, ""},
+        Outcome{"BehindNotModified", Step("HTTP/1.1 304 Not Modified\r\nContent-Length: 5\r\n\r\nwrong"), 304,
+                ""}),
+    testing::PrintToStringParamName());
+
+TEST_F(TransportTest, ACompressedBombIsStoppedBeforeItFillsTheMemory)
+{
+    Start();
+    const ScriptedServer server(
+        Step(HttpReply(200, DeflatedZeros(GIGABYTE), "Content-Encoding: deflate\r\n")));
+    const std::size_t nBefore = PeakResidentBytes();
+    Get(server.Url("/"));
+    RepliesAfterShutdown(1);
+    EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(-63));
+    EXPECT_LT(PeakResidentBytes() - nBefore, GIGABYTE / 2);
+}
 
 TEST_F(TransportTest, ACompressedReplyIsUnpacked)
 {
@@ -207,6 +326,18 @@ TEST_F(TransportTest, ARefusedConnectionIsReportedOnce)
         EXPECT_EQ(reply.strBody, "");
         EXPECT_EQ(reply.pUserData, tokens.At(0));
     }
+}
+
+TEST_F(TransportTest, AConnectionThatNobodyAnswersEndsWithTheTimeToConnect)
+{
+    Set("CHTTPCLIENT_CONNECT_TIMEOUT_MS", 300);
+    Start();
+    const BlackHolePort blackHole;
+    for (int nRequest = 0; nRequest < 20; ++nRequest) {
+        Get("http://127.0.0.1:" + std::to_string(blackHole.Port()) + "/vomd/x");
+    }
+    RepliesAfterShutdown(20);
+    EXPECT_THAT(m_replies.Errors(), testing::Each(-28));
 }
 
 /// A URL that leads nowhere, and the error that its callback gets.

@@ -30,7 +30,7 @@ protected:
     }
 };
 
-/// The connections to one host: with 8 most requests are still queued, with 200 all are on the network.
+/// The connections to one host: with 8 most requests are still queued, with 1000 all are on the network.
 class TransportShutdownInFlight : public TransportShutdown, public testing::WithParamInterface<long>
 {
 };
@@ -41,7 +41,7 @@ TEST_P(TransportShutdownInFlight, CancelsEachRequestOnceInBoundedTime)
     Set("CHTTPCLIENT_HOST_CONNECTIONS", GetParam());
     Start();
     const ScriptedServer server(Silent());
-    Tokens tokens(200);
+    Tokens tokens(1000);
     for (void* const pToken : tokens.All()) {
         Get(server.Url("/"), pToken);
     }
@@ -55,7 +55,7 @@ TEST_P(TransportShutdownInFlight, CancelsEachRequestOnceInBoundedTime)
     EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Connections, TransportShutdownInFlight, testing::Values(8, 200),
+INSTANTIATE_TEST_SUITE_P(Connections, TransportShutdownInFlight, testing::Values(8, 1000),
                          testing::PrintToStringParamName());
 
 TEST_F(TransportShutdown, WithoutDrainTimeCancelsAtOnce)
@@ -117,16 +117,22 @@ TEST_F(TransportShutdown, FromWithinTheCallbackDoesNotWaitForItself)
             }
         });
     ASSERT_TRUE(CHttpClientInit());
-    const ScriptedServer server(std::vector<ServerStep>{Ok(), Silent()});
-    Tokens tokens(20);
+    Gate gateSent;
+    std::atomic<bool> bAnswered{false};
+    const ScriptedServer server([&](const WireRequest&) {
+        EXPECT_TRUE(gateSent.Wait()); // all are handed in before the first answer
+        return bAnswered.exchange(true) ? Silent() : Ok();
+    });
+    Tokens tokens(1000);
     for (void* const pToken : tokens.All()) {
         Get(server.Url("/"), pToken);
     }
-    RepliesAfterShutdown(20);
+    gateSent.Open();
+    RepliesAfterShutdown(1000);
     EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
     const std::vector<int> vecErrors = m_replies.Errors();
     EXPECT_EQ(std::count(vecErrors.begin(), vecErrors.end(), 0), 1);
-    EXPECT_EQ(std::count(vecErrors.begin(), vecErrors.end(), -42), 19);
+    EXPECT_EQ(std::count(vecErrors.begin(), vecErrors.end(), -42), 999);
 }
 
 TEST_F(TransportShutdown, CanBeFollowedByAnotherStart)

@@ -25,6 +25,12 @@ bool ReceivedReplies::WaitFor(std::size_t nCount) const
     return m_condition.wait_for(lock, PATIENCE, [&] { return m_vecReplies.size() >= nCount; });
 }
 
+std::size_t ReceivedReplies::Count() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_vecReplies.size();
+}
+
 std::vector<ReceivedReply> ReceivedReplies::All() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -66,7 +72,8 @@ bool Gate::Wait()
 
 TransportTest::TransportTest()
 {
-    for (const char* szName : {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY"}) {
+    for (const char* szName :
+         {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"}) {
         ::unsetenv(szName);
     }
     Set("CHTTPCLIENT_DRAIN_MS", 1000);
@@ -80,7 +87,12 @@ TransportTest::~TransportTest()
 
 void TransportTest::Set(const std::string& strName, long nValue)
 {
-    ::setenv(strName.c_str(), std::to_string(nValue).c_str(), 1);
+    Set(strName, std::to_string(nValue));
+}
+
+void TransportTest::Set(const std::string& strName, const std::string& strValue)
+{
+    ::setenv(strName.c_str(), strValue.c_str(), 1);
 }
 
 void TransportTest::Start()

@@ -28,6 +28,7 @@ public:
     void Add(const std::string& strBody, int nType, void* pUserData, int nHttpError);
     /// @return false when that many replies have not come within 60 s
     bool WaitFor(std::size_t nCount) const;
+    std::size_t Count() const;
     std::vector<ReceivedReply> All() const;
     std::vector<int> Errors() const;
     std::vector<void*> UserData() const;
@@ -64,6 +65,7 @@ protected:
 
     /// Settings are read by Start.
     static void Set(const std::string& strName, long nValue);
+    static void Set(const std::string& strName, const std::string& strValue);
 
     /// Starts the transport with a receiver that keeps the replies.
     void Start();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <sstream>
@@ -13,6 +14,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <strings.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -30,14 +32,21 @@ void Check(bool bSucc, const char* szCall)
     }
 }
 
+sockaddr_in LoopbackAddress(int nPort)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<std::uint16_t>(nPort));
+    return address;
+}
+
 /// @return a socket bound to a free port of the loopback interface, and that port
 std::pair<int, int> BoundSocket()
 {
     const int nSocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     Check(nSocket >= 0, "socket");
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address = LoopbackAddress(0);
     socklen_t nSize = sizeof address;
     auto* const pAddress = reinterpret_cast<sockaddr*>(&address);
     Check(::bind(nSocket, pAddress, nSize) == 0, "bind");
@@ -84,9 +93,9 @@ std::size_t ContentLength(const WireRequest& request)
     return std::strtoul(vecLines[0].c_str() + vecLines[0].find(':') + 1, nullptr, 10);
 }
 
-/// Takes the next request off the connection; what follows it stays in the buffer.
+/// Takes the next request off the connection, with or without its body; what follows stays in the buffer.
 /// @return false when the connection ends before the request does
-bool ReadRequest(int nSocket, std::string& strBuffer, WireRequest& request)
+bool ReadRequest(int nSocket, std::string& strBuffer, WireRequest& request, bool bWithBody)
 {
     static const std::string HEAD_END = "\r\n\r\n";
     std::size_t nHeadEnd = 0;
@@ -96,7 +105,7 @@ bool ReadRequest(int nSocket, std::string& strBuffer, WireRequest& request)
         }
     }
     request.strHead = strBuffer.substr(0, nHeadEnd + HEAD_END.size());
-    const std::size_t nLength = ContentLength(request);
+    const std::size_t nLength = bWithBody ? ContentLength(request) : 0;
     while (strBuffer.size() < request.strHead.size() + nLength) {
         if (!Receive(nSocket, strBuffer)) {
             return false;
@@ -157,19 +166,23 @@ std::string HttpReply(int nStatus, const std::string& strBody, const std::string
            "Content-Length: " + std::to_string(strBody.size()) + "\r\n\r\n" + strBody;
 }
 
-ScriptedServer::ScriptedServer(Script fnScript) : m_fnScript(std::move(fnScript))
+ScriptedServer::ScriptedServer(Script fnScript, Answers answers)
+    : m_fnScript(std::move(fnScript)), m_answers(answers)
 {
     std::tie(m_nListener, m_nPort) = BoundSocket();
     Check(::listen(m_nListener, BACKLOG) == 0, "listen");
     m_threadAccept = std::thread([this] { Accept(); });
 }
 
-ScriptedServer::ScriptedServer(std::vector<ServerStep> vecSteps)
-    : ScriptedServer(OneAfterTheOther(std::move(vecSteps)))
+ScriptedServer::ScriptedServer(std::vector<ServerStep> vecSteps, Answers answers)
+    : ScriptedServer(OneAfterTheOther(std::move(vecSteps)), answers)
 {
 }
 
-ScriptedServer::ScriptedServer(ServerStep step) : ScriptedServer(std::vector<ServerStep>{std::move(step)}) {}
+ScriptedServer::ScriptedServer(ServerStep step, Answers answers)
+    : ScriptedServer(std::vector<ServerStep>{std::move(step)}, answers)
+{
+}
 
 ScriptedServer::~ScriptedServer()
 {
@@ -215,6 +228,12 @@ bool ScriptedServer::WaitForRequests(std::size_t nCount) const
     return m_condition.wait_for(lock, PATIENCE, [&] { return m_vecRequests.size() >= nCount; });
 }
 
+void ScriptedServer::KeepNoRequests()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_bKeepsRequests = false;
+}
+
 void ScriptedServer::Accept()
 {
     for (;;) {
@@ -248,7 +267,7 @@ void ScriptedServer::ServeRequests(int nSocket, std::size_t nConnection)
     std::string strBuffer;
     WireRequest request;
     request.nConnection = nConnection;
-    while (ReadRequest(nSocket, strBuffer, request)) {
+    while (ReadRequest(nSocket, strBuffer, request, m_answers == Answers::Requests)) {
         Record(request);
         if (!Perform(nSocket, m_fnScript(request))) {
             return;
@@ -259,7 +278,7 @@ void ScriptedServer::ServeRequests(int nSocket, std::size_t nConnection)
 /// @return whether the connection goes on
 bool ScriptedServer::Perform(int nSocket, const ServerStep& step)
 {
-    if (!Pause(step.delay) || !SendAll(nSocket, step.strReply, step.bByteByByte ? 1 : step.strReply.size())) {
+    if (!SendReply(nSocket, step)) {
         return false;
     }
     if (step.ending == ServerStep::Ending::Reset) {
@@ -275,6 +294,20 @@ bool ScriptedServer::Perform(int nSocket, const ServerStep& step)
     return step.ending == ServerStep::Ending::KeepAlive;
 }
 
+/// @return false when the connection has ended, or the server was stopped meanwhile
+bool ScriptedServer::SendReply(int nSocket, const ServerStep& step)
+{
+    if (!Pause(step.delay) || !SendAll(nSocket, step.strReply, step.bByteByByte ? 1 : step.strReply.size())) {
+        return false;
+    }
+    while (!step.strEndless.empty()) {
+        if (!Pause(step.pause) || !SendAll(nSocket, step.strEndless, step.strEndless.size())) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// @return false when the server was stopped meanwhile
 bool ScriptedServer::Pause(std::chrono::milliseconds delay)
 {
@@ -286,7 +319,9 @@ void ScriptedServer::Record(const WireRequest& request)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_vecRequests.push_back(request);
+        if (m_bKeepsRequests) {
+            m_vecRequests.push_back(request);
+        }
     }
     m_condition.notify_all();
 }
@@ -299,4 +334,27 @@ RefusingPort::RefusingPort()
 RefusingPort::~RefusingPort()
 {
     ::close(m_nSocket);
+}
+
+BlackHolePort::BlackHolePort()
+{
+    std::tie(m_nListener, m_nPort) = BoundSocket();
+    Check(::listen(m_nListener, 0) == 0, "listen");
+    constexpr int TIME_TO_CONNECT_MS = 200; // ample on the loopback interface
+    pollfd connecting{-1, POLLOUT, 0};
+    do { // a queue of no length still takes one or two
+        connecting.fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        Check(connecting.fd >= 0, "socket");
+        m_vecQueued.push_back(connecting.fd);
+        const sockaddr_in address = LoopbackAddress(m_nPort);
+        ::connect(connecting.fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    } while (::poll(&connecting, 1, TIME_TO_CONNECT_MS) > 0);
+}
+
+BlackHolePort::~BlackHolePort()
+{
+    for (const int nSocket : m_vecQueued) {
+        ::close(nSocket);
+    }
+    ::close(m_nListener);
 }

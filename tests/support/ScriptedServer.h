@@ -37,6 +37,8 @@ struct ServerStep {
     Ending ending = Ending::KeepAlive;
     std::chrono::milliseconds delay{0}; ///< before the first byte
     bool bByteByByte = false;           ///< each byte in a segment of its own
+    std::string strEndless;             ///< sent after that again and again, until the client gives up
+    std::chrono::milliseconds pause{0}; ///< before each time
 };
 
 /// @return a complete reply with a Content-Length; strHeaderLines are further lines, each with its CR LF
@@ -48,17 +50,21 @@ std::string HttpReply(int nStatus, const std::string& strBody, const std::string
 class ScriptedServer
 {
 public:
+    /// When a request is answered: once it is read whole, or as soon as its head is there. A server of the
+    /// second kind reads no body, and should end the connection of a request that has one.
+    enum class Answers { Requests, Heads };
+
     /// Chooses the step for a request. Called on the connection's thread; it may block, but must have
     /// returned before the server is destroyed.
     using Script = std::function<ServerStep(const WireRequest&)>;
 
-    explicit ScriptedServer(Script fnScript);
+    explicit ScriptedServer(Script fnScript, Answers answers = Answers::Requests);
 
     /// The steps are for the requests in the order of their arrival, the last one for all that follow.
-    explicit ScriptedServer(std::vector<ServerStep> vecSteps);
+    explicit ScriptedServer(std::vector<ServerStep> vecSteps, Answers answers = Answers::Requests);
 
     /// A server with the same step for every request.
-    explicit ScriptedServer(ServerStep step);
+    explicit ScriptedServer(ServerStep step, Answers answers = Answers::Requests);
 
     /// Breaks all connections and waits for the threads.
     ~ScriptedServer();
@@ -76,6 +82,8 @@ public:
     /// Waits until that many requests have been read.
     /// @return false when they have not come within 30 s
     bool WaitForRequests(std::size_t nCount) const;
+    /// Keeps no request from now on, for a test that sends very many.
+    void KeepNoRequests();
 
 private:
     struct Connection {
@@ -87,10 +95,12 @@ private:
     void Serve(Connection& connection, std::size_t nConnection);
     void ServeRequests(int nSocket, std::size_t nConnection);
     bool Perform(int nSocket, const ServerStep& step);
+    bool SendReply(int nSocket, const ServerStep& step);
     bool Pause(std::chrono::milliseconds delay);
     void Record(const WireRequest& request);
 
     const Script m_fnScript;
+    const Answers m_answers;
     int m_nListener = -1;
     int m_nPort = 0;
     std::thread m_threadAccept;
@@ -99,6 +109,7 @@ private:
     mutable std::condition_variable m_condition;
     std::list<Connection> m_lstConnections;
     std::vector<WireRequest> m_vecRequests;
+    bool m_bKeepsRequests = true;
     bool m_bStop = false;
 };
 
@@ -117,4 +128,22 @@ public:
 private:
     int m_nSocket = -1;
     int m_nPort = 0;
+};
+
+/// A port of the loopback interface that never answers a request for a connection, as if a firewall dropped
+/// it: its queue of connections not accepted is full.
+class BlackHolePort
+{
+public:
+    BlackHolePort();
+    ~BlackHolePort();
+    BlackHolePort(const BlackHolePort&) = delete;
+    BlackHolePort& operator=(const BlackHolePort&) = delete;
+
+    int Port() const { return m_nPort; }
+
+private:
+    int m_nListener = -1;
+    int m_nPort = 0;
+    std::vector<int> m_vecQueued;
 };

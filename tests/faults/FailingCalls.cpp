@@ -1,0 +1,217 @@
+#include "FailingCalls.h"
+
+#include <curl/curl.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <unistd.h>
+
+namespace
+{
+
+// Plain data: allocations ask while nothing else of the program may exist yet.
+std::atomic<const char*> g_szCall{nullptr};
+std::atomic<long> g_nUntilFailure{0}; ///< 1: the next call fails
+std::atomic<long> g_nToFail{0};
+std::atomic<std::size_t> g_nFailed{0};
+std::atomic<bool> g_bWatchThreads{false};
+thread_local bool t_bWatched = false;
+char g_szArmed[64];
+
+/// Counts a call. Returns whether it is to fail.
+bool Fails(const char* szCall)
+{
+    const char* const szArmed = g_szCall.load();
+    if (szArmed == nullptr || std::strcmp(szArmed, szCall) != 0) {
+        return false;
+    }
+    const long nUntil = g_nUntilFailure.fetch_sub(1);
+    if (nUntil > 1 || nUntil <= 1 - g_nToFail.load()) {
+        return false;
+    }
+    ++g_nFailed;
+    return true;
+}
+
+bool OnMainThread()
+{
+    return ::gettid() == ::getpid();
+}
+
+struct SThreadStart {
+    void* (*pfnRun)(void*);
+    void* pArgument;
+};
+
+void* RunWatched(void* pStart)
+{
+    const SThreadStart start = *static_cast<SThreadStart*>(pStart);
+    std::free(pStart);
+    t_bWatched = true;
+    return start.pfnRun(start.pArgument);
+}
+
+void* Allocate(std::size_t nBytes)
+{
+    return Fails("malloc") ? nullptr : std::malloc(nBytes);
+}
+
+void* Reallocate(void* pBytes, std::size_t nBytes)
+{
+    return Fails("malloc") ? nullptr : std::realloc(pBytes, nBytes);
+}
+
+void* AllocateZeros(std::size_t nCount, std::size_t nBytes)
+{
+    return Fails("malloc") ? nullptr : std::calloc(nCount, nBytes);
+}
+
+char* Duplicate(const char* szText)
+{
+    return Fails("malloc") ? nullptr : ::strdup(szText);
+}
+
+} // namespace
+
+void ArmFailure(const std::string& strCall, std::size_t nNth, std::size_t nFailures)
+{
+    g_szCall = nullptr;
+    std::strncpy(g_szArmed, strCall.c_str(), sizeof g_szArmed - 1);
+    g_nFailed = 0;
+    g_nToFail = static_cast<long>(nFailures);
+    g_nUntilFailure = static_cast<long>(nNth);
+    g_szCall = g_szArmed;
+}
+
+std::size_t DisarmFailure()
+{
+    g_szCall = nullptr;
+    return g_nFailed;
+}
+
+void WatchThreads(bool bOn)
+{
+    g_bWatchThreads = bOn;
+}
+
+bool WatchLibcurlAllocations()
+{
+    return curl_global_init_mem(CURL_GLOBAL_DEFAULT, Allocate, std::free, Reallocate, Duplicate,
+                                AllocateZeros) == CURLE_OK;
+}
+
+// Replaces the library's; what sizes and alignments exist lead here.
+void* operator new(std::size_t nBytes)
+{
+    void* const pBytes =
+        t_bWatched && Fails("operator new") ? nullptr : std::malloc(nBytes == 0 ? 1 : nBytes);
+    if (pBytes == nullptr) {
+        throw std::bad_alloc();
+    }
+    return pBytes;
+}
+
+void operator delete(void* pBytes) noexcept
+{
+    std::free(pBytes);
+}
+
+void operator delete(void* pBytes, std::size_t /*nBytes*/) noexcept
+{
+    std::free(pBytes);
+}
+
+extern "C" {
+
+__attribute__((visibility("default"))) int
+pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pfnRun)(void*), void* pArgument)
+{
+    static const auto pfnReal =
+        reinterpret_cast<decltype(&pthread_create)>(::dlsym(RTLD_NEXT, "pthread_create"));
+    if ((t_bWatched || OnMainThread()) && Fails("pthread_create")) {
+        return EAGAIN;
+    }
+    if (!g_bWatchThreads) {
+        return pfnReal(pThread, pAttributes, pfnRun, pArgument);
+    }
+    auto* const pStart = static_cast<SThreadStart*>(std::malloc(sizeof(SThreadStart)));
+    *pStart = {pfnRun, pArgument};
+    return pfnReal(pThread, pAttributes, RunWatched, pStart);
+}
+
+CURL* __real_curl_easy_init();
+CURL* __wrap_curl_easy_init();
+CURL* __wrap_curl_easy_init()
+{
+    return Fails("curl_easy_init") ? nullptr : __real_curl_easy_init();
+}
+
+CURLcode __real_curl_easy_setopt(CURL* pEasy, CURLoption option, ...);
+CURLcode __wrap_curl_easy_setopt(CURL* pEasy, CURLoption option, ...);
+CURLcode __wrap_curl_easy_setopt(CURL* pEasy, CURLoption option, ...)
+{
+    if (Fails("curl_easy_setopt")) {
+        return CURLE_OUT_OF_MEMORY;
+    }
+    va_list arguments;
+    va_start(arguments, option);
+    CURLcode eResult = CURLE_OK;
+    if (option < CURLOPTTYPE_OBJECTPOINT) {
+        eResult = __real_curl_easy_setopt(pEasy, option, va_arg(arguments, long));
+    } else if (option >= CURLOPTTYPE_OFF_T && option < CURLOPTTYPE_BLOB) {
+        eResult = __real_curl_easy_setopt(pEasy, option, va_arg(arguments, curl_off_t));
+    } else {
+        eResult = __real_curl_easy_setopt(pEasy, option, va_arg(arguments, void*));
+    }
+    va_end(arguments);
+    return eResult;
+}
+
+curl_slist* __real_curl_slist_append(curl_slist* pList, const char* szText);
+curl_slist* __wrap_curl_slist_append(curl_slist* pList, const char* szText);
+curl_slist* __wrap_curl_slist_append(curl_slist* pList, const char* szText)
+{
+    return Fails("curl_slist_append") ? nullptr : __real_curl_slist_append(pList, szText);
+}
+
+CURLM* __real_curl_multi_init();
+CURLM* __wrap_curl_multi_init();
+CURLM* __wrap_curl_multi_init()
+{
+    return Fails("curl_multi_init") ? nullptr : __real_curl_multi_init();
+}
+
+CURLMcode __real_curl_multi_add_handle(CURLM* pMulti, CURL* pEasy);
+CURLMcode __wrap_curl_multi_add_handle(CURLM* pMulti, CURL* pEasy);
+CURLMcode __wrap_curl_multi_add_handle(CURLM* pMulti, CURL* pEasy)
+{
+    return Fails("curl_multi_add_handle") ? CURLM_OUT_OF_MEMORY : __real_curl_multi_add_handle(pMulti, pEasy);
+}
+
+CURLMcode __real_curl_multi_perform(CURLM* pMulti, int* pRunning);
+CURLMcode __wrap_curl_multi_perform(CURLM* pMulti, int* pRunning);
+CURLMcode __wrap_curl_multi_perform(CURLM* pMulti, int* pRunning)
+{
+    return Fails("curl_multi_perform") ? CURLM_OUT_OF_MEMORY : __real_curl_multi_perform(pMulti, pRunning);
+}
+
+CURLMcode __real_curl_multi_poll(CURLM* pMulti, curl_waitfd* pWaits, unsigned nWaits, int nMilliseconds,
+                                 int* pReady);
+CURLMcode __wrap_curl_multi_poll(CURLM* pMulti, curl_waitfd* pWaits, unsigned nWaits, int nMilliseconds,
+                                 int* pReady);
+CURLMcode __wrap_curl_multi_poll(CURLM* pMulti, curl_waitfd* pWaits, unsigned nWaits, int nMilliseconds,
+                                 int* pReady)
+{
+    return Fails("curl_multi_poll") ? CURLM_OUT_OF_MEMORY
+                                    : __real_curl_multi_poll(pMulti, pWaits, nWaits, nMilliseconds, pReady);
+}
+
+} // extern "C"

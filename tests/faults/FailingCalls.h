@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/// Makes one call of the transport fail: the nth from now on of those that bear the name. The names are those
+/// of libcurl's functions, "pthread_create", "malloc" for libcurl's own allocations, and "operator new" for
+/// allocations on threads that were started while a failure was armed or since `WatchThreads`. A test program
+/// has one failure at a time. All functions may be called from any thread.
+
+/// @param nFailures  how many calls fail in a row
+void ArmFailure(const std::string& strCall, std::size_t nNth, std::size_t nFailures = 1);
+
+/// Ends the failures.
+/// @return how many calls have failed
+std::size_t DisarmFailure();
+
+/// Allocations of threads that are started from now on count as "operator new". Threads of the test and of
+/// its servers are to be started before, or while it is off.
+void WatchThreads(bool bOn);
+
+/// Puts libcurl's allocations under control; to be called before anything else initialises libcurl.
+/// @return whether libcurl takes them
+bool WatchLibcurlAllocations();

@@ -1,0 +1,205 @@
+// Each call that the transport makes of libcurl, of the thread library and of the allocator fails in turn.
+
+#include "FailingCalls.h"
+#include "TransportTest.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <ctime>
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::AnyOf;
+using testing::Each;
+using testing::Ge;
+using testing::Le;
+
+namespace
+{
+
+/// More calls than any of the exchanges below makes; the sweeps end by themselves long before.
+constexpr std::size_t MANY = 5000;
+
+ServerStep Ok()
+{
+    ServerStep step;
+    step.strReply = HttpReply(200, "{}");
+    return step;
+}
+
+} // namespace
+
+class TransportFailure : public TransportTest, public testing::WithParamInterface<const char*>
+{
+protected:
+    /// A query, a report with a header line and a report without.
+    void SendThree()
+    {
+        Get(m_server.Url("/"));
+        Post(m_server.Url("/"), "{}");
+        CHttpClientSendRequest(TYPE, m_server.Url("/"), "{}", nullptr, true, false, "");
+    }
+
+    /// The errors of the callbacks since the last call of this.
+    std::vector<int> NewErrors(std::size_t nCount)
+    {
+        EXPECT_TRUE(m_replies.WaitFor(m_nSeen + nCount));
+        const std::vector<int> vecAll = m_replies.Errors();
+        std::vector<int> vecNew(vecAll.begin() + static_cast<std::ptrdiff_t>(m_nSeen), vecAll.end());
+        m_nSeen = vecAll.size();
+        return vecNew;
+    }
+
+    /// The failure came and went: everything works. A failure that came last may still take the next request
+    /// with it, so that one only has to be answered.
+    void ExpectHealth()
+    {
+        CHttpClientInit();
+        Get(m_server.Url("/"));
+        ASSERT_THAT(NewErrors(1), Each(AnyOf(0, -2, -27)));
+        ASSERT_TRUE(CHttpClientInit());
+        SendThree();
+        ASSERT_THAT(NewErrors(3), Each(0));
+    }
+
+    const ScriptedServer m_server{Ok()};
+    std::size_t m_nSeen = 0;
+};
+
+TEST_P(TransportFailure, InExchangesGivesEachRequestItsCallbackAndThenAllIsWell)
+{
+    Start();
+    ExpectHealth(); // connections are made, handles are kept
+    for (std::size_t nNth = 1; nNth < MANY; ++nNth) {
+        SCOPED_TRACE(std::string(GetParam()) + " fails, call " + std::to_string(nNth));
+        ArmFailure(GetParam(), nNth);
+        SendThree();
+        ASSERT_THAT(NewErrors(3), Each(AnyOf(0, -2, -27)));
+        const std::size_t nFailed = DisarmFailure();
+        ASSERT_NO_FATAL_FAILURE(ExpectHealth());
+        if (nFailed == 0) {
+            break;
+        }
+    }
+    RepliesAfterShutdown(m_nSeen);
+}
+
+TEST_P(TransportFailure, FromTheStartOnGivesEachRequestItsCallbackAndThenAllIsWell)
+{
+    CHttpClientSetResponseCallBack(Keeper());
+    for (std::size_t nNth = 1; nNth < MANY; ++nNth) {
+        SCOPED_TRACE(std::string(GetParam()) + " fails, call " + std::to_string(nNth));
+        ArmFailure(GetParam(), nNth);
+        CHttpClientInit();
+        SendThree();
+        ASSERT_THAT(NewErrors(3), Each(AnyOf(0, -2, -27)));
+        const std::size_t nFailed = DisarmFailure();
+        ASSERT_NO_FATAL_FAILURE(ExpectHealth());
+        CHttpClientUnInit();
+        if (nFailed == 0) {
+            break;
+        }
+    }
+    RepliesAfterShutdown(m_nSeen);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, TransportFailure,
+                         testing::Values("curl_easy_init", "curl_easy_setopt", "curl_slist_append",
+                                         "curl_multi_init", "curl_multi_add_handle", "curl_multi_perform",
+                                         "curl_multi_poll", "pthread_create"),
+                         [](const auto& call) { return std::string(call.param); });
+
+// An option that could not be set is a request that can't be sent as it was meant.
+class TransportRequestFailure : public TransportFailure
+{
+};
+
+TEST_P(TransportRequestFailure, FailsJustTheRequestThatItIsFor)
+{
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", 1);
+    Start();
+    ExpectHealth();
+    std::size_t nFailed = 1;
+    for (std::size_t nNth = 1; nFailed > 0 && nNth < MANY; ++nNth) {
+        SCOPED_TRACE(std::string(GetParam()) + " fails, call " + std::to_string(nNth));
+        ArmFailure(GetParam(), nNth);
+        SendThree();
+        const std::vector<int> vecErrors = NewErrors(3);
+        nFailed = DisarmFailure();
+        ASSERT_THAT(vecErrors, testing::Contains(0).Times(3 - static_cast<int>(nFailed)));
+        ASSERT_THAT(vecErrors, testing::Contains(AnyOf(-2, -27)).Times(static_cast<int>(nFailed)));
+    }
+    RepliesAfterShutdown(m_nSeen);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, TransportRequestFailure,
+                         testing::Values("curl_easy_setopt", "curl_slist_append", "curl_multi_add_handle"),
+                         [](const auto& call) { return std::string(call.param); });
+
+class TransportLoopFailure : public TransportFailure
+{
+};
+
+TEST_P(TransportLoopFailure, ThatLastsDoesNotSpin)
+{
+    Start();
+    ExpectHealth();
+    ArmFailure(GetParam(), 1, 1'000'000'000);
+    SendThree();
+    ASSERT_THAT(NewErrors(3), Each(AnyOf(-2, -27)));
+    timespec before{};
+    timespec after{};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &before);
+    std::this_thread::sleep_for(1s);
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &after);
+    const double dSeconds = static_cast<double>(after.tv_sec - before.tv_sec) +
+                            1e-9 * static_cast<double>(after.tv_nsec - before.tv_nsec);
+    EXPECT_LE(dSeconds, 0.2);
+    DisarmFailure();
+    ExpectHealth();
+    RepliesAfterShutdown(m_nSeen);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, TransportLoopFailure,
+                         testing::Values("curl_multi_perform", "curl_multi_poll"),
+                         [](const auto& call) { return std::string(call.param); });
+
+TEST_F(TransportFailure, OfEveryAllocationOnTheTransportsThreadsLosesNoCallback)
+{
+    WatchThreads(true);
+    Start();
+    WatchThreads(false);
+    ExpectHealth();
+    std::size_t nFailed = 1;
+    for (std::size_t nNth = 1; nFailed > 0 && nNth < MANY; ++nNth) {
+        SCOPED_TRACE("allocation " + std::to_string(nNth));
+        ArmFailure("operator new", nNth);
+        SendThree();
+        ASSERT_THAT(NewErrors(3), Each(AnyOf(0, -2, -27)));
+        nFailed = DisarmFailure();
+        ASSERT_NO_FATAL_FAILURE(ExpectHealth());
+    }
+    RepliesAfterShutdown(m_nSeen);
+}
+
+// libcurl has its own words for the memory that it could not get, and some losses it does not notice: it
+// sends a head without its body, say, and only the time-out ends that. So any error is good, if there is one.
+TEST_F(TransportFailure, OfEveryAllocationOfLibcurlLosesNoCallback)
+{
+    Set("CHTTPCLIENT_TIMEOUT_MS", 1000);
+    ASSERT_TRUE(WatchLibcurlAllocations());
+    std::size_t nFailed = 1;
+    CHttpClientSetResponseCallBack(Keeper());
+    for (std::size_t nNth = 1; nFailed > 0 && nNth < MANY; ++nNth) {
+        SCOPED_TRACE("allocation of libcurl " + std::to_string(nNth));
+        ArmFailure("malloc", nNth);
+        CHttpClientInit();
+        SendThree();
+        ASSERT_THAT(NewErrors(3), Each(AllOf(Le(0), Ge(-100))));
+        nFailed = DisarmFailure();
+        ASSERT_NO_FATAL_FAILURE(ExpectHealth());
+        CHttpClientUnInit();
+    }
+    RepliesAfterShutdown(m_nSeen);
+}

@@ -1,0 +1,239 @@
+// A host that forks without exec, at the moment that its second argument names. For each callback it prints a
+// line: who, type, error. The parent prints how its child ended, too.
+//
+//   forking_host URL-OF-A-SERVER MOMENT
+//
+// The server holds a request for /held until one for /release comes, and answers all others at once.
+
+#include "platform/chttpclient/chttpclient.h"
+#include "platform/clog/clog.h"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+const char* g_szWho = "parent";
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+// A child has no threads but one. What only the stacks of the others led to is out of its reach, and none of
+// its business; the parent is searched for leaks.
+extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off();
+extern "C" int __lsan_is_turned_off()
+{
+    return g_szWho == std::string_view("child") ? 1 : 0;
+}
+#endif
+
+#if defined(__SANITIZE_THREAD__)
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options()
+{
+    return "die_after_fork=0"; // that the child starts threads is what is tried here
+}
+#endif
+
+namespace
+{
+
+constexpr int HELD = 1;
+constexpr int QUICK = 2;
+constexpr int RELEASE = 3;
+constexpr unsigned CHILD_SECONDS = 10;    // then a signal ends it, which the parent prints
+constexpr std::chrono::seconds PROMPT{5}; // far less than the drain time, which is a minute
+
+std::string g_strServer;
+
+std::atomic<int> g_nCallbacks{0}; // and no lock, which a fork might find taken
+
+void Say(const std::string& strText)
+{
+    const std::string strLine = strText + '\n'; // in one write: parent and child share the pipe
+    if (::write(STDOUT_FILENO, strLine.data(), strLine.size()) < 0) {
+        std::abort();
+    }
+}
+
+void WaitForCallbacks(int nCount)
+{
+    while (g_nCallbacks < nCount) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+void Receive(const std::string& /*body*/, int nType, void* /*pUserData*/, int nHttpError)
+{
+    Say(std::string(g_szWho) + ' ' + std::to_string(nType) + ' ' + std::to_string(nHttpError));
+    ++g_nCallbacks;
+}
+
+void Send(int nType, const std::string& strPath)
+{
+    CHttpClientSendRequest(nType, g_strServer + strPath, "{}", nullptr, true, false, "");
+}
+
+/// Forks; the child does what it is to do and leaves through exit.
+template <class Function>
+pid_t Fork(Function fnInChild)
+{
+    const pid_t nChild = ::fork();
+    if (nChild == 0) {
+        sigset_t alarm{};
+        ::sigemptyset(&alarm);
+        ::sigaddset(&alarm, SIGALRM);
+        ::pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr); // the transport's threads take no signal
+        ::alarm(CHILD_SECONDS);
+        g_szWho = "child";
+        g_nCallbacks = 0;
+        fnInChild();
+        std::exit(0);
+    }
+    return nChild;
+}
+
+void AwaitChild(pid_t nChild)
+{
+    const auto tpBegin = std::chrono::steady_clock::now();
+    int nStatus = -1;
+    while (::waitpid(nChild, &nStatus, 0) < 0 && errno == EINTR) {
+    }
+    const bool bPrompt = std::chrono::steady_clock::now() - tpBegin < PROMPT;
+    Say("child ended with " + std::to_string(nStatus) + (bPrompt ? ", promptly" : ", late"));
+}
+
+void SendWithoutStart()
+{
+    Send(QUICK, "/quick");
+    WaitForCallbacks(1);
+}
+
+void StartAndSend()
+{
+    if (CHttpClientInit()) {
+        Send(QUICK, "/quick");
+        WaitForCallbacks(1);
+    }
+}
+
+void StartSendAndStop()
+{
+    StartAndSend();
+    CHttpClientUnInit();
+}
+
+/// What a child does, by the name of the moment's second half.
+void ChildOf(std::string_view strMoment)
+{
+    if (strMoment == "Sends") {
+        SendWithoutStart();
+    } else if (strMoment == "Starts") {
+        StartSendAndStop();
+    } else if (strMoment == "StartsAndLeaves") {
+        StartAndSend();
+    } else if (strMoment == "Stops") {
+        CHttpClientUnInit();
+    }
+}
+
+/// A child of a parent with a request in flight, which is answered afterwards.
+void ForkInFlight(std::string_view strMoment)
+{
+    CHttpClientInit();
+    Send(HELD, "/held");
+    Send(QUICK, "/quick");
+    WaitForCallbacks(1); // both threads run
+    AwaitChild(Fork([&] { ChildOf(strMoment); }));
+    Send(RELEASE, "/release");
+    WaitForCallbacks(3);
+    CHttpClientUnInit();
+}
+
+/// A child that begins on the delivering thread, in the callback.
+void ForkInCallback()
+{
+    CHttpClientSetResponseCallBack(
+        [](const std::string& strBody, int nType, void* pUserData, int nHttpError) {
+            if (nType == QUICK) {
+                AwaitChild(Fork([] {}));
+            }
+            Receive(strBody, nType, pUserData, nHttpError);
+        });
+    CHttpClientInit();
+    Send(QUICK, "/quick");
+    WaitForCallbacks(1);
+    CHttpClientUnInit();
+}
+
+void ForkBeforeStart()
+{
+    const pid_t nChild = Fork([] { StartSendAndStop(); });
+    StartSendAndStop();
+    AwaitChild(nChild);
+}
+
+/// Children of a parent that is at all times about to send or to log, and holds one lock or another.
+void ForkUnderLoad()
+{
+    constexpr int CHILDREN = 100;
+    CHttpClientInit();
+    std::atomic<bool> bStop{false};
+    int nSent = 0;
+    std::thread logger([&] {
+        while (!bStop) {
+            Log_Write(1, "forking_host", 1, "parent");
+        }
+    });
+    std::thread sender([&] {
+        for (; !bStop; ++nSent) {
+            Send(QUICK, "/quick");
+            WaitForCallbacks(nSent);
+        }
+    });
+    int nClean = 0;
+    for (int nChild = 0; nChild < CHILDREN; ++nChild) {
+        const pid_t nProcess = Fork([] {
+            Log_Write(1, "forking_host", 2, "child");
+            StartSendAndStop();
+        });
+        int nStatus = -1;
+        while (::waitpid(nProcess, &nStatus, 0) < 0 && errno == EINTR) {
+        }
+        nClean += nStatus == 0 ? 1 : 0;
+    }
+    bStop = true;
+    logger.join();
+    sender.join();
+    CHttpClientUnInit();
+    Say("clean children: " + std::to_string(nClean));
+    Say(g_nCallbacks == nSent ? "parent got all" : "parent lost some");
+}
+
+} // namespace
+
+int main(int /*nArguments*/, char** ppArguments)
+{
+    g_strServer = ppArguments[1];
+    const std::string_view strMoment = ppArguments[2];
+    CHttpClientSetResponseCallBack(Receive);
+    if (strMoment == "InCallback") {
+        ForkInCallback();
+    } else if (strMoment == "BeforeStart") {
+        ForkBeforeStart();
+    } else if (strMoment == "UnderLoad") {
+        ForkUnderLoad();
+    } else {
+        ForkInFlight(strMoment);
+    }
+    return 0;
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// How a host program ended, and what it printed.
+struct Departure {
+    bool bInTime = false;
+    int nStatus = -1; ///< as waitpid reports it
+    std::vector<std::string> vecLines;
+};
+
+/// Runs a host program to its end; one that does not come to it within 30 s is killed. The end is where
+/// nobody holds its standard output any more, the children that it left included.
+Departure Watch(const std::string& strProgram, std::vector<std::string> vecArguments);

@@ -1,0 +1,211 @@
+#include "HostProcess.h"
+#include "TransportTest.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using testing::AnyOf;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+namespace
+{
+
+ServerStep Ok()
+{
+    ServerStep step;
+    step.strReply = HttpReply(200, "{}");
+    return step;
+}
+
+ServerStep Silent()
+{
+    ServerStep step;
+    step.ending = ServerStep::Ending::Hold;
+    return step;
+}
+
+} // namespace
+
+/// What happens at the transport's own limits, and at those of its process.
+class TransportLimit : public TransportTest
+{
+};
+
+TEST_F(TransportLimit, OfOutstandingRequestsRefusesTheOneAboveItAndSendsNothing)
+{
+    Set("CHTTPCLIENT_MAX_OUTSTANDING", 10);
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", 20);
+    Set("CHTTPCLIENT_DRAIN_MS", 100);
+    Start();
+    const ScriptedServer server(Silent());
+    Tokens tokens(15);
+    for (void* const pToken : tokens.All()) {
+        Get(server.Url("/"), pToken);
+    }
+    ASSERT_TRUE(m_replies.WaitFor(5));
+    EXPECT_THAT(m_replies.Errors(), ElementsAre(-1000, -1000, -1000, -1000, -1000));
+    EXPECT_THAT(m_replies.UserData(),
+                ElementsAre(tokens.At(10), tokens.At(11), tokens.At(12), tokens.At(13), tokens.At(14)));
+    ASSERT_TRUE(server.WaitForRequests(10));
+    CHttpClientUnInit();
+    EXPECT_THAT(m_replies.All(), SizeIs(15));
+    EXPECT_THAT(m_replies.Errors(), Contains(-42).Times(10));
+    EXPECT_THAT(server.Requests(), SizeIs(10));
+    EXPECT_THAT(m_replies.UserData(), testing::UnorderedElementsAreArray(tokens.All()));
+}
+
+TEST_F(TransportLimit, OfOutstandingRequestsHasRoomAgainOnceTheyAreAnswered)
+{
+    Set("CHTTPCLIENT_MAX_OUTSTANDING", 5);
+    Start();
+    const ScriptedServer server(Ok());
+    std::size_t nSent = 0;
+    for (int nRound = 0; nRound < 20; ++nRound) {
+        for (int nRequest = 0; nRequest < 5; ++nRequest) {
+            Get(server.Url("/"));
+            ++nSent;
+        }
+        CHttpClientUnInit(); // returns when all is answered, the limit's count included
+        ASSERT_EQ(m_replies.Count(), nSent);
+        ASSERT_TRUE(CHttpClientInit());
+    }
+    RepliesAfterShutdown(nSent);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+}
+
+TEST_F(TransportLimit, OfOutstandingRequestsLetsTheCallbackSendTheNextOne)
+{
+    constexpr std::size_t REQUESTS = 200;
+    Set("CHTTPCLIENT_MAX_OUTSTANDING", 1);
+    const ScriptedServer server(Ok());
+    CHttpClientSetResponseCallBack(
+        [&](const std::string& strBody, int nType, void* pUserData, int nHttpError) {
+            m_replies.Add(strBody, nType, pUserData, nHttpError);
+            if (m_replies.Count() < REQUESTS) {
+                Get(server.Url("/"));
+            }
+        });
+    ASSERT_TRUE(CHttpClientInit());
+    Get(server.Url("/"));
+    RepliesAfterShutdown(REQUESTS);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+}
+
+TEST_F(TransportLimit, OfOutstandingRequestsIsAHundredThousandByDefault)
+{
+    Set("CHTTPCLIENT_DRAIN_MS", 0);
+    Start();
+    const ScriptedServer server(Silent());
+    for (int nRequest = 0; nRequest < 100'001; ++nRequest) {
+        Get(server.Url("/"));
+    }
+    CHttpClientUnInit();
+    EXPECT_THAT(m_replies.All(), SizeIs(100'001));
+    EXPECT_THAT(m_replies.Errors(), Contains(-1000).Times(1));
+    EXPECT_THAT(m_replies.Errors(), Contains(-42).Times(100'000));
+}
+
+/// The limits of a request's time, in milliseconds.
+class TransportTimeout : public TransportTest, public testing::WithParamInterface<long>
+{
+};
+
+TEST_P(TransportTimeout, ThatIsVeryLongHurtsNoRequest)
+{
+    Set("CHTTPCLIENT_TIMEOUT_MS", GetParam());
+    Set("CHTTPCLIENT_CONNECT_TIMEOUT_MS", GetParam());
+    Start();
+    const ScriptedServer server(Ok());
+    Post(server.Url("/"), "{}");
+    RepliesAfterShutdown(1);
+    EXPECT_THAT(m_replies.Errors(), ElementsAre(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(Milliseconds, TransportTimeout, testing::Values(86'400'000, 2'147'483'647),
+                         testing::PrintToStringParamName());
+
+TEST_F(TransportTest, ATimeoutOfAMillisecondEndsEveryRequestOnce)
+{
+    Set("CHTTPCLIENT_TIMEOUT_MS", 1);
+    Start();
+    const ScriptedServer server(Silent());
+    for (int nRequest = 0; nRequest < 100; ++nRequest) {
+        Post(server.Url("/"), "{}");
+    }
+    RepliesAfterShutdown(100);
+    EXPECT_THAT(m_replies.Errors(), Each(-28));
+}
+
+// Waiting on descriptors must work for numbers past those that select() can hold.
+TEST_F(TransportLimit, OfSelectIsNone)
+{
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    std::vector<int> vecOpen;
+    do {
+        vecOpen.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    } while (vecOpen.back() >= 0 && vecOpen.back() <= 1100);
+    ASSERT_GT(vecOpen.back(), 1100) << "the machine gives a process too few descriptors";
+    Start();
+    const ScriptedServer server(Ok());
+    for (int nRequest = 0; nRequest < 100; ++nRequest) {
+        Post(server.Url("/"), "{}");
+    }
+    RepliesAfterShutdown(100);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    for (const int nFile : vecOpen) {
+        ::close(nFile);
+    }
+}
+
+/// A host whose process is short of something.
+class ShortHost : public testing::Test
+{
+protected:
+    Departure Run(const std::string& strShortage)
+    {
+        const Departure departure = Watch(SHORT_HOST, {m_server.Url("/report"), strShortage});
+        EXPECT_TRUE(departure.bInTime);
+        EXPECT_EQ(departure.nStatus, 0);
+        return departure;
+    }
+
+    const LogFolder m_logFolder;
+    const ScriptedServer m_server{Ok()};
+};
+
+TEST_F(ShortHost, OfDescriptorsGetsAFailureAndGoesOnWhenThereAreSomeAgain)
+{
+    EXPECT_THAT(Run("OfDescriptors").vecLines, ElementsAre("1 -7", "2 0"));
+}
+
+TEST_F(ShortHost, OfDescriptorsAtTheStartGetsAnAnswerAndCanStartLater)
+{
+    EXPECT_THAT(Run("OfDescriptorsAtTheStart").vecLines, ElementsAre(AnyOf("1 -2", "1 0"), "2 0"));
+}
+
+TEST_F(ShortHost, OfDiskForItsLogLosesLinesAndNothingElse)
+{
+    std::vector<std::string> vecExpected;
+    for (int nNumber = 1; nNumber <= 20; ++nNumber) {
+        vecExpected.push_back(std::to_string(nNumber) + " 0");
+    }
+    EXPECT_EQ(Run("OfDisk").vecLines, vecExpected);
+    const std::vector<std::string> vecLog = m_logFolder.Lines();
+    ASSERT_GE(vecLog.size(), 2U);
+    EXPECT_THAT(vecLog[vecLog.size() - 2], HasSubstr("lines lost"));
+    EXPECT_THAT(vecLog.back(), HasSubstr("room again"));
+}

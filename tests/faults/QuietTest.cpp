@@ -1,0 +1,173 @@
+// What the host must not notice of the transport: signals, idle load, growth.
+
+#include "TransportTest.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Le;
+
+namespace
+{
+
+ServerStep Ok()
+{
+    ServerStep step;
+    step.strReply = HttpReply(200, "{}");
+    return step;
+}
+
+std::size_t Entries(const char* szFolder)
+{
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(szFolder), {}));
+}
+
+/// How often threads of the process have gone to sleep so far; a wake-up comes before each further time.
+long Sleeps()
+{
+    long nAll = 0;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream status(thread.path() / "status");
+        for (std::string strWord; status >> strWord;) {
+            long nSleeps = 0;
+            if (strWord == "voluntary_ctxt_switches:" && status >> nSleeps) {
+                nAll += nSleeps;
+            }
+        }
+    }
+    return nAll;
+}
+
+double ProcessorSeconds()
+{
+    timespec time{};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+std::atomic<long> g_nTicks{0};
+std::atomic<long> g_nTicksElsewhere{0};
+std::atomic<long> g_nTickedThread{0};
+
+void OnTick(int /*nSignal*/)
+{
+    ++g_nTicks;
+    if (::syscall(SYS_gettid) != g_nTickedThread) {
+        ++g_nTicksElsewhere;
+    }
+}
+
+} // namespace
+
+class TransportQuiet : public TransportTest
+{
+protected:
+    /// Sends so many requests, a thousand at a time.
+    void Exchange(const ScriptedServer& server, std::size_t nRequests)
+    {
+        const std::size_t nEnd = m_replies.Count() + nRequests;
+        while (m_replies.Count() < nEnd) {
+            const std::size_t nNext = std::min<std::size_t>(m_replies.Count() + 1000, nEnd);
+            for (std::size_t nRequest = m_replies.Count(); nRequest < nNext; ++nRequest) {
+                Post(server.Url("/"), "{}");
+            }
+            ASSERT_TRUE(m_replies.WaitFor(nNext));
+        }
+    }
+};
+
+TEST_F(TransportQuiet, AfterAHundredThousandRequestsHasNoMoreThreadsAndDescriptorsThanAfterAThousand)
+{
+    Start();
+    ScriptedServer server(Ok());
+    server.KeepNoRequests();
+    Exchange(server, 1000);
+    const std::size_t nThreads = Entries("/proc/self/task");
+    const std::size_t nDescriptors = Entries("/proc/self/fd");
+    Exchange(server, 99'000);
+    EXPECT_LE(Entries("/proc/self/task"), nThreads + 8); // the server's: one a connection
+    EXPECT_LE(Entries("/proc/self/fd"), nDescriptors + 16);
+    EXPECT_LE(server.Accepted(), 8U) << "the connections to one host, each made once";
+    RepliesAfterShutdown(100'000);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+}
+
+TEST_F(TransportQuiet, AndIdleSleeps)
+{
+    Start();
+    const ScriptedServer server(Ok());
+    Exchange(server, 100);
+    std::this_thread::sleep_for(200ms); // let all settle
+    const double dProcessor = ProcessorSeconds();
+    const long nSleeps = Sleeps();
+    std::this_thread::sleep_for(2s);
+    EXPECT_LE(Sleeps() - nSleeps, 10);
+    EXPECT_LE(ProcessorSeconds() - dProcessor, 0.02);
+}
+
+// A host with an interval timer, a profiler say: its handler must run on the host's threads, and no exchange
+// may suffer.
+TEST_F(TransportQuiet, UnderAStormOfSignalsTakesNone)
+{
+    sigset_t alarm{};
+    ::sigemptyset(&alarm);
+    ::sigaddset(&alarm, SIGALRM);
+    ::pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
+    const ScriptedServer server(Ok()); // whose threads block the signal
+    ::pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
+    g_nTickedThread = ::syscall(SYS_gettid);
+    struct sigaction action {
+    };
+    action.sa_handler = OnTick;
+    action.sa_flags = SA_RESTART;
+    ASSERT_EQ(::sigaction(SIGALRM, &action, nullptr), 0);
+    const itimerval everyMillisecond{{0, 1000}, {0, 1000}};
+    ASSERT_EQ(::setitimer(ITIMER_REAL, &everyMillisecond, nullptr), 0);
+
+    Start(); // from a thread that takes the signal
+    Exchange(server, 5000);
+    while (g_nTicks < 100) {
+        Exchange(server, 100);
+    }
+    const itimerval never{};
+    ASSERT_EQ(::setitimer(ITIMER_REAL, &never, nullptr), 0);
+    RepliesAfterShutdown(m_replies.Count());
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_EQ(g_nTicksElsewhere, 0);
+}
+
+// The default disposition of SIGPIPE ends the process.
+TEST_F(TransportQuiet, RaisesNoSigpipeWhenTheServerBreaksOffALargeReport)
+{
+    struct sigaction action {
+    };
+    ASSERT_EQ(::sigaction(SIGPIPE, nullptr, &action), 0);
+    ASSERT_EQ(action.sa_handler, SIG_DFL);
+    Start();
+    ServerStep broken;
+    broken.ending = ServerStep::Ending::Reset;
+    const ScriptedServer server(broken, ScriptedServer::Answers::Heads);
+    for (std::size_t nRequest = 1; nRequest <= 5; ++nRequest) {
+        Post(server.Url("/"), std::string(50'000'000, 'x'));
+        ASSERT_TRUE(m_replies.WaitFor(nRequest));
+    }
+    RepliesAfterShutdown(5);
+    EXPECT_THAT(m_replies.Errors(), Each(testing::AnyOf(-55, -56)))
+        << "broken off in sending or in receiving";
+    ASSERT_EQ(::sigaction(SIGPIPE, nullptr, &action), 0);
+    EXPECT_EQ(action.sa_handler, SIG_DFL);
+}

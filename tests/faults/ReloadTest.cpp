@@ -1,0 +1,141 @@
+// The transport as a library that is loaded and unloaded while the process runs.
+
+#include "LogFolder.h"
+#include "ScriptedServer.h"
+#include "platform/chttpclient/chttpclient.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include <dlfcn.h>
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+std::atomic<int> g_nGood{0};
+std::atomic<int> g_nCancelled{0};
+std::atomic<int> g_nOther{0};
+
+void Receive(const std::string& /*body*/, int /*nType*/, void* /*pUserData*/, int nHttpError)
+{
+    ++(nHttpError == 0 ? g_nGood : nHttpError == -42 ? g_nCancelled : g_nOther);
+}
+
+bool WaitForGood(int nCount)
+{
+    const auto tpEnd = std::chrono::steady_clock::now() + 30s;
+    while (g_nGood < nCount && std::chrono::steady_clock::now() < tpEnd) {
+        std::this_thread::sleep_for(1ms);
+    }
+    return g_nGood == nCount;
+}
+
+/// The library while it is loaded.
+class LoadedTransport
+{
+public:
+    LoadedTransport() : m_pLibrary(::dlopen(CHTTPCLIENT_LIBRARY, RTLD_NOW | RTLD_LOCAL))
+    {
+        EXPECT_NE(m_pLibrary, nullptr) << ::dlerror();
+    }
+    ~LoadedTransport() { EXPECT_EQ(::dlclose(m_pLibrary), 0); }
+    LoadedTransport(const LoadedTransport&) = delete;
+    LoadedTransport& operator=(const LoadedTransport&) = delete;
+
+    void Start() const
+    {
+        Find<decltype(&CHttpClientSetResponseCallBack)>("_Z30CHttpClientSetResponseCallBackSt8functionIFvRKNS"
+                                                        "t7__cxx1112basic_stringIcSt11char_traitsIcESaIcEE"
+                                                        "EiPviEE")(Receive);
+        EXPECT_TRUE(Find<decltype(&CHttpClientInit)>("_Z15CHttpClientInitv")());
+    }
+
+    void Stop() const { Find<decltype(&CHttpClientUnInit)>("_Z17CHttpClientUnInitv")(); }
+
+    void Send(const std::string& strUrl) const
+    {
+        Find<decltype(&CHttpClientSendRequest)>(
+            "_Z22CHttpClientSendRequestiRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES6_PvbbS6_")(
+            3104, strUrl, "{}", nullptr, true, false, "");
+    }
+
+private:
+    template <class Function>
+    Function Find(const char* szName) const
+    {
+        auto* const pFunction = ::dlsym(m_pLibrary, szName);
+        EXPECT_NE(pFunction, nullptr) << szName;
+        return reinterpret_cast<Function>(pFunction);
+    }
+
+    void* const m_pLibrary;
+};
+
+ServerStep Answer(const WireRequest& request)
+{
+    ServerStep step;
+    if (request.Target() == "/silent") {
+        step.ending = ServerStep::Ending::Hold;
+    } else {
+        step.strReply = HttpReply(200, "{}");
+        step.delay = request.Target() == "/late" ? 200ms : 0ms;
+    }
+    return step;
+}
+
+} // namespace
+
+class TransportReload : public testing::Test
+{
+protected:
+    const LogFolder m_logFolder;
+    const ScriptedServer m_server{Answer};
+};
+
+TEST_F(TransportReload, StartsAnewEachTime)
+{
+    for (int nRound = 1; nRound <= 10; ++nRound) {
+        const LoadedTransport transport;
+        transport.Start();
+        transport.Send(m_server.Url("/"));
+        EXPECT_TRUE(WaitForGood(nRound));
+        transport.Stop();
+    }
+    EXPECT_EQ(g_nOther + g_nCancelled, 0);
+}
+
+TEST_F(TransportReload, WithRequestsInFlightAndUnstoppedLosesNone)
+{
+    for (int nRound = 1; nRound <= 10; ++nRound) {
+        const LoadedTransport transport;
+        transport.Start();
+        for (int nRequest = 0; nRequest < 8; ++nRequest) {
+            transport.Send(m_server.Url("/late"));
+        }
+    } // unloaded: the answers are still on their way
+    EXPECT_TRUE(WaitForGood(80));
+    const LoadedTransport transport;
+    transport.Stop();
+    EXPECT_EQ(g_nOther + g_nCancelled, 0);
+}
+
+TEST_F(TransportReload, RightAfterAStopThatCancelledIsSafe)
+{
+    ::setenv("CHTTPCLIENT_DRAIN_MS", "0", 1);
+    for (int nRound = 1; nRound <= 10; ++nRound) {
+        const LoadedTransport transport;
+        transport.Start();
+        for (int nRequest = 0; nRequest < 8; ++nRequest) {
+            transport.Send(m_server.Url("/silent"));
+        }
+        ASSERT_TRUE(m_server.WaitForRequests(8 * static_cast<std::size_t>(nRound)));
+        transport.Stop();
+        EXPECT_EQ(g_nCancelled, 8 * nRound);
+    }
+    EXPECT_EQ(g_nOther + g_nGood, 0);
+}

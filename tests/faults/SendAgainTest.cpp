@@ -1,0 +1,115 @@
+#include "TransportTest.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <ostream>
+
+using namespace std::chrono_literals;
+using testing::AnyOf;
+using testing::ElementsAre;
+using testing::SizeIs;
+using Ending = ServerStep::Ending;
+
+namespace
+{
+
+constexpr std::size_t MEGABYTE = 1'000'000;
+
+ServerStep Ok()
+{
+    ServerStep step;
+    step.strReply = HttpReply(200, "{}");
+    return step;
+}
+
+ServerStep Gone(Ending ending)
+{
+    ServerStep step;
+    step.ending = ending;
+    return step;
+}
+
+} // namespace
+
+/// A kept connection that dies under a request: what the server may have seen, how it goes, and how large the
+/// request is.
+struct DyingConnection {
+    const char* szName;
+    ScriptedServer::Answers answers; ///< on heads: dies with a part of the request read
+    Ending ending;
+    std::size_t nBodyBytes;
+
+    friend void PrintTo(const DyingConnection& row, std::ostream* pOut) { *pOut << row.szName; }
+};
+
+class TransportSendAgain : public TransportTest, public testing::WithParamInterface<DyingConnection>
+{
+protected:
+    /// One request that makes the connection, and one on it that the server lets down.
+    void SendTwo(const ScriptedServer& server, bool bPost)
+    {
+        Start();
+        Get(server.Url("/first"));
+        ASSERT_TRUE(m_replies.WaitFor(1));
+        CHttpClientSendRequest(TYPE, server.Url("/second"), std::string(GetParam().nBodyBytes, 'x'), nullptr,
+                               bPost, false, "");
+        RepliesAfterShutdown(2);
+    }
+};
+
+// The server may have acted on a report whose answer is lost; sent again, it would count twice.
+TEST_P(TransportSendAgain, IsNotDoneToAReportThatTheServerMayHaveSeen)
+{
+    const ScriptedServer server({Ok(), Gone(GetParam().ending), Ok()}, GetParam().answers);
+    SendTwo(server, true);
+    ASSERT_THAT(m_replies.Errors(), SizeIs(2));
+    if (GetParam().answers == ScriptedServer::Answers::Heads) { // seen while sending, or while receiving
+        EXPECT_THAT(m_replies.Errors().back(), AnyOf(-55, -65));
+    } else {
+        EXPECT_EQ(m_replies.Errors().back(), -65);
+    }
+    ASSERT_THAT(server.Requests(), SizeIs(2));
+    EXPECT_EQ(server.Requests().at(1).nConnection, 1U) << "the second was to come over the kept connection";
+}
+
+TEST_P(TransportSendAgain, IsDoneToAQuery)
+{
+    const ScriptedServer server({Ok(), Gone(GetParam().ending), Ok()}, GetParam().answers);
+    SendTwo(server, false);
+    EXPECT_THAT(m_replies.Errors(), ElementsAre(0, 0));
+    EXPECT_THAT(server.Requests(), SizeIs(3));
+    EXPECT_EQ(server.Accepted(), 2U);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Connections, TransportSendAgain,
+    testing::Values(
+        DyingConnection{"ClosedAfterASmallRequest", ScriptedServer::Answers::Requests, Ending::Close, 2},
+        DyingConnection{"BrokenAfterASmallRequest", ScriptedServer::Answers::Requests, Ending::Reset, 2},
+        DyingConnection{"ClosedAfterALargeRequest", ScriptedServer::Answers::Requests, Ending::Close,
+                        20 * MEGABYTE},
+        DyingConnection{"BrokenAfterALargeRequest", ScriptedServer::Answers::Requests, Ending::Reset,
+                        20 * MEGABYTE},
+        DyingConnection{"ClosedInALargeRequest", ScriptedServer::Answers::Heads, Ending::Close,
+                        20 * MEGABYTE},
+        DyingConnection{"BrokenInALargeRequest", ScriptedServer::Answers::Heads, Ending::Reset,
+                        20 * MEGABYTE}),
+    testing::PrintToStringParamName());
+
+// Servers commonly close what is idle for 5 s. One that closes just as we send would cost a report.
+TEST_F(TransportTest, AConnectionThatWasIdleForLongIsNotUsedAgain)
+{
+    Start();
+    const ScriptedServer server(Ok());
+    for (std::size_t nRequest = 1; nRequest <= 2; ++nRequest) {
+        Post(server.Url("/"), "{}");
+        ASSERT_TRUE(m_replies.WaitFor(nRequest));
+    }
+    EXPECT_EQ(server.Accepted(), 1U) << "idle for a moment only";
+    std::this_thread::sleep_for(6s); // the age itself is what is tested
+    Post(server.Url("/"), "{}");
+    RepliesAfterShutdown(3);
+    EXPECT_THAT(m_replies.Errors(), testing::Each(0));
+    EXPECT_EQ(server.Accepted(), 2U);
+}
