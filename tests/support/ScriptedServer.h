@@ -33,11 +33,11 @@ struct ServerStep {
         Hold,      ///< stays connected and silent until the client gives up or the server ends
     };
 
-    std::string strReply;
+    std::string strReply = {};
     Ending ending = Ending::KeepAlive;
     std::chrono::milliseconds delay{0}; ///< before the first byte
     bool bByteByByte = false;           ///< each byte in a segment of its own
-    std::string strEndless;             ///< sent after that again and again, until the client gives up
+    std::string strEndless = {};             ///< sent after that again and again, until the client gives up
     std::chrono::milliseconds pause{0}; ///< before each time
 };
 
