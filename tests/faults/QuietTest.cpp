@@ -113,9 +113,11 @@ TEST_F(TransportQuiet, AndIdleSleeps)
     Exchange(server, 100);
     std::this_thread::sleep_for(200ms); // let all settle
     const double dProcessor = ProcessorSeconds();
-    const long nSleeps = Sleeps();
+    [[maybe_unused]] const long nSleeps = Sleeps();
     std::this_thread::sleep_for(2s);
+#if !defined(__SANITIZE_THREAD__) // which has a thread of its own that wakes up ten times a second
     EXPECT_LE(Sleeps() - nSleeps, 10);
+#endif
     EXPECT_LE(ProcessorSeconds() - dProcessor, 0.02);
 }
 
