@@ -6,6 +6,7 @@
 #include <spdlog/sinks/rotating_file_sink.h>
 
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
@@ -31,34 +32,41 @@ spdlog::level::level_enum SpdlogLevel(int nLevel)
 
 } // namespace
 
+// Guards the making of the log and the writing of every line.
+std::mutex Log::s_mutex;
+
 #if !defined(_WIN32)
 
-// A fork while another thread writes must not leave the child with a log that stays locked.
-void Log::KeepForksOut()
+namespace
 {
-    pthread_atfork([] { Instance().m_mutex.lock(); }, [] { Instance().m_mutex.unlock(); },
-                   [] { Instance().m_mutex.unlock(); });
-}
+
+// A fork while another thread writes, or makes the log, must not leave the child with a lock that stays
+// taken. Registered as the library is loaded: a fork that is under way already passes by what is registered
+// meanwhile.
+const int g_nForksKeptOut = pthread_atfork([] { Log::LockForFork(); }, [] { Log::UnlockAfterFork(); },
+                                           [] { Log::UnlockAfterFork(); });
+
+} // namespace
 
 #endif
 
 Log& Log::Instance()
 {
-    static Log& log = []() -> Log& {
-        Log& made = *new Log;
-#if !defined(_WIN32)
-        KeepForksOut();
-#endif
-        return made;
-    }();
-    return log;
+    static std::atomic<Log*> pLog = nullptr;
+    if (pLog == nullptr) { // no static object of its own: a child might find that half made
+        const std::lock_guard<std::mutex> lock(s_mutex);
+        if (pLog == nullptr) {
+            pLog = new Log;
+        }
+    }
+    return *pLog;
 }
 
 Log::Log() : m_settings(ReadLogSettings()), m_pathFile(m_settings.pathFolder / "ktshttpagent.log") {}
 
 void Log::Write(int nLevel, std::string_view line)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(s_mutex);
     if ((!IsOpen() && !Open()) || !Put(nLevel, line)) {
         ++m_nLost;
     }

@@ -32,9 +32,11 @@ public:
     /// @throw std::bad_alloc
     void Write(int nLevel, std::string_view line);
 
+    static void LockForFork() { s_mutex.lock(); }
+    static void UnlockAfterFork() { s_mutex.unlock(); }
+
 private:
     Log();
-    static void KeepForksOut();
 
     bool IsOpen() const;
     bool Open();
@@ -46,7 +48,7 @@ private:
     LogSettings m_settings;
     const std::filesystem::path m_pathFile;
 
-    std::mutex m_mutex; ///< guards all that follows, and the complaints in m_settings
+    static std::mutex s_mutex; ///< guards all that follows, and the complaints in m_settings
     std::shared_ptr<spdlog::logger> m_pLogger;
     std::string m_strFailure;                          ///< why a line or the opening failed last
     std::chrono::steady_clock::time_point m_tpNextTry; ///< after a failure: when to open anew
