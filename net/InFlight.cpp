@@ -1,42 +1,48 @@
 #include "InFlight.h"
 
 #include <QCoreApplication>
-#include <QMutex>
 #include <QNetworkAccessManager>
 #include <QPointer>
-#include <QThread>
 #include <QVector>
 
-#include <cstdlib>
+#include <utility>
 
 namespace
 {
 
-/// Never destroyed: it serves to the very end.
+/// The managers of one thread that may have a request under way.
 struct SWatched {
-    QMutex mutex;
     QVector<QPointer<QNetworkAccessManager>> vecManagers;
     QPointer<QCoreApplication> pApplication; ///< at whose end they are deleted
-    bool bAtExit = false;                    ///< and at the end of the process
-};
 
-SWatched& Watched()
-{
-    static SWatched& watched = *new SWatched;
-    return watched;
-}
+    SWatched() = default;
+    ~SWatched();
+    SWatched(const SWatched&) = delete;
+    SWatched& operator=(const SWatched&) = delete;
 
-void EndAll()
-{
-    QVector<QPointer<QNetworkAccessManager>> vecManagers;
+    void EndAll()
     {
-        const QMutexLocker lock(&Watched().mutex);
-        vecManagers.swap(Watched().vecManagers);
-    }
-    for (const QPointer<QNetworkAccessManager>& pManager : vecManagers) {
-        if (pManager != nullptr && pManager->thread() == QThread::currentThread()) { // no other may delete it
+        for (const QPointer<QNetworkAccessManager>& pManager : std::exchange(vecManagers, {})) {
             delete pManager.data();
         }
+    }
+};
+
+// What belongs to a thread goes before anything static when that thread calls exit() or returns from main, so
+// also before what Qt's own threads are using or just making.
+thread_local SWatched t_watched;
+thread_local bool t_bGone = false; ///< so that a static object that goes later finds out
+
+SWatched::~SWatched()
+{
+    EndAll();
+    t_bGone = true;
+}
+
+void EndAllOfThread()
+{
+    if (!t_bGone) {
+        t_watched.EndAll();
     }
 }
 
@@ -44,17 +50,13 @@ void EndAll()
 
 void WatchInFlight(QNetworkAccessManager& manager)
 {
-    SWatched& watched = Watched();
-    const QMutexLocker lock(&watched.mutex);
-    watched.vecManagers.removeAll({}); // those that are gone
-    watched.vecManagers.append(&manager);
-    if (watched.pApplication != QCoreApplication::instance()) {
-        watched.pApplication = QCoreApplication::instance();
-        qAddPostRoutine(&EndAll);
+    if (t_bGone) {
+        return;
     }
-    // What is put up for the exit runs in the reverse order: this one after the request is made, hence before
-    // the parts of Qt that it brought to life.
-    if (!watched.bAtExit) {
-        watched.bAtExit = std::atexit(&EndAll) == 0;
+    t_watched.vecManagers.removeAll({}); // those that are gone
+    t_watched.vecManagers.append(&manager);
+    if (t_watched.pApplication != QCoreApplication::instance()) {
+        t_watched.pApplication = QCoreApplication::instance();
+        qAddPostRoutine(&EndAllOfThread);
     }
 }

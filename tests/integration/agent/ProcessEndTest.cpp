@@ -67,13 +67,20 @@ INSTANTIATE_TEST_SUITE_P(Ways, ProcessEnd,
                          });
 
 // Each leaves a request of Qt's under way, with a thread of its own, in whatever state it is.
-TEST(ProcessEndAfterBlockingCalls, IsCleanWhileTheirRequestsAreStillUnderWay)
+class ProcessEndAfterBlockingCalls : public ::testing::TestWithParam<std::string>
+{
+};
+
+TEST_P(ProcessEndAfterBlockingCalls, IsCleanWhileTheirRequestsAreStillUnderWay)
 {
     const ScriptedServer server(ServerStep{"", ServerStep::Ending::Hold});
     for (int nCalls = 1; nCalls <= 20; ++nCalls) {
-        EXPECT_EQ(RunHost(server.Port(), "blocking", nCalls), 0) << nCalls << " calls";
+        EXPECT_EQ(RunHost(server.Port(), GetParam(), nCalls), 0) << nCalls << " calls";
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Ways, ProcessEndAfterBlockingCalls, ::testing::Values("blocking", "blocking exit"),
+                         [](const auto& way) { return way.index == 0 ? "return" : "exit"; });
 
 TEST(ProcessEndInACallback, EndsTheProcess)
 {
