@@ -107,6 +107,7 @@ void CHttpTransfer::SetConstantOptions()
     Set(CURLOPT_ACCEPT_ENCODING, ""); // every encoding that libcurl can undo
     Set(CURLOPT_PATH_AS_IS, 1L);      // the path is the server's business, "/../" included
     Set(CURLOPT_NOSIGNAL, 1L);
+    Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2)); // and newer
     Set(CURLOPT_QUICK_EXIT, 1L); // a slow name resolution holds nobody up
     if (!m_settings.strCaFile.empty()) {
         Set(CURLOPT_CAINFO, m_settings.strCaFile.c_str());

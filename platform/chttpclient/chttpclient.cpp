@@ -3,6 +3,8 @@
 #include "Transport.h"
 
 #include <atomic>
+#include <cstdlib>
+#include <mutex>
 #include <utility>
 
 #if !defined(_WIN32)
@@ -17,56 +19,73 @@ using chttpclient::CTransport;
 // Never destroyed, so that a request from any static destructor still finds it.
 std::atomic<CTransport*> g_pTransport = nullptr;
 
-#if !defined(_WIN32)
-
-void BeforeFork()
-{
-    g_pTransport.load()->LockForFork();
-}
-
-void AfterForkInParent()
-{
-    g_pTransport.load()->UnlockAfterFork();
-}
-
-void AfterForkInChild()
-{
-    g_pTransport = new CTransport(g_pTransport);
-}
-
-#endif
-
-bool MakeTransport()
-{
-    g_pTransport = new CTransport;
-#if !defined(_WIN32)
-    pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
-#endif
-    return true;
-}
+// Guards the making of the transport and of what ends it at exit. No static object within a function does
+// that: the child of a fork might find it half made for ever.
+std::mutex g_mutexMaking;
 
 CTransport& Transport()
 {
-    static const bool bMade = MakeTransport();
-    static_cast<void>(bMade);
+    if (g_pTransport == nullptr) {
+        const std::lock_guard<std::mutex> lock(g_mutexMaking);
+        if (g_pTransport == nullptr) {
+            g_pTransport = new CTransport;
+        }
+    }
     return *g_pTransport;
 }
 
 /// Drains when the process ends without CHttpClientUnInit.
-struct SEndAtExit {
-    SEndAtExit() = default;
-    ~SEndAtExit() { Transport().End(); }
-    SEndAtExit(const SEndAtExit&) = delete;
-    SEndAtExit& operator=(const SEndAtExit&) = delete;
-};
+void EndAtExit()
+{
+    Transport().End();
+}
+
+void RegisterEndAtExit()
+{
+    static bool bRegistered = false;
+    const std::lock_guard<std::mutex> lock(g_mutexMaking);
+    bRegistered = bRegistered || std::atexit(&EndAtExit) == 0;
+}
+
+#if !defined(_WIN32)
+
+void BeforeFork()
+{
+    g_mutexMaking.lock();
+    if (g_pTransport != nullptr) {
+        g_pTransport.load()->LockForFork();
+    }
+}
+
+void AfterForkInParent()
+{
+    if (g_pTransport != nullptr) {
+        g_pTransport.load()->UnlockAfterFork();
+    }
+    g_mutexMaking.unlock();
+}
+
+void AfterForkInChild()
+{
+    if (g_pTransport != nullptr) {
+        g_pTransport = new CTransport(g_pTransport);
+    }
+    g_mutexMaking.unlock();
+}
+
+// Registered as the library is loaded: a fork that is under way already passes by what is registered
+// meanwhile.
+const int g_nForksPrepared = pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
+
+#endif
 
 } // namespace
 
 bool CHttpClientInit()
 {
     const bool bRuns = Transport().Start();
-    // Made after libcurl is initialised, so it goes before what libcurl's own libraries put up for the exit.
-    static const SEndAtExit atExit;
+    // After libcurl is initialised, hence run before what libcurl's own libraries put up for the exit.
+    RegisterEndAtExit();
     return bRuns;
 }
 
