@@ -24,7 +24,6 @@ std::atomic<long> g_nToFail{0};
 std::atomic<std::size_t> g_nFailed{0};
 std::atomic<bool> g_bWatchThreads{false};
 thread_local bool t_bWatched = false;
-char g_szArmed[64];
 
 /// Counts a call. Returns whether it is to fail.
 bool Fails(const char* szCall)
@@ -81,14 +80,13 @@ char* Duplicate(const char* szText)
 
 } // namespace
 
-void ArmFailure(const std::string& strCall, std::size_t nNth, std::size_t nFailures)
+void ArmFailure(const char* szCall, std::size_t nNth, std::size_t nFailures)
 {
     g_szCall = nullptr;
-    std::strncpy(g_szArmed, strCall.c_str(), sizeof g_szArmed - 1);
     g_nFailed = 0;
     g_nToFail = static_cast<long>(nFailures);
     g_nUntilFailure = static_cast<long>(nNth);
-    g_szCall = g_szArmed;
+    g_szCall = szCall;
 }
 
 std::size_t DisarmFailure()

@@ -1,15 +1,15 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 
 /// Makes one call of the transport fail: the nth from now on of those that bear the name. The names are those
 /// of libcurl's functions, "pthread_create", "malloc" for libcurl's own allocations, and "operator new" for
 /// allocations on threads that were started while a failure was armed or since `WatchThreads`. A test program
 /// has one failure at a time. All functions may be called from any thread.
 
+/// @param szCall     a text that stays, a literal
 /// @param nFailures  how many calls fail in a row
-void ArmFailure(const std::string& strCall, std::size_t nNth, std::size_t nFailures = 1);
+void ArmFailure(const char* szCall, std::size_t nNth, std::size_t nFailures = 1);
 
 /// Ends the failures.
 /// @return how many calls have failed
