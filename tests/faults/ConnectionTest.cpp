@@ -1,5 +1,7 @@
 #include "TransportTest.h"
 
+#include "labserver/LabServer.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -162,4 +164,31 @@ TEST_F(TransportConnections, ThatBrokeAreNotUsedAgain)
     SendOneAfterTheOther(server, 3, true);
     EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(-56, 0, 0));
     EXPECT_EQ(server.Accepted(), 2U);
+}
+
+// A restart leaves kept connections that the old process closed. Neither they nor what was refused meanwhile
+// may cost the requests that come later.
+TEST_F(TransportConnections, ToAServerThatWasRestartedAreNew)
+{
+    Start();
+    LabServerOptions options;
+    options.nPort = RefusingPort().Port(); // free, now that it is given back
+    const std::string strUrl =
+        "http://127.0.0.1:" + std::to_string(options.nPort) + "/vomd/system/incubatorStatus.action";
+    const auto Report = [this, &strUrl] {
+        const std::size_t nReplies = m_replies.All().size() + 1;
+        Post(strUrl, R"({"name": "X", "status": "busy", "temperature": 25})");
+        ASSERT_TRUE(m_replies.WaitFor(nReplies));
+    };
+    std::vector<int> vecExpected;
+    for (int nRestart = 0; nRestart < 10; ++nRestart) {
+        LabServer server(options);
+        server.Start();
+        Report();
+        server.Stop();
+        Report();
+        vecExpected.insert(vecExpected.end(), {0, -7});
+        EXPECT_EQ(server.Exchanges().size(), 1U);
+    }
+    EXPECT_EQ(m_replies.Errors(), vecExpected);
 }

@@ -5,10 +5,12 @@
 
 #include "platform/chttpclient/chttpclient.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <future>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace
@@ -40,6 +42,18 @@ struct UnInitsAtTheEnd {
     ~UnInitsAtTheEnd() { CHttpClientUnInit(); }
 };
 
+volatile std::sig_atomic_t g_bSignalled = 0;
+
+/// As a daemon ends: the handler of a signal, which comes from somebody else, sets a flag that main looks at.
+void WaitForTheFlagOfASignal()
+{
+    std::signal(SIGTERM, [](int) { g_bSignalled = 1; });
+    std::thread([] { std::raise(SIGTERM); }).join();
+    while (g_bSignalled == 0) {
+        std::this_thread::yield();
+    }
+}
+
 } // namespace
 
 int main(int nArguments, char** ppArguments)
@@ -68,6 +82,9 @@ int main(int nArguments, char** ppArguments)
     Report(REPORT, strUrl);
     if (strWay == "Exit") {
         std::exit(0);
+    }
+    if (strWay == "SignalFlag") {
+        WaitForTheFlagOfASignal();
     }
     if (strWay == "ExitInCallback") {
         std::promise<void>().get_future().wait(); // the callback ends the process

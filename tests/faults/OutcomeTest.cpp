@@ -166,20 +166,21 @@ TEST_P(TransportOutcome, OfAPostReachesTheCallbackOnce)
 
 INSTANTIATE_TEST_SUITE_P(
     Statuses, TransportOutcome,
-    testing::Values(Outcome{"Ok", Step(HttpReply(200, "{\"code\":0}")), 0, "{\"code\":0}"},
-                    Outcome{"NoContent", Step("HTTP/1.1 204 No Content\r\n\r\n"), 0, ""},
-                    Outcome{"LastOfTheGoodOnes", Step(HttpReply(299, "body")), 0, "body"},
-                    Outcome{"FirstAfterTheGoodOnes", Step(HttpReply(300, "body")), 300, "body"},
-                    Outcome{"MovedIsNotFollowed", Step(HttpReply(301, "moved", "Location: /elsewhere\r\n")),
-                            301, "moved"},
-                    Outcome{"NotModified", Step("HTTP/1.1 304 Not Modified\r\n\r\n"), 304, ""},
-                    Outcome{"Unauthorized",
-                            Step(HttpReply(401, "who", "WWW-Authenticate: Basic realm=\"lab\"\r\n")), 401,
-                            "who"},
-                    Outcome{"NotFound", Step(HttpReply(404, "<html>404</html>")), 404, "<html>404</html>"},
-                    Outcome{"ServerError", Step(HttpReply(500, "oops")), 500, "oops"},
-                    Outcome{"BadGateway", Step(HttpReply(502, "<html>502 Bad Gateway</html>")), 502,
-                            "<html>502 Bad Gateway</html>"}),
+    testing::Values(
+        Outcome{"Ok", Step(HttpReply(200, "{\"code\":0}")), 0, "{\"code\":0}"},
+        Outcome{"NoContent", Step("HTTP/1.1 204 No Content\r\n\r\n"), 0, ""},
+        Outcome{"LastOfTheGoodOnes", Step(HttpReply(299, "body")), 0, "body"},
+        Outcome{"FirstAfterTheGoodOnes", Step(HttpReply(300, "body")), 300, "body"},
+        Outcome{"MovedIsNotFollowed", Step(HttpReply(301, "moved", "Location: /elsewhere\r\n")), 301,
+                "moved"},
+        Outcome{"NotModified", Step("HTTP/1.1 304 Not Modified\r\n\r\n"), 304, ""},
+        Outcome{"Unauthorized", Step(HttpReply(401, "who", "WWW-Authenticate: Basic realm=\"lab\"\r\n")), 401,
+                "who"},
+        Outcome{"NotFound", Step(HttpReply(404, "<html>404</html>")), 404, "<html>404</html>"},
+        Outcome{"ServerError", Step(HttpReply(500, "oops")), 500, "oops"},
+        Outcome{"BadGateway", Step(HttpReply(502, "<html>502 Bad Gateway</html>")), 502,
+                "<html>502 Bad Gateway</html>"},
+        Outcome{"BadGatewayInOtherWords", Step(HttpReply(502, "{\"code\":0}")), 502, "{\"code\":0}"}),
     testing::PrintToStringParamName());
 
 INSTANTIATE_TEST_SUITE_P(

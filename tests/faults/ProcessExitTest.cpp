@@ -69,8 +69,8 @@ TEST_P(LeavingHost, EndsInBoundedTimeWithRequestsInFlight)
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, LeavingHost,
-                         testing::Values("Return", "Exit", "ExitInCallback", "UnInitInStaticDestructor",
-                                         "SendInStaticDestructor"),
+                         testing::Values("Return", "Exit", "SignalFlag", "ExitInCallback",
+                                         "UnInitInStaticDestructor", "SendInStaticDestructor"),
                          [](const auto& way) { return std::string(way.param); });
 
 TEST_F(LeavingHost, WhoseStaticDestructorSendsGetsARefusal)
