@@ -8,6 +8,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
+#include <string>
 #include <thread>
 
 #include <dlfcn.h>
@@ -39,7 +41,8 @@ bool WaitForGood(int nCount)
 class LoadedTransport
 {
 public:
-    LoadedTransport() : m_pLibrary(::dlopen(CHTTPCLIENT_LIBRARY, RTLD_NOW | RTLD_LOCAL))
+    explicit LoadedTransport(const std::string& strFile = CHTTPCLIENT_LIBRARY)
+        : m_pLibrary(::dlopen(strFile.c_str(), RTLD_NOW | RTLD_LOCAL))
     {
         EXPECT_NE(m_pLibrary, nullptr) << ::dlerror();
     }
@@ -138,4 +141,27 @@ TEST_F(TransportReload, RightAfterAStopThatCancelledIsSafe)
         EXPECT_EQ(g_nCancelled, 8 * nRound);
     }
     EXPECT_EQ(g_nOther + g_nGood, 0);
+}
+
+// As when a host and one of its plugins each bring the library: the copies know nothing of each other, share
+// libcurl, and one's end is not the other's.
+TEST_F(TransportReload, OfASecondCopyMakesATransportOfItsOwn)
+{
+    const std::filesystem::path pathCopy = m_logFolder.Path() / "second_copy.so";
+    std::filesystem::copy_file(CHTTPCLIENT_LIBRARY, pathCopy);
+    const LoadedTransport first;
+    const LoadedTransport second(pathCopy.string());
+    first.Start();
+    second.Start();
+    for (int nRequest = 0; nRequest < 50; ++nRequest) {
+        first.Send(m_server.Url("/"));
+        second.Send(m_server.Url("/"));
+    }
+    first.Stop();
+    first.Send(m_server.Url("/")); // refused
+    second.Send(m_server.Url("/"));
+    EXPECT_TRUE(WaitForGood(101));
+    second.Stop();
+    EXPECT_EQ(g_nOther, 1);
+    EXPECT_EQ(g_nCancelled, 0);
 }

@@ -63,6 +63,14 @@ TEST_F(TransportWire, AGetCarriesItsHeaderLine)
     EXPECT_THAT(request.Header("X-Station"), ElementsAre("X-Station: 5"));
 }
 
+TEST_F(TransportWire, EveryRequestAsksForGzipAndDeflate)
+{
+    for (const bool bPost : {false, true}) {
+        EXPECT_THAT(Sent("{}", bPost, false, "").Header("Accept-Encoding"),
+                    ElementsAre("Accept-Encoding: gzip, deflate"));
+    }
+}
+
 TEST_F(TransportWire, APostWithoutHeaderLineHasNoContentType)
 {
     const WireRequest request = Sent("{\"t\":\"1\"}\n", true, false, "Content-Type: not/asked-for");
