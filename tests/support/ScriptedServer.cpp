@@ -213,7 +213,7 @@ std::string ScriptedServer::Url(const std::string& strPath) const
 std::size_t ScriptedServer::Accepted() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_lstConnections.size();
+    return m_nAccepted;
 }
 
 std::vector<WireRequest> ScriptedServer::Requests() const
@@ -245,11 +245,23 @@ void ScriptedServer::Accept()
         }
         const int nOn = 1;
         ::setsockopt(nSocket, IPPROTO_TCP, TCP_NODELAY, &nOn, sizeof nOn);
+        LetGoOfClosed();
         Connection& connection = m_lstConnections.emplace_back();
         connection.nSocket = nSocket;
-        const std::size_t nConnection = m_lstConnections.size();
+        const std::size_t nConnection = ++m_nAccepted;
         connection.thread = std::thread([this, &connection, nConnection] { Serve(connection, nConnection); });
     }
+}
+
+void ScriptedServer::LetGoOfClosed()
+{
+    m_lstConnections.remove_if([](Connection& connection) {
+        if (connection.nSocket != -1) {
+            return false;
+        }
+        connection.thread.join(); // its last step was to close
+        return true;
+    });
 }
 
 void ScriptedServer::Serve(Connection& connection, std::size_t nConnection)

@@ -37,7 +37,7 @@ struct ServerStep {
     Ending ending = Ending::KeepAlive;
     std::chrono::milliseconds delay{0}; ///< before the first byte
     bool bByteByByte = false;           ///< each byte in a segment of its own
-    std::string strEndless = {};             ///< sent after that again and again, until the client gives up
+    std::string strEndless = {};        ///< sent after that again and again, until the client gives up
     std::chrono::milliseconds pause{0}; ///< before each time
 };
 
@@ -92,6 +92,7 @@ private:
     };
 
     void Accept();
+    void LetGoOfClosed();
     void Serve(Connection& connection, std::size_t nConnection);
     void ServeRequests(int nSocket, std::size_t nConnection);
     bool Perform(int nSocket, const ServerStep& step);
@@ -107,7 +108,8 @@ private:
 
     mutable std::mutex m_mutex; ///< guards all that follows
     mutable std::condition_variable m_condition;
-    std::list<Connection> m_lstConnections;
+    std::list<Connection> m_lstConnections; ///< those that are open, and some that no longer are
+    std::size_t m_nAccepted = 0;
     std::vector<WireRequest> m_vecRequests;
     bool m_bKeepsRequests = true;
     bool m_bStop = false;
