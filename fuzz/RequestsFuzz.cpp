@@ -34,7 +34,7 @@ public:
     {
         constexpr char END = '\x1F';
         const std::size_t nLength = std::min(m_strLeft.find(END), m_strLeft.size());
-        const std::string strText(m_strLeft.substr(0, nLength));
+        std::string strText(m_strLeft.substr(0, nLength));
         m_strLeft.remove_prefix(std::min(nLength + 1, m_strLeft.size()));
         return strText;
     }

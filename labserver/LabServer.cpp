@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr size_t kMaxExchanges = 10'000;
-constexpr size_t kMaxExchangeBytes = 64 * 1024 * 1024;
+constexpr size_t kMaxExchangeBytes = size_t{64} * 1024 * 1024;
 
 size_t BytesOf(const LabExchange& exchange)
 {

@@ -4,15 +4,16 @@
 
 #include <sqlite3.h>
 
+#include <memory>
+
 SqliteError::SqliteError(sqlite3* pDb) : std::runtime_error(sqlite3_errmsg(pDb)) {}
 
 Sqlite::Sqlite(const std::string& strFile)
 {
     if (sqlite3_open(strFile.c_str(), &m_pDb) == SQLITE_OK)
         return;
-    const SqliteError error(m_pDb);
-    sqlite3_close(m_pDb);
-    throw error;
+    const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> pClosed(m_pDb, &sqlite3_close);
+    throw SqliteError(m_pDb);
 }
 
 Sqlite::~Sqlite()

@@ -32,9 +32,7 @@ int Serve(const LabServerOptions& options)
     return EXIT_SUCCESS;
 }
 
-} // namespace
-
-int main(int nArguments, char** ppszArguments)
+int ParseAndServe(int nArguments, char** ppszArguments)
 {
     LabServerOptions options;
     CLI::App app("A stand-in laboratory server. Ends on SIGTERM or SIGINT.", "ktslabserver");
@@ -44,8 +42,15 @@ int main(int nArguments, char** ppszArguments)
     app.add_option("--address", options.strAddress, "Address to listen on")->capture_default_str();
     app.add_option("--data", options.strDataFile, "SQLite file to keep everything in; without it, memory");
     CLI11_PARSE(app, nArguments, ppszArguments);
+    return Serve(options);
+}
+
+} // namespace
+
+int main(int nArguments, char** ppszArguments)
+{
     try {
-        return Serve(options);
+        return ParseAndServe(nArguments, ppszArguments);
     } catch (const std::exception& error) {
         std::cerr << "ktslabserver: " << error.what() << '\n';
         return EXIT_FAILURE;

@@ -46,161 +46,157 @@ SyncSender SyncReport(int nId, bool (CUIAgentReq::*pSend)(QString, int, std::str
             FAILED_REPORT_PAUSE_MS};
 }
 
+using Req = CUIAgentReq;
+using Rsp = CUIAgentRsp;
+using Args = Arguments;
+
+const std::vector<Operation> OPERATIONS{
+    {"user-info",
+     3100,
+     "Who is this user?",
+     {OPTION_SERVER, {"--userId,--user-id", "the user's number", &Args::userId}},
+     [](Req& req, Args& a) { req.SendGetUserInfo(a.server.strIp, a.server.nPort, a.userId); },
+     {&Rsp::SigGetUserInfoRet}},
+    {"report-chl-status",
+     3101,
+     "Report one line of a channel's status log",
+     {OPTION_SERVER, OPTION_T},
+     [](Req& req, Args& a) { req.SendPostReportChlStatus(a.server.strIp, a.server.nPort, a.t, a.chlStatus); },
+     {&Rsp::SigPostReportChlStatRet},
+     RecordIn(&Args::chlStatus)},
+    {"report-incubator",
+     3102,
+     "Report an incubator's state",
+     {OPTION_SERVER},
+     [](Req& req, Args& a) {
+         req.SendPostReportIncubatorStatus(a.server.strIp, a.server.nPort, a.incubatorStatus);
+     },
+     {&Rsp::SigPostReportIncubatorStatusRet},
+     RecordIn(&Args::incubatorStatus)},
+    {"projects",
+     3103,
+     "The test projects of cells",
+     {OPTION_SERVER, OPTION_DXTM_LIST, OPTION_T},
+     [](Req& req, Args& a) { req.SendGetProjects(a.server.strIp, a.server.nPort, a.dxtmList, a.t); },
+     {&Rsp::SigGetProjectsRet, "vData"}},
+    {"support-ver",
+     3104,
+     "Is this version supported?",
+     {OPTION_SERVER, OPTION_T},
+     [](Req& req, Args& a) { req.SendGetSupportVer(a.server.strIp, a.server.nPort, a.t); },
+     {&Rsp::SigGetSupportVerRet}},
+    {"batt-status",
+     3105,
+     "The states that batteries may be in",
+     {OPTION_SERVER, OPTION_T},
+     [](Req& req, Args& a) { req.SendGetBattStatus(a.server.strIp, a.server.nPort, a.t); },
+     {&Rsp::SigGetBattStatusRet, "vData"}},
+    {"auto-export",
+     3106,
+     "The data of a cell's export file",
+     {OPTION_SERVER, OPTION_BJTZSER, OPTION_CSXMSER, OPTION_DXTM},
+     [](Req& req, Args& a) {
+         req.SendGetAutoExport(a.server.strIp, a.server.nPort, a.bjtzser, a.csxmser, a.dxtm);
+     },
+     {&Rsp::SigGetAutoExportRet, "vData"}},
+    {"ftp-path",
+     3107,
+     "Where test files are kept",
+     {OPTION_SERVER, OPTION_BJTZSER, OPTION_CSXMSER, OPTION_SUPPLIER, OPTION_BATTERY_STATUS},
+     [](Req& req, Args& a) {
+         req.SendGetFtpFilePath(a.server.strIp, a.server.nPort, a.bjtzser, a.csxmser, a.supplier,
+                                a.batteryStatus);
+     },
+     {&Rsp::SigGetFtpFilePathRet, "vData"}},
+    {"channel-up-down",
+     3108,
+     "Sets the server address; nothing is sent",
+     {OPTION_SERVER},
+     [](Req& req, Args& a) {
+         req.SendGetChannelUpDownPlatform(a.server.strIp, a.server.nPort, 0, 0, "", "", "", "", 0, "");
+     },
+     NOTHING_SENT},
+    {"channel-check",
+     3109,
+     "May this channel start?",
+     {OPTION_SERVER},
+     [](Req& req, Args& a) { req.SendGetChannelCheckData(a.server.strIp, a.server.nPort, a.channelCheck); },
+     {&Rsp::SigGetChannelCheckDataRet, "strMessage"},
+     RecordIn(&Args::channelCheck),
+     SyncSender{3109,
+                [](Req& req, Args& a, int nTimeoutMs, NamedValues& vecOut) {
+                    bool bAllow = false;
+                    QString strReason;
+                    const bool bSucc = req.SendGetChannelCheckDataEx(
+                        a.server.strIp, a.server.nPort, nTimeoutMs, a.channelCheck, bAllow, strReason);
+                    vecOut.insert(vecOut.end(), {{"bAllow", bAllow}, {"strReason", strReason}});
+                    return bSucc;
+                }}},
+    {"in-common",
+     3110,
+     "Is this cell barcode in common?",
+     {OPTION_SERVER, OPTION_DXTM},
+     [](Req& req, Args& a) { req.SendGetWhetherInCommon(a.server.strIp, a.server.nPort, a.dxtm); },
+     {&Rsp::SigGetWhetherInCommonRet},
+     nullptr,
+     SyncSender{3110,
+                [](Req& req, Args& a, int nTimeoutMs, NamedValues& vecOut) {
+                    bool bCommon = false;
+                    const bool bSucc = req.SendGetWhetherInCommonEx(a.server.strIp, a.server.nPort,
+                                                                    nTimeoutMs, a.dxtm, bCommon);
+                    vecOut.emplace_back("bCommon", bCommon);
+                    return bSucc;
+                }}},
+    {"cdlx-files",
+     3111,
+     "Sets the server address; nothing is sent",
+     {OPTION_SERVER, OPTION_DXTM_LIST},
+     [](Req& req, Args& a) { req.SendGetCdlxFileListByDxtmList(a.server.strIp, a.server.nPort, a.dxtmList); },
+     NOTHING_SENT},
+    {"upload-data",
+     3112,
+     "Report one battery test result",
+     {OPTION_SERVER},
+     [](Req& req, Args& a) { req.SendPostUploadData(a.server.strIp, a.server.nPort, a.batteryTestData); },
+     NO_ANSWER,
+     RecordIn(&Args::batteryTestData),
+     SyncSender{3112,
+                [](Req& req, Args& a, int nTimeoutMs, NamedValues&) {
+                    return req.SendPostUploadDataEx(a.server.strIp, a.server.nPort, nTimeoutMs,
+                                                    a.batteryTestData);
+                },
+                0, false}},
+    {"report-cycle",
+     3113,
+     "Report cycle data",
+     {OPTION_URL, OPTION_DATA},
+     [](Req& req, Args& a) { req.SendPostReportCycleData(a.strUrl, a.strData.toStdString()); },
+     NO_ANSWER,
+     nullptr,
+     SyncReport(3113, &Req::SendPostReportCycleDataEx)},
+    {"report-step",
+     3113,
+     "Report step data, to the cycle endpoint; with --sync to the step endpoint",
+     {OPTION_URL, OPTION_DATA},
+     [](Req& req, Args& a) { req.SendPostReportStepData(a.strUrl, a.strData.toStdString()); },
+     NO_ANSWER,
+     nullptr,
+     SyncReport(3114, &Req::SendPostReportStepDataEx)},
+    {"report-step-orn",
+     3115,
+     "Report step data to the ORN endpoint, always with --sync",
+     {OPTION_URL, OPTION_BODY},
+     nullptr,
+     NO_ANSWER,
+     nullptr,
+     SyncReport(3115, &Req::SendPostReportStepData_ORN)},
+};
+
 } // namespace
 
 const std::vector<Operation>& Operations()
 {
-    using Req = CUIAgentReq;
-    using Rsp = CUIAgentRsp;
-    using Args = Arguments;
-    static const std::vector<Operation> vecOperations{
-        {"user-info",
-         3100,
-         "Who is this user?",
-         {OPTION_SERVER, {"--userId,--user-id", "the user's number", &Args::userId}},
-         [](Req& req, Args& a) { req.SendGetUserInfo(a.server.strIp, a.server.nPort, a.userId); },
-         {&Rsp::SigGetUserInfoRet}},
-        {"report-chl-status",
-         3101,
-         "Report one line of a channel's status log",
-         {OPTION_SERVER, OPTION_T},
-         [](Req& req, Args& a) {
-             req.SendPostReportChlStatus(a.server.strIp, a.server.nPort, a.t, a.chlStatus);
-         },
-         {&Rsp::SigPostReportChlStatRet},
-         RecordIn(&Args::chlStatus)},
-        {"report-incubator",
-         3102,
-         "Report an incubator's state",
-         {OPTION_SERVER},
-         [](Req& req, Args& a) {
-             req.SendPostReportIncubatorStatus(a.server.strIp, a.server.nPort, a.incubatorStatus);
-         },
-         {&Rsp::SigPostReportIncubatorStatusRet},
-         RecordIn(&Args::incubatorStatus)},
-        {"projects",
-         3103,
-         "The test projects of cells",
-         {OPTION_SERVER, OPTION_DXTM_LIST, OPTION_T},
-         [](Req& req, Args& a) { req.SendGetProjects(a.server.strIp, a.server.nPort, a.dxtmList, a.t); },
-         {&Rsp::SigGetProjectsRet, "vData"}},
-        {"support-ver",
-         3104,
-         "Is this version supported?",
-         {OPTION_SERVER, OPTION_T},
-         [](Req& req, Args& a) { req.SendGetSupportVer(a.server.strIp, a.server.nPort, a.t); },
-         {&Rsp::SigGetSupportVerRet}},
-        {"batt-status",
-         3105,
-         "The states that batteries may be in",
-         {OPTION_SERVER, OPTION_T},
-         [](Req& req, Args& a) { req.SendGetBattStatus(a.server.strIp, a.server.nPort, a.t); },
-         {&Rsp::SigGetBattStatusRet, "vData"}},
-        {"auto-export",
-         3106,
-         "The data of a cell's export file",
-         {OPTION_SERVER, OPTION_BJTZSER, OPTION_CSXMSER, OPTION_DXTM},
-         [](Req& req, Args& a) {
-             req.SendGetAutoExport(a.server.strIp, a.server.nPort, a.bjtzser, a.csxmser, a.dxtm);
-         },
-         {&Rsp::SigGetAutoExportRet, "vData"}},
-        {"ftp-path",
-         3107,
-         "Where test files are kept",
-         {OPTION_SERVER, OPTION_BJTZSER, OPTION_CSXMSER, OPTION_SUPPLIER, OPTION_BATTERY_STATUS},
-         [](Req& req, Args& a) {
-             req.SendGetFtpFilePath(a.server.strIp, a.server.nPort, a.bjtzser, a.csxmser, a.supplier,
-                                    a.batteryStatus);
-         },
-         {&Rsp::SigGetFtpFilePathRet, "vData"}},
-        {"channel-up-down",
-         3108,
-         "Sets the server address; nothing is sent",
-         {OPTION_SERVER},
-         [](Req& req, Args& a) {
-             req.SendGetChannelUpDownPlatform(a.server.strIp, a.server.nPort, 0, 0, "", "", "", "", 0, "");
-         },
-         NOTHING_SENT},
-        {"channel-check",
-         3109,
-         "May this channel start?",
-         {OPTION_SERVER},
-         [](Req& req, Args& a) {
-             req.SendGetChannelCheckData(a.server.strIp, a.server.nPort, a.channelCheck);
-         },
-         {&Rsp::SigGetChannelCheckDataRet, "strMessage"},
-         RecordIn(&Args::channelCheck),
-         SyncSender{3109,
-                    [](Req& req, Args& a, int nTimeoutMs, NamedValues& vecOut) {
-                        bool bAllow = false;
-                        QString strReason;
-                        const bool bSucc = req.SendGetChannelCheckDataEx(
-                            a.server.strIp, a.server.nPort, nTimeoutMs, a.channelCheck, bAllow, strReason);
-                        vecOut.insert(vecOut.end(), {{"bAllow", bAllow}, {"strReason", strReason}});
-                        return bSucc;
-                    }}},
-        {"in-common",
-         3110,
-         "Is this cell barcode in common?",
-         {OPTION_SERVER, OPTION_DXTM},
-         [](Req& req, Args& a) { req.SendGetWhetherInCommon(a.server.strIp, a.server.nPort, a.dxtm); },
-         {&Rsp::SigGetWhetherInCommonRet},
-         nullptr,
-         SyncSender{3110,
-                    [](Req& req, Args& a, int nTimeoutMs, NamedValues& vecOut) {
-                        bool bCommon = false;
-                        const bool bSucc = req.SendGetWhetherInCommonEx(a.server.strIp, a.server.nPort,
-                                                                        nTimeoutMs, a.dxtm, bCommon);
-                        vecOut.emplace_back("bCommon", bCommon);
-                        return bSucc;
-                    }}},
-        {"cdlx-files",
-         3111,
-         "Sets the server address; nothing is sent",
-         {OPTION_SERVER, OPTION_DXTM_LIST},
-         [](Req& req, Args& a) {
-             req.SendGetCdlxFileListByDxtmList(a.server.strIp, a.server.nPort, a.dxtmList);
-         },
-         NOTHING_SENT},
-        {"upload-data",
-         3112,
-         "Report one battery test result",
-         {OPTION_SERVER},
-         [](Req& req, Args& a) { req.SendPostUploadData(a.server.strIp, a.server.nPort, a.batteryTestData); },
-         NO_ANSWER,
-         RecordIn(&Args::batteryTestData),
-         SyncSender{3112,
-                    [](Req& req, Args& a, int nTimeoutMs, NamedValues&) {
-                        return req.SendPostUploadDataEx(a.server.strIp, a.server.nPort, nTimeoutMs,
-                                                        a.batteryTestData);
-                    },
-                    0, false}},
-        {"report-cycle",
-         3113,
-         "Report cycle data",
-         {OPTION_URL, OPTION_DATA},
-         [](Req& req, Args& a) { req.SendPostReportCycleData(a.strUrl, a.strData.toStdString()); },
-         NO_ANSWER,
-         nullptr,
-         SyncReport(3113, &Req::SendPostReportCycleDataEx)},
-        {"report-step",
-         3113,
-         "Report step data, to the cycle endpoint; with --sync to the step endpoint",
-         {OPTION_URL, OPTION_DATA},
-         [](Req& req, Args& a) { req.SendPostReportStepData(a.strUrl, a.strData.toStdString()); },
-         NO_ANSWER,
-         nullptr,
-         SyncReport(3114, &Req::SendPostReportStepDataEx)},
-        {"report-step-orn",
-         3115,
-         "Report step data to the ORN endpoint, always with --sync",
-         {OPTION_URL, OPTION_BODY},
-         nullptr,
-         NO_ANSWER,
-         nullptr,
-         SyncReport(3115, &Req::SendPostReportStepData_ORN)},
-    };
-    return vecOperations;
+    return OPERATIONS;
 }
 
 const Operation& FindOperation(const std::string& strName)

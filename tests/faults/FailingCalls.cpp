@@ -129,6 +129,8 @@ void operator delete(void* pBytes, std::size_t /*nBytes*/) noexcept
 
 extern "C" {
 
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's --wrap names them so
+
 __attribute__((visibility("default"))) int
 pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pfnRun)(void*), void* pArgument)
 {
@@ -152,23 +154,18 @@ CURL* __wrap_curl_easy_init()
     return Fails("curl_easy_init") ? nullptr : __real_curl_easy_init();
 }
 
-CURLcode __real_curl_easy_setopt(CURL* pEasy, CURLoption option, ...);
-CURLcode __wrap_curl_easy_setopt(CURL* pEasy, CURLoption option, ...);
-CURLcode __wrap_curl_easy_setopt(CURL* pEasy, CURLoption option, ...)
+CURLcode __real_curl_easy_setopt(CURL* pEasy, int nOption, ...);
+CURLcode __wrap_curl_easy_setopt(CURL* pEasy, int nOption, ...);
+CURLcode __wrap_curl_easy_setopt(CURL* pEasy, int nOption, ...)
 {
     if (Fails("curl_easy_setopt")) {
         return CURLE_OUT_OF_MEMORY;
     }
     va_list arguments;
-    va_start(arguments, option);
-    CURLcode eResult = CURLE_OK;
-    if (option < CURLOPTTYPE_OBJECTPOINT) {
-        eResult = __real_curl_easy_setopt(pEasy, option, va_arg(arguments, long));
-    } else if (option >= CURLOPTTYPE_OFF_T && option < CURLOPTTYPE_BLOB) {
-        eResult = __real_curl_easy_setopt(pEasy, option, va_arg(arguments, curl_off_t));
-    } else {
-        eResult = __real_curl_easy_setopt(pEasy, option, va_arg(arguments, void*));
-    }
+    va_start(arguments, nOption);
+    // Numbers, offsets and pointers are handed over alike.
+    static_assert(sizeof(long) == sizeof(void*) && sizeof(curl_off_t) == sizeof(void*));
+    const CURLcode eResult = __real_curl_easy_setopt(pEasy, nOption, va_arg(arguments, void*));
     va_end(arguments);
     return eResult;
 }
@@ -211,5 +208,7 @@ CURLMcode __wrap_curl_multi_poll(CURLM* pMulti, curl_waitfd* pWaits, unsigned nW
     return Fails("curl_multi_poll") ? CURLM_OUT_OF_MEMORY
                                     : __real_curl_multi_poll(pMulti, pWaits, nWaits, nMilliseconds, pReady);
 }
+
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 } // extern "C"

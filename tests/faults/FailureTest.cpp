@@ -127,8 +127,8 @@ TEST_P(TransportRequestFailure, FailsJustTheRequestThatItIsFor)
         SendThree();
         const std::vector<int> vecErrors = NewErrors(3);
         nFailed = DisarmFailure();
-        ASSERT_THAT(vecErrors, testing::Contains(0).Times(3 - static_cast<int>(nFailed)));
-        ASSERT_THAT(vecErrors, testing::Contains(AnyOf(-2, -27)).Times(static_cast<int>(nFailed)));
+        ASSERT_THAT(vecErrors, testing::Contains(0).Times(3 - nFailed));
+        ASSERT_THAT(vecErrors, testing::Contains(AnyOf(-2, -27)).Times(nFailed));
     }
     RepliesAfterShutdown(m_nSeen);
 }

@@ -34,7 +34,7 @@ protected:
 
     Departure Fork(const std::string& strMoment)
     {
-        const Departure departure = Watch(FORKING_HOST, {m_server.Url(""), strMoment});
+        Departure departure = Watch(FORKING_HOST, {m_server.Url(""), strMoment});
         EXPECT_TRUE(departure.bInTime);
         EXPECT_EQ(departure.nStatus, 0);
         return departure;

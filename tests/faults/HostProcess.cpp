@@ -46,6 +46,7 @@ Departure Watch(const std::string& strProgram, std::vector<std::string> vecArgum
 {
     vecArguments.insert(vecArguments.begin(), strProgram);
     std::vector<char*> vecPointers;
+    vecPointers.reserve(vecArguments.size() + 1);
     for (std::string& strArgument : vecArguments) {
         vecPointers.push_back(strArgument.data());
     }

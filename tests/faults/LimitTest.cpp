@@ -177,7 +177,7 @@ class ShortHost : public testing::Test
 protected:
     Departure Run(const std::string& strShortage)
     {
-        const Departure departure = Watch(SHORT_HOST, {m_server.Url("/report"), strShortage});
+        Departure departure = Watch(SHORT_HOST, {m_server.Url("/report"), strShortage});
         EXPECT_TRUE(departure.bInTime);
         EXPECT_EQ(departure.nStatus, 0);
         return departure;

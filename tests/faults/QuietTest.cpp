@@ -163,8 +163,10 @@ TEST_F(TransportQuiet, RaisesNoSigpipeWhenTheServerBreaksOffALargeReport)
     ServerStep broken;
     broken.ending = ServerStep::Ending::Reset;
     const ScriptedServer server(broken, ScriptedServer::Answers::Heads);
+    std::string strBody;
+    strBody.resize(50'000'000, 'x');
     for (std::size_t nRequest = 1; nRequest <= 5; ++nRequest) {
-        Post(server.Url("/"), std::string(50'000'000, 'x'));
+        Post(server.Url("/"), strBody);
         ASSERT_TRUE(m_replies.WaitFor(nRequest));
     }
     RepliesAfterShutdown(5);
