@@ -359,7 +359,8 @@ BlackHolePort::BlackHolePort()
         Check(connecting.fd >= 0, "socket");
         m_vecQueued.push_back(connecting.fd);
         const sockaddr_in address = LoopbackAddress(m_nPort);
-        ::connect(connecting.fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        static_cast<void>( // in progress, until the poll says otherwise
+            ::connect(connecting.fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
     } while (::poll(&connecting, 1, TIME_TO_CONNECT_MS) > 0);
 }
 

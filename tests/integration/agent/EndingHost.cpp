@@ -67,7 +67,7 @@ int main(int argc, char** argv)
     if (argc < 3) {
         return 2;
     }
-    const int nPort = std::atoi(argv[1]);
+    const int nPort = std::stoi(argv[1]);
     const Options options(argv + 3, argv + argc);
 
     std::unique_ptr<QCoreApplication> pApplication;
@@ -78,7 +78,7 @@ int main(int argc, char** argv)
     if (options.count("exit-in-callback") != 0) {
         EndInCallback(nPort);
     }
-    (options.count("blocking") != 0 ? Call : Send)(nPort, std::atoi(argv[2]));
+    (options.count("blocking") != 0 ? Call : Send)(nPort, std::stoi(argv[2]));
     if (options.count("destroy") != 0) {
         VelCSDK::SDKFactory::DestoryInstance(VelCSDK::SDKFactory::GetInstance());
     }

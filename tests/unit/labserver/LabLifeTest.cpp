@@ -196,7 +196,7 @@ TEST(LabLife, OnlyTheLatestExchangesAreKept)
 {
     LabServer server;
     LabClient client(server.Start());
-    const std::string strBody(16 * 1024 * 1024, ' ');
+    const std::string strBody(size_t{16} * 1024 * 1024, ' ');
     for (int nRequest = 0; nRequest < 5; ++nRequest)
         client.Post("/" + std::to_string(nRequest), strBody);
     const auto vecExchanges = server.Exchanges();

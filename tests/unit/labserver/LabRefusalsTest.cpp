@@ -91,7 +91,7 @@ TEST_F(LabRefusals, WhatIsNestedAsDeepAsAllowedIsReadBack)
 
 TEST_F(LabRefusals, ABodyUpToTheLimitIsTakenAndALargerOneRefused)
 {
-    constexpr size_t nLimit = 16 * 1024 * 1024;
+    constexpr size_t nLimit = size_t{16} * 1024 * 1024;
     EXPECT_EQ(Post(kCycles, "[\"" + std::string(nLimit - 4, 'x') + "\"]").nStatus, 200);
     ExpectRefusal(Post(kCycles, "[\"" + std::string(nLimit - 3, 'x') + "\"]"), 413);
     EXPECT_EQ(Get("/lab/reports/cycle-data?limit=0").json["count"], 1);

@@ -164,6 +164,7 @@ const char* const BATTERY_STATUS = R"({"全部电池状态":[{"电池状态":[{)
 const char* const IN_LIST = R"("other":0}],)";
 const char* const IN_RESULT = R"("other":0},)";
 
+// NOLINTNEXTLINE(readability-function-size): a table
 std::vector<Member> Members()
 {
     using Export = SResponseGetAutoExport;
@@ -464,6 +465,7 @@ SResponseGetAutoExport NumberedExport()
             "11", "12", "13", "14", "15", "16", "17", "18", "19", "20"};
 }
 
+// NOLINTNEXTLINE(readability-function-size): a table
 std::vector<WholeReply> RecordReplies()
 {
     using Ftp = SResponseGetFtpFilePath;
