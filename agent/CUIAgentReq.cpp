@@ -5,7 +5,10 @@
 #include "RequestCatalogue.h"
 #include "SyncWait.h"
 
+#include "platform/system/ProcessEnd.h"
+
 #include <map>
+#include <new>
 #include <utility>
 
 using namespace VelCSDK;
@@ -22,8 +25,13 @@ constexpr int SYNC_TYPES[] = {RequestType::GetChannelCheckData, RequestType::Get
 
 CUIAgentReq* CUIAgentReq::Instance()
 {
-    static CUIAgentReq instance;
-    return &instance;
+    alignas(CUIAgentReq) static unsigned char storage[sizeof(CUIAgentReq)];
+    static CUIAgentReq* const pInstance = [] {
+        auto* const pMade = new (storage) CUIAgentReq;
+        AtProcessEnd([] { Instance()->~CUIAgentReq(); });
+        return pMade;
+    }();
+    return pInstance;
 }
 
 CUIAgentReq::CUIAgentReq()

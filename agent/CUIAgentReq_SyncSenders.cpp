@@ -62,7 +62,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     if (QCoreApplication::instance() == nullptr || QThread::currentThread() != thread()) {
         Log_Write(1, "CUIAgentReq::Exchange", 1,
                   "request %d needs a QCoreApplication and the thread of CUIAgentReq", request.nType);
-        static const SyncWait refused;
+        static const SyncWait& refused = *new SyncWait; // never destroyed: by then Qt may be gone
         return refused;
     }
     QTimer timer;

@@ -3,6 +3,8 @@
 #include "IVelClientSDk.h"
 #include "RequestCatalogue.h"
 
+#include "platform/system/ProcessEnd.h"
+
 #include <QLoggingCategory>
 #include <QMetaType>
 
@@ -10,6 +12,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
 
 using namespace VelCSDK;
 
@@ -43,8 +46,13 @@ CUIAgentRsp* CUIAgentRsp::Instance()
     // registry.
     Gate();
     QMetaType::type("CUIAgentRsp::Instance");
-    static CUIAgentRsp instance;
-    return &instance;
+    alignas(CUIAgentRsp) static unsigned char storage[sizeof(CUIAgentRsp)];
+    static CUIAgentRsp* const pInstance = [] {
+        auto* const pMade = new (storage) CUIAgentRsp;
+        AtProcessEnd([] { Instance()->~CUIAgentRsp(); });
+        return pMade;
+    }();
+    return pInstance;
 }
 
 CUIAgentRsp::CUIAgentRsp()

@@ -1,10 +1,7 @@
 #include "labserver/LabConnection.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <iterator>
 
 namespace
 {
@@ -19,16 +16,19 @@ constexpr size_t kReadSize = 16384;
 
 } // namespace
 
-LabConnection::LabConnection(int nSocket, const StopSignal& stop) : m_nSocket(nSocket), m_stop(stop) {}
+// Nothing here waits but by polling.
+LabConnection::LabConnection(Socket nSocket, const StopSignal& stop) : m_nSocket(nSocket), m_stop(stop)
+{
+    MakeNonBlocking(m_nSocket);
+}
 
 LabConnection::~LabConnection()
 {
     if (IsReset()) {
         // Closing with a linger time of zero sends a reset.
-        const linger atOnce{1, 0};
-        setsockopt(m_nSocket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        SetSocketOption(m_nSocket, SOL_SOCKET, SO_LINGER, linger{1, 0});
     }
-    close(m_nSocket);
+    CloseSocket(m_nSocket);
 }
 
 bool LabConnection::WaitForRequest()
@@ -83,13 +83,13 @@ void LabConnection::get_local_ip_and_port(std::string&, int&) const {}
 bool LabConnection::PollSocket(short nEvents, milliseconds patience) const
 {
     pollfd socketEvents{m_nSocket, nEvents, 0};
-    return poll(&socketEvents, 1, static_cast<int>(patience.count())) > 0;
+    return PollSockets(&socketEvents, 1, static_cast<int>(patience.count())) > 0;
 }
 
 bool LabConnection::PollSocketOrStop(milliseconds patience) const
 {
     pollfd events[] = {{m_nSocket, POLLIN, 0}, {m_stop.Descriptor(), POLLIN, 0}};
-    poll(events, std::size(events), static_cast<int>(patience.count()));
+    PollSockets(events, std::size(events), static_cast<int>(patience.count()));
     return events[0].revents != 0;
 }
 
@@ -102,8 +102,8 @@ bool LabConnection::Fill()
     const bool bReady = PollSocketOrStop(kPatience) ||
                         (m_stop.WaitFor(milliseconds(0)) && PollSocket(POLLIN, kPatienceAtStop));
     m_vecIn.resize(kReadSize);
-    const ssize_t nGot = bReady ? recv(m_nSocket, m_vecIn.data(), m_vecIn.size(), 0) : 0;
-    m_vecIn.resize(static_cast<size_t>(std::max<ssize_t>(nGot, 0)));
+    const std::ptrdiff_t nGot = bReady ? ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) : 0;
+    m_vecIn.resize(static_cast<size_t>(std::max<std::ptrdiff_t>(nGot, 0)));
     m_nInRead = 0;
     return !m_vecIn.empty();
 }
@@ -112,11 +112,10 @@ bool LabConnection::Flush()
 {
     size_t nSent = 0;
     while (nSent < m_strOut.size()) {
-        const ssize_t nDone =
-            send(m_nSocket, m_strOut.data() + nSent, m_strOut.size() - nSent, MSG_NOSIGNAL | MSG_DONTWAIT);
+        const std::ptrdiff_t nDone = SendBytes(m_nSocket, m_strOut.data() + nSent, m_strOut.size() - nSent);
         if (nDone > 0)
             nSent += static_cast<size_t>(nDone);
-        else if (errno != EAGAIN ||
+        else if (!WouldBlock() ||
                  !PollSocket(POLLOUT, m_stop.WaitFor(milliseconds(0)) ? kPatienceAtStop : kPatience))
             break;
     }
@@ -131,7 +130,7 @@ void LabConnection::ReadAway()
     const auto end = std::chrono::steady_clock::now() + kPatienceAtStop;
     m_vecIn.resize(kReadSize);
     while (PollSocket(POLLIN, kPatienceAtStop) &&
-           recv(m_nSocket, m_vecIn.data(), m_vecIn.size(), MSG_DONTWAIT) > 0 &&
+           ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) > 0 &&
            std::chrono::steady_clock::now() < end) {
     }
 }

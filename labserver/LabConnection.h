@@ -1,6 +1,6 @@
 #pragma once
 
-#include "labserver/StopSignal.h"
+#include "platform/system/StopSignal.h"
 
 #include <chrono>
 #include <httplib.h>
@@ -18,7 +18,7 @@ public:
 
     /// @param nSocket closed with this object
     /// @param stop must outlive this object
-    LabConnection(int nSocket, const StopSignal& stop);
+    LabConnection(Socket nSocket, const StopSignal& stop);
     ~LabConnection() override;
     LabConnection(const LabConnection&) = delete;
     LabConnection& operator=(const LabConnection&) = delete;
@@ -60,7 +60,7 @@ private:
     bool Flush();
     void ReadAway();
 
-    int m_nSocket;
+    Socket m_nSocket;
     const StopSignal& m_stop;
     End m_eEnd = End::Kept;
     std::string m_strOut;

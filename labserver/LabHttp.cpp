@@ -2,17 +2,17 @@
 
 #include "labserver/LabJson.h"
 
+#include "platform/system/QuietThread.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
-#include <csignal>
 #include <cstring>
 #include <initializer_list>
 #include <limits>
 #include <map>
 #include <mutex>
 #include <stdexcept>
-#include <sys/socket.h>
 #include <system_error>
 
 namespace
@@ -61,24 +61,6 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_ended;
     int m_nRunning = 0;
-};
-
-/// Blocks every signal on this thread, and so on threads made meanwhile: signals are their host's affair.
-class SignalsBlocked
-{
-public:
-    SignalsBlocked()
-    {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &m_before);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t m_before{};
 };
 
 bool IsOneOf(const std::string& strMethod, std::initializer_list<const char*> lstMethods)
@@ -180,10 +162,7 @@ LabHttp::LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal)
     set_keep_alive_timeout(LabConnection::kIdle.count());
     set_keep_alive_max_count(std::numeric_limits<int>::max());
     // Not httplib's own choice, by which two servers of a user could listen on one port.
-    set_socket_options([](socket_t nSocket) {
-        const int nOn = 1;
-        setsockopt(nSocket, SOL_SOCKET, SO_REUSEADDR, &nOn, sizeof nOn);
-    });
+    set_socket_options(ReusePort);
     new_task_queue = [] { return new ConnectionThreads; };
 }
 
@@ -197,9 +176,8 @@ int LabHttp::Start(const std::string& strAddress, int nPort)
     const int nGot = Bind(strAddress, nPort);
     // httplib allows five clients to wait for being accepted; a burst of more would wait a second each.
     ::listen(svr_sock_, SOMAXCONN);
-    const SignalsBlocked blocked;
-    m_thread = std::thread([this] { listen_after_bind(); });
-    while (!is_running()) // stop() before it runs would be lost
+    m_thread = StartQuietThread([this] { listen_after_bind(); }); // the connections' threads inherit that
+    while (!is_running())                                         // stop() before it runs would be lost
         std::this_thread::yield();
     return nGot;
 }

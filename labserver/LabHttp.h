@@ -1,23 +1,36 @@
 #pragma once
 
 #include "labserver/LabConnection.h"
-#include "labserver/StopSignal.h"
+#include "platform/system/StopSignal.h"
 
-#include <csignal>
 #include <httplib.h>
 #include <string>
 #include <thread>
+
+#if !defined(_WIN32)
+#include <csignal>
+#endif
 
 /// Remembers what the process does on SIGPIPE. httplib's server sets that to nothing, although it is the
 /// host's affair, and needless here: no write of ours raises the signal.
 class SigPipeKept
 {
 protected:
-    SigPipeKept() { sigaction(SIGPIPE, nullptr, &m_before); }
-    void RestoreSigPipe() { sigaction(SIGPIPE, &m_before, nullptr); }
+#if defined(_WIN32)
+    void RestoreSigPipe() {} // no such signal
+#else
+    SigPipeKept()
+    {
+        sigaction(SIGPIPE, nullptr, &m_before);
+    }
+    void RestoreSigPipe()
+    {
+        sigaction(SIGPIPE, &m_before, nullptr);
+    }
 
 private:
     struct sigaction m_before = {};
+#endif
 };
 
 /// The HTTP side of the lab server: listens, gives every connection a thread, and lets one function answer

@@ -1,33 +1,21 @@
+#include "labserver/EndSignals.h"
 #include "labserver/LabServer.h"
 
 #include <CLI/CLI.hpp>
-#include <csignal>
 #include <exception>
 #include <iostream>
 
 namespace
 {
 
-/// Blocks the signals that end the program, on this thread and those made after, to be waited for instead.
-sigset_t BlockEndSignals()
-{
-    sigset_t ends;
-    sigemptyset(&ends);
-    sigaddset(&ends, SIGTERM);
-    sigaddset(&ends, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-    return ends;
-}
-
 int Serve(const LabServerOptions& options)
 {
-    const sigset_t ends = BlockEndSignals();
+    const EndSignals ends;
     LabServer server(options);
     const int nPort = server.Start();
     std::cout << "ktslabserver: listening on http://" << options.strAddress << ':' << nPort << '/'
               << std::endl;
-    int nSignal = 0;
-    sigwait(&ends, &nSignal);
+    ends.Wait();
     server.Stop();
     return EXIT_SUCCESS;
 }

@@ -1,5 +1,7 @@
 #include "InFlight.h"
 
+#include "platform/system/ProcessEnd.h"
+
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QPointer>
@@ -35,7 +37,9 @@ thread_local bool t_bGone = false; ///< so that a static object that goes later 
 
 SWatched::~SWatched()
 {
-    EndAll();
+    if (!ThreadsAreGone()) { // for which each would wait
+        EndAll();
+    }
     t_bGone = true;
 }
 
@@ -53,6 +57,12 @@ void WatchInFlight(QNetworkAccessManager& manager)
     if (t_bGone) {
         return;
     }
+    // Windows destroys what belongs to the last thread when the others are gone, so its end must come sooner.
+    static const bool bAtEnd = [] {
+        AtProcessEnd(&EndAllOfThread);
+        return true;
+    }();
+    static_cast<void>(bAtEnd);
     t_watched.vecManagers.removeAll({}); // those that are gone
     t_watched.vecManagers.append(&manager);
     if (t_watched.pApplication != QCoreApplication::instance()) {

@@ -1,17 +1,14 @@
 #include "HostName.h"
 
-#include <array>
-
-#include <unistd.h>
+#include "platform/system/Sockets.h"
 
 namespace VelCSDK
 {
 
 std::string LocalHostName()
 {
-    std::array<char, 256> name{};
-    // One byte is kept back, so that a name cut short still ends.
-    return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : std::string();
+    const CSocketsStartUp sockets; // the name is theirs to tell, whatever else has started them
+    return sockets.IsUp() ? MachineName() : std::string();
 }
 
 } // namespace VelCSDK

@@ -8,7 +8,6 @@
 
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <algorithm>
@@ -18,7 +17,6 @@
 #include <memory>
 #include <numeric>
 #include <optional>
-#include <stdexcept>
 
 namespace
 {
@@ -345,24 +343,14 @@ void PrintTable(const std::vector<DemoRow>& vecRows)
     std::cout << vecRows.size() << " calls, " << nAsExpected << " as expected" << std::endl;
 }
 
-/// The demo shows the same on every machine: without the site's endpoint paths, past the site's proxy.
-/// Both are read when the agent is made, so this comes before.
-void LeaveSiteSettings(const QTemporaryDir& folder)
-{
-    if (!folder.isValid()) {
-        throw std::runtime_error("no temporary folder: " + folder.errorString().toStdString());
-    }
-    qputenv("KTSHTTPAGENT_SETTINGS_ROOT", folder.path().toLocal8Bit());
-    qputenv("no_proxy", "127.0.0.1");
-}
-
 int RunDemo(bool bJson)
 {
-    const QTemporaryDir folder;
-    LeaveSiteSettings(folder);
+    // The demo shows the same on every machine: past the site's proxy, without the site's endpoint paths.
+    qputenv("no_proxy", "127.0.0.1");
     LabServer server;
     server.Start();
     const AgentSession session;
+    VelCSDK::SDKFactory::GetInstance()->SetUrlMap({});
     std::vector<DemoRow> vecRows;
     for (const DemoCall& call : AsyncCalls()) {
         vecRows.push_back(RunCall(session, server, call, false));

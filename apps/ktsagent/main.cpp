@@ -8,6 +8,10 @@
 
 #include <CLI/CLI.hpp>
 
+#if defined(Q_OS_WIN)
+#include <windows.h>
+#endif
+
 #include <exception>
 #include <iostream>
 #include <string>
@@ -16,13 +20,27 @@
 namespace
 {
 
+/// The program's name and its arguments in UTF-8.
+std::vector<std::string> GivenArguments([[maybe_unused]] int argc, [[maybe_unused]] char** argv)
+{
+#if defined(Q_OS_WIN)
+    std::vector<std::string> vecGiven; // argv is in the machine's code page, which may lack their letters
+    for (const QString& strArgument : QCoreApplication::arguments()) {
+        vecGiven.push_back(strArgument.toStdString());
+    }
+    return vecGiven;
+#else
+    return {argv, argv + argc};
+#endif
+}
+
 /// The arguments in the order in which CLI11 takes them: the last one first. "--t=" is given as "--t" and an
 /// empty text, since CLI11 would take the argument behind it for the value.
-std::vector<std::string> CommandLineArguments(int argc, char** argv)
+std::vector<std::string> CommandLineArguments(const std::vector<std::string>& vecGiven)
 {
     std::vector<std::string> vecArguments;
-    for (int i = argc - 1; i > 0; --i) {
-        const std::string strArgument = argv[i];
+    for (std::size_t i = vecGiven.size() - 1; i > 0; --i) {
+        const std::string& strArgument = vecGiven[i];
         const bool bEmptyValue =
             strArgument.rfind("--", 0) == 0 && strArgument.find('=') == strArgument.size() - 1;
         if (bEmptyValue) {
@@ -47,7 +65,7 @@ int RunCommandLine(int argc, char** argv)
     AddEndpointsCommand(app, nExit);
     AddDemoCommand(app, nExit);
     try {
-        app.parse(CommandLineArguments(argc, argv));
+        app.parse(CommandLineArguments(GivenArguments(argc, argv)));
         if (app.get_subcommands().empty()) {
             throw CLI::RequiredError("A subcommand");
         }
@@ -62,6 +80,9 @@ int RunCommandLine(int argc, char** argv)
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
+#if defined(Q_OS_WIN)
+    ::SetConsoleOutputCP(CP_UTF8);
+#endif
     // The agent's debug lines are not for the user of a command. QT_LOGGING_RULES wins over this.
     QLoggingCategory::setFilterRules("ktshttpagent.reply.debug=false");
     try {

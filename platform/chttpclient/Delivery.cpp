@@ -1,8 +1,7 @@
 #include "Delivery.h"
 
-#include "QuietThread.h"
-
 #include "platform/clog/clog.h"
+#include "platform/system/QuietThread.h"
 
 #include <exception>
 #include <system_error>

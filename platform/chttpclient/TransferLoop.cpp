@@ -16,6 +16,14 @@ constexpr long MAX_KEPT_CONNECTIONS = 64;
 constexpr std::size_t MAX_IDLE_TRANSFERS = 64;
 constexpr int IDLE_WAIT_MS = 3'600'000; // a request or the drain wakes the loop sooner
 
+#if defined(_WIN32)
+// Windows says only once that a socket can be written to. When that is missed, as happens with large bodies,
+// nothing but a look at all transfers moves them on.
+constexpr int ACTIVE_WAIT_MS = 50;
+#else
+constexpr int ACTIVE_WAIT_MS = IDLE_WAIT_MS;
+#endif
+
 /// "http://host:port" of a URL.
 std::string LaneKey(const std::string& strUrl)
 {
@@ -221,12 +229,13 @@ bool CTransferLoop::Drained()
 
 int CTransferLoop::WaitMilliseconds()
 {
+    const int nLongest = m_lstActive.empty() ? IDLE_WAIT_MS : ACTIVE_WAIT_MS;
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_bDraining) {
-        return IDLE_WAIT_MS;
+        return nLongest;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_tpDrainEnd - Clock::now());
-    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
+    return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, nLongest));
 }
 
 void CTransferLoop::Wait()

@@ -1,8 +1,7 @@
 #include "Transport.h"
 
-#include "QuietThread.h"
-
 #include "platform/clog/clog.h"
+#include "platform/system/QuietThread.h"
 
 #include <curl/curl.h>
 

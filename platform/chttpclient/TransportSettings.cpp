@@ -1,12 +1,13 @@
 #include "TransportSettings.h"
 
 #include "platform/clog/clog.h"
+#include "platform/system/Environment.h"
 
 #include <charconv>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
-#include <string_view>
+#include <optional>
+#include <string>
 
 namespace chttpclient
 {
@@ -19,16 +20,16 @@ constexpr std::int64_t MAX_MILLISECONDS = std::numeric_limits<std::int32_t>::max
 /// The decimal number that an environment variable holds, if it lies in the range; or else the default.
 std::int64_t ReadNumber(const char* szName, std::int64_t nDefault, std::int64_t nMin, std::int64_t nMax)
 {
-    const char* const szValue = std::getenv(szName);
-    if (szValue == nullptr) {
+    const std::optional<std::string> strValue = EnvironmentVariable(szName);
+    if (!strValue) {
         return nDefault;
     }
-    const std::string_view strValue = szValue;
     std::int64_t nValue = 0;
-    const auto [pEnd, error] = std::from_chars(strValue.data(), strValue.data() + strValue.size(), nValue);
-    if (error != std::errc() || pEnd != strValue.data() + strValue.size() || nValue < nMin || nValue > nMax) {
+    const char* const pValueEnd = strValue->data() + strValue->size();
+    const auto [pEnd, error] = std::from_chars(strValue->data(), pValueEnd, nValue);
+    if (error != std::errc() || pEnd != pValueEnd || nValue < nMin || nValue > nMax) {
         Log_Write(1, "chttpclient::ReadTransportSettings", __LINE__,
-                  "%s is \"%s\", no number from %lld to %lld; %lld stays in force", szName, szValue,
+                  "%s is \"%s\", no number from %lld to %lld; %lld stays in force", szName, strValue->c_str(),
                   static_cast<long long>(nMin), static_cast<long long>(nMax),
                   static_cast<long long>(nDefault));
         return nDefault;
@@ -59,9 +60,7 @@ STransportSettings ReadTransportSettings()
     settings.nMaxOutstanding =
         ReadCount("CHTTPCLIENT_MAX_OUTSTANDING", settings.nMaxOutstanding, std::numeric_limits<int>::max());
     settings.drain = ReadTime("CHTTPCLIENT_DRAIN_MS", settings.drain, 0);
-    if (const char* const szCaFile = std::getenv("CHTTPCLIENT_CA_FILE")) {
-        settings.strCaFile = szCaFile;
-    }
+    settings.strCaFile = EnvironmentVariable("CHTTPCLIENT_CA_FILE").value_or("");
     return settings;
 }
 

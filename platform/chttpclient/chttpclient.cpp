@@ -2,6 +2,8 @@
 
 #include "Transport.h"
 
+#include "platform/system/ProcessEnd.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <mutex>
@@ -44,7 +46,10 @@ void RegisterEndAtExit()
 {
     static bool bRegistered = false;
     const std::lock_guard<std::mutex> lock(g_mutexMaking);
-    bRegistered = bRegistered || std::atexit(&EndAtExit) == 0;
+    if (!bRegistered) {
+        AtProcessEnd(&EndAtExit);
+        bRegistered = true;
+    }
 }
 
 #if !defined(_WIN32)
@@ -83,6 +88,9 @@ const int g_nForksPrepared = pthread_atfork(&BeforeFork, &AfterForkInParent, &Af
 
 bool CHttpClientInit()
 {
+    if (ThreadsAreGone()) {
+        return false;
+    }
     const bool bRuns = Transport().Start();
     // After libcurl is initialised, hence run before what libcurl's own libraries put up for the exit.
     RegisterEndAtExit();
@@ -91,17 +99,24 @@ bool CHttpClientInit()
 
 void CHttpClientUnInit()
 {
-    Transport().Stop();
+    if (!ThreadsAreGone()) { // whom it would wait for
+        Transport().Stop();
+    }
 }
 
 void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse)
 {
-    Transport().SetReceiver(std::move(fnResponse));
+    if (!ThreadsAreGone()) {
+        Transport().SetReceiver(std::move(fnResponse));
+    }
 }
 
 void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody, void* pUserData,
                             bool bPost, bool bHeader, const std::string& strHeader)
 {
+    if (ThreadsAreGone()) {
+        return;
+    }
     chttpclient::SHttpExchange request;
     request.nType = nType;
     request.strUrl = strUrl;

@@ -7,7 +7,7 @@
 #if defined(CHTTPCLIENT_BUILD)
 #define CHTTPCLIENT_API __declspec(dllexport)
 #else
-#define CHTTPCLIENT_API __declspec(dllimport)
+#define CHTTPCLIENT_API // functions need no import mark, and so may come from anywhere
 #endif
 #else
 #define CHTTPCLIENT_API __attribute__((visibility("default")))

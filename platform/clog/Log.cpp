@@ -2,6 +2,8 @@
 
 #include "LineEscaping.h"
 
+#include "platform/system/ProcessEnd.h"
+
 #include <spdlog/logger.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 
@@ -32,6 +34,22 @@ spdlog::level::level_enum SpdlogLevel(int nLevel)
 
 } // namespace
 
+namespace
+{
+
+/// Takes the log's lock, unless it may be a thread that is no more which holds it.
+/// @return whether the lock is ours
+bool Lock(std::unique_lock<std::mutex>& lock)
+{
+    if (ThreadsAreGone()) {
+        return lock.try_lock();
+    }
+    lock.lock();
+    return true;
+}
+
+} // namespace
+
 // Guards the making of the log and the writing of every line.
 std::mutex Log::s_mutex;
 
@@ -54,8 +72,12 @@ Log& Log::Instance()
 {
     static std::atomic<Log*> pLog = nullptr;
     if (pLog == nullptr) { // no static object of its own: a child might find that half made
-        const std::lock_guard<std::mutex> lock(s_mutex);
+        std::unique_lock<std::mutex> lock(s_mutex, std::defer_lock);
+        if (!Lock(lock)) {
+            throw std::runtime_error("the thread that was making the log is no more");
+        }
         if (pLog == nullptr) {
+            StayLoaded();
             pLog = new Log;
         }
     }
@@ -66,7 +88,10 @@ Log::Log() : m_settings(ReadLogSettings()), m_pathFile(m_settings.pathFolder / "
 
 void Log::Write(int nLevel, std::string_view line)
 {
-    const std::lock_guard<std::mutex> lock(s_mutex);
+    std::unique_lock<std::mutex> lock(s_mutex, std::defer_lock);
+    if (!Lock(lock)) {
+        return;
+    }
     if ((!IsOpen() && !Open()) || !Put(nLevel, line)) {
         ++m_nLost;
     }
@@ -103,7 +128,7 @@ void Log::MakeLogger()
     // spdlog would make the folder too, but a folder that can't be made would cost its callers five tries.
     std::filesystem::create_directories(m_settings.pathFolder);
     auto pSink = std::make_shared<spdlog::sinks::rotating_file_sink_st>(
-        m_pathFile.string(), m_settings.nFileBytes, m_settings.nFiles);
+        m_pathFile.native(), m_settings.nFileBytes, m_settings.nFiles);
     auto pLogger = std::make_shared<spdlog::logger>("ktshttpagent", std::move(pSink));
     pLogger->set_pattern(LINE_PATTERN);
     pLogger->set_level(spdlog::level::trace);
@@ -148,6 +173,6 @@ void Log::Fail(const std::string& strWhy)
     m_tpNextTry = std::chrono::steady_clock::now() + RETRY_AFTER;
     if (!std::exchange(m_bFailureSaid, true)) {
         static_cast<void>(std::fprintf(stderr, "libclog: %s can't be written, its lines are lost: %s\n",
-                                       m_pathFile.string().c_str(), EscapeControls(strWhy).c_str()));
+                                       m_pathFile.u8string().c_str(), EscapeControls(strWhy).c_str()));
     }
 }

@@ -1,8 +1,8 @@
 #include "LogSettings.h"
 
+#include "platform/system/Environment.h"
+
 #include <charconv>
-#include <cstdlib>
-#include <string_view>
 #include <system_error>
 
 namespace
@@ -11,29 +11,34 @@ namespace
 /// @return the variable's value, empty when it is not set
 std::string Variable(const char* szName)
 {
-    const char* const szValue = std::getenv(szName);
-    return szValue == nullptr ? "" : szValue;
+    return EnvironmentVariable(szName).value_or("");
+}
+
+/// The same as a path, whatever letters it holds.
+std::filesystem::path PathVariable(const char* szName)
+{
+    return std::filesystem::u8path(Variable(szName));
 }
 
 /// @return the folder below which this user's programs keep their logs; empty when the environment has none
 std::filesystem::path StateFolder()
 {
 #if defined(_WIN32)
-    return Variable("LOCALAPPDATA");
+    return PathVariable("LOCALAPPDATA");
 #else
     // A relative path in this variable is to be ignored, says the convention that it comes from.
-    std::filesystem::path pathState = Variable("XDG_STATE_HOME");
+    std::filesystem::path pathState = PathVariable("XDG_STATE_HOME");
     if (pathState.is_absolute()) {
         return pathState;
     }
-    const std::filesystem::path pathHome = Variable("HOME");
+    const std::filesystem::path pathHome = PathVariable("HOME");
     return pathHome.empty() ? pathHome : pathHome / ".local" / "state";
 #endif
 }
 
 std::filesystem::path LogFolder()
 {
-    const std::filesystem::path pathNamed = Variable("CLOG_DIR");
+    const std::filesystem::path pathNamed = PathVariable("CLOG_DIR");
     if (!pathNamed.empty()) {
         std::error_code error;
         const std::filesystem::path pathAbsolute = std::filesystem::absolute(pathNamed, error);

@@ -6,13 +6,15 @@
 #if defined(LIBCLOG_BUILD)
 #define LIBCLOG_API __declspec(dllexport)
 #else
-#define LIBCLOG_API __declspec(dllimport)
+#define LIBCLOG_API // functions need no import mark, and so may come from anywhere
 #endif
 #else
 #define LIBCLOG_API __attribute__((visibility("default")))
 #endif
 
-#if defined(__GNUC__)
+#if defined(__MINGW32__) // where printf alone means that of Windows' old C library
+#define LIBCLOG_PRINTF_LIKE __attribute__((format(gnu_printf, 4, 5)))
+#elif defined(__GNUC__)
 #define LIBCLOG_PRINTF_LIKE __attribute__((format(printf, 4, 5)))
 #else
 #define LIBCLOG_PRINTF_LIKE

@@ -27,12 +27,13 @@ struct Room {
 };
 
 const Room ROOMS[] = {
-    {"platform/clog", {}, false},
-    {"platform/chttpclient", {"platform/clog"}, false},
-    {"sdk", {"platform/chttpclient", "platform/clog"}, false},
-    {"net", {}, true},
-    {"agent", {"sdk", "net", "platform/clog"}, true},
-    {"labserver", {}, false},
+    {"platform/system", {}, false},
+    {"platform/clog", {"platform/system"}, false},
+    {"platform/chttpclient", {"platform/clog", "platform/system"}, false},
+    {"sdk", {"platform/chttpclient", "platform/clog", "platform/system"}, false},
+    {"net", {"platform/system"}, true},
+    {"agent", {"sdk", "net", "platform/clog", "platform/system"}, true},
+    {"labserver", {"platform/system"}, false},
     {"apps/ktsagent", {"labserver", "ktshttpagent"}, true},
 };
 

@@ -1,6 +1,6 @@
 #include "SdkFixture.h"
 
-#include <unistd.h>
+#include "platform/system/Sockets.h"
 
 #include <array>
 #include <cstring>
@@ -14,6 +14,7 @@ const std::string HEADER = "Content-Type: application/json; charset=utf-8/gb2312
 
 std::string HostName()
 {
+    const CSocketsStartUp sockets;
     std::array<char, 256> name{};
     return gethostname(name.data(), name.size()) == 0 ? name.data() : "";
 }

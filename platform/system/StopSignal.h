@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Sockets.h"
+
 #include <chrono>
 
 /// Tells all of a server's threads, whatever they wait for, that it is to end. Raised once, for good.
@@ -18,8 +20,9 @@ public:
     bool WaitFor(std::chrono::milliseconds patience) const;
 
     /// Readable from the moment that it is raised: for a poll() that waits for something else too.
-    int Descriptor() const { return m_nDescriptor; }
+    Socket Descriptor() const { return m_nDescriptor; }
 
 private:
-    int m_nDescriptor;
+    const CSocketsStartUp m_sockets;
+    Socket m_nDescriptor; ///< on Windows, where only sockets are waited for along with sockets, one of these
 };

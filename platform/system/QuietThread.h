@@ -7,9 +7,6 @@
 #include <csignal>
 #endif
 
-namespace chttpclient
-{
-
 /// Starts a thread that the process's signals never interrupt: they belong to the host's threads.
 /// @throws std::system_error when no thread can be had
 template <class Function>
@@ -34,5 +31,3 @@ std::thread StartQuietThread(Function&& fn)
     return std::thread(std::forward<Function>(fn));
 #endif
 }
-
-} // namespace chttpclient

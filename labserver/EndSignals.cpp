@@ -1,0 +1,59 @@
+#include "labserver/EndSignals.h"
+
+#if defined(_WIN32)
+
+#include <windows.h>
+
+namespace
+{
+
+HANDLE g_hEnd = nullptr;
+
+BOOL WINAPI OnConsoleEvent(DWORD /*nEvent*/)
+{
+    ::SetEvent(g_hEnd);
+    return TRUE;
+}
+
+} // namespace
+
+EndSignals::EndSignals()
+{
+    g_hEnd = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    ::SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+}
+
+EndSignals::~EndSignals()
+{
+    ::SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
+    ::CloseHandle(g_hEnd);
+}
+
+void EndSignals::Wait() const
+{
+    ::WaitForSingleObject(g_hEnd, INFINITE);
+}
+
+#else
+
+// Blocked on this thread and those made after, to be waited for instead.
+EndSignals::EndSignals()
+{
+    sigemptyset(&m_ends);
+    sigaddset(&m_ends, SIGTERM);
+    sigaddset(&m_ends, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &m_ends, &m_before);
+}
+
+EndSignals::~EndSignals()
+{
+    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}
+
+void EndSignals::Wait() const
+{
+    int nSignal = 0;
+    sigwait(&m_ends, &nSignal);
+}
+
+#endif

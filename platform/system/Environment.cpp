@@ -1,0 +1,38 @@
+#include "Environment.h"
+
+#if defined(_WIN32)
+
+#include "WideText.h"
+
+#include <windows.h>
+
+// Asked of the system itself: a C runtime's copy is in the machine's code page, and stays behind when the
+// host, which may have another C runtime, changes a variable.
+std::optional<std::string> EnvironmentVariable(const char* szName)
+{
+    const std::wstring strName = WideText(szName);
+    std::wstring strValue;
+    DWORD nSize = 1;
+    do {
+        strValue.resize(nSize);
+        ::SetLastError(ERROR_SUCCESS);
+        nSize = ::GetEnvironmentVariableW(strName.c_str(), strValue.data(), nSize);
+        if (nSize == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND) {
+            return std::nullopt;
+        }
+    } while (nSize > strValue.size()); // longer than there was room for, the end included
+    strValue.resize(nSize);
+    return Utf8Text(strValue);
+}
+
+#else
+
+#include <cstdlib>
+
+std::optional<std::string> EnvironmentVariable(const char* szName)
+{
+    const char* const szValue = std::getenv(szName);
+    return szValue == nullptr ? std::nullopt : std::optional<std::string>(szValue);
+}
+
+#endif

@@ -1,0 +1,100 @@
+#include "ProcessEnd.h"
+
+#include <cstdlib>
+
+#if defined(_WIN32)
+
+#include <windows.h>
+
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+/// A function of a DLL that may or may not be there.
+template <class Function>
+Function Find(const wchar_t* szLibrary, const char* szName)
+{
+    const HMODULE hLibrary = ::GetModuleHandleW(szLibrary);
+    const FARPROC pFound = hLibrary == nullptr ? nullptr : ::GetProcAddress(hLibrary, szName);
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(pFound));
+}
+
+struct SHandlers {
+    std::mutex mutex;
+    std::vector<void (*)()> vecCalls;
+};
+
+/// Never destroyed: the end of the process is what it is for.
+SHandlers& Handlers()
+{
+    static SHandlers& handlers = *new SHandlers;
+    return handlers;
+}
+
+/// Called once for each handler and C runtime; those that an earlier call has taken are not called again.
+int __cdecl CallLast()
+{
+    void (*pfnCall)() = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(Handlers().mutex);
+        if (!Handlers().vecCalls.empty()) {
+            pfnCall = Handlers().vecCalls.back();
+            Handlers().vecCalls.pop_back();
+        }
+    }
+    if (pfnCall != nullptr) {
+        pfnCall();
+    }
+    return 0;
+}
+
+} // namespace
+
+void StayLoaded()
+{
+    HMODULE hSelf = nullptr;
+    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                         reinterpret_cast<const wchar_t*>(&CallLast), &hSelf);
+}
+
+void AtProcessEnd(void (*pfnCall)())
+{
+    StayLoaded();
+    {
+        const std::lock_guard<std::mutex> lock(Handlers().mutex);
+        Handlers().vecCalls.push_back(pfnCall);
+    }
+    using Handler = int(__cdecl*)();
+    // The runtime of MinGW's programs, and that of programs which newer compilers make.
+    if (const auto pfnOnExit = Find<Handler(__cdecl*)(Handler)>(L"msvcrt.dll", "_onexit")) {
+        pfnOnExit(&CallLast);
+    }
+    if (const auto pfnAtExit = Find<int(__cdecl*)(Handler)>(L"ucrtbase.dll", "_crt_atexit")) {
+        pfnAtExit(&CallLast);
+    }
+}
+
+bool ThreadsAreGone()
+{
+    static const auto pfnInProgress = Find<BOOLEAN(NTAPI*)()>(L"ntdll.dll", "RtlDllShutdownInProgress");
+    return pfnInProgress != nullptr && pfnInProgress() != FALSE;
+}
+
+#else
+
+void AtProcessEnd(void (*pfnCall)())
+{
+    std::atexit(pfnCall);
+}
+
+void StayLoaded() {}
+
+bool ThreadsAreGone()
+{
+    return false;
+}
+
+#endif
