@@ -1,21 +1,13 @@
-#include "HostProcess.h"
 #include "TransportTest.h"
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <chrono>
 
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
 using namespace std::chrono_literals;
-using testing::AnyOf;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::SizeIs;
 
 namespace
@@ -37,7 +29,7 @@ ServerStep Silent()
 
 } // namespace
 
-/// What happens at the transport's own limits, and at those of its process.
+/// What happens at the transport's own limits.
 class TransportLimit : public TransportTest
 {
 };
@@ -145,73 +137,4 @@ TEST_F(TransportTest, ATimeoutOfAMillisecondEndsEveryRequestOnce)
     }
     RepliesAfterShutdown(100);
     EXPECT_THAT(m_replies.Errors(), Each(-28));
-}
-
-// Waiting on descriptors must work for numbers past those that select() can hold.
-TEST_F(TransportLimit, OfSelectIsNone)
-{
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-    std::vector<int> vecOpen;
-    do {
-        vecOpen.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    } while (vecOpen.back() >= 0 && vecOpen.back() <= 1100);
-    ASSERT_GT(vecOpen.back(), 1100) << "the machine gives a process too few descriptors";
-    Start();
-    const ScriptedServer server(Ok());
-    for (int nRequest = 0; nRequest < 100; ++nRequest) {
-        Post(server.Url("/"), "{}");
-    }
-    RepliesAfterShutdown(100);
-    EXPECT_THAT(m_replies.Errors(), Each(0));
-    for (const int nFile : vecOpen) {
-        ::close(nFile);
-    }
-}
-
-/// A host whose process is short of something.
-class ShortHost : public testing::Test
-{
-protected:
-    Departure Run(const std::string& strShortage)
-    {
-        Departure departure = Watch(SHORT_HOST, {m_server.Url("/report"), strShortage});
-        EXPECT_TRUE(departure.bInTime);
-        EXPECT_EQ(departure.nStatus, 0);
-        return departure;
-    }
-
-    const LogFolder m_logFolder;
-    const ScriptedServer m_server{Ok()};
-};
-
-TEST_F(ShortHost, OfDescriptorsGetsAFailureAndGoesOnWhenThereAreSomeAgain)
-{
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer asks the system about addresses through descriptors of its own";
-#endif
-    EXPECT_THAT(Run("OfDescriptors").vecLines, ElementsAre("1 -7", "2 0"));
-}
-
-TEST_F(ShortHost, OfDescriptorsAtTheStartGetsAnAnswerAndCanStartLater)
-{
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer asks the system about addresses through descriptors of its own";
-#endif
-    EXPECT_THAT(Run("OfDescriptorsAtTheStart").vecLines, ElementsAre(AnyOf("1 -2", "1 0"), "2 0"));
-}
-
-TEST_F(ShortHost, OfDiskForItsLogLosesLinesAndNothingElse)
-{
-    std::vector<std::string> vecExpected;
-    for (int nNumber = 1; nNumber <= 20; ++nNumber) {
-        vecExpected.push_back(std::to_string(nNumber) + " 0");
-    }
-    EXPECT_EQ(Run("OfDisk").vecLines, vecExpected);
-    const std::vector<std::string> vecLog = m_logFolder.Lines();
-    ASSERT_GE(vecLog.size(), 2U);
-    EXPECT_THAT(vecLog[vecLog.size() - 2], HasSubstr("lines lost"));
-    EXPECT_THAT(vecLog.back(), HasSubstr("room again"));
 }

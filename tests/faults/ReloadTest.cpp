@@ -1,5 +1,6 @@
 // The transport as a library that is loaded and unloaded while the process runs.
 
+#include "LoadedLibrary.h"
 #include "LogFolder.h"
 #include "ScriptedServer.h"
 #include "platform/chttpclient/chttpclient.h"
@@ -11,8 +12,6 @@
 #include <filesystem>
 #include <string>
 #include <thread>
-
-#include <dlfcn.h>
 
 using namespace std::chrono_literals;
 
@@ -46,42 +45,28 @@ bool WaitForGood(int nCount)
 class LoadedTransport
 {
 public:
-    explicit LoadedTransport(const std::string& strFile = CHTTPCLIENT_LIBRARY)
-        : m_pLibrary(::dlopen(strFile.c_str(), RTLD_NOW | RTLD_LOCAL))
-    {
-        EXPECT_NE(m_pLibrary, nullptr) << ::dlerror();
-    }
-    ~LoadedTransport() { EXPECT_EQ(::dlclose(m_pLibrary), 0); }
-    LoadedTransport(const LoadedTransport&) = delete;
-    LoadedTransport& operator=(const LoadedTransport&) = delete;
+    explicit LoadedTransport(const std::string& strFile = CHTTPCLIENT_LIBRARY) : m_library(strFile.c_str()) {}
 
     void Start() const
     {
-        Find<decltype(&CHttpClientSetResponseCallBack)>("_Z30CHttpClientSetResponseCallBackSt8functionIFvRKNS"
-                                                        "t7__cxx1112basic_stringIcSt11char_traitsIcESaIcEE"
-                                                        "EiPviEE")(Receive);
-        EXPECT_TRUE(Find<decltype(&CHttpClientInit)>("_Z15CHttpClientInitv")());
+        m_library.Find<decltype(&CHttpClientSetResponseCallBack)>(
+            "_Z30CHttpClientSetResponseCallBackSt8functionIFvRKNS"
+            "t7__cxx1112basic_stringIcSt11char_traitsIcESaIcEE"
+            "EiPviEE")(Receive);
+        EXPECT_TRUE(m_library.Find<decltype(&CHttpClientInit)>("_Z15CHttpClientInitv")());
     }
 
-    void Stop() const { Find<decltype(&CHttpClientUnInit)>("_Z17CHttpClientUnInitv")(); }
+    void Stop() const { m_library.Find<decltype(&CHttpClientUnInit)>("_Z17CHttpClientUnInitv")(); }
 
     void Send(const std::string& strUrl) const
     {
-        Find<decltype(&CHttpClientSendRequest)>(
+        m_library.Find<decltype(&CHttpClientSendRequest)>(
             "_Z22CHttpClientSendRequestiRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES6_PvbbS6_")(
             3104, strUrl, "{}", nullptr, true, false, "");
     }
 
 private:
-    template <class Function>
-    Function Find(const char* szName) const
-    {
-        auto* const pFunction = ::dlsym(m_pLibrary, szName);
-        EXPECT_NE(pFunction, nullptr) << szName;
-        return reinterpret_cast<Function>(pFunction);
-    }
-
-    void* const m_pLibrary;
+    const LoadedLibrary m_library;
 };
 
 ServerStep Answer(const WireRequest& request)

@@ -19,7 +19,6 @@
 #include <unistd.h>
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 
 namespace
 {
@@ -166,27 +165,3 @@ INSTANTIATE_TEST_SUITE_P(
                     TlsPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, -35},
                     TlsPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, -35}),
     testing::PrintToStringParamName());
-
-TEST_F(TransportTest, APeerThatIsSilentInTheHandshakeEndsWithTheTimeToConnect)
-{
-    Set("CHTTPCLIENT_CONNECT_TIMEOUT_MS", 300);
-    Start();
-    const ScriptedServer server(ServerStep{}); // no handshake is a request to it
-    Get("https://127.0.0.1:" + std::to_string(server.Port()) + "/");
-    RepliesAfterShutdown(1);
-    EXPECT_THAT(m_replies.Errors(), ElementsAre(-28));
-}
-
-TEST_F(TransportTest, AnAuthorityFileThatIsMissingFailsEncryptedRequestsAlone)
-{
-    Set("CHTTPCLIENT_CA_FILE", "/nowhere/ca.pem");
-    Start();
-    ServerStep step;
-    step.strReply = HttpReply(200, "");
-    const ScriptedServer server(step);
-    Get(server.Url("/"));
-    ASSERT_TRUE(m_replies.WaitFor(1));
-    Get("https://127.0.0.1:" + std::to_string(server.Port()) + "/");
-    RepliesAfterShutdown(2);
-    EXPECT_THAT(m_replies.Errors(), ElementsAre(0, -77));
-}

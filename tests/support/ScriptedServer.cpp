@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
+#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -10,14 +10,6 @@
 #include <system_error>
 #include <tuple>
 #include <utility>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <strings.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace
 {
@@ -28,7 +20,7 @@ constexpr int BACKLOG = 1024;
 void Check(bool bSucc, const char* szCall)
 {
     if (!bSucc) {
-        throw std::system_error(errno, std::generic_category(), szCall);
+        throw std::system_error(SocketError(), std::system_category(), szCall);
     }
 }
 
@@ -42,10 +34,10 @@ sockaddr_in LoopbackAddress(int nPort)
 }
 
 /// @return a socket bound to a free port of the loopback interface, and that port
-std::pair<int, int> BoundSocket()
+std::pair<Socket, int> BoundSocket()
 {
-    const int nSocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    Check(nSocket >= 0, "socket");
+    const Socket nSocket = OpenStreamSocket();
+    Check(nSocket != NO_SOCKET, "socket");
     sockaddr_in address = LoopbackAddress(0);
     socklen_t nSize = sizeof address;
     auto* const pAddress = reinterpret_cast<sockaddr*>(&address);
@@ -54,29 +46,52 @@ std::pair<int, int> BoundSocket()
     return {nSocket, ntohs(address.sin_port)};
 }
 
-bool SendAll(int nSocket, const std::string& strBytes, std::size_t nPiece)
+/// Waits until the socket is ready for what is asked, or has failed.
+/// @return false when the server is to stop
+bool WaitUntilReady(Socket nSocket, short nEvents, const StopSignal& stop)
+{
+    std::array<pollfd, 2> polled{pollfd{nSocket, nEvents, 0}, pollfd{stop.Descriptor(), POLLIN, 0}};
+    while (PollSockets(polled.data(), polled.size(), -1) < 0 && WasInterrupted()) {
+    }
+    return polled[1].revents == 0;
+}
+
+/// A connection, which is not blocking, until the server is to stop.
+struct Talk {
+    const Socket nSocket;
+    const StopSignal& stop;
+
+    bool SendAll(const std::string& strBytes, std::size_t nPiece) const;
+    bool Receive(std::string& strBuffer) const;
+};
+
+bool Talk::SendAll(const std::string& strBytes, std::size_t nPiece) const
 {
     std::size_t nSent = 0;
     while (nSent < strBytes.size()) {
         const std::size_t nLength = std::min(nPiece, strBytes.size() - nSent);
-        const ssize_t nWritten = ::send(nSocket, strBytes.data() + nSent, nLength, MSG_NOSIGNAL);
-        if (nWritten < 0 && errno != EINTR) {
+        const std::ptrdiff_t nWritten = SendBytes(nSocket, strBytes.data() + nSent, nLength);
+        if (nWritten >= 0) {
+            nSent += static_cast<std::size_t>(nWritten);
+        } else if (!WouldBlock() || !WaitUntilReady(nSocket, POLLOUT, stop)) {
             return false;
         }
-        nSent += nWritten > 0 ? static_cast<std::size_t>(nWritten) : 0;
     }
     return true;
 }
 
 /// Appends what has come in.
 /// @return false at the end of the connection
-bool Receive(int nSocket, std::string& strBuffer)
+bool Talk::Receive(std::string& strBuffer) const
 {
     std::array<char, 65536> bytes{};
-    ssize_t nRead = 0;
+    std::ptrdiff_t nRead = 0;
     do {
-        nRead = ::recv(nSocket, bytes.data(), bytes.size(), 0);
-    } while (nRead < 0 && errno == EINTR);
+        if (!WaitUntilReady(nSocket, POLLIN, stop)) {
+            return false;
+        }
+        nRead = ReceiveBytes(nSocket, bytes.data(), bytes.size());
+    } while (nRead < 0 && WouldBlock());
     if (nRead <= 0) {
         return false;
     }
@@ -95,25 +110,31 @@ std::size_t ContentLength(const WireRequest& request)
 
 /// Takes the next request off the connection, with or without its body; what follows stays in the buffer.
 /// @return false when the connection ends before the request does
-bool ReadRequest(int nSocket, std::string& strBuffer, WireRequest& request, bool bWithBody)
+bool ReadRequest(const Talk& talk, std::string& strBuffer, WireRequest& request, bool bWithBody)
 {
     static const std::string HEAD_END = "\r\n\r\n";
     std::size_t nHeadEnd = 0;
     while ((nHeadEnd = strBuffer.find(HEAD_END)) == std::string::npos) {
-        if (!Receive(nSocket, strBuffer)) {
+        if (!talk.Receive(strBuffer)) {
             return false;
         }
     }
     request.strHead = strBuffer.substr(0, nHeadEnd + HEAD_END.size());
     const std::size_t nLength = bWithBody ? ContentLength(request) : 0;
     while (strBuffer.size() < request.strHead.size() + nLength) {
-        if (!Receive(nSocket, strBuffer)) {
+        if (!talk.Receive(strBuffer)) {
             return false;
         }
     }
     request.strBody = strBuffer.substr(request.strHead.size(), nLength);
     strBuffer.erase(0, request.strHead.size() + nLength);
     return true;
+}
+
+bool EqualWithoutCase(const std::string& strLeft, const std::string& strRight)
+{
+    return std::equal(strLeft.begin(), strLeft.end(), strRight.begin(), strRight.end(),
+                      [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
 }
 
 ScriptedServer::Script OneAfterTheOther(std::vector<ServerStep> vecSteps)
@@ -153,7 +174,7 @@ std::vector<std::string> WireRequest::Header(const std::string& strName) const
     std::istringstream head(strHead);
     for (std::string strLine; std::getline(head, strLine);) {
         const std::size_t nColon = strLine.find(':');
-        if (nColon == strName.size() && ::strncasecmp(strLine.c_str(), strName.c_str(), nColon) == 0) {
+        if (EqualWithoutCase(strLine.substr(0, nColon), strName)) {
             vecFound.push_back(strLine.substr(0, strLine.find('\r')));
         }
     }
@@ -191,15 +212,9 @@ ScriptedServer::~ScriptedServer()
         m_bStop = true;
     }
     m_condition.notify_all();
-    ::shutdown(m_nListener, SHUT_RDWR);
+    m_stop.Raise();
     m_threadAccept.join();
-    ::close(m_nListener);
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        for (const Connection& connection : m_lstConnections) {
-            ::shutdown(connection.nSocket, SHUT_RDWR);
-        }
-    }
+    CloseSocket(m_nListener);
     for (Connection& connection : m_lstConnections) {
         connection.thread.join();
     }
@@ -236,27 +251,29 @@ void ScriptedServer::KeepNoRequests()
 
 void ScriptedServer::Accept()
 {
-    for (;;) {
-        const int nSocket = ::accept4(m_nListener, nullptr, nullptr, SOCK_CLOEXEC);
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (nSocket < 0 || m_bStop) {
-            ::close(nSocket);
+    while (WaitUntilReady(m_nListener, POLLIN, m_stop)) {
+        const Socket nSocket = AcceptConnection(m_nListener);
+        if (nSocket == NO_SOCKET) {
             return;
         }
-        const int nOn = 1;
-        ::setsockopt(nSocket, IPPROTO_TCP, TCP_NODELAY, &nOn, sizeof nOn);
+        MakeNonBlocking(nSocket);
+        SetSocketOption(nSocket, IPPROTO_TCP, TCP_NODELAY, 1);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         LetGoOfClosed();
         Connection& connection = m_lstConnections.emplace_back();
-        connection.nSocket = nSocket;
         const std::size_t nConnection = ++m_nAccepted;
-        connection.thread = std::thread([this, &connection, nConnection] { Serve(connection, nConnection); });
+        connection.thread = std::thread([this, &connection, nSocket, nConnection] {
+            ServeRequests(nSocket, nConnection);
+            CloseSocket(nSocket);
+            connection.bClosed = true;
+        });
     }
 }
 
 void ScriptedServer::LetGoOfClosed()
 {
     m_lstConnections.remove_if([](Connection& connection) {
-        if (connection.nSocket != -1) {
+        if (!connection.bClosed) {
             return false;
         }
         connection.thread.join(); // its last step was to close
@@ -264,22 +281,13 @@ void ScriptedServer::LetGoOfClosed()
     });
 }
 
-void ScriptedServer::Serve(Connection& connection, std::size_t nConnection)
+void ScriptedServer::ServeRequests(Socket nSocket, std::size_t nConnection)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    const int nSocket = connection.nSocket;
-    lock.unlock();
-    ServeRequests(nSocket, nConnection);
-    lock.lock();
-    ::close(std::exchange(connection.nSocket, -1));
-}
-
-void ScriptedServer::ServeRequests(int nSocket, std::size_t nConnection)
-{
+    const Talk talk{nSocket, m_stop};
     std::string strBuffer;
     WireRequest request;
     request.nConnection = nConnection;
-    while (ReadRequest(nSocket, strBuffer, request, m_answers == Answers::Requests)) {
+    while (ReadRequest(talk, strBuffer, request, m_answers == Answers::Requests)) {
         Record(request);
         if (!Perform(nSocket, m_fnScript(request))) {
             return;
@@ -288,18 +296,17 @@ void ScriptedServer::ServeRequests(int nSocket, std::size_t nConnection)
 }
 
 /// @return whether the connection goes on
-bool ScriptedServer::Perform(int nSocket, const ServerStep& step)
+bool ScriptedServer::Perform(Socket nSocket, const ServerStep& step)
 {
     if (!SendReply(nSocket, step)) {
         return false;
     }
     if (step.ending == ServerStep::Ending::Reset) {
-        const linger atOnce{1, 0};
-        ::setsockopt(nSocket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        SetSocketOption(nSocket, SOL_SOCKET, SO_LINGER, linger{1, 0});
     }
     if (step.ending == ServerStep::Ending::Hold) {
         std::string strIgnored;
-        while (Receive(nSocket, strIgnored)) {
+        while (Talk{nSocket, m_stop}.Receive(strIgnored)) {
             strIgnored.clear();
         }
     }
@@ -307,13 +314,14 @@ bool ScriptedServer::Perform(int nSocket, const ServerStep& step)
 }
 
 /// @return false when the connection has ended, or the server was stopped meanwhile
-bool ScriptedServer::SendReply(int nSocket, const ServerStep& step)
+bool ScriptedServer::SendReply(Socket nSocket, const ServerStep& step)
 {
-    if (!Pause(step.delay) || !SendAll(nSocket, step.strReply, step.bByteByByte ? 1 : step.strReply.size())) {
+    const Talk talk{nSocket, m_stop};
+    if (!Pause(step.delay) || !talk.SendAll(step.strReply, step.bByteByByte ? 1 : step.strReply.size())) {
         return false;
     }
     while (!step.strEndless.empty()) {
-        if (!Pause(step.pause) || !SendAll(nSocket, step.strEndless, step.strEndless.size())) {
+        if (!Pause(step.pause) || !talk.SendAll(step.strEndless, step.strEndless.size())) {
             return false;
         }
     }
@@ -345,7 +353,7 @@ RefusingPort::RefusingPort()
 
 RefusingPort::~RefusingPort()
 {
-    ::close(m_nSocket);
+    CloseSocket(m_nSocket);
 }
 
 BlackHolePort::BlackHolePort()
@@ -353,21 +361,21 @@ BlackHolePort::BlackHolePort()
     std::tie(m_nListener, m_nPort) = BoundSocket();
     Check(::listen(m_nListener, 0) == 0, "listen");
     constexpr int TIME_TO_CONNECT_MS = 200; // ample on the loopback interface
-    pollfd connecting{-1, POLLOUT, 0};
+    pollfd connecting{NO_SOCKET, POLLOUT, 0};
     do { // a queue of no length still takes one or two
-        connecting.fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-        Check(connecting.fd >= 0, "socket");
+        connecting.fd = OpenStreamSocket();
+        Check(connecting.fd != NO_SOCKET && MakeNonBlocking(connecting.fd), "socket");
         m_vecQueued.push_back(connecting.fd);
         const sockaddr_in address = LoopbackAddress(m_nPort);
         static_cast<void>( // in progress, until the poll says otherwise
             ::connect(connecting.fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
-    } while (::poll(&connecting, 1, TIME_TO_CONNECT_MS) > 0);
+    } while (PollSockets(&connecting, 1, TIME_TO_CONNECT_MS) > 0);
 }
 
 BlackHolePort::~BlackHolePort()
 {
-    for (const int nSocket : m_vecQueued) {
-        ::close(nSocket);
+    for (const Socket nSocket : m_vecQueued) {
+        CloseSocket(nSocket);
     }
-    ::close(m_nListener);
+    CloseSocket(m_nListener);
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/system/StopSignal.h"
+
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -87,22 +90,22 @@ public:
 
 private:
     struct Connection {
-        int nSocket = -1; ///< -1 once it is closed
+        std::atomic<bool> bClosed = false;
         std::thread thread;
     };
 
     void Accept();
     void LetGoOfClosed();
-    void Serve(Connection& connection, std::size_t nConnection);
-    void ServeRequests(int nSocket, std::size_t nConnection);
-    bool Perform(int nSocket, const ServerStep& step);
-    bool SendReply(int nSocket, const ServerStep& step);
+    void ServeRequests(Socket nSocket, std::size_t nConnection);
+    bool Perform(Socket nSocket, const ServerStep& step);
+    bool SendReply(Socket nSocket, const ServerStep& step);
     bool Pause(std::chrono::milliseconds delay);
     void Record(const WireRequest& request);
 
+    StopSignal m_stop;
     const Script m_fnScript;
     const Answers m_answers;
-    int m_nListener = -1;
+    Socket m_nListener = NO_SOCKET;
     int m_nPort = 0;
     std::thread m_threadAccept;
 
@@ -128,7 +131,8 @@ public:
     int Port() const { return m_nPort; }
 
 private:
-    int m_nSocket = -1;
+    const CSocketsStartUp m_sockets;
+    Socket m_nSocket = NO_SOCKET;
     int m_nPort = 0;
 };
 
@@ -145,7 +149,8 @@ public:
     int Port() const { return m_nPort; }
 
 private:
-    int m_nListener = -1;
+    const CSocketsStartUp m_sockets;
+    Socket m_nListener = NO_SOCKET;
     int m_nPort = 0;
-    std::vector<int> m_vecQueued;
+    std::vector<Socket> m_vecQueued;
 };

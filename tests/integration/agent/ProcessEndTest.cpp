@@ -1,6 +1,7 @@
 // A process that loads the library may end in any way, at any time: it ends soon, with its own exit status,
 // and what it reported just before still arrives.
 
+#include "HostProcess.h"
 #include "LogFolder.h"
 #include "ScriptedServer.h"
 
@@ -10,22 +11,24 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <sstream>
 #include <string>
-
-#include <sys/wait.h>
 
 namespace
 {
 
 constexpr int REPORTS = 50;
 
-/// The exit status of a host; 124 when it did not end within 120 s, 128 and more after a crash.
+/// The status of a host that has ended; 124 when it did not come to that in time.
 int RunHost(int nPort, const std::string& strOptions, int nCount = REPORTS)
 {
-    const std::string strCommand = "timeout 120 " KTS_ENDING_HOST " " + std::to_string(nPort) + " " +
-                                   std::to_string(nCount) + " " + strOptions;
-    const int nStatus = std::system(strCommand.c_str());
-    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 128 + WTERMSIG(nStatus);
+    std::vector<std::string> vecArguments{std::to_string(nPort), std::to_string(nCount)};
+    std::istringstream options(strOptions);
+    for (std::string strOption; options >> strOption;) {
+        vecArguments.push_back(strOption);
+    }
+    const Departure departure = Watch(KTS_ENDING_HOST, vecArguments);
+    return departure.bInTime ? departure.nStatus : 124;
 }
 
 class ProcessEnd : public ::testing::TestWithParam<std::string>

@@ -89,12 +89,3 @@ TEST_F(Demo, PrintsATableThatNamesEverySender)
     EXPECT_THAT(run.strOut, HasSubstr("no, as intended"));
     EXPECT_THAT(run.strOut, Not(HasSubstr("NOT AS EXPECTED")));
 }
-
-TEST_F(Demo, IsNotLedAstrayByTheSitesEndpoints)
-{
-    SetEndpoint("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin", "HttpUrlGetSupportVer", "api/ver");
-
-    const KtsagentRun run = Run({"demo"});
-
-    EXPECT_EQ(run.nExit, 0) << run.strOut;
-}

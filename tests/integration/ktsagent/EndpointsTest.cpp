@@ -1,5 +1,9 @@
 #include "KtsagentProcess.h"
 
+#if defined(Q_OS_WIN)
+#include "Registry.h"
+#endif
+
 #include <gmock/gmock.h>
 
 using testing::AllOf;
@@ -10,6 +14,14 @@ namespace
 
 class Endpoints : public KtsagentProcess
 {
+#if defined(Q_OS_WIN)
+protected:
+    // Not to be found by the next test, which is another process on the same machine.
+    ~Endpoints() override
+    {
+        RunReg({"delete", "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL", "/f"});
+    }
+#endif
 };
 
 } // namespace
@@ -52,4 +64,13 @@ TEST_F(Endpoints, FormATableWithALineForEachId)
     ASSERT_EQ(run.nExit, 0) << run.strErr;
     EXPECT_EQ(QString::fromStdString(run.strOut).count('\n'), 16);
     EXPECT_THAT(run.strOut, HasSubstr("3113  open/test-cabinet/add/kostrel/cycle "));
+}
+
+TEST_F(Endpoints, OfTheSiteDoNotLeadTheDemoAstray)
+{
+    SetEndpoint("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin", "HttpUrlGetSupportVer", "api/ver");
+
+    const KtsagentRun run = Run({"demo"});
+
+    EXPECT_EQ(run.nExit, 0) << run.strOut;
 }

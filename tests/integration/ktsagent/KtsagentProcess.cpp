@@ -1,5 +1,9 @@
 #include "KtsagentProcess.h"
 
+#if defined(Q_OS_WIN)
+#include "Registry.h"
+#endif
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,6 +14,16 @@ namespace
 {
 
 constexpr int PATIENCE_MS = 60000;
+
+/// What the program wrote, with the line ends that it wrote: on Windows the C library puts a CR before each
+/// LF.
+std::string Lines(QByteArray text)
+{
+#if defined(Q_OS_WIN)
+    text.replace("\r\n", "\n");
+#endif
+    return text.toStdString();
+}
 
 QJsonDocument Parsed(const std::string& strText)
 {
@@ -53,8 +67,8 @@ KtsagentRun KtsagentProcess::Run(const QStringList& lstArguments) const
         process.waitForFinished(PATIENCE_MS);
     }
     const bool bExited = bEnded && process.exitStatus() == QProcess::NormalExit;
-    return {bExited ? process.exitCode() : -1, process.readAllStandardOutput().toStdString(),
-            process.readAllStandardError().toStdString()};
+    return {bExited ? process.exitCode() : -1, Lines(process.readAllStandardOutput()),
+            Lines(process.readAllStandardError())};
 }
 
 QString KtsagentProcess::WriteFile(const QString& strName, const std::string& strText) const
@@ -70,7 +84,12 @@ QString KtsagentProcess::WriteFile(const QString& strName, const std::string& st
 void KtsagentProcess::SetEndpoint(const QString& strProfile, const QString& strValue,
                                   const QString& strPath) const
 {
+#if defined(Q_OS_WIN)
+    QString strKey = strProfile;
+    ASSERT_TRUE(RunReg({"add", strKey.replace('/', '\\'), "/v", strValue, "/d", strPath, "/f"}));
+#else
     WriteFile(strProfile + ".ini", ("[General]\n" + strValue + "=" + strPath + "\n").toStdString());
+#endif
 }
 
 QString Loopback(int nPort)

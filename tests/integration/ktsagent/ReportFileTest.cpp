@@ -11,6 +11,12 @@ using testing::HasSubstr;
 namespace
 {
 
+#if defined(Q_OS_WIN)
+constexpr const char* NO_SUCH_FILE = "Path not found";
+#else
+constexpr const char* NO_SUCH_FILE = "No such file";
+#endif
+
 struct BadFile {
     const char* szName;
     std::string strText;
@@ -83,7 +89,7 @@ TEST_F(ReportFile, ThatIsMissingIsNamed)
     const KtsagentRun run = Run({"report-incubator", "--server", "h:1", "--file", "/no/such/file.json"});
 
     EXPECT_EQ(run.nExit, 2);
-    EXPECT_THAT(run.strErr, HasSubstr("/no/such/file.json: No such file"));
+    EXPECT_THAT(run.strErr, HasSubstr(std::string("/no/such/file.json: ") + NO_SUCH_FILE));
 }
 
 TEST_F(ReportFile, FillsTheRecord)

@@ -15,7 +15,13 @@
 #include <string>
 #include <thread>
 
+#if defined(_WIN32)
+#include <windows.h>
+// After it, whose types it uses.
+#include <tlhelp32.h>
+#else
 #include <malloc.h>
+#endif
 
 namespace
 {
@@ -157,6 +163,45 @@ TEST_F(SyncRoad, ACallFromAnotherThreadIsRefused)
     EXPECT_TRUE(server.Requests().empty());
 }
 
+#if defined(_WIN32)
+
+std::size_t OpenDescriptors()
+{
+    DWORD nHandles = 0;
+    ::GetProcessHandleCount(::GetCurrentProcess(), &nHandles);
+    return nHandles;
+}
+
+std::size_t Threads()
+{
+    const HANDLE hThreads = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 thread{};
+    thread.dwSize = sizeof thread;
+    std::size_t nThreads = 0;
+    for (BOOL bFound = ::Thread32First(hThreads, &thread); bFound != 0;
+         bFound = ::Thread32Next(hThreads, &thread)) {
+        nThreads += thread.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
+    }
+    ::CloseHandle(hThreads);
+    return nThreads;
+}
+
+/// What the process's heap has given out.
+std::size_t HeapBytes()
+{
+    const HANDLE hHeap = ::GetProcessHeap();
+    PROCESS_HEAP_ENTRY entry{};
+    std::size_t nBytes = 0;
+    ::HeapLock(hHeap);
+    while (::HeapWalk(hHeap, &entry) != 0) {
+        nBytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+    }
+    ::HeapUnlock(hHeap);
+    return nBytes;
+}
+
+#else
+
 std::size_t OpenDescriptors()
 {
     const std::filesystem::directory_iterator descriptors("/proc/self/fd");
@@ -174,6 +219,8 @@ std::size_t HeapBytes()
 {
     return mallinfo2().uordblks;
 }
+
+#endif
 
 // A manager has a thread of its own for as long as it lives, so the threads count the managers too.
 TEST_F(SyncRoad, AThousandCallsLeaveNothingBehind)

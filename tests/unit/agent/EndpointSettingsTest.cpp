@@ -1,10 +1,8 @@
-#include "EndpointSettings.h"
-#include "AgentProbe.h"
+#include "CUIAgentReq.h"
 #include "IVelClientSDk.h"
 #include "RecordingLog.h"
-#include "RecordingTransport.h"
 #include "RequestCatalogue.h"
-#include "SyncWait.h"
+#include "SettingRows.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,16 +12,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <set>
-#include <thread>
-
 namespace
 {
-
-constexpr const char* PLUGIN = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin.ini";
-constexpr const char* ORN = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/ORN/NETCFG.ini";
-constexpr const char* TAMOR = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/TAMOR/NETCFG.ini";
-constexpr const char* PLIX = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/PLIX/NETCFG.ini";
 
 /// A settings root of the test's own. Each test is a process of its own, so the singletons are fresh.
 class EndpointSettings : public ::testing::Test
@@ -33,7 +23,7 @@ protected:
 
     void Write(const char* szProfile, const QByteArray& text) const
     {
-        const QString strFile = m_root.path() + '/' + szProfile;
+        const QString strFile = m_root.path() + '/' + szProfile + ".ini";
         QDir().mkpath(QFileInfo(strFile).path());
         QFile file(strFile);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -60,32 +50,6 @@ TEST_F(EndpointSettings, WithoutAnySettingEveryRequestUsesItsBuiltInPath)
     EXPECT_THAT(RecordedLog(), ::testing::IsEmpty());
 }
 
-struct SettingRow {
-    const char* szName;
-    int nType;
-    const char* szProfile;
-};
-
-// Held apart from the library's own table on purpose: this is what sites have in their registries.
-const SettingRow ROWS[] = {
-    {"HttpUrlAddStatusLog", 3101, PLUGIN},
-    {"HttpUrlAutoExport", 3106, PLUGIN},
-    {"HttpUrlGetDxzt", 3105, PLUGIN},
-    {"HttpUrlGetFtpFilePath", 3107, PLUGIN},
-    {"HttpUrlGetSupportVer", 3104, PLUGIN},
-    {"HttpUrlGetSyxm", 3103, PLUGIN},
-    {"HttpUrlIncubatorStatus", 3102, PLUGIN},
-    {"HttpUrlReportLocation", 0, PLUGIN},
-    {"HttpUrlGetChannelUpDownPlatform", 3108, PLUGIN},
-    {"HttpUrlGetChannelCheckData", 3109, PLUGIN},
-    {"HttpUrlGetWhetherInCommon", 3110, PLUGIN},
-    {"HttpUrlGetCdlxFileListByDxtmList", 3111, PLUGIN},
-    {"HttpUrlPostBatteryTestData", 3112, TAMOR},
-    {"HttpUrlPostReportCycleData", 3113, PLIX},
-    {"HttpUrlPostReportStepData", 3114, PLIX},
-    {"HttpUrlPostReportStepData", 3115, ORN},
-};
-
 class EndpointSetting : public EndpointSettings, public ::testing::WithParamInterface<SettingRow>
 {
 };
@@ -103,15 +67,6 @@ TEST_P(EndpointSetting, ChangesThePathOfItsOwnRequestAlone)
 INSTANTIATE_TEST_SUITE_P(EachRow, EndpointSetting, ::testing::ValuesIn(ROWS),
                          [](const auto& row) { return row.param.szName + std::to_string(row.param.nType); });
 
-TEST_F(EndpointSettings, AreReadInTheirOrder)
-{
-    ASSERT_EQ(ENDPOINT_SETTINGS.size(), std::size(ROWS));
-    for (std::size_t nRow = 0; nRow < ENDPOINT_SETTINGS.size(); ++nRow) {
-        EXPECT_STREQ(ENDPOINT_SETTINGS.at(nRow).szName, ROWS[nRow].szName);
-        EXPECT_EQ(ENDPOINT_SETTINGS.at(nRow).nType, ROWS[nRow].nType);
-    }
-}
-
 TEST_F(EndpointSettings, TheOriginNamesProfileAndValue)
 {
     Write(ORN, "HttpUrlPostReportStepData=orn/path\n");
@@ -123,8 +78,8 @@ TEST_F(EndpointSettings, TheOriginNamesProfileAndValue)
 
 TEST_F(EndpointSettings, AValueBelowANetcfgKeyOfThePluginProfileIsNotSeen)
 {
-    Write("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin/NETCFG.ini", "HttpUrlGetSyxm=unseen\n");
-    Write("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/NETCFG.ini", "HttpUrlGetSyxm=unseen\n");
+    Write("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin/NETCFG", "HttpUrlGetSyxm=unseen\n");
+    Write("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/NETCFG", "HttpUrlGetSyxm=unseen\n");
     Write(PLUGIN, "[NETCFG]\nHttpUrlGetSyxm=unseen\n");
     EXPECT_EQ(PathOf(3103), BuiltIn(3103));
 }
@@ -160,7 +115,7 @@ TEST_F(EndpointSettings, AProfileThatCannotBeParsedLeavesTheBuiltInPathsAndSaysS
 
 TEST_F(EndpointSettings, AProfileThatCannotBeReadLeavesTheBuiltInPathsAndSaysSo)
 {
-    QDir().mkpath(m_root.path() + '/' + PLUGIN); // a folder where a file should be
+    QDir().mkpath(m_root.path() + '/' + PLUGIN + ".ini"); // a folder where a file should be
     EXPECT_EQ(PathOf(3103), BuiltIn(3103));
     ASSERT_FALSE(RecordedLog().empty());
     EXPECT_THAT(RecordedLog().front().strText, ::testing::HasSubstr(PLUGIN));
@@ -178,50 +133,6 @@ TEST_F(EndpointSettings, ReadingWritesNothing)
 {
     CUIAgentReq::Instance();
     EXPECT_TRUE(QDir(m_root.path()).isEmpty());
-}
-
-TEST_F(EndpointSettings, TheRequestObjectInitialisesTheClientOnce)
-{
-    CUIAgentReq::Instance();
-    EXPECT_THAT(RecordingTransport::Instance().vecCalls,
-                ::testing::ElementsAre("CHttpClientInit", "CHttpClientSetResponseCallBack"));
-}
-
-TEST_F(EndpointSettings, SixWaitRecordsStartWithTheirInitialValues)
-{
-    const AgentRequestProbe request;
-    EXPECT_EQ(request.m_mapSyncWait.keys(), (QList<int>{3109, 3110, 3112, 3113, 3114, 3115}));
-    for (const SyncWait* const pWait : request.m_mapSyncWait) {
-        EXPECT_EQ(pWait->loop.parent(), nullptr);
-        EXPECT_FALSE(pWait->loop.isRunning());
-        EXPECT_FALSE(pWait->bSucc);
-        EXPECT_TRUE(pWait->strResult.isEmpty());
-        EXPECT_TRUE(pWait->strReason.isEmpty());
-        EXPECT_FALSE(pWait->bFlag);
-        EXPECT_EQ(pWait->nCode, 404);
-        EXPECT_TRUE(pWait->strMessage.isEmpty());
-    }
-}
-
-TEST_F(EndpointSettings, TheServerIsJoinedWithoutAnyCheck)
-{
-    AgentRequestProbe request;
-    EXPECT_EQ(request.JointServerInfo("srv", 8080), "http://srv:8080/");
-    EXPECT_EQ(request.JointServerInfo("", 0), "http://:0/");
-    EXPECT_EQ(request.JointServerInfo("a b", -1), "http://a b:-1/");
-}
-
-TEST_F(EndpointSettings, TheInstanceIsOneForAllThreads)
-{
-    std::vector<CUIAgentReq*> vecSeen(4);
-    std::vector<std::thread> vecThreads;
-    for (CUIAgentReq*& pSeen : vecSeen) {
-        vecThreads.emplace_back([&pSeen] { pSeen = CUIAgentReq::Instance(); });
-    }
-    for (std::thread& thread : vecThreads) {
-        thread.join();
-    }
-    EXPECT_EQ(std::set<CUIAgentReq*>(vecSeen.begin(), vecSeen.end()).size(), 1U);
 }
 
 } // namespace

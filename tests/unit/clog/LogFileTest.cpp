@@ -1,3 +1,4 @@
+#include "ContainsPattern.h"
 #include "LogFolder.h"
 #include "platform/clog/clog.h"
 
@@ -104,6 +105,9 @@ TEST(LogFile, KeepsNothingAsideWhenNothingIsWanted)
 
 TEST(LogFile, ComesBackAfterItWasRemoved)
 {
+#if defined(_WIN32)
+    GTEST_SKIP() << "Windows lets nobody remove a file that is open";
+#endif
     const LogFolder folder;
     Log_Write(1, "Removed", 1, "before");
     std::filesystem::remove_all(folder.Path());
@@ -163,10 +167,12 @@ void PutFolderInPlaceOfFile(const LogFolder& folder)
     std::filesystem::create_directory(folder.File());
 }
 
+#if !defined(_WIN32) // which has no device that is always full
 void FillDisk(const LogFolder& folder)
 {
     std::filesystem::create_symlink("/dev/full", folder.File());
 }
+#endif
 
 void RemoveObstacleAtLog(const LogFolder& folder)
 {
@@ -204,17 +210,21 @@ TEST_P(UnwritableLog, GetsLinesAgainOnceItIsRepairedAndSaysHowManyItMissed)
     GetParam().fnClear(folder);
     EXPECT_TRUE(WriteUntilHeard(folder));
     testing::internal::GetCapturedStderr();
-    EXPECT_THAT(folder.Lines(),
-                ElementsAre(testing::ContainsRegex("error .* Log_Write:1 lines lost: [0-9]+, ."),
-                            EndsWith("Repaired:1 again")));
+    EXPECT_THAT(folder.Lines(), ElementsAre(ContainsPattern("error .* Log_Write:1 lines lost: [0-9]+, ."),
+                                            EndsWith("Repaired:1 again")));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Obstacles, UnwritableLog,
     testing::Values(Obstacle{"AFileInPlaceOfItsFolder", PutFileInPlaceOfFolder, RemoveFile},
-                    Obstacle{"AFolderInItsPlace", PutFolderInPlaceOfFile, RemoveObstacleAtLog},
-                    Obstacle{"AFullDisk", FillDisk, RemoveObstacleAtLog}),
+                    Obstacle{"AFolderInItsPlace", PutFolderInPlaceOfFile, RemoveObstacleAtLog}),
     testing::PrintToStringParamName());
+
+#if !defined(_WIN32)
+INSTANTIATE_TEST_SUITE_P(Disk, UnwritableLog,
+                         testing::Values(Obstacle{"AFullDisk", FillDisk, RemoveObstacleAtLog}),
+                         testing::PrintToStringParamName());
+#endif
 
 TEST(LogFile, IsTriedAgainOnlyASecondAfterAFailure)
 {

@@ -1,3 +1,4 @@
+#include "HostProcess.h"
 #include "LogFolder.h"
 #include "platform/clog/clog.h"
 
@@ -14,36 +15,10 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::SizeIs;
 
-namespace
-{
-
-struct SpeaksWhenDestroyed {
-    ~SpeaksWhenDestroyed() { Log_Write(1, "Static", 1, "destroyed"); }
-};
-
-/// Ends the process with a static object and an atexit handler that were there before the log, and so end
-/// after whatever the log itself could have left to be done at the end.
-[[noreturn]] void LeaveSpeaking()
-{
-    static const SpeaksWhenDestroyed speaker;
-    std::atexit([] { Log_Write(1, "AtExit", 1, "called"); });
-    Log_Write(1, "Main", 1, "leaving");
-    std::exit(0);
-}
-
-/// The same, but the log is first used when the process is already ending.
-[[noreturn]] void LeaveSpeakingForTheFirstTime()
-{
-    static const SpeaksWhenDestroyed speaker;
-    std::exit(0);
-}
-
-} // namespace
-
 TEST(LogLifetime, ReachesBeyondStaticDestructorsAndAtexitHandlers)
 {
     const LogFolder folder;
-    EXPECT_EXIT(LeaveSpeaking(), testing::ExitedWithCode(0), "^$");
+    EXPECT_EQ(Watch(SPEAKING_HOST, {"leaving"}).nStatus, 0);
     EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("Main:1 leaving"), EndsWith("AtExit:1 called"),
                                             EndsWith("Static:1 destroyed")));
 }
@@ -51,20 +26,15 @@ TEST(LogLifetime, ReachesBeyondStaticDestructorsAndAtexitHandlers)
 TEST(LogLifetime, MayBeginInAStaticDestructor)
 {
     const LogFolder folder;
-    EXPECT_EXIT(LeaveSpeakingForTheFirstTime(), testing::ExitedWithCode(0), "^$");
+    EXPECT_EQ(Watch(SPEAKING_HOST, {"leaving-in-silence"}).nStatus, 0);
     EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("Static:1 destroyed")));
 }
 
 TEST(LogLifetime, ALineIsInTheFileWhenTheCallReturns)
 {
     const LogFolder folder;
-    EXPECT_EXIT(
-        {
-            Log_Write(1, "Killed", 1, "last words");
-            std::quick_exit(0);
-        },
-        testing::ExitedWithCode(0), "");
-    EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("Killed:1 last words")));
+    EXPECT_EQ(Watch(SPEAKING_HOST, {"breaking-off"}).nStatus, 0);
+    EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("Main:1 last words")));
 }
 
 TEST(LogLifetime, IsNoConcernOfAHostThatUsesSpdlogItself)

@@ -1,3 +1,4 @@
+#include "ContainsPattern.h"
 #include "LogFolder.h"
 #include "platform/clog/clog.h"
 
@@ -16,10 +17,10 @@ TEST(LogLine, HoldsTimeLevelThreadPlaceAndText)
     const LogFolder folder;
     Log_Write(1, "VelCSDK::CDataResponse::CHttpCallBack", 59, "proctol:%s http-error:%d", "/vomd/x", -7);
     EXPECT_THAT(folder.Lines(),
-                ElementsAre(MatchesRegex(
-                    "20[0-9][0-9]-[01][0-9]-[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{3} "
+                ElementsAre(ContainsPattern(
+                    "^20[0-9][0-9]-[01][0-9]-[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{3} "
                     "[+-][0-9][0-9]:[0-9][0-9] error \\[[0-9]+\\] "
-                    "VelCSDK::CDataResponse::CHttpCallBack:59 proctol:/vomd/x http-error:-7")));
+                    "VelCSDK::CDataResponse::CHttpCallBack:59 proctol:/vomd/x http-error:-7$")));
 }
 
 TEST(LogLine, NamesTheLevel)

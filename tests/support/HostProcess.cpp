@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr std::chrono::seconds PATIENCE{30};
+constexpr std::chrono::seconds PATIENCE{120};
 
 /// Everything that comes through the pipe until its other end closes.
 /// @return whether it closed in time

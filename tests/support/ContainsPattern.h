@@ -1,0 +1,12 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <regex>
+#include <string>
+
+/// A text in which a regular expression finds something. GoogleTest's own know no brackets on Windows.
+MATCHER_P(ContainsPattern, strPattern, "")
+{
+    return std::regex_search(arg, std::regex(std::string(strPattern)));
+}
