@@ -9,10 +9,17 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+if(WIN32)
+  set(CMAKE_SHARED_LIBRARY_PREFIX "") # a DLL is called what its target is called
+endif()
 
 add_library(kts_options INTERFACE)
 target_compile_options(kts_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 target_include_directories(kts_options INTERFACE ${PROJECT_SOURCE_DIR})
+if(WIN32)
+  # Windows 7 and later, headers without what nobody here needs, and with names that are no macros.
+  target_compile_definitions(kts_options INTERFACE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE)
+endif()
 
 if(KTS_SANITIZE)
   # Everything in the build carries the sanitizers, what CMake finds as a package does not.
@@ -20,7 +27,8 @@ if(KTS_SANITIZE)
   add_link_options(-fsanitize=${KTS_SANITIZE})
 endif()
 
-# Exports from a shared library what its list in cmake/exports names, and nothing else.
+# Exports from a shared library what its list in cmake/exports names, and nothing else. On Windows there is no need:
+# what a header does not mark as exported is not.
 function(kts_export_only target list)
   set(map ${PROJECT_SOURCE_DIR}/cmake/exports/${list}.map)
   target_link_options(${target} PRIVATE $<$<PLATFORM_ID:Linux>:-Wl,--version-script=${map}>)

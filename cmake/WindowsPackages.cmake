@@ -1,0 +1,31 @@
+# The packages that KTS_WINDOWS_PREFIX has as plain headers and libraries, under the names that they have on Linux.
+
+add_library(spdlog::spdlog INTERFACE IMPORTED)
+target_include_directories(spdlog::spdlog INTERFACE ${KTS_WINDOWS_PREFIX}/include)
+# Wide file names: a user's folder may be called anything.
+target_compile_definitions(spdlog::spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY SPDLOG_WCHAR_FILENAMES)
+
+add_library(CLI11::CLI11 INTERFACE IMPORTED)
+target_include_directories(CLI11::CLI11 INTERFACE ${KTS_WINDOWS_PREFIX}/include)
+
+add_library(PkgConfig::httplib INTERFACE IMPORTED)
+target_include_directories(PkgConfig::httplib INTERFACE ${KTS_WINDOWS_PREFIX}/include)
+target_link_libraries(PkgConfig::httplib INTERFACE ws2_32)
+
+set(RAPIDJSON_INCLUDE_DIRS ${KTS_WINDOWS_PREFIX}/include)
+
+# What the programs of this tree need beside them, whole: the build copies it next to them, packages take it along.
+execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libstdc++-6.dll
+  OUTPUT_VARIABLE compiler_runtime OUTPUT_STRIP_TRAILING_WHITESPACE)
+get_filename_component(compiler_runtime ${compiler_runtime} DIRECTORY)
+set(KTS_WINDOWS_RUNTIME
+  ${compiler_runtime}/libstdc++-6.dll
+  ${compiler_runtime}/libgcc_s_seh-1.dll
+  /usr/x86_64-w64-mingw32/lib/libwinpthread-1.dll
+  ${KTS_WINDOWS_PREFIX}/bin/Qt5Core.dll
+  ${KTS_WINDOWS_PREFIX}/bin/Qt5Network.dll
+  ${KTS_WINDOWS_PREFIX}/bin/libcurl.dll
+  ${KTS_WINDOWS_PREFIX}/bin/libjsoncpp.dll
+)
+# Qt's test library is for the tests alone, and no part of a package.
+file(COPY ${KTS_WINDOWS_RUNTIME} ${KTS_WINDOWS_PREFIX}/bin/Qt5Test.dll DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})

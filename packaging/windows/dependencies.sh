@@ -1,0 +1,148 @@
+#!/usr/bin/env bash
+# Cross-builds for Windows what the library and the lab server stand on: Qt, libcurl, jsoncpp and SQLite from
+# Debian's sources, googletest, and the header-only libraries. Everything goes into one folder of the cache, which
+# is named after the versions and options that made it and is used again by every later call. Prints that folder;
+# all else goes to stderr.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+
+# The same versions that the native build uses: a -dev package here names the source to fetch.
+fromSource=(qtbase5-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libcpp-httplib-dev)
+fromHeaders=(rapidjson-dev libspdlog-dev libfmt-dev libcli11-dev googletest)
+toolchain=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev)
+
+# TLS is Windows' own in both HTTP roads; zlib is linked into libcurl, which unpacks replies with it. Debian's
+# tarball of Qt lacks what -sql-* and -accessibility would need.
+qtOptions=(-opensource -confirm-license -xplatform win32-g++ -device-option CROSS_COMPILE=x86_64-w64-mingw32-
+  -shared -release -no-gui -no-widgets -no-opengl -no-dbus -no-feature-sql -no-icu -no-openssl -schannel
+  -qt-zlib -qt-pcre -qt-doubleconversion -nomake examples -nomake tests)
+curlOptions=(-DBUILD_SHARED_LIBS=ON -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DENABLE_MANUAL=OFF -DHTTP_ONLY=ON
+  -DCURL_USE_SCHANNEL=ON -DENABLE_UNICODE=ON -DCURL_ZLIB=ON -DZLIB_LIBRARY=/usr/x86_64-w64-mingw32/lib/libz.a
+  -DCURL_USE_LIBSSH2=OFF -DUSE_LIBIDN2=OFF -DCURL_CA_BUNDLE=none -DCURL_CA_PATH=none)
+jsoncppOptions=(-DJSONCPP_WITH_TESTS=OFF -DJSONCPP_WITH_POST_BUILD_UNITTEST=OFF
+  -DBUILD_SHARED_LIBS=ON -DBUILD_STATIC_LIBS=OFF -DBUILD_OBJECT_LIBS=OFF)
+googletestOptions=(-DBUILD_GMOCK=ON)
+sqliteOptions=(-O2 -DSQLITE_OMIT_LOAD_EXTENSION)
+
+source_version() { dpkg-query -W -f='${source:Package}=${source:Version}\n' "$@"; }
+
+key() {
+  { source_version "${fromSource[@]}" "${fromHeaders[@]}" "${toolchain[@]}"
+    printf '%s\n' "${qtOptions[@]}" "${curlOptions[@]}" "${jsoncppOptions[@]}" "${googletestOptions[@]}" \
+      "${sqliteOptions[@]}"
+  } | sha256sum | cut -c1-16
+}
+
+prefix=${KTS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ktshttpagent}/windows-$(key)
+work=$prefix.work
+jobs=${KTS_JOBS:-$(nproc)}
+
+say() { printf -- '-- windows dependencies: %s\n' "$*" >&2; }
+
+# Runs a command with its output in a log that is shown only when the command fails.
+logged() {
+  local log=$work/$1.log
+  shift
+  "$@" >"$log" 2>&1 || { tail -40 "$log" >&2; say "failed: $* (whole log: $log)"; exit 1; }
+}
+
+# apt-get with source lists of its own, so that the machine's stay as they are and no root is needed.
+apt_source() {
+  apt-get -o Dir::Etc::SourceList="$work/apt/sources.list" -o Dir::Etc::SourceParts=/dev/null \
+    -o Dir::State::Lists="$work/apt/lists" -o Dir::Cache="$work/apt" -o APT::Sandbox::User= "$@"
+}
+
+fetch_sources() {
+  mkdir -p "$work/apt/lists/partial" "$work/apt/archives/partial" "$work/src"
+  apt-get indextargets --format 'deb-src $(REPO_URI) $(RELEASE) $(COMPONENT)|$(ORIGIN)' 'Created-By: Packages' |
+    sed -n 's/|Debian$//p' | sort -u >"$work/apt/sources.list"
+  logged apt-update apt_source update
+  local -a wanted
+  mapfile -t wanted < <(source_version "${fromSource[@]}")
+  (cd "$work/src" && logged apt-source apt_source source --download-only "${wanted[@]}")
+  unpack qtbase-opensource-src qtbase
+  unpack curl curl
+  unpack libjsoncpp jsoncpp
+  unpack sqlite3 sqlite
+  unpack cpp-httplib httplib
+  # MinGW's import libraries have lower-case names, and this file system cares.
+  sed -i -e 's/-lSecur32/-lsecur32/' -e 's/"-lCrypt32"/"-lcrypt32"/' "$work/src/qtbase/src/network/ssl/ssl.pri"
+}
+
+unpack() {
+  rm -rf "${work:?}/src/$2"
+  logged "unpack-$2" dpkg-source --no-check -x "$work/src/$1"_*.dsc "$work/src/$2"
+}
+
+build_qt() {
+  rm -rf "$work/build/qt"
+  mkdir -p "$work/build/qt"
+  cd "$work/build/qt"
+  logged qt-configure "$work/src/qtbase/configure" -prefix "$prefix" "${qtOptions[@]}"
+  logged qt-make make -j"$jobs"
+  logged qt-install make install
+  cd "$here"
+}
+
+# cross_cmake NAME SOURCE OPTIONS...
+cross_cmake() {
+  local name=$1 source=$2
+  shift 2
+  rm -rf "$work/build/$name"
+  logged "$name-configure" cmake -G Ninja -S "$source" -B "$work/build/$name" \
+    -DCMAKE_TOOLCHAIN_FILE="$here/../../cmake/mingw-w64.cmake" -DKTS_WINDOWS_PREFIX="$prefix" \
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" "$@"
+  logged "$name-build" ninja -C "$work/build/$name" -j"$jobs" install
+}
+
+build_jsoncpp() { cross_cmake jsoncpp "$work/src/jsoncpp" "${jsoncppOptions[@]}"; }
+build_curl() { cross_cmake curl "$work/src/curl" "${curlOptions[@]}"; }
+build_googletest() { cross_cmake googletest /usr/src/googletest "${googletestOptions[@]}"; }
+
+# A static library: nothing but the lab server uses it.
+build_sqlite() {
+  rm -rf "$work/build/sqlite"
+  mkdir -p "$work/build/sqlite" "$prefix/include" "$prefix/lib"
+  cd "$work/build/sqlite"
+  logged sqlite-configure "$work/src/sqlite/configure" --disable-tcl --disable-readline
+  logged sqlite-amalgamation make sqlite3.c
+  logged sqlite-build x86_64-w64-mingw32-gcc-posix "${sqliteOptions[@]}" -c sqlite3.c -o sqlite3.o
+  x86_64-w64-mingw32-ar rcs "$prefix/lib/libsqlite3.a" sqlite3.o
+  cp sqlite3.h "$prefix/include/"
+  cd "$here"
+}
+
+# Copied, because a cross compiler that may look into /usr/include finds the native system's headers there too.
+copy_headers() {
+  local name
+  mkdir -p "$prefix/include"
+  for name in rapidjson spdlog fmt CLI; do
+    cp -rL "/usr/include/$name" "$prefix/include/"
+  done
+  cp "$work/src/httplib/httplib.h" "$prefix/include/" # whole; the one that Debian installs wants a library
+}
+
+# Each step leaves a mark, so that a build that was cut short goes on where it stopped.
+step() {
+  [ ! -e "$work/done/$1" ] || return 0
+  say "$1"
+  "$1"
+  mkdir -p "$work/done"
+  touch "$work/done/$1"
+}
+
+if [ ! -e "$prefix/complete" ]; then
+  mkdir -p "$work"
+  exec 9>"$work/lock"
+  flock 9
+fi
+if [ ! -e "$prefix/complete" ]; then
+  say "building into $prefix"
+  for name in fetch_sources build_qt build_jsoncpp build_curl build_googletest build_sqlite copy_headers; do
+    step "$name"
+  done
+  source_version "${fromSource[@]}" "${fromHeaders[@]}" "${toolchain[@]}" >"$prefix/versions"
+  touch "$prefix/complete"
+  rm -rf "$work"
+fi
+printf '%s\n' "$prefix"

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine, in the prefix that WINEPREFIX names, by default one beside the build.
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+export WINEPREFIX=${WINEPREFIX:-$here/../../build/windows-mingw/wine} WINEARCH=win64
+export WINEDEBUG=${WINEDEBUG:--all}          # WINEDEBUG=+loaddll tells which DLL is missing
+export WINEDLLOVERRIDES="mscoree,mshtml="    # no questions about add-ons
+export LC_ALL=C.UTF-8                        # or names of files beyond ASCII are not seen
+export WINEQT_FORCE_STDERR_LOGGING=1         # Wine hands over no QT_ variables but in this way
+exec nice -n "${KTS_NICE:-0}" /usr/lib/wine/wine64 "$@"

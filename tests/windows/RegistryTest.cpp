@@ -1,0 +1,143 @@
+// The endpoint paths that a site's registry gives, written by the system's own tool.
+
+#include "Registry.h"
+
+#include "CUIAgentReq.h"
+#include "IVelClientSDk.h"
+#include "RecordingLog.h"
+#include "RequestCatalogue.h"
+#include "SettingRows.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace
+{
+
+/// A registry without settings. The tests come one at a time, each in a process of its own.
+class Registry : public ::testing::Test
+{
+protected:
+    Registry()
+    {
+        EXPECT_TRUE(RunReg({"add", ROOT, "/f"})); // there may be none to delete
+        EXPECT_TRUE(RunReg({"delete", ROOT, "/f"}));
+    }
+    ~Registry() override { EXPECT_TRUE(RunReg({"delete", ROOT, "/f"})); }
+    Registry(const Registry&) = delete;
+    Registry& operator=(const Registry&) = delete;
+
+    /// @param szType  as the tool names the types of values
+    static void Write(const QString& strProfile, const QString& strName, const QString& strData,
+                      const char* szType = "REG_SZ")
+    {
+        QString strKey = strProfile;
+        ASSERT_TRUE(
+            RunReg({"add", strKey.replace('/', '\\'), "/v", strName, "/t", szType, "/d", strData, "/f"}));
+    }
+
+    static std::string PathOf(int nType)
+    {
+        CUIAgentReq::Instance();
+        return VelCSDK::SDKFactory::GetInstance()->GetUrl(nType);
+    }
+
+    static std::string BuiltIn(int nType) { return VelCSDK::DefaultEndpointPath(nType); }
+
+    static constexpr const char* ROOT = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL";
+};
+
+TEST_F(Registry, WithoutAnyValueEveryRequestUsesItsBuiltInPath)
+{
+    Write("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL", "Unrelated", "x");
+    for (int nType = 3100; nType <= 3115; ++nType) {
+        EXPECT_EQ(PathOf(nType), BuiltIn(nType));
+        EXPECT_EQ(CUIAgentReq::Instance()->EndpointOrigin(nType), "built in");
+    }
+    EXPECT_THAT(RecordedLog(), ::testing::IsEmpty());
+}
+
+class RegistryRow : public Registry, public ::testing::WithParamInterface<SettingRow>
+{
+};
+
+TEST_P(RegistryRow, ChangesThePathOfItsOwnRequestAlone)
+{
+    Write(GetParam().szProfile, GetParam().szName, "a site's own/path");
+    for (int nType = 3100; nType <= 3115; ++nType) {
+        const bool bOwn = nType == GetParam().nType;
+        EXPECT_EQ(PathOf(nType), bOwn ? "a site's own/path" : BuiltIn(nType)) << nType;
+        EXPECT_EQ(CUIAgentReq::Instance()->EndpointOrigin(nType) == "built in", !bOwn) << nType;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(EachRow, RegistryRow, ::testing::ValuesIn(ROWS),
+                         [](const auto& row) { return row.param.szName + std::to_string(row.param.nType); });
+
+TEST_F(Registry, AllFourProfilesAreReadTogether)
+{
+    for (const SettingRow& row : ROWS) {
+        Write(row.szProfile, row.szName, "site/" + QString::number(row.nType));
+    }
+    EXPECT_EQ(PathOf(3100), BuiltIn(3100));
+    for (int nType = 3101; nType <= 3115; ++nType) {
+        EXPECT_EQ(PathOf(nType), "site/" + std::to_string(nType));
+    }
+}
+
+TEST_F(Registry, TheValueOfTwoProfilesGivesTwoPaths)
+{
+    Write(PLIX, "HttpUrlPostReportStepData", "of plix");
+    Write(ORN, "HttpUrlPostReportStepData", "of orn");
+    EXPECT_EQ(PathOf(3114), "of plix");
+    EXPECT_EQ(PathOf(3115), "of orn");
+    EXPECT_EQ(CUIAgentReq::Instance()->EndpointOrigin(3115),
+              "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\ORN\\NETCFG HttpUrlPostReportStepData");
+}
+
+TEST_F(Registry, AValueBelowANetcfgKeyOfThePluginProfileIsNotSeen)
+{
+    Write(QString(PLUGIN) + "/NETCFG", "HttpUrlGetSyxm", "unseen");
+    Write("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/NETCFG", "HttpUrlGetSyxm", "unseen");
+    EXPECT_EQ(PathOf(3103), BuiltIn(3103));
+}
+
+/// A value that is not a plain text, and the path that it gives; null for the built-in one.
+struct OtherValue {
+    const char* szType;
+    const char* szData;
+    const char* szPath;
+};
+
+class RegistryValue : public Registry, public ::testing::WithParamInterface<OtherValue>
+{
+};
+
+TEST_P(RegistryValue, IsTakenAsText)
+{
+    Write(PLUGIN, "HttpUrlGetSyxm", GetParam().szData, GetParam().szType);
+    EXPECT_EQ(PathOf(3103), GetParam().szPath == nullptr ? BuiltIn(3103) : GetParam().szPath);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfType, RegistryValue,
+                         ::testing::Values(OtherValue{"REG_DWORD", "42", "42"},
+                                           OtherValue{"REG_EXPAND_SZ", "%NOVARIABLE%/x", "%NOVARIABLE%/x"},
+                                           OtherValue{"REG_MULTI_SZ", "one", "one"},
+                                           OtherValue{"REG_MULTI_SZ", "one\\0two", nullptr},
+                                           OtherValue{"REG_SZ", "", nullptr}));
+
+TEST_F(Registry, AValueIsTakenAsItStandsWithSpacesSlashesAndChinese)
+{
+    Write(PLUGIN, "HttpUrlGetSyxm", QString::fromUtf8("  /试验/x "));
+    EXPECT_EQ(PathOf(3103), "  /试验/x ");
+}
+
+TEST_F(Registry, IsReadOnceAtConstruction)
+{
+    Write(PLUGIN, "HttpUrlGetSyxm", "first");
+    EXPECT_EQ(PathOf(3103), "first");
+    Write(PLUGIN, "HttpUrlGetSyxm", "second");
+    EXPECT_EQ(PathOf(3103), "first");
+}
+
+} // namespace
