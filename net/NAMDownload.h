@@ -12,7 +12,9 @@ class QNetworkReply;
 /// Downloads one file and then deletes itself. Make it with `new`, connect, and call `Start` once.
 ///
 /// The file grows under a temporary name beside its target and takes the target's name when it is complete,
-/// so the target is there whole or not at all. A target that exists already is left as it is.
+/// so the target is there whole or not at all. A target that exists already is left as it is. What "whole"
+/// means the server must say: of a file whose length it does not tell (a chunked reply), Qt may take a
+/// connection that breaks for the end.
 ///
 /// Threads: everything happens on the thread that owns it, whose event loop must run.
 class NAMDownload : public QNetworkAccessManager
@@ -43,6 +45,8 @@ private Q_SLOTS:
     void slot_NReply_downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
 
 private:
+    void CheckLength();
+
     QPointer<QNetworkReply> m_pReply; ///< a child of this object; deletes itself after its end
     std::unique_ptr<QFile> m_pFile;   ///< open while the download is under way
     QString m_strTarget;

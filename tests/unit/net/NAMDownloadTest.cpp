@@ -5,28 +5,74 @@
 
 #include <QDir>
 #include <QFile>
+#include <QNetworkReply>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <utility>
 
 namespace
 {
 
 constexpr int ENOUGH_MS = 30'000;
 
+/// A reply as Qt's own is now and then when its connection breaks: it ends short of its length, and in order.
+class CutOffReply : public QNetworkReply
+{
+public:
+    explicit CutOffReply(QByteArray baContent) : m_baContent(std::move(baContent))
+    {
+        setHeader(QNetworkRequest::ContentLengthHeader, m_baContent.size() + 1);
+        open(QIODevice::ReadOnly);
+        QTimer::singleShot(0, this, [this] {
+            Q_EMIT readyRead();
+            setFinished(true);
+            Q_EMIT finished();
+        });
+    }
+    void abort() override {}
+
+protected:
+    qint64 readData(char* pData, qint64 nMaxSize) override
+    {
+        const QByteArray baRead = m_baContent.left(static_cast<int>(nMaxSize));
+        m_baContent.remove(0, baRead.size());
+        std::copy(baRead.begin(), baRead.end(), pData);
+        return baRead.size();
+    }
+
+private:
+    QByteArray m_baContent;
+};
+
+class CutOffDownload : public NAMDownload
+{
+public:
+    using NAMDownload::NAMDownload;
+
+protected:
+    QNetworkReply* createRequest(Operation /*eOperation*/, const QNetworkRequest& /*request*/,
+                                 QIODevice* /*pBody*/) override
+    {
+        return new CutOffReply("half of");
+    }
+};
+
 class Download : public ::testing::Test
 {
 protected:
     /// Runs one download to its end.
     /// @return whether it reported success
-    bool Run(const QString& strUrl)
+    bool Run(const QString& strUrl, NAMDownload* pDownload = new NAMDownload(nullptr))
     {
-        auto* const pDownload = new NAMDownload(nullptr);
         const QPointer<NAMDownload> pWatched(pDownload);
         const QSignalSpy finished(pDownload, &NAMDownload::signal_NReply_finished);
         const QSignalSpy progress(pDownload, &NAMDownload::signal_NReply_downloadProgress);
@@ -72,6 +118,20 @@ TEST_F(Download, LeavesNothingBehindWhenItIsInterrupted)
                    RunsUnderWine() ? ServerStep::Ending::Close : ServerStep::Ending::Reset});
     EXPECT_FALSE(Run(QString::fromStdString(server.Url("/file"))));
     EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
+}
+
+TEST_F(Download, LeavesNothingBehindWhenQtMissesTheInterruption)
+{
+    EXPECT_FALSE(Run("http://127.0.0.1/file", new CutOffDownload(nullptr)));
+    EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
+}
+
+TEST_F(Download, AsksForTheFileAsItIs)
+{
+    const ScriptedServer server(ServerStep{HttpReply(200, "content")});
+    EXPECT_TRUE(Run(QString::fromStdString(server.Url("/file"))));
+    EXPECT_THAT(server.Requests().at(0).Header("Accept-Encoding"),
+                ::testing::ElementsAre("Accept-Encoding: identity"));
 }
 
 TEST_F(Download, LeavesNothingBehindWhenTheServerSaysNo)
