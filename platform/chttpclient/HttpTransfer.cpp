@@ -55,7 +55,6 @@ CHttpTransfer* CHttpTransfer::Of(CURL* pEasy)
 CURLcode CHttpTransfer::Begin(ExchangeList exchange)
 {
     m_exchange = std::move(exchange);
-    m_nSent = 0;
     m_nHeaderBytes = 0;
     m_bHeaderComplete = false;
     m_eRefused = CURLE_OK;
@@ -93,6 +92,8 @@ void CHttpTransfer::SetUp()
 void CHttpTransfer::SetConstantOptions()
 {
     Set(CURLOPT_PRIVATE, static_cast<void*>(this));
+    Set(CURLOPT_PREREQFUNCTION, &CHttpTransfer::OnConnected);
+    Set(CURLOPT_PREREQDATA, static_cast<void*>(this));
     Set(CURLOPT_READFUNCTION, &CHttpTransfer::OnSend);
     Set(CURLOPT_READDATA, static_cast<void*>(this));
     Set(CURLOPT_WRITEFUNCTION, &CHttpTransfer::OnBody);
@@ -106,7 +107,7 @@ void CHttpTransfer::SetConstantOptions()
     Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     // What Qt's road asks for too; libcurl writes every name more into each request, at a cost.
     Set(CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
-    Set(CURLOPT_PATH_AS_IS, 1L);      // the path is the server's business, "/../" included
+    Set(CURLOPT_PATH_AS_IS, 1L); // the path is the server's business, "/../" included
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2)); // and newer
     Set(CURLOPT_QUICK_EXIT, 1L); // a slow name resolution holds nobody up
@@ -163,7 +164,8 @@ void CHttpTransfer::SetHeaders()
 
 /// libcurl sends a request again when the kept connection that it went out on dies without a reply. A body
 /// that comes through a callback which can't go back keeps it from that once any of it is sent: the server
-/// may have seen a report, and must not get it twice. A report without a body has a new connection to itself.
+/// may have seen a report, and must not get it twice. One of which no more than the head went out does go
+/// again. A report without a body has a new connection to itself.
 void CHttpTransfer::SetMethod()
 {
     const SHttpExchange& request = Request();
@@ -208,6 +210,15 @@ int CHttpTransfer::HttpError(CURLcode eResult) const
         return -static_cast<int>(CURLE_WEIRD_SERVER_REPLY);
     }
     return nStatus >= 200 && nStatus <= 299 ? 0 : static_cast<int>(nStatus);
+}
+
+/// The request is about to go out. It may be for the second time, when libcurl has taken some of the body
+/// already but could send none of it.
+int CHttpTransfer::OnConnected(void* pSelf, char* /*szPeer*/, char* /*szOwn*/, int /*nPeerPort*/,
+                               int /*nOwnPort*/)
+{
+    static_cast<CHttpTransfer*>(pSelf)->m_nSent = 0;
+    return CURL_PREREQFUNC_OK;
 }
 
 std::size_t CHttpTransfer::OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf)

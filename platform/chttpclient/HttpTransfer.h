@@ -55,6 +55,7 @@ private:
     void NoteHeaderLine(std::string_view strLine);
     int HttpError(CURLcode eResult) const;
 
+    static int OnConnected(void* pSelf, char* szPeer, char* szOwn, int nPeerPort, int nOwnPort);
     static std::size_t OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf);
     static std::size_t OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf);
     static std::size_t OnHeader(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf);

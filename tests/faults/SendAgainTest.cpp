@@ -68,7 +68,7 @@ TEST_P(TransportSendAgain, IsNotDoneToAReportThatTheServerMayHaveSeen)
     const ScriptedServer server({Ok(), Gone(GetParam().ending), Ok()}, GetParam().answers);
     SendTwo(server, true);
     ASSERT_THAT(m_replies.Errors(), SizeIs(2));
-    if (GetParam().answers == ScriptedServer::Answers::Heads) { // seen while sending, or while receiving
+    if (GetParam().answers == ScriptedServer::Answers::Beginnings) { // seen while sending, or while receiving
         EXPECT_THAT(m_replies.Errors().back(), AnyOf(-55, -65));
     } else {
         EXPECT_EQ(m_replies.Errors().back(), -65);
@@ -95,9 +95,9 @@ INSTANTIATE_TEST_SUITE_P(
                         20 * MEGABYTE},
         DyingConnection{"BrokenAfterALargeRequest", ScriptedServer::Answers::Requests, Ending::Reset,
                         20 * MEGABYTE},
-        DyingConnection{"ClosedInALargeRequest", ScriptedServer::Answers::Heads, Ending::Close,
+        DyingConnection{"ClosedInALargeRequest", ScriptedServer::Answers::Beginnings, Ending::Close,
                         20 * MEGABYTE},
-        DyingConnection{"BrokenInALargeRequest", ScriptedServer::Answers::Heads, Ending::Reset,
+        DyingConnection{"BrokenInALargeRequest", ScriptedServer::Answers::Beginnings, Ending::Reset,
                         20 * MEGABYTE}),
     testing::PrintToStringParamName());
 

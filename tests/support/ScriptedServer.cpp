@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <sstream>
 #include <system_error>
@@ -108,9 +109,10 @@ std::size_t ContentLength(const WireRequest& request)
     return std::strtoul(vecLines[0].c_str() + vecLines[0].find(':') + 1, nullptr, 10);
 }
 
-/// Takes the next request off the connection, with or without its body; what follows stays in the buffer.
-/// @return false when the connection ends before the request does
-bool ReadRequest(const Talk& talk, std::string& strBuffer, WireRequest& request, bool bWithBody)
+/// Takes the next request off the connection, with so many bytes of its body at most; what follows stays in
+/// the buffer.
+/// @return false when the connection ends before that
+bool ReadRequest(const Talk& talk, std::string& strBuffer, WireRequest& request, std::size_t nMaxBody)
 {
     static const std::string HEAD_END = "\r\n\r\n";
     std::size_t nHeadEnd = 0;
@@ -120,7 +122,7 @@ bool ReadRequest(const Talk& talk, std::string& strBuffer, WireRequest& request,
         }
     }
     request.strHead = strBuffer.substr(0, nHeadEnd + HEAD_END.size());
-    const std::size_t nLength = bWithBody ? ContentLength(request) : 0;
+    const std::size_t nLength = std::min(ContentLength(request), nMaxBody);
     while (strBuffer.size() < request.strHead.size() + nLength) {
         if (!talk.Receive(strBuffer)) {
             return false;
@@ -287,7 +289,8 @@ void ScriptedServer::ServeRequests(Socket nSocket, std::size_t nConnection)
     std::string strBuffer;
     WireRequest request;
     request.nConnection = nConnection;
-    while (ReadRequest(talk, strBuffer, request, m_answers == Answers::Requests)) {
+    const std::size_t nMaxBody = m_answers == Answers::Requests ? std::numeric_limits<std::size_t>::max() : 1;
+    while (ReadRequest(talk, strBuffer, request, nMaxBody)) {
         Record(request);
         if (!Perform(nSocket, m_fnScript(request))) {
             return;

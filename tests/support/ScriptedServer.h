@@ -53,9 +53,9 @@ std::string HttpReply(int nStatus, const std::string& strBody, const std::string
 class ScriptedServer
 {
 public:
-    /// When a request is answered: once it is read whole, or as soon as its head is there. A server of the
-    /// second kind reads no body, and should end the connection of a request that has one.
-    enum class Answers { Requests, Heads };
+    /// When a request is answered: once it is read whole, or as soon as its head is there and the first byte
+    /// of its body. A server of the second kind should end the connection of a request that has a body.
+    enum class Answers { Requests, Beginnings };
 
     /// Chooses the step for a request. Called on the connection's thread; it may block, but must have
     /// returned before the server is destroyed.

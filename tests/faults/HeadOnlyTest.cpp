@@ -1,0 +1,83 @@
+// A kept connection that is reset when the head of a report is out and nothing of its body. The program has a
+// send() and a recv() of its own, so that it is reset just then.
+
+#include "TransportTest.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <cerrno>
+#include <string_view>
+
+#include <dlfcn.h>
+#include <sys/socket.h>
+
+using testing::Each;
+using testing::SizeIs;
+
+namespace
+{
+
+constexpr int NOT_YET = -1;
+constexpr int NO_LONGER = -2;
+
+std::atomic<int> g_nWithHead{NOT_YET}; ///< the socket that the head went out on
+std::atomic<int> g_nReset{NOT_YET};    ///< the same from the moment that it is reset until that is seen
+
+template <class Function>
+Function RealOne(const char* szName)
+{
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, szName));
+}
+
+} // namespace
+
+/// Stands before the C library's: lets the head of a POST to /second out, and finds the socket full for what
+/// follows.
+extern "C" __attribute__((visibility("default"))) ssize_t send(int nSocket, const void* pBytes,
+                                                               std::size_t nBytes, int nFlags)
+{
+    static const auto pfnReal = RealOne<decltype(&send)>("send");
+    if (nSocket == g_nWithHead && g_nReset == NOT_YET) {
+        g_nReset = nSocket;
+        ::shutdown(nSocket, SHUT_RDWR);
+        errno = EAGAIN;
+        return -1;
+    }
+    const std::string_view strBytes(static_cast<const char*>(pBytes), nBytes);
+    if (g_nWithHead == NOT_YET && strBytes.rfind("POST /second ", 0) == 0) {
+        g_nWithHead = nSocket;
+    }
+    return pfnReal(nSocket, pBytes, nBytes, nFlags);
+}
+
+extern "C" __attribute__((visibility("default"))) ssize_t recv(int nSocket, void* pBytes, std::size_t nBytes,
+                                                               int nFlags)
+{
+    static const auto pfnReal = RealOne<decltype(&recv)>("recv");
+    int nExpected = nSocket;
+    if (g_nReset.compare_exchange_strong(nExpected, NO_LONGER)) {
+        errno = ECONNRESET;
+        return -1;
+    }
+    return pfnReal(nSocket, pBytes, nBytes, nFlags);
+}
+
+TEST_F(TransportTest, AReportOfWhichOnlyTheHeadIsOutGoesOutAgainWhole)
+{
+    Set("CHTTPCLIENT_TIMEOUT_MS", 5000);
+    Start();
+    ServerStep ok;
+    ok.strReply = HttpReply(200, "{}");
+    const ScriptedServer server(ok);
+    Post(server.Url("/first"), "{}");
+    ASSERT_TRUE(m_replies.WaitFor(1));
+    const std::string strReport = "{\"cells\":\"" + std::string(100'000, 'x') + "\"}";
+    Post(server.Url("/second"), strReport);
+    RepliesAfterShutdown(2);
+    EXPECT_EQ(g_nReset, NO_LONGER);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    ASSERT_THAT(server.Requests(), SizeIs(2)) << "whole ones";
+    EXPECT_TRUE(server.Requests().at(1).strBody == strReport);
+    EXPECT_EQ(server.Accepted(), 2U);
+}
