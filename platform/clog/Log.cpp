@@ -32,11 +32,6 @@ spdlog::level::level_enum SpdlogLevel(int nLevel)
     return LEVELS.at(nLevel < 1 ? 0 : static_cast<std::size_t>(nLevel) - 1);
 }
 
-} // namespace
-
-namespace
-{
-
 /// Takes the log's lock, unless it may be a thread that is no more which holds it.
 /// @return whether the lock is ours
 bool Lock(std::unique_lock<std::mutex>& lock)
