@@ -31,14 +31,6 @@ protected:
     }
 
     const ScriptedServer m_server;
-
-private:
-    static ServerStep Ok()
-    {
-        ServerStep step;
-        step.strReply = HttpReply(200, "{}");
-        return step;
-    }
 };
 
 TEST_F(TransportCallback, ThatThrowsIsLoggedAndTheNextReplyIsDelivered)

@@ -16,14 +16,6 @@ using testing::UnorderedElementsAreArray;
 class TransportConnections : public TransportTest
 {
 protected:
-    static ServerStep Ok(ServerStep::Ending ending = ServerStep::Ending::KeepAlive)
-    {
-        ServerStep step;
-        step.strReply = HttpReply(200, "{}");
-        step.ending = ending;
-        return step;
-    }
-
     static ServerStep Broken()
     {
         ServerStep step;
@@ -124,7 +116,7 @@ TEST_F(TransportConnections, ToASilentHostHoldUpNoOther)
 TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleCostNoQuery)
 {
     Start();
-    const ScriptedServer server(Ok(ServerStep::Ending::Close));
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}"), ServerStep::Ending::Close});
     SendOneAfterTheOther(server, 50, false);
     EXPECT_THAT(m_replies.Errors(), Each(0));
     EXPECT_EQ(server.Requests().size(), 50U);
@@ -134,7 +126,7 @@ TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleNeverBringAReport
 {
     constexpr int SENT_BUT_UNANSWERED = -65;
     Start();
-    const ScriptedServer server(Ok(ServerStep::Ending::Close));
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}"), ServerStep::Ending::Close});
     SendOneAfterTheOther(server, 50, true);
     EXPECT_THAT(m_replies.Errors(), Each(::testing::AnyOf(0, SENT_BUT_UNANSWERED)));
     const auto vecErrors = m_replies.Errors();

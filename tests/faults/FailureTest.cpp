@@ -21,13 +21,6 @@ namespace
 /// More calls than any of the exchanges below makes; the sweeps end by themselves long before.
 constexpr std::size_t MANY = 5000;
 
-ServerStep Ok()
-{
-    ServerStep step;
-    step.strReply = HttpReply(200, "{}");
-    return step;
-}
-
 } // namespace
 
 class TransportFailure : public TransportTest, public testing::WithParamInterface<const char*>

@@ -67,9 +67,7 @@ TEST_F(TransportTest, AReportOfWhichOnlyTheHeadIsOutGoesOutAgainWhole)
 {
     Set("CHTTPCLIENT_TIMEOUT_MS", 5000);
     Start();
-    ServerStep ok;
-    ok.strReply = HttpReply(200, "{}");
-    const ScriptedServer server(ok);
+    const ScriptedServer server(Ok());
     Post(server.Url("/first"), "{}");
     ASSERT_TRUE(m_replies.WaitFor(1));
     const std::string strReport = "{\"cells\":\"" + std::string(100'000, 'x') + "\"}";

@@ -10,25 +10,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-namespace
-{
-
-ServerStep Ok()
-{
-    ServerStep step;
-    step.strReply = HttpReply(200, "{}");
-    return step;
-}
-
-ServerStep Silent()
-{
-    ServerStep step;
-    step.ending = ServerStep::Ending::Hold;
-    return step;
-}
-
-} // namespace
-
 /// What happens at the transport's own limits.
 class TransportLimit : public TransportTest
 {

@@ -64,13 +64,6 @@ class TransportNames : public TransportTest
 {
 protected:
     ~TransportNames() override { Resolver().Open(); }
-
-    static ServerStep Ok()
-    {
-        ServerStep step;
-        step.strReply = HttpReply(200, "{}");
-        return step;
-    }
 };
 
 TEST_F(TransportNames, ThatNobodyKnowsAreReportedOnceEach)

@@ -13,26 +13,6 @@ using namespace std::chrono_literals;
 using testing::Contains;
 using testing::ElementsAre;
 
-namespace
-{
-
-ServerStep SlowOk()
-{
-    ServerStep step;
-    step.strReply = HttpReply(200, "{}");
-    step.delay = 200ms;
-    return step;
-}
-
-ServerStep Silent()
-{
-    ServerStep step;
-    step.ending = ServerStep::Ending::Hold;
-    return step;
-}
-
-} // namespace
-
 /// A host that leaves without CHttpClientUnInit, in one of several ways.
 class LeavingHost : public testing::TestWithParam<const char*>
 {
@@ -44,7 +24,7 @@ protected:
 
 TEST_P(LeavingHost, StillGetsItsReportThroughAndTheAnswerBack)
 {
-    const ScriptedServer server(SlowOk());
+    const ScriptedServer server(Ok(200ms));
     const Departure departure = Watch(LEAVING_HOST, {server.Url("/report"), GetParam()});
     EXPECT_TRUE(departure.bInTime);
     EXPECT_EQ(departure.nStatus, 0);
@@ -58,7 +38,7 @@ TEST_P(LeavingHost, EndsInBoundedTimeWithRequestsInFlight)
 {
     ::setenv("CHTTPCLIENT_DRAIN_MS", "500", 1);
     const ScriptedServer serverSilent(Silent());
-    const ScriptedServer server(SlowOk());
+    const ScriptedServer server(Ok(200ms));
     const Departure departure =
         Watch(LEAVING_HOST, {server.Url("/report"), GetParam(), serverSilent.Url("/more")});
     EXPECT_TRUE(departure.bInTime);
@@ -75,7 +55,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, LeavingHost,
 
 TEST_F(LeavingHost, WhoseStaticDestructorSendsGetsARefusal)
 {
-    const ScriptedServer server(SlowOk());
+    const ScriptedServer server(Ok(200ms));
     const Departure departure = Watch(LEAVING_HOST, {server.Url("/report"), "SendInStaticDestructor"});
     EXPECT_THAT(departure.vecLines, ElementsAre("1 0", "3 -2"));
     EXPECT_THAT(server.Requests(), testing::SizeIs(1));
@@ -84,7 +64,7 @@ TEST_F(LeavingHost, WhoseStaticDestructorSendsGetsARefusal)
 TEST_F(LeavingHost, InTheMidstOfAHandshakeEndsInBoundedTime)
 {
     ::setenv("CHTTPCLIENT_HOST_CONNECTIONS", "1", 1); // each further handshake would read all authorities
-    const ScriptedServer server(SlowOk());
+    const ScriptedServer server(Ok(200ms));
     const ScriptedServer serverSilent(Silent());
     const std::string strSilent = "https://127.0.0.1:" + std::to_string(serverSilent.Port()) + "/more";
     const Departure departure = Watch(LEAVING_HOST, {server.Url("/report"), "Exit", strSilent});

@@ -16,18 +16,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-namespace
-{
-
-ServerStep Ok()
-{
-    ServerStep step;
-    step.strReply = HttpReply(200, "{}");
-    return step;
-}
-
-} // namespace
-
 class ProcessLimit : public TransportTest
 {
 };

@@ -24,13 +24,6 @@ using testing::Le;
 namespace
 {
 
-ServerStep Ok()
-{
-    ServerStep step;
-    step.strReply = HttpReply(200, "{}");
-    return step;
-}
-
 std::size_t Entries(const char* szFolder)
 {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(szFolder), {}));

@@ -17,13 +17,6 @@ namespace
 
 constexpr std::size_t MEGABYTE = 1'000'000;
 
-ServerStep Ok()
-{
-    ServerStep step;
-    step.strReply = HttpReply(200, "{}");
-    return step;
-}
-
 ServerStep Gone(Ending ending)
 {
     ServerStep step;

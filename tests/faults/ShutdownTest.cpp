@@ -13,21 +13,6 @@ using testing::UnorderedElementsAreArray;
 
 class TransportShutdown : public TransportTest
 {
-protected:
-    static ServerStep Silent()
-    {
-        ServerStep step;
-        step.ending = ServerStep::Ending::Hold;
-        return step;
-    }
-
-    static ServerStep Ok(std::chrono::milliseconds delay = 0ms)
-    {
-        ServerStep step;
-        step.strReply = HttpReply(200, "{}");
-        step.delay = delay;
-        return step;
-    }
 };
 
 /// The connections to one host: with 8 most requests are still queued, with 1000 all are on the network.

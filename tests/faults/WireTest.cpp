@@ -37,13 +37,6 @@ protected:
     }
 
 private:
-    static ServerStep Ok()
-    {
-        ServerStep step;
-        step.strReply = HttpReply(200, "");
-        return step;
-    }
-
     const ScriptedServer m_server;
 };
 

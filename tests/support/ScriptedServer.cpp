@@ -189,6 +189,21 @@ std::string HttpReply(int nStatus, const std::string& strBody, const std::string
            "Content-Length: " + std::to_string(strBody.size()) + "\r\n\r\n" + strBody;
 }
 
+ServerStep Ok(std::chrono::milliseconds delay)
+{
+    ServerStep step;
+    step.strReply = HttpReply(200, "{}");
+    step.delay = delay;
+    return step;
+}
+
+ServerStep Silent()
+{
+    ServerStep step;
+    step.ending = ServerStep::Ending::Hold;
+    return step;
+}
+
 ScriptedServer::ScriptedServer(Script fnScript, Answers answers)
     : m_fnScript(std::move(fnScript)), m_answers(answers)
 {

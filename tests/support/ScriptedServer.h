@@ -47,6 +47,11 @@ struct ServerStep {
 /// @return a complete reply with a Content-Length; strHeaderLines are further lines, each with its CR LF
 std::string HttpReply(int nStatus, const std::string& strBody, const std::string& strHeaderLines = "");
 
+/// Status 200 and an empty object, after that time.
+ServerStep Ok(std::chrono::milliseconds delay = std::chrono::milliseconds(0));
+/// Nothing, on a connection that stays.
+ServerStep Silent();
+
 /// A server on the loopback interface that says exactly what it is told to, right or wrong, and keeps what it
 /// hears. A thread accepts, and each connection has one of its own. All members may be called from any
 /// thread.

@@ -34,17 +34,9 @@ protected:
         return departure;
     }
 
-    static ServerStep SlowOk()
-    {
-        ServerStep step;
-        step.strReply = HttpReply(200, "{}");
-        step.delay = 200ms;
-        return step;
-    }
-
     const LogFolder m_logFolder;
-    const ScriptedServer m_server{SlowOk()};
-    const ScriptedServer m_serverSilent{ServerStep{"", ServerStep::Ending::Hold}};
+    const ScriptedServer m_server{Ok(200ms)};
+    const ScriptedServer m_serverSilent{Silent()};
 };
 
 using DrainingEnd = WindowsEnd;
