@@ -199,6 +199,7 @@ TEST_F(TransportShutdown, OfManyThreadsAtOnceBesideSendersLosesNoCallback)
 {
     constexpr std::size_t SENDERS = 4;
     constexpr std::size_t REQUESTS = 200;
+    Set("CHTTPCLIENT_DRAIN_MS", 30'000); // enough for all, however slow the machine
     Start();
     const ScriptedServer server(Ok());
     Tokens tokens(SENDERS * REQUESTS);
