@@ -22,7 +22,7 @@ answers() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
 # Debian's nginx in the temporary folder, on a free port: one that somebody else has makes nginx end at once.
 start_nginx() {
-    PATH=$PATH:/usr/sbin
+  PATH=$PATH:/usr/sbin
   for _ in {1..5}; do
     port=$((20000 + RANDOM % 10000))
     sed "s|FOLDER|$folder|; s|PORT|$port|" bench/nginx.conf.in >"$folder/nginx.conf"

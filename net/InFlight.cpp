@@ -58,10 +58,7 @@ void WatchInFlight(QNetworkAccessManager& manager)
         return;
     }
     // Windows destroys what belongs to the last thread when the others are gone, so its end must come sooner.
-    static const bool bAtEnd = [] {
-        AtProcessEnd(&EndAllOfThread);
-        return true;
-    }();
+    static const bool bAtEnd = AtProcessEnd(&EndAllOfThread);
     static_cast<void>(bAtEnd);
     t_watched.vecManagers.removeAll({}); // those that are gone
     t_watched.vecManagers.append(&manager);

@@ -46,10 +46,7 @@ void RegisterEndAtExit()
 {
     static bool bRegistered = false;
     const std::lock_guard<std::mutex> lock(g_mutexMaking);
-    if (!bRegistered) {
-        AtProcessEnd(&EndAtExit);
-        bRegistered = true;
-    }
+    bRegistered = bRegistered || AtProcessEnd(&EndAtExit);
 }
 
 #if !defined(_WIN32)

@@ -60,7 +60,7 @@ void StayLoaded()
                          reinterpret_cast<const wchar_t*>(&CallLast), &hSelf);
 }
 
-void AtProcessEnd(void (*pfnCall)())
+bool AtProcessEnd(void (*pfnCall)())
 {
     StayLoaded();
     {
@@ -69,12 +69,11 @@ void AtProcessEnd(void (*pfnCall)())
     }
     using Handler = int(__cdecl*)();
     // The runtime of MinGW's programs, and that of programs which newer compilers make.
-    if (const auto pfnOnExit = Find<Handler(__cdecl*)(Handler)>(L"msvcrt.dll", "_onexit")) {
-        pfnOnExit(&CallLast);
-    }
-    if (const auto pfnAtExit = Find<int(__cdecl*)(Handler)>(L"ucrtbase.dll", "_crt_atexit")) {
-        pfnAtExit(&CallLast);
-    }
+    const auto pfnOnExit = Find<Handler(__cdecl*)(Handler)>(L"msvcrt.dll", "_onexit");
+    const auto pfnAtExit = Find<int(__cdecl*)(Handler)>(L"ucrtbase.dll", "_crt_atexit");
+    const bool bTakenByOld = pfnOnExit != nullptr && pfnOnExit(&CallLast) != nullptr;
+    const bool bTakenByNew = pfnAtExit != nullptr && pfnAtExit(&CallLast) == 0;
+    return bTakenByOld || bTakenByNew;
 }
 
 bool ThreadsAreGone()
@@ -85,9 +84,9 @@ bool ThreadsAreGone()
 
 #else
 
-void AtProcessEnd(void (*pfnCall)())
+bool AtProcessEnd(void (*pfnCall)())
 {
-    std::atexit(pfnCall);
+    return std::atexit(pfnCall) == 0;
 }
 
 void StayLoaded() {}

@@ -7,7 +7,8 @@
 /// thread is gone already, and under a lock that a new thread would need; so the function is put up with the
 /// C runtimes of the process instead, as the program's own handlers are. A process that is ended by
 /// ExitProcess, or by a program with a C runtime linked into it, runs none of these.
-void AtProcessEnd(void (*pfnCall)());
+/// @return false when there was no memory for it; the function will not be called
+bool AtProcessEnd(void (*pfnCall)());
 
 /// Keeps this library in the process to its end, whoever unloads it. Linux: nothing, its libraries are linked
 /// that way.

@@ -102,7 +102,6 @@ std::string MachineName()
 #else
 
 CSocketsStartUp::CSocketsStartUp() : m_bUp(true) {}
-CSocketsStartUp::~CSocketsStartUp() = default;
 
 Socket OpenStreamSocket()
 {

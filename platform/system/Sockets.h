@@ -37,11 +37,18 @@ class CSocketsStartUp
 {
 public:
     CSocketsStartUp();
+#if defined(_WIN32)
     ~CSocketsStartUp();
+#else
+    ~CSocketsStartUp() = default;
+#endif
     CSocketsStartUp(const CSocketsStartUp&) = delete;
     CSocketsStartUp& operator=(const CSocketsStartUp&) = delete;
 
-    bool IsUp() const { return m_bUp; }
+    bool IsUp() const
+    {
+        return m_bUp;
+    }
 
 private:
     bool m_bUp;

@@ -1,5 +1,5 @@
-// Qt keeps type ids of ktshttpagent, and threads run in chttpclient: a host that frees the library must not take
-// away the code that they lead to.
+// Qt keeps type ids of ktshttpagent, and threads run in chttpclient: a host that frees the library must not
+// take away the code that they lead to.
 
 #include "LoadedLibrary.h"
 #include "LogFolder.h"
