@@ -30,7 +30,7 @@ std::vector<fs::path> FilesOf(const fs::path& folder)
 
 void Replay(const fs::path& path)
 {
-    std::printf("%s\n", path.filename().c_str());
+    std::printf("%s\n", path.filename().string().c_str());
     std::fflush(stdout);
     std::ifstream file(path, std::ios::binary);
     const std::vector<char> vecInput{std::istreambuf_iterator<char>(file), {}};
