@@ -1,3 +1,4 @@
 #!/usr/bin/env bash
-# Ends every program of a Wine prefix: end_prefix.sh FOLDER. There may be neither programs nor the folder.
-[ ! -d "$1" ] || WINEPREFIX=$1 /usr/lib/wine/wineserver64 -k || true
+# Ends every program of a Wine prefix, and its server: end_prefix.sh FOLDER. There may be neither, nor the folder.
+export WINEPREFIX=$1
+[ ! -d "$WINEPREFIX" ] || ! /usr/lib/wine/wineserver64 -k || timeout 60 /usr/lib/wine/wineserver64 -w

@@ -6,4 +6,6 @@ export WINEDEBUG=${WINEDEBUG:--all}          # WINEDEBUG=+loaddll tells which DL
 export WINEDLLOVERRIDES="mscoree,mshtml="    # no questions about add-ons
 export LC_ALL=C.UTF-8                        # or names of files beyond ASCII are not seen
 export WINEQT_FORCE_STDERR_LOGGING=1         # Wine hands over no QT_ variables but in this way
-exec nice -n "${KTS_NICE:-0}" /usr/lib/wine/wine64 "$@"
+# Not by exec: a program that takes this process over now and then comes to nothing, at once and without a word.
+nice -n "${KTS_NICE:-0}" /usr/lib/wine/wine64 "$@"
+exit $?
