@@ -5,7 +5,6 @@
 #include "platform/system/ProcessEnd.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <mutex>
 #include <utility>
 
