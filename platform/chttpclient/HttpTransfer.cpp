@@ -55,16 +55,14 @@ CHttpTransfer* CHttpTransfer::Of(CURL* pEasy)
 CURLcode CHttpTransfer::Begin(ExchangeList exchange)
 {
     m_exchange = std::move(exchange);
-    m_nHeaderBytes = 0;
-    m_bHeaderComplete = false;
-    m_eRefused = CURLE_OK;
-    m_eSetUp = CURLE_OK;
     try {
-        SetUp();
+        SetConstantOptions();
+        SetUrl();
+        SetHeaders();
+        SetMethod();
     } catch (const std::bad_alloc&) {
         m_eSetUp = CURLE_OUT_OF_MEMORY;
     }
-    m_bConfigured = m_bConfigured && m_eSetUp == CURLE_OK;
     return m_eSetUp;
 }
 
@@ -74,19 +72,6 @@ void CHttpTransfer::Set(CURLoption eOption, Value value)
     if (m_eSetUp == CURLE_OK) {
         m_eSetUp = curl_easy_setopt(m_pEasy.get(), eOption, value);
     }
-}
-
-void CHttpTransfer::SetUp()
-{
-    if (!m_bConfigured) {
-        curl_easy_reset(m_pEasy.get());
-        m_bHeadersSet = false;
-        SetConstantOptions();
-        m_bConfigured = true;
-    }
-    SetUrl();
-    SetHeaders();
-    SetMethod();
 }
 
 void CHttpTransfer::SetConstantOptions()
@@ -138,15 +123,10 @@ void CHttpTransfer::AppendHeader(const char* szLine)
 void CHttpTransfer::SetHeaders()
 {
     const std::string& strHeader = Request().strHeader;
-    if (m_bHeadersSet && strHeader == m_strHeaderOfList && Request().bPost == m_bPostOfList) {
-        return; // the handle has them from the request before
-    }
-    m_bHeadersSet = false;
     if (!strHeader.empty() && !IsHeaderLine(strHeader)) {
         m_eSetUp = CURLE_BAD_FUNCTION_ARGUMENT;
         return;
     }
-    m_pHeaders.reset();
     if (Request().bPost) { // a name without value: not sent, where libcurl would add it to a body
         AppendHeader("Expect:");
         if (!BeginsWithContentType(strHeader)) {
@@ -156,10 +136,7 @@ void CHttpTransfer::SetHeaders()
     if (!strHeader.empty()) {
         AppendHeader(strHeader.c_str());
     }
-    m_strHeaderOfList = strHeader;
-    m_bPostOfList = Request().bPost;
     Set(CURLOPT_HTTPHEADER, m_pHeaders.get());
-    m_bHeadersSet = true;
 }
 
 /// libcurl sends a request again when the kept connection that it went out on dies without a reply. A body
@@ -185,13 +162,6 @@ ExchangeList CHttpTransfer::Finish(CURLcode eResult)
     if (exchange.nHttpError >= 0) {
         exchange.strReply = std::move(m_strReply);
     }
-    m_strReply = std::string();
-    // A handle counts how often it found a kept connection dead, and fails the request that does for the
-    // sixth time. Setting it up anew starts the count anew; that is due after a request that made a
-    // connection.
-    long nConnects = 0;
-    curl_easy_getinfo(m_pEasy.get(), CURLINFO_NUM_CONNECTS, &nConnects);
-    m_bConfigured = m_bConfigured && nConnects == 0;
     return std::move(m_exchange);
 }
 

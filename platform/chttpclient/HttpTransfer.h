@@ -12,7 +12,11 @@
 namespace chttpclient
 {
 
-/// One exchange at a time on one libcurl handle, which is used again and again. Lives on the I/O thread.
+/// One exchange on a libcurl handle of its own. Lives on the I/O thread.
+///
+/// No handle is used for a second exchange: libcurl 7.88 keeps a pointer to the last header line of the reply
+/// before, frees that line, and writes behind it when the next reply begins its header with a folded line.
+/// Kept connections belong to the multi handle, so they are used again all the same.
 class CHttpTransfer
 {
 public:
@@ -22,7 +26,7 @@ public:
     CHttpTransfer& operator=(const CHttpTransfer&) = delete;
 
     /// Makes the handle ready for the request of an exchange, the only one of its list, which is the caller's
-    /// again after `Finish`.
+    /// again after `Finish`. Call both once.
     /// @return CURLE_OK, or why the request can't be sent; `Finish` is due in both cases
     CURLcode Begin(ExchangeList exchange);
 
@@ -46,7 +50,6 @@ private:
 
     template <class Value>
     void Set(CURLoption eOption, Value value);
-    void SetUp();
     void SetConstantOptions();
     void SetUrl();
     void SetHeaders();
@@ -60,18 +63,14 @@ private:
     static std::size_t OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf);
     static std::size_t OnHeader(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf);
 
+    std::unique_ptr<curl_slist, SListCleanup> m_pHeaders; ///< the handle uses it
     std::unique_ptr<CURL, SEasyCleanup> m_pEasy;
-    std::unique_ptr<curl_slist, SListCleanup> m_pHeaders;
-    bool m_bHeadersSet = false; ///< the handle has the list, which was made for the two members behind it
-    std::string m_strHeaderOfList;
-    bool m_bPostOfList = false;
     const STransportSettings& m_settings;
     ExchangeList m_exchange;
     std::string m_strReply;
     std::size_t m_nSent = 0; ///< bytes of the body that libcurl has taken
     std::size_t m_nHeaderBytes = 0;
     bool m_bHeaderComplete = false;
-    bool m_bConfigured = false;     ///< the constant options are set
     CURLcode m_eSetUp = CURLE_OK;   ///< the first failure of setting the handle up
     CURLcode m_eRefused = CURLE_OK; ///< why we ended the exchange ourselves
 };

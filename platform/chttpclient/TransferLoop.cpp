@@ -13,7 +13,6 @@ namespace
 {
 
 constexpr long MAX_KEPT_CONNECTIONS = 64;
-constexpr std::size_t MAX_IDLE_TRANSFERS = 64;
 constexpr int IDLE_WAIT_MS = 3'600'000; // a request or the drain wakes the loop sooner
 
 #if defined(_WIN32)
@@ -129,7 +128,7 @@ void CTransferLoop::FillLane(Lanes::iterator lane)
 
 void CTransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
 {
-    Slots slot = TakeSlot();
+    Slots slot = MakeSlot();
     if (slot.empty()) {
         Refuse(exchange, CURLE_OUT_OF_MEMORY);
         return;
@@ -142,7 +141,7 @@ void CTransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
     if (eBegin != CURLE_OK) {
         ExchangeList refused = transfer.Finish(eBegin);
         m_delivery.Post(refused);
-        return; // and the handle goes
+        return;
     }
     ++lane->second.nActive;
     transfer.lane = lane;
@@ -150,14 +149,10 @@ void CTransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
     m_lstActive.splice(m_lstActive.end(), slot);
 }
 
-/// An idle transfer, or a new one; an empty list where there is no memory for one.
-CTransferLoop::Slots CTransferLoop::TakeSlot()
+/// A new transfer; an empty list where there is no memory for one.
+CTransferLoop::Slots CTransferLoop::MakeSlot()
 {
     Slots slot;
-    if (!m_lstIdle.empty()) {
-        slot.splice(slot.end(), m_lstIdle, m_lstIdle.begin());
-        return slot;
-    }
     try {
         slot.emplace_back(m_settings);
     } catch (const std::bad_alloc&) {
@@ -190,11 +185,7 @@ void CTransferLoop::End(SSlot& slot, CURLcode eResult)
     curl_multi_remove_handle(m_pMulti.get(), slot.Handle());
     --slot.lane->second.nActive;
     ExchangeList finished = slot.Finish(eResult);
-    if (m_lstIdle.size() < MAX_IDLE_TRANSFERS) {
-        m_lstIdle.splice(m_lstIdle.begin(), m_lstActive, slot.place);
-    } else {
-        m_lstActive.erase(slot.place);
-    }
+    m_lstActive.erase(slot.place);
     m_delivery.Post(finished);
 }
 

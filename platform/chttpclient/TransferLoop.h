@@ -67,7 +67,7 @@ private:
     void Queue(ExchangeList& exchange);
     void FillLane(Lanes::iterator lane);
     void Begin(ExchangeList& exchange, Lanes::iterator lane);
-    Slots TakeSlot();
+    Slots MakeSlot();
     bool CollectFinished();
     void End(SSlot& slot, CURLcode eResult);
     void Refuse(ExchangeList& exchanges, CURLcode eReason);
@@ -87,7 +87,6 @@ private:
 
     Lanes m_mapLane; ///< by scheme and authority
     Slots m_lstActive;
-    Slots m_lstIdle;
 };
 
 } // namespace chttpclient

@@ -135,8 +135,7 @@ TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleNeverBringAReport
 }
 
 // The server breaks a kept connection in the moment in which the next request comes over it. libcurl then
-// sends the request again over a fresh one, but one handle does so only a few times unless it is told to
-// count anew.
+// sends the request again over a fresh one. One handle would do so only a few times.
 TEST_F(TransportConnections, ThatBreakWhenTheyAreUsedAgainAreReplacedHoweverOften)
 {
     Start();
