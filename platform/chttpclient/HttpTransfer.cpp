@@ -37,8 +37,8 @@ bool BeginsWithContentType(const std::string& strLine)
 
 } // namespace
 
-CHttpTransfer::CHttpTransfer(const STransportSettings& settings)
-    : m_pEasy(curl_easy_init()), m_settings(settings)
+CHttpTransfer::CHttpTransfer(const STransportSettings& settings, CURLSH* pShare)
+    : m_pEasy(curl_easy_init()), m_settings(settings), m_pShare(pShare)
 {
     if (m_pEasy == nullptr) {
         throw std::bad_alloc();
@@ -76,6 +76,7 @@ void CHttpTransfer::Set(CURLoption eOption, Value value)
 
 void CHttpTransfer::SetConstantOptions()
 {
+    Set(CURLOPT_SHARE, m_pShare);
     Set(CURLOPT_PRIVATE, static_cast<void*>(this));
     Set(CURLOPT_PREREQFUNCTION, &CHttpTransfer::OnConnected);
     Set(CURLOPT_PREREQDATA, static_cast<void*>(this));

@@ -20,8 +20,9 @@ namespace chttpclient
 class CHttpTransfer
 {
 public:
+    /// @param pShare  what all handles share; must outlive this
     /// @throws std::bad_alloc when libcurl gives no handle
-    explicit CHttpTransfer(const STransportSettings& settings);
+    CHttpTransfer(const STransportSettings& settings, CURLSH* pShare);
     CHttpTransfer(const CHttpTransfer&) = delete;
     CHttpTransfer& operator=(const CHttpTransfer&) = delete;
 
@@ -66,6 +67,7 @@ private:
     std::unique_ptr<curl_slist, SListCleanup> m_pHeaders; ///< the handle uses it
     std::unique_ptr<CURL, SEasyCleanup> m_pEasy;
     const STransportSettings& m_settings;
+    CURLSH* const m_pShare;
     ExchangeList m_exchange;
     std::string m_strReply;
     std::size_t m_nSent = 0; ///< bytes of the body that libcurl has taken

@@ -42,10 +42,11 @@ ExchangeList TakeFirst(ExchangeList& exchanges)
 } // namespace
 
 CTransferLoop::CTransferLoop(const STransportSettings& settings, CDelivery& delivery)
-    : m_settings(settings), m_delivery(delivery), m_pMulti(curl_multi_init())
+    : m_settings(settings), m_delivery(delivery), m_pShare(curl_share_init()), m_pMulti(curl_multi_init())
 {
     // Without descriptors left libcurl makes a handle that can't be woken, and says so only here.
-    if (m_pMulti == nullptr || curl_multi_wakeup(m_pMulti.get()) != CURLM_OK) {
+    if (m_pMulti == nullptr || curl_multi_wakeup(m_pMulti.get()) != CURLM_OK || m_pShare == nullptr ||
+        curl_share_setopt(m_pShare.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION) != CURLSHE_OK) {
         throw std::bad_alloc();
     }
     curl_multi_setopt(m_pMulti.get(), CURLMOPT_MAXCONNECTS, MAX_KEPT_CONNECTIONS);
@@ -154,7 +155,7 @@ CTransferLoop::Slots CTransferLoop::MakeSlot()
 {
     Slots slot;
     try {
-        slot.emplace_back(m_settings);
+        slot.emplace_back(m_settings, m_pShare.get());
     } catch (const std::bad_alloc&) {
         slot.clear();
     }

@@ -59,6 +59,9 @@ private:
         Lanes::iterator lane;
         Slots::iterator place;
     };
+    struct SShareCleanup {
+        void operator()(CURLSH* pShare) const { curl_share_cleanup(pShare); }
+    };
     struct SMultiCleanup {
         void operator()(CURLM* pMulti) const { curl_multi_cleanup(pMulti); }
     };
@@ -78,6 +81,8 @@ private:
 
     const STransportSettings m_settings;
     CDelivery& m_delivery;
+    std::unique_ptr<CURLSH, SShareCleanup>
+        m_pShare; ///< TLS sessions, for the next connection to their server
     std::unique_ptr<CURLM, SMultiCleanup> m_pMulti;
 
     std::mutex m_mutex; ///< guards the three members behind it

@@ -77,7 +77,10 @@ protected:
         }
     }
 
-    std::string Url() const { return "https://127.0.0.1:" + std::to_string(m_nPort) + "/vomd/x"; }
+    std::string Url(const std::string& strPath = "/vomd/x") const
+    {
+        return "https://127.0.0.1:" + std::to_string(m_nPort) + strPath;
+    }
 
     std::string CaFile() const { return (m_folder.Path() / "ca.pem").string(); }
 
@@ -116,7 +119,9 @@ private:
               "http { access_log off; client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t;\n"
               "uwsgi_temp_path t; scgi_temp_path t;\n"
               "server { listen 127.0.0.1:" +
-                  std::to_string(m_nPort) + Encryption() + "; location / { return 200 'from nginx'; } } }\n");
+                  std::to_string(m_nPort) + Encryption() +
+                  "; location / { return 200 'from nginx'; }\n"
+                  "location /resumed { keepalive_timeout 0; return 200 '$ssl_session_reused'; } } }\n");
         const std::string strFolder = m_folder.Path().string() + '/';
         const std::string strErrors = strFolder + "error.log";
         const char* const apszArguments[] = {NGINX,        "-p", strFolder.c_str(), "-c",
@@ -151,6 +156,22 @@ TEST_P(TransportTls, HasOneOutcomeARequest)
     }
 }
 
+class TransportTlsSession : public TransportTls
+{
+};
+
+TEST_P(TransportTlsSession, IsResumedByTheNextConnection)
+{
+    Set("CHTTPCLIENT_CA_FILE", CaFile());
+    Start();
+    Get(Url("/resumed"));
+    ASSERT_TRUE(m_replies.WaitFor(1));
+    Get(Url("/resumed"));
+    const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(2);
+    EXPECT_EQ(vecReplies.at(0).strBody, ".");
+    EXPECT_EQ(vecReplies.at(1).strBody, "r");
+}
+
 constexpr const char* GOOD_NAME = "IP:127.0.0.1";
 constexpr const char* GOOD_PROTOCOLS = "TLSv1.2 TLSv1.3";
 
@@ -165,3 +186,7 @@ INSTANTIATE_TEST_SUITE_P(
                     TlsPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, -35},
                     TlsPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, -35}),
     testing::PrintToStringParamName());
+
+INSTANTIATE_TEST_SUITE_P(Peers, TransportTlsSession,
+                         testing::Values(TlsPeer{"Proper", GOOD_NAME, "2", GOOD_PROTOCOLS, true, 0}),
+                         testing::PrintToStringParamName());
