@@ -1,10 +1,11 @@
 #include "HttpTransfer.h"
 
 #include "UrlEncoding.h"
+#include "UrlParts.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace chttpclient
@@ -19,7 +20,7 @@ constexpr std::size_t MAX_HEADER_BYTES = std::size_t{256} * 1024;
 // again, so a request hardly ever meets the closing of its connection.
 constexpr long MAX_IDLE_SECONDS = 4;
 
-constexpr const char* CONTENT_TYPE = "content-type:";
+constexpr std::string_view CONTENT_TYPE = "content-type:";
 
 /// "Name: value" without a byte that could end the line early.
 bool IsHeaderLine(const std::string& strLine)
@@ -30,9 +31,11 @@ bool IsHeaderLine(const std::string& strLine)
            std::none_of(strLine.begin(), strLine.end(), isControl);
 }
 
-bool BeginsWithContentType(const std::string& strLine)
+/// Without regard to case.
+bool BeginsWith(std::string_view strText, std::string_view strBegin)
 {
-    return curl_strnequal(strLine.c_str(), CONTENT_TYPE, std::strlen(CONTENT_TYPE)) != 0;
+    return strText.size() >= strBegin.size() &&
+           curl_strnequal(strText.data(), strBegin.data(), strBegin.size()) != 0;
 }
 
 } // namespace
@@ -104,8 +107,9 @@ void CHttpTransfer::SetConstantOptions()
 
 void CHttpTransfer::SetUrl()
 {
-    // Without a scheme libcurl would guess one, and take the path's first part for a host.
-    if (Request().strUrl.find("://") == std::string::npos) {
+    // libcurl would guess a missing scheme, and take the path's first part for a missing host.
+    const std::optional<SUrlParts> parts = SplitUrl(Request().strUrl);
+    if (!parts || (parts->strAuthority.empty() && BeginsWith(parts->strScheme, "http"))) {
         m_eSetUp = CURLE_URL_MALFORMAT;
     }
     Set(CURLOPT_URL, EncodeUrl(Request().strUrl).c_str());
@@ -130,7 +134,7 @@ void CHttpTransfer::SetHeaders()
     }
     if (Request().bPost) { // a name without value: not sent, where libcurl would add it to a body
         AppendHeader("Expect:");
-        if (!BeginsWithContentType(strHeader)) {
+        if (!BeginsWith(strHeader, CONTENT_TYPE)) {
             AppendHeader("Content-Type:");
         }
     }

@@ -1,5 +1,7 @@
 #include "TransferLoop.h"
 
+#include "UrlParts.h"
+
 #include "platform/clog/clog.h"
 
 #include <algorithm>
@@ -22,14 +24,6 @@ constexpr int ACTIVE_WAIT_MS = 50;
 #else
 constexpr int ACTIVE_WAIT_MS = IDLE_WAIT_MS;
 #endif
-
-/// "http://host:port" of a URL.
-std::string LaneKey(const std::string& strUrl)
-{
-    const std::size_t nScheme = strUrl.find("://");
-    const std::size_t nAuthority = nScheme == std::string::npos ? 0 : nScheme + 3;
-    return strUrl.substr(0, strUrl.find_first_of("/?#", nAuthority));
-}
 
 /// The first of a list, as a list.
 ExchangeList TakeFirst(ExchangeList& exchanges)

@@ -90,7 +90,7 @@ private:
     bool m_bDraining = false;
     Clock::time_point m_tpDrainEnd;
 
-    Lanes m_mapLane; ///< by scheme and authority
+    Lanes m_mapLane; ///< by what `LaneKey` makes of the URL
     Slots m_lstActive;
 };
 

@@ -58,7 +58,7 @@
 ///   |-------|---------------------------------------------------------------------------------|
 ///   | -1    | a scheme other than http and https; a reply that is no HTTP                     |
 ///   | -2    | sent before CHttpClientInit or after CHttpClientUnInit                          |
-///   | -3    | no valid URL                                                                    |
+///   | -3    | no valid URL: no scheme, no host, a port that is no number                      |
 ///   | -6    | name not found                                                                  |
 ///   | -7    | refused                                                                         |
 ///   | -18   | a body, or a header, that the server ended early                                |

@@ -96,6 +96,24 @@ TEST_F(TransportConnections, ToOneHostAreAtMostEightByDefault)
     EXPECT_THAT(server.Accepted(), Le(8U));
 }
 
+TEST_F(TransportConnections, AreCountedTogetherHoweverTheUrlNamesTheHost)
+{
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", 1);
+    Start();
+    const ScriptedServer server(Ok());
+    const std::string strServer = "127.0.0.1:" + std::to_string(server.Port());
+    for (int nRound = 0; nRound < 10; ++nRound) {
+        for (const std::string& strUrl :
+             {"http://" + strServer, "http://" + strServer + "/x", "http://" + strServer + "?t=a://b",
+              "HTTP://" + strServer + "/x", "http://user:password@" + strServer + "/x"}) {
+            Get(strUrl);
+        }
+    }
+    RepliesAfterShutdown(50);
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_EQ(server.Accepted(), 1U);
+}
+
 TEST_F(TransportConnections, ToASilentHostHoldUpNoOther)
 {
     Start();

@@ -386,10 +386,47 @@ TEST_P(TransportUselessUrl, IsReportedOnce)
 
 INSTANTIATE_TEST_SUITE_P(
     Urls, TransportUselessUrl,
-    testing::Values(UselessUrl{"", -3}, UselessUrl{"vomd/system/x", -3}, UselessUrl{"http://", -3},
+    testing::Values(UselessUrl{"", -3}, UselessUrl{"vomd/system/x", -3}, UselessUrl{"vomd/x?t=a://b", -3},
+                    UselessUrl{"http://", -3}, UselessUrl{"http:///vomd/x", -3},
+                    UselessUrl{"HTTPS:///vomd/x", -3}, UselessUrl{"http://?t=a://b", -3},
                     UselessUrl{"http://:80/", -3}, UselessUrl{"http://a b/", -3},
                     UselessUrl{"http://127.0.0.1:99999/", -3}, UselessUrl{"http://127.0.0.1:-1/", -3},
                     UselessUrl{"ftp://127.0.0.1/x", -1}, UselessUrl{"file:///etc/hostname", -1}));
+
+/// Texts around the server's address that leave the URL without a scheme. libcurl alone would guess one.
+struct SchemelessUrl {
+    std::string strBefore;
+    std::string strBehind;
+
+    friend void PrintTo(const SchemelessUrl& row, std::ostream* pOut)
+    {
+        *pOut << '"' << row.strBefore << "HOST:PORT" << row.strBehind << '"';
+    }
+};
+
+class TransportUrlWithoutScheme : public TransportTest, public testing::WithParamInterface<SchemelessUrl>
+{
+};
+
+TEST_P(TransportUrlWithoutScheme, IsRefusedAndNothingIsSent)
+{
+    Start();
+    const ScriptedServer server(Step(HttpReply(200, "")));
+    const std::string strServer = "127.0.0.1:" + std::to_string(server.Port());
+    Get(GetParam().strBefore + strServer + GetParam().strBehind);
+    RepliesAfterShutdown(1);
+    EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(-3));
+    EXPECT_EQ(server.Accepted(), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Urls, TransportUrlWithoutScheme,
+                         testing::Values(SchemelessUrl{"", "/vomd/x"}, SchemelessUrl{"", "/vomd/x?t=a://b"},
+                                         SchemelessUrl{"", "?t=a://b"}, SchemelessUrl{"", "#a://b"},
+                                         SchemelessUrl{"//", "/x?t=a://b"}, SchemelessUrl{"://", "/"},
+                                         SchemelessUrl{" http://", "/"}, SchemelessUrl{"\x01http://", "/"},
+                                         SchemelessUrl{"http:", "/x?t=a://b"},
+                                         SchemelessUrl{"http:/", "/x?t=a://b"},
+                                         SchemelessUrl{"http:///", "/"}));
 
 class TransportHeaderLine : public TransportTest, public testing::WithParamInterface<const char*>
 {
