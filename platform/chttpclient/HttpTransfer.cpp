@@ -41,7 +41,7 @@ bool BeginsWith(std::string_view strText, std::string_view strBegin)
 } // namespace
 
 CHttpTransfer::CHttpTransfer(const STransportSettings& settings, CURLSH* pShare)
-    : m_pEasy(curl_easy_init()), m_settings(settings), m_pShare(pShare)
+    : m_pEasy(curl_easy_init()), m_settings(settings), m_pShare(pShare), m_body(settings.nMaxReplyBytes)
 {
     if (m_pEasy == nullptr) {
         throw std::bad_alloc();
@@ -96,7 +96,8 @@ void CHttpTransfer::SetConstantOptions()
     Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     // What Qt's road asks for too; libcurl writes every name more into each request, at a cost.
     Set(CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
-    Set(CURLOPT_PATH_AS_IS, 1L); // the path is the server's business, "/../" included
+    Set(CURLOPT_HTTP_CONTENT_DECODING, 0L); // m_body does it
+    Set(CURLOPT_PATH_AS_IS, 1L);            // the path is the server's business, "/../" included
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2)); // and newer
     Set(CURLOPT_QUICK_EXIT, 1L); // a slow name resolution holds nobody up
@@ -165,7 +166,7 @@ ExchangeList CHttpTransfer::Finish(CURLcode eResult)
     SHttpExchange& exchange = m_exchange.front();
     exchange.nHttpError = HttpError(m_eRefused != CURLE_OK ? m_eRefused : eResult);
     if (exchange.nHttpError >= 0) {
-        exchange.strReply = std::move(m_strReply);
+        exchange.strReply = m_body.TakeBody();
     }
     return std::move(m_exchange);
 }
@@ -175,6 +176,9 @@ int CHttpTransfer::HttpError(CURLcode eResult) const
 {
     if (eResult != CURLE_OK) {
         return -static_cast<int>(eResult);
+    }
+    if (!m_body.IsComplete()) {
+        return -static_cast<int>(CURLE_BAD_CONTENT_ENCODING);
     }
     if (!m_bHeaderComplete) { // libcurl takes a connection that ends in mid-header for a reply without body
         return -static_cast<int>(CURLE_PARTIAL_FILE);
@@ -204,21 +208,38 @@ std::size_t CHttpTransfer::OnSend(char* pBuffer, std::size_t nSize, std::size_t 
     return nBytes;
 }
 
+/// Tells the body how it is packed, from the last header before it.
+CURLcode CHttpTransfer::BeginBody()
+{
+    for (const char* const szName : {"Content-Encoding", "Transfer-Encoding"}) {
+        curl_header* pHeader = nullptr;
+        std::size_t nLine = 0;
+        while (curl_easy_header(m_pEasy.get(), szName, nLine++, CURLH_HEADER, -1, &pHeader) == CURLHE_OK) {
+            if (const CURLcode eResult = m_body.AddCodings(pHeader->value); eResult != CURLE_OK) {
+                return eResult;
+            }
+        }
+    }
+    m_bBodyBegun = true;
+    return CURLE_OK;
+}
+
+CURLcode CHttpTransfer::TakeBody(std::string_view strBytes)
+{
+    try {
+        const CURLcode eBegin = m_bBodyBegun ? CURLE_OK : BeginBody();
+        return eBegin == CURLE_OK ? m_body.Write(strBytes) : eBegin;
+    } catch (const std::bad_alloc&) {
+        return CURLE_OUT_OF_MEMORY;
+    }
+}
+
 std::size_t CHttpTransfer::OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf)
 {
     auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
     const std::size_t nBytes = nSize * nCount;
-    if (nBytes > transfer.m_settings.nMaxReplyBytes - transfer.m_strReply.size()) {
-        transfer.m_eRefused = CURLE_FILESIZE_EXCEEDED;
-        return CURL_WRITEFUNC_ERROR;
-    }
-    try {
-        transfer.m_strReply.append(pData, nBytes);
-    } catch (const std::bad_alloc&) {
-        transfer.m_eRefused = CURLE_OUT_OF_MEMORY;
-        return CURL_WRITEFUNC_ERROR;
-    }
-    return nBytes;
+    transfer.m_eRefused = transfer.TakeBody({pData, nBytes});
+    return transfer.m_eRefused == CURLE_OK ? nBytes : CURL_WRITEFUNC_ERROR;
 }
 
 /// A reply's header begins with its status line and ends with an empty one; after a status of 1xx another

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "BodyDecoder.h"
 #include "HttpExchange.h"
 #include "TransportSettings.h"
 
 #include <curl/curl.h>
 
 #include <memory>
-#include <string>
 #include <string_view>
 
 namespace chttpclient
@@ -58,6 +58,8 @@ private:
     void AppendHeader(const char* szLine);
     void NoteHeaderLine(std::string_view strLine);
     int HttpError(CURLcode eResult) const;
+    CURLcode BeginBody();
+    CURLcode TakeBody(std::string_view strBytes);
 
     static int OnConnected(void* pSelf, char* szPeer, char* szOwn, int nPeerPort, int nOwnPort);
     static std::size_t OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf);
@@ -69,10 +71,11 @@ private:
     const STransportSettings& m_settings;
     CURLSH* const m_pShare;
     ExchangeList m_exchange;
-    std::string m_strReply;
+    CBodyDecoder m_body;
     std::size_t m_nSent = 0; ///< bytes of the body that libcurl has taken
     std::size_t m_nHeaderBytes = 0;
     bool m_bHeaderComplete = false;
+    bool m_bBodyBegun = false;
     CURLcode m_eSetUp = CURLE_OK;   ///< the first failure of setting the handle up
     CURLcode m_eRefused = CURLE_OK; ///< why we ended the exchange ourselves
 };

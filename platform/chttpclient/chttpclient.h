@@ -61,17 +61,19 @@
 ///   | -3    | no valid URL: no scheme, no host, a port that is no number                      |
 ///   | -6    | name not found                                                                  |
 ///   | -7    | refused                                                                         |
+///   | -8    | a reply with an invalid header: a line without colon, an invalid length         |
 ///   | -18   | a body, or a header, that the server ended early                                |
 ///   | -27   | no memory; a header line of more than 100 KiB                                   |
 ///   | -28   | timed out                                                                       |
 ///   | -35   | TLS that can't be agreed on, protocols older than 1.2 among it                  |
 ///   | -42   | cancelled by shutting down                                                      |
-///   | -43   | no valid header line                                                            |
+///   | -43   | no valid header line; a reply whose first header line is a continuation         |
 ///   | -52   | closed without a reply                                                          |
 ///   | -55   | a connection that died while the request was sent                               |
 ///   | -56   | connection reset; chunks that can't be read                                     |
 ///   | -60   | a certificate that can't be trusted                                             |
-///   | -61   | a compressed body that can't be unpacked                                        |
+///   | -61   | a compressed body that can't be unpacked, ends early, has another checksum than |
+///   |       | it says, or bytes behind its end; one in another coding than gzip and deflate   |
 ///   | -63   | a reply that is too large, or a header that does not end                        |
 ///   | -65   | a kept connection that died after the body of a POST was sent, or part of it    |
 ///   | -77   | a CHTTPCLIENT_CA_FILE that can't be read                                        |

@@ -1,0 +1,82 @@
+#include "BodyDecoder.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace chttpclient
+{
+namespace
+{
+
+// Each has a window of 32 KiB, and no server applies more than one.
+constexpr std::size_t MAX_CODINGS = 5;
+
+// What packed bytes may have on top of twice the limit for unpacked ones. A packed body is hardly ever larger
+// than the body itself; one that unpacks to little or nothing would not end otherwise.
+constexpr std::size_t PACKED_MARGIN = 1024;
+
+std::string_view Trimmed(std::string_view strText)
+{
+    constexpr std::string_view BLANKS = " \t\r\n";
+    const std::size_t nBegin = std::min(strText.find_first_not_of(BLANKS), strText.size());
+    return strText.substr(nBegin, strText.find_last_not_of(BLANKS) + 1 - nBegin);
+}
+
+bool IsOneOf(std::string_view strName, std::initializer_list<std::string_view> names)
+{
+    return std::any_of(names.begin(), names.end(), [strName](std::string_view strOther) {
+        return strName.size() == strOther.size() &&
+               curl_strnequal(strName.data(), strOther.data(), strName.size()) != 0;
+    });
+}
+
+} // namespace
+
+CURLcode CBodyDecoder::AddCodings(std::string_view strNames)
+{
+    CURLcode eResult = CURLE_OK;
+    while (eResult == CURLE_OK && !strNames.empty()) {
+        const std::size_t nComma = std::min(strNames.find(','), strNames.size());
+        eResult = AddCoding(Trimmed(strNames.substr(0, nComma)));
+        strNames.remove_prefix(std::min(nComma + 1, strNames.size()));
+    }
+    return eResult;
+}
+
+CURLcode CBodyDecoder::AddCoding(std::string_view strName)
+{
+    if (IsOneOf(strName, {"", "identity", "none", "chunked"})) { // libcurl has put chunks together already
+        return CURLE_OK;
+    }
+    const bool bGzip = IsOneOf(strName, {"gzip", "x-gzip"});
+    if ((!bGzip && !IsOneOf(strName, {"deflate"})) || m_lstStages.size() == MAX_CODINGS) {
+        return CURLE_BAD_CONTENT_ENCODING;
+    }
+    m_lstStages.emplace_front(bGzip ? CInflater::Format::Gzip : CInflater::Format::Deflate);
+    return CURLE_OK;
+}
+
+CURLcode CBodyDecoder::Pass(Stages::iterator stage, std::string_view strBytes)
+{
+    if (stage == m_lstStages.end()) {
+        if (strBytes.size() > m_nMaxBytes - m_strBody.size()) {
+            return CURLE_FILESIZE_EXCEEDED;
+        }
+        m_strBody += strBytes;
+        return CURLE_OK;
+    }
+    if (stage->PackedBytes() / 2 > m_nMaxBytes + PACKED_MARGIN) {
+        return CURLE_FILESIZE_EXCEEDED;
+    }
+    return stage->Write(strBytes, [this, next = std::next(stage)](std::string_view strUnpacked) {
+        return Pass(next, strUnpacked);
+    });
+}
+
+bool CBodyDecoder::IsComplete() const
+{
+    return std::all_of(m_lstStages.begin(), m_lstStages.end(),
+                       [](const CInflater& stage) { return stage.IsComplete(); });
+}
+
+} // namespace chttpclient

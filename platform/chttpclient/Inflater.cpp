@@ -1,0 +1,115 @@
+#include "Inflater.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace chttpclient
+{
+namespace
+{
+
+// What inflateInit2 takes: a frame of zlib or gzip, whichever the bytes begin like, or none.
+constexpr int ANY_FRAME = MAX_WBITS + 32;
+constexpr int NO_FRAME = -MAX_WBITS;
+
+constexpr std::size_t FRAME_BEGIN = 2; // bytes that tell whether there is a frame
+constexpr std::size_t PIECE = std::size_t{16} * 1024;
+
+/// A frame of zlib begins with its method and a window of at most 32 KiB, in a multiple of 31.
+bool BeginsZlibFrame(std::string_view strBytes)
+{
+    const auto nFirst = static_cast<unsigned char>(strBytes[0]);
+    const auto nSecond = static_cast<unsigned char>(strBytes[1]);
+    return (nFirst & 0x0FU) == Z_DEFLATED && (nFirst >> 4U) <= 7 && (nFirst * 256U + nSecond) % 31 == 0;
+}
+
+CURLcode ErrorOf(int nZlib)
+{
+    switch (nZlib) {
+    case Z_OK:
+    case Z_STREAM_END:
+    case Z_BUF_ERROR: // it has nothing left to do
+        return CURLE_OK;
+    case Z_MEM_ERROR:
+        return CURLE_OUT_OF_MEMORY;
+    default:
+        return CURLE_BAD_CONTENT_ENCODING;
+    }
+}
+
+} // namespace
+
+CInflater::CInflater(Format format) : m_format(format) {}
+
+CInflater::~CInflater()
+{
+    if (m_pStream != nullptr) {
+        inflateEnd(m_pStream.get());
+    }
+}
+
+CURLcode CInflater::Write(std::string_view strPacked, const Sink& fnSink)
+{
+    m_nPacked += strPacked.size();
+    if (m_pStream == nullptr) {
+        m_strBegin += strPacked;
+        if (m_strBegin.size() < FRAME_BEGIN) {
+            return CURLE_OK;
+        }
+        if (const CURLcode eBegin = Begin(); eBegin != CURLE_OK) {
+            return eBegin;
+        }
+        strPacked = m_strBegin;
+    }
+    CURLcode eResult = CURLE_OK;
+    while (eResult == CURLE_OK && !strPacked.empty()) {
+        eResult = m_bEnded && !BeginNextMember() ? CURLE_BAD_CONTENT_ENCODING : Inflate(strPacked, fnSink);
+    }
+    return eResult;
+}
+
+CURLcode CInflater::Begin()
+{
+    const bool bFrame = m_format == Format::Gzip || BeginsZlibFrame(m_strBegin);
+    auto pStream = std::make_unique<z_stream>();
+    const int nResult = inflateInit2(pStream.get(), bFrame ? ANY_FRAME : NO_FRAME);
+    if (nResult == Z_OK) {
+        m_pStream = std::move(pStream);
+    }
+    return ErrorOf(nResult);
+}
+
+bool CInflater::BeginNextMember()
+{
+    m_bEnded = m_format != Format::Gzip || inflateReset(m_pStream.get()) != Z_OK;
+    return !m_bEnded;
+}
+
+/// Unpacks up to the end of the bytes or of the member, and takes off what it has read.
+CURLcode CInflater::Inflate(std::string_view& strPacked, const Sink& fnSink)
+{
+    constexpr std::size_t MOST = std::numeric_limits<uInt>::max();
+    z_stream& stream = *m_pStream;
+    const auto nOffered = static_cast<uInt>(std::min(strPacked.size(), MOST));
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(strPacked.data())); // which zlib only reads
+    stream.avail_in = nOffered;
+    std::array<char, PIECE> piece;
+    int nResult = Z_OK;
+    do {
+        stream.next_out = reinterpret_cast<Bytef*>(piece.data());
+        stream.avail_out = static_cast<uInt>(piece.size());
+        nResult = inflate(&stream, Z_NO_FLUSH);
+        const std::string_view strUnpacked(piece.data(), piece.size() - stream.avail_out);
+        if (const CURLcode eSink = strUnpacked.empty() ? CURLE_OK : fnSink(strUnpacked); eSink != CURLE_OK) {
+            return eSink;
+        }
+    } while (nResult == Z_OK && stream.avail_out == 0);
+    strPacked.remove_prefix(nOffered - stream.avail_in);
+    m_bEnded = nResult == Z_STREAM_END;
+    return ErrorOf(nResult);
+}
+
+} // namespace chttpclient

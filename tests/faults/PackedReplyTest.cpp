@@ -1,0 +1,244 @@
+// Replies with compressed bodies, right and wrong.
+
+#include "Packed.h"
+#include "TransportTest.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <ostream>
+
+using namespace std::string_literals;
+using Ending = ServerStep::Ending;
+
+namespace
+{
+
+constexpr long MAX_REPLY = 4000;
+
+const std::string& Text()
+{
+    static const std::string TEXT = R"({"code": 0, "result": [{"id": 1, "name": "first"}, {"id": 2}]})";
+    return TEXT;
+}
+
+std::string Without(std::string strBytes, std::size_t nAtEnd)
+{
+    strBytes.resize(strBytes.size() - nAtEnd);
+    return strBytes;
+}
+
+/// With one bit different in the byte that stands so far from the end.
+std::string Damaged(std::string strBytes, std::size_t nFromEnd)
+{
+    char& c = strBytes.at(strBytes.size() - nFromEnd);
+    c = static_cast<char>(c ^ 1);
+    return strBytes;
+}
+
+std::string Repeated(const std::string& strText, std::size_t nTimes)
+{
+    std::string strAll;
+    for (std::size_t nTime = 0; nTime < nTimes; ++nTime) {
+        strAll += strText;
+    }
+    return strAll;
+}
+
+std::string Chunk(const std::string& strBytes)
+{
+    char szSize[20];
+    std::snprintf(szSize, sizeof szSize, "%zx\r\n", strBytes.size());
+    return szSize + strBytes + "\r\n";
+}
+
+std::string Chunks(const std::string& strBody)
+{
+    const std::size_t nHalf = strBody.size() / 2;
+    return strBody.size() < 2 ? (strBody.empty() ? "" : Chunk(strBody)) + "0\r\n\r\n"
+                              : Chunk(strBody.substr(0, nHalf)) + Chunk(strBody.substr(nHalf)) + "0\r\n\r\n";
+}
+
+ServerStep Step(std::string strReply, Ending ending = Ending::KeepAlive)
+{
+    ServerStep step;
+    step.strReply = std::move(strReply);
+    step.ending = ending;
+    return step;
+}
+
+/// The ways of a server to say where a body ends.
+std::vector<ServerStep> EachFraming(const std::string& strHeaderLines, const std::string& strBody)
+{
+    const std::string strHead = "HTTP/1.1 200 OK\r\n" + strHeaderLines;
+    return {Step(HttpReply(200, strBody, strHeaderLines)),
+            Step(strHead + "Transfer-Encoding: chunked\r\n\r\n" + Chunks(strBody)),
+            Step(strHead + "\r\n" + strBody, Ending::Close)};
+}
+
+} // namespace
+
+/// A body and its label, and what the callback is to hear.
+struct Packed {
+    const char* szName;
+    std::string strHeaderLines;
+    std::string strBody;
+    int nHttpError;
+    std::string strUnpacked;
+
+    friend void PrintTo(const Packed& row, std::ostream* pOut) { *pOut << row.szName; }
+};
+
+class TransportPackedReply : public TransportTest, public testing::WithParamInterface<Packed>
+{
+};
+
+TEST_P(TransportPackedReply, IsUnpackedWholeOrIsAFailure)
+{
+    Set("CHTTPCLIENT_MAX_REPLY_BYTES", MAX_REPLY);
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", 1);
+    Start();
+    std::vector<ServerStep> vecSteps;
+    for (const ServerStep& step : EachFraming(GetParam().strHeaderLines, GetParam().strBody)) {
+        vecSteps.insert(vecSteps.end(), {step, Ok(), step, Ok()}); // the second time behind a good exchange
+    }
+    const ScriptedServer server(vecSteps);
+    for (std::size_t nSent = 1; nSent <= vecSteps.size(); ++nSent) {
+        Get(server.Url("/"));
+        ASSERT_TRUE(m_replies.WaitFor(nSent));
+    }
+    const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(vecSteps.size());
+    for (std::size_t nReply = 0; nReply < vecReplies.size(); nReply += 2) {
+        EXPECT_EQ(vecReplies.at(nReply).nHttpError, GetParam().nHttpError);
+        EXPECT_EQ(vecReplies.at(nReply).strBody, GetParam().strUnpacked);
+        EXPECT_EQ(vecReplies.at(nReply + 1).nHttpError, 0);
+        EXPECT_EQ(vecReplies.at(nReply + 1).strBody, "{}");
+    }
+}
+
+constexpr const char* GZIP = "Content-Encoding: gzip\r\n";
+constexpr const char* DEFLATE = "Content-Encoding: deflate\r\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Gzip, TransportPackedReply,
+    testing::Values(Packed{"Whole", GZIP, Gzipped(Text()), 0, Text()},
+                    Packed{"OfAnEmptyText", GZIP, Gzipped(""), 0, ""}, Packed{"OfNoBytes", GZIP, "", 0, ""},
+                    Packed{"AsLargeAsMayBe", GZIP, Gzipped(std::string(MAX_REPLY, 'x')), 0,
+                           std::string(MAX_REPLY, 'x')},
+                    Packed{"TooLarge", GZIP, Gzipped(std::string(MAX_REPLY + 1, 'x')), -63, ""},
+                    Packed{"CutInTheMiddle", GZIP, Without(Gzipped(Text()), 30), -61, ""},
+                    Packed{"WithoutChecksumAndLength", GZIP, Without(Gzipped(Text()), 8), -61, ""},
+                    Packed{"WithoutLength", GZIP, Without(Gzipped(Text()), 4), -61, ""},
+                    Packed{"WithoutTheLastByte", GZIP, Without(Gzipped(Text()), 1), -61, ""},
+                    Packed{"CutInItsFrame", GZIP, Gzipped(Text()).substr(0, 5), -61, ""},
+                    Packed{"OfOneByte", GZIP, Gzipped(Text()).substr(0, 1), -61, ""},
+                    Packed{"WithAnotherChecksum", GZIP, Damaged(Gzipped(Text()), 8), -61, ""},
+                    Packed{"WithAnotherLength", GZIP, Damaged(Gzipped(Text()), 4), -61, ""},
+                    Packed{"InTwoMembers", GZIP, Gzipped(Text()) + Gzipped(" "), 0, Text() + " "},
+                    Packed{"WithASecondMemberCut", GZIP, Gzipped(Text()) + Without(Gzipped(" "), 1), -61, ""},
+                    Packed{"WithABehindIt", GZIP, Gzipped(Text()) + "A", -61, ""},
+                    Packed{"WithZerosBehindIt", GZIP, Gzipped(Text()) + "\0\0\0\0"s, -61, ""},
+                    Packed{"WithTextBehindIt", GZIP, Gzipped(Text()) + "and more", -61, ""},
+                    Packed{"OfEmptyMembersOverAndOver", GZIP, Repeated(Gzipped(""), 1000), -63, ""},
+                    Packed{"ThatIsPlainText", GZIP, Text(), -61, ""}),
+    testing::PrintToStringParamName());
+
+INSTANTIATE_TEST_SUITE_P(
+    Deflate, TransportPackedReply,
+    testing::Values(Packed{"Whole", DEFLATE, Deflated(Text()), 0, Text()},
+                    Packed{"OfAnEmptyText", DEFLATE, Deflated(""), 0, ""},
+                    Packed{"OfNoBytes", DEFLATE, "", 0, ""},
+                    Packed{"CutInTheMiddle", DEFLATE, Without(Deflated(Text()), 30), -61, ""},
+                    Packed{"WithoutChecksum", DEFLATE, Without(Deflated(Text()), 4), -61, ""},
+                    Packed{"WithAnotherChecksum", DEFLATE, Damaged(Deflated(Text()), 1), -61, ""},
+                    Packed{"OfOneByte", DEFLATE, Deflated(Text()).substr(0, 1), -61, ""},
+                    Packed{"WithTextBehindIt", DEFLATE, Deflated(Text()) + "and more", -61, ""},
+                    Packed{"TwiceOneBehindTheOther", DEFLATE, Deflated(Text()) + Deflated(" "), -61, ""},
+                    Packed{"WithoutFrame", DEFLATE, RawDeflated(Text()), 0, Text()},
+                    Packed{"WithoutFrameOfAnEmptyText", DEFLATE, RawDeflated(""), 0, ""},
+                    Packed{"WithoutFrameCut", DEFLATE, Without(RawDeflated(Text()), 1), -61, ""},
+                    Packed{"WithoutFrameWithTextBehindIt", DEFLATE, RawDeflated(Text()) + "and more", -61,
+                           ""},
+                    Packed{"ThatIsPlainText", DEFLATE, Text(), -61, ""}),
+    testing::PrintToStringParamName());
+
+INSTANTIATE_TEST_SUITE_P(
+    Labels, TransportPackedReply,
+    testing::Values(Packed{"Identity", "Content-Encoding: identity\r\n", Text(), 0, Text()},
+                    Packed{"None", "Content-Encoding: none\r\n", Text(), 0, Text()},
+                    Packed{"Empty", "Content-Encoding:\r\n", Text(), 0, Text()},
+                    Packed{"InCapitals", "CONTENT-ENCODING: GZIP\r\n", Gzipped(Text()), 0, Text()},
+                    Packed{"OfOldServers", "Content-Encoding: x-gzip\r\n", Gzipped(Text()), 0, Text()},
+                    Packed{"OfTwoCodings", "Content-Encoding: gzip, deflate\r\n", Deflated(Gzipped(Text())),
+                           0, Text()},
+                    Packed{"OfTwoCodingsInnerCut", "Content-Encoding: gzip, deflate\r\n",
+                           Deflated(Without(Gzipped(Text()), 1)), -61, ""},
+                    Packed{"OfTwoCodingsOuterCut", "Content-Encoding: gzip, deflate\r\n",
+                           Without(Deflated(Gzipped(Text())), 1), -61, ""},
+                    Packed{"OfTwoLines", "Content-Encoding: gzip\r\nContent-Encoding: deflate\r\n",
+                           Deflated(Gzipped(Text())), 0, Text()},
+                    Packed{"OfAFoldedLine", "X-Other: 1\r\nContent-Encoding: gzip,\r\n deflate\r\n",
+                           Deflated(Gzipped(Text())), 0, Text()},
+                    Packed{"OfTooManyCodings", "Content-Encoding: gzip, gzip, gzip, gzip, gzip, gzip\r\n",
+                           Gzipped(Gzipped(Gzipped(Gzipped(Gzipped(Gzipped(Text())))))), -61, ""},
+                    Packed{"OfACodingNotAskedFor", "Content-Encoding: br\r\n", "whatever", -61, ""},
+                    Packed{"OfAnUnknownCoding", "Content-Encoding: utf-8\r\n", Text(), -61, ""}),
+    testing::PrintToStringParamName());
+
+/// Whole replies, whose label is special in some way.
+struct Labelled {
+    const char* szName;
+    std::string strReply;
+    int nHttpError;
+    std::string strUnpacked;
+
+    friend void PrintTo(const Labelled& row, std::ostream* pOut) { *pOut << row.szName; }
+};
+
+class TransportLabelledReply : public TransportTest, public testing::WithParamInterface<Labelled>
+{
+};
+
+TEST_P(TransportLabelledReply, IsUnpackedAsItsLabelSays)
+{
+    Start();
+    const ScriptedServer server(
+        {Step(GetParam().strReply), Ok(), Step(GetParam().strReply, Ending::Close), Ok()});
+    for (std::size_t nSent = 1; nSent <= 4; ++nSent) {
+        Get(server.Url("/"));
+        ASSERT_TRUE(m_replies.WaitFor(nSent));
+    }
+    const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(4);
+    for (const std::size_t nReply : {0, 2}) {
+        EXPECT_EQ(vecReplies.at(nReply).nHttpError, GetParam().nHttpError);
+        EXPECT_EQ(vecReplies.at(nReply).strBody, GetParam().strUnpacked);
+        EXPECT_EQ(vecReplies.at(nReply + 1).nHttpError, 0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Replies, TransportLabelledReply,
+    testing::Values(
+        Labelled{"NoContent", "HTTP/1.1 204 No Content\r\nContent-Encoding: gzip\r\n\r\n", 0, ""},
+        Labelled{"NotModified", "HTTP/1.1 304 Not Modified\r\nContent-Encoding: gzip\r\n\r\n", 304, ""},
+        Labelled{"ErrorStatus", HttpReply(500, Gzipped(Text()), GZIP), 500, Text()},
+        Labelled{"ErrorStatusCut", HttpReply(500, Without(Gzipped(Text()), 1), GZIP), -61, ""},
+        Labelled{"LabelOfAnInterimReply",
+                 "HTTP/1.1 103 Early Hints\r\nContent-Encoding: gzip\r\n\r\n" + HttpReply(200, Text()), 0,
+                 Text()},
+        Labelled{"LabelInTheTrailer",
+                 "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + Chunk(Text()) +
+                     "0\r\nContent-Encoding: gzip\r\n\r\n",
+                 0, Text()},
+        Labelled{"PackedForTheTransfer",
+                 "HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip, chunked\r\n\r\n" + Chunks(Gzipped(Text())), 0,
+                 Text()},
+        Labelled{"PackedForTheTransferAndCut",
+                 "HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip, chunked\r\n\r\n" +
+                     Chunks(Without(Gzipped(Text()), 1)),
+                 -61, ""},
+        Labelled{"PackedTwiceInBothWays",
+                 "HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip, chunked\r\nContent-Encoding: deflate\r\n\r\n" +
+                     Chunks(Gzipped(Deflated(Text()))),
+                 0, Text()}),
+    testing::PrintToStringParamName());
