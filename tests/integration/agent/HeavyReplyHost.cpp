@@ -1,0 +1,126 @@
+// A host that sends one request and then says what the answer was and what it cost:
+//   heavy_reply_host PORT REQUEST
+// prints the answers that came, whether the last one was a success, and by how many bytes the resident size
+// grew at most, from just before the request until the answer was received.
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/CUIAgentRsp.h>
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/ResultVariants.h>
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+constexpr int PATIENCE_MS = 60'000;
+const QString HOST = QStringLiteral("127.0.0.1");
+
+/// A line of this process's status, "VmHWM" or "VmRSS", in bytes.
+long long StatusBytes(const std::string& strName)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string strLine; std::getline(status, strLine);) {
+        if (strLine.rfind(strName + ":", 0) == 0) {
+            return std::stoll(strLine.substr(strName.size() + 1)) * 1024;
+        }
+    }
+    throw std::runtime_error("no " + strName);
+}
+
+class Host
+{
+public:
+    explicit Host(int nPort) : m_nPort(nPort)
+    {
+        QObject::connect(&m_response, &CUIAgentRsp::SigGetUserInfoRet, &m_receiver,
+                         [this](bool bSucc, const QVariant& /*data*/) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigPostReportIncubatorStatusRet, &m_receiver,
+                         [this](bool bSucc) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigGetProjectsRet, &m_receiver,
+                         [this](bool bSucc, const QVariant& /*data*/) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigGetBattStatusRet, &m_receiver,
+                         [this](bool bSucc, const QVariant& /*data*/) { Receive(bSucc); });
+        QObject::connect(
+            &m_response, &CUIAgentRsp::SigGetChannelCheckDataRet, &m_receiver,
+            [this](bool bSucc, const QString& /*message*/, const QString& /*allowBoot*/,
+                   const QString& /*reason*/, const QVariant& /*request*/) { Receive(bSucc); });
+    }
+
+    void Ask(const std::string& strRequest)
+    {
+        static const std::map<std::string, void (Host::*)()> REQUESTS{
+            {"user", &Host::User},         {"report", &Host::Report},       {"projects", &Host::Projects},
+            {"batteries", &Host::Batteries}, {"check", &Host::Check},       {"check-blocking", &Host::CheckBlocking},
+            {"steps-blocking", &Host::StepsBlocking},
+        };
+        const long long nBefore = StatusBytes("VmRSS");
+        (this->*REQUESTS.at(strRequest))();
+        if (m_nAnswers == 0) {
+            QTimer::singleShot(PATIENCE_MS, QCoreApplication::instance(), &QCoreApplication::quit);
+            QCoreApplication::exec();
+        }
+        std::printf("answers %d\nsuccess %d\ngrowth %lld\n", m_nAnswers, m_bSucc ? 1 : 0,
+                    StatusBytes("VmHWM") - nBefore);
+    }
+
+private:
+    void Receive(bool bSucc)
+    {
+        ++m_nAnswers;
+        m_bSucc = bSucc;
+        QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
+    }
+
+    void User() { m_request.SendGetUserInfo(HOST, m_nPort, 1); }
+    void Projects() { m_request.SendGetProjects(HOST, m_nPort, {"X"}, "1"); }
+    void Batteries() { m_request.SendGetBattStatus(HOST, m_nPort, "1"); }
+    void Check() { m_request.SendGetChannelCheckData(HOST, m_nPort, {12, 7, "X", "D1", "3", "p"}); }
+
+    void Report()
+    {
+        KTSStartPlugin::tagRepoIncubatorStatus status{"incubator", true, 25.0F};
+        m_request.SendPostReportIncubatorStatus(HOST, m_nPort, status);
+    }
+
+    void CheckBlocking()
+    {
+        bool bAllow = false;
+        QString strReason;
+        Receive(m_request.SendGetChannelCheckDataEx(HOST, m_nPort, PATIENCE_MS,
+                                                    {12, 7, "X", "D1", "3", "p"}, bAllow, strReason));
+    }
+
+    void StepsBlocking()
+    {
+        const QString strUrl = QStringLiteral("http://%1:%2/").arg(HOST).arg(m_nPort);
+        Receive(m_request.SendPostReportStepData_ORN(strUrl, PATIENCE_MS, "{}"));
+    }
+
+    const int m_nPort;
+    CUIAgentRsp& m_response = *CUIAgentRsp::Instance();
+    CUIAgentReq& m_request = *CUIAgentReq::Instance();
+    QObject m_receiver;
+    int m_nAnswers = 0;
+    bool m_bSucc = false;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3) {
+        return 2;
+    }
+    const QCoreApplication application(argc, argv);
+    Host(std::stoi(argv[1])).Ask(argv[2]);
+    return 0;
+}

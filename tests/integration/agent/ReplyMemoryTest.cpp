@@ -1,0 +1,156 @@
+// What one reply may cost its host in memory, whatever the reply holds: at most 200 MB and eight times its
+// size. Each is received by a host in a process of its own.
+
+#include "HostProcess.h"
+#include "LogFolder.h"
+#include "ScriptedServer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <ostream>
+#include <string>
+
+namespace
+{
+
+constexpr std::size_t MILLION = 1'000'000;
+constexpr std::size_t LIST_LIMIT = 250'000;
+constexpr std::size_t VALUE_LIMIT = 2'000'000;
+constexpr std::size_t VALUE_LIMIT_OF_USERS = 250'000;
+constexpr std::size_t LARGEST_REPLY = std::size_t{60} * MILLION; // below the transport's own limit
+
+/// That many times the element, with a comma between two.
+std::string List(const std::string& strElement, std::size_t nTimes)
+{
+    std::string strList;
+    strList.reserve((strElement.size() + 1) * nTimes);
+    for (std::size_t i = 0; i < nTimes; ++i) {
+        strList += (i == 0 ? "" : ",") + strElement;
+    }
+    return strList;
+}
+
+std::string Array(const std::string& strElement, std::size_t nTimes)
+{
+    return "[" + List(strElement, nTimes) + "]";
+}
+
+/// As much of it as the largest reply holds.
+std::string Fill(const std::string& strElement)
+{
+    return List(strElement, LARGEST_REPLY / (strElement.size() + 1));
+}
+
+std::string Success(const std::string& strName, const std::string& strValue)
+{
+    return R"({"success":true,"code":0,")" + strName + "\":" + strValue + "}";
+}
+
+std::string Text(char c)
+{
+    return '"' + std::string(LARGEST_REPLY, c) + '"';
+}
+
+std::string IdName(const std::string& strName, std::size_t nId)
+{
+    return '"' + strName + R"(":{"id":)" + std::to_string(nId) + R"(,"name":"a name of usual length"})";
+}
+
+/// What a laboratory with that many projects says.
+std::string Projects(std::size_t nProjects)
+{
+    std::string strList;
+    for (std::size_t i = 0; i < nProjects; ++i) {
+        strList += (i == 0 ? R"({"xh":")" : R"(,{"xh":")") + std::to_string(i) + "\"," +
+                   IdName("委托单号", i) + "," + IdName("测试类型", 1) + "," + IdName("项目分类", 2) + "," +
+                   IdName("项目名称", 3) + "}";
+    }
+    return Success("实验项目", "[" + strList + "]");
+}
+
+struct SHeavyReply {
+    const char* szName;
+    const char* szRequest;
+    std::string (*fnBody)();
+    bool bSucc;
+};
+
+void PrintTo(const SHeavyReply& reply, std::ostream* pStream)
+{
+    *pStream << reply.szName;
+}
+
+const SHeavyReply HEAVY_REPLIES[] = {
+    {"ListOfAMillionZeros", "projects", [] { return Success("实验项目", Array("0", MILLION)); }, false},
+    {"ListAtItsLimit", "projects", [] { return Success("实验项目", Array("0", LIST_LIMIT)); }, true},
+    {"ListAboveItsLimit", "projects", [] { return Success("实验项目", Array("0", LIST_LIMIT + 1)); }, false},
+    {"BatteriesAtTheirLimit", "batteries",
+     [] { return Success("全部电池状态", Array(R"({"电池状态":[{"id":1}]})", LIST_LIMIT)); }, true},
+    {"HundredThousandProjects", "projects", [] { return Projects(100'000); }, true},
+    {"ValuesAtTheirLimit", "projects", [] { return Success("x", Array("0", VALUE_LIMIT - 4)); }, true},
+    {"ValuesAboveTheirLimit", "projects", [] { return Success("x", Array("0", VALUE_LIMIT - 3)); }, false},
+    {"MembersAtTheLimitOfValues", "report",
+     [] { return "{" + List(R"("":0)", VALUE_LIMIT - 2) + R"(,"success":true})"; }, true},
+    {"LargestListOfZeros", "projects", [] { return Success("实验项目", "[" + Fill("0") + "]"); }, false},
+    {"LargestReplyOfZeros", "report", [] { return "[" + Fill("0") + "]"; }, false},
+    {"LargestReplyOfBrackets", "check", [] { return Success("x", "[" + Fill("[]") + "]"); }, false},
+    {"LargestReplyOfMembers", "check", [] { return "{" + Fill(R"("":0)") + "}"; }, false},
+    {"LargestText", "check", [] { return Success("message", Text('x')); }, true},
+    {"UserOfZeros", "user", [] { return Success("x", "[" + Fill("0") + "]"); }, false},
+    {"UserOfBrackets", "user", [] { return Success("x", "[" + Fill("[]") + "]"); }, false},
+    {"UserOfTheDearestValues", "user",
+     [] { return Success("x", Array("/**/[]", VALUE_LIMIT_OF_USERS - 4)); }, true},
+    {"UserOfOneTitle", "user", [] { return Success("title", Text('x')); }, true},
+    {"UserOfOneComment", "user", [] { return Success("x", "/*" + Text('x') + "*/1"); }, true},
+    {"BlockingReplyOfZeros", "check-blocking", [] { return Success("x", "[" + Fill("0") + "]"); }, false},
+    {"BlockingReplyOfArrays", "check-blocking", [] { return Success("x", "[" + Fill("[0]") + "]"); }, false},
+    {"BlockingReplyOfObjects", "check-blocking",
+     [] { return Success("x", "[" + Fill(R"({"a":0})") + "]"); }, false},
+    {"BlockingReplyOfObjectsAtTheLimit", "check-blocking",
+     [] { return Success("x", Array(R"({"a":""})", VALUE_LIMIT / 2 - 2)); }, true},
+    {"BlockingReplyOfOneText", "check-blocking", [] { return Success("x", Text('x')); }, true},
+    {"BlockingReportThatIsLogged", "steps-blocking", [] { return Success("x", Text('x')); }, true},
+};
+
+class HeavyReply : public ::testing::TestWithParam<SHeavyReply>
+{
+protected:
+    LogFolder m_log;
+};
+
+/// The number behind a word at the beginning of one of the lines.
+long long Number(const Departure& departure, const std::string& strWord)
+{
+    for (const std::string& strLine : departure.vecLines) {
+        if (strLine.rfind(strWord + " ", 0) == 0) {
+            return std::stoll(strLine.substr(strWord.size() + 1));
+        }
+    }
+    ADD_FAILURE() << "the host said no " << strWord;
+    return -1;
+}
+
+TEST_P(HeavyReply, CostsNoMoreThan200MegabytesAndEightTimesItsSize)
+{
+    const std::string strBody = GetParam().fnBody();
+    const ScriptedServer server(ServerStep{HttpReply(200, strBody), ServerStep::Ending::Close});
+    const Departure departure =
+        Watch(KTS_HEAVY_REPLY_HOST, {std::to_string(server.Port()), GetParam().szRequest});
+    EXPECT_TRUE(departure.bInTime);
+    EXPECT_EQ(departure.nStatus, 0);
+    EXPECT_EQ(Number(departure, "answers"), 1);
+    EXPECT_EQ(Number(departure, "success"), GetParam().bSucc ? 1 : 0);
+    const long long nGrowth = Number(departure, "growth");
+    EXPECT_LE(nGrowth, static_cast<long long>(200 * MILLION + 8 * strBody.size()));
+    RecordProperty("bytes", std::to_string(strBody.size()));
+    RecordProperty("growth", std::to_string(nGrowth));
+    std::cout << GetParam().szName << ": " << strBody.size() / MILLION << " MB, growth "
+              << nGrowth / static_cast<long long>(MILLION) << " MB\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, HeavyReply, ::testing::ValuesIn(HEAVY_REPLIES),
+                         [](const auto& reply) { return reply.param.szName; });
+
+} // namespace
