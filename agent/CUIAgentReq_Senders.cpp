@@ -1,5 +1,6 @@
 #include "CUIAgentReq.h"
 
+#include "FieldConversion.h"
 #include "RequestCatalogue.h"
 #include "RequestObjects.h"
 #include "VelClientSDk.h"
@@ -36,6 +37,13 @@ void AnswerUnsent(int nType)
     if (const ResponseCallBack fnResponse = pClient->GetResponseCallBack("source")) {
         fnResponse(nType, nullptr, nullptr, -1);
     }
+}
+
+/// What kept a request from being sent, for the log.
+std::string Reason(const std::exception& error)
+{
+    const auto* const pField = dynamic_cast<const SFailedField*>(&error);
+    return pField == nullptr ? error.what() : pField->Description() + ": " + error.what();
 }
 
 std::string JoinList(const QStringList& list)
@@ -107,8 +115,7 @@ void CUIAgentReq::SendPostReportChlStatus(QString strIp, int nPort, QString t,
     try {
         ClientFor(strIp, nPort).ReportChlStatus(t.toStdString(), info);
     } catch (const std::exception& error) {
-        Log_Write(1, "CUIAgentReq::SendPostReportChlStatus", 1, "box \"%s\", chl \"%s\": %s",
-                  info.box.c_str(), info.chl.c_str(), error.what());
+        Log_Write(1, "CUIAgentReq::SendPostReportChlStatus", 1, "%s", Reason(error).c_str());
         AnswerUnsent(RequestType::ReportChlStatus);
     }
 }

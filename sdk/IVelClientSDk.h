@@ -62,8 +62,9 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     virtual void GetUserInfo(int userId) = 0;
 
     /// 3101, POST: one line of a channel's status log. Context: a `std::string`, `t`. No payload.
-    /// Throws `std::invalid_argument` or `std::out_of_range`, and sends nothing, when `info.box` or
-    /// `info.chl` is not a decimal number.
+    /// `info.box` and `info.chl` are read as `std::stoi` reads them. Where that fails nothing is sent, and
+    /// `std::invalid_argument` ("invalid stoi argument") or `std::out_of_range` ("stoi argument out of
+    /// range") is thrown.
     virtual void ReportChlStatus(std::string t, KTSStartPlugin::tagRepoChlStatusInfo& info) = 0;
 
     /// 3102, POST: the state of an incubator. Context: null. No payload.

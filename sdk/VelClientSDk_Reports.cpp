@@ -1,5 +1,6 @@
 #include "VelClientSDk.h"
 
+#include "FieldConversion.h"
 #include "HostName.h"
 #include "QueryString.h"
 #include "RequestCatalogue.h"
@@ -16,8 +17,8 @@ namespace
 /// @throws std::invalid_argument, std::out_of_range where `box` or `chl` is no decimal number
 Json::Value ChlStatusObject(const KTSStartPlugin::tagRepoChlStatusInfo& info)
 {
-    const int nBox = std::stoi(info.box);
-    const std::int64_t nChl = std::stoi(info.chl);
+    const int nBox = FieldToInt("box", info.box);
+    const std::int64_t nChl = FieldToInt("chl", info.chl);
 
     Json::Value object;
     object["com"] = info.com;

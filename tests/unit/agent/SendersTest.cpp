@@ -152,6 +152,49 @@ TEST_F(Senders, AChannelStatusReportThatCannotBeBuiltIsAnsweredFalseAndLogged)
     EXPECT_TRUE(m_transport.vecRequests.empty());
 }
 
+struct FailedField {
+    const char* szName;
+    std::string strBox;
+    std::string strChl;
+    std::string strLine;
+};
+
+class ConversionFailure : public Senders, public ::testing::WithParamInterface<FailedField>
+{
+};
+
+TEST_P(ConversionFailure, SaysInTheLogWhichFieldFailedAndWhatItHeld)
+{
+    KTSStartPlugin::tagRepoChlStatusInfo info;
+    info.box = GetParam().strBox;
+    info.chl = GetParam().strChl;
+    m_request.SendPostReportChlStatus("h", 80, "t", info);
+    ASSERT_EQ(RecordedLog().size(), 1U);
+    EXPECT_EQ(RecordedLog().front().nLevel, 1);
+    EXPECT_EQ(RecordedLog().front().strText, GetParam().strLine);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, ConversionFailure,
+    ::testing::Values(
+        FailedField{"Box", "x7", "2", "box is \"x7\": invalid stoi argument"},
+        FailedField{"Channel", "1", "", "chl is \"\": invalid stoi argument"},
+        FailedField{"ChannelBeyondAnInt", "1", "2147483648",
+                    "chl is \"2147483648\": stoi argument out of range"},
+        FailedField{"BothNamesTheFirst", "x", "y", "box is \"x\": invalid stoi argument"},
+        FailedField{"LongText", std::string(1000, 'x'), "2",
+                    "box is \"" + std::string(64, 'x') + "...\" (1000 bytes): invalid stoi argument"},
+        FailedField{"LongTextOfCharactersOfThreeBytes", "x" + std::string(63, ' ') + "电", "2",
+                    "box is \"x" + std::string(63, ' ') + "...\" (67 bytes): invalid stoi argument"},
+        FailedField{"CutWithinACharacter", std::string(63, 'x') + "电", "2",
+                    "box is \"" + std::string(63, 'x') + "...\" (66 bytes): invalid stoi argument"},
+        FailedField{"Nul",
+                    std::string("\0"
+                                "7",
+                                2),
+                    "2", "box is \"\\x007\": invalid stoi argument"}),
+    [](const auto& field) { return field.param.szName; });
+
 TEST_F(Senders, AChannelStatusReportThatCannotBeBuiltNeedsNoReceiver)
 {
     KTSStartPlugin::tagRepoChlStatusInfo info;

@@ -254,6 +254,26 @@ TEST_F(ReportBuilders, BoxOrChannelThatIsNoNumberFailsAndSendsNothing)
     EXPECT_TRUE(RecordedLog().empty());
 }
 
+TEST_F(ReportBuilders, BoxOrChannelThatIsNoNumberFailsWithTheSameTextOnEverySystem)
+{
+    const auto textOfFailure = [this](const char* szBox, const char* szChl) -> std::string {
+        auto info = NumberedInfo();
+        info.box = szBox;
+        info.chl = szChl;
+        try {
+            m_client.ReportChlStatus("tick", info);
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "sent";
+    };
+    EXPECT_EQ(textOfFailure("", "2"), "invalid stoi argument");
+    EXPECT_EQ(textOfFailure("1", "x1"), "invalid stoi argument");
+    EXPECT_EQ(textOfFailure("2147483648", "2"), "stoi argument out of range");
+    EXPECT_EQ(textOfFailure("1", "-99999999999999999999"), "stoi argument out of range");
+    EXPECT_EQ(textOfFailure(" +12abc", "0x1"), "sent");
+}
+
 TEST_F(ReportBuilders, AfterAFailedStatusTheNextOneIsSent)
 {
     auto info = NumberedInfo();

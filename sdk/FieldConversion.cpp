@@ -1,0 +1,70 @@
+#include "FieldConversion.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <stdexcept>
+#include <utility>
+
+namespace VelCSDK
+{
+namespace
+{
+
+constexpr std::size_t LONGEST_EXCERPT = 64;
+
+template <class Failure>
+class CFieldFailure : public Failure, public SFailedField
+{
+public:
+    CFieldFailure(const char* szWhat, SFailedField field) : Failure(szWhat), SFailedField(std::move(field)) {}
+};
+
+bool IsInsideCharacter(char c)
+{
+    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; // a UTF-8 byte that is not the first one
+}
+
+/// The beginning of a text, cut between two characters.
+std::string Excerpt(const std::string& strText)
+{
+    std::size_t nEnd = std::min(strText.size(), LONGEST_EXCERPT);
+    while (nEnd > 0 && nEnd < strText.size() && IsInsideCharacter(strText[nEnd])) {
+        --nEnd;
+    }
+    return strText.substr(0, nEnd);
+}
+
+/// With each NUL as the log would write it if it got that far. All other control characters do.
+std::string WithoutNul(std::string strText)
+{
+    for (std::size_t nNul = 0; (nNul = strText.find('\0', nNul)) != std::string::npos;) {
+        strText.replace(nNul, 1, "\\x00");
+    }
+    return strText;
+}
+
+} // namespace
+
+std::string SFailedField::Description() const
+{
+    const std::string strExcerpt = Excerpt(strHeld);
+    std::string strDescription = std::string(szName) + " is \"" + WithoutNul(strExcerpt);
+    if (strExcerpt.size() == strHeld.size()) {
+        return strDescription + '"';
+    }
+    return strDescription + "...\" (" + std::to_string(strHeld.size()) + " bytes)";
+}
+
+// The texts of std::stoi's own failures differ from one C++ library to the next.
+int FieldToInt(const char* szName, const std::string& strHeld)
+{
+    try {
+        return std::stoi(strHeld);
+    } catch (const std::invalid_argument&) {
+        throw CFieldFailure<std::invalid_argument>("invalid stoi argument", {szName, strHeld});
+    } catch (const std::out_of_range&) {
+        throw CFieldFailure<std::out_of_range>("stoi argument out of range", {szName, strHeld});
+    }
+}
+
+} // namespace VelCSDK
