@@ -48,9 +48,9 @@ struct SRoad {
 };
 
 template <int nType>
-void* NewUserData()
+void* NewEmptyUserData()
 {
-    return new typename UserDataOf<nType>::Type{};
+    return NewUserData<nType>({});
 }
 
 bool Succeeded(const SSupportVer& record)
@@ -96,18 +96,18 @@ void CheckAcknowledgement(const SResponseHeader& header, int nResult)
 SRoad RoadOf(int nType)
 {
     static const std::map<int, SRoad> ROADS{
-        {3100, {NewUserData<3100>, CheckUserInfo}},
-        {3101, {NewUserData<3101>, CheckAcknowledgement}},
+        {3100, {NewEmptyUserData<3100>, CheckUserInfo}},
+        {3101, {NewEmptyUserData<3101>, CheckAcknowledgement}},
         {3102, {nullptr, CheckAcknowledgement}},
-        {3103, {NewUserData<3103>, CheckPayload<SResponseGetProject>}},
-        {3104, {NewUserData<3104>, CheckPayload<SSupportVer>}},
-        {3105, {NewUserData<3105>, CheckPayload<SResponseGetBatteryStatus>}},
-        {3106, {NewUserData<3106>, CheckPayload<SResponseGetAutoExport>}},
-        {3107, {NewUserData<3107>, CheckPayload<SResponseGetFtpFilePath>}},
-        {3109, {NewUserData<3109>, CheckPayload<SResponseGetChannelCheckData>}},
-        {3110, {NewUserData<3110>, CheckPayload<SResponseGetWhetherInCommon>}},
-        {3112, {NewUserData<3112>, nullptr}},
-        {3113, {NewUserData<3113>, nullptr}},
+        {3103, {NewEmptyUserData<3103>, CheckPayload<SResponseGetProject>}},
+        {3104, {NewEmptyUserData<3104>, CheckPayload<SSupportVer>}},
+        {3105, {NewEmptyUserData<3105>, CheckPayload<SResponseGetBatteryStatus>}},
+        {3106, {NewEmptyUserData<3106>, CheckPayload<SResponseGetAutoExport>}},
+        {3107, {NewEmptyUserData<3107>, CheckPayload<SResponseGetFtpFilePath>}},
+        {3109, {NewEmptyUserData<3109>, CheckPayload<SResponseGetChannelCheckData>}},
+        {3110, {NewEmptyUserData<3110>, CheckPayload<SResponseGetWhetherInCommon>}},
+        {3112, {NewEmptyUserData<3112>, nullptr}},
+        {3113, {NewEmptyUserData<3113>, nullptr}},
     };
     const auto found = ROADS.find(nType);
     return found == ROADS.end() ? SRoad{nullptr, nullptr} : found->second;

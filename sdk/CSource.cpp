@@ -56,7 +56,7 @@ void CSource::OnReportAck(const std::string& body, int nType, void* pUserData)
 {
     const CUserData user(nType, pUserData);
     const CReplyReader reply(body);
-    HandOver(nType, pUserData, nullptr, reply.Result());
+    HandOver(nType, user.Context(), nullptr, reply.Result());
 }
 
 void CSource::OnIgnore(const std::string& /*body*/, int nType, void* pUserData)

@@ -59,7 +59,7 @@ void CSource::OnGetUserInfo(const std::string& body, int nType, void* pUserData)
     const bool bRead = header.nCode == 0 && root.isObject();
     const USER_INFO payload = bRead ? ReadUserInfo(root) : USER_INFO();
     header.pData = &payload;
-    Notify(nType, pUserData, header, header.nCode);
+    Notify(nType, user.Context(), header, header.nCode);
 }
 
 void CSource::OnGetSupportVer(const std::string& body, int nType, void* pUserData)
@@ -73,7 +73,7 @@ void CSource::OnGetSupportVer(const std::string& body, int nType, void* pUserDat
     if (const auto* const pVersion = user.Get<RequestType::GetSupportVer>()) {
         payload.strVersion = *pVersion;
     }
-    HandOver(nType, pUserData, &payload, reply.Result());
+    HandOver(nType, user.Context(), &payload, reply.Result());
 }
 
 void CSource::OnGetProjects(const std::string& body, int nType, void* pUserData)
@@ -90,7 +90,7 @@ void CSource::OnGetProjects(const std::string& body, int nType, void* pUserData)
     if (const auto* const pQuery = user.Get<RequestType::GetProjects>()) {
         payload.strUserText = pQuery->t;
     }
-    HandOver(nType, pUserData, &payload, reply.Result());
+    HandOver(nType, user.Context(), &payload, reply.Result());
 }
 
 void CSource::OnGetBattStatus(const std::string& body, int nType, void* pUserData)
@@ -102,7 +102,7 @@ void CSource::OnGetBattStatus(const std::string& body, int nType, void* pUserDat
     for (const rapidjson::Value& battery : reply.Members().Array("全部电池状态")) {
         payload.lstBattery.push_back(ReadBattery(CJsonObject(&battery)));
     }
-    HandOver(nType, pUserData, &payload, reply.Result());
+    HandOver(nType, user.Context(), &payload, reply.Result());
 }
 
 } // namespace VelCSDK

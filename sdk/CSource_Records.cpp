@@ -49,7 +49,7 @@ void CSource::OnGetAutoExport(const std::string& body, int nType, void* pUserDat
     for (const SAutoExportField& field : AUTO_EXPORT_FIELDS) {
         payload.*field.pField = result.Text(field.szName);
     }
-    HandOver(nType, pUserData, &payload, reply.Result());
+    HandOver(nType, user.Context(), &payload, reply.Result());
 }
 
 void CSource::OnGetFtpFilePath(const std::string& body, int nType, void* pUserData)
@@ -61,7 +61,7 @@ void CSource::OnGetFtpFilePath(const std::string& body, int nType, void* pUserDa
     const CJsonObject result = reply.Members().Object("result");
     payload.bPermit = result.Bool("permit").value_or(false);
     payload.strFtpFilePath = result.Text("ftpFilePath");
-    HandOver(nType, pUserData, &payload, reply.Result());
+    HandOver(nType, user.Context(), &payload, reply.Result());
 }
 
 void CSource::OnGetChannelCheckData(const std::string& body, int nType, void* pUserData)
@@ -74,7 +74,7 @@ void CSource::OnGetChannelCheckData(const std::string& body, int nType, void* pU
     const CJsonObject result = reply.Members().Object("result");
     payload.strAllowBoot = result.Text("allowBoot");
     payload.strReason = result.Text("reason");
-    HandOver(nType, pUserData, &payload, reply.Result());
+    HandOver(nType, user.Context(), &payload, reply.Result());
 }
 
 void CSource::OnGetWhetherInCommon(const std::string& body, int nType, void* pUserData)
@@ -85,7 +85,7 @@ void CSource::OnGetWhetherInCommon(const std::string& body, int nType, void* pUs
     payload.bSuccess = reply.Success();
     payload.strMessage = reply.Members().Text("message");
     payload.bCommon = reply.Members().Bool("common").value_or(false);
-    HandOver(nType, pUserData, &payload, reply.Result());
+    HandOver(nType, user.Context(), &payload, reply.Result());
 }
 
 } // namespace VelCSDK

@@ -3,7 +3,9 @@
 #include "RequestCatalogue.h"
 #include "RequestRecords.h"
 
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace VelCSDK
 {
@@ -48,17 +50,26 @@ template <> struct UserDataOf<RequestType::PostUploadData> { using Type = tagBat
 template <> struct UserDataOf<RequestType::ReportCycleData> { using Type = std::string; };
 // clang-format on
 
-/// Owns the user data that came back with a reply, and frees it as the type that the request's id tells. The
-/// user data of an unknown id is left alone: nothing is known of it.
+/// A copy of a request's arguments that is under way from now on: it belongs to the first `CUserData` that is
+/// made of it.
+template <int nType>
+void* NewUserData(typename UserDataOf<nType>::Type userData);
+
+/// Takes over the user data of a request that came back with its reply, or whose sending failed, and frees
+/// it. What is not under way as user data of that type is not taken: it was before, or is none of ours. So
+/// whatever a transport does, nothing is freed twice, and nothing is read that was freed.
 class CUserData
 {
 public:
-    CUserData(int nType, void* pUserData) noexcept : m_nType(nType), m_pUserData(pUserData) {}
+    CUserData(int nType, void* pUserData) noexcept;
     ~CUserData();
     CUserData(const CUserData&) = delete;
     CUserData& operator=(const CUserData&) = delete;
 
-    /// The user data of a request of type `nType`; null when it came without.
+    /// The request's context, as the response callback gets it; null when none was taken.
+    const void* Context() const noexcept { return m_pUserData; }
+
+    /// The same as the user data of a request of type `nType`.
     template <int nType>
     const typename UserDataOf<nType>::Type* Get() const noexcept
     {
@@ -69,5 +80,16 @@ private:
     int m_nType;
     void* m_pUserData;
 };
+
+/// Puts user data under way.
+void PutUnderWay(int nType, void* pUserData);
+
+template <int nType>
+void* NewUserData(typename UserDataOf<nType>::Type userData)
+{
+    auto pUserData = std::make_unique<typename UserDataOf<nType>::Type>(std::move(userData));
+    PutUnderWay(nType, pUserData.get());
+    return pUserData.release();
+}
 
 } // namespace VelCSDK

@@ -60,7 +60,8 @@ private:
     template <int nType>
     void SendQuery(typename UserDataOf<nType>::Type userData, const Json::Value& object);
 
-    /// Sends a request whose user data is a new copy of `userData`.
+    /// Sends a request whose user data is a new copy of `userData`. Where the transport throws, that is
+    /// freed, unless an answer took it over against the transport's contract.
     template <int nType>
     void Send(typename UserDataOf<nType>::Type userData, const std::string& strUrl,
               const std::string& strBody);
@@ -83,10 +84,13 @@ template <int nType>
 void VelClientSDk::Send(typename UserDataOf<nType>::Type userData, const std::string& strUrl,
                         const std::string& strBody)
 {
-    auto pUserData = std::make_unique<typename UserDataOf<nType>::Type>(std::move(userData));
-    HandToTransport(nType, strUrl, strBody, pUserData.get());
-    // It travels with the request now, and may be back and freed already.
-    static_cast<void>(pUserData.release());
+    void* const pUserData = NewUserData<nType>(std::move(userData));
+    try {
+        HandToTransport(nType, strUrl, strBody, pUserData);
+    } catch (...) {
+        const CUserData takenBack(nType, pUserData);
+        throw;
+    }
 }
 
 } // namespace VelCSDK

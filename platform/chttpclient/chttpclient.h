@@ -98,14 +98,17 @@ CHTTPCLIENT_API void CHttpClientUnInit();
 /// Registers the receiver of all replies in place of an earlier one. It is called on the delivering thread.
 CHTTPCLIENT_API void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse);
 
-/// Hands in a request and returns at once, from any thread, the callback's own included. Throws
-/// std::bad_alloc where there is no memory to take the request; then it is not taken, and there is no
-/// callback.
+/// Hands in a request and returns at once, from any thread, the callback's own included.
+///
+/// A call that throws has not taken the request: there was no callback for it and there will be none, and its
+/// user data is the caller's again. A call that returns has taken it: the user data is the receiver's from
+/// the one callback on, which may come before the call returns, on another thread. A site's own transport is
+/// held to the same. This one throws std::bad_alloc, where there is no memory to take the request.
 ///
 /// @param nType      handed back with the reply
 /// @param strUrl     the URL, encoded as described above
 /// @param strBody    the body of a POST
-/// @param pUserData  handed back with the reply; stays the caller's
+/// @param pUserData  handed back with the reply, never looked at
 /// @param bPost      POST, or else GET
 /// @param bHeader    whether strHeader is sent
 /// @param strHeader  a complete header line without its end, "Content-Type: application/json"

@@ -44,7 +44,11 @@ void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse)
 void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody, void* pUserData,
                             bool bPost, bool bHeader, const std::string& strHeader)
 {
-    RecordingTransport::Instance().vecCalls.emplace_back("CHttpClientSendRequest");
-    RecordingTransport::Instance().vecRequests.push_back(
-        {nType, strUrl, strBody, pUserData, bPost, bHeader, strHeader});
+    RecordingTransport& transport = RecordingTransport::Instance();
+    const RecordedRequest request{nType, strUrl, strBody, pUserData, bPost, bHeader, strHeader};
+    transport.vecCalls.emplace_back("CHttpClientSendRequest");
+    transport.vecRequests.push_back(request);
+    if (transport.fnOnSend) {
+        transport.fnOnSend(request);
+    }
 }

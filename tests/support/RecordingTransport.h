@@ -2,6 +2,7 @@
 
 #include "platform/chttpclient/chttpclient.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,8 @@ public:
     std::vector<RecordedRequest> vecRequests; ///< all since the start of the process, in order
     std::vector<std::string> vecCalls;        ///< names of the calls, in order ("CHttpClientInit", …)
     CHttpClientResponse fnResponse;           ///< what was registered last
+    /// Called within each CHttpClientSendRequest, when the request is recorded; it may answer, and throw.
+    std::function<void(const RecordedRequest&)> fnOnSend;
 
 private:
     std::size_t m_nAnswered = 0;

@@ -49,17 +49,20 @@ public:
                          [this](bool bSucc, const QVariant& /*data*/) { Receive(bSucc); });
         QObject::connect(&m_response, &CUIAgentRsp::SigGetBattStatusRet, &m_receiver,
                          [this](bool bSucc, const QVariant& /*data*/) { Receive(bSucc); });
-        QObject::connect(
-            &m_response, &CUIAgentRsp::SigGetChannelCheckDataRet, &m_receiver,
-            [this](bool bSucc, const QString& /*message*/, const QString& /*allowBoot*/,
-                   const QString& /*reason*/, const QVariant& /*request*/) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigGetChannelCheckDataRet, &m_receiver,
+                         [this](bool bSucc, const QString& /*message*/, const QString& /*allowBoot*/,
+                                const QString& /*reason*/, const QVariant& /*request*/) { Receive(bSucc); });
     }
 
     void Ask(const std::string& strRequest)
     {
         static const std::map<std::string, void (Host::*)()> REQUESTS{
-            {"user", &Host::User},         {"report", &Host::Report},       {"projects", &Host::Projects},
-            {"batteries", &Host::Batteries}, {"check", &Host::Check},       {"check-blocking", &Host::CheckBlocking},
+            {"user", &Host::User},
+            {"report", &Host::Report},
+            {"projects", &Host::Projects},
+            {"batteries", &Host::Batteries},
+            {"check", &Host::Check},
+            {"check-blocking", &Host::CheckBlocking},
             {"steps-blocking", &Host::StepsBlocking},
         };
         const long long nBefore = StatusBytes("VmRSS");
@@ -95,8 +98,8 @@ private:
     {
         bool bAllow = false;
         QString strReason;
-        Receive(m_request.SendGetChannelCheckDataEx(HOST, m_nPort, PATIENCE_MS,
-                                                    {12, 7, "X", "D1", "3", "p"}, bAllow, strReason));
+        Receive(m_request.SendGetChannelCheckDataEx(HOST, m_nPort, PATIENCE_MS, {12, 7, "X", "D1", "3", "p"},
+                                                    bAllow, strReason));
     }
 
     void StepsBlocking()
