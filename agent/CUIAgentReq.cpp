@@ -5,6 +5,7 @@
 #include "RequestCatalogue.h"
 #include "SyncWait.h"
 
+#include "net/NetworkUse.h"
 #include "platform/system/ProcessEnd.h"
 
 #include <map>
@@ -28,7 +29,11 @@ CUIAgentReq* CUIAgentReq::Instance()
     alignas(CUIAgentReq) static unsigned char storage[sizeof(CUIAgentReq)];
     static CUIAgentReq* const pInstance = [] {
         auto* const pMade = new (storage) CUIAgentReq;
-        AtProcessEnd([] { Instance()->~CUIAgentReq(); });
+        PrepareNetwork();
+        AtProcessEnd([] {
+            EndNetworkUse(); // first: no blocking sender may be at work in what is destroyed
+            Instance()->~CUIAgentReq();
+        });
         return pMade;
     }();
     return pInstance;
@@ -45,7 +50,12 @@ CUIAgentReq::CUIAgentReq()
 
 CUIAgentReq::~CUIAgentReq()
 {
-    qDeleteAll(m_mapSyncWait);
+    if (HasNetworkUseEnded()) { // a sender, stopped where it waits, may never leave the loop of its record
+        static const auto& kept = *new QMap<int, SyncWait*>(m_mapSyncWait);
+        static_cast<void>(kept);
+    } else {
+        qDeleteAll(m_mapSyncWait);
+    }
 }
 
 void CUIAgentReq::ReadEndpoints()

@@ -7,6 +7,7 @@
 #include "SyncWait.h"
 
 #include "net/NAManager.h"
+#include "net/NetworkUse.h"
 #include "platform/clog/clog.h"
 
 #include <QCoreApplication>
@@ -16,6 +17,8 @@
 #include <QTimer>
 
 #include <json/value.h>
+
+#include <chrono>
 
 using namespace VelCSDK;
 
@@ -33,7 +36,7 @@ namespace
 {
 
 // A report that failed is not to be repeated at once: the caller is held back for this long.
-constexpr unsigned long FAILED_REPORT_PAUSE_MS = 2'000;
+constexpr std::chrono::milliseconds FAILED_REPORT_PAUSE{2'000};
 
 SSyncRequest Query(int nType, const char* szReplySlot, std::string strBase, const Json::Value& object)
 {
@@ -54,17 +57,29 @@ std::string BatteryJson(const tagBatteryTestData& data)
     return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
 }
 
+/// The record of a call that was refused: no reply has come.
+const SyncWait& RefusedWait()
+{
+    static const SyncWait& refused = *new SyncWait; // never destroyed: by then Qt may be gone
+    return refused;
+}
+
 } // namespace
 
 const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
 {
-    SyncWait& wait = *m_mapSyncWait.value(request.nType);
+    const CBlockingCall call;
+    if (call.IsRefused()) { // then this object may be gone already
+        Log_Write(1, "CUIAgentReq::Exchange", 1,
+                  "request %d comes when the process or its QCoreApplication is ending", request.nType);
+        return RefusedWait();
+    }
     if (QCoreApplication::instance() == nullptr || QThread::currentThread() != thread()) {
         Log_Write(1, "CUIAgentReq::Exchange", 1,
                   "request %d needs a QCoreApplication and the thread of CUIAgentReq", request.nType);
-        static const SyncWait& refused = *new SyncWait; // never destroyed: by then Qt may be gone
-        return refused;
+        return RefusedWait();
     }
+    SyncWait& wait = *m_mapSyncWait.value(request.nType);
     QTimer timer;
     timer.setSingleShot(true);
     connect(&timer, SIGNAL(timeout()), &wait.loop, SLOT(quit()));
@@ -76,7 +91,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
         request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery;
     pManager->SendRequest(QString::fromStdString(strUrl), QByteArray::fromStdString(request.strBody),
                           request.nMethod);
-    wait.loop.exec();
+    CBlockingCall::Run(wait.loop);
     return wait;
 }
 
@@ -84,7 +99,7 @@ bool CUIAgentReq::ReportOrPause(const SSyncRequest& request, int nTimeout)
 {
     const bool bSucc = Exchange(request, nTimeout).bSucc;
     if (!bSucc) {
-        QThread::msleep(FAILED_REPORT_PAUSE_MS);
+        HoldBack(FAILED_REPORT_PAUSE);
     }
     return bSucc;
 }

@@ -1,6 +1,6 @@
 #include "NAMDownload.h"
 
-#include "InFlight.h"
+#include "NetworkUse.h"
 #include "ProgressGuard.h"
 
 #include <QNetworkReply>

@@ -1,6 +1,6 @@
 #include "NAManager.h"
 
-#include "InFlight.h"
+#include "NetworkUse.h"
 #include "ProgressGuard.h"
 
 #include <QJsonArray>

@@ -1,0 +1,264 @@
+#include "NetworkUse.h"
+
+#include "platform/system/ProcessEnd.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QNetworkAccessManager>
+#include <QPointer>
+
+#include <algorithm>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+// How long an end waits for the other threads. A receiver that hangs must not keep the process from ending.
+constexpr std::chrono::seconds STOP_GRACE{5};
+// How long a stopped thread sleeps: longer than an end takes whose every part takes as long as it may.
+constexpr std::chrono::seconds SLEEP_OF_THE_STOPPED{10};
+
+/// What one thread is using.
+struct SThread {
+    QObject anchor; ///< lives in the thread, and so what is posted to it runs there
+    std::vector<QNetworkAccessManager*> vecManagers;
+    std::vector<QEventLoop*> vecLoops;       ///< of blocking calls, the innermost last
+    QPointer<QCoreApplication> pApplication; ///< the one whose end is watched
+    const std::thread::id id = std::this_thread::get_id();
+
+    // Guarded by the mutex of all threads.
+    std::size_t nUses = 0; ///< managers and blocking calls
+    bool bStopped = false; ///< it sleeps, or has slept
+};
+
+/// All threads.
+struct SThreads {
+    std::mutex mutex; ///< guards all that follows
+    std::condition_variable changed;
+    std::vector<SThread*> vecThreads;
+    bool bApplicationEnds = false;
+    bool bProcessEnds = false;
+    std::thread::id idEnding; ///< the thread that ends the process
+
+    bool EndsElsewhere() const { return bProcessEnds && idEnding != std::this_thread::get_id(); }
+    bool OthersAreDone() const
+    {
+        return std::all_of(vecThreads.begin(), vecThreads.end(), [](const SThread* pThread) {
+            return pThread->nUses == 0 || pThread->bStopped || pThread->id == std::this_thread::get_id();
+        });
+    }
+};
+
+/// Never destroyed: the end of the process needs it.
+SThreads& Threads()
+{
+    static SThreads& threads = *new SThreads;
+    return threads;
+}
+
+void Count(SThread& thread, int nChange)
+{
+    const std::lock_guard<std::mutex> lock(Threads().mutex);
+    thread.nUses += static_cast<std::size_t>(nChange);
+    Threads().changed.notify_all();
+}
+
+void EndAll(SThread& thread)
+{
+    for (const QNetworkAccessManager* const pManager : std::vector(thread.vecManagers)) {
+        delete pManager; // which removes it from the list
+    }
+}
+
+/// Where the process ends on another thread: lets this one sleep, once.
+void SleepIfStopped(SThread& thread)
+{
+    {
+        const std::lock_guard<std::mutex> lock(Threads().mutex);
+        if (!Threads().EndsElsewhere() || thread.bStopped) {
+            return;
+        }
+    }
+    EndAll(thread);
+    {
+        const std::lock_guard<std::mutex> lock(Threads().mutex);
+        thread.bStopped = true;
+        Threads().changed.notify_all();
+    }
+    std::this_thread::sleep_for(SLEEP_OF_THE_STOPPED);
+}
+
+/// Ends what the thread is using, called on it from its event loop.
+void Stop(SThread& thread)
+{
+    SleepIfStopped(thread);
+    EndAll(thread);
+    for (QEventLoop* const pLoop : thread.vecLoops) {
+        pLoop->quit();
+    }
+}
+
+void StopOthers(std::unique_lock<std::mutex>& lock)
+{
+    for (SThread* const pThread : Threads().vecThreads) {
+        if (pThread->nUses != 0 && pThread->id != std::this_thread::get_id()) {
+            QMetaObject::invokeMethod(
+                &pThread->anchor, [pThread] { Stop(*pThread); }, Qt::QueuedConnection);
+        }
+    }
+    Threads().changed.wait_for(lock, STOP_GRACE, [] { return Threads().OthersAreDone(); });
+}
+
+thread_local bool t_bGone = false; ///< so that a static object that goes later finds out
+
+/// What belongs to a thread goes before anything static when that thread calls exit() or returns from main,
+/// so also before what Qt's own threads are using or just making.
+struct SOwner {
+    const std::unique_ptr<SThread> pThread = std::make_unique<SThread>();
+
+    SOwner()
+    {
+        const std::lock_guard<std::mutex> lock(Threads().mutex);
+        Threads().vecThreads.push_back(pThread.get());
+    }
+    ~SOwner()
+    {
+        t_bGone = true;
+        if (ThreadsAreGone()) { // for which each manager would wait
+            return;
+        }
+        SleepIfStopped(*pThread);
+        EndAll(*pThread);
+        const std::lock_guard<std::mutex> lock(Threads().mutex);
+        auto& vecThreads = Threads().vecThreads;
+        vecThreads.erase(std::remove(vecThreads.begin(), vecThreads.end(), pThread.get()), vecThreads.end());
+        Threads().changed.notify_all();
+    }
+    SOwner(const SOwner&) = delete;
+    SOwner& operator=(const SOwner&) = delete;
+};
+
+/// @return null once the thread is past its end
+SThread* ThisThread()
+{
+    if (t_bGone) {
+        return nullptr;
+    }
+    thread_local const SOwner owner;
+    return owner.pThread.get();
+}
+
+void EndOfApplication()
+{
+    if (SThread* const pThread = ThisThread()) {
+        EndAll(*pThread);
+    }
+    std::unique_lock<std::mutex> lock(Threads().mutex);
+    Threads().bApplicationEnds = true;
+    StopOthers(lock);
+}
+
+void WatchApplication(SThread& thread)
+{
+    QCoreApplication* const pApplication = QCoreApplication::instance();
+    if (thread.pApplication == pApplication) {
+        return;
+    }
+    thread.pApplication = pApplication;
+    qAddPostRoutine(&EndOfApplication);
+    QObject::connect(pApplication, &QObject::destroyed, [] {
+        const std::lock_guard<std::mutex> lock(Threads().mutex);
+        Threads().bApplicationEnds = false; // there may be another one
+    });
+}
+
+} // namespace
+
+void WatchInFlight(QNetworkAccessManager& manager)
+{
+    SThread* const pThread = ThisThread();
+    if (pThread == nullptr) {
+        return;
+    }
+    PrepareNetwork();
+    WatchApplication(*pThread);
+    auto& vecManagers = pThread->vecManagers;
+    if (std::find(vecManagers.begin(), vecManagers.end(), &manager) != vecManagers.end()) {
+        return;
+    }
+    vecManagers.push_back(&manager);
+    Count(*pThread, 1);
+    QObject::connect(&manager, &QObject::destroyed, &pThread->anchor, [pThread](const QObject* pGone) {
+        auto& vecLeft = pThread->vecManagers;
+        vecLeft.erase(std::remove(vecLeft.begin(), vecLeft.end(), pGone), vecLeft.end());
+        Count(*pThread, -1);
+    });
+}
+
+CBlockingCall::CBlockingCall()
+{
+    SThread* const pThread = ThisThread();
+    const std::lock_guard<std::mutex> lock(Threads().mutex);
+    m_bRefused = pThread == nullptr || Threads().bProcessEnds || Threads().bApplicationEnds;
+    if (!m_bRefused) {
+        ++pThread->nUses;
+    }
+}
+
+CBlockingCall::~CBlockingCall()
+{
+    SThread* const pThread = ThisThread();
+    if (pThread == nullptr) {
+        return;
+    }
+    if (!m_bRefused) {
+        Count(*pThread, -1);
+    }
+    SleepIfStopped(*pThread);
+}
+
+void CBlockingCall::Run(QEventLoop& loop)
+{
+    SThread* const pThread = ThisThread();
+    if (pThread == nullptr) {
+        return;
+    }
+    pThread->vecLoops.push_back(&loop);
+    loop.exec();
+    pThread->vecLoops.pop_back();
+}
+
+void HoldBack(std::chrono::milliseconds pause)
+{
+    {
+        std::unique_lock<std::mutex> lock(Threads().mutex);
+        Threads().changed.wait_for(lock, pause, [] { return Threads().bProcessEnds; });
+    }
+    if (SThread* const pThread = ThisThread()) {
+        SleepIfStopped(*pThread);
+    }
+}
+
+void EndNetworkUse()
+{
+    if (SThread* const pThread = ThisThread()) {
+        EndAll(*pThread);
+    }
+    std::unique_lock<std::mutex> lock(Threads().mutex);
+    if (!std::exchange(Threads().bProcessEnds, true)) {
+        Threads().idEnding = std::this_thread::get_id();
+        Threads().changed.notify_all();
+        StopOthers(lock);
+    }
+}
+
+bool HasNetworkUseEnded()
+{
+    const std::lock_guard<std::mutex> lock(Threads().mutex);
+    return Threads().bProcessEnds;
+}
