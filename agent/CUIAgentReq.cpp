@@ -2,6 +2,7 @@
 
 #include "EndpointSettings.h"
 #include "IVelClientSDk.h"
+#include "Logging.h"
 #include "RequestCatalogue.h"
 #include "SyncWait.h"
 
@@ -29,6 +30,7 @@ CUIAgentReq* CUIAgentReq::Instance()
     alignas(CUIAgentReq) static unsigned char storage[sizeof(CUIAgentReq)];
     static CUIAgentReq* const pInstance = [] {
         auto* const pMade = new (storage) CUIAgentReq;
+        PrepareLogging();
         PrepareNetwork();
         AtProcessEnd([] {
             EndNetworkUse(); // first: no blocking sender may be at work in what is destroyed

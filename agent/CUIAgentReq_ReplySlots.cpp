@@ -14,20 +14,17 @@
 
 #include "CUIAgentReq.h"
 
+#include "Logging.h"
 #include "RequestCatalogue.h"
 #include "SyncWait.h"
 
 #include <QDebug>
 #include <QJsonObject>
-#include <QLoggingCategory>
 
 using namespace VelCSDK;
 
 namespace
 {
-
-// Turned off with QT_LOGGING_RULES="ktshttpagent.reply=false" or QLoggingCategory::setFilterRules.
-Q_LOGGING_CATEGORY(logReply, "ktshttpagent.reply")
 
 constexpr int CODE_OK = 200;
 constexpr int CODE_FAILED = 404;

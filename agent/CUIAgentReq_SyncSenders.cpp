@@ -79,6 +79,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
                   "request %d needs a QCoreApplication and the thread of CUIAgentReq", request.nType);
         return RefusedWait();
     }
+    PrepareNetwork();
     SyncWait& wait = *m_mapSyncWait.value(request.nType);
     QTimer timer;
     timer.setSingleShot(true);

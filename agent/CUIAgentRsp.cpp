@@ -1,17 +1,16 @@
 #include "CUIAgentRsp.h"
 
+#include "Deliveries.h"
 #include "IVelClientSDk.h"
+#include "Logging.h"
 #include "RequestCatalogue.h"
 
 #include "platform/system/ProcessEnd.h"
 
-#include <QLoggingCategory>
 #include <QMetaType>
 
 #include <chrono>
 #include <exception>
-#include <memory>
-#include <mutex>
 #include <new>
 
 using namespace VelCSDK;
@@ -19,32 +18,17 @@ using namespace VelCSDK;
 namespace
 {
 
-Q_LOGGING_CATEGORY(logResponse, "ktshttpagent.response", QtWarningMsg)
-
 // A receiver that hangs must not keep the process from ending.
 constexpr std::chrono::seconds RECEIVER_GRACE{5};
-
-/// Stands between the transport, which goes on delivering while the process ends, and the instance, which is
-/// destroyed before that is over.
-struct SDeliveryGate {
-    std::recursive_timed_mutex mutex; ///< held during a delivery; recursive, since a receiver may call exit()
-    bool bOpen = true;
-};
-
-std::shared_ptr<SDeliveryGate>& Gate()
-{
-    static std::shared_ptr<SDeliveryGate> pGate = std::make_shared<SDeliveryGate>();
-    return pGate;
-}
 
 } // namespace
 
 CUIAgentRsp* CUIAgentRsp::Instance()
 {
-    // Both are made before the instance, so that they are there until it is gone: the gate, and Qt's registry
-    // of types, which asking for any unknown name makes. An answer under way copies its record by that
-    // registry.
-    Gate();
+    // What an answer under way uses of Qt is made before the instance, so that it is there until the instance
+    // is gone: logging, and the registry of types by which records are copied, which asking for any unknown
+    // name makes.
+    PrepareLogging();
     QMetaType::type("CUIAgentRsp::Instance");
     alignas(CUIAgentRsp) static unsigned char storage[sizeof(CUIAgentRsp)];
     static CUIAgentRsp* const pInstance = [] {
@@ -57,10 +41,11 @@ CUIAgentRsp* CUIAgentRsp::Instance()
 
 CUIAgentRsp::CUIAgentRsp()
 {
+    OpenDeliveries(*this);
     SDKFactory::GetInstance()->SetResponseCallBack(
-        [this, pGate = Gate()](int nType, const void* pRequest, const void* pResponse, int nError) {
-            const std::lock_guard<std::recursive_timed_mutex> lock(pGate->mutex);
-            if (pGate->bOpen) {
+        [this](int nType, const void* pRequest, const void* pResponse, int nError) {
+            const CDelivering delivering(this);
+            if (delivering.IsAllowed()) {
                 OnResponse(nType, pRequest, pResponse, nError);
             }
         });
@@ -68,8 +53,7 @@ CUIAgentRsp::CUIAgentRsp()
 
 CUIAgentRsp::~CUIAgentRsp()
 {
-    const std::unique_lock<std::recursive_timed_mutex> lock(Gate()->mutex, RECEIVER_GRACE);
-    Gate()->bOpen = false;
+    CloseDeliveries(*this, RECEIVER_GRACE);
 }
 
 void CUIAgentRsp::OnResponse(int nType, const void* pRequest, const void* pResponse, int nError)

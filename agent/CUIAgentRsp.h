@@ -11,10 +11,16 @@
 ///
 /// Call `Instance()` and connect before the first request is sent: a result without this object is lost.
 ///
-/// Threads: signals are emitted on the delivering thread of the transport, never on the host's. With Qt's
-/// automatic connection a receiver that lives in another thread gets them queued, through its event loop; a
-/// receiver without a thread of its own (a lambda without context) runs on the delivering thread and holds up
-/// the results behind it. All arguments are values.
+/// Threads: signals are emitted on the delivering thread of the transport, with one exception: the answer of
+/// a report that never left (see `CUIAgentReq::SendPostReportChlStatus`) is emitted within that call, on the
+/// caller's thread. With Qt's automatic connection a receiver that lives in another thread gets them queued,
+/// through its event loop; a receiver without a thread of its own (a lambda without context) runs on the
+/// delivering thread and holds up the results behind it. Nothing is locked while receivers run: they may
+/// block, run an event loop, send, or end the process. All arguments are values.
+///
+/// An object of a subclass takes the results over from the object made before it, and keeps them to its own
+/// end; after that they are dropped. Its destructor waits until deliveries under way on other threads are
+/// done, for 5 s at most.
 ///
 /// `bSucc` is false when the exchange failed or the server said no; a host can't tell the two apart here, the
 /// log can. The records inside the variants are declared in `ResultVariants.h`; after a failure, and after a

@@ -30,6 +30,7 @@ struct SThread {
     std::vector<QEventLoop*> vecLoops;       ///< of blocking calls, the innermost last
     QPointer<QCoreApplication> pApplication; ///< the one whose end is watched
     const std::thread::id id = std::this_thread::get_id();
+    const qint64 nProcess = QCoreApplication::applicationPid();
 
     // Guarded by the mutex of all threads.
     std::size_t nUses = 0; ///< managers and blocking calls
@@ -48,9 +49,13 @@ struct SThreads {
     bool EndsElsewhere() const { return bProcessEnds && idEnding != std::this_thread::get_id(); }
     bool OthersAreDone() const
     {
-        return std::all_of(vecThreads.begin(), vecThreads.end(), [](const SThread* pThread) {
-            return pThread->nUses == 0 || pThread->bStopped || pThread->id == std::this_thread::get_id();
-        });
+        return std::none_of(vecThreads.begin(), vecThreads.end(), &IsBusyElsewhere);
+    }
+    /// The child of a fork has none of the threads but one.
+    static bool IsBusyElsewhere(const SThread* pThread)
+    {
+        return pThread->nUses != 0 && !pThread->bStopped && pThread->id != std::this_thread::get_id() &&
+               pThread->nProcess == QCoreApplication::applicationPid();
     }
 };
 
@@ -70,8 +75,8 @@ void Count(SThread& thread, int nChange)
 
 void EndAll(SThread& thread)
 {
-    for (const QNetworkAccessManager* const pManager : std::vector(thread.vecManagers)) {
-        delete pManager; // which removes it from the list
+    while (!thread.vecManagers.empty()) {
+        delete thread.vecManagers.back(); // which removes it from the list
     }
 }
 
@@ -106,7 +111,7 @@ void Stop(SThread& thread)
 void StopOthers(std::unique_lock<std::mutex>& lock)
 {
     for (SThread* const pThread : Threads().vecThreads) {
-        if (pThread->nUses != 0 && pThread->id != std::this_thread::get_id()) {
+        if (SThreads::IsBusyElsewhere(pThread)) {
             QMetaObject::invokeMethod(
                 &pThread->anchor, [pThread] { Stop(*pThread); }, Qt::QueuedConnection);
         }
@@ -185,7 +190,6 @@ void WatchInFlight(QNetworkAccessManager& manager)
     if (pThread == nullptr) {
         return;
     }
-    PrepareNetwork();
     WatchApplication(*pThread);
     auto& vecManagers = pThread->vecManagers;
     if (std::find(vecManagers.begin(), vecManagers.end(), &manager) != vecManagers.end()) {

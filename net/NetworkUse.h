@@ -40,9 +40,9 @@ private:
 /// Holds this thread back for that time, without handling events, or until the process begins to end.
 void HoldBack(std::chrono::milliseconds pause);
 
-/// Makes what Qt makes when its network access is first used, and registers `EndNetworkUse` after it, since
-/// what is made first is destroyed last. Once a process; without a QCoreApplication it does nothing, and may
-/// be called again.
+/// Makes what Qt makes with the first requests, and registers `EndNetworkUse` after it, since what is made
+/// first is destroyed last. Once a process; without a QCoreApplication it does nothing, and may be called
+/// again.
 void PrepareNetwork();
 
 /// Ends all use of the network, as the process ends: that of this thread at once, that of the others within 5

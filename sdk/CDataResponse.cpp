@@ -43,10 +43,10 @@ bool Parse(const std::string& body, Json::Value& root)
 } // namespace
 
 // The transport's callback holds the instance too: a reply on its way while the instance is released still
-// finds it alive.
+// finds it alive. The holder is never destroyed: the transport delivers until the process is gone.
 std::shared_ptr<CDataResponse>& CDataResponse::Holder()
 {
-    static std::shared_ptr<CDataResponse> pInstance;
+    static std::shared_ptr<CDataResponse>& pInstance = *new std::shared_ptr<CDataResponse>;
     return pInstance;
 }
 

@@ -48,7 +48,8 @@ void VelClientSDk::SetServerUrl(std::string url)
 
 void VelClientSDk::SetResponseCallBack(ResponseCallBack fn)
 {
-    m_fnResponse = std::move(fn);
+    const std::lock_guard<std::mutex> lock(m_mutexResponse);
+    m_fnResponse.swap(fn); // the earlier one goes after the lock is released
 }
 
 void VelClientSDk::Reserved() {}
@@ -66,6 +67,7 @@ std::string VelClientSDk::GetUrl(int id)
 
 ResponseCallBack VelClientSDk::GetResponseCallBack(const std::string& /*key*/) const
 {
+    const std::lock_guard<std::mutex> lock(m_mutexResponse);
     return m_fnResponse;
 }
 

@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <future>
 #include <random>
 #include <string>
 #include <thread>
@@ -27,6 +28,7 @@ namespace
 using std::chrono::microseconds;
 
 constexpr int LONG_MS = 60'000;
+constexpr std::chrono::milliseconds LONGEST_END{1'900}; // less than the pause after a failed report
 
 std::minstd_rand g_random; // NOLINT: seeded by main
 
@@ -34,6 +36,22 @@ std::minstd_rand g_random; // NOLINT: seeded by main
 microseconds UpTo(int nMilliseconds)
 {
     return microseconds(std::uniform_int_distribution<int>(0, nMilliseconds * 1000)(g_random));
+}
+
+std::chrono::steady_clock::time_point g_tpExit = std::chrono::steady_clock::time_point::max();
+
+[[noreturn]] void Exit()
+{
+    g_tpExit = std::chrono::steady_clock::now();
+    std::exit(0);
+}
+
+/// Registered before the library registers anything, so it is called last.
+void CheckThatTheEndWasPrompt()
+{
+    if (g_tpExit < std::chrono::steady_clock::now() - LONGEST_END) {
+        std::_Exit(3);
+    }
 }
 
 // Servers within the process, which never end: the end of the process is what is watched.
@@ -98,7 +116,7 @@ void OnAnotherThread(microseconds delay, std::function<void()> fnCall)
 
 void ExitOnAnotherThread(microseconds delay)
 {
-    OnAnotherThread(delay, [] { std::exit(0); });
+    OnAnotherThread(delay, [] { Exit(); });
 }
 
 /// Calls a function from the event loop of this thread after that time.
@@ -127,20 +145,23 @@ void ExitInAReceiver(const QObject* pContext, Qt::ConnectionType eType)
         CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetSupportVerRet, pContext,
         [delay = UpTo(20)] {
             std::this_thread::sleep_for(delay);
-            std::exit(0);
+            Exit();
         },
         eType);
     CUIAgentReq::Instance()->SendGetSupportVer("127.0.0.1", RefusingPortNumber(), "1");
     CheckForEver(SilentPort());
 }
 
-/// The agent on a thread of its own, in a blocking call.
+/// The agent on a thread of its own, in blocking calls.
 void WorkerThatWaits()
 {
-    std::thread([] {
+    std::promise<void> made;
+    std::thread([&made] {
         CUIAgentReq::Instance();
+        made.set_value();
         CheckForEver(SilentPort());
     }).detach();
+    made.get_future().wait();
     std::this_thread::sleep_for(UpTo(30));
 }
 
@@ -196,24 +217,32 @@ const SKind KINDS[] = {
      }},
     {"exit-in-a-timer-slot",
      [] {
-         FromTheLoop(UpTo(30), [] { std::exit(0); });
+         FromTheLoop(UpTo(30), [] { Exit(); });
          CheckForEver(SilentPort());
      }},
     {"exit-in-a-timer-slot-during-nested-calls",
      [] {
-         NestedCalls([] { std::exit(0); });
+         NestedCalls([] { Exit(); });
          CheckForEver(SilentPort());
      }},
     {"exit-in-main-while-a-worker-waits",
      [] {
          WorkerThatWaits();
-         std::exit(0);
+         Exit();
      }},
     {"return-from-main-while-a-worker-waits", [] { WorkerThatWaits(); }},
-    {"return-from-main-during-exit-on-another-thread",
+    {"exit-on-another-thread-during-a-handshake",
      [] {
-         ExitOnAnotherThread(UpTo(10));
-         Check(SilentPort(), 5);
+         ExitOnAnotherThread(UpTo(60));
+         const QString strUrl = QStringLiteral("https://127.0.0.1:%1/").arg(SilentPort());
+         CUIAgentReq::Instance()->SendPostReportCycleDataEx(strUrl, LONG_MS, "");
+         CheckForEver(SilentPort());
+     }},
+    {"exit-on-another-thread-during-a-slot-of-the-host",
+     [] {
+         ExitOnAnotherThread(UpTo(30));
+         FromTheLoop(UpTo(10), [] { std::this_thread::sleep_for(std::chrono::milliseconds(40)); });
+         CheckForEver(SilentPort());
      }},
     {"quick-exit-on-another-thread",
      [] {
@@ -237,6 +266,7 @@ int main(int argc, char** argv)
         if (strKind == "kinds") {
             std::puts(kind.szName);
         } else if (strKind == kind.szName) {
+            std::atexit(&CheckThatTheEndWasPrompt);
             const QCoreApplication application(argc, argv);
             if (strKind.find("worker") == std::string::npos) {
                 CUIAgentReq::Instance();

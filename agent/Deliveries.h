@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+
+class CUIAgentRsp;
+
+// Which instances of CUIAgentRsp there are, and which of them are handing an answer over. The client's
+// callback outlives the instance that set it, and the transport goes on delivering while the process ends.
+//
+// Nothing is locked while an answer is handed over: a receiver may block, run an event loop, send, throw, or
+// end the process. All operations may be called from any thread.
+
+/// From now on deliveries to the instance may begin.
+void OpenDeliveries(const CUIAgentRsp& instance);
+
+/// From now on none begins any more. Waits until those under way are done, but not for those of this thread,
+/// since a receiver may be what ends the instance, and no longer than that time.
+void CloseDeliveries(const CUIAgentRsp& instance, std::chrono::milliseconds longest);
+
+/// One delivery, from before to after the receivers run.
+class CDelivering
+{
+public:
+    /// @param pInstance  may be gone; then nothing may be delivered
+    explicit CDelivering(const CUIAgentRsp* pInstance);
+    ~CDelivering();
+    CDelivering(const CDelivering&) = delete;
+    CDelivering& operator=(const CDelivering&) = delete;
+
+    bool IsAllowed() const { return m_bAllowed; }
+
+private:
+    const CUIAgentRsp* const m_pInstance;
+    const bool m_bAllowed;
+};

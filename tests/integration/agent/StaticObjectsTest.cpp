@@ -1,0 +1,139 @@
+// What may be needed until the process is gone must not be destroyed before: each object that is destroyed at
+// the end of the process registers that with the C++ runtime, and here every registration is seen.
+
+#include "LogFolder.h"
+#include "ScriptedServer.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/CUIAgentRsp.h>
+
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <vector>
+
+using testing::Contains;
+using testing::Each;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+namespace
+{
+
+struct SRegistered {
+    const void* pObject; ///< null for a plain function, as atexit takes it
+    const void* pLibrary;
+};
+
+struct SAllRegistered {
+    std::mutex mutex;
+    std::vector<SRegistered> vec;
+};
+
+SAllRegistered& All()
+{
+    static SAllRegistered& all = *new SAllRegistered;
+    return all;
+}
+
+std::size_t CountRegistered()
+{
+    const std::lock_guard<std::mutex> lock(All().mutex);
+    return All().vec.size();
+}
+
+/// The files of the libraries that registered the destruction of an object, from the nth registration on.
+std::vector<std::string> LibrariesOfObjects(std::size_t nFirst = 0)
+{
+    const std::lock_guard<std::mutex> lock(All().mutex);
+    std::vector<std::string> vecFiles;
+    for (std::size_t n = nFirst; n < All().vec.size(); ++n) {
+        Dl_info info{};
+        if (All().vec[n].pObject != nullptr && ::dladdr(All().vec[n].pLibrary, &info) != 0) {
+            vecFiles.push_back(std::filesystem::path(info.dli_fname).filename().string());
+        }
+    }
+    return vecFiles;
+}
+
+} // namespace
+
+// Takes the place of the C library's for the whole process.
+extern "C" __attribute__((visibility("default"))) int __cxa_atexit(void (*pfnCall)(void*), void* pObject,
+                                                                   void* pLibrary)
+{
+    using Register = int (*)(void (*)(void*), void*, void*);
+    static const auto pfnReal = reinterpret_cast<Register>(::dlsym(RTLD_NEXT, "__cxa_atexit"));
+    {
+        const std::lock_guard<std::mutex> lock(All().mutex);
+        All().vec.push_back({pObject, pLibrary});
+    }
+    return pfnReal(pfnCall, pObject, pLibrary);
+}
+
+namespace
+{
+
+class StaticObjects : public testing::Test
+{
+protected:
+    StaticObjects() { qputenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent"); }
+
+    void MakeBlockingCalls()
+    {
+        bool bAllow = false;
+        QString strReason;
+        tagBatteryTestData data;
+        const QString strBase = QString::fromStdString(m_server.Url("/"));
+        auto& request = *CUIAgentReq::Instance();
+        request.SendGetChannelCheckDataEx("127.0.0.1", m_server.Port(), ENOUGH_MS, {}, bAllow, strReason);
+        request.SendGetWhetherInCommonEx("127.0.0.1", m_server.Port(), ENOUGH_MS, "X", bAllow);
+        request.SendPostUploadDataEx("127.0.0.1", m_server.Port(), ENOUGH_MS, data);
+        request.SendPostReportStepData_ORN(strBase, ENOUGH_MS, "x");
+    }
+
+    /// The request whose reply jsoncpp reads, and one whose exchange fails.
+    void WaitForAnswers()
+    {
+        QSignalSpy answers(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetUserInfoRet);
+        CUIAgentReq::Instance()->SendGetUserInfo("127.0.0.1", m_server.Port(), 1);
+        CUIAgentReq::Instance()->SendGetUserInfo("127.0.0.1", m_refusing.Port(), 1);
+        while (answers.count() < 2 && answers.wait(ENOUGH_MS)) {
+        }
+        EXPECT_EQ(answers.count(), 2);
+    }
+
+    static constexpr int ENOUGH_MS = 30'000;
+    const LogFolder m_log;
+    const ScriptedServer m_server{Ok()};
+    const RefusingPort m_refusing;
+};
+
+TEST_F(StaticObjects, OfTheLibraryAreNeverDestroyed)
+{
+    CUIAgentReq::Instance();
+    WaitForAnswers();
+    MakeBlockingCalls();
+    ASSERT_THAT(LibrariesOfObjects(), Not(IsEmpty())) << "no registration is seen at all";
+    for (const char* const szOurs : {"libktshttpagent", "libchttpclient", "liblibclog", "libclog"}) {
+        EXPECT_THAT(LibrariesOfObjects(), Each(Not(StartsWith(szOurs))));
+    }
+}
+
+TEST_F(StaticObjects, ThatBlockingCallsUseAreMadeWithTheRequestObject)
+{
+    CUIAgentReq::Instance();
+    const std::size_t nBefore = CountRegistered();
+    MakeBlockingCalls();
+    EXPECT_THAT(LibrariesOfObjects(nBefore), Each(Not(StartsWith("libQt5"))));
+}
+
+} // namespace

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Ends a host in every way that it knows, so often each, at ever other moments, and prints a table:
+#   ends.sh HOST [COUNT [KIND...]]
+# Exits with 1 when one of the ends was not clean.
+set -euo pipefail
+host=$1 count=${2:-100}
+shift $(($# < 2 ? $# : 2))
+
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+export CLOG_DIR=$folder KTSHTTPAGENT_SETTINGS_ROOT=$folder MALLOC_PERTURB_=165
+
+# Prints the status of an end that was not clean: of a crash it is 128 and the signal, of a hang 124.
+one_end() {
+  local status=0
+  timeout 60 "$1" "$2" "$3" >"$CLOG_DIR/$2-$3" 2>&1 || status=$?
+  if [ "$status" = 0 ]; then rm "$CLOG_DIR/$2-$3"; else echo "$status"; fi
+} 2>/dev/null
+export -f one_end
+
+kinds=("$@")
+[ ${#kinds[@]} -gt 0 ] || mapfile -t kinds < <("$host" kinds)
+printf '%-52s %7s %9s  %s\n' kind ends unclean 'statuses'
+result=0
+for kind in "${kinds[@]}"; do
+  statuses=$(seq "$count" | xargs -P "$(($(nproc) * 3))" -I{} bash -c 'one_end "$@"' _ "$host" "$kind" {} 2>/dev/null | sort | uniq -c)
+  unclean=$(awk '{ sum += $1 } END { print sum + 0 }' <<<"$statuses")
+  printf '%-52s %7d %9d  %s\n' "$kind" "$count" "$unclean" "$(awk 'NF { printf "%s (%d) ", $2, $1 }' <<<"$statuses")"
+  [ "$unclean" = 0 ] || result=1
+done
+exit "$result"

@@ -1,0 +1,207 @@
+// Receivers are foreign code: they may block, wait for the host's thread, open an event loop, or end the
+// object that called them. No other answer, no sender waits for them, and an instance affects only its own
+// answers.
+
+#include "AgentProbe.h"
+#include "IVelClientSDk.h"
+#include "RecordingTransport.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <memory>
+#include <thread>
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+/// A wait that must end ends within this; where it does not, the process is stuck.
+constexpr auto STUCK = 20s;
+
+/// A host and the thread that delivers to it. The answers to its version queries are given by hand.
+class AgentDelivery : public ::testing::Test
+{
+protected:
+    AgentDelivery()
+    {
+        qputenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent");
+        CUIAgentReq::Instance();
+    }
+
+    ~AgentDelivery() override
+    {
+        if (m_delivering.joinable()) {
+            m_delivering.join();
+        }
+    }
+
+    static void Ask() { CUIAgentReq::Instance()->SendGetSupportVer("h", 80, "1"); }
+    static void Answer() { RecordingTransport::Instance().Reply(R"({"success":true})"); }
+    void AnswerOnTheDeliveringThread() { m_delivering = std::thread(&Answer); }
+
+    /// Reports with a box that is no number, which is answered within the call.
+    static void ReportBadBox()
+    {
+        KTSStartPlugin::tagRepoChlStatusInfo info;
+        info.box = "none";
+        CUIAgentReq::Instance()->SendPostReportChlStatus("h", 80, "1", info);
+    }
+
+    std::thread m_delivering;
+};
+
+TEST_F(AgentDelivery, AReceiverMayWaitForTheHostsThreadWhileThatSends)
+{
+    const AgentResponseProbe response;
+    const QObject host;
+    std::promise<void> begun;
+    bool bAnswered = false;
+    int nBadReports = 0;
+    QObject::connect(&response, &CUIAgentRsp::SigGetSupportVerRet, [&] { begun.set_value(); });
+    QObject::connect(
+        &response, &CUIAgentRsp::SigGetSupportVerRet, &host, [&] { bAnswered = true; },
+        Qt::BlockingQueuedConnection);
+    QObject::connect(&response, &CUIAgentRsp::SigPostReportChlStatRet, [&](bool) { ++nBadReports; });
+    std::promise<void> sent;
+    std::thread watch([&sent] {
+        if (sent.get_future().wait_for(STUCK) == std::future_status::timeout) {
+            std::puts("the sender and the receiver wait for each other");
+            std::fflush(stdout);
+            std::_Exit(1);
+        }
+    });
+    Ask();
+    AnswerOnTheDeliveringThread();
+    begun.get_future().wait();
+    ReportBadBox();
+    sent.set_value();
+    watch.join();
+    EXPECT_EQ(nBadReports, 1);
+    while (!bAnswered) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+}
+
+TEST_F(AgentDelivery, ASenderReturnsWhileAReceiverIsAtWork)
+{
+    const AgentResponseProbe response;
+    std::promise<void> begun;
+    std::promise<void> sent;
+    std::atomic<bool> bSentMeanwhile = false;
+    QObject::connect(&response, &CUIAgentRsp::SigGetSupportVerRet, [&] {
+        begun.set_value();
+        bSentMeanwhile = sent.get_future().wait_for(3s) == std::future_status::ready;
+    });
+    Ask();
+    AnswerOnTheDeliveringThread();
+    begun.get_future().wait();
+    ReportBadBox();
+    sent.set_value();
+    m_delivering.join();
+    EXPECT_TRUE(bSentMeanwhile) << "the sender waited for the receiver";
+}
+
+TEST_F(AgentDelivery, GoesOnWhileAReceiverRunsAnEventLoop)
+{
+    const AgentResponseProbe response;
+    const QObject host;
+    bool bAnsweredMeanwhile = false;
+    QEventLoop dialog;
+    QObject::connect(&response, &CUIAgentRsp::SigGetSupportVerRet, &host, [&] {
+        bAnsweredMeanwhile = dialog.isRunning();
+        dialog.quit();
+    });
+    QObject::connect(&response, &CUIAgentRsp::SigPostReportChlStatRet, &host, [&](bool bSucc) {
+        EXPECT_FALSE(bSucc);
+        AnswerOnTheDeliveringThread();
+        QTimer::singleShot(3s, &dialog, &QEventLoop::quit);
+        dialog.exec();
+    });
+    Ask();
+    ReportBadBox();
+    EXPECT_TRUE(bAnsweredMeanwhile) << "the answer waited for the dialog to be closed";
+}
+
+TEST_F(AgentDelivery, ReachesAnInstanceMadeAfterAnotherWasDestroyed)
+{
+    std::make_unique<AgentResponseProbe>().reset();
+    const AgentResponseProbe response;
+    int nAnswers = 0;
+    QObject::connect(&response, &CUIAgentRsp::SigGetSupportVerRet, [&] { ++nAnswers; });
+    Ask();
+    Answer();
+    EXPECT_EQ(nAnswers, 1);
+}
+
+TEST_F(AgentDelivery, ReachesTheNewerInstanceWhenTheOlderIsDestroyed)
+{
+    auto pOlder = std::make_unique<AgentResponseProbe>();
+    const AgentResponseProbe newer;
+    int nAnswers = 0;
+    QObject::connect(&newer, &CUIAgentRsp::SigGetSupportVerRet, [&] { ++nAnswers; });
+    Ask();
+    Answer();
+    pOlder.reset();
+    Ask();
+    Answer();
+    EXPECT_EQ(nAnswers, 2);
+}
+
+TEST_F(AgentDelivery, IsOverBeforeItsInstanceIsDestroyed)
+{
+    auto pResponse = std::make_unique<AgentResponseProbe>();
+    std::promise<void> begun;
+    std::atomic<bool> bOver = false;
+    QObject::connect(pResponse.get(), &CUIAgentRsp::SigGetSupportVerRet, [&] {
+        begun.set_value();
+        std::this_thread::sleep_for(200ms);
+        bOver = true;
+    });
+    Ask();
+    AnswerOnTheDeliveringThread();
+    begun.get_future().wait();
+    pResponse.reset();
+    EXPECT_TRUE(bOver);
+}
+
+TEST_F(AgentDelivery, MayEndItsInstance)
+{
+    auto pResponse = std::make_unique<AgentResponseProbe>();
+    const auto tpBegin = std::chrono::steady_clock::now();
+    QObject::connect(pResponse.get(), &CUIAgentRsp::SigGetSupportVerRet, [&] { pResponse.reset(); });
+    Ask();
+    Answer();
+    EXPECT_EQ(pResponse, nullptr);
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "it waited for itself";
+}
+
+TEST_F(AgentDelivery, OfAReceiverThatHangsHoldsUpTheEndForABoundedTime)
+{
+    auto pResponse = std::make_unique<AgentResponseProbe>();
+    std::promise<void> begun;
+    std::promise<void> release;
+    QObject::connect(pResponse.get(), &CUIAgentRsp::SigGetSupportVerRet, [&] {
+        begun.set_value();
+        release.get_future().wait_for(STUCK);
+    });
+    Ask();
+    AnswerOnTheDeliveringThread();
+    begun.get_future().wait();
+    const auto tpBegin = std::chrono::steady_clock::now();
+    pResponse.reset();
+    EXPECT_GE(std::chrono::steady_clock::now() - tpBegin, 5s);
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, STUCK);
+    release.set_value();
+}
+
+} // namespace
