@@ -5,6 +5,7 @@
 #include "RequestCatalogue.h"
 #include "RequestObjects.h"
 #include "SyncWait.h"
+#include "WaitTimer.h"
 
 #include "net/NAManager.h"
 #include "net/NetworkUse.h"
@@ -14,7 +15,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QThread>
-#include <QTimer>
 
 #include <json/value.h>
 
@@ -81,11 +81,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     }
     PrepareNetwork();
     SyncWait& wait = *m_mapSyncWait.value(request.nType);
-    QTimer timer;
-    timer.setSingleShot(true);
-    connect(&timer, SIGNAL(timeout()), &wait.loop, SLOT(quit()));
-    timer.start(nTimeout);
-
+    const CWaitTimer timer(wait.loop, nTimeout);
     auto* const pManager = new NAManager(nullptr); // deletes itself after its answer, however late that comes
     connect(pManager, SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
     const std::string strUrl =

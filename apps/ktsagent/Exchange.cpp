@@ -59,20 +59,13 @@ EOutcome OutcomeOf(const Operation& operation, const std::optional<NamedValues>&
     return HasServersAnswer(operation, *optSignal) ? EOutcome::Refused : EOutcome::RefusedOrFailed;
 }
 
-/// The shortest wait that a time-out can have ended: the agent's timer is one of Qt's coarse ones, which fire
-/// up to 5 % early, rounded to a millisecond.
-std::int64_t ShortestTimeout(int nTimeoutMs)
-{
-    return std::max(1, nTimeoutMs - nTimeoutMs / 20 - 1);
-}
-
 /// A blocking sender does not say why it returns false, so how long it waited must tell.
 EOutcome OutcomeOf(const SyncSender& sender, bool bSucc, std::int64_t nMilliseconds, int nTimeoutMs)
 {
     if (bSucc) {
         return EOutcome::Success;
     }
-    if (nMilliseconds - sender.nPauseMs >= ShortestTimeout(nTimeoutMs)) {
+    if (nMilliseconds - sender.nPauseMs >= nTimeoutMs) {
         return EOutcome::NoAnswerInTime;
     }
     return sender.bEverTrue ? EOutcome::ReturnedFalse : EOutcome::NeverTrue;

@@ -135,13 +135,13 @@ std::string SyncExitHelp(const SyncSender& sender)
     const std::string strTrue =
         sender.bEverTrue ? "0 the call returned true" : "0 never, since no reply counts as a success here";
     const std::string strPause = sender.nPauseMs == 0 ? ""
-                                                      : "without the " + std::to_string(sender.nPauseMs) +
-                                                            " ms for which a report that failed pauses, and ";
+                                                      : ",\nwithout the " + std::to_string(sender.nPauseMs) +
+                                                            " ms for which a report that failed pauses";
     return "Exit status with --sync: " + strTrue +
            ",\n1 it returned false since a reply or a failure of the network ended the wait,"
            "\n3 it returned false and the wait lasted as long as the time-out."
-           "\nThe call does not tell a time-out from a no. Its measured time decides,\n" +
-           strPause + "with the 5 % by which the library's timer may be early.";
+           "\nThe call does not tell a time-out from a no. Its measured time decides" +
+           strPause + ".";
 }
 
 void AddSync(CLI::App& command, const Operation& operation, OperationCall& call)

@@ -1,0 +1,25 @@
+#include "WaitTimer.h"
+
+#include <QEventLoop>
+
+CWaitTimer::CWaitTimer(QEventLoop& loop, int nTimeoutMs) : m_nTimeoutMs(nTimeoutMs)
+{
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer); // the coarse one fires up to 5 % early
+    QObject::connect(&m_timer, &QTimer::timeout, &loop, [this, &loop] { Expire(loop); });
+    m_clock.start();
+    m_timer.start(nTimeoutMs);
+}
+
+// Where the system's own timers count in ticks, a precise one may still fire within the last millisecond.
+void CWaitTimer::Expire(QEventLoop& loop)
+{
+    constexpr qint64 NANOSECONDS = 1'000'000; // of a millisecond
+    const qint64 nLeft = m_nTimeoutMs * NANOSECONDS - m_clock.nsecsElapsed();
+    if (nLeft > 0) {
+        m_timer.start(static_cast<int>((nLeft + NANOSECONDS - 1) / NANOSECONDS));
+        return;
+    }
+    m_bExpired = true;
+    loop.quit();
+}

@@ -1,0 +1,59 @@
+// How long a blocking sender waits for a server that says nothing.
+
+#include "SyncRoad.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+#include <QTimer>
+
+namespace
+{
+
+const ServerStep NEVER{"", ServerStep::Ending::Hold};
+
+class SyncTimeout : public SyncRoad
+{
+protected:
+    /// @return the nanoseconds that a call took whose server never answers
+    qint64 TimeOut(int nTimeout)
+    {
+        QElapsedTimer clock;
+        clock.start();
+        EXPECT_FALSE(Check(m_silent, nTimeout));
+        return clock.nsecsElapsed();
+    }
+
+    ScriptedServer m_silent{NEVER};
+};
+
+// The edge is exact from below, whatever the granularity of the timer. The values are such as a coarse timer
+// rounds in different ways, the waits start at different places within a millisecond.
+TEST_F(SyncTimeout, NeverEndsTheWaitEarly)
+{
+    constexpr qint64 NANOSECONDS = 1'000'000;
+    constexpr qint64 FAR_TOO_LONG_MS = 20'000;
+    ASSERT_TRUE(QElapsedTimer::isMonotonic());
+    for (const int nTimeout : {1, 2, 3, 7, 19, 20, 21, 49, 50, 51, 97, 99, 149, 203, 251, 303, 401}) {
+        const qint64 nTook = TimeOut(nTimeout);
+        EXPECT_GE(nTook, nTimeout * NANOSECONDS) << "of " << nTimeout << " ms";
+        EXPECT_LT(nTook, (nTimeout + FAR_TOO_LONG_MS) * NANOSECONDS) << "of " << nTimeout << " ms";
+    }
+}
+
+TEST_F(SyncTimeout, OfZeroReturnsWithoutWaitingAndTheRequestIsSentAllTheSame)
+{
+    EXPECT_LT(TimeOut(0), qint64{ENOUGH_MS} * 1'000'000);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_silent.Requests().size() == 1; }, ENOUGH_MS))
+        << "which leaves as soon as the host handles events";
+}
+
+TEST_F(SyncTimeout, ThatIsNegativeLeavesTheEndToTheReply)
+{
+    const std::string strYes = R"({"success":true,"result":{"allowBoot":"yes","reason":"at last"}})";
+    const ScriptedServer server(
+        ServerStep{HttpReply(200, strYes), ServerStep::Ending::KeepAlive, std::chrono::milliseconds(300)});
+    EXPECT_TRUE(Check(server, -1));
+    EXPECT_EQ(m_strReason, "at last");
+}
+
+} // namespace
