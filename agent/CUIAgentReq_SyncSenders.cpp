@@ -48,11 +48,18 @@ SSyncRequest Report(int nType, const char* szReplySlot, std::string strBase, std
     return {nType, NAManager::METHOD_POST, szReplySlot, std::move(strBase), {}, std::move(strBody)};
 }
 
+/// The text with all its characters. Qt drops U+FEFF at the beginning of UTF-8 as a byte order mark, so
+/// another character stands there.
+QString WholeText(const std::string& strUtf8)
+{
+    return QString::fromStdString(' ' + strUtf8).mid(1);
+}
+
 std::string BatteryJson(const tagBatteryTestData& data)
 {
     QJsonObject object;
     for (const SBatteryField& field : BATTERY_FIELDS) {
-        object.insert(QLatin1String(field.szName), QString::fromStdString(data.*field.pField));
+        object.insert(QLatin1String(field.szName), WholeText(data.*field.pField));
     }
     return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
 }

@@ -78,6 +78,18 @@ TEST_F(SyncRoad, AnUploadPostsSevenTextsAndNeverSucceeds)
     }
 }
 
+// Qt takes U+FEFF at the beginning of UTF-8 for a byte order mark.
+TEST_F(SyncRoad, AnUploadKeepsByteOrderMarksAsAnyOtherCharacter)
+{
+    tagBatteryTestData data{"\ufeffS1", "\ufeff", "\ufeff\ufeffR1", "3\ufeff", "", " ", "电\xff\ufeff"};
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}")});
+    EXPECT_FALSE(m_request.SendPostUploadDataEx(m_strHost, server.Port(), ENOUGH_MS, data));
+    EXPECT_EQ(server.Requests().front().strBody,
+              "{\"batchNo\":\"\ufeff\",\"chargingCapacity\":\"3\ufeff\",\"dischargeCapacity\":\"\","
+              "\"resourceNo\":\"\ufeff\ufeffR1\",\"siteNo\":\"\ufeffS1\",\"uploadTime\":\"电\ufffd\ufeff\","
+              "\"voltage\":\" \"}");
+}
+
 struct ReportCase {
     const char* szName;
     bool (CUIAgentReq::*fnSend)(QString, int, std::string);
