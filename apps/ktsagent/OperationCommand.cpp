@@ -2,10 +2,13 @@
 
 #include "Exchange.h"
 #include "LogFolder.h"
+#include "NumberText.h"
 #include "Operations.h"
 #include "ReportFile.h"
 
+#include <functional>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -63,9 +66,25 @@ void AddArgument(CLI::App& command, const OperationOption& option, QStringList& 
         ->allow_extra_args(false);
 }
 
+/// Adds an option that is an integer. CLI11's own conversion takes an empty text for 0.
+/// @param strName  with its dashes; other names behind commas
+CLI::Option& AddInteger(CLI::App& command, const std::string& strName, const std::string& strHelp,
+                        std::function<void(int)> fnTake, int nMin = std::numeric_limits<int>::min())
+{
+    const auto fnSet = [strName, fnTake = std::move(fnTake), nMin](const std::string& strText) {
+        int nValue = 0;
+        if (!ParseNumber(strText, nValue, nMin)) {
+            throw CLI::ValidationError(strName.substr(0, strName.find(',')),
+                                       "'" + strText + "': must be " + ExpectedNumber(nMin));
+        }
+        fnTake(nValue);
+    };
+    return *command.add_option_function<std::string>(strName, fnSet, strHelp)->type_name("INT");
+}
+
 void AddArgument(CLI::App& command, const OperationOption& option, int& nArgument)
 {
-    command.add_option(option.strName, nArgument, option.strHelp)->required();
+    AddInteger(command, option.strName, option.strHelp, [&](int nValue) { nArgument = nValue; }).required();
 }
 
 void AddRecord(CLI::App& command, const std::vector<FieldSlot>& vecSlots, const Call& pCall)
@@ -163,7 +182,8 @@ void AddTimeout(CLI::App& command, const Operation& operation, OperationCall& ca
     if (operation.optSync) {
         strHelp += "; with --sync by default " + std::to_string(DEFAULT_SYNC_TIMEOUT_MS);
     }
-    command.add_option("--timeout", call.optTimeoutMs, strHelp)->check(CLI::PositiveNumber);
+    AddInteger(
+        command, "--timeout", strHelp, [&](int nValue) { call.optTimeoutMs = nValue; }, 1);
 }
 
 void AddOperationCommand(CLI::App& app, const Operation& operation, int& nExit)

@@ -1,6 +1,9 @@
 #include "ServerAddress.h"
 
-#include <charconv>
+#include "NumberText.h"
+
+#include <QUrl>
+
 #include <stdexcept>
 
 namespace
@@ -9,12 +12,19 @@ namespace
 int ParsePort(const std::string& strText)
 {
     int nPort = 0;
-    const char* const pEnd = strText.data() + strText.size();
-    const auto result = std::from_chars(strText.data(), pEnd, nPort);
-    if (result.ec != std::errc() || result.ptr != pEnd || nPort < 1 || nPort > 65535) {
+    if (!ParseNumber(strText, nPort, 1) || nPort > 65535) {
         throw std::invalid_argument("'" + strText + "' is no port from 1 to 65535");
     }
     return nPort;
+}
+
+/// Whether it is an IPv6 address without brackets.
+bool IsIPv6(const std::string& strText)
+{
+    QUrl url;
+    url.setHost(QString::fromStdString('[' + strText + ']'), QUrl::StrictMode);
+    return strText.find_first_not_of("0123456789abcdefABCDEF:.") == std::string::npos &&
+           !url.host().isEmpty();
 }
 
 bool IsHost(const std::string& strText)
@@ -22,7 +32,7 @@ bool IsHost(const std::string& strText)
     if (strText.front() == '[') {
         return strText.size() > 2 && strText.find(']') == strText.size() - 1;
     }
-    // A colon here is an IPv6 address without brackets or the scheme of a URL.
+    // A colon here is the scheme of a URL or a mistake.
     return strText.find_first_of(":/?#@[] \t") == std::string::npos;
 }
 
@@ -34,7 +44,17 @@ ServerAddress ParseServerAddress(const std::string& strText)
     if (nColon == std::string::npos || nColon == 0) {
         throw std::invalid_argument("'" + strText + "' is not HOST:PORT");
     }
-    const std::string strHost = strText.substr(0, nColon);
+    std::string strHost = strText.substr(0, nColon);
+    if (IsIPv6(strText)) { // whose end may look like a port
+        throw std::invalid_argument("'" + strText + "' is an IPv6 address without a port" +
+                                    (IsIPv6(strHost)
+                                         ? "; if its end is the port, put the address in brackets: [" +
+                                               strHost + "]" + strText.substr(nColon)
+                                         : ": write [" + strText + "]:PORT"));
+    }
+    if (IsIPv6(strHost)) {
+        strHost = '[' + strHost + ']';
+    }
     if (!IsHost(strHost)) {
         throw std::invalid_argument("'" + strHost +
                                     "' is no host: a name or an address, an IPv6 address in brackets");
