@@ -22,6 +22,11 @@ struct SyncWait;
 ///
 /// Threads: the object belongs to the thread that first called `Instance()`; call the senders there.
 ///
+/// Query texts: what the senders say to be a query text becomes a value of the URL's query as it is given;
+/// only what no URL may hold is encoded. A barcode `NO#1` arrives as `NO`, without the fields behind it, and
+/// `A&B=1` as two fields. Percent-encode the text yourself, with `QUrl::toPercentEncoding`, and it arrives
+/// whole; see docs/texts-in-requests.md.
+///
 /// Endpoint paths are read once, when the object is made, from the site's settings (see `Instance`).
 class KTSHTTPAGENT_API CUIAgentReq : public QObject
 {
@@ -43,34 +48,41 @@ public:
     /// profile and the name of the value that gave it.
     QString EndpointOrigin(int nType) const;
 
-    // In each sender `strIp` is the server's host name or address and `nPort` its port.
+    // In each sender `strIp` is the server's host name or address and `nPort` its port. An IPv6 address needs
+    // its brackets, "[::1]"; without them the request fails.
 
     /// Who is this user? Answer: `CUIAgentRsp::SigGetUserInfoRet`.
     void SendGetUserInfo(QString strIp, int nPort, int userId);
-    /// Is this version supported? Answer: `CUIAgentRsp::SigGetSupportVerRet`.
+    /// Is this version supported? `t` is a query text. Answer: `CUIAgentRsp::SigGetSupportVerRet`.
     void SendGetSupportVer(QString strIp, int nPort, QString t);
-    /// The test projects of cells, named by their barcodes. Answer: `CUIAgentRsp::SigGetProjectsRet`.
+    /// The test projects of cells, named by their barcodes. All are query texts; the barcodes travel with
+    /// commas between them, so none may hold a comma, encoded or not. Answer:
+    /// `CUIAgentRsp::SigGetProjectsRet`.
     void SendGetProjects(QString strIp, int nPort, QStringList dxtmList, QString t);
-    /// The states that batteries may be in. Answer: `CUIAgentRsp::SigGetBattStatusRet`.
+    /// The states that batteries may be in. `t` is a query text. Answer: `CUIAgentRsp::SigGetBattStatusRet`.
     void SendGetBattStatus(QString strIp, int nPort, QString t);
-    /// The data of a cell's export file. Answer: `CUIAgentRsp::SigGetAutoExportRet`.
+    /// The data of a cell's export file. All three are query texts. Answer:
+    /// `CUIAgentRsp::SigGetAutoExportRet`.
     void SendGetAutoExport(QString strIp, int nPort, QString bjtzser, QString csxmser, QString dxtm);
-    /// Where test files are kept. Answer: `CUIAgentRsp::SigGetFtpFilePathRet`.
+    /// Where test files are kept. All four are query texts. Answer: `CUIAgentRsp::SigGetFtpFilePathRet`.
     void SendGetFtpFilePath(QString strIp, int nPort, QString bjtzser, QString csxmser, QString supplier,
                             QString batteryStatus);
     /// Sets the server address and does nothing else: no request is sent, no answer comes.
     void SendGetChannelUpDownPlatform(QString strIp, int nPort, int, int, QString, QString, QString, QString,
                                       int, QString);
-    /// May this channel start? Answer: `CUIAgentRsp::SigGetChannelCheckDataRet`.
+    /// May this channel start? The four texts of `req` are query texts. Answer:
+    /// `CUIAgentRsp::SigGetChannelCheckDataRet`.
     void SendGetChannelCheckData(QString strIp, int nPort, tagSRequestGetChannelCheckData req);
-    /// Is this cell barcode in common? Answer: `CUIAgentRsp::SigGetWhetherInCommonRet`.
+    /// Is this cell barcode in common? `dxtm` is a query text. Answer:
+    /// `CUIAgentRsp::SigGetWhetherInCommonRet`.
     void SendGetWhetherInCommon(QString strIp, int nPort, QString dxtm);
     /// Sets the server address and does nothing else: no request is sent, no answer comes.
     void SendGetCdlxFileListByDxtmList(QString strIp, int nPort, QStringList dxtmList);
 
-    /// Reports one line of a channel's status log. Answer: `CUIAgentRsp::SigPostReportChlStatRet`. When
-    /// `info.box` or `info.chl` is no decimal number, nothing is sent, the log says so, and the answer is
-    /// false, emitted before this call returns.
+    /// Reports one line of a channel's status log. `t` is a query text. Answer:
+    /// `CUIAgentRsp::SigPostReportChlStatRet`. When `info.box` or `info.chl` can't be read as a number (the
+    /// record says how they are read), nothing is sent, the log says so, and the answer is false, emitted
+    /// before this call returns.
     void SendPostReportChlStatus(QString strIp, int nPort, QString t,
                                  KTSStartPlugin::tagRepoChlStatusInfo& info);
     /// Reports an incubator's state. Answer: `CUIAgentRsp::SigPostReportIncubatorStatusRet`.
@@ -94,12 +106,12 @@ public:
     // failed exchange and a no of the server are not told apart. A reply that comes later is still recorded.
     // They need a QCoreApplication and the thread of this object; without, they log that and return false.
 
-    /// May this channel start?
+    /// May this channel start? The four texts of `req` are query texts.
     /// @param bAllow     out: the server said "yes", in any case
     /// @param strReason  out: the server's reason
     bool SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeout, tagSRequestGetChannelCheckData req,
                                    bool& bAllow, QString& strReason);
-    /// Is this cell barcode in common?
+    /// Is this cell barcode in common? `strDxtm` is a query text.
     /// @param bCommon  out: it is
     bool SendGetWhetherInCommonEx(QString strIp, int nPort, int nTimeout, QString strDxtm, bool& bCommon);
     /// Reports one battery test result. Always returns false: no reply counts as a success.

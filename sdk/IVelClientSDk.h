@@ -24,6 +24,12 @@ using ResponseCallBack = std::function<void(int, const void*, const void*, int)>
 /// Threads: a request goes to the server that was set last, so setting the server and sending belong to one
 /// thread at a time.
 ///
+/// Query texts: what the operations say to be a query text becomes a value of the URL's query as it is given;
+/// the transport encodes only what no URL may hold. A barcode `NO#1` arrives as `NO`, without the fields
+/// behind it, and `A&B=1` as two fields. Percent-encode the text yourself (with Qt:
+/// `QUrl::toPercentEncoding`) and it arrives whole; the context is then the encoded text. See
+/// docs/texts-in-requests.md.
+///
 /// The order of the operations is part of the interface: hosts call them by their place in the table.
 struct KTSHTTPAGENT_API IVelClientSDk {
     IVelClientSDk() = default;
@@ -36,7 +42,8 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     /// Registers the decoders. Called again, it registers them anew.
     virtual void Init() = 0;
 
-    /// Sets the base URL "http://HOST:PORT/". Neither argument is checked.
+    /// Sets the base URL "http://HOST:PORT/". Neither argument is checked. An IPv6 address needs its
+    /// brackets, "[::1]"; without them every request fails.
     virtual void SetServerAddr(std::string host, int port) = 0;
 
     /// Sets the base URL as given; no scheme and no "/" is added.
@@ -55,31 +62,37 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     /// The endpoint path in force for a request type id, without a leading "/"; empty for an unknown id.
     virtual std::string GetUrl(int id) = 0;
 
-    /// 3104, GET: is the version `t` supported? Context: a `std::string`, `t`. Payload: `SSupportVer`.
+    /// 3104, GET: is the version `t`, a query text, supported? Context: a `std::string`, `t`. Payload:
+    /// `SSupportVer`.
     virtual void GetSupportVer(std::string t) = 0;
 
     /// 3100, GET: who is this user? Context: an `int`, `userId`. Payload: `USER_INFO`.
     virtual void GetUserInfo(int userId) = 0;
 
-    /// 3101, POST: one line of a channel's status log. Context: a `std::string`, `t`. No payload.
-    /// `info.box` and `info.chl` are read as `std::stoi` reads them. Where that fails nothing is sent, and
-    /// `std::invalid_argument` ("invalid stoi argument") or `std::out_of_range` ("stoi argument out of
-    /// range") is thrown.
+    /// 3101, POST: one line of a channel's status log. `t` is a query text. Context: a `std::string`, `t`. No
+    /// payload. `info.box` and `info.chl` are read as `std::stoi` reads them. Where that fails nothing is
+    /// sent, and `std::invalid_argument` ("invalid stoi argument") or `std::out_of_range` ("stoi argument out
+    /// of range") is thrown.
     virtual void ReportChlStatus(std::string t, KTSStartPlugin::tagRepoChlStatusInfo& info) = 0;
 
     /// 3102, POST: the state of an incubator. Context: null. No payload.
     virtual void ReportIncubatorStatus(KTSStartPlugin::tagRepoIncubatorStatus& status) = 0;
 
-    /// 3103, GET: the test projects of cells. Context: two `std::string`. Payload: `SResponseGetProject`.
+    /// 3103, GET: the test projects of cells. Both are query texts; `dxtm` holds barcodes with commas between
+    /// them, so none may hold a comma, encoded or not. Context: two `std::string`. Payload:
+    /// `SResponseGetProject`.
     virtual void GetProjects(std::string dxtm, std::string t) = 0;
 
-    /// 3105, GET: battery states. Context: a `std::string`, `t`. Payload: `SResponseGetBatteryStatus`.
+    /// 3105, GET: battery states. `t` is a query text. Context: a `std::string`, `t`. Payload:
+    /// `SResponseGetBatteryStatus`.
     virtual void GetBattStatus(std::string t) = 0;
 
-    /// 3106, GET: the export data of a cell. Context: three `std::string`. Payload: `SResponseGetAutoExport`.
+    /// 3106, GET: the export data of a cell. All three are query texts. Context: three `std::string`.
+    /// Payload: `SResponseGetAutoExport`.
     virtual void GetAutoExport(std::string bjtzser, std::string csxmser, std::string dxtm) = 0;
 
-    /// 3107, GET: where test files are kept. Context: four `std::string`. Payload: `SResponseGetFtpFilePath`.
+    /// 3107, GET: where test files are kept. All four are query texts. Context: four `std::string`. Payload:
+    /// `SResponseGetFtpFilePath`.
     virtual void GetFtpFilePath(std::string bjtzser, std::string csxmser, std::string supplier,
                                 std::string batteryStatus) = 0;
 
@@ -87,13 +100,13 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     virtual void GetChannelUpDownPlatform(int, int, std::string, std::string, std::string, std::string, int,
                                           std::string) = 0;
 
-    /// 3109, GET: may this channel start? Context: a `tagSRequestGetChannelCheckData` of the six arguments.
-    /// Payload: `SResponseGetChannelCheckData`.
+    /// 3109, GET: may this channel start? The four texts are query texts. Context: a
+    /// `tagSRequestGetChannelCheckData` of the six arguments. Payload: `SResponseGetChannelCheckData`.
     virtual void GetChannelCheckData(int wtNumId, int xmNameId, std::string dxtm, std::string deviceId,
                                      std::string chl, std::string purpose) = 0;
 
-    /// 3110, GET: is this cell barcode in common? Context: a `std::string`, `dxtm`. Payload:
-    /// `SResponseGetWhetherInCommon`.
+    /// 3110, GET: is this cell barcode in common? `dxtm` is a query text. Context: a `std::string`, `dxtm`.
+    /// Payload: `SResponseGetWhetherInCommon`.
     virtual void GetWhetherInCommon(std::string dxtm) = 0;
 
     /// 3111: declared, but not served; sends nothing and never answers.

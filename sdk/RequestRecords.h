@@ -6,7 +6,8 @@
 // share with the library: fields are only ever added at the end of a record, with a new library version.
 // All texts are UTF-8.
 
-/// What a channel-check query asks about (request 3109). Every field is sent under its own name, unchanged.
+/// What a channel-check query asks about (request 3109). Every field is sent under its own name, as a
+/// value of the URL's query; the texts are query texts (see `CUIAgentReq`), which are not encoded.
 struct tagSRequestGetChannelCheckData {
     int wtNumId = 0;      ///< work number
     int xmNameId = 0;     ///< project name
@@ -26,10 +27,12 @@ struct tagRepoChlStatusInfo {
     std::string action;
     std::string action_desc;
     std::string backup_dir;
-    std::string
-        box; ///< a decimal number; sent as an integer. Any other text fails the report before it leaves.
+    /// Sent as an integer, read as `std::stoi` reads it: white space, a sign, then decimal digits; what
+    /// stands behind them is ignored. " 12abc" is 12, "0x1" is 0. Without a digit there, or beyond the range
+    /// of `int`, the report fails before it leaves.
+    std::string box;
     std::string cMax;
-    std::string chl; ///< a decimal number counted from 0; sent as text, counted from 1. Else as with `box`.
+    std::string chl; ///< counted from 0; read as `box` is, and sent as text, counted from 1
     unsigned int chlType = 0;
     std::string com;
     double current = 0.0;

@@ -133,6 +133,24 @@ TEST_F(Senders, AChannelStatusReportPassesTextAndRecord)
                                                  HasSubstr(R"("dxtm":"DX1")")));
 }
 
+TEST_F(Senders, AChannelStatusReportWithTextBehindItsNumbersIsSent)
+{
+    KTSStartPlugin::tagRepoChlStatusInfo info;
+    info.box = " 12abc";
+    info.chl = "0x1";
+    m_request.SendPostReportChlStatus("h", 80, "t", info);
+    ASSERT_EQ(m_transport.vecRequests.size(), 1U);
+    EXPECT_THAT(Last().strBody, ::testing::AllOf(HasSubstr(R"("box":12,)"), HasSubstr(R"("chl":"1",)")));
+}
+
+TEST_F(Senders, AnIPv6AddressGoesOutAsItIsGiven)
+{
+    m_request.SendGetBattStatus("[::1]", 8080, "1");
+    EXPECT_EQ(Last().strUrl, "http://[::1]:8080/vomd/system/GetDxzt.action?t=1");
+    m_request.SendGetBattStatus("::1", 8080, "1");
+    EXPECT_EQ(Last().strUrl, "http://::1:8080/vomd/system/GetDxzt.action?t=1");
+}
+
 TEST_F(Senders, AChannelStatusReportThatCannotBeBuiltIsAnsweredFalseAndLogged)
 {
     CUIAgentRsp& response = *CUIAgentRsp::Instance();

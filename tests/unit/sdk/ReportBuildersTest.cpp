@@ -154,13 +154,13 @@ TEST_F(ReportBuilders, AChannelStatusPutsItsTickBehindTheUrlUnescaped)
     }
 }
 
-TEST_F(ReportBuilders, BoxAndChannelAreReadAsDecimalNumbersAndTheChannelCountsFromOne)
+TEST_F(ReportBuilders, BoxAndChannelAreReadAsStoiReadsThem)
 {
     for (const NumberText& row :
          {NumberText{"0", "0", "1"}, NumberText{" 12abc", "12", "13"}, NumberText{"-1", "-1", "0"},
           NumberText{"+7", "7", "8"}, NumberText{"007", "7", "8"}, NumberText{"\t\n 3", "3", "4"},
-          NumberText{"3.9", "3", "4"}, NumberText{"0x10", "0", "1"}, NumberText{"1e3", "1", "2"},
-          NumberText{"2147483646", "2147483646", "2147483647"},
+          NumberText{"3.9", "3", "4"}, NumberText{"0x10", "0", "1"}, NumberText{"0x1", "0", "1"},
+          NumberText{"1e3", "1", "2"}, NumberText{"2147483646", "2147483646", "2147483647"},
           NumberText{"-2147483648", "-2147483648", "-2147483647"}}) {
         auto info = NumberedInfo();
         info.box = row.szText;
