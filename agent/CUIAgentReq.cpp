@@ -1,5 +1,6 @@
 #include "CUIAgentReq.h"
 
+#include "AgentState.h"
 #include "EndpointSettings.h"
 #include "IVelClientSDk.h"
 #include "Logging.h"
@@ -10,6 +11,7 @@
 #include "platform/system/ProcessEnd.h"
 
 #include <map>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -41,7 +43,7 @@ CUIAgentReq* CUIAgentReq::Instance()
     return pInstance;
 }
 
-CUIAgentReq::CUIAgentReq()
+CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
 {
     SDKFactory::GetInstance()->Init();
     ReadEndpoints();
@@ -71,7 +73,7 @@ void CUIAgentReq::ReadEndpoints()
         }
         mapUrl.emplace(setting.nType, paths.at(nSetting));
         if (!paths.at(nSetting).empty()) {
-            m_mapEndpointOrigin.insert(setting.nType, DescribeEndpointSetting(setting));
+            m_pState->mapEndpointOrigin.insert(setting.nType, DescribeEndpointSetting(setting));
         }
     }
     SDKFactory::GetInstance()->SetUrlMap(std::move(mapUrl));
@@ -79,7 +81,7 @@ void CUIAgentReq::ReadEndpoints()
 
 QString CUIAgentReq::EndpointOrigin(int nType) const
 {
-    return m_mapEndpointOrigin.value(nType, QStringLiteral("built in"));
+    return m_pState->mapEndpointOrigin.value(nType, QStringLiteral("built in"));
 }
 
 std::string CUIAgentReq::JointServerInfo(std::string strIp, int nPort)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BlockingOutcome.h"
 #include "KtsExport.h"
 #include "RequestRecords.h"
 
@@ -9,8 +10,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <string>
 
+struct SAgentState;
 struct SSyncRequest;
 struct SyncWait;
 
@@ -102,9 +105,10 @@ public:
     // the inner one; one of the same kind sends its request and returns at once with what the record of the
     // kind holds.
     //
-    // After a time-out they return what the reply before brought, and false if there was none: a time-out, a
-    // failed exchange and a no of the server are not told apart. A reply that comes later is still recorded.
-    // They need a QCoreApplication and the thread of this object; without, they log that and return false.
+    // After a time-out they return what the reply before brought, and false if there was none. A reply that
+    // comes later is still recorded, and ends the wait of a call that waits then. So the return value alone
+    // tells neither a time-out from a no nor a fresh yes from an old one: `LastOutcome` does. They need a
+    // QCoreApplication and the thread of this object; without, they log that and return false.
 
     /// May this channel start? The four texts of `req` are query texts.
     /// @param bAllow     out: the server said "yes", in any case
@@ -124,6 +128,14 @@ public:
     /// Reports step data exactly as given, to the ORN endpoint. Every reply without a network error is a
     /// success.
     bool SendPostReportStepData_ORN(QString strUrl, int nTimeout, std::string strData);
+
+    /// What became of the last blocking call of this object, that is of the one that returned last: when
+    /// calls nest, ask before the next call may be made. Only with `EBlockingEnd::Answered` are the return
+    /// value and the out-parameters the server's answer to the call itself.
+    ///
+    /// To be called on the object's thread. On any other, where blocking calls are refused, and at the end of
+    /// the process it tells of the last call that was refused there.
+    SBlockingOutcome LastOutcome() const;
 
 protected Q_SLOTS:
     // Judge the reply to a blocking sender and end its wait. Their order is part of the interface.
@@ -151,6 +163,7 @@ private:
     const SyncWait& Exchange(const SSyncRequest& request, int nTimeout);
     bool ReportOrPause(const SSyncRequest& request, int nTimeout);
     void JudgeReport(int nType, const QJsonObject& object);
+    void KeepOutcome(SBlockingOutcome outcome);
 
-    QMap<int, QString> m_mapEndpointOrigin; ///< of the paths that the settings gave
+    const std::unique_ptr<SAgentState> m_pState; ///< all that is not part of the fixed layout
 };

@@ -5,7 +5,7 @@
 #include "RequestCatalogue.h"
 #include "RequestObjects.h"
 #include "SyncWait.h"
-#include "WaitTimer.h"
+#include "WaitWatch.h"
 
 #include "net/NAManager.h"
 #include "net/NetworkUse.h"
@@ -64,6 +64,18 @@ std::string BatteryJson(const tagBatteryTestData& data)
     return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
 }
 
+/// Why a call can't be made; null where it can.
+const char* WhyRefused(const CBlockingCall& call, const QObject* pAgent)
+{
+    if (call.IsRefused()) { // then the agent may be gone already
+        return "the process or its QCoreApplication is ending";
+    }
+    if (QCoreApplication::instance() == nullptr) {
+        return "there is no QCoreApplication";
+    }
+    return QThread::currentThread() == pAgent->thread() ? nullptr : "this is not the thread of CUIAgentReq";
+}
+
 /// The record of a call that was refused: no reply has come.
 const SyncWait& RefusedWait()
 {
@@ -76,26 +88,30 @@ const SyncWait& RefusedWait()
 const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
 {
     const CBlockingCall call;
-    if (call.IsRefused()) { // then this object may be gone already
-        Log_Write(1, "CUIAgentReq::Exchange", 1,
-                  "request %d comes when the process or its QCoreApplication is ending", request.nType);
-        return RefusedWait();
-    }
-    if (QCoreApplication::instance() == nullptr || QThread::currentThread() != thread()) {
-        Log_Write(1, "CUIAgentReq::Exchange", 1,
-                  "request %d needs a QCoreApplication and the thread of CUIAgentReq", request.nType);
+    if (const char* const szWhy = WhyRefused(call, this)) {
+        Log_Write(1, "CUIAgentReq::Exchange", 1, "request %d is refused: %s", request.nType, szWhy);
+        SBlockingOutcome refused;
+        refused.eEnd = EBlockingEnd::Refused;
+        refused.nType = request.nType;
+        refused.strError = QString::fromLatin1(szWhy);
+        KeepOutcome(refused);
         return RefusedWait();
     }
     PrepareNetwork();
     SyncWait& wait = *m_mapSyncWait.value(request.nType);
-    const CWaitTimer timer(wait.loop, nTimeout);
+    const CWaitWatch watch(wait, nTimeout);
     auto* const pManager = new NAManager(nullptr); // deletes itself after its answer, however late that comes
+    watch.Follow(*pManager);
     connect(pManager, SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
-    const std::string strUrl =
-        request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery;
-    pManager->SendRequest(QString::fromStdString(strUrl), QByteArray::fromStdString(request.strBody),
-                          request.nMethod);
+    const QString strUrl = QString::fromStdString(
+        request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery);
+    pManager->SendRequest(strUrl, QByteArray::fromStdString(request.strBody), request.nMethod);
     CBlockingCall::Run(wait.loop);
+
+    SBlockingOutcome outcome = watch.Outcome();
+    outcome.nType = request.nType;
+    outcome.strUrl = strUrl;
+    KeepOutcome(outcome);
     return wait;
 }
 

@@ -1,7 +1,15 @@
 #pragma once
 
+#include "net/ExchangeEnd.h"
+
 #include <QEventLoop>
 #include <QString>
+
+/// How the exchange of one call ended.
+struct SCallEnd {
+    quint64 nCall = 0; ///< the call's number; 0 for none
+    SExchangeEnd exchange;
+};
 
 /// What a blocking sender and its reply share, one record a request type. It is not reset before a request,
 /// so after a time-out it tells of the reply before.
@@ -13,4 +21,11 @@ struct SyncWait {
     bool bFlag = false; ///< whether in common: the "common" value
     int nCode = 404;
     QString strMessage;
+
+    // What tells an answer to the call that waits from all others.
+    bool bWaiting = false;
+    quint64 nCalls = 0;   ///< made so far; the number of the latest
+    quint64 nReplies = 0; ///< recorded so far
+    SCallEnd lastReply;   ///< the one recorded last
+    SCallEnd noAnswer;    ///< the last that came but is not recorded, since it is no answer
 };

@@ -6,6 +6,7 @@ set(KTS_PUBLIC_HEADERS
   sdk/RequestRecords.h
   sdk/ResultRecords.h
   sdk/IVelClientSDk.h
+  agent/BlockingOutcome.h
   agent/CUIAgentReq.h
   agent/CUIAgentRsp.h
   agent/ResultVariants.h

@@ -9,6 +9,37 @@
 #include <QNetworkRequest>
 #include <QUrl>
 
+#include <utility>
+
+namespace
+{
+
+/// @param object  gets what the reply holds
+SExchangeEnd Read(QNetworkReply& reply, QJsonObject& object)
+{
+    using EKind = SExchangeEnd::EKind;
+    const int nStatus = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (reply.error() != QNetworkReply::NoError) {
+        return {EKind::NetworkError, nStatus, reply.errorString()};
+    }
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(reply.readAll(), &error);
+    if (error.error != QJsonParseError::NoError) {
+        return {
+            EKind::NotJson, nStatus,
+            QStringLiteral("the body is not JSON: %1 at byte %2").arg(error.errorString()).arg(error.offset)};
+    }
+    const QJsonValue root = document.isObject() ? QJsonValue(document.object()) : document.array().at(0);
+    if (!root.isObject()) { // undefined when the array is empty
+        return {EKind::NoObject, nStatus,
+                QStringLiteral("the body is an array that does not begin with an object")};
+    }
+    object = root.toObject();
+    return {EKind::Object, nStatus, {}};
+}
+
+} // namespace
+
 NAManager::NAManager(QObject* parent) : QNetworkAccessManager(parent)
 {
     connect(this, SIGNAL(finished(QNetworkReply*)), this, SLOT(slot_reply_finished(QNetworkReply*)));
@@ -30,6 +61,11 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     WatchInFlight(*this);
 }
 
+void NAManager::SetEndReceiver(std::function<void(const SExchangeEnd&)> fnReceive)
+{
+    m_fnEnd = std::move(fnReceive);
+}
+
 void NAManager::slot_reply_finished(QNetworkReply* reply)
 {
     Answer(*reply);
@@ -39,18 +75,13 @@ void NAManager::slot_reply_finished(QNetworkReply* reply)
 
 void NAManager::Answer(QNetworkReply& reply)
 {
-    if (reply.error() != QNetworkReply::NoError) {
-        Q_EMIT signal_reply_finished(false, QJsonObject());
-        return;
+    QJsonObject object;
+    const SExchangeEnd end = Read(reply, object);
+    if (m_fnEnd) {
+        m_fnEnd(end);
     }
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(reply.readAll(), &error);
-    if (error.error != QJsonParseError::NoError) {
-        Q_EMIT signal_reply_finished(false, QJsonObject());
-    } else if (document.isObject()) {
-        Q_EMIT signal_reply_finished(true, document.object());
-    } else if (const QJsonValue first = document.array().at(0); first.isObject()) { // undefined when empty
-        Q_EMIT signal_reply_finished(true, first.toObject());
+    if (end.eKind != SExchangeEnd::EKind::NoObject) {
+        Q_EMIT signal_reply_finished(end.eKind == SExchangeEnd::EKind::Object, object);
     }
 }
 

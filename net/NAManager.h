@@ -1,9 +1,13 @@
 #pragma once
 
+#include "ExchangeEnd.h"
+
 #include <QByteArray>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QString>
+
+#include <functional>
 
 class QNetworkReply;
 
@@ -27,6 +31,9 @@ public:
     /// @param strUrl  is encoded as a tolerant `QUrl` does
     void SendRequest(QString strUrl, QByteArray baBody, int nMethod);
 
+    /// Sets who is told how the exchange ended: once, just before the answer, and also where no answer comes.
+    void SetEndReceiver(std::function<void(const SExchangeEnd&)> fnReceive);
+
 Q_SIGNALS:
     /// The answer, at most one: `bSucc` with the object that the body is, or the first element of the array
     /// that it is; false with an empty object after a network error (an HTTP status of 400 or more is one)
@@ -45,4 +52,5 @@ private:
     int m_nMethod = METHOD_POST; ///< of the request sent
     QString m_strReserved;       ///< unused
     qint64 m_nReserved = 0;      ///< unused
+    std::function<void(const SExchangeEnd&)> m_fnEnd;
 };

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+/// How a blocking call of `CUIAgentReq` ended.
+enum class EBlockingEnd {
+    NoCall = 0, ///< there was no call yet
+    /// The reply to this very call came. What the call returned is the server's answer to it.
+    Answered = 1,
+    /// The reply to another call of the same kind ended the wait: one that had timed out before, or one that
+    /// was made during the wait. What the call returned is the answer to that other call's question.
+    OtherAnswer = 2,
+    /// No reply came in time. What the call returned is what the reply before had brought.
+    TimedOut = 3,
+    /// Another call of the same kind was waiting. The request was sent, but nobody waited for its reply; what
+    /// the call returned is what the reply before had brought.
+    Busy = 4,
+    /// Nothing was sent: there is no QCoreApplication, the thread is not the object's, or the process is
+    /// ending.
+    Refused = 5,
+    /// The exchange failed: no connection, no complete reply, or an HTTP status of 400 or more.
+    Failed = 6,
+    /// The reply to this very call came, but its body is not JSON.
+    NotJson = 7,
+    /// The end of the application, or of the event loops of its thread, ended the wait.
+    Interrupted = 8,
+};
+
+/// What became of one blocking call, see `CUIAgentReq::LastOutcome`. A copy, which belongs to who got it.
+struct SBlockingOutcome {
+    EBlockingEnd eEnd = EBlockingEnd::NoCall;
+    int nType = 0;       ///< request type id of the call: 3109, 3110, 3112 to 3115; 0 for `NoCall`
+    bool bSucc = false;  ///< what the call returned; with `Answered`: whether the server said yes
+    int nHttpStatus = 0; ///< of the reply that ended the wait; 0 when none came
+    QString strError; ///< why there is no answer to this call, in English; empty for `Answered` and `NoCall`
+    QString strUrl;   ///< where the request went, before it was encoded; empty when it was refused
+    qint64 nMilliseconds =
+        0; ///< from the call to the end of its wait; the pause of a failed report comes on top
+};

@@ -1,0 +1,52 @@
+#include "AgentState.h"
+#include "CUIAgentReq.h"
+
+#include "net/NetworkUse.h"
+
+#include <QThread>
+
+#include <mutex>
+#include <utility>
+
+namespace
+{
+
+/// The last call that was refused where the object's own state may not be touched: on another thread than the
+/// object's, or when the process is ending and the object may be gone.
+struct SRefusedElsewhere {
+    std::mutex mutex; ///< guards what follows
+    SBlockingOutcome outcome;
+};
+
+SRefusedElsewhere& RefusedElsewhere()
+{
+    static SRefusedElsewhere& refused =
+        *new SRefusedElsewhere; // never destroyed: the process's end may need it
+    return refused;
+}
+
+bool IsElsewhere(const QObject* pObject)
+{
+    return HasNetworkUseEnded() || QThread::currentThread() != pObject->thread();
+}
+
+} // namespace
+
+SBlockingOutcome CUIAgentReq::LastOutcome() const
+{
+    if (IsElsewhere(this)) {
+        const std::lock_guard<std::mutex> lock(RefusedElsewhere().mutex);
+        return RefusedElsewhere().outcome;
+    }
+    return m_pState->lastOutcome;
+}
+
+void CUIAgentReq::KeepOutcome(SBlockingOutcome outcome)
+{
+    if (IsElsewhere(this)) {
+        const std::lock_guard<std::mutex> lock(RefusedElsewhere().mutex);
+        RefusedElsewhere().outcome = std::move(outcome);
+    } else {
+        m_pState->lastOutcome = std::move(outcome);
+    }
+}

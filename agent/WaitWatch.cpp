@@ -1,0 +1,94 @@
+#include "WaitWatch.h"
+
+#include "SyncWait.h"
+
+#include "net/NAManager.h"
+
+#include <QPointer>
+
+CWaitWatch::CWaitWatch(SyncWait& wait, int nTimeoutMs)
+    : m_wait(wait),
+      m_bBusy(wait.bWaiting),
+      m_nCall(++wait.nCalls),
+      m_nRepliesBefore(wait.nReplies),
+      m_nTimeoutMs(nTimeoutMs),
+      m_timer(wait.loop, nTimeoutMs)
+{
+    m_wait.bWaiting = true;
+}
+
+CWaitWatch::~CWaitWatch()
+{
+    m_wait.bWaiting = m_bBusy;
+}
+
+void CWaitWatch::Follow(NAManager& manager) const
+{
+    // The manager may outlive the record.
+    manager.SetEndReceiver([&wait = m_wait, pLoop = QPointer<QEventLoop>(&m_wait.loop),
+                            nCall = m_nCall](const SExchangeEnd& end) {
+        if (pLoop == nullptr) {
+            return;
+        }
+        if (end.eKind == SExchangeEnd::EKind::NoObject) {
+            wait.noAnswer = {nCall, end};
+        } else {
+            ++wait.nReplies;
+            wait.lastReply = {nCall, end};
+        }
+    });
+}
+
+SBlockingOutcome CWaitWatch::Outcome() const
+{
+    SBlockingOutcome outcome;
+    outcome.bSucc = m_wait.bSucc;
+    outcome.nMilliseconds = m_timer.Milliseconds();
+    TellEnd(outcome);
+    return outcome;
+}
+
+// What counts is the reply recorded last, since that is what the call returns: when it came during the call,
+// it decides, even where the time-out had passed or another reply had ended the wait before, and only a call
+// nested in it kept this one from returning.
+void CWaitWatch::TellEnd(SBlockingOutcome& outcome) const
+{
+    if (m_bBusy) {
+        outcome.eEnd = EBlockingEnd::Busy;
+        outcome.strError = QStringLiteral("another call of this kind is waiting");
+    } else if (m_wait.nReplies != m_nRepliesBefore) {
+        TellReply(outcome);
+    } else if (m_timer.HasExpired()) {
+        TellTimeout(outcome);
+    } else {
+        outcome.eEnd = EBlockingEnd::Interrupted;
+        outcome.strError = QStringLiteral("the application ended the wait");
+    }
+}
+
+void CWaitWatch::TellReply(SBlockingOutcome& outcome) const
+{
+    const SCallEnd& reply = m_wait.lastReply;
+    outcome.nHttpStatus = reply.exchange.nHttpStatus;
+    outcome.strError = reply.exchange.strError;
+    if (reply.nCall != m_nCall) {
+        outcome.eEnd = EBlockingEnd::OtherAnswer;
+        outcome.strError = QStringLiteral("the reply to another call of this kind ended the wait") +
+                           (outcome.strError.isEmpty() ? QString() : ": " + outcome.strError);
+    } else if (reply.exchange.eKind == SExchangeEnd::EKind::NotJson) {
+        outcome.eEnd = EBlockingEnd::NotJson;
+    } else {
+        outcome.eEnd = reply.exchange.eKind == SExchangeEnd::EKind::Object ? EBlockingEnd::Answered
+                                                                           : EBlockingEnd::Failed;
+    }
+}
+
+void CWaitWatch::TellTimeout(SBlockingOutcome& outcome) const
+{
+    outcome.eEnd = EBlockingEnd::TimedOut;
+    outcome.strError = QStringLiteral("no answer came within %1 ms").arg(m_nTimeoutMs);
+    if (m_wait.noAnswer.nCall == m_nCall) {
+        outcome.nHttpStatus = m_wait.noAnswer.exchange.nHttpStatus;
+        outcome.strError += ": " + m_wait.noAnswer.exchange.strError;
+    }
+}

@@ -1,0 +1,393 @@
+// What LastOutcome tells of blocking calls.
+
+#include "SyncRoad.h"
+#include "Wine.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <thread>
+
+void PrintTo(EBlockingEnd eEnd, std::ostream* pStream)
+{
+    *pStream << "EBlockingEnd " << static_cast<int>(eEnd);
+}
+
+namespace
+{
+
+using ::testing::HasSubstr;
+
+constexpr int SHORT_MS = 200;
+constexpr int CHECK = 3109;
+constexpr int IN_COMMON = 3110;
+constexpr int CYCLE = 3113;
+
+const std::string YES = HttpReply(200, R"({"success":true,"result":{"allowBoot":"yes","reason":"fine"}})");
+const std::string NO = HttpReply(200, R"({"success":false})");
+const std::string SAVED = HttpReply(200, R"({"code":"success","message":"saved"})");
+const std::string COMMON = HttpReply(200, R"({"success":true,"common":true})");
+const ServerStep NEVER{"", ServerStep::Ending::Hold};
+
+/// Steps that wait until the test lets them go. To be destroyed after their server.
+class Gate
+{
+public:
+    void Open() { m_bOpen = true; }
+    ServerStep Then(const ServerStep& step) const
+    {
+        while (!m_bOpen) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return step;
+    }
+
+private:
+    std::atomic<bool> m_bOpen = false;
+};
+
+class SyncOutcome : public SyncRoad
+{
+protected:
+    SBlockingOutcome Last() const { return m_request.LastOutcome(); }
+
+    /// The URL of a channel check as `SyncRoad` makes it.
+    static std::string CheckUrl(int nPort)
+    {
+        return "http://127.0.0.1:" + std::to_string(nPort) +
+               "/vomd/system/"
+               "channelCheckData.action?chl=3&deviceId=D1&dxtm=X&purpose=p&wtNumId=12&xmNameId=7";
+    }
+
+    void ExpectEnd(EBlockingEnd eEnd, int nType, const char* szError)
+    {
+        EXPECT_EQ(Last().eEnd, eEnd);
+        EXPECT_EQ(Last().nType, nType);
+        EXPECT_THAT(Last().strError.toStdString(), HasSubstr(szError));
+        EXPECT_EQ(Last().strError.isEmpty(), eEnd == EBlockingEnd::Answered);
+    }
+};
+
+TEST_F(SyncOutcome, IsNoCallBeforeTheFirst)
+{
+    EXPECT_EQ(Last().eEnd, EBlockingEnd::NoCall);
+    EXPECT_EQ(Last().nType, 0);
+    EXPECT_EQ(Last().strError, "");
+}
+
+/// A server's step, and what it makes of a channel check with a short time-out.
+struct EndCase {
+    const char* szName;
+    ServerStep step;
+    EBlockingEnd eEnd;
+    bool bSucc;
+    int nHttpStatus;
+    const char* szError;
+};
+
+class SyncOutcomeOf : public SyncOutcome, public ::testing::WithParamInterface<EndCase>
+{
+};
+
+TEST_P(SyncOutcomeOf, TellsWhatTheServerDid)
+{
+    if (GetParam().step.ending == ServerStep::Ending::Reset && RunsUnderWine()) {
+        GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+    }
+    const bool bTimesOut = GetParam().eEnd == EBlockingEnd::TimedOut;
+    const ScriptedServer server(GetParam().step);
+    EXPECT_EQ(Check(server, bTimesOut ? SHORT_MS : ENOUGH_MS), GetParam().bSucc);
+    ExpectEnd(GetParam().eEnd, CHECK, GetParam().szError);
+    EXPECT_EQ(Last().bSucc, GetParam().bSucc);
+    EXPECT_EQ(Last().nHttpStatus, GetParam().nHttpStatus);
+    EXPECT_EQ(Last().strUrl.toStdString(), CheckUrl(server.Port()));
+    EXPECT_GE(Last().nMilliseconds, bTimesOut ? SHORT_MS : 0);
+    EXPECT_LT(Last().nMilliseconds, ENOUGH_MS);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, SyncOutcomeOf,
+    ::testing::Values(
+        EndCase{"Yes", {YES}, EBlockingEnd::Answered, true, 200, ""},
+        EndCase{"No", {NO}, EBlockingEnd::Answered, false, 200, ""},
+        EndCase{"Created", {HttpReply(201, "{}")}, EBlockingEnd::Answered, false, 201, ""},
+        EndCase{
+            "NotFound", {HttpReply(404, "{}")}, EBlockingEnd::Failed, false, 404, "server replied: Reason"},
+        EndCase{"ServerError", {HttpReply(500, "{}")}, EBlockingEnd::Failed, false, 500, "server replied"},
+        EndCase{
+            "Closed", {"", ServerStep::Ending::Close}, EBlockingEnd::Failed, false, 0, "onnection closed"},
+        EndCase{"Reset", {"", ServerStep::Ending::Reset}, EBlockingEnd::Failed, false, 0, "onnection"},
+        EndCase{"Empty", {HttpReply(200, "")}, EBlockingEnd::NotJson, false, 200, "the body is not JSON: "},
+        EndCase{
+            "Html", {HttpReply(200, "<html>")}, EBlockingEnd::NotJson, false, 200, "the body is not JSON: "},
+        EndCase{"Silence", NEVER, EBlockingEnd::TimedOut, false, 0, "no answer came within 200 ms"},
+        EndCase{"EmptyArray",
+                {HttpReply(200, "[]")},
+                EBlockingEnd::TimedOut,
+                false,
+                200,
+                "200 ms: the body is an array that does not begin with an object"}),
+    [](const auto& end) { return end.param.szName; });
+
+TEST_F(SyncOutcome, OfANobodyWhoListensIsQtsText)
+{
+    const RefusingPort refusing;
+    EXPECT_FALSE(m_request.SendGetWhetherInCommonEx(m_strHost, refusing.Port(), ENOUGH_MS, "X", m_bCommon));
+    ExpectEnd(EBlockingEnd::Failed, IN_COMMON, "refused");
+    EXPECT_EQ(Last().nHttpStatus, 0);
+}
+
+TEST_F(SyncOutcome, OfAReportIsJudgedToo)
+{
+    tagBatteryTestData data;
+    const ScriptedServer server(ServerStep{HttpReply(200, R"({"code":200,"msg":"ok"})")});
+    EXPECT_FALSE(m_request.SendPostUploadDataEx(m_strHost, server.Port(), ENOUGH_MS, data));
+    ExpectEnd(EBlockingEnd::Answered, 3112, "");
+    EXPECT_TRUE(m_request.SendPostReportStepData_ORN(Base(server), ENOUGH_MS, "x"));
+    ExpectEnd(EBlockingEnd::Answered, 3115, "");
+    EXPECT_TRUE(Last().bSucc);
+    EXPECT_EQ(Last().strUrl, Base(server) + "core/api/public/orn/qm/autoWriteInspection");
+}
+
+TEST_F(SyncOutcome, LeavesOutThePauseOfAFailedReport)
+{
+    const RefusingPort refusing;
+    const QString strBase = QString("http://127.0.0.1:%1/").arg(refusing.Port());
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_FALSE(m_request.SendPostReportCycleDataEx(strBase, ENOUGH_MS, ""));
+    ExpectEnd(EBlockingEnd::Failed, 3113, "refused");
+    EXPECT_LE(Last().nMilliseconds + 2'000, clock.elapsed());
+}
+
+// The guide's example of a channel check, as docs/threads-and-waiting.md shows it.
+enum class EStart { Allowed, Denied, NoAnswer };
+
+EStart MayStart(CUIAgentReq& agent, const QString& strIp, int nPort, int nTimeout,
+                const tagSRequestGetChannelCheckData& check, QString& strReason)
+{
+    bool bAllow = false;
+    const bool bSucc = agent.SendGetChannelCheckDataEx(strIp, nPort, nTimeout, check, bAllow, strReason);
+    const SBlockingOutcome outcome = agent.LastOutcome();
+    if (outcome.eEnd != EBlockingEnd::Answered) {
+        strReason = outcome.strError;
+        return EStart::NoAnswer;
+    }
+    return bSucc && bAllow ? EStart::Allowed : EStart::Denied;
+}
+
+TEST_F(SyncOutcome, TellsAStaleYesFromAFreshOne)
+{
+    const ScriptedServer server([](const WireRequest& request) {
+        return request.Target().find("chl=1&") != std::string::npos ? ServerStep{YES} : NEVER;
+    });
+    tagSRequestGetChannelCheckData check{12, 7, "X", "D1", "1", "p"};
+    EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), ENOUGH_MS, check, m_strReason), EStart::Allowed);
+    check.chl = "2";
+    EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), SHORT_MS, check, m_strReason), EStart::NoAnswer);
+    EXPECT_EQ(m_strReason, "no answer came within 200 ms");
+    EXPECT_TRUE(Last().bSucc) << "the call returned the yes of the other channel";
+}
+
+/// Two channel checks: the first times out, and its late reply ends the wait of the second.
+class SyncLateReply : public SyncOutcome
+{
+protected:
+    /// @return what the second call returned
+    bool CheckTwice(const ServerStep& late)
+    {
+        const ScriptedServer server([&](const WireRequest& request) {
+            return request.Target().find("dxtm=&") != std::string::npos ? m_gate.Then(late) : NEVER;
+        });
+        EXPECT_FALSE(m_request.SendGetChannelCheckDataEx(m_strHost, server.Port(), SHORT_MS, {}, m_bAllow,
+                                                         m_strReason));
+        ExpectEnd(EBlockingEnd::TimedOut, CHECK, "");
+        m_gate.Open();
+        return Check(server);
+    }
+
+    Gate m_gate;
+};
+
+TEST_F(SyncLateReply, IsNotTheAnswerToTheCallWhoseWaitItEnds)
+{
+    EXPECT_TRUE(CheckTwice({YES})) << "as ever";
+    EXPECT_TRUE(m_bAllow);
+    ExpectEnd(EBlockingEnd::OtherAnswer, CHECK, "the reply to another call of this kind ended the wait");
+    EXPECT_TRUE(Last().bSucc);
+    EXPECT_EQ(Last().nHttpStatus, 200);
+    EXPECT_LT(Last().nMilliseconds, ENOUGH_MS);
+}
+
+TEST_F(SyncLateReply, ThatIsAFailureSaysWhy)
+{
+    EXPECT_FALSE(CheckTwice({HttpReply(404, "")}));
+    ExpectEnd(EBlockingEnd::OtherAnswer, CHECK, "ended the wait: ");
+    EXPECT_THAT(Last().strError.toStdString(), HasSubstr("server replied: Reason"));
+    EXPECT_EQ(Last().nHttpStatus, 404);
+}
+
+TEST_F(SyncOutcome, OfASecondCallOfTheSameKindIsBusyAndTheFirstIsToldWhoseReplyCame)
+{
+    Gate gate;
+    const ScriptedServer server([&](const WireRequest& request) {
+        return request.Target().find("dxtm=X&") == std::string::npos ? ServerStep{YES} : gate.Then({YES});
+    });
+    std::optional<SBlockingOutcome> optSecond;
+    QTimer::singleShot(0, [&] {
+        bool bAllow = true;
+        QString strReason;
+        m_request.SendGetChannelCheckDataEx(m_strHost, server.Port(), ENOUGH_MS, {}, bAllow, strReason);
+        optSecond = Last();
+    });
+    EXPECT_TRUE(Check(server));
+    ExpectEnd(EBlockingEnd::OtherAnswer, CHECK, "another call");
+    EXPECT_EQ(Last().strUrl.toStdString(), CheckUrl(server.Port()));
+    ASSERT_TRUE(optSecond.has_value());
+    EXPECT_EQ(optSecond->eEnd, EBlockingEnd::Busy);
+    EXPECT_EQ(optSecond->strError, "another call of this kind is waiting");
+    EXPECT_THAT(optSecond->strUrl.toStdString(), HasSubstr("&dxtm=&"));
+    gate.Open();
+}
+
+int g_nCycleReplies = 0; ///< that have been recorded
+
+void CountCycleReplies(QtMsgType, const QMessageLogContext& context, const QString& strText)
+{
+    const bool bRecorded =
+        std::string(context.category) == "ktshttpagent.reply" && strText.startsWith("\"message: ");
+    g_nCycleReplies += bRecorded ? 1 : 0;
+}
+
+/// A cycle report, in whose wait another call is made that keeps it from returning. Reports of cycle data log
+/// their replies.
+class SyncNested : public SyncOutcome
+{
+protected:
+    SyncNested() { qInstallMessageHandler(&CountCycleReplies); }
+    ~SyncNested() override { qInstallMessageHandler(nullptr); }
+
+    bool ReportCycle(const ScriptedServer& server, int nTimeout, const char* szData = "")
+    {
+        return m_request.SendPostReportCycleDataEx(Base(server), nTimeout, szData);
+    }
+
+    /// Makes the inner call once the server of the outer one has that many requests, polls the condition from
+    /// there, and lets the inner call return when it holds.
+    void CallInside(const ScriptedServer& outer, std::size_t nRequests, const std::function<bool()>& fnUntil)
+    {
+        QTimer::singleShot(1, [this, &outer, nRequests, fnUntil] {
+            if (outer.Requests().size() < nRequests) {
+                CallInside(outer, nRequests, fnUntil);
+                return;
+            }
+            QTimer poll;
+            QObject::connect(&poll, &QTimer::timeout, [this, fnUntil] {
+                if (fnUntil()) {
+                    m_gateInner.Open();
+                }
+            });
+            poll.start(1);
+            EXPECT_TRUE(InCommon(m_inner));
+            m_optInner = Last();
+        });
+    }
+
+    Gate m_gateInner;
+    const ScriptedServer m_inner{[this](const WireRequest&) { return m_gateInner.Then({COMMON}); }};
+    std::optional<SBlockingOutcome> m_optInner;
+};
+
+TEST_F(SyncNested, CallsAreToldInTheOrderOfTheirReturn)
+{
+    Gate gate;
+    const ScriptedServer outer([&](const WireRequest&) { return gate.Then({SAVED}); });
+    CallInside(outer, 1, [&] {
+        gate.Open();
+        return g_nCycleReplies == 1;
+    });
+    EXPECT_TRUE(ReportCycle(outer, ENOUGH_MS));
+    ASSERT_TRUE(m_optInner.has_value());
+    EXPECT_EQ(m_optInner->eEnd, EBlockingEnd::Answered);
+    EXPECT_EQ(m_optInner->nType, IN_COMMON);
+    ExpectEnd(EBlockingEnd::Answered, CYCLE, "");
+}
+
+TEST_F(SyncNested, AReplyThatComesAfterTheTimeOutButBeforeTheReturnIsTheAnswer)
+{
+    constexpr int LONG_MS = 1'000; // so that the inner call is made before it
+    Gate gate;
+    QElapsedTimer clock;
+    const ScriptedServer outer([&](const WireRequest&) { return gate.Then({SAVED}); });
+    CallInside(outer, 1, [&] {
+        if (clock.elapsed() > LONG_MS) {
+            gate.Open();
+        }
+        return g_nCycleReplies == 1;
+    });
+    clock.start();
+    EXPECT_TRUE(ReportCycle(outer, LONG_MS));
+    ExpectEnd(EBlockingEnd::Answered, CYCLE, "");
+    EXPECT_GT(Last().nMilliseconds, LONG_MS);
+}
+
+TEST_F(SyncNested, ALateReplyThatReplacesTheOwnOneBeforeTheReturnIsToldAsAnothers)
+{
+    Gate gateLate;
+    Gate gateOwn;
+    const ScriptedServer outer([&](const WireRequest& request) {
+        const bool bFirst = request.strBody == "[1]";
+        const bool bLate = request.strBody == "[2]";
+        return bFirst ? ServerStep{SAVED} : (bLate ? gateLate : gateOwn).Then({SAVED});
+    });
+    EXPECT_TRUE(ReportCycle(outer, ENOUGH_MS, "1"));
+    EXPECT_TRUE(ReportCycle(outer, SHORT_MS, "2")) << "what the reply before brought";
+    ExpectEnd(EBlockingEnd::TimedOut, CYCLE, "");
+    CallInside(outer, 3, [&] {
+        gateOwn.Open();
+        if (g_nCycleReplies == 2) {
+            gateLate.Open();
+        }
+        return g_nCycleReplies == 3;
+    });
+    EXPECT_TRUE(ReportCycle(outer, ENOUGH_MS, "3"));
+    ExpectEnd(EBlockingEnd::OtherAnswer, CYCLE, "another call");
+}
+
+TEST_F(SyncOutcome, OfARefusedCallOnAnotherThreadIsToldThereAlone)
+{
+    const ScriptedServer server(ServerStep{YES});
+    EXPECT_TRUE(Check(server));
+    SBlockingOutcome elsewhere;
+    std::thread([&] {
+        bool bCommon = true;
+        EXPECT_FALSE(m_request.SendGetWhetherInCommonEx(m_strHost, server.Port(), ENOUGH_MS, "X", bCommon));
+        elsewhere = m_request.LastOutcome();
+    }).join();
+    EXPECT_EQ(elsewhere.eEnd, EBlockingEnd::Refused);
+    EXPECT_EQ(elsewhere.nType, IN_COMMON);
+    EXPECT_EQ(elsewhere.strError, "this is not the thread of CUIAgentReq");
+    EXPECT_EQ(elsewhere.strUrl, "");
+    ExpectEnd(EBlockingEnd::Answered, CHECK, "");
+}
+
+TEST_F(SyncOutcome, OfACallDuringWhichTheApplicationQuitsIsInterrupted)
+{
+    const ScriptedServer server(NEVER);
+    QTimer::singleShot(0, [&] {
+        QTimer::singleShot(0, [] { QCoreApplication::quit(); });
+        EXPECT_FALSE(Check(server));
+    });
+    QCoreApplication::exec();
+    ExpectEnd(EBlockingEnd::Interrupted, CHECK, "the application ended the wait");
+}
+
+} // namespace

@@ -1,0 +1,56 @@
+// Blocking calls where nothing can be sent. A program of its own, which has no QCoreApplication unless a test
+// makes one.
+
+#include "SyncRoad.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+
+class SyncRefused : public SyncRoad
+{
+protected:
+    void ExpectRefused(const SBlockingOutcome& outcome, const char* szError)
+    {
+        EXPECT_EQ(outcome.eEnd, EBlockingEnd::Refused);
+        EXPECT_EQ(outcome.nType, 3109);
+        EXPECT_EQ(outcome.strError, szError);
+        EXPECT_EQ(outcome.strUrl, "");
+        EXPECT_FALSE(outcome.bSucc);
+    }
+};
+
+TEST_F(SyncRefused, WithoutAnApplicationACallSaysSo)
+{
+    const ScriptedServer server(Ok());
+    EXPECT_FALSE(Check(server));
+    ExpectRefused(m_request.LastOutcome(), "there is no QCoreApplication");
+    EXPECT_TRUE(server.Requests().empty());
+}
+
+SBlockingOutcome g_outcomeAtEnd;
+
+void CallAtTheEndOfTheApplication()
+{
+    bool bAllow = true;
+    QString strReason;
+    EXPECT_FALSE(
+        CUIAgentReq::Instance()->SendGetChannelCheckDataEx("127.0.0.1", 1, ENOUGH_MS, {}, bAllow, strReason));
+    g_outcomeAtEnd = CUIAgentReq::Instance()->LastOutcome();
+}
+
+TEST_F(SyncRefused, WhenTheApplicationIsEndingACallSaysSo)
+{
+    const ScriptedServer server(Ok());
+    {
+        int argc = 0;
+        const QCoreApplication application(argc, nullptr);
+        qAddPostRoutine(&CallAtTheEndOfTheApplication); // runs after those that the call below registers
+        EXPECT_FALSE(Check(server));
+        EXPECT_EQ(m_request.LastOutcome().eEnd, EBlockingEnd::Answered);
+    }
+    ExpectRefused(g_outcomeAtEnd, "the process or its QCoreApplication is ending");
+}
+
+} // namespace
