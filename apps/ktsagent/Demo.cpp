@@ -254,7 +254,7 @@ std::string Verdict(const DemoRow& row)
 /// The operation as it stands on a command line.
 std::string Title(const DemoRow& row)
 {
-    return row.call.strOperation + (row.exchange.bSync ? " --sync" : "");
+    return row.call.strOperation + (row.exchange.optBlocking ? " --sync" : "");
 }
 
 void WriteSeen(ValueWriter& writer, const LabExchange& seen)

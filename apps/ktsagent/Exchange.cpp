@@ -15,15 +15,14 @@ namespace
 const OutcomeInfo OUTCOMES[] = {
     {EOutcome::Success, "success", "", false, ExitSuccess},
     {EOutcome::Refused, "refused", "the server answered, and did not say success", true, ExitNo},
+    {EOutcome::Failed, "failed", "", false, ExitNo}, // the call says why
     {EOutcome::RefusedOrFailed, "refused or failed",
      "bSucc is false: the server said no, or the exchange failed; of an exchange that failed the log says "
      "why",
      true, ExitNo},
-    {EOutcome::ReturnedFalse, "refused or failed",
-     "the call returned false before its time-out: the server said no, or the exchange failed", false,
-     ExitNo},
     {EOutcome::NeverTrue, "no, as always",
-     "the call returned false, as it always does: no reply counts as a success here", false, ExitNo},
+     "the server answered, and the call returned false as it always does: no reply counts as a success here",
+     false, ExitNo},
     {EOutcome::NoAnswerInTime, "no answer in time", "no answer came in time", false, ExitNoAnswer},
     {EOutcome::Sent, "sent; this operation has no answer",
      "it is delivered while the program ends, which waits for it for the transport's drain time "
@@ -59,16 +58,33 @@ EOutcome OutcomeOf(const Operation& operation, const std::optional<NamedValues>&
     return HasServersAnswer(operation, *optSignal) ? EOutcome::Refused : EOutcome::RefusedOrFailed;
 }
 
-/// A blocking sender does not say why it returns false, so how long it waited must tell.
-EOutcome OutcomeOf(const SyncSender& sender, bool bSucc, std::int64_t nMilliseconds, int nTimeoutMs)
+EOutcome OutcomeOf(const SyncSender& sender, const SBlockingOutcome& blocking)
 {
-    if (bSucc) {
-        return EOutcome::Success;
-    }
-    if (nMilliseconds - sender.nPauseMs >= nTimeoutMs) {
+    switch (blocking.eEnd) {
+    case EBlockingEnd::Answered:
+        if (blocking.bSucc) {
+            return EOutcome::Success;
+        }
+        return sender.bEverTrue ? EOutcome::Refused : EOutcome::NeverTrue;
+    case EBlockingEnd::TimedOut:
         return EOutcome::NoAnswerInTime;
+    default:
+        return EOutcome::Failed;
     }
-    return sender.bEverTrue ? EOutcome::ReturnedFalse : EOutcome::NeverTrue;
+}
+
+void WriteBlockingOutcome(ValueWriter& writer, const SBlockingOutcome& blocking)
+{
+    writer.StartObject();
+    writer.Key("url");
+    writer.Text(blocking.strUrl.toStdString());
+    writer.Key("httpStatus");
+    writer.Integer(blocking.nHttpStatus);
+    writer.Key("error");
+    writer.Text(blocking.strError.toStdString());
+    writer.Key("milliseconds");
+    writer.Integer(blocking.nMilliseconds);
+    writer.EndObject();
 }
 
 } // namespace
@@ -81,7 +97,7 @@ const OutcomeInfo& InfoOf(EOutcome eOutcome)
 
 int IdOf(const Exchange& exchange)
 {
-    return exchange.bSync ? exchange.pOperation->optSync->nId : exchange.pOperation->nId;
+    return exchange.optBlocking ? exchange.pOperation->optSync->nId : exchange.pOperation->nId;
 }
 
 Exchange RunAsync(const AgentSession& session, const Operation& operation, Arguments& arguments,
@@ -103,7 +119,7 @@ Exchange RunAsync(const AgentSession& session, const Operation& operation, Argum
         QTimer::singleShot(nTimeoutMs, Qt::PreciseTimer, &loop, &QEventLoop::quit);
         loop.exec();
     }
-    return {&operation, false, OutcomeOf(operation, optSignal), clock.elapsed(), optSignal};
+    return {&operation, OutcomeOf(operation, optSignal), clock.elapsed(), optSignal, std::nullopt};
 }
 
 Exchange RunSync(const AgentSession& session, const Operation& operation, Arguments& arguments,
@@ -113,11 +129,16 @@ Exchange RunSync(const AgentSession& session, const Operation& operation, Argume
     NamedValues vecReturned{{"bSucc", false}};
     QElapsedTimer clock;
     clock.start();
-    const bool bSucc = sender.fnSend(session.Req(), arguments, nTimeoutMs, vecReturned);
+    vecReturned.front().second = sender.fnSend(session.Req(), arguments, nTimeoutMs, vecReturned);
     const std::int64_t nMilliseconds = clock.elapsed();
-    vecReturned.front().second = bSucc;
-    return {&operation, true, OutcomeOf(sender, bSucc, nMilliseconds, nTimeoutMs), nMilliseconds,
-            vecReturned};
+    const SBlockingOutcome blocking = session.Req().LastOutcome();
+    return {&operation, OutcomeOf(sender, blocking), nMilliseconds, vecReturned, blocking};
+}
+
+std::string RemarkOf(const Exchange& exchange)
+{
+    const QString strError = exchange.optBlocking ? exchange.optBlocking->strError : QString();
+    return strError.isEmpty() ? InfoOf(exchange.eOutcome).szRemark : strError.toStdString();
 }
 
 void WriteExchange(ValueWriter& writer, const Exchange& exchange)
@@ -137,13 +158,17 @@ void WriteExchangeMembers(ValueWriter& writer, const Exchange& exchange)
     writer.Text(InfoOf(exchange.eOutcome).szWord);
     writer.Key("milliseconds");
     writer.Integer(exchange.nMilliseconds);
+    if (exchange.optBlocking) {
+        writer.Key("exchange");
+        WriteBlockingOutcome(writer, *exchange.optBlocking);
+    }
     writer.Key(AnswerKind(exchange));
     WriteAnswer(writer, exchange.optAnswer);
 }
 
 const char* AnswerKind(const Exchange& exchange)
 {
-    return exchange.bSync ? "returned" : "signal";
+    return exchange.optBlocking ? "returned" : "signal";
 }
 
 void WriteAnswer(ValueWriter& writer, const std::optional<NamedValues>& optAnswer)

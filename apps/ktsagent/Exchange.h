@@ -17,8 +17,8 @@ enum EExit {
 enum class EOutcome {
     Success,
     Refused,
+    Failed,
     RefusedOrFailed,
-    ReturnedFalse,
     NeverTrue,
     NoAnswerInTime,
     Sent,
@@ -39,12 +39,12 @@ const OutcomeInfo& InfoOf(EOutcome eOutcome);
 /// One call of an operation and what came of it.
 struct Exchange {
     const Operation* pOperation;
-    bool bSync; ///< whether by the blocking sender
     EOutcome eOutcome;
     /// From the call to the answer or to the end of waiting; of a blocking call the whole of it.
     std::int64_t nMilliseconds;
     /// The arguments of the signal; of a blocking call what it returned, and then its out-parameters.
     std::optional<NamedValues> optAnswer;
+    std::optional<SBlockingOutcome> optBlocking; ///< of a blocking call; empty for the asynchronous sender
 };
 
 /// The request type id that the request of an exchange travels under.
@@ -57,16 +57,17 @@ int IdOf(const Exchange& exchange);
 Exchange RunAsync(const AgentSession& session, const Operation& operation, Arguments& arguments,
                   int nTimeoutMs);
 
-/// Calls the blocking sender of an operation that has one, on the session's thread. To be called once for
-/// each operation in a process: after a time-out the agent returns what the reply before brought, so a second
-/// time-out could pass for a success.
+/// Calls the blocking sender of an operation that has one, on the session's thread.
 /// @param arguments   what the operation takes; handed to it by reference
 /// @param nTimeoutMs  handed to the sender
 Exchange RunSync(const AgentSession& session, const Operation& operation, Arguments& arguments,
                  int nTimeoutMs);
 
+/// What is to be said of an exchange on standard error; empty where all is said.
+std::string RemarkOf(const Exchange& exchange);
+
 /// Shows an exchange as an object: operation, id, outcome, milliseconds, and what came back as "signal" or,
-/// of a blocking call, as "returned".
+/// of a blocking call, how its exchange went and what came back as "returned".
 void WriteExchange(ValueWriter& writer, const Exchange& exchange);
 /// The same members, into an object that is already begun and stays open.
 void WriteExchangeMembers(ValueWriter& writer, const Exchange& exchange);

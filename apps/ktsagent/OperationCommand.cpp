@@ -141,26 +141,12 @@ int RunCall(const Operation& operation, OperationCall& call)
         (call.bSync ? RunSync : RunAsync)(session, operation, call.arguments, nTimeoutMs);
     Print(exchange, call.bJson);
     const OutcomeInfo& info = InfoOf(exchange.eOutcome);
-    if (*info.szRemark != '\0') {
-        const std::string strLog = info.bLogged ? " (log: " + LogFolder().toStdString() + ")" : "";
-        std::cerr << "ktsagent: " << operation.strName << ": " << info.szRemark << strLog << std::endl;
+    if (const std::string strRemark = RemarkOf(exchange); !strRemark.empty()) {
+        const bool bLogged = info.bLogged && !exchange.optBlocking;
+        const std::string strLog = bLogged ? " (log: " + LogFolder().toStdString() + ")" : "";
+        std::cerr << "ktsagent: " << operation.strName << ": " << strRemark << strLog << std::endl;
     }
     return info.eExit;
-}
-
-/// What the exit status of a blocking call means, for the help.
-std::string SyncExitHelp(const SyncSender& sender)
-{
-    const std::string strTrue =
-        sender.bEverTrue ? "0 the call returned true" : "0 never, since no reply counts as a success here";
-    const std::string strPause = sender.nPauseMs == 0 ? ""
-                                                      : ",\nwithout the " + std::to_string(sender.nPauseMs) +
-                                                            " ms for which a report that failed pauses";
-    return "Exit status with --sync: " + strTrue +
-           ",\n1 it returned false since a reply or a failure of the network ended the wait,"
-           "\n3 it returned false and the wait lasted as long as the time-out."
-           "\nThe call does not tell a time-out from a no. Its measured time decides" +
-           strPause + ".";
 }
 
 void AddSync(CLI::App& command, const Operation& operation, OperationCall& call)
@@ -170,7 +156,10 @@ void AddSync(CLI::App& command, const Operation& operation, OperationCall& call)
     command.add_flag("--sync", call.bSync,
                      bOnlyRoad ? "call the blocking sender; always so, there is no other"
                                : "call the blocking sender and print what it returns");
-    command.footer(command.get_footer() + "\n" + SyncExitHelp(*operation.optSync));
+    if (!operation.optSync->bEverTrue) {
+        command.footer(command.get_footer() +
+                       "\nWith --sync the exit status is never 0, since no reply counts as a success here.");
+    }
 }
 
 void AddTimeout(CLI::App& command, const Operation& operation, OperationCall& call)

@@ -28,9 +28,6 @@ const OperationOption OPTION_BATTERY_STATUS{"--batteryStatus,--battery-status",
 const OperationAnswer NO_ANSWER{AnswerSignal()};
 const OperationAnswer NOTHING_SENT{AnswerSignal(), "", false};
 
-/// For how long the agent holds back the sender of a report that failed.
-constexpr int FAILED_REPORT_PAUSE_MS = 2000;
-
 template <class Record>
 std::function<std::vector<FieldSlot>(Arguments&)> RecordIn(Record Arguments::*pRecord)
 {
@@ -39,11 +36,9 @@ std::function<std::vector<FieldSlot>(Arguments&)> RecordIn(Record Arguments::*pR
 
 SyncSender SyncReport(int nId, bool (CUIAgentReq::*pSend)(QString, int, std::string))
 {
-    return {nId,
-            [pSend](CUIAgentReq& req, Arguments& a, int nTimeoutMs, NamedValues&) {
+    return {nId, [pSend](CUIAgentReq& req, Arguments& a, int nTimeoutMs, NamedValues&) {
                 return (req.*pSend)(a.strUrl, nTimeoutMs, a.strData.toStdString());
-            },
-            FAILED_REPORT_PAUSE_MS};
+            }};
 }
 
 using Req = CUIAgentReq;
@@ -165,7 +160,7 @@ const std::vector<Operation> OPERATIONS{
                     return req.SendPostUploadDataEx(a.server.strIp, a.server.nPort, nTimeoutMs,
                                                     a.batteryTestData);
                 },
-                0, false}},
+                false}},
     {"report-cycle",
      3113,
      "Report cycle data",

@@ -57,7 +57,6 @@ struct SyncSender {
     /// Calls it, and appends its out-parameters to the values.
     /// @return what it returned
     std::function<bool(CUIAgentReq&, Arguments&, int nTimeoutMs, NamedValues&)> fnSend;
-    int nPauseMs = 0;      ///< for how long it sleeps before it returns false
     bool bEverTrue = true; ///< whether there is a reply on which it returns true
 };
 

@@ -119,12 +119,20 @@ TEST_P(SyncCalls, PrintWhatTheCallReturnedAsJson)
 
     EXPECT_EQ(run.nExit, GetParam().nExit) << run.strErr;
     const QJsonObject object = run.Object();
-    EXPECT_EQ(object.keys(), QStringList({"id", "milliseconds", "operation", "outcome", "returned"}));
+    EXPECT_EQ(object.keys(),
+              QStringList({"exchange", "id", "milliseconds", "operation", "outcome", "returned"}));
     EXPECT_EQ(object["operation"], GetParam().szName);
     EXPECT_EQ(object["id"], GetParam().nId);
     EXPECT_EQ(object["outcome"], GetParam().szOutcome);
     EXPECT_EQ(object["returned"].toObject(), QJsonDocument::fromJson(GetParam().szReturned).object())
         << run.strOut;
+    const QJsonObject exchange = object["exchange"].toObject();
+    EXPECT_EQ(exchange.keys(), QStringList({"error", "httpStatus", "milliseconds", "url"}));
+    EXPECT_EQ(exchange["error"], "");
+    EXPECT_EQ(exchange["httpStatus"], 200);
+    EXPECT_LE(exchange["milliseconds"].toInt(), object["milliseconds"].toInt());
+    EXPECT_THAT(exchange["url"].toString().toStdString(),
+                StartsWith("http://127.0.0.1:" + std::to_string(m_server.Port()) + "/"));
 }
 
 TEST_P(SyncCalls, PrintTextForPeopleWithoutJson)
@@ -179,7 +187,11 @@ TEST_F(Sync, ASilentServerIsGivenUpAfterTheTimeOut)
     EXPECT_EQ(run.Object()["returned"].toObject(),
               (QJsonObject{{"bSucc", false}, {"bAllow", false}, {"strReason", ""}}));
     EXPECT_GE(run.Object()["milliseconds"].toInt(), 300);
-    EXPECT_THAT(run.strErr, HasSubstr("no answer came in time"));
+    EXPECT_THAT(run.strErr, HasSubstr("no answer came within 300 ms"));
+    const QJsonObject exchange = run.Object()["exchange"].toObject();
+    EXPECT_EQ(exchange["error"], "no answer came within 300 ms");
+    EXPECT_EQ(exchange["httpStatus"], 0);
+    EXPECT_GE(exchange["milliseconds"].toInt(), 300);
 }
 
 TEST_F(Sync, ASilentServerIsToldFromANoAlsoByTheUploadThatIsNeverASuccess)
@@ -217,20 +229,46 @@ TEST_F(Sync, NobodyListens)
     const KtsagentRun run = RunSync(IN_COMMON, port.Port(), {"--json"});
 
     EXPECT_EQ(run.nExit, 1);
-    EXPECT_EQ(run.Object()["outcome"], "refused or failed");
+    EXPECT_EQ(run.Object()["outcome"], "failed");
     EXPECT_EQ(run.Object()["returned"].toObject(), (QJsonObject{{"bSucc", false}, {"bCommon", false}}));
-    EXPECT_THAT(run.strErr, HasSubstr("the server said no, or the exchange failed"));
+    EXPECT_THAT(run.strErr, HasSubstr("in-common: Connection refused"));
+    EXPECT_EQ(run.Object()["exchange"].toObject()["error"], "Connection refused");
 }
 
-TEST_F(Sync, ThePauseOfAReportThatFailsIsNotTakenForAWait)
+TEST_F(Sync, AServerThatFailsIsToldWithItsStatus)
+{
+    const ScriptedServer server(ServerStep{HttpReply(503, R"({"success": true})")});
+
+    const KtsagentRun run = RunSync(IN_COMMON, server.Port(), {});
+
+    EXPECT_EQ(run.nExit, 1);
+    EXPECT_THAT(run.strOut, HasSubstr("outcome: failed\n"));
+    EXPECT_THAT(run.strOut, HasSubstr("\n  httpStatus: 503\n"));
+    EXPECT_THAT(run.strErr, HasSubstr("server replied"));
+}
+
+TEST_F(Sync, AReplyThatIsNotJsonIsNoNo)
+{
+    const ScriptedServer server(ServerStep{HttpReply(200, "<html>")});
+
+    const KtsagentRun run = RunSync(UPLOAD_DATA, server.Port(), {"--json"});
+
+    EXPECT_EQ(run.nExit, 1);
+    EXPECT_EQ(run.Object()["outcome"], "failed");
+    EXPECT_EQ(run.Object()["exchange"].toObject()["httpStatus"], 200);
+    EXPECT_THAT(run.strErr, HasSubstr("the body is not JSON"));
+}
+
+TEST_F(Sync, ThePauseOfAReportThatFailsCountsToTheCallAndNotToTheWait)
 {
     const RefusingPort port;
 
     const KtsagentRun run = RunSync(REPORT_CYCLE, port.Port(), {"--timeout", "1500", "--json"});
 
     EXPECT_EQ(run.nExit, 1) << run.strOut;
-    EXPECT_EQ(run.Object()["outcome"], "refused or failed");
-    EXPECT_GE(run.Object()["milliseconds"].toInt(), PAUSE_MS);
+    EXPECT_EQ(run.Object()["outcome"], "failed");
+    EXPECT_GE(run.Object()["milliseconds"].toInt(),
+              PAUSE_MS + run.Object()["exchange"].toObject()["milliseconds"].toInt());
 }
 
 TEST_F(Sync, AServerThatSaysNoEndsTheWait)
@@ -240,8 +278,9 @@ TEST_F(Sync, AServerThatSaysNoEndsTheWait)
     const KtsagentRun run = RunSync(IN_COMMON, server.Port(), {"--json"});
 
     EXPECT_EQ(run.nExit, 1);
-    EXPECT_EQ(run.Object()["outcome"], "refused or failed");
+    EXPECT_EQ(run.Object()["outcome"], "refused");
     EXPECT_EQ(run.Object()["returned"].toObject(), (QJsonObject{{"bSucc", false}, {"bCommon", false}}));
+    EXPECT_THAT(run.strErr, HasSubstr("the server answered, and did not say success"));
 }
 
 TEST_F(Sync, TheUploadSaysThatNoReplyCountsAsASuccess)
@@ -254,13 +293,10 @@ TEST_F(Sync, TheUploadSaysThatNoReplyCountsAsASuccess)
     EXPECT_THAT(run.strErr, HasSubstr("no reply counts as a success here"));
 }
 
-TEST_F(Sync, ItsHelpSaysHowTheExitStatusIsFound)
+TEST_F(Sync, TheHelpOfTheUploadSaysThatItsStatusIsNeverZero)
 {
-    const std::string strCheck = Run({"channel-check", "--help"}).strOut;
-    EXPECT_THAT(strCheck, HasSubstr("does not tell a time-out from a no. Its measured time decides"));
-    EXPECT_THAT(strCheck, Not(HasSubstr("2000 ms")));
-    EXPECT_THAT(Run({"report-step-orn", "--help"}).strOut, HasSubstr("without the 2000 ms"));
-    EXPECT_THAT(Run({"upload-data", "--help"}).strOut, HasSubstr("0 never, since no reply counts"));
+    EXPECT_THAT(Run({"upload-data", "--help"}).strOut, HasSubstr("With --sync the exit status is never 0"));
+    EXPECT_THAT(Run({"channel-check", "--help"}).strOut, Not(HasSubstr("never 0")));
 }
 
 TEST_F(Sync, TheAgentsDebugLinesComeOnlyWhenAskedFor)

@@ -40,6 +40,12 @@ TEST_F(AgentRequest, TheRequestObjectInitialisesTheClientOnce)
                 ::testing::ElementsAre("CHttpClientInit", "CHttpClientSetResponseCallBack"));
 }
 
+// Hosts were built against it: a subclass has its own members behind these.
+TEST_F(AgentRequest, TheObjectKeepsItsSize)
+{
+    EXPECT_EQ(sizeof(CUIAgentReq), sizeof(QObject) + 2 * sizeof(void*));
+}
+
 TEST_F(AgentRequest, SixWaitRecordsStartWithTheirInitialValues)
 {
     const AgentRequestProbe request;

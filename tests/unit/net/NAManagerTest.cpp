@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -140,6 +141,42 @@ TEST(NAManager, ReportsOnlyProgressThatMakesSense)
                                               Q_ARG(qint64, progress.nTotal)));
         EXPECT_EQ(spy.count() - nBefore, progress.bReported ? 1 : 0)
             << progress.nSent << " of " << progress.nTotal;
+    }
+}
+
+TEST(NAManagerEnd, IsToldOnceBeforeTheAnswerAndWhereNoneComes)
+{
+    using EKind = SExchangeEnd::EKind;
+    struct Row {
+        std::string strReply;
+        EKind eKind;
+        int nHttpStatus;
+        const char* szError;
+        int nAnswers;
+    };
+    for (const Row& row : {Row{HttpReply(200, "{}"), EKind::Object, 200, "", 1},
+                           Row{HttpReply(201, "[{}]"), EKind::Object, 201, "", 1},
+                           Row{HttpReply(200, "[]"), EKind::NoObject, 200, "an array", 0},
+                           Row{HttpReply(200, "<html>"), EKind::NotJson, 200,
+                               "the body is not JSON: illegal value at byte", 1},
+                           Row{HttpReply(503, "{}"), EKind::NetworkError, 503, "server replied", 1}}) {
+        const ScriptedServer server(ServerStep{row.strReply});
+        auto* const pManager = new NAManager(nullptr);
+        const QPointer<NAManager> pWatched(pManager);
+        const QSignalSpy spy(pManager, &NAManager::signal_reply_finished);
+        std::vector<SExchangeEnd> vecEnds;
+        pManager->SetEndReceiver([&](const SExchangeEnd& end) {
+            EXPECT_EQ(spy.count(), 0);
+            vecEnds.push_back(end);
+        });
+        pManager->SendRequest(QString::fromStdString(server.Url("/x")), {}, NAManager::METHOD_GET);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return pWatched.isNull(); }, ENOUGH_MS));
+        ASSERT_EQ(vecEnds.size(), 1U) << row.strReply;
+        EXPECT_EQ(vecEnds[0].eKind, row.eKind) << row.strReply;
+        EXPECT_EQ(vecEnds[0].nHttpStatus, row.nHttpStatus);
+        EXPECT_THAT(vecEnds[0].strError.toStdString(), ::testing::HasSubstr(row.szError));
+        EXPECT_EQ(vecEnds[0].strError.isEmpty(), row.eKind == EKind::Object);
+        EXPECT_EQ(spy.count(), row.nAnswers);
     }
 }
 
