@@ -14,7 +14,8 @@ namespace VelCSDK
 namespace
 {
 
-/// @throws std::invalid_argument, std::out_of_range where `box` or `chl` is no decimal number
+/// @throws std::invalid_argument, std::out_of_range where `box` or `chl` does not begin with a number that is
+/// an int
 Json::Value ChlStatusObject(const KTSStartPlugin::tagRepoChlStatusInfo& info)
 {
     const int nBox = FieldToInt("box", info.box);
