@@ -21,8 +21,9 @@ enum class EBlockingEnd {
     Refused = 5,
     /// The exchange failed: no connection, no complete reply, or an HTTP status of 400 or more.
     Failed = 6,
-    /// The reply to this very call came, but its body is not JSON.
-    NotJson = 7,
+    /// The reply to this very call came, but its body can't be read: it is not JSON, or holds too many
+    /// values.
+    Unreadable = 7,
     /// The end of the application, or of the event loops of its thread, ended the wait.
     Interrupted = 8,
 };

@@ -3,6 +3,7 @@
 #include "Deliveries.h"
 #include "IVelClientSDk.h"
 #include "Logging.h"
+#include "MovableRecord.h"
 #include "RequestCatalogue.h"
 
 #include "platform/system/ProcessEnd.h"
@@ -46,6 +47,7 @@ CUIAgentRsp::CUIAgentRsp()
         [this](int nType, const void* pRequest, const void* pResponse, int nError) {
             const CDelivering delivering(this);
             if (delivering.IsAllowed()) {
+                const CMovableRecord movable(pResponse);
                 OnResponse(nType, pRequest, pResponse, nError);
             }
         });

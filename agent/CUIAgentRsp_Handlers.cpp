@@ -1,8 +1,11 @@
 #include "CUIAgentRsp.h"
 
+#include "MovableRecord.h"
 #include "ResultVariants.h"
 
+#include <new>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -22,11 +25,39 @@ const Record* SuccessfulRecordOf(const void* pResponse, int nError)
     return nError == 0 ? RecordOf<Record>(pResponse) : nullptr;
 }
 
-/// A variant that owns a copy of the record; an invalid one for none.
+/// A variant that owns the record, moved where that is allowed, or else a copy; an invalid one for none.
 template <class Record>
 QVariant VariantOf(const Record* pRecord)
 {
-    return pRecord == nullptr ? QVariant() : QVariant::fromValue(*pRecord);
+    if (!CMovableRecord::Take(pRecord)) {
+        return pRecord == nullptr ? QVariant() : QVariant::fromValue(*pRecord);
+    }
+    QVariant variant = QVariant::fromValue(Record());
+    *static_cast<Record*>(variant.data()) = std::move(*const_cast<Record*>(pRecord));
+    return variant;
+}
+
+/// The two arguments of most signals.
+struct SOutcome {
+    bool bSucc;
+    QVariant vData;
+};
+
+/// What the record of a response says of itself, and the record; a failure where there is none, or no memory
+/// for the variant.
+template <class Record>
+SOutcome OutcomeOf(const void* pResponse, int nError)
+{
+    const auto* const pRecord = SuccessfulRecordOf<Record>(pResponse, nError);
+    if (pRecord == nullptr) {
+        return {false, QVariant()};
+    }
+    try {
+        const bool bSucc = pRecord->bSuccess;
+        return {bSucc, VariantOf(pRecord)};
+    } catch (const std::bad_alloc&) {
+        return {false, QVariant()};
+    }
 }
 
 } // namespace
@@ -36,7 +67,8 @@ QVariant VariantOf(const Record* pRecord)
 void CUIAgentRsp::ProcGetUserInfo(const void* /*pRequest*/, const void* pResponse, int nError)
 {
     const auto* const pInfo = SuccessfulRecordOf<USER_INFO>(pResponse, nError);
-    Q_EMIT SigGetUserInfoRet(pInfo != nullptr, QVariant::fromValue(pInfo == nullptr ? USER_INFO() : *pInfo));
+    Q_EMIT SigGetUserInfoRet(pInfo != nullptr,
+                             pInfo == nullptr ? QVariant::fromValue(USER_INFO()) : VariantOf(pInfo));
 }
 
 void CUIAgentRsp::ProcPostReportChlStat(const void* /*pRequest*/, const void* /*pResponse*/, int nError)
@@ -52,8 +84,8 @@ void CUIAgentRsp::ProcPostReportIncubatorStatus(const void* /*pRequest*/, const 
 
 void CUIAgentRsp::ProcGetProjects(const void* /*pRequest*/, const void* pResponse, int nError)
 {
-    const auto* const pRecord = SuccessfulRecordOf<SResponseGetProject>(pResponse, nError);
-    Q_EMIT SigGetProjectsRet(pRecord != nullptr && pRecord->bSuccess, VariantOf(pRecord));
+    const SOutcome outcome = OutcomeOf<SResponseGetProject>(pResponse, nError);
+    Q_EMIT SigGetProjectsRet(outcome.bSucc, outcome.vData);
 }
 
 void CUIAgentRsp::ProcGetSupportVer(const void* /*pRequest*/, const void* pResponse, int nError)
@@ -68,20 +100,20 @@ void CUIAgentRsp::ProcGetSupportVer(const void* /*pRequest*/, const void* pRespo
 
 void CUIAgentRsp::ProcGetBattStatus(const void* /*pRequest*/, const void* pResponse, int nError)
 {
-    const auto* const pRecord = SuccessfulRecordOf<SResponseGetBatteryStatus>(pResponse, nError);
-    Q_EMIT SigGetBattStatusRet(pRecord != nullptr && pRecord->bSuccess, VariantOf(pRecord));
+    const SOutcome outcome = OutcomeOf<SResponseGetBatteryStatus>(pResponse, nError);
+    Q_EMIT SigGetBattStatusRet(outcome.bSucc, outcome.vData);
 }
 
 void CUIAgentRsp::ProcGetAutoExport(const void* /*pRequest*/, const void* pResponse, int nError)
 {
-    const auto* const pRecord = SuccessfulRecordOf<SResponseGetAutoExport>(pResponse, nError);
-    Q_EMIT SigGetAutoExportRet(pRecord != nullptr && pRecord->bSuccess, VariantOf(pRecord));
+    const SOutcome outcome = OutcomeOf<SResponseGetAutoExport>(pResponse, nError);
+    Q_EMIT SigGetAutoExportRet(outcome.bSucc, outcome.vData);
 }
 
 void CUIAgentRsp::ProcGetFtpFilePath(const void* /*pRequest*/, const void* pResponse, int nError)
 {
-    const auto* const pRecord = SuccessfulRecordOf<SResponseGetFtpFilePath>(pResponse, nError);
-    Q_EMIT SigGetFtpFilePathRet(pRecord != nullptr && pRecord->bSuccess, VariantOf(pRecord));
+    const SOutcome outcome = OutcomeOf<SResponseGetFtpFilePath>(pResponse, nError);
+    Q_EMIT SigGetFtpFilePathRet(outcome.bSucc, outcome.vData);
 }
 
 // Only the failure is told; a success is deliberately not.

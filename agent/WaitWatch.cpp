@@ -75,8 +75,8 @@ void CWaitWatch::TellReply(SBlockingOutcome& outcome) const
         outcome.eEnd = EBlockingEnd::OtherAnswer;
         outcome.strError = QStringLiteral("the reply to another call of this kind ended the wait") +
                            (outcome.strError.isEmpty() ? QString() : ": " + outcome.strError);
-    } else if (reply.exchange.eKind == SExchangeEnd::EKind::NotJson) {
-        outcome.eEnd = EBlockingEnd::NotJson;
+    } else if (reply.exchange.eKind == SExchangeEnd::EKind::Unreadable) {
+        outcome.eEnd = EBlockingEnd::Unreadable;
     } else {
         outcome.eEnd = reply.exchange.eKind == SExchangeEnd::EKind::Object ? EBlockingEnd::Answered
                                                                            : EBlockingEnd::Failed;

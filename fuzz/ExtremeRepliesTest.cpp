@@ -3,6 +3,8 @@
 
 #include "SdkFixture.h"
 
+#include <gmock/gmock.h>
+
 #include <cstddef>
 #include <optional>
 
@@ -11,6 +13,8 @@ namespace
 using std::string;
 
 constexpr std::size_t MILLION = 1000000;
+constexpr std::size_t LIST_LIMIT = 250000;
+constexpr std::size_t VALUE_LIMIT = 2000000;
 
 string Repeated(const string& strText, std::size_t nTimes)
 {
@@ -63,6 +67,7 @@ struct SResults {
 };
 
 constexpr SResults ALL_SUCCEED{0, 0, 0};
+constexpr SResults TOO_MANY_FOR_THE_ENVELOPE{0, 0, -1}; ///< whose reader takes an eighth of the values
 constexpr SResults ALL_FAIL{-1, -1, -1};
 
 struct SExtreme {
@@ -90,7 +95,7 @@ const SExtreme EXTREMES[] = {
     {"NestedObjects", NestedObjects, ALL_FAIL},
     {"NestedArraysInAMember", [] { return SuccessWith("x", NestedArrays()); }, {0, 0, -1}},
     {"NestedObjectsInAMember", [] { return SuccessWith("result", NestedObjects()); }, {0, 0, -1}},
-    {"ArrayOfBrackets", [] { return ArrayOf("[]"); }, {-1, 0, 0}},
+    {"ArrayOfBrackets", [] { return ArrayOf("[]"); }, {-1, 0, -1}},
     {"TextThatIsNoJson", [] { return string(TEN_MEGABYTES, 'x'); }, ALL_FAIL},
     {"Blanks", [] { return string(TEN_MEGABYTES, ' '); }, ALL_FAIL},
     {"Nuls", [] { return string(TEN_MEGABYTES, '\0'); }, ALL_FAIL},
@@ -107,13 +112,20 @@ const SExtreme EXTREMES[] = {
     {"DigitsOfAnExponent", [] { return SuccessWith("id", "1e" + string(MILLION, '1')); }, ALL_FAIL},
     {"DigitsOfANegativeExponent", [] { return SuccessWith("id", "1e-" + string(MILLION, '1')); },
      ALL_SUCCEED},
-    {"MillionMembers", MillionMembers, ALL_SUCCEED},
+    {"MillionMembers", MillionMembers, TOO_MANY_FOR_THE_ENVELOPE},
     {"MillionMembersOfOneName", [] { return "{" + Repeated("\"success\":true,", MILLION) + "\"code\":0}"; },
+     TOO_MANY_FOR_THE_ENVELOPE},
+    {"MillionNumbers", [] { return SuccessWith("result", ArrayOf("1")); }, TOO_MANY_FOR_THE_ENVELOPE},
+    {"ValuesAtTheirLimit", [] { return SuccessWith("result", ArrayOf("1", VALUE_LIMIT - 4)); },
+     TOO_MANY_FOR_THE_ENVELOPE},
+    {"ValuesAboveTheirLimit", [] { return SuccessWith("result", ArrayOf("1", VALUE_LIMIT - 3)); }, ALL_FAIL},
+    {"ValuesAtTheLimitOfTheEnvelope", [] { return SuccessWith("id", ArrayOf("1", VALUE_LIMIT / 8 - 4)); },
      ALL_SUCCEED},
-    {"MillionNumbers", [] { return SuccessWith("result", ArrayOf("1")); }, ALL_SUCCEED},
-    {"MillionProjects", [] { return SuccessWith("实验项目", ArrayOf("{}")); }, ALL_SUCCEED},
-    {"MillionBatteries", [] { return SuccessWith("全部电池状态", ArrayOf("{}")); }, ALL_SUCCEED},
-    {"RootOfAMillionReplies", [] { return ArrayOf("{\"success\":true}"); }, ALL_SUCCEED},
+    {"ValuesAboveTheLimitOfTheEnvelope", [] { return SuccessWith("id", ArrayOf("1", VALUE_LIMIT / 8 - 3)); },
+     TOO_MANY_FOR_THE_ENVELOPE},
+    {"TextFullOfCommas", [] { return SuccessWith("message", '"' + string(TEN_MEGABYTES, ',') + '"'); },
+     ALL_SUCCEED},
+    {"RootOfAMillionReplies", [] { return ArrayOf("{\"success\":true}"); }, ALL_FAIL},
 };
 
 // Too large to be tried on more than one decoder of each kind.
@@ -155,7 +167,7 @@ class ExtremeCode : public SdkTest, public testing::WithParamInterface<SExtremeC
 {
 };
 
-using ExtremeList = SdkTest;
+using ExtremeText = SdkTest;
 
 } // namespace
 
@@ -206,31 +218,75 @@ INSTANTIATE_TEST_SUITE_P(Each, ExtremeCode,
                                          SExtremeCode{"LargestUnsigned", "18446744073709551615", 0}),
                          testing::PrintToStringParamName());
 
-TEST_F(ExtremeList, OfProjectsIsHandedOverWhole)
+struct SList {
+    const char* szName;
+    Operation operation;
+    string (*fnMake)(std::size_t nElements);
+    std::size_t (*fnSize)(const SResponseHeader& header);
+};
+
+void PrintTo(const SList& list, std::ostream* pStream)
 {
-    Ask(OP_PROJECTS, SuccessWith("实验项目", ArrayOf("{\"xh\":\"1\"}")),
-        [](int, const void*, const SResponseHeader& header, int) {
-            EXPECT_EQ(Payload<SResponseGetProject>(header).lstProject.size(), MILLION);
-        });
+    *pStream << list.szName;
 }
 
-TEST_F(ExtremeList, OfBatteriesIsHandedOverWhole)
+std::size_t StatesOfTheFirst(const SResponseHeader& header)
 {
-    Ask(OP_BATT_STATUS, SuccessWith("全部电池状态", ArrayOf("{\"id\":1}")),
-        [](int, const void*, const SResponseHeader& header, int) {
-            EXPECT_EQ(Payload<SResponseGetBatteryStatus>(header).lstBattery.size(), MILLION);
-        });
+    const auto& lstBattery = Payload<SResponseGetBatteryStatus>(header).lstBattery;
+    return lstBattery.empty() ? 0 : lstBattery.front().lstStatus.size();
 }
 
-TEST_F(ExtremeList, OfTheStatesOfOneBatteryIsHandedOverWhole)
+const SList LISTS[] = {
+    {"Projects", OP_PROJECTS,
+     [](std::size_t nElements) { return SuccessWith("实验项目", ArrayOf("{\"xh\":\"1\"}", nElements)); },
+     [](const SResponseHeader& header) { return Payload<SResponseGetProject>(header).lstProject.size(); }},
+    {"Batteries", OP_BATT_STATUS,
+     [](std::size_t nElements) { return SuccessWith("全部电池状态", ArrayOf("{\"id\":1}", nElements)); },
+     [](const SResponseHeader& header) {
+         return Payload<SResponseGetBatteryStatus>(header).lstBattery.size();
+     }},
+    {"States", OP_BATT_STATUS,
+     [](std::size_t nElements) {
+         return SuccessWith("全部电池状态", "[{\"电池状态\":" + ArrayOf("{\"id\":1}", nElements) + "}]");
+     },
+     StatesOfTheFirst},
+};
+
+class ExtremeListOf : public SdkTest, public testing::WithParamInterface<SList>
 {
-    Ask(OP_BATT_STATUS, SuccessWith("全部电池状态", "[{\"电池状态\":" + ArrayOf("{\"id\":1}") + "}]"),
-        [](int, const void*, const SResponseHeader& header, int) {
-            EXPECT_EQ(Payload<SResponseGetBatteryStatus>(header).lstBattery.at(0).lstStatus.size(), MILLION);
+};
+
+TEST_P(ExtremeListOf, AsManyElementsAsItsLimitIsHandedOverWhole)
+{
+    Ask(GetParam().operation, GetParam().fnMake(LIST_LIMIT),
+        [](int, const void*, const SResponseHeader& header, int nResult) {
+            EXPECT_EQ(nResult, 0);
+            EXPECT_EQ(GetParam().fnSize(header), LIST_LIMIT);
         });
+    EXPECT_TRUE(RecordedLog().empty());
 }
 
-TEST_F(ExtremeList, OfTextBytesIsHandedOverWhole)
+TEST_P(ExtremeListOf, MoreElementsThanItsLimitIsAFailedParse)
+{
+    for (const std::size_t nElements : {LIST_LIMIT + 1, MILLION - 1}) {
+        ClearRecordedLog();
+        Ask(GetParam().operation, GetParam().fnMake(nElements),
+            [](int, const void* pUser, const SResponseHeader& header, int nResult) {
+                EXPECT_NE(pUser, nullptr);
+                EXPECT_EQ(nResult, -1);
+                EXPECT_EQ(header.nCode, -1);
+                EXPECT_EQ(GetParam().fnSize(header), 0U);
+            });
+        ASSERT_EQ(RecordedLog().size(), 1U);
+        EXPECT_EQ(RecordedLog().front().nLevel, 1);
+        EXPECT_THAT(RecordedLog().front().strText,
+                    testing::HasSubstr(std::to_string(nElements) + " elements in the list"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, ExtremeListOf, testing::ValuesIn(LISTS), testing::PrintToStringParamName());
+
+TEST_F(ExtremeText, OfAHundredMegabytesIsHandedOverWhole)
 {
     Ask(OP_CHANNEL_CHECK, SuccessWith("message", '"' + string(HUNDRED_MEGABYTES, 'x') + '"'),
         [](int, const void*, const SResponseHeader& header, int) {

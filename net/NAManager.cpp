@@ -3,6 +3,8 @@
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
 
+#include "platform/reply/ReplyLimits.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkReply>
@@ -22,11 +24,18 @@ SExchangeEnd Read(QNetworkReply& reply, QJsonObject& object)
     if (reply.error() != QNetworkReply::NoError) {
         return {EKind::NetworkError, nStatus, reply.errorString()};
     }
+    const QByteArray baBody = reply.readAll();
+    const std::size_t nMost = ReplyLimits().nValues;
+    if (HoldsMoreValues({baBody.constData(), static_cast<std::size_t>(baBody.size())}, nMost)) {
+        return {
+            EKind::Unreadable, nStatus,
+            QStringLiteral("the body holds more than %1 values (%2)").arg(nMost).arg(REPLY_VALUES_VARIABLE)};
+    }
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(reply.readAll(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(baBody, &error);
     if (error.error != QJsonParseError::NoError) {
         return {
-            EKind::NotJson, nStatus,
+            EKind::Unreadable, nStatus,
             QStringLiteral("the body is not JSON: %1 at byte %2").arg(error.errorString()).arg(error.offset)};
     }
     const QJsonValue root = document.isObject() ? QJsonValue(document.object()) : document.array().at(0);

@@ -6,6 +6,7 @@
 
 #include "platform/chttpclient/chttpclient.h"
 #include "platform/clog/clog.h"
+#include "platform/reply/ReplyLimits.h"
 
 #include <json/reader.h>
 
@@ -24,11 +25,8 @@ std::string Envelope(int nCode)
     return "{\"code\":" + std::to_string(nCode) + "}";
 }
 
-void LogExchangeFailure(int nLine, const std::string& strPath, int nHttpError)
-{
-    Log_Write(1, "VelCSDK::CDataResponse::CHttpCallBack", nLine, "proctol:%s http-error:%s", strPath.c_str(),
-              std::to_string(nHttpError).c_str());
-}
+// A value of jsoncpp takes eight times the memory that one of RapidJSON takes.
+constexpr std::size_t VALUE_WEIGHT = 8;
 
 /// Nesting deeper than jsoncpp reads makes it throw; that is a failed parse like any other.
 bool Parse(const std::string& body, Json::Value& root)
@@ -90,11 +88,11 @@ void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUse
 {
     std::string strEnvelope; // stands in for the body of a failed exchange
     if (nHttpError != 0) {
-        LogExchangeFailure(59, EndpointPath(nType), nHttpError);
+        LogExchangeFailure(59, nType, nHttpError);
         strEnvelope = Envelope(nHttpError);
     }
     if (body.find(GATEWAY_FAILURE) != std::string::npos) {
-        LogExchangeFailure(66, EndpointPath(nType), nHttpError);
+        LogExchangeFailure(66, nType, nHttpError);
         strEnvelope = Envelope(GATEWAY_FAILURE_CODE);
     }
     const std::optional<ResponseHandler> fnHandler = FindHandler(nType);
@@ -109,6 +107,14 @@ void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUse
 void CDataResponse::JsonHeader(const std::string& body, Json::Value& root, int& nCode,
                                std::string& strDescription)
 {
+    const std::size_t nMost = ReplyLimits().nValues / VALUE_WEIGHT;
+    if (HoldsMoreValues(body, nMost)) {
+        Log_Write(1, "VelCSDK::CDataResponse::JsonHeader", 91,
+                  "Json::Reader error: more than %zu values (an eighth of %s) in %zu bytes", nMost,
+                  REPLY_VALUES_VARIABLE, body.size());
+        nCode = -1;
+        return;
+    }
     if (body.empty() || !Parse(body, root)) {
         Log_Write(1, "VelCSDK::CDataResponse::JsonHeader", 91, "%s", "Json::Reader error");
         nCode = -1;
@@ -123,6 +129,15 @@ void CDataResponse::JsonHeader(const std::string& body, Json::Value& root, int& 
     }
     if (const Json::Value& description = members["description"]; description.isString()) {
         strDescription = description.asCString();
+    }
+}
+
+void CDataResponse::LogExchangeFailure(int nLine, int nType, int nHttpError) const noexcept
+{
+    try {
+        Log_Write(1, "VelCSDK::CDataResponse::CHttpCallBack", nLine, "proctol:%s http-error:%s",
+                  EndpointPath(nType).c_str(), std::to_string(nHttpError).c_str());
+    } catch (const std::exception&) { // no memory for the line: the failure is answered all the same
     }
 }
 

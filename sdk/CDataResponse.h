@@ -19,7 +19,8 @@ using ResponseHandler = std::function<void(const std::string& body, int nType, v
 
 /// Receives every reply of the transport and routes it by its request type id.
 ///
-/// Threads: `CHttpCallBack` runs on the transport's delivering thread, all else on the host's.
+/// Threads: `CHttpCallBack` runs on the transport's delivering thread, and so does `JsonHeader`, which a
+/// decoder calls within it. All else runs on the host's.
 class CDataResponse
 {
 public:
@@ -41,7 +42,8 @@ public:
 
     /// Parses a reply's body into `root` and reads its envelope: `nCode` from an integer "code",
     /// `strDescription` from a text "description". What is missing or of another kind leaves the caller's
-    /// value alone; a body that doesn't parse is logged and sets `nCode` to -1.
+    /// value alone; a body that doesn't parse, or holds too many values (see ReplyLimits.h), is logged and
+    /// sets `nCode` to -1.
     void JsonHeader(const std::string& body, Json::Value& root, int& nCode, std::string& strDescription);
 
 private:
@@ -49,6 +51,7 @@ private:
 
     static std::shared_ptr<CDataResponse>& Holder();
     std::string EndpointPath(int nType) const;
+    void LogExchangeFailure(int nLine, int nType, int nHttpError) const noexcept;
     std::optional<ResponseHandler> FindHandler(int nType);
 
     std::map<int, ResponseHandler> m_mapHandler;

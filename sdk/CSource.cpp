@@ -1,10 +1,11 @@
 #include "CSource.h"
 
 #include "CDataResponse.h"
-#include "ReplyReader.h"
+#include "DecodeFrame.h"
 #include "RequestCatalogue.h"
-#include "UserData.h"
 #include "VelClientSDk.h"
+
+#include "platform/clog/clog.h"
 
 namespace VelCSDK
 {
@@ -52,11 +53,22 @@ void CSource::HandOver(int nType, const void* pUser, const void* pPayload, int n
     Notify(nType, pUser, header, nResult);
 }
 
+void LogUndecoded(int nType, const std::exception& error) noexcept
+{
+    try {
+        Log_Write(1, "VelCSDK::CSource::Decode", 1, "reply to a request of type %d counts as a failure: %s",
+                  nType, error.what());
+    } catch (
+        const std::exception&) { // no memory for the line either; the failure is handed over all the same
+    }
+}
+
 void CSource::OnReportAck(const std::string& body, int nType, void* pUserData)
 {
     const CUserData user(nType, pUserData);
-    const CReplyReader reply(body);
-    HandOver(nType, user.Context(), nullptr, reply.Result());
+    int nResult = -1;
+    Attempt(nType, [&] { nResult = CReplyReader(body).Result(); });
+    HandOver(nType, user.Context(), nullptr, nResult);
 }
 
 void CSource::OnIgnore(const std::string& /*body*/, int nType, void* pUserData)

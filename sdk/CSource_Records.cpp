@@ -1,8 +1,6 @@
 #include "CSource.h"
 
-#include "ReplyReader.h"
-#include "RequestCatalogue.h"
-#include "UserData.h"
+#include "DecodeFrame.h"
 
 namespace VelCSDK
 {
@@ -37,55 +35,67 @@ constexpr SAutoExportField AUTO_EXPORT_FIELDS[] = {
     {"strType", &SResponseGetAutoExport::strType},
 };
 
-} // namespace
-
-void CSource::OnGetAutoExport(const std::string& body, int nType, void* pUserData)
+SResponseGetAutoExport ReadAutoExport(const CReplyReader& reply)
 {
-    const CUserData user(nType, pUserData);
-    const CReplyReader reply(body);
     SResponseGetAutoExport payload;
     payload.bSuccess = reply.Success();
     const CJsonObject result = reply.Members().Object("result");
     for (const SAutoExportField& field : AUTO_EXPORT_FIELDS) {
         payload.*field.pField = result.Text(field.szName);
     }
-    HandOver(nType, user.Context(), &payload, reply.Result());
+    return payload;
 }
 
-void CSource::OnGetFtpFilePath(const std::string& body, int nType, void* pUserData)
+SResponseGetFtpFilePath ReadFtpFilePath(const CReplyReader& reply)
 {
-    const CUserData user(nType, pUserData);
-    const CReplyReader reply(body);
     SResponseGetFtpFilePath payload;
     payload.bSuccess = reply.Success();
     const CJsonObject result = reply.Members().Object("result");
     payload.bPermit = result.Bool("permit").value_or(false);
     payload.strFtpFilePath = result.Text("ftpFilePath");
-    HandOver(nType, user.Context(), &payload, reply.Result());
+    return payload;
 }
 
-void CSource::OnGetChannelCheckData(const std::string& body, int nType, void* pUserData)
+SResponseGetChannelCheckData ReadChannelCheck(const CReplyReader& reply)
 {
-    const CUserData user(nType, pUserData);
-    const CReplyReader reply(body, EArrayRoot::Success);
     SResponseGetChannelCheckData payload;
     payload.bSuccess = reply.Success();
     payload.strMessage = reply.Members().Text("message");
     const CJsonObject result = reply.Members().Object("result");
     payload.strAllowBoot = result.Text("allowBoot");
     payload.strReason = result.Text("reason");
-    HandOver(nType, user.Context(), &payload, reply.Result());
+    return payload;
 }
 
-void CSource::OnGetWhetherInCommon(const std::string& body, int nType, void* pUserData)
+SResponseGetWhetherInCommon ReadWhetherInCommon(const CReplyReader& reply)
 {
-    const CUserData user(nType, pUserData);
-    const CReplyReader reply(body, EArrayRoot::Success);
     SResponseGetWhetherInCommon payload;
     payload.bSuccess = reply.Success();
     payload.strMessage = reply.Members().Text("message");
     payload.bCommon = reply.Members().Bool("common").value_or(false);
-    HandOver(nType, user.Context(), &payload, reply.Result());
+    return payload;
+}
+
+} // namespace
+
+void CSource::OnGetAutoExport(const std::string& body, int nType, void* pUserData)
+{
+    Decode(body, nType, pUserData, EArrayRoot::FirstElement, ReadAutoExport);
+}
+
+void CSource::OnGetFtpFilePath(const std::string& body, int nType, void* pUserData)
+{
+    Decode(body, nType, pUserData, EArrayRoot::FirstElement, ReadFtpFilePath);
+}
+
+void CSource::OnGetChannelCheckData(const std::string& body, int nType, void* pUserData)
+{
+    Decode(body, nType, pUserData, EArrayRoot::Success, ReadChannelCheck);
+}
+
+void CSource::OnGetWhetherInCommon(const std::string& body, int nType, void* pUserData)
+{
+    Decode(body, nType, pUserData, EArrayRoot::Success, ReadWhetherInCommon);
 }
 
 } // namespace VelCSDK

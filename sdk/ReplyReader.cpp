@@ -1,11 +1,64 @@
 #include "ReplyReader.h"
 
+#include "platform/reply/ReplyLimits.h"
+
+#include <cstdlib>
+#include <new>
+
 namespace VelCSDK
 {
+namespace
+{
+
+const std::string& CheckedBody(const std::string& strBody)
+{
+    const std::size_t nMost = ReplyLimits().nValues;
+    if (HoldsMoreValues(strBody, nMost)) {
+        throw CReplyTooLarge("more than " + std::to_string(nMost) + " values (" + REPLY_VALUES_VARIABLE +
+                             ") in " + std::to_string(strBody.size()) + " bytes");
+    }
+    return strBody;
+}
+
+} // namespace
+
+void* SJsonMemory::Realloc(void* pMemory, std::size_t /*nOldBytes*/, std::size_t nBytes)
+{
+    if (nBytes == 0) {
+        Free(pMemory);
+        return nullptr;
+    }
+    void* const pNew = std::realloc(pMemory, nBytes);
+    if (pNew == nullptr) {
+        throw std::bad_alloc();
+    }
+    return pNew;
+}
+
+void SJsonMemory::Free(void* pMemory)
+{
+    std::free(pMemory);
+}
+
+SJsonElements CJsonObject::Array(std::string_view strName) const
+{
+    const JsonValue* const pValue = Find(strName);
+    if (pValue == nullptr || !pValue->IsArray()) {
+        return {};
+    }
+    const std::size_t nMost = ReplyLimits().nListElements;
+    if (pValue->Size() > nMost) {
+        throw CReplyTooLarge(std::to_string(pValue->Size()) + " elements in the list \"" +
+                             std::string(strName) + "\", more than " + std::to_string(nMost) + " (" +
+                             LIST_ELEMENTS_VARIABLE + ")");
+    }
+    return {pValue->Begin(), pValue->End()};
+}
 
 // The parse is iterative: it accepts the same texts as the recursive one, but no depth of nesting can exhaust
 // the stack. It leaves the texts where they are in the copy of the body, which is cheaper than a copy each.
-CReplyReader::CReplyReader(const std::string& strBody, EArrayRoot eArrayRoot) : m_strBody(strBody)
+CReplyReader::CReplyReader(const std::string& strBody, EArrayRoot eArrayRoot)
+    : m_strBody(CheckedBody(strBody))
 {
     m_document.ParseInsitu<rapidjson::kParseIterativeFlag>(m_strBody.data());
     if (m_document.HasParseError()) {
@@ -17,7 +70,7 @@ CReplyReader::CReplyReader(const std::string& strBody, EArrayRoot eArrayRoot) : 
     }
 }
 
-void CReplyReader::Judge(const rapidjson::Value& root)
+void CReplyReader::Judge(const JsonValue& root)
 {
     m_members = CJsonObject(&root);
     m_bSuccess = m_members.Bool("success").value_or(false);

@@ -5,19 +5,39 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace VelCSDK
 {
 
+/// Memory for RapidJSON, which takes it for granted that there is some.
+/// @throws std::bad_alloc
+struct SJsonMemory {
+    static const bool kNeedFree = true;
+
+    void* Malloc(std::size_t nBytes) { return Realloc(nullptr, 0, nBytes); }
+    void* Realloc(void* pMemory, std::size_t nOldBytes, std::size_t nBytes);
+    static void Free(void* pMemory);
+};
+
+using JsonPool = rapidjson::MemoryPoolAllocator<SJsonMemory>;
+using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<>, JsonPool>;
+using JsonDocument = rapidjson::GenericDocument<rapidjson::UTF8<>, JsonPool, SJsonMemory>;
+
+/// What a reply holds exceeds a limit (see ReplyLimits.h).
+struct CReplyTooLarge : std::length_error {
+    using std::length_error::length_error;
+};
+
 /// The elements of a JSON array, in order.
 struct SJsonElements {
-    const rapidjson::Value* pBegin = nullptr;
-    const rapidjson::Value* pEnd = nullptr;
+    const JsonValue* pBegin = nullptr;
+    const JsonValue* pEnd = nullptr;
 
-    const rapidjson::Value* begin() const { return pBegin; }
-    const rapidjson::Value* end() const { return pEnd; }
+    const JsonValue* begin() const { return pBegin; }
+    const JsonValue* end() const { return pEnd; }
     std::size_t size() const { return static_cast<std::size_t>(pEnd - pBegin); }
 };
 
@@ -26,7 +46,7 @@ struct SJsonElements {
 class CJsonObject
 {
 public:
-    explicit CJsonObject(const rapidjson::Value* pValue = nullptr)
+    explicit CJsonObject(const JsonValue* pValue = nullptr)
         : m_pObject(pValue != nullptr && pValue->IsObject() ? pValue : nullptr)
     {
     }
@@ -42,16 +62,17 @@ public:
     /// An object member; an object without members for anything else.
     CJsonObject Object(std::string_view strName) const;
     /// The elements of an array member; none for anything else.
+    /// @throws CReplyTooLarge
     SJsonElements Array(std::string_view strName) const;
 
 private:
-    const rapidjson::Value* Find(std::string_view strName) const;
+    const JsonValue* Find(std::string_view strName) const;
 
-    const rapidjson::Value* m_pObject;
+    const JsonValue* m_pObject;
 };
 
 // Inline, so that a comparison with a name that is written out becomes one of a few words.
-inline const rapidjson::Value* CJsonObject::Find(std::string_view strName) const
+inline const JsonValue* CJsonObject::Find(std::string_view strName) const
 {
     if (m_pObject == nullptr) {
         return nullptr;
@@ -66,13 +87,13 @@ inline const rapidjson::Value* CJsonObject::Find(std::string_view strName) const
 
 inline std::string CJsonObject::Text(std::string_view strName) const
 {
-    const rapidjson::Value* const pValue = Find(strName);
+    const JsonValue* const pValue = Find(strName);
     return pValue != nullptr && pValue->IsString() ? std::string(pValue->GetString()) : std::string();
 }
 
 inline std::optional<int> CJsonObject::Int(std::string_view strName) const
 {
-    const rapidjson::Value* const pValue = Find(strName);
+    const JsonValue* const pValue = Find(strName);
     return pValue != nullptr && pValue->IsInt() ? std::make_optional(pValue->GetInt()) : std::nullopt;
 }
 
@@ -84,20 +105,13 @@ inline std::string CJsonObject::IntText(std::string_view strName) const
 
 inline std::optional<bool> CJsonObject::Bool(std::string_view strName) const
 {
-    const rapidjson::Value* const pValue = Find(strName);
+    const JsonValue* const pValue = Find(strName);
     return pValue != nullptr && pValue->IsBool() ? std::make_optional(pValue->GetBool()) : std::nullopt;
 }
 
 inline CJsonObject CJsonObject::Object(std::string_view strName) const
 {
     return CJsonObject(Find(strName));
-}
-
-inline SJsonElements CJsonObject::Array(std::string_view strName) const
-{
-    const rapidjson::Value* const pValue = Find(strName);
-    return pValue != nullptr && pValue->IsArray() ? SJsonElements{pValue->Begin(), pValue->End()}
-                                                  : SJsonElements{};
 }
 
 /// What an array at a reply's root means.
@@ -110,6 +124,7 @@ enum class EArrayRoot {
 class CReplyReader
 {
 public:
+    /// @throws CReplyTooLarge, std::bad_alloc
     explicit CReplyReader(const std::string& strBody, EArrayRoot eArrayRoot = EArrayRoot::FirstElement);
 
     /// 0 when the member "success" is true, or when there was nothing to judge (see `EArrayRoot`); -1 when it
@@ -123,15 +138,15 @@ public:
     const CJsonObject& Members() const { return m_members; }
 
 private:
-    void Judge(const rapidjson::Value& root);
+    void Judge(const JsonValue& root);
 
     // Room for the values of a reply of usual size; a larger one allocates.
     static constexpr std::size_t VALUE_BYTES = 2048;
 
     std::string m_strBody; ///< the document's texts lie in it
     alignas(std::max_align_t) std::array<char, VALUE_BYTES> m_arValues;
-    rapidjson::MemoryPoolAllocator<> m_allocator{m_arValues.data(), m_arValues.size()};
-    rapidjson::Document m_document{&m_allocator};
+    JsonPool m_allocator{m_arValues.data(), m_arValues.size()};
+    JsonDocument m_document{&m_allocator};
     CJsonObject m_members;
     int m_nResult = 0;
     bool m_bSuccess = false;

@@ -4,10 +4,13 @@
 #include "RequestCatalogue.h"
 
 #include "platform/chttpclient/chttpclient.h"
+#include "platform/clog/clog.h"
+#include "platform/reply/ReplyLimits.h"
 
 #include <json/writer.h>
 
 #include <utility>
+#include <vector>
 
 namespace VelCSDK
 {
@@ -16,6 +19,11 @@ IVelClientSDk::~IVelClientSDk() = default;
 
 VelClientSDk::VelClientSDk()
 {
+    std::vector<std::string> vecComplaints;
+    ReadReplyLimits(vecComplaints);
+    for (const std::string& strComplaint : vecComplaints) {
+        Log_Write(1, "VelCSDK::VelClientSDk::VelClientSDk", 1, "%s", strComplaint.c_str());
+    }
     CHttpClientInit();
     CDataResponse::Instance();
 }

@@ -1,7 +1,8 @@
 // A host that sends one request and then says what the answer was and what it cost:
-//   heavy_reply_host PORT REQUEST
-// prints the answers that came, whether the last one was a success, and by how many bytes the resident size
-// grew at most, from just before the request until the answer was received.
+//   heavy_reply_host PORT REQUEST [MEGABYTES]
+// With the third argument it may take no more than that much address space from then on. It prints the
+// answers that came, whether the last one was a success, and by how many bytes the resident size grew at
+// most, from just before the request until the answer was received.
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
@@ -10,6 +11,8 @@
 
 #include <QCoreApplication>
 #include <QTimer>
+
+#include <sys/resource.h>
 
 #include <cstdio>
 #include <fstream>
@@ -34,6 +37,14 @@ long long StatusBytes(const std::string& strName)
         }
     }
     throw std::runtime_error("no " + strName);
+}
+
+void LimitGrowth(long long nMegabytes)
+{
+    rlimit limit{};
+    ::getrlimit(RLIMIT_AS, &limit);
+    limit.rlim_cur = static_cast<rlim_t>(StatusBytes("VmSize") + nMegabytes * 1'000'000);
+    ::setrlimit(RLIMIT_AS, &limit);
 }
 
 class Host
@@ -120,10 +131,14 @@ private:
 
 int main(int argc, char** argv)
 {
-    if (argc != 3) {
+    if (argc < 3 || std::freopen("/dev/null", "w", stderr) == nullptr) { // debug lines hold whole replies
         return 2;
     }
     const QCoreApplication application(argc, argv);
-    Host(std::stoi(argv[1])).Ask(argv[2]);
+    Host host(std::stoi(argv[1]));
+    if (argc > 3) {
+        LimitGrowth(std::stoll(argv[3]));
+    }
+    host.Ask(argv[2]);
     return 0;
 }

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iostream>
 #include <ostream>
 #include <string>
 
@@ -84,6 +85,8 @@ void PrintTo(const SHeavyReply& reply, std::ostream* pStream)
 
 const SHeavyReply HEAVY_REPLIES[] = {
     {"ListOfAMillionZeros", "projects", [] { return Success("实验项目", Array("0", MILLION)); }, false},
+    {"ListOfFourMillionZeros", "projects", [] { return Success("实验项目", Array("0", 4 * MILLION)); },
+     false},
     {"ListAtItsLimit", "projects", [] { return Success("实验项目", Array("0", LIST_LIMIT)); }, true},
     {"ListAboveItsLimit", "projects", [] { return Success("实验项目", Array("0", LIST_LIMIT + 1)); }, false},
     {"BatteriesAtTheirLimit", "batteries",
@@ -111,6 +114,8 @@ const SHeavyReply HEAVY_REPLIES[] = {
     {"BlockingReplyOfObjectsAtTheLimit", "check-blocking",
      [] { return Success("x", Array(R"({"a":""})", VALUE_LIMIT / 2 - 2)); }, true},
     {"BlockingReplyOfOneText", "check-blocking", [] { return Success("x", Text('x')); }, true},
+    {"BlockingReportOfLongNumbers", "steps-blocking",
+     [] { return Success("x", Array("1e15", VALUE_LIMIT - 4)); }, true},
     {"BlockingReportThatIsLogged", "steps-blocking", [] { return Success("x", Text('x')); }, true},
 };
 
@@ -144,10 +149,23 @@ TEST_P(HeavyReply, CostsNoMoreThan200MegabytesAndEightTimesItsSize)
     EXPECT_EQ(Number(departure, "success"), GetParam().bSucc ? 1 : 0);
     const long long nGrowth = Number(departure, "growth");
     EXPECT_LE(nGrowth, static_cast<long long>(200 * MILLION + 8 * strBody.size()));
-    RecordProperty("bytes", std::to_string(strBody.size()));
-    RecordProperty("growth", std::to_string(nGrowth));
-    std::cout << GetParam().szName << ": " << strBody.size() / MILLION << " MB, growth "
-              << nGrowth / static_cast<long long>(MILLION) << " MB\n";
+    std::cout << strBody.size() << " bytes cost " << nGrowth << '\n';
+}
+
+TEST(ReplyThatMemoryRunsOutFor, GetsItsOneAnswer)
+{
+    const LogFolder log;
+    const std::string strBody = Success("实验项目", Array("0", LIST_LIMIT));
+    int nFailures = 0;
+    for (int nMegabytes = 4; nMegabytes <= 128; nMegabytes *= 2) {
+        const ScriptedServer server(ServerStep{HttpReply(200, strBody), ServerStep::Ending::Close});
+        const Departure departure = Watch(
+            KTS_HEAVY_REPLY_HOST, {std::to_string(server.Port()), "projects", std::to_string(nMegabytes)});
+        EXPECT_EQ(departure.nStatus, 0) << nMegabytes << " MB";
+        EXPECT_EQ(Number(departure, "answers"), 1) << nMegabytes << " MB";
+        nFailures += Number(departure, "success") == 0 ? 1 : 0;
+    }
+    EXPECT_GT(nFailures, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, HeavyReply, ::testing::ValuesIn(HEAVY_REPLIES),

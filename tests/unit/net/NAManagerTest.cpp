@@ -157,7 +157,7 @@ TEST(NAManagerEnd, IsToldOnceBeforeTheAnswerAndWhereNoneComes)
     for (const Row& row : {Row{HttpReply(200, "{}"), EKind::Object, 200, "", 1},
                            Row{HttpReply(201, "[{}]"), EKind::Object, 201, "", 1},
                            Row{HttpReply(200, "[]"), EKind::NoObject, 200, "an array", 0},
-                           Row{HttpReply(200, "<html>"), EKind::NotJson, 200,
+                           Row{HttpReply(200, "<html>"), EKind::Unreadable, 200,
                                "the body is not JSON: illegal value at byte", 1},
                            Row{HttpReply(503, "{}"), EKind::NetworkError, 503, "server replied", 1}}) {
         const ScriptedServer server(ServerStep{row.strReply});

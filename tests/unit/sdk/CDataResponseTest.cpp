@@ -68,6 +68,16 @@ std::string Nested(int nLevels)
            std::string(static_cast<std::size_t>(nLevels), ']');
 }
 
+/// Further elements of an array.
+std::string Zeros(std::size_t nTimes)
+{
+    std::string strZeros;
+    for (std::size_t i = 0; i < nTimes; ++i) {
+        strZeros += ",0";
+    }
+    return strZeros;
+}
+
 const std::vector<RecordedLine> g_vecReaderError{
     {1, "VelCSDK::CDataResponse::JsonHeader", 91, "Json::Reader error"}};
 
@@ -289,8 +299,28 @@ INSTANTIATE_TEST_SUITE_P(
         HeaderRow{"DeepInAMember", "{\"x\":" + Nested(900) + ",\"code\":3}", 3, "before", false},
         HeaderRow{"TooDeepInAMember", "{\"x\":" + Nested(1100) + ",\"code\":3}", -1, "before", true},
         HeaderRow{"TooDeep", Nested(100000), -1, "before", true},
-        HeaderRow{"MillionBrackets", std::string(1000000, '['), -1, "before", true}),
+        HeaderRow{"ManyBrackets", std::string(200000, '['), -1, "before", true}),
     testing::PrintToStringParamName());
+
+TEST_F(ReplyRoad, TheEnvelopeReaderReadsNoReplyOfTooManyValues)
+{
+    for (const std::string& strBody :
+         {std::string(1000000, '['), "{\"code\":3,\"x\":[0" + Zeros(250000) + "]}"}) {
+        ClearRecordedLog();
+        int nCode = CODE_BEFORE;
+        std::string strDescription = DESCRIPTION_BEFORE;
+        Json::Value root;
+        CDataResponse::Instance()->JsonHeader(strBody, root, nCode, strDescription);
+        EXPECT_EQ(nCode, -1);
+        EXPECT_EQ(strDescription, DESCRIPTION_BEFORE);
+        EXPECT_TRUE(root.isNull());
+        EXPECT_EQ(RecordedLog(),
+                  (std::vector<RecordedLine>{{1, "VelCSDK::CDataResponse::JsonHeader", 91,
+                                              "Json::Reader error: more than 250000 values (an eighth of "
+                                              "KTSHTTPAGENT_MAX_REPLY_VALUES) in " +
+                                                  std::to_string(strBody.size()) + " bytes"}}));
+    }
+}
 
 TEST_F(ReplyRoad, TheEnvelopeReaderHandsOverTheWholeRootWithItsComments)
 {

@@ -1,0 +1,32 @@
+#include "MovableRecord.h"
+
+#include "ResultRecords.h"
+
+#include <utility>
+
+namespace
+{
+
+thread_local const void* t_pRecord = nullptr;
+
+} // namespace
+
+CMovableRecord::CMovableRecord(const void* pResponse) noexcept
+    : m_pOuter(std::exchange(
+          t_pRecord, pResponse == nullptr ? nullptr : static_cast<const SResponseHeader*>(pResponse)->pData))
+{
+}
+
+CMovableRecord::~CMovableRecord()
+{
+    t_pRecord = m_pOuter;
+}
+
+bool CMovableRecord::Take(const void* pRecord) noexcept
+{
+    const bool bMovable = pRecord != nullptr && pRecord == t_pRecord;
+    if (bMovable) {
+        t_pRecord = nullptr;
+    }
+    return bMovable;
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "CSource.h"
+#include "ReplyReader.h"
+#include "UserData.h"
+
+#include <exception>
+#include <utility>
+
+namespace VelCSDK
+{
+
+/// Says in the log why a reply was not decoded. Fails no caller, not even where memory has run out.
+void LogUndecoded(int nType, const std::exception& error) noexcept;
+
+/// Does a step of decoding.
+/// @return false, with a line in the log, where it threw
+template <class Step>
+bool Attempt(int nType, Step&& fnStep) noexcept
+{
+    try {
+        std::forward<Step>(fnStep)();
+        return true;
+    } catch (const std::exception& error) {
+        LogUndecoded(nType, error);
+        return false;
+    }
+}
+
+/// Puts into a payload record what it repeats of its request; into most of them nothing.
+template <class Payload>
+void RepeatRequest(Payload& /*payload*/, const CUserData& /*user*/)
+{
+}
+void RepeatRequest(SSupportVer& payload, const CUserData& user);
+void RepeatRequest(SResponseGetProject& payload, const CUserData& user);
+
+/// Decodes and hands over: `fnRead` makes the payload record of the parsed reply. A reply
+/// that is too large, or for which there is no memory, is handed over as one that can't be parsed. What was
+/// parsed is released by then, so that the receiver has its memory to use.
+template <class Read>
+void CSource::Decode(const std::string& body, int nType, void* pUserData, EArrayRoot eArrayRoot, Read fnRead)
+{
+    const CUserData user(nType, pUserData);
+    decltype(fnRead(std::declval<const CReplyReader&>())) payload;
+    int nResult = -1;
+    Attempt(nType, [&] {
+        const CReplyReader reply(body, eArrayRoot);
+        payload = fnRead(reply);
+        nResult = reply.Result();
+    });
+    Attempt(nType, [&] { RepeatRequest(payload, user); });
+    HandOver(nType, user.Context(), &payload, nResult);
+}
+
+} // namespace VelCSDK

@@ -1,0 +1,130 @@
+#include "platform/reply/ReplyLimits.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ostream>
+#include <string>
+
+namespace
+{
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// Longer than any count in these tests, so that the size alone settles nothing.
+const std::string BLANKS(1000, ' ');
+
+struct SCounted {
+    const char* szName;
+    std::string strBody;
+    std::size_t nValues;
+};
+
+void PrintTo(const SCounted& counted, std::ostream* pStream)
+{
+    *pStream << counted.szName;
+}
+
+std::string Zeros(std::size_t nZeros)
+{
+    std::string strZeros;
+    for (std::size_t i = 0; i < nZeros; ++i) {
+        strZeros += i == 0 ? "0" : ",0";
+    }
+    return strZeros;
+}
+
+class CountedValues : public ::testing::TestWithParam<SCounted>
+{
+};
+
+TEST_P(CountedValues, AreTheirNumberExactly)
+{
+    for (const std::string& strBody :
+         {GetParam().strBody + BLANKS, BLANKS + GetParam().strBody + "\r\n\t" + BLANKS}) {
+        EXPECT_FALSE(HoldsMoreValues(strBody, GetParam().nValues));
+        EXPECT_TRUE(HoldsMoreValues(strBody, GetParam().nValues - 1));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, CountedValues,
+    ::testing::Values(
+        SCounted{"Number", "1", 1}, SCounted{"EmptyObject", "{}", 1}, SCounted{"EmptyArray", "[ \n ]", 1},
+        SCounted{"Array", "[1]", 2}, SCounted{"ArrayOfTwo", "[1,2]", 3}, SCounted{"Object", R"({"a":1})", 2},
+        SCounted{"ObjectOfTwo", R"({"a":1 , "b":[]})", 3}, SCounted{"Nested", R"([[[]],{"a":{}}])", 5},
+        SCounted{"OpenBrackets", "[[[[", 4}, SCounted{"EmptyArraysInAnArray", "[[],[],[]]", 4},
+        SCounted{"CommasInAText", R"([",,,[[[{{{",1])", 3},
+        SCounted{"EscapedQuote", R"(["\",[,[,[\"",1])", 3},
+        SCounted{"EscapedBackslashAtTheEnd", R"(["\\",[1],"\\\\"])", 5},
+        SCounted{"TextNeverClosed", R"(["a,[,[,)", 2}, SCounted{"BackslashAtTheEnd", "[\"a\\", 2},
+        SCounted{"CommasInAComment", "/* ,[,[ */[1,/*,*/2]//,[[\n", 3},
+        SCounted{"QuoteInAComment", "/*\"*/[" + Zeros(300) + "]", 301},
+        SCounted{"QuoteInALineComment", "//\"\r[" + Zeros(300) + "]", 301},
+        SCounted{"CommentThatEndsAtOnce", "/**/[" + Zeros(9) + "]", 10},
+        SCounted{"StarThatEndsNoComment", "/*/[,[,*/[1]", 2}, SCounted{"CommentNeverClosed", "[1/*,,,", 2},
+        SCounted{"CommentMarkInAText", R"(["/*",1,"//",2])", 5}, SCounted{"SlashAlone", "[1/,2]", 3},
+        SCounted{"Many", "[" + Zeros(100'000) + "]", 100'001},
+        SCounted{"ManyDeep", std::string(100'000, '[') + std::string(100'000, ']'), 100'000}),
+    ::testing::PrintToStringParamName());
+
+TEST(ReplyLimits, AnEmptyBodyHoldsNoValueTooMany)
+{
+    EXPECT_FALSE(HoldsMoreValues("", 1));
+}
+
+/// Sets a variable for one test.
+class Variable
+{
+public:
+    Variable(const char* szName, const char* szValue) : m_szName(szName) { setenv(szName, szValue, 1); }
+    ~Variable() { unsetenv(m_szName); }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+private:
+    const char* m_szName;
+};
+
+TEST(ReplyLimits, HaveDefaults)
+{
+    std::vector<std::string> vecComplaints;
+    const SReplyLimits limits = ReadReplyLimits(vecComplaints);
+    EXPECT_EQ(limits.nValues, 2'000'000U);
+    EXPECT_EQ(limits.nListElements, 250'000U);
+    EXPECT_THAT(vecComplaints, IsEmpty());
+}
+
+TEST(ReplyLimits, AreTakenFromTheEnvironment)
+{
+    const Variable values(REPLY_VALUES_VARIABLE, "1");
+    const Variable elements(LIST_ELEMENTS_VARIABLE, "2147483647");
+    std::vector<std::string> vecComplaints;
+    const SReplyLimits limits = ReadReplyLimits(vecComplaints);
+    EXPECT_EQ(limits.nValues, 1U);
+    EXPECT_EQ(limits.nListElements, 2'147'483'647U);
+    EXPECT_THAT(vecComplaints, IsEmpty());
+}
+
+TEST(ReplyLimits, ThatAreNoNumbersInTheirRangeLeaveTheDefaultsAndAreComplainedOf)
+{
+    for (const char* const szValue : {"", "0", "-1", "x", "1x", " 1", "2147483648", "1e6"}) {
+        const Variable elements(LIST_ELEMENTS_VARIABLE, szValue);
+        std::vector<std::string> vecComplaints;
+        EXPECT_EQ(ReadReplyLimits(vecComplaints).nListElements, 250'000U);
+        EXPECT_THAT(vecComplaints,
+                    ElementsAre("KTSHTTPAGENT_MAX_LIST_ELEMENTS is \"" + std::string(szValue) +
+                                "\", not a number from 1 to 2147483647; 250000 stays in force"));
+    }
+}
+
+TEST(ReplyLimits, AreReadOnce)
+{
+    const std::size_t nBefore = ReplyLimits().nValues;
+    const Variable values(REPLY_VALUES_VARIABLE, "7");
+    EXPECT_EQ(ReplyLimits().nValues, nBefore);
+}
+
+} // namespace
