@@ -6,6 +6,10 @@
 // What the decoders make of the server's replies. All texts are UTF-8 as received, cut at their first NUL
 // byte. A member that the reply lacks, or holds as another JSON type, leaves its field at the default.
 //
+// A list has at most 250,000 elements, a reply 2,000,000 values, unless the environment says otherwise
+// (KTSHTTPAGENT_MAX_LIST_ELEMENTS, KTSHTTPAGENT_MAX_REPLY_VALUES); one with more counts as a reply that can't
+// be parsed.
+//
 // `bSuccess` is true exactly when the reply's member "success" was the JSON literal true.
 
 /// What the response callback gets with every decoded reply. Header and payload live only during that call.

@@ -2,6 +2,7 @@
 #include "IVelClientSDk.h"
 #include "RecordingTransport.h"
 #include "ResultVariants.h"
+#include "VelClientSDk.h"
 
 #include <QSignalSpy>
 
@@ -188,6 +189,44 @@ TYPED_TEST(AgentRecord, TravelsInAVariantWithItsOwnSuccess)
         ASSERT_TRUE(data.canConvert<typename TypeParam::RecordType>());
         EXPECT_EQ(data.value<typename TypeParam::RecordType>().bSuccess, bSuccess);
     }
+}
+
+/// The projects that a signal's variant owns.
+const std::vector<SProjectItem>& ProjectsIn(const QVariant& data)
+{
+    return static_cast<const SResponseGetProject*>(data.constData())->lstProject;
+}
+
+TEST_F(AgentResponse, ADecodersRecordIsMovedIntoItsVariant)
+{
+    SResponseGetProject record;
+    record.bSuccess = true;
+    record.lstProject.resize(3);
+    record.lstProject[1].xh = "a text that needs memory of its own";
+    const SProjectItem* const pItems = record.lstProject.data();
+    const auto* const pClient = static_cast<const VelCSDK::VelClientSDk*>(VelCSDK::SDKFactory::GetInstance());
+    pClient->GetResponseCallBack("source")(3103, nullptr, Holding(record), 0);
+    const QList<QVariant> arguments = m_watch.Only(Projects);
+    ASSERT_EQ(arguments.size(), 2);
+    EXPECT_EQ(arguments.at(0), QVariant(true));
+    const QVariant data = arguments.at(1).value<QVariant>();
+    EXPECT_FALSE(data.isNull());
+    ASSERT_EQ(ProjectsIn(data).size(), 3U);
+    EXPECT_EQ(ProjectsIn(data).data(), pItems); // not one element was copied
+    EXPECT_EQ(ProjectsIn(data)[1].xh, "a text that needs memory of its own");
+    EXPECT_TRUE(record.lstProject.empty());
+}
+
+TEST_F(AgentResponse, ARecordThatASubclassHandsInStaysAsItIs)
+{
+    SResponseGetProject record;
+    record.bSuccess = true;
+    record.lstProject.resize(3);
+    m_response.OnResponse(3103, nullptr, Holding(record), 0);
+    EXPECT_EQ(record.lstProject.size(), 3U);
+    const QVariant data = m_watch.Only(Projects).at(1).value<QVariant>();
+    EXPECT_EQ(ProjectsIn(data).size(), 3U);
+    EXPECT_NE(ProjectsIn(data).data(), record.lstProject.data());
 }
 
 TYPED_TEST(AgentRecord, IsAnInvalidVariantAfterAnError)

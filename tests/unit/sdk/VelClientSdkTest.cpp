@@ -59,6 +59,16 @@ TEST(VelClientSdkCreation, StartsTheTransportAndThenRegistersTheReceiverOfReplie
     EXPECT_TRUE(RecordingTransport::Instance().fnResponse);
 }
 
+TEST(VelClientSdkCreation, LogsALimitOfRepliesThatCannotBeUsed)
+{
+    setenv("KTSHTTPAGENT_MAX_REPLY_VALUES", "many", 1);
+    SDKFactory::GetInstance();
+    EXPECT_EQ(RecordedLog(),
+              (std::vector<RecordedLine>{{1, "VelCSDK::VelClientSDk::VelClientSDk", 1,
+                                          "KTSHTTPAGENT_MAX_REPLY_VALUES is \"many\", not a number from 1 to "
+                                          "2147483647; 2000000 stays in force"}}));
+}
+
 TEST(VelClientSdkCreation, HappensOnce)
 {
     IVelClientSDk* pClient = SDKFactory::GetInstance();
