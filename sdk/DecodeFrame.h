@@ -5,6 +5,7 @@
 #include "UserData.h"
 
 #include <exception>
+#include <optional>
 #include <utility>
 
 namespace VelCSDK
@@ -36,18 +37,18 @@ void RepeatRequest(SSupportVer& payload, const CUserData& user);
 void RepeatRequest(SResponseGetProject& payload, const CUserData& user);
 
 /// Decodes and hands over: `fnRead` makes the payload record of the parsed reply. A reply
-/// that is too large, or for which there is no memory, is handed over as one that can't be parsed. What was
-/// parsed is released by then, so that the receiver has its memory to use.
+/// that is too large, or for which there is no memory, is handed over as one that can't be parsed.
 template <class Read>
 void CSource::Decode(const std::string& body, int nType, void* pUserData, EArrayRoot eArrayRoot, Read fnRead)
 {
     const CUserData user(nType, pUserData);
-    decltype(fnRead(std::declval<const CReplyReader&>())) payload;
+    std::optional<CReplyReader> reply;
+    decltype(fnRead(*reply)) payload;
     int nResult = -1;
     Attempt(nType, [&] {
-        const CReplyReader reply(body, eArrayRoot);
-        payload = fnRead(reply);
-        nResult = reply.Result();
+        reply.emplace(body, eArrayRoot);
+        payload = fnRead(*reply);
+        nResult = reply->Result();
     });
     Attempt(nType, [&] { RepeatRequest(payload, user); });
     HandOver(nType, user.Context(), &payload, nResult);
