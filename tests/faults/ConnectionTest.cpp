@@ -182,9 +182,10 @@ TEST_F(TransportConnections, ToAServerThatWasRestartedAreNew)
 {
     Start();
     LabServerOptions options;
-    options.nPort = RefusingPort().Port(); // free, now that it is given back
-    const std::string strUrl =
-        "http://127.0.0.1:" + std::to_string(options.nPort) + "/vomd/system/incubatorStatus.action";
+    options.strAddress = "127.0.0.2"; // where nobody else's connections take the port while it is free
+    options.nPort = RefusingPort().Port();
+    const std::string strUrl = "http://" + options.strAddress + ":" + std::to_string(options.nPort) +
+                               "/vomd/system/incubatorStatus.action";
     const auto Report = [this, &strUrl] {
         const std::size_t nReplies = m_replies.All().size() + 1;
         Post(strUrl, R"({"name": "X", "status": "busy", "temperature": 25})");

@@ -11,6 +11,7 @@
 using namespace std::chrono_literals;
 using testing::AllOf;
 using testing::AnyOf;
+using testing::Contains;
 using testing::Each;
 using testing::Ge;
 using testing::Le;
@@ -20,6 +21,13 @@ namespace
 
 /// More calls than any of the exchanges below makes; the sweeps end by themselves long before.
 constexpr std::size_t MANY = 5000;
+
+double Seconds(clockid_t clock)
+{
+    timespec time{};
+    ::clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
 
 } // namespace
 
@@ -45,15 +53,21 @@ protected:
     }
 
     /// The failure came and went: everything works. A failure that came last may still take the next request
-    /// with it, so that one only has to be answered.
+    /// with it, so that one only has to be answered. Where a test makes the time-out short, a busy machine
+    /// may need some tries.
     void ExpectHealth()
     {
+        constexpr int TIMED_OUT = -28;
         CHttpClientInit();
         Get(m_server.Url("/"));
-        ASSERT_THAT(NewErrors(1), Each(AnyOf(0, -2, -27)));
+        ASSERT_THAT(NewErrors(1), Each(AnyOf(0, -2, -27, TIMED_OUT)));
         ASSERT_TRUE(CHttpClientInit());
-        SendThree();
-        ASSERT_THAT(NewErrors(3), Each(0));
+        std::vector<int> vecErrors{TIMED_OUT};
+        for (int nTry = 0; nTry < 20 && testing::Value(vecErrors, Contains(TIMED_OUT)); ++nTry) {
+            SendThree();
+            vecErrors = NewErrors(3);
+        }
+        ASSERT_THAT(vecErrors, Each(0));
     }
 
     const ScriptedServer m_server{Ok()};
@@ -120,8 +134,8 @@ TEST_P(TransportRequestFailure, FailsJustTheRequestThatItIsFor)
         SendThree();
         const std::vector<int> vecErrors = NewErrors(3);
         nFailed = DisarmFailure();
-        ASSERT_THAT(vecErrors, testing::Contains(0).Times(3 - nFailed));
-        ASSERT_THAT(vecErrors, testing::Contains(AnyOf(-2, -27)).Times(nFailed));
+        ASSERT_THAT(vecErrors, Contains(0).Times(3 - nFailed));
+        ASSERT_THAT(vecErrors, Contains(AnyOf(-2, -27)).Times(nFailed));
     }
     RepliesAfterShutdown(m_nSeen);
 }
@@ -141,14 +155,11 @@ TEST_P(TransportLoopFailure, ThatLastsDoesNotSpin)
     ArmFailure(GetParam(), 1, 1'000'000'000);
     SendThree();
     ASSERT_THAT(NewErrors(3), Each(AnyOf(-2, -27)));
-    timespec before{};
-    timespec after{};
-    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &before);
-    std::this_thread::sleep_for(1s);
-    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &after);
-    const double dSeconds = static_cast<double>(after.tv_sec - before.tv_sec) +
-                            1e-9 * static_cast<double>(after.tv_nsec - before.tv_nsec);
-    EXPECT_LE(dSeconds, 0.2);
+    const auto tpBefore = std::chrono::steady_clock::now();
+    const double dBefore = Seconds(CLOCK_PROCESS_CPUTIME_ID);
+    std::this_thread::sleep_for(1s); // or longer, where the machine is busy
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - tpBefore;
+    EXPECT_LE(Seconds(CLOCK_PROCESS_CPUTIME_ID) - dBefore, 0.2 * passed.count());
     DisarmFailure();
     ExpectHealth();
     RepliesAfterShutdown(m_nSeen);

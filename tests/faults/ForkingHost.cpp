@@ -50,8 +50,8 @@ namespace
 constexpr int HELD = 1;
 constexpr int QUICK = 2;
 constexpr int RELEASE = 3;
-constexpr unsigned CHILD_SECONDS = 10;    // then a signal ends it, which the parent prints
-constexpr std::chrono::seconds PROMPT{5}; // far less than the drain time, which is a minute
+constexpr unsigned CHILD_SECONDS = 50;     // then a signal ends it, which the parent prints
+constexpr std::chrono::seconds PROMPT{30}; // much less than the drain time, which is a minute
 
 std::string g_strServer;
 

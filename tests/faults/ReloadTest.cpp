@@ -86,6 +86,9 @@ ServerStep Answer(const WireRequest& request)
 class TransportReload : public testing::Test
 {
 protected:
+    /// What a stop finds under way is answered before it returns, however slow the machine.
+    TransportReload() { ::setenv("CHTTPCLIENT_DRAIN_MS", "60000", 1); }
+
     const LogFolder m_logFolder;
     const ScriptedServer m_server{Answer};
 };

@@ -108,6 +108,7 @@ void FillTheDisk()
     for (int nNumber = 1; nNumber <= 20; ++nNumber) {
         Exchange(nNumber);
     }
+    CHttpClientUnInit(); // by now the transport has logged all
     LimitSoftly(RLIMIT_FSIZE, RLIM_INFINITY);
     std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // the log is tried anew every second
     Log_Write(1, "short_host", 1, "room again");

@@ -24,13 +24,14 @@ namespace
 {
 
 constexpr const char* NGINX = "/usr/sbin/nginx";
+constexpr const char* ADDRESS = "127.0.0.2"; // where nobody else's connections take a port that is free
 
 bool Connects(int nPort)
 {
     const int nSocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_addr.s_addr = ::inet_addr(ADDRESS);
     address.sin_port = htons(static_cast<std::uint16_t>(nPort));
     const bool bConnects =
         ::connect(nSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
@@ -79,7 +80,7 @@ protected:
 
     std::string Url(const std::string& strPath = "/vomd/x") const
     {
-        return "https://127.0.0.1:" + std::to_string(m_nPort) + strPath;
+        return "https://" + std::string(ADDRESS) + ":" + std::to_string(m_nPort) + strPath;
     }
 
     std::string CaFile() const { return (m_folder.Path() / "ca.pem").string(); }
@@ -113,13 +114,13 @@ private:
 
     void StartNginx()
     {
-        m_nPort = RefusingPort().Port(); // free, now that it is given back
+        m_nPort = RefusingPort().Port();
         Write(m_folder.Path() / "nginx.conf",
               "daemon off; master_process off; pid nginx.pid; error_log error.log; events {}\n"
               "http { access_log off; client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t;\n"
               "uwsgi_temp_path t; scgi_temp_path t;\n"
-              "server { listen 127.0.0.1:" +
-                  std::to_string(m_nPort) + Encryption() +
+              "server { listen " +
+                  std::string(ADDRESS) + ":" + std::to_string(m_nPort) + Encryption() +
                   "; location / { return 200 'from nginx'; }\n"
                   "location /resumed { keepalive_timeout 0; return 200 '$ssl_session_reused'; } } }\n");
         const std::string strFolder = m_folder.Path().string() + '/';
@@ -172,7 +173,7 @@ TEST_P(TransportTlsSession, IsResumedByTheNextConnection)
     EXPECT_EQ(vecReplies.at(1).strBody, "r");
 }
 
-constexpr const char* GOOD_NAME = "IP:127.0.0.1";
+constexpr const char* GOOD_NAME = "IP:127.0.0.2";
 constexpr const char* GOOD_PROTOCOLS = "TLSv1.2 TLSv1.3";
 
 INSTANTIATE_TEST_SUITE_P(
@@ -182,7 +183,7 @@ INSTANTIATE_TEST_SUITE_P(
                     TlsPeer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false, -60},
                     TlsPeer{"Expired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true, -60},
                     TlsPeer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true, -60},
-                    TlsPeer{"OfAnotherAddress", "IP:127.0.0.2", "2", GOOD_PROTOCOLS, true, -60},
+                    TlsPeer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true, -60},
                     TlsPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, -35},
                     TlsPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, -35}),
     testing::PrintToStringParamName());

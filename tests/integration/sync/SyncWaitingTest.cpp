@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -30,6 +31,15 @@ constexpr int SHORT_MS = 300;
 
 const std::string YES = HttpReply(200, R"({"success":true,"result":{"allowBoot":"yes","reason":"first"}})");
 const ServerStep NEVER{"", ServerStep::Ending::Hold};
+
+/// For a server's answer: it is kept back until the test has come so far, but not for ever.
+void WaitUntil(const std::atomic<bool>& bSet)
+{
+    const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
+    while (!bSet && std::chrono::steady_clock::now() < tpEnd) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
 
 TEST_F(SyncRoad, ATimeOutOnTheFirstCallIsANoWithoutTexts)
 {
@@ -62,9 +72,7 @@ TEST_F(SyncRoad, ALateReplyIsStillRecorded)
         if (request.nConnection > 1) {
             return NEVER;
         }
-        while (!bRelease) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        WaitUntil(bRelease);
         return ServerStep{YES};
     });
     EXPECT_FALSE(Check(server, SHORT_MS));
@@ -89,9 +97,11 @@ TEST_F(SyncRoad, AnUnreachableServerCostsAReportItsPauseAtMostAfterItsTimeOut)
 
 TEST_F(SyncRoad, TheHostsEventsAreHandledDuringAWait)
 {
-    const ScriptedServer server(
-        ServerStep{YES, ServerStep::Ending::KeepAlive, std::chrono::milliseconds(200)});
-    bool bHandled = false;
+    std::atomic<bool> bHandled = false;
+    const ScriptedServer server([&](const WireRequest&) {
+        WaitUntil(bHandled);
+        return ServerStep{YES};
+    });
     QTimer::singleShot(0, [&] { bHandled = true; });
     EXPECT_TRUE(Check(server));
     EXPECT_TRUE(bHandled);
@@ -99,12 +109,17 @@ TEST_F(SyncRoad, TheHostsEventsAreHandledDuringAWait)
 
 TEST_F(SyncRoad, CallsOfDifferentKindsNest)
 {
-    const ScriptedServer outer(ServerStep{YES});
+    std::atomic<bool> bInnerCalled = false;
+    const ScriptedServer outer([&](const WireRequest&) {
+        WaitUntil(bInnerCalled);
+        return ServerStep{YES};
+    });
     const ScriptedServer inner(ServerStep{HttpReply(200, R"({"success":true,"common":true})"),
                                           ServerStep::Ending::KeepAlive, std::chrono::milliseconds(200)});
     bool bInner = false;
     bool bInnerReturnedFirst = false;
     QTimer::singleShot(0, [&] {
+        bInnerCalled = true;
         bInner = InCommon(inner);
         bInnerReturnedFirst = true;
     });
@@ -119,9 +134,7 @@ TEST_F(SyncRoad, ASecondCallOfTheSameKindReturnsAtOnceAndItsRequestIsSent)
 {
     std::atomic<bool> bRelease = false;
     const ScriptedServer server([&](const WireRequest&) {
-        while (!bRelease) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        WaitUntil(bRelease);
         return ServerStep{YES};
     });
     bool bSecondReturned = false;
