@@ -1,19 +1,12 @@
 #include "LogFolder.h"
 
-#include <QDir>
-#include <QtGlobal>
+#include <ktshttpagent/clog.h>
+
+#include <QLibrary>
 
 QString LogFolder()
 {
-    if (!qEnvironmentVariableIsEmpty("CLOG_DIR")) {
-        return qEnvironmentVariable("CLOG_DIR");
-    }
-#if defined(Q_OS_WIN)
-    const QString strState = qEnvironmentVariable("LOCALAPPDATA");
-#else
-    const QString strState = qEnvironmentVariableIsEmpty("XDG_STATE_HOME")
-                                 ? QDir::homePath() + "/.local/state"
-                                 : qEnvironmentVariable("XDG_STATE_HOME");
-#endif
-    return strState + "/ktshttpagent";
+    // Not linked: a log that a site put in the place of ours may lack it.
+    const auto fnFolder = reinterpret_cast<decltype(&Log_Folder)>(QLibrary::resolve("libclog", "Log_Folder"));
+    return fnFolder == nullptr ? QString() : QString::fromUtf8(fnFolder());
 }

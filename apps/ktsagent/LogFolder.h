@@ -2,5 +2,6 @@
 
 #include <QString>
 
-/// The folder in which the library's log stands: what CLOG_DIR names, or else the user's state folder.
+/// The folder of the library's log. Empty when there is none, and when the log is a site's own that does not
+/// say.
 QString LogFolder();

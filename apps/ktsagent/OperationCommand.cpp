@@ -143,7 +143,8 @@ int RunCall(const Operation& operation, OperationCall& call)
     const OutcomeInfo& info = InfoOf(exchange.eOutcome);
     if (const std::string strRemark = RemarkOf(exchange); !strRemark.empty()) {
         const bool bLogged = info.bLogged && !exchange.optBlocking;
-        const std::string strLog = bLogged ? " (log: " + LogFolder().toStdString() + ")" : "";
+        const std::string strFolder = bLogged ? LogFolder().toStdString() : "";
+        const std::string strLog = strFolder.empty() ? "" : " (log: " + strFolder + ")";
         std::cerr << "ktsagent: " << operation.strName << ": " << strRemark << strLog << std::endl;
     }
     return info.eExit;

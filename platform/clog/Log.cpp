@@ -79,7 +79,12 @@ Log& Log::Instance()
     return *pLog;
 }
 
-Log::Log() : m_settings(ReadLogSettings()), m_pathFile(m_settings.pathFolder / "ktshttpagent.log") {}
+Log::Log()
+    : m_settings(ReadLogSettings()),
+      m_pathFile(m_settings.pathFolder / "ktshttpagent.log"),
+      m_strFolder(m_settings.pathFolder.u8string())
+{
+}
 
 void Log::Write(int nLevel, std::string_view line)
 {

@@ -24,6 +24,9 @@ public:
     /// static destructor.
     static Log& Instance();
 
+    /// Its folder in UTF-8; empty when the environment names none. From any thread.
+    const char* Folder() const { return m_strFolder.c_str(); }
+
     /// Whether lines of this level are written. From any thread.
     bool Takes(int nLevel) const { return nLevel <= m_settings.nLevel; }
 
@@ -47,6 +50,7 @@ private:
 
     LogSettings m_settings;
     const std::filesystem::path m_pathFile;
+    const std::string m_strFolder;
 
     static std::mutex s_mutex; ///< guards all that follows, and the complaints in m_settings
     std::shared_ptr<spdlog::logger> m_pLogger;

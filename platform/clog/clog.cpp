@@ -26,6 +26,15 @@ std::string Format(const char* szFormat, va_list arguments)
 
 } // namespace
 
+const char* Log_Folder()
+{
+    try {
+        return Log::Instance().Folder();
+    } catch (...) { // no log, hence no folder
+        return "";
+    }
+}
+
 void Log_Write(int level, const std::string& where, int line, const char* format, ...)
 {
     va_list arguments;

@@ -52,3 +52,13 @@
 /// since each counts the size of its own lines only.
 LIBCLOG_API void Log_Write(int level, const std::string& where, int line, const char* format,
                            ...) LIBCLOG_PRINTF_LIKE;
+
+/// The folder of the log, for a host that tells its user where to look.
+///
+/// The library itself never calls this, so a replacement of this log need not have it. Look it up where it
+/// may be missing, by its name, which is not mangled: dlsym, GetProcAddress, QLibrary::resolve.
+///
+/// @return an absolute path in UTF-8, valid to the end of the process; empty when the environment names no
+/// folder.
+///         The settings are read by this call when no line was written before. From any thread.
+extern "C" LIBCLOG_API const char* Log_Folder();

@@ -215,3 +215,24 @@ TEST(LogSettings, ARelativeFolderIsThatOfTheFirstLine)
     EXPECT_TRUE(fs::exists(folder.Path() / "logs/ktshttpagent.log"));
     EXPECT_TRUE(fs::is_empty(folder.Path() / "elsewhere"));
 }
+
+TEST(LogFolderCall, GivesTheFolderInForceAndMakesNothing)
+{
+    const LogFolder folder;
+    const fs::path pathUser = folder.Path() / fs::u8path("Użytkownik 用户");
+    ::setenv("CLOG_DIR", pathUser.c_str(), 1);
+    EXPECT_EQ(Log_Folder(), pathUser.u8string());
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
+    ::setenv("CLOG_DIR", "elsewhere", 1);
+    WriteALineOfEachLevel();
+    EXPECT_EQ(Log_Folder(), pathUser.u8string()) << "settings are read once";
+    EXPECT_TRUE(fs::exists(pathUser / "ktshttpagent.log"));
+}
+
+TEST(LogFolderCall, GivesNothingWhereTheEnvironmentNamesNone)
+{
+    for (const char* szName : {"CLOG_DIR", "XDG_STATE_HOME", "HOME", "LOCALAPPDATA"}) {
+        ::unsetenv(szName);
+    }
+    EXPECT_STREQ(Log_Folder(), "");
+}
