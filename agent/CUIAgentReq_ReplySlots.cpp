@@ -1,16 +1,24 @@
-// How the reply to each blocking sender is judged. The rules differ on purpose, each server has its own way
-// of saying yes:
+// clang-format off
+// How the reply to each blocking sender is judged, and what its wait record holds then. The rules differ on purpose,
+// each server has its own way of saying yes:
 //
-//   request        judged by                                                    first text    flag     nCode
-//   channel check  "success" is true                                            allowBoot              -
-//   in common      "success" is true                                                          common   -
-//   upload         never: a text "code" counts as 0, a number is not looked at                         0 or
-//   404 cycle, step    "code" is the text "success" in any case, "message" a text 200 or 404
-//                  that is not empty
-//   ORN step       the exchange alone, whatever the body                                               0
+//   request        bSucc, the yes                  strResult, strReason    bFlag   nCode              strMessage
+//   -------------  ------------------------------  ----------------------  ------  -----------------  ----------
+//   channel check  "success" is true               "allowBoot", "reason"   -       -                  -
+//                                                  of the "result"
+//   in common      "success" is true               -                       common  -                  -
+//   upload         never                           -                       -       0 when "code" is   "msg"
+//                                                                                  a text, else 404
+//   cycle, step    "code" is the text "success"    -                       -       200 after a yes,   "message"
+//                  in any case, and "message" a                                    404 after a no
+//                  text that is not empty
+//   ORN step       the exchange succeeded,         -                       -       0                  empty
+//                  whatever the body
 //
-// A member of another JSON type counts as absent. Whether the exchange succeeded (bSucc) matters to the last
-// rule alone: after a failed one the object is empty, and the other rules say no to that.
+// "-" stays as it was. After a no, the texts of the channel check are empty and bFlag is false. A member of another
+// JSON type counts as absent. Whether the exchange succeeded matters to the last rule alone: after a failed one the
+// object is empty, and the other rules say no to that.
+// clang-format on
 
 #include "CUIAgentReq.h"
 

@@ -1,5 +1,5 @@
-# The headers that hosts include as <ktshttpagent/NAME>. The list stands here alone: the staged include
-# folder, against which the host programs of this tree are built, and the installation are made from it.
+# The headers that hosts include as <ktshttpagent/NAME>. The list stands here alone: the staged include folder, against
+# which the host programs of this tree are built, is made from it, and the zip for Windows holds a copy of that folder.
 
 set(KTS_PUBLIC_HEADERS
   sdk/KtsExport.h

@@ -9,9 +9,8 @@ public:
     /// Makes the receiving side before the sending one, so no answer is lost, and reads the site's settings.
     AgentSession();
 
-    /// Ends the SDK client: requests under way get the transport's drain time. Left to the end of the process
-    /// this would come after Qt's registry of types is gone, while the delivering thread may still hold a
-    /// record in a variant, which then could not be freed.
+    /// Ends the SDK client: requests under way get the transport's drain time. To leave that to the end of
+    /// the process would be as safe.
     ~AgentSession();
 
     AgentSession(const AgentSession&) = delete;
