@@ -9,7 +9,7 @@ namespace
 using std::chrono::milliseconds;
 
 /// For the next bytes of a request that has begun, or of a reply that the client is slow to take.
-constexpr milliseconds kPatience{5000};
+constexpr milliseconds kNextBytes{5000};
 /// The same once the server is to stop: enough for what is on its way, too little to hold the stop up.
 constexpr milliseconds kPatienceAtStop{200};
 constexpr size_t kReadSize = 16384;
@@ -17,7 +17,8 @@ constexpr size_t kReadSize = 16384;
 } // namespace
 
 // Nothing here waits but by polling.
-LabConnection::LabConnection(Socket nSocket, const StopSignal& stop) : m_nSocket(nSocket), m_stop(stop)
+LabConnection::LabConnection(Socket nSocket, const StopSignal& stop, milliseconds patience)
+    : m_nSocket(nSocket), m_stop(stop), m_patience(patience)
 {
     MakeNonBlocking(m_nSocket);
 }
@@ -33,7 +34,9 @@ LabConnection::~LabConnection()
 
 bool LabConnection::WaitForRequest()
 {
-    return m_nInRead < m_vecIn.size() || PollSocketOrStop(kIdle);
+    const bool bBegun = m_nInRead < m_vecIn.size() || PollSocketOrStop(kIdle);
+    BeginToWait();
+    return bBegun;
 }
 
 bool LabConnection::FinishReply()
@@ -44,6 +47,7 @@ bool LabConnection::FinishReply()
         const size_t nHead = m_strOut.find("\r\n\r\n") + 4;
         m_strOut.resize(nHead + (m_strOut.size() - nHead) / 2);
     }
+    BeginToWait();
     const bool bSent = Flush();
     if (m_eEnd == End::BodyUnread)
         ReadAway();
@@ -52,7 +56,7 @@ bool LabConnection::FinishReply()
 
 bool LabConnection::is_readable() const
 {
-    return m_nInRead < m_vecIn.size() || PollSocketOrStop(kPatience);
+    return m_nInRead < m_vecIn.size() || PollSocketOrStop(TimeForNextBytes());
 }
 
 bool LabConnection::is_writable() const
@@ -80,6 +84,12 @@ ssize_t LabConnection::write(const char* pBytes, size_t nSize)
 void LabConnection::get_remote_ip_and_port(std::string&, int&) const {}
 void LabConnection::get_local_ip_and_port(std::string&, int&) const {}
 
+milliseconds LabConnection::TimeForNextBytes() const
+{
+    const auto left = std::chrono::duration_cast<milliseconds>(m_end - std::chrono::steady_clock::now());
+    return std::clamp(left, milliseconds(0), kNextBytes);
+}
+
 bool LabConnection::PollSocket(short nEvents, milliseconds patience) const
 {
     pollfd socketEvents{m_nSocket, nEvents, 0};
@@ -99,8 +109,10 @@ bool LabConnection::Fill()
     // A client that sent "Expect: 100-continue" waits for what is written so far.
     if (!Flush())
         return false;
-    const bool bReady = PollSocketOrStop(kPatience) ||
-                        (m_stop.WaitFor(milliseconds(0)) && PollSocket(POLLIN, kPatienceAtStop));
+    const milliseconds patience = TimeForNextBytes();
+    const bool bReady = patience > milliseconds(0) &&
+                        (PollSocketOrStop(patience) ||
+                         (m_stop.WaitFor(milliseconds(0)) && PollSocket(POLLIN, kPatienceAtStop)));
     m_vecIn.resize(kReadSize);
     const std::ptrdiff_t nGot = bReady ? ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) : 0;
     m_vecIn.resize(static_cast<size_t>(std::max<std::ptrdiff_t>(nGot, 0)));
@@ -116,7 +128,7 @@ bool LabConnection::Flush()
         if (nDone > 0)
             nSent += static_cast<size_t>(nDone);
         else if (!WouldBlock() ||
-                 !PollSocket(POLLOUT, m_stop.WaitFor(milliseconds(0)) ? kPatienceAtStop : kPatience))
+                 !PollSocket(POLLOUT, m_stop.WaitFor(milliseconds(0)) ? kPatienceAtStop : TimeForNextBytes()))
             break;
     }
     const bool bAll = nSent == m_strOut.size();

@@ -18,7 +18,8 @@ public:
 
     /// @param nSocket closed with this object
     /// @param stop must outlive this object
-    LabConnection(Socket nSocket, const StopSignal& stop);
+    /// @param patience how long a whole request may take to come in, and again its reply to go out
+    LabConnection(Socket nSocket, const StopSignal& stop, std::chrono::milliseconds patience);
     ~LabConnection() override;
     LabConnection(const LabConnection&) = delete;
     LabConnection& operator=(const LabConnection&) = delete;
@@ -54,6 +55,8 @@ public:
 private:
     enum class End { Kept, BodyUnread, Truncated, Reset };
 
+    void BeginToWait() { m_end = std::chrono::steady_clock::now() + m_patience; }
+    std::chrono::milliseconds TimeForNextBytes() const;
     bool PollSocket(short nEvents, std::chrono::milliseconds patience) const;
     bool PollSocketOrStop(std::chrono::milliseconds patience) const;
     bool Fill();
@@ -62,6 +65,8 @@ private:
 
     Socket m_nSocket;
     const StopSignal& m_stop;
+    const std::chrono::milliseconds m_patience;
+    std::chrono::steady_clock::time_point m_end; ///< of the request that is coming in, or of its reply
     End m_eEnd = End::Kept;
     std::string m_strOut;
     std::vector<char> m_vecIn; ///< bytes received

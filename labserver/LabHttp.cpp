@@ -1,5 +1,6 @@
 #include "labserver/LabHttp.h"
 
+#include "labserver/HostAndPort.h"
 #include "labserver/LabJson.h"
 
 #include "platform/system/QuietThread.h"
@@ -142,7 +143,8 @@ void FillRefusal(const httplib::Request&, httplib::Response& response)
 
 } // namespace
 
-LabHttp::LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal)
+LabHttp::LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal, std::chrono::milliseconds patience)
+    : m_patience(patience)
 {
     RestoreSigPipe();
     const Handler fnHandle = [fnAnswer](const httplib::Request& request, httplib::Response& response) {
@@ -190,7 +192,7 @@ int LabHttp::Bind(const std::string& strAddress, int nPort)
     if (nGot > 0)
         return nGot;
     const std::string strWhy = errno != 0 ? std::strerror(errno) : "no such address";
-    throw std::runtime_error("can't listen on " + strAddress + ":" + std::to_string(nPort) + ": " + strWhy);
+    throw std::runtime_error("can't listen on " + HostAndPort(strAddress, nPort) + ": " + strWhy);
 }
 
 void LabHttp::Stop()
@@ -209,7 +211,7 @@ LabConnection& LabHttp::Current()
 
 bool LabHttp::process_and_close_socket(socket_t nSocket)
 {
-    LabConnection connection(nSocket, m_stop);
+    LabConnection connection(nSocket, m_stop, m_patience);
     t_pConnection = &connection;
     bool bKept = true;
     while (bKept && connection.WaitForRequest()) {

@@ -48,7 +48,8 @@ public:
 
     /// @param fnAnswer runs on many threads at a time
     /// @param fnSeal sees every reply, those to malformed requests too, just before it leaves
-    LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal);
+    /// @param patience see LabConnection
+    LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal, std::chrono::milliseconds patience);
     ~LabHttp() override; ///< stops it
 
     /// Listens and serves on threads of its own; returns at once.
@@ -67,6 +68,7 @@ private:
     bool process_and_close_socket(socket_t nSocket) override;
     int Bind(const std::string& strAddress, int nPort);
 
+    const std::chrono::milliseconds m_patience;
     StopSignal m_stop;
     std::thread m_thread;
 };

@@ -2,6 +2,7 @@
 
 #include "labserver/LabFault.h"
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +12,9 @@ struct LabServerOptions {
     std::string strAddress = "127.0.0.1";
     int nPort = 0;           ///< 0 takes a free port
     std::string strDataFile; ///< SQLite file; empty keeps everything in memory
+    /// How long a client may take to send a request once it has begun, and again to take the reply. A client
+    /// that takes longer loses its connection, even if it sends or takes a byte now and then.
+    std::chrono::milliseconds patience{60'000};
 };
 
 /// One request as it arrived and what it was answered.

@@ -1,4 +1,5 @@
 #include "labserver/EndSignals.h"
+#include "labserver/HostAndPort.h"
 #include "labserver/LabServer.h"
 
 #include <CLI/CLI.hpp>
@@ -8,12 +9,14 @@
 namespace
 {
 
+constexpr int kExitUsage = 2;
+
 int Serve(const LabServerOptions& options)
 {
     const EndSignals ends;
     LabServer server(options);
     const int nPort = server.Start();
-    std::cout << "ktslabserver: listening on http://" << options.strAddress << ':' << nPort << '/'
+    std::cout << "ktslabserver: listening on http://" << HostAndPort(options.strAddress, nPort) << '/'
               << std::endl;
     ends.Wait();
     server.Stop();
@@ -27,9 +30,18 @@ int ParseAndServe(int nArguments, char** ppszArguments)
     app.add_option("--port", options.nPort, "Port to listen on; 0 takes a free one and prints it")
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
-    app.add_option("--address", options.strAddress, "Address to listen on")->capture_default_str();
+    app.add_option("--address", options.strAddress, "Address to listen on")
+        ->check([](const std::string& strText) {
+            return strText.empty() ? std::string("An empty address is none") : std::string();
+        })
+        ->capture_default_str();
     app.add_option("--data", options.strDataFile, "SQLite file to keep everything in; without it, memory");
-    CLI11_PARSE(app, nArguments, ppszArguments);
+    app.footer("Exit status: 0 after such a signal, 1 when it can't serve, 2 wrong usage.");
+    try {
+        app.parse(nArguments, ppszArguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? EXIT_SUCCESS : kExitUsage; // asking for help is no error
+    }
     return Serve(options);
 }
 

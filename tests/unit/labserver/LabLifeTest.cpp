@@ -105,6 +105,61 @@ TEST(LabLife, ARequestThatNeverEndsDoesNotHoldUpTheStop)
     ExpectStopsPromptly(server);
 }
 
+LabServerOptions ImpatientServer()
+{
+    LabServerOptions options;
+    options.patience = std::chrono::milliseconds(500);
+    return options;
+}
+
+/// A client that always has something to send, but never much.
+class SlowClient
+{
+public:
+    /// Sends that, and then a byte now and then.
+    /// @return whether the server let it go before half a minute was over
+    bool IsCutOff(const std::string& strBegin)
+    {
+        const auto end = steady_clock::now() + std::chrono::seconds(30);
+        try {
+            m_socket.Send(strBegin);
+            while (steady_clock::now() < end) {
+                m_socket.Send("x");
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            }
+        } catch (const std::runtime_error&) {
+            return true;
+        }
+        return false;
+    }
+
+private:
+    LabServer m_server{ImpatientServer()};
+    Socket m_socket{m_server.Start()};
+};
+
+TEST(LabLife, AClientThatSendsAByteNowAndThenIsCutOff)
+{
+    const std::string strHead = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\n";
+    EXPECT_TRUE(SlowClient().IsCutOff(strHead + "X-More: ")) << "in the header";
+    EXPECT_TRUE(SlowClient().IsCutOff(strHead + "Content-Length: 100000\r\n\r\n")) << "in the body";
+}
+
+TEST(LabLife, AClientThatDoesNotTakeItsReplyIsCutOff)
+{
+    constexpr size_t kLarge = 40'000'000; // more than the system keeps for a connection
+    LabServer server(ImpatientServer());
+    LabFault fault;
+    fault.strPath = "posts";
+    fault.eKind = LabFaultKind::Reply;
+    fault.strBody = std::string(kLarge, 'x');
+    server.AddFault(fault);
+    Socket socket(server.Start());
+    socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");
+    std::this_thread::sleep_for(std::chrono::seconds(2)); // less than it takes a server that is not impatient
+    EXPECT_LT(socket.ReadAll().size(), kLarge);
+}
+
 TEST(LabLife, ARequestInADelayIsAnsweredAtTheStop)
 {
     LabServer server;

@@ -151,10 +151,35 @@ TEST(LabProgram, AnAcknowledgedReportOutlivesAKilledServer)
     EXPECT_EQ(LabClient(program.ReadPort()).Get("/lab/reports/cycle-data").json["count"], 1);
 }
 
-TEST(LabProgram, APortThatIsNoPortIsRefused)
+TEST(LabProgram, AnIPv6AddressStandsInBrackets)
 {
-    Program program({"--port", "65536"});
-    EXPECT_NE(program.Wait(), 0);
+    Program program({"--address", "::1"});
+    const std::string strLine = program.OutLine();
+    if (strLine.empty())
+        GTEST_SKIP() << "this machine has no IPv6: " << program.ErrLine();
+    EXPECT_THAT(strLine, testing::StartsWith("ktslabserver: listening on http://[::1]:"));
+    Program second(
+        {"--address", "::1", "--port", std::to_string(std::stoi(strLine.substr(strLine.rfind(':') + 1)))});
+    EXPECT_EQ(second.Wait(), 1);
+    EXPECT_THAT(second.ErrLine(), testing::StartsWith("ktslabserver: can't listen on [::1]:"));
+}
+
+TEST(LabProgram, WrongUsageIsSaidAndHasAnExitStatusOfItsOwn)
+{
+    const std::vector<std::vector<std::string>> vecWrong = {{"--port", "65536"}, {"--port", "x"}, {"--port"},
+                                                            {"--address", ""},   {"--nonsense"},  {"more"}};
+    for (const std::vector<std::string>& vecArguments : vecWrong) {
+        Program program(vecArguments);
+        EXPECT_THAT(program.ErrLine(), testing::Not("")) << vecArguments.front();
+        EXPECT_EQ(program.Wait(), 2) << vecArguments.front();
+    }
+}
+
+TEST(LabProgram, AskingForHelpIsNoError)
+{
+    Program program({"--help"});
+    EXPECT_EQ(program.Wait(), 0);
+    EXPECT_THAT(program.OutLine(), testing::StartsWith("A stand-in laboratory server"));
 }
 
 } // namespace
