@@ -46,20 +46,11 @@ logged() {
   "$@" >"$log" 2>&1 || { tail -40 "$log" >&2; say "failed: $* (whole log: $log)"; exit 1; }
 }
 
-# apt-get with source lists of its own, so that the machine's stay as they are and no root is needed.
-apt_source() {
-  apt-get -o Dir::Etc::SourceList="$work/apt/sources.list" -o Dir::Etc::SourceParts=/dev/null \
-    -o Dir::State::Lists="$work/apt/lists" -o Dir::Cache="$work/apt" -o APT::Sandbox::User= "$@"
-}
-
 fetch_sources() {
-  mkdir -p "$work/apt/lists/partial" "$work/apt/archives/partial" "$work/src"
-  apt-get indextargets --format 'deb-src $(REPO_URI) $(RELEASE) $(COMPONENT)|$(ORIGIN)' 'Created-By: Packages' |
-    sed -n 's/|Debian$//p' | sort -u >"$work/apt/sources.list"
-  logged apt-update apt_source update
+  mkdir -p "$work/src"
   local -a wanted
   mapfile -t wanted < <(source_version "${fromSource[@]}")
-  (cd "$work/src" && logged apt-source apt_source source --download-only "${wanted[@]}")
+  logged debian-source "$here/../debian_source.sh" "$work/src" "${wanted[@]}"
   unpack qtbase-opensource-src qtbase
   unpack curl curl
   unpack libjsoncpp jsoncpp

@@ -48,19 +48,25 @@ std::pair<Socket, int> BoundSocket()
 }
 
 /// Waits until the socket is ready for what is asked, or has failed.
-/// @return false when the server is to stop
-bool WaitUntilReady(Socket nSocket, short nEvents, const StopSignal& stop)
+/// @param patience  0 for as long as it takes
+/// @return false when the server is to stop, or when patience is at its end
+bool WaitUntilReady(Socket nSocket, short nEvents, const StopSignal& stop,
+                    std::chrono::milliseconds patience = std::chrono::milliseconds(0))
 {
     std::array<pollfd, 2> polled{pollfd{nSocket, nEvents, 0}, pollfd{stop.Descriptor(), POLLIN, 0}};
-    while (PollSockets(polled.data(), polled.size(), -1) < 0 && WasInterrupted()) {
-    }
-    return polled[1].revents == 0;
+    const int nMilliseconds = patience.count() == 0 ? -1 : static_cast<int>(patience.count());
+    int nReady = 0;
+    do {
+        nReady = PollSockets(polled.data(), polled.size(), nMilliseconds);
+    } while (nReady < 0 && WasInterrupted());
+    return nReady != 0 && polled[1].revents == 0;
 }
 
 /// A connection, which is not blocking, until the server is to stop.
 struct Talk {
     const Socket nSocket;
     const StopSignal& stop;
+    std::chrono::milliseconds patience{0}; ///< with a client that sends nothing; 0 for ever
 
     bool SendAll(const std::string& strBytes, std::size_t nPiece) const;
     bool Receive(std::string& strBuffer) const;
@@ -88,7 +94,7 @@ bool Talk::Receive(std::string& strBuffer) const
     std::array<char, 65536> bytes{};
     std::ptrdiff_t nRead = 0;
     do {
-        if (!WaitUntilReady(nSocket, POLLIN, stop)) {
+        if (!WaitUntilReady(nSocket, POLLIN, stop, patience)) {
             return false;
         }
         nRead = ReceiveBytes(nSocket, bytes.data(), bytes.size());
@@ -300,16 +306,18 @@ void ScriptedServer::LetGoOfClosed()
 
 void ScriptedServer::ServeRequests(Socket nSocket, std::size_t nConnection)
 {
-    const Talk talk{nSocket, m_stop};
+    Talk talk{nSocket, m_stop};
     std::string strBuffer;
     WireRequest request;
     request.nConnection = nConnection;
     const std::size_t nMaxBody = m_answers == Answers::Requests ? std::numeric_limits<std::size_t>::max() : 1;
     while (ReadRequest(talk, strBuffer, request, nMaxBody)) {
         Record(request);
-        if (!Perform(nSocket, m_fnScript(request))) {
+        const ServerStep step = m_fnScript(request);
+        if (!Perform(nSocket, step)) {
             return;
         }
+        talk.patience = step.patience;
     }
 }
 

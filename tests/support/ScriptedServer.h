@@ -42,6 +42,8 @@ struct ServerStep {
     bool bByteByByte = false;           ///< each byte in a segment of its own
     std::string strEndless = {};        ///< sent after that again and again, until the client gives up
     std::chrono::milliseconds pause{0}; ///< before each time
+    /// How long a connection that is kept waits for its next request before it is closed; 0 for ever.
+    std::chrono::milliseconds patience{0};
 };
 
 /// @return a complete reply with a Content-Length; strHeaderLines are further lines, each with its CR LF
