@@ -12,12 +12,28 @@ namespace
 {
 
 constexpr std::string_view URL_BYTES = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
-                                       "-._~:/?#[]@!$&'()*+,;=%";
+                                       "-._~:/?#@!$&'()*+,;=%";
 constexpr std::string_view HEX_DIGITS = "0123456789ABCDEFabcdef";
 
 bool IsUrlByte(char c)
 {
     return URL_BYTES.find(c) != std::string_view::npos;
+}
+
+/// Where the host stands, or would if the text is a URL; empty where there is no "://".
+std::string_view Authority(std::string_view strUrl)
+{
+    const std::size_t nMark = strUrl.find("://");
+    const std::string_view strRest = nMark == std::string_view::npos ? "" : strUrl.substr(nMark + 3);
+    return strRest.substr(0, strRest.find_first_of("/?#"));
+}
+
+/// A host in brackets keeps its own; nothing else may hold any.
+bool IsUrlByteOrHostBracket(std::string_view strUrl, const char& c)
+{
+    const std::string_view strAuthority = Authority(strUrl);
+    const bool bInAuthority = &c >= strAuthority.data() && &c < strAuthority.data() + strAuthority.size();
+    return IsUrlByte(c) || ((c == '[' || c == ']') && bInAuthority);
 }
 
 bool EveryPercentBeginsAnEscape(std::string_view strUrl)
@@ -67,7 +83,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     using chttpclient::EncodeUrl;
     const std::string strUrl(reinterpret_cast<const char*>(pData), nSize);
     const std::string strEncoded = EncodeUrl(strUrl);
-    Require(std::all_of(strEncoded.begin(), strEncoded.end(), IsUrlByte), "only bytes that a URL may hold");
+    Require(std::all_of(strEncoded.begin(), strEncoded.end(),
+                        [&](const char& c) { return IsUrlByteOrHostBracket(strEncoded, c); }),
+            "only bytes that a URL may hold, where it may hold them");
     Require(EveryPercentBeginsAnEscape(strEncoded), "every percent sign begins an escape");
     Require(strEncoded.size() >= strUrl.size(), "no byte is lost");
     Require(EncodeUrl(strEncoded) == strEncoded, "an encoded URL is left alone");

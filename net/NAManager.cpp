@@ -47,6 +47,19 @@ SExchangeEnd Read(QNetworkReply& reply, QJsonObject& object)
     return {EKind::Object, nStatus, {}};
 }
 
+/// The text as a URL. Qt leaves brackets as they are in path and query, where no URL may hold them. They are
+/// encoded last: before, the escapes would mean something else beside a percent sign that begins none.
+QUrl RequestUrl(const QString& strUrl)
+{
+    QUrl url(strUrl, QUrl::TolerantMode);
+    const auto Encoded = [](QString strPart) { return strPart.replace('[', "%5B").replace(']', "%5D"); };
+    if (url.isValid()) {
+        url.setPath(Encoded(url.path(QUrl::FullyEncoded)), QUrl::TolerantMode);
+        url.setQuery(Encoded(url.query(QUrl::FullyEncoded)), QUrl::TolerantMode);
+    }
+    return url;
+}
+
 } // namespace
 
 NAManager::NAManager(QObject* parent) : QNetworkAccessManager(parent)
@@ -58,7 +71,7 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
 {
     m_nMethod = nMethod;
     QNetworkRequest request;
-    request.setUrl(QUrl(strUrl, QUrl::TolerantMode));
+    request.setUrl(RequestUrl(strUrl));
     if (nMethod == METHOD_POST) {
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
         post(request, baBody);

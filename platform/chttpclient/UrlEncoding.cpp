@@ -1,6 +1,9 @@
 #include "UrlEncoding.h"
 
+#include "UrlParts.h"
+
 #include <array>
+#include <optional>
 
 namespace chttpclient
 {
@@ -19,14 +22,14 @@ bool BeginsEscape(std::string_view strText)
     return strText.size() >= 3 && strText[0] == '%' && IsHexDigit(strText[1]) && IsHexDigit(strText[2]);
 }
 
-/// Whether a byte may stand in no URL, by its value.
+/// Whether a byte may stand nowhere in a URL but in its authority, by its value.
 constexpr std::array<bool, 256> ForbiddenBytes()
 {
     std::array<bool, 256> forbidden{};
     for (std::size_t nByte = 0; nByte < forbidden.size(); ++nByte) {
         forbidden[nByte] = nByte <= 0x20 || nByte >= 0x7F;
     }
-    for (const char c : std::string_view("\"<>\\^`{|}")) {
+    for (const char c : std::string_view("\"<>[\\]^`{|}")) {
         forbidden[static_cast<unsigned char>(c)] = true;
     }
     return forbidden;
@@ -34,27 +37,51 @@ constexpr std::array<bool, 256> ForbiddenBytes()
 
 constexpr std::array<bool, 256> FORBIDDEN = ForbiddenBytes();
 
-bool NeedsEncoding(std::string_view strUrl, std::size_t nAt)
+/// How many bytes of a text are its scheme and its authority, where an IPv6 address stands in brackets.
+std::size_t LengthToAuthority(std::string_view strUrl)
 {
-    return strUrl[nAt] == '%' ? !BeginsEscape(strUrl.substr(nAt))
-                              : FORBIDDEN[static_cast<unsigned char>(strUrl[nAt])];
+    const std::optional<SUrlParts> parts = SplitUrl(strUrl);
+    return parts ? static_cast<std::size_t>(parts->strAuthority.data() - strUrl.data()) +
+                       parts->strAuthority.size()
+                 : 0;
 }
 
-/// Where the next byte that needs encoding stands, from `nFrom` on; the length of the text for none.
-std::size_t FindEncodable(std::string_view strUrl, std::size_t nFrom)
+/// A text, and which of its bytes need encoding.
+class CRawUrl
 {
-    std::size_t nAt = nFrom;
-    while (nAt < strUrl.size() && !NeedsEncoding(strUrl, nAt)) {
-        ++nAt;
+public:
+    explicit CRawUrl(std::string_view strUrl) : m_strUrl(strUrl), m_nToAuthority(LengthToAuthority(strUrl)) {}
+
+    /// Where the next byte that needs encoding stands, from `nFrom` on; the length of the text for none.
+    std::size_t FindEncodable(std::size_t nFrom) const
+    {
+        std::size_t nAt = nFrom;
+        while (nAt < m_strUrl.size() && !NeedsEncoding(nAt)) {
+            ++nAt;
+        }
+        return nAt;
     }
-    return nAt;
-}
+
+private:
+    bool NeedsEncoding(std::size_t nAt) const
+    {
+        const char c = m_strUrl[nAt];
+        if (c == '%') {
+            return !BeginsEscape(m_strUrl.substr(nAt));
+        }
+        return FORBIDDEN[static_cast<unsigned char>(c)] && (nAt >= m_nToAuthority || (c != '[' && c != ']'));
+    }
+
+    const std::string_view m_strUrl;
+    const std::size_t m_nToAuthority;
+};
 
 } // namespace
 
 std::string EncodeUrl(std::string_view strUrl)
 {
-    std::size_t nAt = FindEncodable(strUrl, 0);
+    const CRawUrl url(strUrl);
+    std::size_t nAt = url.FindEncodable(0);
     std::string strEncoded(strUrl.substr(0, nAt)); // mostly that is all
     while (nAt < strUrl.size()) {
         const auto byte = static_cast<unsigned char>(strUrl[nAt]);
@@ -62,7 +89,7 @@ std::string EncodeUrl(std::string_view strUrl)
         strEncoded += HEX_DIGITS[byte >> 4U];
         strEncoded += HEX_DIGITS[byte & 0x0FU];
         const std::size_t nPlain = nAt + 1;
-        nAt = FindEncodable(strUrl, nPlain);
+        nAt = url.FindEncodable(nPlain);
         strEncoded += strUrl.substr(nPlain, nAt - nPlain);
     }
     return strEncoded;

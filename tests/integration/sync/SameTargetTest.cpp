@@ -67,6 +67,11 @@ std::vector<QString> AwkwardTexts()
                                      "[",
                                      "]",
                                      "[1]",
+                                     "a[b]c",
+                                     "[[",
+                                     "[ ]",
+                                     "电[0]",
+                                     "#[x]",
                                      "电芯",
                                      "测试 类型",
                                      "실험",
@@ -164,6 +169,14 @@ TEST_F(SameTarget, IsPutOnTheWireByBothRoads)
         const auto [strAsync, strSync] = Targets(strText);
         EXPECT_EQ(strAsync, strSync) << "for \"" << strText.toStdString() << '"';
     }
+}
+
+TEST_F(SameTarget, HoldsBracketsAsEscapes)
+{
+    const auto [strAsync, strSync] = Targets("a[1]");
+    const std::string strLine = "GET /vomd/system/whetherInCommon.action?dxtm=a%5B1%5D HTTP/1.1";
+    EXPECT_EQ(strAsync, strLine);
+    EXPECT_EQ(strSync, strLine);
 }
 
 /// Texts with percent signs that the roads write differently. The asynchronous one leaves a valid escape as

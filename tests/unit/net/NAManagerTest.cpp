@@ -102,6 +102,45 @@ TEST(NAManager, AGetCarriesNeitherBodyNorContentType)
     EXPECT_THAT(server.Requests().front().Header("Content-Type"), ::testing::IsEmpty());
 }
 
+struct TargetCase {
+    const char* szName;
+    const char* szHandedIn;
+    const char* szTarget;
+};
+
+class NAManagerTarget : public ::testing::TestWithParam<TargetCase>
+{
+};
+
+TEST_P(NAManagerTarget, HoldsBracketsAsEscapesOnly)
+{
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}")});
+    const std::string strUrl = server.Url(GetParam().szHandedIn);
+    EXPECT_TRUE(Exchange(QString::fromStdString(strUrl), {}, NAManager::METHOD_GET).bGone);
+    ASSERT_EQ(server.Requests().size(), 1U);
+    EXPECT_EQ(server.Requests().front().Target(), GetParam().szTarget);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Urls, NAManagerTarget,
+    ::testing::Values(TargetCase{"InPathAndQuery", "/a[b]?c[d]#e[f]", "/a%5Bb%5D?c%5Bd%5D"},
+                      TargetCase{"InAQueryWithoutPath", "?a[0]=1", "/?a%5B0%5D=1"},
+                      TargetCase{"BesideAnEscape", "/[%20]?[%E7]", "/%5B%20%5D?%5B%E7%5D"},
+                      TargetCase{"BesideAStrayPercent", "/x?[%", "/x?%5B%25"},
+                      TargetCase{"EscapedAlready", "/%5B?%5D", "/%5B?%5D"},
+                      TargetCase{"BesideAnEscapedSlash", "/a%2Fb[?c=1&d=e+f", "/a%2Fb%5B?c=1&d=e+f"},
+                      TargetCase{"BesideDoubleSlashes", "/a//[b]", "/a//%5Bb%5D"},
+                      TargetCase{"NoneAndAnEmptyQuery", "/x?", "/x?"}),
+    [](const auto& url) { return url.param.szName; });
+
+TEST(NAManager, AUrlWithAnUnclosedBracketInItsHostFails)
+{
+    const Outcome outcome = Exchange("http://[::1/x[", {}, NAManager::METHOD_GET);
+    EXPECT_TRUE(outcome.bGone);
+    ASSERT_EQ(outcome.lstAnswers.size(), 1);
+    EXPECT_FALSE(outcome.lstAnswers.front().at(0).toBool());
+}
+
 TEST(NAManager, APostCarriesItsBodyAsJson)
 {
     const ScriptedServer server(ServerStep{HttpReply(200, "{}")});
