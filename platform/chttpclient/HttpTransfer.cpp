@@ -16,10 +16,6 @@ namespace
 // No server needs more; one that never ends its header is cut off here.
 constexpr std::size_t MAX_HEADER_BYTES = std::size_t{256} * 1024;
 
-// Servers close connections that idle, some after 5 s. One that has idled for longer than this is not used
-// again, so a request hardly ever meets the closing of its connection.
-constexpr long MAX_IDLE_SECONDS = 4;
-
 constexpr std::string_view CONTENT_TYPE = "content-type:";
 
 /// "Name: value" without a byte that could end the line early.
@@ -40,8 +36,12 @@ bool BeginsWith(std::string_view strText, std::string_view strBegin)
 
 } // namespace
 
-CHttpTransfer::CHttpTransfer(const STransportSettings& settings, CURLSH* pShare)
-    : m_pEasy(curl_easy_init()), m_settings(settings), m_pShare(pShare), m_body(settings.nMaxReplyBytes)
+CHttpTransfer::CHttpTransfer(const STransportSettings& settings, CURLSH* pShare, CKeptConnections& kept)
+    : m_pEasy(curl_easy_init()),
+      m_settings(settings),
+      m_pShare(pShare),
+      m_kept(kept),
+      m_body(settings.nMaxReplyBytes)
 {
     if (m_pEasy == nullptr) {
         throw std::bad_alloc();
@@ -91,7 +91,7 @@ void CHttpTransfer::SetConstantOptions()
     Set(CURLOPT_HEADERDATA, static_cast<void*>(this));
     Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_settings.connectTimeout.count()));
     Set(CURLOPT_TIMEOUT_MS, static_cast<long>(m_settings.timeout.count()));
-    Set(CURLOPT_MAXAGE_CONN, MAX_IDLE_SECONDS);
+    Set(CURLOPT_MAXAGE_CONN, MAX_IDLE_SECONDS - 1); // libcurl means more than that, in whole seconds
     Set(CURLOPT_PROTOCOLS_STR, "http,https");
     Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     // What Qt's road asks for too; libcurl writes every name more into each request, at a cost.
@@ -148,7 +148,8 @@ void CHttpTransfer::SetHeaders()
 /// libcurl sends a request again when the kept connection that it went out on dies without a reply. A body
 /// that comes through a callback which can't go back keeps it from that once any of it is sent: the server
 /// may have seen a report, and must not get it twice. One of which no more than the head went out does go
-/// again. A report without a body has a new connection to itself.
+/// again. A report without a body has a new connection to itself, one with a body a kept connection only as
+/// long as the server can't be closing it.
 void CHttpTransfer::SetMethod()
 {
     const SHttpExchange& request = Request();
@@ -158,6 +159,22 @@ void CHttpTransfer::SetMethod()
         Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.strBody.size()));
     } else {
         Set(CURLOPT_HTTPGET, 1L);
+    }
+}
+
+CURLcode CHttpTransfer::BeginOnNewConnection()
+{
+    m_bNeedsNewConnection = false;
+    Set(CURLOPT_FRESH_CONNECT, 1L);
+    return m_eSetUp;
+}
+
+void CHttpTransfer::NoteIdleConnection()
+{
+    curl_socket_t nSocket = CURL_SOCKET_BAD;
+    curl_easy_getinfo(m_pEasy.get(), CURLINFO_ACTIVESOCKET, &nSocket);
+    if (nSocket != CURL_SOCKET_BAD) { // it is kept
+        m_kept.Keep(m_ends, nSocket, m_tpReply);
     }
 }
 
@@ -191,13 +208,23 @@ int CHttpTransfer::HttpError(CURLcode eResult) const
     return nStatus >= 200 && nStatus <= 299 ? 0 : static_cast<int>(nStatus);
 }
 
+/// Any request may go out on a new connection.
+bool CHttpTransfer::MayUseConnection() const
+{
+    long nConnects = 0;
+    curl_easy_getinfo(m_pEasy.get(), CURLINFO_NUM_CONNECTS, &nConnects);
+    return nConnects > 0 || m_kept.MayCarry(m_ends, Request().bPost);
+}
+
 /// The request is about to go out. It may be for the second time, when libcurl has taken some of the body
 /// already but could send none of it.
-int CHttpTransfer::OnConnected(void* pSelf, char* /*szPeer*/, char* /*szOwn*/, int /*nPeerPort*/,
-                               int /*nOwnPort*/)
+int CHttpTransfer::OnConnected(void* pSelf, char* szPeer, char* szOwn, int nPeerPort, int nOwnPort)
 {
-    static_cast<CHttpTransfer*>(pSelf)->m_nSent = 0;
-    return CURL_PREREQFUNC_OK;
+    auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
+    transfer.m_nSent = 0;
+    transfer.m_ends = SConnectionEnds(szPeer, szOwn, nPeerPort, nOwnPort);
+    transfer.m_bNeedsNewConnection = !transfer.MayUseConnection();
+    return transfer.m_bNeedsNewConnection ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
 
 std::size_t CHttpTransfer::OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf)
@@ -248,6 +275,7 @@ void CHttpTransfer::NoteHeaderLine(std::string_view strLine)
 {
     if (strLine.substr(0, 5) == "HTTP/") {
         m_bHeaderComplete = false;
+        m_tpReply = CKeptConnections::Clock::now();
     } else if (strLine == "\r\n" || strLine == "\n") {
         m_bHeaderComplete = true;
     }

@@ -2,6 +2,7 @@
 
 #include "BodyDecoder.h"
 #include "HttpExchange.h"
+#include "KeptConnections.h"
 #include "TransportSettings.h"
 
 #include <curl/curl.h>
@@ -22,7 +23,7 @@ class CHttpTransfer
 public:
     /// @param pShare  what all handles share; must outlive this
     /// @throws std::bad_alloc when libcurl gives no handle
-    CHttpTransfer(const STransportSettings& settings, CURLSH* pShare);
+    CHttpTransfer(const STransportSettings& settings, CURLSH* pShare, CKeptConnections& kept);
     CHttpTransfer(const CHttpTransfer&) = delete;
     CHttpTransfer& operator=(const CHttpTransfer&) = delete;
 
@@ -30,6 +31,17 @@ public:
     /// again after `Finish`. Call both once.
     /// @return CURLE_OK, or why the request can't be sent; `Finish` is due in both cases
     CURLcode Begin(ExchangeList exchange);
+
+    /// Whether the exchange ended since libcurl had chosen a kept connection that the request may not go out
+    /// on. Nothing was sent; that connection is closed.
+    bool NeedsNewConnection() const { return m_bNeedsNewConnection; }
+
+    /// Makes the handle ready for the same request again, on a new connection.
+    CURLcode BeginOnNewConnection();
+
+    /// Notes since when the connection of a complete exchange is idle. Due while the handle is still in its
+    /// multi handle.
+    void NoteIdleConnection();
 
     /// Ends the exchange with its outcome. The body is handed over where the server answered in full.
     ExchangeList Finish(CURLcode eResult);
@@ -60,6 +72,7 @@ private:
     int HttpError(CURLcode eResult) const;
     CURLcode BeginBody();
     CURLcode TakeBody(std::string_view strBytes);
+    bool MayUseConnection() const;
 
     static int OnConnected(void* pSelf, char* szPeer, char* szOwn, int nPeerPort, int nOwnPort);
     static std::size_t OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf);
@@ -70,6 +83,10 @@ private:
     std::unique_ptr<CURL, SEasyCleanup> m_pEasy;
     const STransportSettings& m_settings;
     CURLSH* const m_pShare;
+    CKeptConnections& m_kept;
+    SConnectionEnds m_ends; ///< of the connection that the request goes out on
+    bool m_bNeedsNewConnection = false;
+    CKeptConnections::Clock::time_point m_tpReply; ///< when the last status line came
     ExchangeList m_exchange;
     CBodyDecoder m_body;
     std::size_t m_nSent = 0; ///< bytes of the body that libcurl has taken

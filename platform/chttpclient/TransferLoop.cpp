@@ -1,5 +1,6 @@
 #include "TransferLoop.h"
 
+#include "IdleConnections.h"
 #include "UrlParts.h"
 
 #include "platform/clog/clog.h"
@@ -36,7 +37,11 @@ ExchangeList TakeFirst(ExchangeList& exchanges)
 } // namespace
 
 CTransferLoop::CTransferLoop(const STransportSettings& settings, CDelivery& delivery)
-    : m_settings(settings), m_delivery(delivery), m_pShare(curl_share_init()), m_pMulti(curl_multi_init())
+    : m_settings(settings),
+      m_delivery(delivery),
+      m_pShare(curl_share_init()),
+      m_pMulti(curl_multi_init()),
+      m_kept(settings.postIdle, MAX_KEPT_CONNECTIONS)
 {
     // Without descriptors left libcurl makes a handle that can't be woken, and says so only here.
     if (m_pMulti == nullptr || curl_multi_wakeup(m_pMulti.get()) != CURLM_OK || m_pShare == nullptr ||
@@ -149,7 +154,7 @@ CTransferLoop::Slots CTransferLoop::MakeSlot()
 {
     Slots slot;
     try {
-        slot.emplace_back(m_settings, m_pShare.get());
+        slot.emplace_back(m_settings, m_pShare.get(), m_kept);
     } catch (const std::bad_alloc&) {
         slot.clear();
     }
@@ -165,18 +170,36 @@ bool CTransferLoop::CollectFinished()
         if (pMessage->msg != CURLMSG_DONE) {
             continue;
         }
-        const CURLcode eResult = pMessage->data.result; // the message goes with the handle
+        CURLcode eResult = pMessage->data.result; // the message goes with the handle
         SSlot& slot = *static_cast<SSlot*>(CHttpTransfer::Of(pMessage->easy_handle));
+        bAny = true;
+        if (slot.NeedsNewConnection()) {
+            eResult = BeginAgain(slot);
+            if (eResult == CURLE_OK) {
+                continue;
+            }
+        }
         const Lanes::iterator lane = slot.lane;
         End(slot, eResult);
         FillLane(lane);
-        bAny = true;
     }
     return bAny;
 }
 
+/// Starts a request again that is to have a new connection.
+CURLcode CTransferLoop::BeginAgain(SSlot& slot)
+{
+    curl_multi_remove_handle(m_pMulti.get(), slot.Handle());
+    const CURLcode eBegin = slot.BeginOnNewConnection();
+    const bool bAdded =
+        eBegin == CURLE_OK && curl_multi_add_handle(m_pMulti.get(), slot.Handle()) == CURLM_OK;
+    return bAdded || eBegin != CURLE_OK ? eBegin : CURLE_FAILED_INIT;
+}
+
 void CTransferLoop::End(SSlot& slot, CURLcode eResult)
 {
+    slot.NoteIdleConnection();
+    m_tpCloseIdle = Clock::now() + std::chrono::seconds(MAX_IDLE_SECONDS);
     curl_multi_remove_handle(m_pMulti.get(), slot.Handle());
     --slot.lane->second.nActive;
     ExchangeList finished = slot.Finish(eResult);
@@ -215,12 +238,13 @@ bool CTransferLoop::Drained()
 
 int CTransferLoop::WaitMilliseconds()
 {
-    const int nLongest = m_lstActive.empty() ? IDLE_WAIT_MS : ACTIVE_WAIT_MS;
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_bDraining) {
-        return nLongest;
+    Clock::time_point tpWake = m_tpCloseIdle;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        tpWake = m_bDraining ? std::min(tpWake, m_tpDrainEnd) : tpWake;
     }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_tpDrainEnd - Clock::now());
+    const int nLongest = m_lstActive.empty() ? IDLE_WAIT_MS : ACTIVE_WAIT_MS;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(tpWake - Clock::now());
     return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, nLongest));
 }
 
@@ -232,6 +256,10 @@ void CTransferLoop::Wait()
                   curl_multi_strerror(eError));
         CancelAll(CURLE_FAILED_INIT);
         std::this_thread::sleep_for(std::chrono::milliseconds(100)); // whatever is wrong, no spinning over it
+    }
+    if (Clock::now() >= m_tpCloseIdle) {
+        m_tpCloseIdle = Clock::time_point::max();
+        CloseIdleConnections(m_pMulti.get(), MAX_IDLE_SECONDS - 1); // less by the difference of two clocks
     }
 }
 

@@ -3,6 +3,7 @@
 #include "Delivery.h"
 #include "HttpExchange.h"
 #include "HttpTransfer.h"
+#include "KeptConnections.h"
 #include "TransportSettings.h"
 
 #include <curl/curl.h>
@@ -72,6 +73,7 @@ private:
     void Begin(ExchangeList& exchange, Lanes::iterator lane);
     Slots MakeSlot();
     bool CollectFinished();
+    CURLcode BeginAgain(SSlot& slot);
     void End(SSlot& slot, CURLcode eResult);
     void Refuse(ExchangeList& exchanges, CURLcode eReason);
     void CancelAll(CURLcode eReason);
@@ -89,6 +91,9 @@ private:
     ExchangeList m_lstIncoming;
     bool m_bDraining = false;
     Clock::time_point m_tpDrainEnd;
+
+    CKeptConnections m_kept;
+    Clock::time_point m_tpCloseIdle = Clock::time_point::max(); ///< when connections will have idled for long
 
     Lanes m_mapLane; ///< by what `LaneKey` makes of the URL
     Slots m_lstActive;

@@ -60,6 +60,7 @@ STransportSettings ReadTransportSettings()
     settings.nMaxOutstanding =
         ReadCount("CHTTPCLIENT_MAX_OUTSTANDING", settings.nMaxOutstanding, std::numeric_limits<int>::max());
     settings.drain = ReadTime("CHTTPCLIENT_DRAIN_MS", settings.drain, 0);
+    settings.postIdle = ReadTime("CHTTPCLIENT_POST_IDLE_MS", settings.postIdle, 0);
     settings.strCaFile = EnvironmentVariable("CHTTPCLIENT_CA_FILE").value_or("");
     return settings;
 }

@@ -15,6 +15,7 @@ struct STransportSettings {
     std::size_t nMaxReplyBytes = std::size_t{64} * 1024 * 1024;
     std::size_t nMaxOutstanding = 100'000;
     std::chrono::milliseconds drain{3'000};
+    std::chrono::milliseconds postIdle{500};
     std::string strCaFile; ///< empty for libcurl's own
 };
 

@@ -19,7 +19,8 @@
 // What is promised
 // - Exactly one callback for every request, whatever happens to it.
 // - What goes on the wire is a valid URL: what no URL may hold (spaces, control bytes, "<>\^`{|} , bytes of
-//   128 and above, a % that begins no escape) is percent-encoded, all else is left alone.
+//   128 and above, [ and ] anywhere but around an IPv6 address, a % that begins no escape) is
+//   percent-encoded, all else is left alone.
 // - A GET carries no body, whatever is handed in. A POST without a header line carries no Content-Type.
 // - Redirects are not followed; only http and https are spoken; certificates are verified; no request waits
 //   for "100 Continue". Compressed replies are unpacked.
@@ -27,6 +28,13 @@
 //
 // - A report is never sent twice: a POST of whose body anything was sent is not repeated when its connection
 //   dies, it fails. What the server can't have seen, and a GET, goes out again on a new connection.
+// - No report is lost because its connection was idle, to servers that keep idle connections for at least a
+//   second and are no more than 400 ms away, there and back: a POST goes out on a kept connection only within
+//   CHTTPCLIENT_POST_IDLE_MS of the beginning of the reply before it, else on a new one. No request goes out
+//   on a connection that was idle for 4 s, or that the server is seen to have ended. What remains: a server
+//   that ends a connection sooner, or just then (it restarts, say), may cost the report that is on its way:
+//   -65, -55 or -56, and nobody but the server knows whether it took it. Only a key in the report that the
+//   server knows again would make it safe to send it once more.
 // - After a fork the child's transport is a stopped one: its requests are answered with -2 until it calls
 //   CHttpClientInit. The parent's goes on.
 //
@@ -42,6 +50,8 @@
 // | CHTTPCLIENT_MAX_REPLY_BYTES     | largest reply body, unpacked                         | 67108864 |
 // | CHTTPCLIENT_MAX_OUTSTANDING     | requests without their callback yet; one more is     | 100000   |
 // |                                 | refused                                              |          |
+// | CHTTPCLIENT_POST_IDLE_MS        | a POST uses a kept connection that was idle for less | 500      |
+// |                                 | than this; 0 for a new connection each               |          |
 // | CHTTPCLIENT_DRAIN_MS            | time that shutting down leaves to unfinished requests| 3000     |
 // | CHTTPCLIENT_CA_FILE             | certificates (PEM) that servers are verified by      | system's |
 //

@@ -43,6 +43,7 @@ TEST_F(TransportConnections, AreReused)
 
 TEST_F(TransportConnections, AreReusedAfterAnErrorStatus)
 {
+    Set("CHTTPCLIENT_POST_IDLE_MS", 60'000); // a machine so busy that it takes half a second between two
     Start();
     ServerStep step;
     step.strReply = HttpReply(500, "oops");
@@ -140,14 +141,29 @@ TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleCostNoQuery)
     EXPECT_EQ(server.Requests().size(), 50U);
 }
 
+TEST_F(TransportConnections, ThatTheServerClosedCostNoReport)
+{
+    constexpr std::size_t REPORTS = 50;
+    Start();
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}"), ServerStep::Ending::Close});
+    for (std::size_t nReport = 1; nReport <= REPORTS; ++nReport) {
+        Post(server.Url("/"), "{}");
+        ASSERT_TRUE(m_replies.WaitFor(nReport));
+        ASSERT_TRUE(server.WaitForClosed(nReport));
+    }
+    EXPECT_THAT(m_replies.Errors(), Each(0));
+    EXPECT_EQ(server.Requests().size(), REPORTS);
+}
+
+// Without the wait for the closing, a report may meet it. Then it fails, in one of the ways in which a
+// connection can die under it, and the server has not seen it.
 TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleNeverBringAReportTwice)
 {
-    constexpr int SENT_BUT_UNANSWERED = -65;
     Start();
     const ScriptedServer server(ServerStep{HttpReply(200, "{}"), ServerStep::Ending::Close});
     SendOneAfterTheOther(server, 50, true);
-    EXPECT_THAT(m_replies.Errors(), Each(::testing::AnyOf(0, SENT_BUT_UNANSWERED)));
     const auto vecErrors = m_replies.Errors();
+    EXPECT_THAT(vecErrors, Each(testing::AnyOf(0, -55, -56, -65)));
     EXPECT_EQ(server.Requests().size(),
               static_cast<std::size_t>(std::count(vecErrors.begin(), vecErrors.end(), 0)));
 }

@@ -120,24 +120,36 @@ INSTANTIATE_TEST_SUITE_P(Calls, TransportFailure,
 // An option that could not be set is a request that can't be sent as it was meant.
 class TransportRequestFailure : public TransportFailure
 {
+protected:
+    void FailEachCallInTurn()
+    {
+        Set("CHTTPCLIENT_HOST_CONNECTIONS", 1);
+        Start();
+        ExpectHealth();
+        std::size_t nFailed = 1;
+        for (std::size_t nNth = 1; nFailed > 0 && nNth < MANY; ++nNth) {
+            SCOPED_TRACE(std::string(GetParam()) + " fails, call " + std::to_string(nNth));
+            ArmFailure(GetParam(), nNth);
+            SendThree();
+            const std::vector<int> vecErrors = NewErrors(3);
+            nFailed = DisarmFailure();
+            ASSERT_THAT(vecErrors, Contains(0).Times(3 - nFailed));
+            ASSERT_THAT(vecErrors, Contains(AnyOf(-2, -27)).Times(nFailed));
+        }
+        RepliesAfterShutdown(m_nSeen);
+    }
 };
 
 TEST_P(TransportRequestFailure, FailsJustTheRequestThatItIsFor)
 {
-    Set("CHTTPCLIENT_HOST_CONNECTIONS", 1);
-    Start();
-    ExpectHealth();
-    std::size_t nFailed = 1;
-    for (std::size_t nNth = 1; nFailed > 0 && nNth < MANY; ++nNth) {
-        SCOPED_TRACE(std::string(GetParam()) + " fails, call " + std::to_string(nNth));
-        ArmFailure(GetParam(), nNth);
-        SendThree();
-        const std::vector<int> vecErrors = NewErrors(3);
-        nFailed = DisarmFailure();
-        ASSERT_THAT(vecErrors, Contains(0).Times(3 - nFailed));
-        ASSERT_THAT(vecErrors, Contains(AnyOf(-2, -27)).Times(nFailed));
-    }
-    RepliesAfterShutdown(m_nSeen);
+    FailEachCallInTurn();
+}
+
+// Such a request is begun twice.
+TEST_P(TransportRequestFailure, FailsJustTheRequestThatNeedsANewConnection)
+{
+    Set("CHTTPCLIENT_POST_IDLE_MS", 0L);
+    FailEachCallInTurn();
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, TransportRequestFailure,

@@ -94,19 +94,87 @@ INSTANTIATE_TEST_SUITE_P(
                         20 * MEGABYTE}),
     testing::PrintToStringParamName());
 
-// Servers commonly close what is idle for 5 s. One that closes just as we send would cost a report.
-TEST_F(TransportTest, AConnectionThatWasIdleForLongIsNotUsedAgain)
+/// What becomes of kept connections that idle.
+class TransportIdleConnection : public TransportTest
+{
+protected:
+    /// Sends two requests with a pause after the reply to the first.
+    void SendTwo(const ScriptedServer& server, bool bPost, std::chrono::milliseconds pause)
+    {
+        Start();
+        for (std::size_t nRequest = 1; nRequest <= 2; ++nRequest) {
+            CHttpClientSendRequest(TYPE, server.Url("/"), "{}", nullptr, bPost, false, "");
+            ASSERT_TRUE(m_replies.WaitFor(nRequest));
+            std::this_thread::sleep_for(nRequest == 1 ? pause : 0ms); // the age itself is what is tested
+        }
+        RepliesAfterShutdown(2);
+        EXPECT_THAT(m_replies.Errors(), ElementsAre(0, 0));
+        EXPECT_THAT(server.Requests(), SizeIs(2));
+    }
+};
+
+// Servers close what is idle for a second or more. One that closes just as we send would cost a report.
+TEST_F(TransportIdleConnection, OfHalfASecondIsNotUsedByAReport)
+{
+    const ScriptedServer server(Ok());
+    SendTwo(server, true, 500ms);
+    EXPECT_EQ(server.Accepted(), 2U);
+}
+
+TEST_F(TransportIdleConnection, OfLessThanIsSetIsUsedByAReport)
+{
+    Set("CHTTPCLIENT_POST_IDLE_MS", 3'500);
+    const ScriptedServer server(Ok());
+    SendTwo(server, true, 500ms);
+    EXPECT_EQ(server.Accepted(), 1U);
+}
+
+TEST_F(TransportIdleConnection, OfHalfASecondIsUsedByAQuery)
+{
+    const ScriptedServer server(Ok());
+    SendTwo(server, false, 500ms);
+    EXPECT_EQ(server.Accepted(), 1U);
+}
+
+TEST_F(TransportIdleConnection, IsNeverUsedByAReportWhereTheSettingIsZero)
+{
+    Set("CHTTPCLIENT_POST_IDLE_MS", 0L);
+    const ScriptedServer server(Ok());
+    SendTwo(server, true, 0ms);
+    EXPECT_EQ(server.Accepted(), 2U);
+}
+
+// The server may count the idle time from the begin of its reply on: what follows lies in its buffers.
+TEST_F(TransportIdleConnection, IsIdleFromTheBeginOfAReplyOn)
+{
+    const std::string strReply = HttpReply(200, "{}");
+    ServerStep slow;
+    slow.strReply = strReply.substr(0, strReply.size() - 1);
+    slow.strEndless = strReply.back();
+    slow.pause = 500ms;
+    const ScriptedServer server({slow, Ok()});
+    SendTwo(server, true, 0ms);
+    EXPECT_EQ(server.Accepted(), 2U);
+}
+
+// Some servers say 408 before they close an idle connection. That answers no request.
+TEST_F(TransportIdleConnection, IsNotUsedOnceTheServerHasSpokenUnasked)
+{
+    ServerStep farewell = Ok();
+    farewell.strEndless = HttpReply(408, "");
+    farewell.pause = 1ms;
+    const ScriptedServer server({farewell, Ok()});
+    SendTwo(server, false, 500ms);
+    EXPECT_EQ(server.Accepted(), 2U);
+}
+
+TEST_F(TransportIdleConnection, IsClosedThoughNoRequestComes)
 {
     Start();
     const ScriptedServer server(Ok());
-    for (std::size_t nRequest = 1; nRequest <= 2; ++nRequest) {
-        Post(server.Url("/"), "{}");
-        ASSERT_TRUE(m_replies.WaitFor(nRequest));
-    }
-    EXPECT_EQ(server.Accepted(), 1U) << "idle for a moment only";
-    std::this_thread::sleep_for(6s); // the age itself is what is tested
-    Post(server.Url("/"), "{}");
-    RepliesAfterShutdown(3);
-    EXPECT_THAT(m_replies.Errors(), testing::Each(0));
-    EXPECT_EQ(server.Accepted(), 2U);
+    const auto tpSent = std::chrono::steady_clock::now();
+    Get(server.Url("/"));
+    ASSERT_TRUE(server.WaitForClosed(1));
+    EXPECT_GE(std::chrono::steady_clock::now() - tpSent, 4s);
+    RepliesAfterShutdown(1);
 }

@@ -1,50 +1,13 @@
 // Encrypted exchanges with a real server, nginx, whose certificates are made here.
 
+#include "DelayingRelay.h"
+#include "Nginx.h"
 #include "TransportTest.h"
 
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include <optional>
 #include <ostream>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <spawn.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-using namespace std::chrono_literals;
-
-namespace
-{
-
-constexpr const char* NGINX = "/usr/sbin/nginx";
-constexpr const char* ADDRESS = "127.0.0.2"; // where nobody else's connections take a port that is free
-
-bool Connects(int nPort)
-{
-    const int nSocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = ::inet_addr(ADDRESS);
-    address.sin_port = htons(static_cast<std::uint16_t>(nPort));
-    const bool bConnects =
-        ::connect(nSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    ::close(nSocket);
-    return bConnects;
-}
-
-void Write(const std::filesystem::path& path, const std::string& strText)
-{
-    std::ofstream(path) << strText;
-}
-
-} // namespace
 
 /// A certificate of the server and how it is reached, and what the callback hears.
 struct TlsPeer {
@@ -63,83 +26,33 @@ class TransportTls : public TransportTest, public testing::WithParamInterface<Tl
 protected:
     void SetUp() override
     {
-        if (!std::filesystem::exists(NGINX)) {
-            GTEST_SKIP() << NGINX << " is not installed; ./dev setup does it";
+        if (!Nginx::IsInstalled()) {
+            GTEST_SKIP() << "nginx is not installed; ./dev setup does it";
         }
-        MakeCertificates();
-        StartNginx();
-    }
-
-    ~TransportTls() override
-    {
-        if (m_nNginx > 0) {
-            ::kill(m_nNginx, SIGTERM);
-            ::waitpid(m_nNginx, nullptr, 0);
-        }
+        ASSERT_TRUE(MakeCertificates(m_folder.Path(), GetParam().szSubject, GetParam().szDays));
+        const char* const szProtocols = GetParam().szProtocols;
+        const std::string strEncryption =
+            szProtocols == nullptr
+                ? ""
+                : std::string("ssl_certificate server.pem; ssl_certificate_key server.key;\n"
+                              "ssl_ciphers DEFAULT@SECLEVEL=0; ssl_protocols ") +
+                      szProtocols + ";\n";
+        m_nginx.emplace(m_folder.Path(), szProtocols == nullptr ? "" : " ssl",
+                        strEncryption +
+                            "location / { return 200 'from nginx'; }\n"
+                            "location /resumed { keepalive_timeout 0; return 200 '$ssl_session_reused'; }");
     }
 
     std::string Url(const std::string& strPath = "/vomd/x") const
     {
-        return "https://" + std::string(ADDRESS) + ":" + std::to_string(m_nPort) + strPath;
+        return "https://" + std::string(Nginx::ADDRESS) + ":" + std::to_string(m_nginx->Port()) + strPath;
     }
 
     std::string CaFile() const { return (m_folder.Path() / "ca.pem").string(); }
 
 private:
-    /// An authority, and a certificate for the server that it signed.
-    void MakeCertificates()
-    {
-        const std::string strKey =
-            "openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -batch 2>>openssl.log ";
-        const std::string strCommands =
-            "cd '" + m_folder.Path().string() + "' && " + strKey +
-            "-x509 -days 2 -keyout ca.key -out ca.pem -subj /CN=Authority && " + strKey +
-            "-keyout server.key -out server.csr -subj /CN=server -addext subjectAltName=" +
-            GetParam().szSubject +
-            " && openssl x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial"
-            " -copy_extensions copy -out server.pem 2>>openssl.log -days " +
-            GetParam().szDays;
-        ASSERT_EQ(std::system(strCommands.c_str()), 0);
-    }
-
-    static std::string Encryption()
-    {
-        const char* const szProtocols = GetParam().szProtocols;
-        return szProtocols == nullptr
-                   ? ""
-                   : std::string(" ssl; ssl_certificate server.pem; ssl_certificate_key server.key;\n"
-                                 "ssl_ciphers DEFAULT@SECLEVEL=0; ssl_protocols ") +
-                         szProtocols;
-    }
-
-    void StartNginx()
-    {
-        m_nPort = RefusingPort().Port();
-        Write(m_folder.Path() / "nginx.conf",
-              "daemon off; master_process off; pid nginx.pid; error_log error.log; events {}\n"
-              "http { access_log off; client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t;\n"
-              "uwsgi_temp_path t; scgi_temp_path t;\n"
-              "server { listen " +
-                  std::string(ADDRESS) + ":" + std::to_string(m_nPort) + Encryption() +
-                  "; location / { return 200 'from nginx'; }\n"
-                  "location /resumed { keepalive_timeout 0; return 200 '$ssl_session_reused'; } } }\n");
-        const std::string strFolder = m_folder.Path().string() + '/';
-        const std::string strErrors = strFolder + "error.log";
-        const char* const apszArguments[] = {NGINX,        "-p", strFolder.c_str(), "-c",
-                                             "nginx.conf", "-e", strErrors.c_str(), nullptr};
-        ASSERT_EQ(::posix_spawn(&m_nNginx, NGINX, nullptr, nullptr, const_cast<char* const*>(apszArguments),
-                                environ),
-                  0);
-        const auto tpEnd = std::chrono::steady_clock::now() + 30s;
-        while (!Connects(m_nPort)) {
-            ASSERT_LT(std::chrono::steady_clock::now(), tpEnd) << "nginx does not listen";
-            std::this_thread::sleep_for(5ms);
-        }
-    }
-
     const LogFolder m_folder; ///< any temporary folder will do
-    int m_nPort = 0;
-    pid_t m_nNginx = 0;
+    std::optional<Nginx> m_nginx;
 };
 
 TEST_P(TransportTls, HasOneOutcomeARequest)
@@ -191,3 +104,39 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(Peers, TransportTlsSession,
                          testing::Values(TlsPeer{"Proper", GOOD_NAME, "2", GOOD_PROTOCOLS, true, 0}),
                          testing::PrintToStringParamName());
+
+class TransportTlsClosed : public TransportTest, public testing::WithParamInterface<bool>
+{
+};
+
+// A server announces the end of an encrypted connection before it closes it. libcurl takes the announcement
+// for data, and so each such connection for one that can be used, and gives up at the sixth.
+TEST_P(TransportTlsClosed, ConnectionsCostNoRequest)
+{
+    if (!Nginx::IsInstalled()) {
+        GTEST_SKIP() << "nginx is not installed; ./dev setup does it";
+    }
+    constexpr std::size_t AT_ONCE = 24; // over so many connections, or nearly
+    const LogFolder folder;
+    ASSERT_TRUE(MakeCertificates(folder.Path(), "IP:127.0.0.1", "2")); // the relay's
+    const Nginx nginx(folder.Path(), " ssl",
+                      "ssl_certificate server.pem; ssl_certificate_key server.key; keepalive_timeout 100ms;\n"
+                      "location / { return 200 'from nginx'; }");
+    const DelayingRelay relay(Nginx::ADDRESS, nginx.Port(), std::chrono::milliseconds(0), 1);
+    Set("CHTTPCLIENT_CA_FILE", (folder.Path() / "ca.pem").string());
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", AT_ONCE);
+    Set("CHTTPCLIENT_POST_IDLE_MS", 60'000); // its age alone forbids no connection
+    Start();
+    const std::string strUrl = "https://127.0.0.1:" + std::to_string(relay.Port(0)) + "/vomd/x";
+    for (std::size_t nRequest = 0; nRequest < AT_ONCE; ++nRequest) {
+        Get(strUrl);
+    }
+    ASSERT_TRUE(m_replies.WaitFor(AT_ONCE));
+    ASSERT_TRUE(relay.WaitForServerEnds(relay.Accepted()));
+    CHttpClientSendRequest(TYPE, strUrl, "{}", nullptr, GetParam(), false, "");
+    RepliesAfterShutdown(AT_ONCE + 1);
+    EXPECT_THAT(m_replies.Errors(), testing::Each(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(ByTheServer, TransportTlsClosed, testing::Bool(),
+                         [](const auto& post) { return post.param ? "BeforeAReport" : "BeforeAQuery"; });

@@ -72,8 +72,8 @@ bool Gate::Wait()
 
 TransportTest::TransportTest()
 {
-    for (const char* szName :
-         {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"}) {
+    for (const char* szName : {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY",
+                               "CHTTPCLIENT_POST_IDLE_MS"}) {
         ::unsetenv(szName);
     }
     Set("CHTTPCLIENT_DRAIN_MS", 1000);

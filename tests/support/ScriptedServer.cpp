@@ -266,6 +266,12 @@ bool ScriptedServer::WaitForRequests(std::size_t nCount) const
     return m_condition.wait_for(lock, PATIENCE, [&] { return m_vecRequests.size() >= nCount; });
 }
 
+bool ScriptedServer::WaitForClosed(std::size_t nCount) const
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_condition.wait_for(lock, PATIENCE, [&] { return m_nClosed >= nCount; });
+}
+
 void ScriptedServer::KeepNoRequests()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -288,6 +294,7 @@ void ScriptedServer::Accept()
         connection.thread = std::thread([this, &connection, nSocket, nConnection] {
             ServeRequests(nSocket, nConnection);
             CloseSocket(nSocket);
+            NoteClosed();
             connection.bClosed = true;
         });
     }
@@ -368,6 +375,15 @@ void ScriptedServer::Record(const WireRequest& request)
         if (m_bKeepsRequests) {
             m_vecRequests.push_back(request);
         }
+    }
+    m_condition.notify_all();
+}
+
+void ScriptedServer::NoteClosed()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_nClosed;
     }
     m_condition.notify_all();
 }

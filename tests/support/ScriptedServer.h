@@ -92,6 +92,9 @@ public:
     /// Waits until that many requests have been read.
     /// @return false when they have not come within 30 s
     bool WaitForRequests(std::size_t nCount) const;
+    /// Waits until that many connections have been closed by the server, whichever side ended them.
+    /// @return false when they have not been within 30 s
+    bool WaitForClosed(std::size_t nCount) const;
     /// Keeps no request from now on, for a test that sends very many.
     void KeepNoRequests();
 
@@ -108,6 +111,7 @@ private:
     bool SendReply(Socket nSocket, const ServerStep& step);
     bool Pause(std::chrono::milliseconds delay);
     void Record(const WireRequest& request);
+    void NoteClosed();
 
     StopSignal m_stop;
     const Script m_fnScript;
@@ -120,6 +124,7 @@ private:
     mutable std::condition_variable m_condition;
     std::list<Connection> m_lstConnections; ///< those that are open, and some that no longer are
     std::size_t m_nAccepted = 0;
+    std::size_t m_nClosed = 0;
     std::vector<WireRequest> m_vecRequests;
     bool m_bKeepsRequests = true;
     bool m_bStop = false;

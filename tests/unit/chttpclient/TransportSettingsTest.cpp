@@ -43,6 +43,10 @@ const SettingCase SETTINGS[] = {
      [](const auto& s) { return std::int64_t{s.drain.count()}; },
      3'000,
      {"-1", "2147483648"}},
+    {"CHTTPCLIENT_POST_IDLE_MS",
+     [](const auto& s) { return std::int64_t{s.postIdle.count()}; },
+     500,
+     {"-1", "2147483648"}},
 };
 
 class TransportSetting : public ::testing::TestWithParam<SettingCase>

@@ -1,0 +1,102 @@
+#include "Nginx.h"
+
+#include "ScriptedServer.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr const char* NGINX = "/usr/sbin/nginx";
+
+bool Connects(int nPort)
+{
+    const int nSocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = ::inet_addr(Nginx::ADDRESS);
+    address.sin_port = htons(static_cast<std::uint16_t>(nPort));
+    const bool bConnects =
+        ::connect(nSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(nSocket);
+    return bConnects;
+}
+
+void WriteConfiguration(const std::filesystem::path& path, const std::string& strServer)
+{
+    std::ofstream(path)
+        << "daemon off; master_process off; pid nginx.pid; error_log error.log;\n"
+           "events { worker_connections 4096; }\n"
+           "http { client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t;\n"
+           "uwsgi_temp_path t; scgi_temp_path t; log_format target '$request_uri'; access_log off;\n"
+           "server { "
+        << strServer << " } }\n";
+}
+
+} // namespace
+
+bool MakeCertificates(const std::filesystem::path& folder, const std::string& strSubject,
+                      const std::string& strDays)
+{
+    const std::string strKey =
+        "openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -batch 2>>openssl.log ";
+    const std::string strCommands =
+        "cd '" + folder.string() + "' && " + strKey +
+        "-x509 -days 2 -keyout ca.key -out ca.pem -subj /CN=Authority && " + strKey +
+        "-keyout server.key -out server.csr -subj /CN=server -addext subjectAltName=" + strSubject +
+        " && openssl x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial"
+        " -copy_extensions copy -out server.pem 2>>openssl.log -days " +
+        strDays;
+    return std::system(strCommands.c_str()) == 0;
+}
+
+bool Nginx::IsInstalled()
+{
+    return std::filesystem::exists(NGINX);
+}
+
+Nginx::Nginx(const std::filesystem::path& folder, const std::string& strListen, const std::string& strServer)
+    : m_nPort(RefusingPort().Port()) // free, now that it is given back
+{
+    WriteConfiguration(folder / "nginx.conf", std::string("listen ") + ADDRESS + ":" +
+                                                  std::to_string(m_nPort) + strListen + ";\n" + strServer);
+    const std::string strFolder = folder.string() + '/';
+    const std::string strErrors = strFolder + "error.log";
+    const char* const apszArguments[] = {NGINX,        "-p", strFolder.c_str(), "-c",
+                                         "nginx.conf", "-e", strErrors.c_str(), nullptr};
+    if (::posix_spawn(&m_nProcess, NGINX, nullptr, nullptr, const_cast<char* const*>(apszArguments),
+                      environ) != 0) {
+        throw std::runtime_error("nginx does not start");
+    }
+    const auto tpEnd = std::chrono::steady_clock::now() + 30s;
+    while (!Connects(m_nPort)) {
+        if (std::chrono::steady_clock::now() > tpEnd) {
+            Stop();
+            throw std::runtime_error("nginx does not listen; see " + strErrors);
+        }
+        std::this_thread::sleep_for(5ms);
+    }
+}
+
+Nginx::~Nginx()
+{
+    Stop();
+}
+
+void Nginx::Stop()
+{
+    ::kill(m_nProcess, SIGTERM);
+    ::waitpid(m_nProcess, nullptr, 0);
+}

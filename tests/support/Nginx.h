@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include <sys/types.h>
+
+/// Makes an authority (ca.pem) and a certificate for a server that it signed (server.pem, server.key).
+/// @param strSubject  the names that the certificate is for, "IP:127.0.0.1"
+/// @param strDays     how long it is valid from now on
+/// @return false when openssl failed; openssl.log in the folder says why
+bool MakeCertificates(const std::filesystem::path& folder, const std::string& strSubject,
+                      const std::string& strDays);
+
+/// A real server on the loopback interface, in a process of its own.
+class Nginx
+{
+public:
+    /// It listens where no connection of anybody else takes a port that is free.
+    static constexpr const char* ADDRESS = "127.0.0.2";
+
+    static bool IsInstalled();
+
+    /// Starts it; `ADDRESS` and `Port` say where it listens.
+    /// @param folder     keeps its files, certificates that the configuration names among them
+    /// @param strListen  what follows the address in its `listen` line: " ssl"
+    /// @param strServer  the rest of its `server` block
+    /// @throws std::runtime_error when it does not listen in time
+    Nginx(const std::filesystem::path& folder, const std::string& strListen, const std::string& strServer);
+    ~Nginx();
+    Nginx(const Nginx&) = delete;
+    Nginx& operator=(const Nginx&) = delete;
+
+    int Port() const { return m_nPort; }
+
+private:
+    void Stop();
+
+    int m_nPort = 0;
+    pid_t m_nProcess = 0;
+};
