@@ -91,7 +91,7 @@ TEST_F(TransportWire, AnEmptyPostSaysSo)
     EXPECT_THAT(request.Header("Content-Length"), ElementsAre("Content-Length: 0"));
 }
 
-// Requests one after the other go out over one handle of libcurl's.
+// Requests one after the other go out over one connection.
 TEST_F(TransportWire, AGetCarriesNothingOfThePostBefore)
 {
     Sent("{\"t\":\"1\"}\n", true, true, "Content-Type: text/plain");
