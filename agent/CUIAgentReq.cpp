@@ -10,6 +10,7 @@
 #include "net/NetworkUse.h"
 #include "platform/system/ProcessEnd.h"
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <new>
@@ -55,8 +56,9 @@ CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
 CUIAgentReq::~CUIAgentReq()
 {
     if (HasNetworkUseEnded()) { // a sender, stopped where it waits, may never leave the loop of its record
-        static const auto& kept = *new QMap<int, SyncWait*>(m_mapSyncWait);
-        static_cast<void>(kept);
+        // Atomic, since a compiler may leave out any other store that nobody reads.
+        static std::atomic<QMap<int, SyncWait*>*> pKept;
+        pKept = new QMap<int, SyncWait*>(m_mapSyncWait);
     } else {
         qDeleteAll(m_mapSyncWait);
     }

@@ -101,6 +101,7 @@ TEST_F(TransportQuiet, AfterAHundredThousandRequestsHasNoMoreThreadsAndDescripto
 {
     Set("CHTTPCLIENT_POST_IDLE_MS", 60'000); // on a busy machine more than half a second may pass
     Start();
+    const auto tpBegin = std::chrono::steady_clock::now();
     ScriptedServer server(Ok());
     server.KeepNoRequests();
     Exchange(server, 1000);
@@ -109,7 +110,9 @@ TEST_F(TransportQuiet, AfterAHundredThousandRequestsHasNoMoreThreadsAndDescripto
     Exchange(server, 99'000);
     EXPECT_LE(Entries("/proc/self/task"), nThreads + 8); // the server's: one a connection
     EXPECT_LE(Entries("/proc/self/fd"), nDescriptors + 16);
-    EXPECT_LE(server.Accepted(), 8U) << "the connections to one host, each made once";
+    // A connection that a slow machine leaves unused for more than 3 s is replaced.
+    const auto nTimes = (std::chrono::steady_clock::now() - tpBegin) / 3s + 1;
+    EXPECT_LE(server.Accepted(), 8U * static_cast<std::size_t>(nTimes)) << "the connections to one host";
     RepliesAfterShutdown(100'000);
     EXPECT_THAT(m_replies.Errors(), Each(0));
 }
