@@ -4,6 +4,7 @@
 #include "UrlParts.h"
 
 #include <algorithm>
+#include <chrono>
 #include <new>
 #include <optional>
 #include <utility>
@@ -58,6 +59,7 @@ CHttpTransfer* CHttpTransfer::Of(CURL* pEasy)
 CURLcode CHttpTransfer::Begin(ExchangeList exchange)
 {
     m_exchange = std::move(exchange);
+    m_tpEnd = Clock::now() + m_settings.timeout;
     try {
         SetConstantOptions();
         SetUrl();
@@ -148,8 +150,8 @@ void CHttpTransfer::SetHeaders()
 /// libcurl sends a request again when the kept connection that it went out on dies without a reply. A body
 /// that comes through a callback which can't go back keeps it from that once any of it is sent: the server
 /// may have seen a report, and must not get it twice. One of which no more than the head went out does go
-/// again. A report without a body has a new connection to itself, one with a body a kept connection only as
-/// long as the server can't be closing it.
+/// again. A report without a body always goes out on a new connection; one with a body uses a kept connection
+/// only while the server can't be closing it.
 void CHttpTransfer::SetMethod()
 {
     const SHttpExchange& request = Request();
@@ -162,9 +164,13 @@ void CHttpTransfer::SetMethod()
     }
 }
 
+/// libcurl starts the time-out anew here, but the request may have spent part of it already: on another kept
+/// connection, which died.
 CURLcode CHttpTransfer::BeginOnNewConnection()
 {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_tpEnd - Clock::now());
     m_bNeedsNewConnection = false;
+    Set(CURLOPT_TIMEOUT_MS, std::max(static_cast<long>(left.count()), 1L)); // 0 would be no time-out
     Set(CURLOPT_FRESH_CONNECT, 1L);
     return m_eSetUp;
 }
@@ -275,7 +281,7 @@ void CHttpTransfer::NoteHeaderLine(std::string_view strLine)
 {
     if (strLine.substr(0, 5) == "HTTP/") {
         m_bHeaderComplete = false;
-        m_tpReply = CKeptConnections::Clock::now();
+        m_tpReply = Clock::now();
     } else if (strLine == "\r\n" || strLine == "\n") {
         m_bHeaderComplete = true;
     }

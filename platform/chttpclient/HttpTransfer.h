@@ -36,7 +36,7 @@ public:
     /// on. Nothing was sent; that connection is closed.
     bool NeedsNewConnection() const { return m_bNeedsNewConnection; }
 
-    /// Makes the handle ready for the same request again, on a new connection.
+    /// Makes the handle ready for the same request again, on a new connection and for the time that is left.
     CURLcode BeginOnNewConnection();
 
     /// Notes since when the connection of a complete exchange is idle. Due while the handle is still in its
@@ -52,6 +52,8 @@ public:
     static CHttpTransfer* Of(CURL* pEasy);
 
 private:
+    using Clock = CKeptConnections::Clock;
+
     struct SEasyCleanup {
         void operator()(CURL* pEasy) const { curl_easy_cleanup(pEasy); }
     };
@@ -86,7 +88,8 @@ private:
     CKeptConnections& m_kept;
     SConnectionEnds m_ends; ///< of the connection that the request goes out on
     bool m_bNeedsNewConnection = false;
-    CKeptConnections::Clock::time_point m_tpReply; ///< when the last status line came
+    Clock::time_point m_tpEnd;   ///< when the time-out of the exchange is over
+    Clock::time_point m_tpReply; ///< when the last status line came
     ExchangeList m_exchange;
     CBodyDecoder m_body;
     std::size_t m_nSent = 0; ///< bytes of the body that libcurl has taken

@@ -3,8 +3,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
 #include <ostream>
+#include <thread>
 
 using namespace std::chrono_literals;
 using testing::AnyOf;
@@ -145,8 +147,8 @@ TEST_F(TransportIdleConnection, IsNeverUsedByAReportWhereTheSettingIsZero)
     EXPECT_EQ(server.Accepted(), 2U);
 }
 
-// The server may count the idle time from the begin of its reply on: what follows lies in its buffers.
-TEST_F(TransportIdleConnection, IsIdleFromTheBeginOfAReplyOn)
+// The server may count the idle time from the beginning of its reply: what follows waits in its buffers.
+TEST_F(TransportIdleConnection, IsIdleFromTheBeginningOfAReplyOn)
 {
     const std::string strReply = HttpReply(200, "{}");
     ServerStep slow;
@@ -178,4 +180,46 @@ TEST_F(TransportIdleConnection, IsClosedThoughNoRequestComes)
     ASSERT_TRUE(server.WaitForClosed(1));
     EXPECT_GE(std::chrono::steady_clock::now() - tpSent, 4s);
     RepliesAfterShutdown(1);
+}
+
+// When a kept connection dies, libcurl sends its query again by itself, here on a connection that the server
+// has spoken on unasked. The query then goes out on a new connection, within the time-out that it had from
+// the start.
+TEST_F(TransportIdleConnection, ThatIsReplacedLateGivesItsRequestNoMoreTime)
+{
+    constexpr auto TIMEOUT = 3000ms;
+    constexpr auto DEATH = 1500ms;
+    Set("CHTTPCLIENT_TIMEOUT_MS", TIMEOUT.count());
+    Start();
+    std::atomic<int> nFirst{0};
+    const ScriptedServer server([&](const WireRequest& request) {
+        if (request.Target() == "/first") {
+            for (++nFirst; nFirst < 2;) { // so that each gets a connection
+                std::this_thread::sleep_for(1ms);
+            }
+            ServerStep step = Ok();
+            step.strEndless = request.nConnection == 2 ? HttpReply(408, "") : "";
+            step.pause = 100ms;
+            return step;
+        }
+        ServerStep step = Silent();
+        if (request.nConnection == 1) {
+            step.delay = DEATH;
+            step.ending = Ending::Close;
+        }
+        return step;
+    });
+    Get(server.Url("/first"));
+    Get(server.Url("/first"));
+    ASSERT_TRUE(m_replies.WaitFor(2));
+    const auto tpSent = std::chrono::steady_clock::now();
+    Get(server.Url("/second"));
+    ASSERT_TRUE(m_replies.WaitFor(3));
+    const auto duration = std::chrono::steady_clock::now() - tpSent;
+    RepliesAfterShutdown(3);
+    EXPECT_THAT(m_replies.Errors(), ElementsAre(0, 0, -28));
+    EXPECT_THAT(server.Requests(), SizeIs(4));
+    EXPECT_EQ(server.Accepted(), 3U);
+    EXPECT_GE(duration, TIMEOUT);
+    EXPECT_LT(duration, DEATH + TIMEOUT);
 }
