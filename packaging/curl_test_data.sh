@@ -16,7 +16,7 @@ fetch() {
   work=$(mktemp -d "$folder.XXXXXX")
   trap 'rm -rf "$work"' EXIT
   printf -- '-- curl test data: fetching into %s\n' "$folder" >&2
-  # The installed version, or where the mirror has none of it any more the latest one.
+  # The installed version, or the latest one if the mirror no longer has that.
   "$here/debian_source.sh" "$work" "curl=$source_version" >"$work/log" 2>&1 ||
     "$here/debian_source.sh" "$work" curl >>"$work/log" 2>&1 || { tail -20 "$work/log" >&2; exit 1; }
   mkdir "$work/unpacked"

@@ -26,10 +26,10 @@ public:
     /// @return CURLE_OK, or CURLE_BAD_CONTENT_ENCODING for a coding that is unknown, or for too many
     CURLcode AddCodings(std::string_view strNames);
 
-    /// @return as `CInflater::Write`, or CURLE_FILESIZE_EXCEEDED where there is more than may be
+    /// @return as `CInflater::Write`, or CURLE_FILESIZE_EXCEEDED above the limit
     CURLcode Write(std::string_view strBytes) { return Pass(m_lstStages.begin(), strBytes); }
 
-    /// Whether the body ends where it may.
+    /// Whether no coding expects more bytes.
     bool IsComplete() const;
 
     std::string TakeBody() { return std::move(m_strBody); }

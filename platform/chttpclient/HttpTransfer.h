@@ -16,7 +16,7 @@ namespace chttpclient
 /// One exchange on a libcurl handle of its own. Lives on the I/O thread.
 ///
 /// No handle is used for a second exchange: libcurl 7.88 keeps a pointer to the last header line of the reply
-/// before, frees that line, and writes behind it when the next reply begins its header with a folded line.
+/// before, frees that line, and writes past its end when the next reply begins its header with a folded line.
 /// Kept connections belong to the multi handle, so they are used again all the same.
 class CHttpTransfer
 {
@@ -32,8 +32,8 @@ public:
     /// @return CURLE_OK, or why the request can't be sent; `Finish` is due in both cases
     CURLcode Begin(ExchangeList exchange);
 
-    /// Whether the exchange ended since libcurl had chosen a kept connection that the request may not go out
-    /// on. Nothing was sent; that connection is closed.
+    /// Whether the exchange ended because libcurl had chosen a kept connection that the request may not use.
+    /// Nothing was sent on it, and it is closed.
     bool NeedsNewConnection() const { return m_bNeedsNewConnection; }
 
     /// Makes the handle ready for the same request again, on a new connection and for the time that is left.

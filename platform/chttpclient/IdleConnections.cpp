@@ -14,8 +14,8 @@ curl_socket_t OpenNone(void* /*pUser*/, curlsocktype /*ePurpose*/, curl_sockaddr
 
 } // namespace
 
-// libcurl looks through its kept connections only when a request is about to be given one. This request is
-// one that can have none.
+// libcurl looks through its kept connections only when a request needs a connection. This request makes it do
+// so, and then fails at once, since it can't open a socket.
 void CloseIdleConnections(CURLM* pMulti, long nSeconds)
 {
     const std::unique_ptr<CURL, void (*)(CURL*)> pEasy(curl_easy_init(), &curl_easy_cleanup);

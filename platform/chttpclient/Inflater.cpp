@@ -11,7 +11,7 @@ namespace chttpclient
 namespace
 {
 
-// What inflateInit2 takes: a frame of zlib or gzip, whichever the bytes begin like, or none.
+// What inflateInit2 takes: a frame of zlib or gzip, told by its first bytes, or no frame.
 constexpr int ANY_FRAME = MAX_WBITS + 32;
 constexpr int NO_FRAME = -MAX_WBITS;
 

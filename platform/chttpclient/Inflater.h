@@ -20,7 +20,7 @@ public:
     /// Takes unpacked bytes; anything but CURLE_OK ends the unpacking.
     using Sink = std::function<CURLcode(std::string_view)>;
     enum class Format {
-        Gzip,    ///< one member, or several one behind the other
+        Gzip,    ///< one member, or several in a row
         Deflate, ///< in the frame of zlib, as it should be, or without a frame, as some servers send it
     };
 
@@ -29,8 +29,8 @@ public:
     CInflater(const CInflater&) = delete;
     CInflater& operator=(const CInflater&) = delete;
 
-    /// @return what the sink said; CURLE_BAD_CONTENT_ENCODING for bytes that can't be unpacked, have another
-    ///         checksum than they say, or come behind the end; CURLE_OUT_OF_MEMORY
+    /// @return what the sink said; CURLE_BAD_CONTENT_ENCODING for bytes that can't be unpacked, don't match
+    ///         their checksum, or follow after the end; CURLE_OUT_OF_MEMORY
     CURLcode Write(std::string_view strPacked, const Sink& fnSink);
 
     /// Whether what was written is complete. Nothing at all is, too: servers also label empty bodies.

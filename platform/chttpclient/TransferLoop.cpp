@@ -186,7 +186,7 @@ bool CTransferLoop::CollectFinished()
     return bAny;
 }
 
-/// Starts a request again that is to have a new connection.
+/// Starts a request again on a new connection.
 CURLcode CTransferLoop::BeginAgain(SSlot& slot)
 {
     curl_multi_remove_handle(m_pMulti.get(), slot.Handle());

@@ -22,7 +22,7 @@ bool BeginsEscape(std::string_view strText)
     return strText.size() >= 3 && strText[0] == '%' && IsHexDigit(strText[1]) && IsHexDigit(strText[2]);
 }
 
-/// Whether a byte may stand nowhere in a URL but in its authority, by its value.
+/// For each value of a byte, whether it is forbidden in a URL after the authority.
 constexpr std::array<bool, 256> ForbiddenBytes()
 {
     std::array<bool, 256> forbidden{};
@@ -52,7 +52,8 @@ class CRawUrl
 public:
     explicit CRawUrl(std::string_view strUrl) : m_strUrl(strUrl), m_nToAuthority(LengthToAuthority(strUrl)) {}
 
-    /// Where the next byte that needs encoding stands, from `nFrom` on; the length of the text for none.
+    /// Where the next byte that needs encoding stands, from `nFrom` on; the length of the text if there is no
+    /// such byte.
     std::size_t FindEncodable(std::size_t nFrom) const
     {
         std::size_t nAt = nFrom;

@@ -68,7 +68,7 @@
 ///   |-------|---------------------------------------------------------------------------------|
 ///   | -1    | a scheme other than http and https; a reply that is no HTTP                     |
 ///   | -2    | sent before CHttpClientInit or after CHttpClientUnInit                          |
-///   | -3    | no valid URL: no scheme, no host, a port that is no number                      |
+///   | -3    | not a valid URL: no scheme, no host, a port that is not a number                |
 ///   | -6    | name not found                                                                  |
 ///   | -7    | refused                                                                         |
 ///   | -8    | a reply with an invalid header: a line without colon, an invalid length         |
@@ -82,8 +82,8 @@
 ///   | -55   | a connection that died while the request was sent                               |
 ///   | -56   | connection reset; chunks that can't be read                                     |
 ///   | -60   | a certificate that can't be trusted                                             |
-///   | -61   | a compressed body that can't be unpacked, ends early, has another checksum than |
-///   |       | it says, or bytes behind its end; one in another coding than gzip and deflate   |
+///   | -61   | a compressed body that can't be unpacked, ends early, does not match its        |
+///   |       | checksum or has bytes after its end; a coding other than gzip and deflate       |
 ///   | -63   | a reply that is too large, or a header that does not end                        |
 ///   | -65   | a kept connection that died after the body of a POST was sent, or part of it    |
 ///   | -77   | a CHTTPCLIENT_CA_FILE that can't be read                                        |

@@ -59,6 +59,7 @@ LIBCLOG_API void Log_Write(int level, const std::string& where, int line, const 
 /// may be missing, by its name, which is not mangled: dlsym, GetProcAddress, QLibrary::resolve.
 ///
 /// @return an absolute path in UTF-8, valid to the end of the process; empty when the environment names no
-/// folder.
-///         The settings are read by this call when no line was written before. From any thread.
+///         folder
+///
+/// Reads the settings, if no line was written before. May be called from any thread.
 extern "C" LIBCLOG_API const char* Log_Folder();

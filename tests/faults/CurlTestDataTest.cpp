@@ -31,7 +31,7 @@ protected:
         return step;
     }
 
-    /// On a connection of its own, and again behind a good exchange; a server's requests go out one by one.
+    /// On a connection of its own, and again after a good exchange; a server's requests go out one by one.
     void Send(const ScriptedServer& server, std::size_t nReply)
     {
         const std::string strReply = "/reply/" + std::to_string(nReply);
@@ -64,8 +64,8 @@ TEST_P(TransportCurlTestData, GivesEachRequestOneOutcomeAndHarmsNoOther)
             static_cast<std::size_t>(static_cast<char*>(reply.pUserData) - m_vecTokens.data());
         ++vecOutcomes.at(nToken);
         if (nToken % 2 == 1) {
-            EXPECT_EQ(reply.nHttpError, 0) << "behind " << m_vecReplies.at(nToken / REQUESTS_EACH).strName;
-            EXPECT_EQ(reply.strBody, "{}") << "behind " << m_vecReplies.at(nToken / REQUESTS_EACH).strName;
+            EXPECT_EQ(reply.nHttpError, 0) << "after " << m_vecReplies.at(nToken / REQUESTS_EACH).strName;
+            EXPECT_EQ(reply.strBody, "{}") << "after " << m_vecReplies.at(nToken / REQUESTS_EACH).strName;
         }
     }
     EXPECT_THAT(vecOutcomes, testing::Each(1));

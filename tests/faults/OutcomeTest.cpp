@@ -152,7 +152,7 @@ class TransportOutcome : public TransportTest, public testing::WithParamInterfac
 protected:
     void ExpectOutcome(bool bPost)
     {
-        // However late a thread gets its turn, only what is to be ended by the time-out is ended by it.
+        // However slow the machine, the time-out ends only the requests that it should end.
         const bool bTimesOut = GetParam().nHttpError == TIMED_OUT;
         Set("CHTTPCLIENT_TIMEOUT_MS", bTimesOut ? 300 : 30'000);
         Set("CHTTPCLIENT_MAX_REPLY_BYTES", MAX_REPLY);
@@ -395,11 +395,11 @@ INSTANTIATE_TEST_SUITE_P(
 /// Texts around the server's address that leave the URL without a scheme. libcurl alone would guess one.
 struct SchemelessUrl {
     std::string strBefore;
-    std::string strBehind;
+    std::string strAfter;
 
     friend void PrintTo(const SchemelessUrl& row, std::ostream* pOut)
     {
-        *pOut << '"' << row.strBefore << "HOST:PORT" << row.strBehind << '"';
+        *pOut << '"' << row.strBefore << "HOST:PORT" << row.strAfter << '"';
     }
 };
 
@@ -412,7 +412,7 @@ TEST_P(TransportUrlWithoutScheme, IsRefusedAndNothingIsSent)
     Start();
     const ScriptedServer server(Step(HttpReply(200, "")));
     const std::string strServer = "127.0.0.1:" + std::to_string(server.Port());
-    Get(GetParam().strBefore + strServer + GetParam().strBehind);
+    Get(GetParam().strBefore + strServer + GetParam().strAfter);
     RepliesAfterShutdown(1);
     EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(-3));
     EXPECT_EQ(server.Accepted(), 0U);

@@ -78,7 +78,7 @@ std::vector<ServerStep> EachFraming(const std::string& strHeaderLines, const std
 
 } // namespace
 
-/// A body and its label, and what the callback is to hear.
+/// A body and its label, and what the callback must get.
 struct Packed {
     const char* szName;
     std::string strHeaderLines;
@@ -100,7 +100,7 @@ TEST_P(TransportPackedReply, IsUnpackedWholeOrIsAFailure)
     Start();
     std::vector<ServerStep> vecSteps;
     for (const ServerStep& step : EachFraming(GetParam().strHeaderLines, GetParam().strBody)) {
-        vecSteps.insert(vecSteps.end(), {step, Ok(), step, Ok()}); // the second time behind a good exchange
+        vecSteps.insert(vecSteps.end(), {step, Ok(), step, Ok()}); // the second time after a good exchange
     }
     const ScriptedServer server(vecSteps);
     for (std::size_t nSent = 1; nSent <= vecSteps.size(); ++nSent) {
@@ -136,9 +136,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Packed{"WithAnotherLength", GZIP, Damaged(Gzipped(Text()), 4), -61, ""},
                     Packed{"InTwoMembers", GZIP, Gzipped(Text()) + Gzipped(" "), 0, Text() + " "},
                     Packed{"WithASecondMemberCut", GZIP, Gzipped(Text()) + Without(Gzipped(" "), 1), -61, ""},
-                    Packed{"WithABehindIt", GZIP, Gzipped(Text()) + "A", -61, ""},
-                    Packed{"WithZerosBehindIt", GZIP, Gzipped(Text()) + "\0\0\0\0"s, -61, ""},
-                    Packed{"WithTextBehindIt", GZIP, Gzipped(Text()) + "and more", -61, ""},
+                    Packed{"WithAAfterIt", GZIP, Gzipped(Text()) + "A", -61, ""},
+                    Packed{"WithZerosAfterIt", GZIP, Gzipped(Text()) + "\0\0\0\0"s, -61, ""},
+                    Packed{"WithTextAfterIt", GZIP, Gzipped(Text()) + "and more", -61, ""},
                     Packed{"OfEmptyMembersOverAndOver", GZIP, Repeated(Gzipped(""), 1000), -63, ""},
                     Packed{"ThatIsPlainText", GZIP, Text(), -61, ""}),
     testing::PrintToStringParamName());
@@ -152,13 +152,12 @@ INSTANTIATE_TEST_SUITE_P(
                     Packed{"WithoutChecksum", DEFLATE, Without(Deflated(Text()), 4), -61, ""},
                     Packed{"WithAnotherChecksum", DEFLATE, Damaged(Deflated(Text()), 1), -61, ""},
                     Packed{"OfOneByte", DEFLATE, Deflated(Text()).substr(0, 1), -61, ""},
-                    Packed{"WithTextBehindIt", DEFLATE, Deflated(Text()) + "and more", -61, ""},
-                    Packed{"TwiceOneBehindTheOther", DEFLATE, Deflated(Text()) + Deflated(" "), -61, ""},
+                    Packed{"WithTextAfterIt", DEFLATE, Deflated(Text()) + "and more", -61, ""},
+                    Packed{"TwiceInARow", DEFLATE, Deflated(Text()) + Deflated(" "), -61, ""},
                     Packed{"WithoutFrame", DEFLATE, RawDeflated(Text()), 0, Text()},
                     Packed{"WithoutFrameOfAnEmptyText", DEFLATE, RawDeflated(""), 0, ""},
                     Packed{"WithoutFrameCut", DEFLATE, Without(RawDeflated(Text()), 1), -61, ""},
-                    Packed{"WithoutFrameWithTextBehindIt", DEFLATE, RawDeflated(Text()) + "and more", -61,
-                           ""},
+                    Packed{"WithoutFrameWithTextAfterIt", DEFLATE, RawDeflated(Text()) + "and more", -61, ""},
                     Packed{"ThatIsPlainText", DEFLATE, Text(), -61, ""}),
     testing::PrintToStringParamName());
 

@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 namespace
 {
 
-// Fewer than the transport keeps connections, so that none is closed but for its age.
+// Fewer than the transport keeps connections, so that only their age closes them.
 constexpr std::size_t DENSE_LANES = 40;
 constexpr std::size_t SPREAD_LANES = 10;
 constexpr std::size_t LANES = DENSE_LANES + SPREAD_LANES;

@@ -20,7 +20,7 @@ struct RaceResult {
     std::map<int, std::size_t> mapFailures; ///< how often each error came
 
     std::size_t Failures() const;
-    /// "-65 (3), -56 (1)"; "-" for none
+    /// "-65 (3), -56 (1)"; "-" if there are none
     std::string FailuresInWords() const;
 };
 
