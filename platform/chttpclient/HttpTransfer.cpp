@@ -17,6 +17,10 @@ namespace
 // No server needs more; one that never ends its header is cut off here.
 constexpr std::size_t MAX_HEADER_BYTES = std::size_t{256} * 1024;
 
+// Header lines of one name that may say how a body is packed. libcurl reads its whole list of lines for each
+// of them, which takes seconds where there are thousands. No server needs more than one or two.
+constexpr std::size_t MAX_CODING_LINES = 16;
+
 constexpr std::string_view CONTENT_TYPE = "content-type:";
 
 /// "Name: value" without a byte that could end the line early.
@@ -248,6 +252,9 @@ CURLcode CHttpTransfer::BeginBody()
         curl_header* pHeader = nullptr;
         std::size_t nLine = 0;
         while (curl_easy_header(m_pEasy.get(), szName, nLine++, CURLH_HEADER, -1, &pHeader) == CURLHE_OK) {
+            if (pHeader->amount > MAX_CODING_LINES) {
+                return CURLE_BAD_CONTENT_ENCODING;
+            }
             if (const CURLcode eResult = m_body.AddCodings(pHeader->value); eResult != CURLE_OK) {
                 return eResult;
             }

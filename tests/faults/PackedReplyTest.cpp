@@ -180,6 +180,7 @@ INSTANTIATE_TEST_SUITE_P(
                            Deflated(Gzipped(Text())), 0, Text()},
                     Packed{"OfTooManyCodings", "Content-Encoding: gzip, gzip, gzip, gzip, gzip, gzip\r\n",
                            Gzipped(Gzipped(Gzipped(Gzipped(Gzipped(Gzipped(Text())))))), -61, ""},
+                    Packed{"OfTooManyLines", Repeated("Content-Encoding:\r\n", 13'000), Text(), -61, ""},
                     Packed{"OfACodingNotAskedFor", "Content-Encoding: br\r\n", "whatever", -61, ""},
                     Packed{"OfAnUnknownCoding", "Content-Encoding: utf-8\r\n", Text(), -61, ""}),
     testing::PrintToStringParamName());
