@@ -11,6 +11,10 @@ namespace
 // Each has a window of 32 KiB, and no server applies more than one.
 constexpr std::size_t MAX_CODINGS = 5;
 
+// Header lines of one name that may say how a body is packed. libcurl reads its whole list of lines for each
+// of them, which takes seconds where there are thousands. No server needs more than one or two.
+constexpr std::size_t MAX_CODING_LINES = 16;
+
 // What packed bytes may have on top of twice the limit for unpacked ones. A packed body is hardly ever larger
 // than the body itself; one that unpacks to little or nothing would not end otherwise.
 constexpr std::size_t PACKED_MARGIN = 1024;
@@ -31,6 +35,23 @@ bool IsOneOf(std::string_view strName, std::initializer_list<std::string_view> n
 }
 
 } // namespace
+
+CURLcode CBodyDecoder::AddCodingsOf(CURL* pEasy)
+{
+    for (const char* const szName : {"Content-Encoding", "Transfer-Encoding"}) {
+        curl_header* pHeader = nullptr;
+        std::size_t nLine = 0;
+        while (curl_easy_header(pEasy, szName, nLine++, CURLH_HEADER, -1, &pHeader) == CURLHE_OK) {
+            if (pHeader->amount > MAX_CODING_LINES) {
+                return CURLE_BAD_CONTENT_ENCODING;
+            }
+            if (const CURLcode eResult = AddCodings(pHeader->value); eResult != CURLE_OK) {
+                return eResult;
+            }
+        }
+    }
+    return CURLE_OK;
+}
 
 CURLcode CBodyDecoder::AddCodings(std::string_view strNames)
 {

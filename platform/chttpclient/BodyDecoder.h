@@ -21,6 +21,11 @@ public:
     /// @param nMaxBytes  the most that the body may have, unpacked
     explicit CBodyDecoder(std::size_t nMaxBytes) : m_nMaxBytes(nMaxBytes) {}
 
+    /// Takes all codings from the header of the reply that the handle receives. Call it before the first
+    /// byte.
+    /// @return as `AddCodings`
+    CURLcode AddCodingsOf(CURL* pEasy);
+
     /// Takes the value of a Content-Encoding header: names in the order in which the codings were applied.
     /// The value of a Transfer-Encoding header comes after it. Call it before the first byte.
     /// @return CURLE_OK, or CURLE_BAD_CONTENT_ENCODING for a coding that is unknown, or for too many

@@ -17,10 +17,6 @@ namespace
 // No server needs more; one that never ends its header is cut off here.
 constexpr std::size_t MAX_HEADER_BYTES = std::size_t{256} * 1024;
 
-// Header lines of one name that may say how a body is packed. libcurl reads its whole list of lines for each
-// of them, which takes seconds where there are thousands. No server needs more than one or two.
-constexpr std::size_t MAX_CODING_LINES = 16;
-
 constexpr std::string_view CONTENT_TYPE = "content-type:";
 
 /// "Name: value" without a byte that could end the line early.
@@ -245,29 +241,11 @@ std::size_t CHttpTransfer::OnSend(char* pBuffer, std::size_t nSize, std::size_t 
     return nBytes;
 }
 
-/// Tells the body how it is packed, from the last header before it.
-CURLcode CHttpTransfer::BeginBody()
-{
-    for (const char* const szName : {"Content-Encoding", "Transfer-Encoding"}) {
-        curl_header* pHeader = nullptr;
-        std::size_t nLine = 0;
-        while (curl_easy_header(m_pEasy.get(), szName, nLine++, CURLH_HEADER, -1, &pHeader) == CURLHE_OK) {
-            if (pHeader->amount > MAX_CODING_LINES) {
-                return CURLE_BAD_CONTENT_ENCODING;
-            }
-            if (const CURLcode eResult = m_body.AddCodings(pHeader->value); eResult != CURLE_OK) {
-                return eResult;
-            }
-        }
-    }
-    m_bBodyBegun = true;
-    return CURLE_OK;
-}
-
 CURLcode CHttpTransfer::TakeBody(std::string_view strBytes)
 {
     try {
-        const CURLcode eBegin = m_bBodyBegun ? CURLE_OK : BeginBody();
+        const CURLcode eBegin = m_bBodyBegun ? CURLE_OK : m_body.AddCodingsOf(m_pEasy.get());
+        m_bBodyBegun = true;
         return eBegin == CURLE_OK ? m_body.Write(strBytes) : eBegin;
     } catch (const std::bad_alloc&) {
         return CURLE_OUT_OF_MEMORY;

@@ -72,7 +72,6 @@ private:
     void AppendHeader(const char* szLine);
     void NoteHeaderLine(std::string_view strLine);
     int HttpError(CURLcode eResult) const;
-    CURLcode BeginBody();
     CURLcode TakeBody(std::string_view strBytes);
     bool MayUseConnection() const;
 
