@@ -56,8 +56,9 @@ void VelClientSDk::SetServerUrl(std::string url)
 
 void VelClientSDk::SetResponseCallBack(ResponseCallBack fn)
 {
+    auto pResponse = std::make_shared<const ResponseCallBack>(std::move(fn));
     const std::lock_guard<std::mutex> lock(m_mutexResponse);
-    m_fnResponse.swap(fn); // the earlier one goes after the lock is released
+    m_pResponse.swap(pResponse); // the earlier one goes after the lock is released
 }
 
 void VelClientSDk::Reserved() {}
@@ -75,8 +76,10 @@ std::string VelClientSDk::GetUrl(int id)
 
 ResponseCallBack VelClientSDk::GetResponseCallBack(const std::string& /*key*/) const
 {
-    const std::lock_guard<std::mutex> lock(m_mutexResponse);
-    return m_fnResponse;
+    std::unique_lock<std::mutex> lock(m_mutexResponse);
+    const std::shared_ptr<const ResponseCallBack> pResponse = m_pResponse;
+    lock.unlock(); // what is copied now is the host's, and may do anything
+    return pResponse != nullptr ? *pResponse : ResponseCallBack();
 }
 
 std::string VelClientSDk::RequestUrl(int nType)

@@ -74,7 +74,7 @@ private:
     std::unique_ptr<CSource> m_pSource; ///< null until `Init`
     std::unique_ptr<SDKFactory> m_pAux; ///< null until `Init`
     mutable std::mutex m_mutexResponse; ///< guards the callback, which a delivery may be asking for
-    ResponseCallBack m_fnResponse;
+    std::shared_ptr<const ResponseCallBack> m_pResponse; ///< null until one is set
     std::string m_strBaseUrl;
     std::map<int, std::string> m_mapUrl;
 };

@@ -246,6 +246,37 @@ TEST_F(VelClientSdk, HandsOutACopyOfTheReceiverUnderAnyKey)
     EXPECT_EQ(nCalls, 3);
 }
 
+/// A receiver that asks the client for its receiver when it is copied, once for each time that is wished.
+class AskingReceiver
+{
+public:
+    AskingReceiver(const VelClientSDk& client, bool& bAsks) : m_client(client), m_bAsks(bAsks) {}
+    AskingReceiver(const AskingReceiver& other) : m_client(other.m_client), m_bAsks(other.m_bAsks)
+    {
+        if (std::exchange(m_bAsks, false)) {
+            EXPECT_TRUE(m_client.GetResponseCallBack("source"));
+        }
+    }
+    ~AskingReceiver() = default;
+    AskingReceiver& operator=(const AskingReceiver&) = delete;
+
+    void operator()(int, const void*, const void*, int) const {}
+
+private:
+    const VelClientSDk& m_client;
+    bool& m_bAsks;
+};
+
+TEST_F(VelClientSdk, LocksNothingWhileTheReceiverIsCopied)
+{
+    const auto& client = static_cast<const VelClientSDk&>(m_client);
+    bool bAsks = false;
+    m_client.SetResponseCallBack(AskingReceiver(client, bAsks));
+    bAsks = true;
+    EXPECT_TRUE(client.GetResponseCallBack("source"));
+    EXPECT_FALSE(bAsks);
+}
+
 TEST_F(VelClientSdk, AReceiverMayReplaceItselfWhileItIsCalled)
 {
     const auto pState = std::make_shared<std::string>("before");
