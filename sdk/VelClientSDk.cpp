@@ -19,6 +19,7 @@ IVelClientSDk::~IVelClientSDk() = default;
 
 VelClientSDk::VelClientSDk()
 {
+    ReplyLimits(); // read now: on the delivering thread it might be while the host changes its environment
     std::vector<std::string> vecComplaints;
     ReadReplyLimits(vecComplaints);
     for (const std::string& strComplaint : vecComplaints) {

@@ -9,7 +9,7 @@
 // makes a value of 16 to 100 bytes, and a decoder, of an element of a list, a record of up to 288. So values
 // and elements are bounded, and a reply that holds more counts as one that can't be parsed.
 //
-// Settings, read from the environment once, when the first limit is asked for:
+// Settings, read from the environment once, when the SDK's client is made or a limit is asked for before:
 //
 // | variable                       | meaning                                                    | default |
 // |--------------------------------|------------------------------------------------------------|---------|
