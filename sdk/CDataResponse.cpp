@@ -137,7 +137,7 @@ void CDataResponse::LogExchangeFailure(int nLine, int nType, int nHttpError) con
     try {
         Log_Write(1, "VelCSDK::CDataResponse::CHttpCallBack", nLine, "proctol:%s http-error:%s",
                   EndpointPath(nType).c_str(), std::to_string(nHttpError).c_str());
-    } catch (const std::exception&) { // no memory for the line: the failure is answered all the same
+    } catch (...) { // no memory for the line, or a log that throws: the failure is answered all the same
     }
 }
 

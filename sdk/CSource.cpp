@@ -58,8 +58,7 @@ void LogUndecoded(int nType, const std::exception& error) noexcept
     try {
         Log_Write(1, "VelCSDK::CSource::Decode", 1, "reply to a request of type %d counts as a failure: %s",
                   nType, error.what());
-    } catch (
-        const std::exception&) { // no memory for the line either; the failure is handed over all the same
+    } catch (...) { // no memory for the line either, or a log that throws: the reply still gets its answer
     }
 }
 

@@ -15,7 +15,7 @@ namespace VelCSDK
 void LogUndecoded(int nType, const std::exception& error) noexcept;
 
 /// Does a step of decoding.
-/// @return false, with a line in the log, where it threw
+/// @return false where it threw, with a line in the log unless it was the log that threw
 template <class Step>
 bool Attempt(int nType, Step&& fnStep) noexcept
 {
@@ -24,8 +24,9 @@ bool Attempt(int nType, Step&& fnStep) noexcept
         return true;
     } catch (const std::exception& error) {
         LogUndecoded(nType, error);
-        return false;
+    } catch (...) { // only a site's own log throws what is no std::exception
     }
+    return false;
 }
 
 /// Puts into a payload record what it repeats of its request; into most of them nothing.
@@ -36,8 +37,8 @@ void RepeatRequest(Payload& /*payload*/, const CUserData& /*user*/)
 void RepeatRequest(SSupportVer& payload, const CUserData& user);
 void RepeatRequest(SResponseGetProject& payload, const CUserData& user);
 
-/// Decodes and hands over: `fnRead` makes the payload record of the parsed reply. A reply
-/// that is too large, or for which there is no memory, is handed over as one that can't be parsed.
+/// Decodes and hands over: `fnRead` makes the payload record of the parsed reply. A reply that is too large,
+/// or for which there is no memory, is handed over as one that can't be parsed.
 template <class Read>
 void CSource::Decode(const std::string& body, int nType, void* pUserData, EArrayRoot eArrayRoot, Read fnRead)
 {

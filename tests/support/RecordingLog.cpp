@@ -3,6 +3,7 @@
 #include "platform/clog/clog.h"
 
 #include <array>
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -11,6 +12,7 @@ namespace
 {
 std::mutex g_mutex;
 std::vector<RecordedLine> g_vecLines;
+std::atomic<bool> g_bThrows = false;
 } // namespace
 
 std::vector<RecordedLine> RecordedLog()
@@ -25,6 +27,11 @@ void ClearRecordedLog()
     g_vecLines.clear();
 }
 
+void LetLogThrow(bool bThrows)
+{
+    g_bThrows = bThrows;
+}
+
 void Log_Write(int level, const std::string& where, int line, const char* format, ...)
 {
     std::array<char, 4096> text{};
@@ -34,4 +41,7 @@ void Log_Write(int level, const std::string& where, int line, const char* format
     va_end(arguments);
     const std::lock_guard<std::mutex> lock(g_mutex);
     g_vecLines.push_back({level, where, line, text.data()});
+    if (g_bThrows) {
+        throw 1;
+    }
 }

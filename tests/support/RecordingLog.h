@@ -20,3 +20,6 @@ struct RecordedLine {
 /// Stands in for libclog: keeps the lines of the process, in order. May be read from any thread.
 std::vector<RecordedLine> RecordedLog();
 void ClearRecordedLog();
+
+/// Whether each call throws something that is no std::exception, as a site's own log may.
+void LetLogThrow(bool bThrows);

@@ -277,6 +277,31 @@ TEST_F(VelClientSdk, LocksNothingWhileTheReceiverIsCopied)
     EXPECT_FALSE(bAsks);
 }
 
+TEST_F(VelClientSdk, ALogThatThrowsCostsNoAnswer)
+{
+    int nAnswers = 0;
+    int nFailures = 0;
+    m_client.SetResponseCallBack([&](int, const void*, const void*, int nResult) {
+        ++nAnswers;
+        nFailures += nResult == 0 ? 0 : 1;
+    });
+    const auto reply = [this](const std::string& strBody, int nHttpError) {
+        ClearRecordedLog();
+        LetLogThrow(true);
+        m_transport.Reply(strBody, nHttpError);
+        LetLogThrow(false);
+        EXPECT_FALSE(RecordedLog().empty());
+    };
+    m_client.GetUserInfo(1);
+    reply("no JSON", 0);
+    m_client.GetBattStatus("1");
+    reply("[" + std::string(3'000'000, ','), 0);
+    m_client.GetSupportVer("1");
+    reply("", -7);
+    EXPECT_EQ(nAnswers, 3);
+    EXPECT_EQ(nFailures, 3);
+}
+
 TEST_F(VelClientSdk, AReceiverMayReplaceItselfWhileItIsCalled)
 {
     const auto pState = std::make_shared<std::string>("before");
