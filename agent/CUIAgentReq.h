@@ -26,7 +26,7 @@ struct SyncWait;
 /// Threads: the object belongs to the thread that first called `Instance()`; call the senders there.
 ///
 /// Query texts: what the senders say to be a query text becomes a value of the URL's query as it is given;
-/// only what no URL may hold is encoded. A barcode `NO#1` arrives as `NO`, without the fields behind it, and
+/// only what no URL may hold is encoded. A barcode `NO#1` arrives as `NO`, without the fields after it, and
 /// `A&B=1` as two fields. Percent-encode the text yourself, with `QUrl::toPercentEncoding`, and it arrives
 /// whole; see docs/texts-in-requests.md.
 ///

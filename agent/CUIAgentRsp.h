@@ -15,7 +15,7 @@
 /// a report that never left (see `CUIAgentReq::SendPostReportChlStatus`) is emitted within that call, on the
 /// caller's thread. With Qt's automatic connection a receiver that lives in another thread gets them queued,
 /// through its event loop; a receiver without a thread of its own (a lambda without context) runs on the
-/// delivering thread and holds up the results behind it. Nothing is locked while receivers run: they may
+/// delivering thread and holds up the results after it. Nothing is locked while receivers run: they may
 /// block, run an event loop, send, or end the process. All arguments are values.
 ///
 /// An object of a subclass takes the results over from the object made before it, and keeps them to its own

@@ -26,7 +26,7 @@ using ResponseCallBack = std::function<void(int, const void*, const void*, int)>
 ///
 /// Query texts: what the operations say to be a query text becomes a value of the URL's query as it is given;
 /// the transport encodes only what no URL may hold. A barcode `NO#1` arrives as `NO`, without the fields
-/// behind it, and `A&B=1` as two fields. Percent-encode the text yourself (with Qt:
+/// after it, and `A&B=1` as two fields. Percent-encode the text yourself (with Qt:
 /// `QUrl::toPercentEncoding`) and it arrives whole; the context is then the encoded text. See
 /// docs/texts-in-requests.md.
 ///

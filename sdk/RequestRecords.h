@@ -28,7 +28,7 @@ struct tagRepoChlStatusInfo {
     std::string action_desc;
     std::string backup_dir;
     /// Sent as an integer, read as `std::stoi` reads it: white space, a sign, then decimal digits; what
-    /// stands behind them is ignored. " 12abc" is 12, "0x1" is 0. Without a digit there, or beyond the range
+    /// follows them is ignored. " 12abc" is 12, "0x1" is 0. Without a digit there, or beyond the range
     /// of `int`, the report fails before it leaves.
     std::string box;
     std::string cMax;

@@ -56,8 +56,8 @@ template <int nType>
 void* NewUserData(typename UserDataOf<nType>::Type userData);
 
 /// Takes over the user data of a request that came back with its reply, or whose sending failed, and frees
-/// it. What is not under way as user data of that type is not taken: it was before, or is none of ours. So
-/// whatever a transport does, nothing is freed twice, and nothing is read that was freed.
+/// it. A pointer that is not under way as user data of that type is left alone: it was taken before, or is
+/// not ours. So whatever a transport does, nothing is freed twice, and nothing is read that was freed.
 class CUserData
 {
 public:
@@ -66,7 +66,7 @@ public:
     CUserData(const CUserData&) = delete;
     CUserData& operator=(const CUserData&) = delete;
 
-    /// The request's context, as the response callback gets it; null when none was taken.
+    /// The request's context, as the response callback gets it; null when nothing was taken.
     const void* Context() const noexcept { return m_pUserData; }
 
     /// The same as the user data of a request of type `nType`.

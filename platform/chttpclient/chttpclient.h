@@ -26,7 +26,7 @@
 //   for "100 Continue". Compressed replies are unpacked.
 // - A callback that is slow holds up the callbacks behind it, but no exchange on the network.
 //
-// - A report is never sent twice: a POST of whose body anything was sent is not repeated when its connection
+// - A report is never sent twice: a POST is not repeated once any of its body was sent; when its connection
 //   dies, it fails. What the server can't have seen, and a GET, goes out again on a new connection.
 // - No report is lost because its connection was idle, to servers that keep idle connections for at least a
 //   second and are no more than 400 ms away, there and back: a POST goes out on a kept connection only within

@@ -58,8 +58,8 @@ LIBCLOG_API void Log_Write(int level, const std::string& where, int line, const 
 /// The library itself never calls this, so a replacement of this log need not have it. Look it up where it
 /// may be missing, by its name, which is not mangled: dlsym, GetProcAddress, QLibrary::resolve.
 ///
+/// May be called from any thread. It reads the settings when no line was written before.
+///
 /// @return an absolute path in UTF-8, valid to the end of the process; empty when the environment names no
 ///         folder
-///
-/// Reads the settings, if no line was written before. May be called from any thread.
 extern "C" LIBCLOG_API const char* Log_Folder();
