@@ -62,7 +62,7 @@ struct SAnswers {
 class OutOfMemory : public SdkTest, public testing::WithParamInterface<Operation>
 {
 protected:
-    /// Answers with the n-th allocation failing, and all behind it when `bFailsOn`.
+    /// Answers with the n-th allocation failing, and all after it when `bFailsOn`.
     /// @return false when there were not so many
     bool AnswerWithFailing(int nAllocation, bool bFailsOn, int nHttpError = 0)
     {

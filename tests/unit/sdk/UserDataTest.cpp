@@ -13,8 +13,8 @@
 namespace
 {
 
-/// Objects of which is counted how often they are freed; none of them really is, so that each stays itself.
-/// Under the address sanitizer they are freed really: it knows more than a count.
+/// Counts how often each of its objects is freed. None is really freed, so that no address is used twice.
+/// Under the address sanitizer they are: it knows more than a count.
 class CWatched
 {
 public:
