@@ -19,7 +19,7 @@ std::string Pack(const std::string& strText, int nFrame)
         Z_OK) {
         throw std::bad_alloc();
     }
-    std::string strPacked(deflateBound(&stream, strText.size()), '\0');
+    std::string strPacked(deflateBound(&stream, static_cast<uLong>(strText.size())), '\0');
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(strText.data()));
     stream.avail_in = static_cast<uInt>(strText.size());
     stream.next_out = reinterpret_cast<Bytef*>(strPacked.data());
