@@ -2,6 +2,7 @@
 
 #include "platform/system/ProcessEnd.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QNetworkAccessManager>
@@ -233,6 +234,11 @@ void CBlockingCall::Run(QEventLoop& loop)
         return;
     }
     pThread->vecLoops.push_back(&loop);
+    // Within a handler of a posted event, Qt's GLib dispatcher takes up the other events posted before it
+    // only when it is woken up. Among them may be the one that sends the report of an outer call.
+    if (QAbstractEventDispatcher* const pDispatcher = QAbstractEventDispatcher::instance()) {
+        pDispatcher->wakeUp();
+    }
     loop.exec();
     pThread->vecLoops.pop_back();
 }

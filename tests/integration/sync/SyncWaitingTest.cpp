@@ -130,6 +130,25 @@ TEST_F(SyncRoad, CallsOfDifferentKindsNest)
     EXPECT_TRUE(m_bAllow);
 }
 
+TEST_F(SyncRoad, AnInnerCallFromAnEventPostedBeforeTheOuterCallDoesNotHoldUpTheOuterReport)
+{
+    std::atomic<bool> bReported = false;
+    const ScriptedServer outer([&](const WireRequest&) {
+        bReported = true;
+        return ServerStep{HttpReply(200, R"({"code":"success","message":"saved"})")};
+    });
+    const ScriptedServer inner([&](const WireRequest&) {
+        WaitUntil(bReported);
+        return ServerStep{HttpReply(200, R"({"success":true,"common":true})")};
+    });
+    constexpr int INNER_MS = 5'000;
+    bool bInner = false;
+    QMetaObject::invokeMethod(
+        &m_request, [&] { bInner = InCommon(inner, INNER_MS); }, Qt::QueuedConnection);
+    EXPECT_TRUE(m_request.SendPostReportCycleDataEx(Base(outer), ENOUGH_MS, ""));
+    EXPECT_TRUE(bInner) << "the report was sent only after the inner call";
+}
+
 TEST_F(SyncRoad, ASecondCallOfTheSameKindReturnsAtOnceAndItsRequestIsSent)
 {
     std::atomic<bool> bRelease = false;
