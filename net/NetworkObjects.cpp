@@ -1,6 +1,7 @@
 #include "NetworkUse.h"
 
 #include "platform/system/ProcessEnd.h"
+#include "platform/system/QuietThread.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -12,14 +13,20 @@
 #include <QUrl>
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace
 {
 
 // How long each request may take that nobody answers. They fail at once, unless the machine is in trouble.
 constexpr int PATIENCE_MS = 1'000;
+// How long the caller waits for both. They can't be made while the caller holds the lock of the system's
+// loader, as it does where it is the constructor of a static object of a library that is being loaded.
+constexpr std::chrono::seconds LONGEST_WAIT{3};
 
 /// Requests to the port that nothing can listen on: Qt makes all of its objects, and nothing leaves the
 /// machine.
@@ -38,6 +45,25 @@ void MakeFailingRequests()
     }
 }
 
+/// Makes the requests on a thread of their own, so that no event of the host's is handled meanwhile.
+/// @return false when that took too long; then they go on
+bool MadeRequestsInTime()
+{
+    std::promise<void> made;
+    const std::future<void> end = made.get_future();
+    std::thread thread = StartQuietThread([made = std::move(made)]() mutable {
+        MakeFailingRequests();
+        made.set_value();
+    });
+    const bool bInTime = end.wait_for(LONGEST_WAIT) == std::future_status::ready;
+    if (bInTime) {
+        thread.join();
+    } else {
+        thread.detach();
+    }
+    return bInTime;
+}
+
 } // namespace
 
 void PrepareNetwork()
@@ -50,9 +76,9 @@ void PrepareNetwork()
     const std::lock_guard<std::mutex> lock(mutex);
     if (!bPrepared) {
         const QNetworkAccessManager first; // some of what it makes belongs to the thread of the application
-        // The thread is one of its own, so its loop handles no event of the host's.
-        std::thread(&MakeFailingRequests).join();
-        AtProcessEnd(&EndNetworkUse);
-        bPrepared = true;
+        if (MadeRequestsInTime()) {
+            AtProcessEnd(&EndNetworkUse);
+            bPrepared = true;
+        }
     }
 }

@@ -41,8 +41,8 @@ private:
 void HoldBack(std::chrono::milliseconds pause);
 
 /// Makes what Qt makes with the first requests, and registers `EndNetworkUse` after it, since what is made
-/// first is destroyed last. Once a process; without a QCoreApplication it does nothing, and may be called
-/// again.
+/// first is destroyed last. Once a process. Without a QCoreApplication it does nothing, and it gives up after
+/// 3 s; then it may be called again.
 void PrepareNetwork();
 
 /// Ends all use of the network, as the process ends: that of this thread at once, that of the others within 5

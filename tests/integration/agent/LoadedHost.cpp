@@ -1,0 +1,10 @@
+// A library of a host that makes the agent while it is being loaded.
+
+#include <ktshttpagent/CUIAgentReq.h>
+
+namespace
+{
+
+[[maybe_unused]] const CUIAgentReq* const g_pRequest = CUIAgentReq::Instance();
+
+} // namespace
