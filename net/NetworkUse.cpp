@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -125,25 +124,27 @@ thread_local bool t_bGone = false; ///< so that a static object that goes later 
 /// What belongs to a thread goes before anything static when that thread calls exit() or returns from main,
 /// so also before what Qt's own threads are using or just making.
 struct SOwner {
-    const std::unique_ptr<SThread> pThread = std::make_unique<SThread>();
+    SThread* const pThread = new SThread;
 
     SOwner()
     {
         const std::lock_guard<std::mutex> lock(Threads().mutex);
-        Threads().vecThreads.push_back(pThread.get());
+        Threads().vecThreads.push_back(pThread);
     }
     ~SOwner()
     {
         t_bGone = true;
-        if (ThreadsAreGone()) { // for which each manager would wait
+        if (ThreadsAreGone()) { // for which each manager would wait, and one of which may hold a lock of Qt's
             return;
         }
-        SleepIfStopped(*pThread);
         EndAll(*pThread);
-        const std::lock_guard<std::mutex> lock(Threads().mutex);
-        auto& vecThreads = Threads().vecThreads;
-        vecThreads.erase(std::remove(vecThreads.begin(), vecThreads.end(), pThread.get()), vecThreads.end());
-        Threads().changed.notify_all();
+        {
+            const std::lock_guard<std::mutex> lock(Threads().mutex);
+            auto& vecThreads = Threads().vecThreads;
+            vecThreads.erase(std::remove(vecThreads.begin(), vecThreads.end(), pThread), vecThreads.end());
+            Threads().changed.notify_all();
+        }
+        delete pThread;
     }
     SOwner(const SOwner&) = delete;
     SOwner& operator=(const SOwner&) = delete;
@@ -156,7 +157,7 @@ SThread* ThisThread()
         return nullptr;
     }
     thread_local const SOwner owner;
-    return owner.pThread.get();
+    return owner.pThread;
 }
 
 void EndOfApplication()
@@ -165,8 +166,9 @@ void EndOfApplication()
         EndAll(*pThread);
     }
     std::unique_lock<std::mutex> lock(Threads().mutex);
-    Threads().bApplicationEnds = true;
-    StopOthers(lock);
+    if (!std::exchange(Threads().bApplicationEnds, true)) { // each thread registers this function
+        StopOthers(lock);
+    }
 }
 
 void WatchApplication(SThread& thread)

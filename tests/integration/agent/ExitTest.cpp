@@ -31,6 +31,7 @@ const std::string KINDS[] = {
     "exit-in-a-timer-slot-during-nested-calls",
     "exit-in-main-while-a-worker-waits",
     "return-from-main-while-a-worker-waits",
+    "exit-in-main-that-waits-for-an-idle-worker",
     "exit-on-another-thread-during-a-handshake",
     "exit-on-another-thread-during-a-slot-of-the-host",
     "quick-exit-on-another-thread",

@@ -165,6 +165,25 @@ void WorkerThatWaits()
     std::this_thread::sleep_for(UpTo(30));
 }
 
+/// The agent on a thread of its own, which has made a blocking call and now waits for the process's end to
+/// tell it to return.
+void IdleWorker()
+{
+    static auto& end = *new std::promise<void>;
+    static auto& worker = *new std::thread;
+    std::atexit([] {
+        end.set_value();
+        worker.join();
+    });
+    std::promise<void> called;
+    worker = std::thread([&called] {
+        Check(RefusingPortNumber());
+        called.set_value();
+        end.get_future().wait();
+    });
+    called.get_future().wait();
+}
+
 struct SKind {
     const char* szName;
     void (*pfnRun)();
@@ -231,6 +250,11 @@ const SKind KINDS[] = {
          Exit();
      }},
     {"return-from-main-while-a-worker-waits", [] { WorkerThatWaits(); }},
+    {"exit-in-main-that-waits-for-an-idle-worker",
+     [] {
+         IdleWorker();
+         Exit();
+     }},
     {"exit-on-another-thread-during-a-handshake",
      [] {
          ExitOnAnotherThread(UpTo(60));
