@@ -14,6 +14,7 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPointer>
 #include <QThread>
 
 #include <json/value.h>
@@ -100,9 +101,9 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     PrepareNetwork();
     SyncWait& wait = *m_mapSyncWait.value(request.nType);
     const CWaitWatch watch(wait, nTimeout);
-    auto* const pManager = new NAManager(nullptr); // deletes itself after its answer, however late that comes
+    const QPointer<NAManager> pManager = new NAManager(nullptr); // deletes itself after its answer
     watch.Follow(*pManager);
-    connect(pManager, SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
+    connect(pManager.data(), SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
     const QString strUrl = QString::fromStdString(
         request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery);
     pManager->SendRequest(strUrl, QByteArray::fromStdString(request.strBody), request.nMethod);
@@ -112,6 +113,9 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     outcome.nType = request.nType;
     outcome.strUrl = strUrl;
     KeepOutcome(outcome);
+    if (pManager != nullptr) { // a thread without an event loop would keep it after its answer
+        QCoreApplication::sendPostedEvents(pManager, QEvent::DeferredDelete);
+    }
     return wait;
 }
 
