@@ -17,7 +17,6 @@
 #include <future>
 #include <mutex>
 #include <thread>
-#include <utility>
 
 namespace
 {
@@ -45,23 +44,26 @@ void MakeFailingRequests()
     }
 }
 
-/// Makes the requests on a thread of their own, so that no event of the host's is handled meanwhile.
-/// @return false when that took too long; then they go on
-bool MadeRequestsInTime()
-{
+/// The requests, made on a thread of their own, so that no event of the host's is handled meanwhile.
+struct SRequests {
     std::promise<void> made;
-    const std::future<void> end = made.get_future();
-    std::thread thread = StartQuietThread([made = std::move(made)]() mutable {
+    std::future<void> end = made.get_future();
+    std::thread thread = StartQuietThread([this] {
         MakeFailingRequests();
         made.set_value();
     });
-    const bool bInTime = end.wait_for(LONGEST_WAIT) == std::future_status::ready;
-    if (bInTime) {
-        thread.join();
-    } else {
-        thread.detach();
+};
+
+/// Makes the requests, or goes on to wait for them.
+/// @return false when that took too long; then they go on
+bool MadeRequestsInTime()
+{
+    static SRequests& requests = *new SRequests; // never destroyed: the thread may still run then
+    if (requests.end.wait_for(LONGEST_WAIT) != std::future_status::ready) {
+        return false;
     }
-    return bInTime;
+    requests.thread.join();
+    return true;
 }
 
 } // namespace
