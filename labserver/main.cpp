@@ -32,7 +32,7 @@ int ParseAndServe(int nArguments, char** ppszArguments)
         ->capture_default_str();
     app.add_option("--address", options.strAddress, "Address to listen on")
         ->check([](const std::string& strText) {
-            return strText.empty() ? std::string("An empty address is none") : std::string();
+            return strText.empty() ? std::string("The address must not be empty") : std::string();
         })
         ->capture_default_str();
     app.add_option("--data", options.strDataFile, "SQLite file to keep everything in; without it, memory");
