@@ -200,11 +200,13 @@ void WatchInFlight(QNetworkAccessManager& manager)
     }
     vecManagers.push_back(&manager);
     Count(*pThread, 1);
-    QObject::connect(&manager, &QObject::destroyed, &pThread->anchor, [pThread](const QObject* pGone) {
+    const auto fnForget = [pThread](const QObject* pGone) {
         auto& vecLeft = pThread->vecManagers;
         vecLeft.erase(std::remove(vecLeft.begin(), vecLeft.end(), pGone), vecLeft.end());
         Count(*pThread, -1);
-    });
+    };
+    // Direct, since `EndAll` relies on it also where the thread is past its end for Qt.
+    QObject::connect(&manager, &QObject::destroyed, &pThread->anchor, fnForget, Qt::DirectConnection);
 }
 
 CBlockingCall::CBlockingCall()
