@@ -1,6 +1,6 @@
 #pragma once
 
-/// While one exists, the record behind a response may be moved into the answer to the host rather than
+/// While one exists, the record of a response may be moved into the answer to the host rather than
 /// copied: nobody reads it afterwards. It counts on the thread that made it.
 ///
 /// Whoever calls the handlers of `CUIAgentRsp` without one, as a subclass may, keeps its record unchanged.

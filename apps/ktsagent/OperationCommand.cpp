@@ -67,7 +67,7 @@ void AddArgument(CLI::App& command, const OperationOption& option, QStringList& 
 }
 
 /// Adds an option that is an integer. CLI11's own conversion takes an empty text for 0.
-/// @param strName  with its dashes; other names behind commas
+/// @param strName  with its dashes; other names after commas
 CLI::Option& AddInteger(CLI::App& command, const std::string& strName, const std::string& strHelp,
                         std::function<void(int)> fnTake, int nMin = std::numeric_limits<int>::min())
 {

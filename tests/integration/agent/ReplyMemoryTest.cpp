@@ -125,7 +125,7 @@ protected:
     LogFolder m_log;
 };
 
-/// The number behind a word at the beginning of one of the lines.
+/// The number after a word at the beginning of one of the lines.
 long long Number(const Departure& departure, const std::string& strWord)
 {
     for (const std::string& strLine : departure.vecLines) {

@@ -109,7 +109,7 @@ TEST_F(QueryTexts, AnAmpersandBeginsAFieldOfItsOwn)
     }
 }
 
-TEST_F(QueryTexts, AHashCutsOffTheFieldsBehindItToo)
+TEST_F(QueryTexts, AHashCutsOffTheFieldsAfterItToo)
 {
     tagSRequestGetChannelCheckData req{1201, 107, "NO#1", "KTS-0001", "3", "p"};
     EXPECT_FALSE(m_request.SendGetChannelCheckDataEx(m_strHost, m_server.Port(), ENOUGH_MS, req, m_bAllow,
