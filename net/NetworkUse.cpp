@@ -20,7 +20,8 @@ namespace
 
 // How long an end waits for the other threads. A receiver that hangs must not keep the process from ending.
 constexpr std::chrono::seconds STOP_GRACE{5};
-// How long a stopped thread sleeps: longer than an end takes whose every part takes as long as it may.
+// How long a stopped thread sleeps: longer than an end takes, unless several parts of it wait as long as they
+// may.
 constexpr std::chrono::seconds SLEEP_OF_THE_STOPPED{10};
 
 /// What one thread is using.
