@@ -16,6 +16,7 @@
 #include <chrono>
 #include <future>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace
@@ -78,9 +79,13 @@ void PrepareNetwork()
     const std::lock_guard<std::mutex> lock(mutex);
     if (!bPrepared) {
         const QNetworkAccessManager first; // some of what it makes belongs to the thread of the application
-        if (MadeRequestsInTime()) {
-            AtProcessEnd(&EndNetworkUse);
-            bPrepared = true;
+        try {
+            if (MadeRequestsInTime()) {
+                AtProcessEnd(&EndNetworkUse);
+                bPrepared = true;
+            }
+        } catch (const std::system_error&) {
+            // There is no thread left for them; the next call tries again.
         }
     }
 }
