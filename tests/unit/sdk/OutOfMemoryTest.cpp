@@ -95,6 +95,11 @@ protected:
 
 TEST_P(OutOfMemory, IsAFailedReplyWithItsOneAnswer)
 {
+#if defined(_WIN32)
+    if (GetParam().nType == VelCSDK::RequestType::GetUserInfo) {
+        GTEST_SKIP() << "all its memory comes from jsoncpp's DLL, which has an operator new of its own";
+    }
+#endif
     int nFailures = 0;
     for (const bool bFailsOn : {false, true}) {
         for (int nAllocation = 1; AnswerWithFailing(nAllocation, bFailsOn); ++nAllocation) {
