@@ -125,9 +125,14 @@ INSTANTIATE_TEST_SUITE_P(
         EndCase{
             "Closed", {"", ServerStep::Ending::Close}, EBlockingEnd::Failed, false, 0, "onnection closed"},
         EndCase{"Reset", {"", ServerStep::Ending::Reset}, EBlockingEnd::Failed, false, 0, "onnection"},
-        EndCase{"Empty", {HttpReply(200, "")}, EBlockingEnd::Unreadable, false, 200, "the body is not JSON: "},
         EndCase{
-            "Html", {HttpReply(200, "<html>")}, EBlockingEnd::Unreadable, false, 200, "the body is not JSON: "},
+            "Empty", {HttpReply(200, "")}, EBlockingEnd::Unreadable, false, 200, "the body is not JSON: "},
+        EndCase{"Html",
+                {HttpReply(200, "<html>")},
+                EBlockingEnd::Unreadable,
+                false,
+                200,
+                "the body is not JSON: "},
         EndCase{"Silence", NEVER, EBlockingEnd::TimedOut, false, 0, "no answer came within 200 ms"},
         EndCase{"EmptyArray",
                 {HttpReply(200, "[]")},

@@ -1,6 +1,7 @@
 // Where memory runs out in a decoder, its request still gets its one answer, a failure. Each allocation is
 // made to fail in turn.
 
+#include "RequestCatalogue.h"
 #include "SdkFixture.h"
 
 #include <cstdlib>
