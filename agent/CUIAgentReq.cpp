@@ -58,7 +58,7 @@ CUIAgentReq::~CUIAgentReq()
     if (HasNetworkUseEnded()) { // a sender, stopped where it waits, may never leave the loop of its record
         // Atomic, since a compiler may leave out any other store that nobody reads.
         static std::atomic<QMap<int, SyncWait*>*> pKept;
-        pKept = new QMap<int, SyncWait*>(m_mapSyncWait);
+        pKept = new (std::nothrow) QMap<int, SyncWait*>(m_mapSyncWait);
     } else {
         qDeleteAll(m_mapSyncWait);
     }
