@@ -113,7 +113,9 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     outcome.nType = request.nType;
     outcome.strUrl = strUrl;
     KeepOutcome(outcome);
-    if (pManager != nullptr) { // a thread without an event loop would keep it after its answer
+    // A thread without an event loop would keep it after its answer. Elsewhere the loop deletes it, which
+    // keeps this caller from waiting for the end of the manager's own thread.
+    if (pManager != nullptr && QThread::currentThread()->loopLevel() == 0) {
         QCoreApplication::sendPostedEvents(pManager, QEvent::DeferredDelete);
     }
     return wait;
