@@ -10,6 +10,8 @@
 #include "net/NetworkUse.h"
 #include "platform/system/ProcessEnd.h"
 
+#include <QThread>
+
 #include <atomic>
 #include <map>
 #include <memory>
@@ -37,7 +39,11 @@ CUIAgentReq* CUIAgentReq::Instance()
         PrepareNetwork();
         AtProcessEnd([] {
             EndNetworkUse(); // first: no blocking sender may be at work in what is destroyed
-            Instance()->~CUIAgentReq();
+            // The object of another thread lasts as long as the process: that thread runs on until then, and
+            // may call at any time.
+            if (Instance()->thread() == QThread::currentThread()) {
+                Instance()->~CUIAgentReq();
+            }
         });
         return pMade;
     }();

@@ -157,7 +157,8 @@ void WorkerThatWaits()
 {
     std::promise<void> made;
     std::thread([&made] {
-        CUIAgentReq::Instance();
+        // It may call again at any time until the process is gone, so its object must last as long.
+        QObject::connect(CUIAgentReq::Instance(), &QObject::destroyed, [] { std::_Exit(4); });
         made.set_value();
         CheckForEver(SilentPort());
     }).detach();
