@@ -2,20 +2,27 @@
 # debian_source.sh FOLDER PACKAGE...: downloads the sources of Debian packages into a folder: what their .dsc names,
 # not unpacked. PACKAGE is the source package's name, or NAME=VERSION. Needs no root and leaves the machine's own
 # source lists as they are: apt-get gets lists of its own, made from those of the binary packages.
+# Nothing gets into the folder whose sum is not in the index that Debian's archive signed, whatever other keys this
+# machine trusts. KTS_ARCHIVE_KEYRING names another keyring, for a mirror that signs by itself.
 set -euo pipefail
 folder=$1
 shift
-
-mkdir -p "$folder/apt/lists/partial" "$folder/apt/archives/partial"
+keyring=${KTS_ARCHIVE_KEYRING:-/usr/share/keyrings/debian-archive-keyring.gpg}
+mkdir -p "$folder"
 folder=$(cd "$folder" && pwd)
+# shellcheck source=SCRIPTDIR/apt.sh
+. "$(dirname "${BASH_SOURCE[0]}")/apt.sh"
 
-apt_source() {
-  apt-get -o Dir::Etc::SourceList="$folder/apt/sources.list" -o Dir::Etc::SourceParts=/dev/null \
-    -o Dir::State::Lists="$folder/apt/lists" -o Dir::Cache="$folder/apt" -o APT::Sandbox::User= "$@"
+# with_sources COMMAND OPTIONS...: one of apt's commands, with the lists of sources.
+with_sources() {
+  "$@" "${apt_protections[@]}" -o Dir::Etc::SourceList="$apt_folder/sources.list" -o Dir::Etc::SourceParts=/dev/null \
+    -o Dir::State::Lists="$apt_folder/lists" -o Dir::Cache="$apt_folder"
 }
 
+# shellcheck disable=SC2016 # apt's own placeholders
 apt-get indextargets --format 'deb-src $(REPO_URI) $(RELEASE) $(COMPONENT)|$(ORIGIN)' 'Created-By: Packages' |
-  sed -n 's/|Debian$//p' | sort -u >"$folder/apt/sources.list"
-apt_source update
-cd "$folder"
-apt_source source --download-only "$@"
+  sed -n "s/|Debian\$//; T; s|^deb-src |&[signed-by=$keyring] |p" | sort -u >"$apt_folder/sources.list"
+with_sources apt-get update
+(cd "$apt_folder/files" && with_sources apt-get source --download-only "$@")
+with_sources apt-cache showsrc --only-source "${@%%=*}" |
+  awk '/^[^ ]/ { sums = /^Checksums-Sha256:/ } sums && /^ / { print $1 "  " $3 }' | hand_over "$folder"

@@ -62,7 +62,7 @@ fetch_sources() {
 
 unpack() {
   rm -rf "${work:?}/src/$2"
-  logged "unpack-$2" dpkg-source --no-check -x "$work/src/$1"_*.dsc "$work/src/$2"
+  logged "unpack-$2" dpkg-source -x "$work/src/$1"_*.dsc "$work/src/$2"
 }
 
 build_qt() {

@@ -38,10 +38,9 @@ add_executable(host main.cpp)
 target_link_libraries(host PRIVATE ktshttpagent::ktshttpagent Qt5::Core)
 LISTS
 package=$(cd .. && pwd)
-cmake -G Ninja -S "$folder/host" -B "$folder/host/build" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
-  -DKTS_WINDOWS_PREFIX="$prefix" -DCMAKE_BUILD_TYPE=Release -Dktshttpagent_DIR="$package/lib/cmake/ktshttpagent" \
-  >"$folder/host/log.txt" 2>&1 && ninja -C "$folder/host/build" >>"$folder/host/log.txt" 2>&1 ||
-  { cat "$folder/host/log.txt"; exit 1; }
+{ cmake -G Ninja -S "$folder/host" -B "$folder/host/build" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
+  -DKTS_WINDOWS_PREFIX="$prefix" -DCMAKE_BUILD_TYPE=Release -Dktshttpagent_DIR="$package/lib/cmake/ktshttpagent" &&
+  ninja -C "$folder/host/build"; } >"$folder/host/log.txt" 2>&1 || { cat "$folder/host/log.txt"; exit 1; }
 cp "$folder/host/build/host.exe" .
 # The host of the README asks port 8080, where most likely nobody listens; either way it says what came of it.
 "$here/wine.sh" host.exe 2>&1 | tr -d '\r' | tee "$folder/host.txt"

@@ -32,7 +32,7 @@ sockets = [socket.socket() for _ in range(3)]
 for one in sockets:
     one.bind(("127.0.0.1", 0))
 print(*(one.getsockname()[1] for one in sockets), sep="\n")')
-servers= next=0
+servers='' next=0
 for name in proper expired othername; do
   port=${ports[next++]}
   echo "$name $port" >>ports.txt

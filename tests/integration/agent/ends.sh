@@ -10,6 +10,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 export CLOG_DIR=$folder KTSHTTPAGENT_SETTINGS_ROOT=$folder MALLOC_PERTURB_=165
 
+# shellcheck disable=SC2317 # it is called by the shells that xargs starts
 # Prints the status of an end that was not clean: of a crash it is 128 and the signal, of a hang 124.
 one_end() {
   local status=0

@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# scripts_test.sh FOLDER: no script of the tree gives up a protection of apt's or a check of what was fetched, and none
+# writes to a temporary file whose name another user can guess.
+set -euo pipefail
+cd "$1"
+mapfile -t scripts < <(find . \( -name .git -o -path ./build -o -path ./tests/supply \) -prune -o -type f -print0 |
+  xargs -0 awk 'FNR == 1 && (/^#!.*sh$/ || /^# shellcheck shell=/) { print FILENAME } { nextfile }')
+[ ${#scripts[@]} -ge 15 ] || { echo "found no more than ${#scripts[@]} scripts"; exit 1; }
+result=0
+never() { # never WHY PATTERN
+  ! grep -nEi -e "$2" "${scripts[@]}" || { printf -- '-- %s\n' "$1"; result=1; }
+}
+never 'apt without its protections' 'sandbox.*=|allow-?unauthenticated(=(true|1|yes))?( |$)|trusted=yes|insecure[a-z]*=(true|1|yes)|force-yes'
+never 'unpacks or fetches without a check' '--no-check|--insecure|(curl|wget) .*-k '
+never 'a name that can be guessed' '/tmp/|TMPDIR[^}]*}?/[^ ]*\$\$'
+exit "$result"
