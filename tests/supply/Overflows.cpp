@@ -1,0 +1,87 @@
+// Writes beyond the end of a buffer, in the way that its argument names, and says so if it lived on. What a
+// protection ends it with differs from what happens by itself: an abort on Linux, on Windows status 3.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+namespace
+{
+
+#ifdef _WIN32
+LONG WINAPI end(EXCEPTION_POINTERS* exception)
+{
+    std::_Exit(exception->ExceptionRecord->ExceptionCode == EXCEPTION_ILLEGAL_INSTRUCTION ? 3 : 4);
+}
+#endif
+
+[[gnu::noinline]] void fill(volatile char* to, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        to[i] = 'x';
+    }
+}
+
+[[gnu::noinline]] char overflowStack(std::size_t count)
+{
+    volatile char buffer[16] = {};
+    fill(buffer, count);
+    return buffer[3];
+}
+
+[[gnu::noinline]] char overflowArray(const std::string& text)
+{
+    char buffer[16] = {};
+    std::memcpy(buffer, text.data(), text.size());
+    return buffer[3];
+}
+
+/// Ends the process itself: going on, the allocator might notice.
+[[noreturn, gnu::noinline]] void overflowHeap(const std::string& text, std::size_t size)
+{
+    volatile char* const kept = static_cast<char*>(std::malloc(size));
+    if (kept == nullptr) {
+        std::_Exit(1);
+    }
+    std::memcpy(const_cast<char*>(kept), text.data(), text.size());
+    std::_Exit(kept[3] == 'x' ? 0 : 1);
+}
+
+/// Its frame is larger than the page that guards the end of a stack.
+[[gnu::noinline]] char largeFrame(std::size_t count)
+{
+    volatile char buffer[65536];
+    fill(buffer, count);
+    return buffer[3];
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+#ifdef _WIN32
+    SetUnhandledExceptionFilter(end);
+#endif
+    const std::string way = argc > 1 ? argv[1] : "";
+    const std::size_t count = argc > 2 ? std::strtoul(argv[2], nullptr, 10) : 0;
+    const std::string text(count, 'x');
+    char third = 'x';
+    if (way == "stack") {
+        third = overflowStack(count);
+    } else if (way == "array") {
+        third = overflowArray(text);
+    } else if (way == "heap") {
+        volatile std::size_t size = 16; // which the compiler can't know
+        overflowHeap(text, size);
+    } else if (way == "large-frame") {
+        third = largeFrame(count);
+    } else {
+        return 2;
+    }
+    std::printf("lived on: %c\n", third);
+    return 0;
+}

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# hardening_test.sh FILE HARDENING-CHECK OPTION...: how a library or program was built. Of an ELF file hardening-check
+# says it, which gets the options. "landing-pads" before them demands these of it. Skips (77) without hardening-check.
+set -euo pipefail
+export LC_ALL=C
+file=$1 checker=$2
+shift 2
+result=0
+fail() { echo "$file: $*"; result=1; }
+
+if [ "$(head -c 2 "$file")" = MZ ]; then
+  headers=$(objdump -p "$file")
+  for flag in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
+    grep -q "$flag" <<<"$headers" || fail "not $flag"
+  done
+  ! grep -q 'relocations stripped' <<<"$headers" || fail "can't be loaded elsewhere: it has no relocations"
+  grep -qa 'stack smashing detected' "$file" || fail "its stack is not protected"
+  exit "$result"
+fi
+
+[ -x "$checker" ] || { echo "skipped: no hardening-check; packaging/hardening_check.sh, which ./dev test runs, fetches it"; exit 77; }
+if [ "${1:-}" = landing-pads ]; then
+  shift
+  # Without the marks in its head that hardening-check looks for: the linker sets them only where each part has the
+  # instructions, and the C library's start files, which are part of everything, have none.
+  grep -qaP '\xf3\x0f\x1e\xfa' "$file" || fail "has no landing pads for indirect jumps"
+  set -- --nocfprotection "$@"
+fi
+"$checker" "$@" "$file" || result=1
+readelf -lW "$file" | grep -q 'GNU_STACK.* RW ' || fail "its stack may be executed"
+exit "$result"
