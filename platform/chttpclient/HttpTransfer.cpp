@@ -1,5 +1,6 @@
 #include "HttpTransfer.h"
 
+#include "Authorities.h"
 #include "UrlEncoding.h"
 #include "UrlParts.h"
 
@@ -103,8 +104,8 @@ void CHttpTransfer::SetConstantOptions()
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2)); // and newer
     Set(CURLOPT_QUICK_EXIT, 1L); // a slow name resolution holds nobody up
-    if (!m_settings.strCaFile.empty()) {
-        Set(CURLOPT_CAINFO, m_settings.strCaFile.c_str());
+    if (m_eSetUp == CURLE_OK) {
+        m_eSetUp = SetAuthorities(m_pEasy.get(), m_settings.strCaFile);
     }
 }
 

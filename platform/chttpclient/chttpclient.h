@@ -57,6 +57,9 @@
 //
 // A value that is no decimal number, or is out of its range, leaves the default in force and is logged.
 // Proxies are taken from the environment as libcurl does (http_proxy, https_proxy, no_proxy).
+//
+// CHTTPCLIENT_CA_FILE replaces the system's authorities and does not add to them: for servers, and for
+// proxies that are reached over TLS. It is read for each new connection.
 
 /// Receives a reply: its body, then the type and the user pointer that the request was sent with, then the
 /// error. The error is

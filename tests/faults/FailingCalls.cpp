@@ -2,12 +2,15 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 #include <dlfcn.h>
@@ -38,6 +41,35 @@ bool Fails(const char* szCall)
     }
     ++g_nFailed;
     return true;
+}
+
+/// An option that says whom to trust. Arrays: noting it must allocate nothing that could be made to fail.
+struct STrust {
+    int nOption;
+    std::array<char, 256> text;
+};
+
+std::mutex g_mutexTrust;
+std::array<STrust, 4> g_trust{{{CURLOPT_CAINFO, {"default"}},
+                               {CURLOPT_CAPATH, {"default"}},
+                               {CURLOPT_PROXY_CAINFO, {"default"}},
+                               {CURLOPT_PROXY_CAPATH, {"default"}}}};
+
+STrust* FindTrust(int nOption)
+{
+    STrust* const pFound = std::find_if(g_trust.begin(), g_trust.end(),
+                                        [&](const STrust& trust) { return trust.nOption == nOption; });
+    return pFound == g_trust.end() ? nullptr : pFound;
+}
+
+void NoteTrust(int nOption, const void* pValue)
+{
+    if (STrust* const pTrust = FindTrust(nOption)) {
+        const std::lock_guard<std::mutex> lock(g_mutexTrust);
+        const char* const szValue = pValue == nullptr ? "null" : static_cast<const char*>(pValue);
+        pTrust->text.fill('\0');
+        std::strncpy(pTrust->text.data(), szValue, pTrust->text.size() - 1);
+    }
 }
 
 bool OnMainThread()
@@ -98,6 +130,12 @@ std::size_t DisarmFailure()
 void WatchThreads(bool bOn)
 {
     g_bWatchThreads = bOn;
+}
+
+std::string LastTrust(int nOption)
+{
+    const std::lock_guard<std::mutex> lock(g_mutexTrust);
+    return FindTrust(nOption)->text.data();
 }
 
 bool WatchLibcurlAllocations()
@@ -165,9 +203,10 @@ CURLcode __wrap_curl_easy_setopt(CURL* pEasy, int nOption, ...)
     va_start(arguments, nOption);
     // Numbers, offsets and pointers are handed over alike.
     static_assert(sizeof(long) == sizeof(void*) && sizeof(curl_off_t) == sizeof(void*));
-    const CURLcode eResult = __real_curl_easy_setopt(pEasy, nOption, va_arg(arguments, void*));
+    void* const pValue = va_arg(arguments, void*);
     va_end(arguments);
-    return eResult;
+    NoteTrust(nOption, pValue);
+    return __real_curl_easy_setopt(pEasy, nOption, pValue);
 }
 
 curl_slist* __real_curl_slist_append(curl_slist* pList, const char* szText);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 /// Makes one call of the transport fail: the nth from now on of those that bear the name. The names are those
 /// of libcurl's functions, "pthread_create", "malloc" for libcurl's own allocations, and "operator new" for
@@ -22,3 +23,8 @@ void WatchThreads(bool bOn);
 /// Puts libcurl's allocations under control; to be called before anything else initialises libcurl.
 /// @return whether libcurl takes them
 bool WatchLibcurlAllocations();
+
+/// What a handle of libcurl was last told about whom to trust.
+/// @param nOption  CURLOPT_CAINFO, CURLOPT_CAPATH, CURLOPT_PROXY_CAINFO or CURLOPT_PROXY_CAPATH
+/// @return the text; "null" for a null pointer, "default" when it was told nothing
+std::string LastTrust(int nOption);

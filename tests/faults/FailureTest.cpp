@@ -3,6 +3,7 @@
 #include "FailingCalls.h"
 #include "TransportTest.h"
 
+#include <curl/curl.h>
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -218,4 +219,36 @@ TEST_F(TransportFailure, OfEveryAllocationOfLibcurlLosesNoCallback)
         CHttpClientUnInit();
     }
     RepliesAfterShutdown(m_nSeen);
+}
+
+// libcurl has authorities of its own, in a file and in a folder; the folder counts beside a file of ours.
+class TransportTrust : public TransportTest
+{
+protected:
+    void Exchange()
+    {
+        const ScriptedServer server{Ok()};
+        Start();
+        Get(server.Url("/"));
+        RepliesAfterShutdown(1);
+        EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(0));
+    }
+};
+
+TEST_F(TransportTrust, IsInAFileAloneOnceItIsNamed)
+{
+    Set("CHTTPCLIENT_CA_FILE", "/nowhere/ca.pem");
+    Exchange();
+    EXPECT_EQ(LastTrust(CURLOPT_CAINFO), "/nowhere/ca.pem");
+    EXPECT_EQ(LastTrust(CURLOPT_CAPATH), "null");
+    EXPECT_EQ(LastTrust(CURLOPT_PROXY_CAINFO), "/nowhere/ca.pem");
+    EXPECT_EQ(LastTrust(CURLOPT_PROXY_CAPATH), "null");
+}
+
+TEST_F(TransportTrust, IsLibcurlsOwnWithoutAFile)
+{
+    Exchange();
+    for (const int nOption : {CURLOPT_CAINFO, CURLOPT_CAPATH, CURLOPT_PROXY_CAINFO, CURLOPT_PROXY_CAPATH}) {
+        EXPECT_EQ(LastTrust(nOption), "default") << nOption;
+    }
 }

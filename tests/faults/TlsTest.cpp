@@ -50,8 +50,9 @@ protected:
 
     std::string CaFile() const { return (m_folder.Path() / "ca.pem").string(); }
 
-private:
     const LogFolder m_folder; ///< any temporary folder will do
+
+private:
     std::optional<Nginx> m_nginx;
 };
 
@@ -86,6 +87,45 @@ TEST_P(TransportTlsSession, IsResumedByTheNextConnection)
     EXPECT_EQ(vecReplies.at(1).strBody, "r");
 }
 
+class TransportTlsFile : public TransportTls
+{
+};
+
+// What OpenSSL would take for the system's authorities.
+TEST_P(TransportTlsFile, IsNotThatOfOpenSslsVariables)
+{
+    Set("SSL_CERT_FILE", CaFile());
+    Set("SSL_CERT_DIR", m_folder.Path().string());
+    Start();
+    Get(Url());
+    RepliesAfterShutdown(1);
+    EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(-60));
+}
+
+// Whoever takes an authority out of the file need not start the host anew.
+TEST_P(TransportTlsFile, IsReadForEachConnection)
+{
+    Set("CHTTPCLIENT_CA_FILE", CaFile());
+    Start();
+    Get(Url());
+    ASSERT_TRUE(m_replies.WaitFor(1));
+    std::filesystem::remove(CaFile());
+    CHttpClientSendRequest(TYPE, Url(), "", nullptr, true, false, ""); // always on a new connection
+    RepliesAfterShutdown(2);
+    EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(0, -77));
+}
+
+TEST_P(TransportTlsFile, VouchesForAProxyToo)
+{
+    Set("CHTTPCLIENT_CA_FILE", CaFile());
+    Set("http_proxy", Url(""));
+    Start();
+    Get("http://laboratory.invalid/");
+    const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(1);
+    EXPECT_EQ(vecReplies.at(0).nHttpError, 0);
+    EXPECT_EQ(vecReplies.at(0).strBody, "from nginx");
+}
+
 constexpr const char* GOOD_NAME = "IP:127.0.0.2";
 constexpr const char* GOOD_PROTOCOLS = "TLSv1.2 TLSv1.3";
 
@@ -102,6 +142,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::PrintToStringParamName());
 
 INSTANTIATE_TEST_SUITE_P(Peers, TransportTlsSession,
+                         testing::Values(TlsPeer{"Proper", GOOD_NAME, "2", GOOD_PROTOCOLS, true, 0}),
+                         testing::PrintToStringParamName());
+
+INSTANTIATE_TEST_SUITE_P(Peers, TransportTlsFile,
                          testing::Values(TlsPeer{"Proper", GOOD_NAME, "2", GOOD_PROTOCOLS, true, 0}),
                          testing::PrintToStringParamName());
 

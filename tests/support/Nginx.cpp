@@ -48,13 +48,13 @@ void WriteConfiguration(const std::filesystem::path& path, const std::string& st
 } // namespace
 
 bool MakeCertificates(const std::filesystem::path& folder, const std::string& strSubject,
-                      const std::string& strDays)
+                      const std::string& strDays, const std::string& strAuthority)
 {
     const std::string strKey =
         "openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -batch 2>>openssl.log ";
     const std::string strCommands =
         "cd '" + folder.string() + "' && " + strKey +
-        "-x509 -days 2 -keyout ca.key -out ca.pem -subj /CN=Authority && " + strKey +
+        "-x509 -days 2 -keyout ca.key -out ca.pem -subj /CN=" + strAuthority + " && " + strKey +
         "-keyout server.key -out server.csr -subj /CN=server -addext subjectAltName=" + strSubject +
         " && openssl x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial"
         " -copy_extensions copy -out server.pem 2>>openssl.log -days " +

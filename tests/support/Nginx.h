@@ -6,11 +6,12 @@
 #include <sys/types.h>
 
 /// Makes an authority (ca.pem) and a certificate for a server that it signed (server.pem, server.key).
-/// @param strSubject  the names that the certificate is for, "IP:127.0.0.1"
-/// @param strDays     how long it is valid from now on
+/// @param strSubject    the names that the certificate is for, "IP:127.0.0.1"
+/// @param strDays       how long it is valid from now on
+/// @param strAuthority  the authority's name: OpenSSL looks for one by that
 /// @return false when openssl failed; openssl.log in the folder says why
 bool MakeCertificates(const std::filesystem::path& folder, const std::string& strSubject,
-                      const std::string& strDays);
+                      const std::string& strDays, const std::string& strAuthority = "Authority");
 
 /// A real server on the loopback interface, in a process of its own.
 class Nginx
