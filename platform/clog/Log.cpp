@@ -1,18 +1,18 @@
 #include "Log.h"
 
 #include "LineEscaping.h"
+#include "LogSink.h"
 
+#include "platform/system/PrivateFolder.h"
 #include "platform/system/ProcessEnd.h"
 
 #include <spdlog/logger.h>
-#include <spdlog/sinks/rotating_file_sink.h>
 
 #include <array>
 #include <atomic>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #if !defined(_WIN32)
@@ -97,11 +97,9 @@ void Log::Write(int nLevel, std::string_view line)
     }
 }
 
-/// A file that was removed or moved away under us would take our lines to where nobody reads them.
 bool Log::IsOpen() const
 {
-    std::error_code error;
-    return m_pLogger != nullptr && std::filesystem::exists(m_pathFile, error);
+    return m_pLogger != nullptr && IsLogFileInPlace(*m_pLogger->sinks().front(), m_pathFile);
 }
 
 bool Log::Open()
@@ -125,11 +123,9 @@ void Log::MakeLogger()
     if (m_settings.pathFolder.empty()) {
         throw std::runtime_error("the environment names no folder for it, set CLOG_DIR");
     }
-    // spdlog would make the folder too, but a folder that can't be made would cost its callers five tries.
-    std::filesystem::create_directories(m_settings.pathFolder);
-    auto pSink = std::make_shared<spdlog::sinks::rotating_file_sink_st>(
-        m_pathFile.native(), m_settings.nFileBytes, m_settings.nFiles);
-    auto pLogger = std::make_shared<spdlog::logger>("ktshttpagent", std::move(pSink));
+    MakePrivateFolders(m_settings.pathFolder);
+    auto pLogger = std::make_shared<spdlog::logger>(
+        "ktshttpagent", OpenLogFile(m_pathFile, m_settings.nFileBytes, m_settings.nFiles));
     pLogger->set_pattern(LINE_PATTERN);
     pLogger->set_level(spdlog::level::trace);
     pLogger->flush_on(spdlog::level::trace);

@@ -48,8 +48,12 @@
 /// being the oldest. A line is never cut: one that is longer than a file may be has a file of its own.
 ///
 /// The user's state folder is `$XDG_STATE_HOME/ktshttpagent`, by default `~/.local/state/ktshttpagent`; on
-/// Windows `%LOCALAPPDATA%\ktshttpagent`. Programs that run at the same time should have a folder each,
-/// since each counts the size of its own lines only.
+/// Windows `%LOCALAPPDATA%\ktshttpagent`. Programs that run at the same time should have a folder each, since
+/// each counts the size of its own lines only.
+///
+/// On Linux files and folders that the log makes are for their owner alone, whatever the umask, and files
+/// that it goes on with become so. Only a regular file is written; a symbolic link, a pipe or a device in its
+/// place is a log that can't be written.
 LIBCLOG_API void Log_Write(int level, const std::string& where, int line, const char* format,
                            ...) LIBCLOG_PRINTF_LIKE;
 

@@ -11,6 +11,15 @@
 #include <ostream>
 #include <thread>
 
+#if !defined(_WIN32)
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#endif
+
 using namespace std::chrono_literals;
 using testing::AllOf;
 using testing::ElementsAre;
@@ -142,7 +151,7 @@ TEST(LogFile, OfManyWritersLosesAndTearsNoLine)
     }
 }
 
-// The three ways in which a log can be out of reach even for root.
+// Ways in which a log can be out of reach even for root.
 struct Obstacle {
     const char* szName;
     void (*fnRaise)(const LogFolder& folder);
@@ -167,17 +176,58 @@ void PutFolderInPlaceOfFile(const LogFolder& folder)
     std::filesystem::create_directory(folder.File());
 }
 
-#if !defined(_WIN32) // which has no device that is always full
-void FillDisk(const LogFolder& folder)
-{
-    std::filesystem::create_symlink("/dev/full", folder.File());
-}
-#endif
-
 void RemoveObstacleAtLog(const LogFolder& folder)
 {
     std::filesystem::remove(folder.File());
 }
+
+#if !defined(_WIN32) // which has none of these
+
+void LimitFileSizes(rlim_t nBytes)
+{
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    limit.rlim_cur = nBytes;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+/// There is no room behind what the log holds already. What goes to standard error is shorter.
+void FillDisk(const LogFolder& folder)
+{
+    constexpr std::size_t ROOM = 65536;
+    std::ofstream(folder.File()) << std::string(ROOM - 1, 'x') << '\n';
+    std::signal(SIGXFSZ, SIG_IGN);
+    LimitFileSizes(ROOM);
+}
+
+void MakeRoomOnDisk(const LogFolder& folder)
+{
+    LimitFileSizes(RLIM_INFINITY);
+    RemoveObstacleAtLog(folder);
+}
+
+void PutLinkInPlaceOfFile(const LogFolder& folder)
+{
+    std::filesystem::create_symlink("elsewhere", folder.File());
+}
+
+void PutPipeInPlaceOfFile(const LogFolder& folder)
+{
+    ASSERT_EQ(::mkfifo(folder.File().c_str(), 0600), 0);
+}
+
+/// As a program that listens there leaves it behind.
+void PutSocketInPlaceOfFile(const LogFolder& folder)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    folder.File().string().copy(address.sun_path, sizeof address.sun_path - 1);
+    const int nSocket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(::bind(nSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ::close(nSocket);
+}
+
+#endif
 
 class UnwritableLog : public testing::TestWithParam<Obstacle>
 {
@@ -221,9 +271,13 @@ INSTANTIATE_TEST_SUITE_P(
     testing::PrintToStringParamName());
 
 #if !defined(_WIN32)
-INSTANTIATE_TEST_SUITE_P(Disk, UnwritableLog,
-                         testing::Values(Obstacle{"AFullDisk", FillDisk, RemoveObstacleAtLog}),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(
+    OfLinux, UnwritableLog,
+    testing::Values(Obstacle{"AFullDisk", FillDisk, MakeRoomOnDisk},
+                    Obstacle{"ASymbolicLinkInItsPlace", PutLinkInPlaceOfFile, RemoveObstacleAtLog},
+                    Obstacle{"APipeInItsPlace", PutPipeInPlaceOfFile, RemoveObstacleAtLog},
+                    Obstacle{"ASocketInItsPlace", PutSocketInPlaceOfFile, RemoveObstacleAtLog}),
+    testing::PrintToStringParamName());
 #endif
 
 TEST(LogFile, IsTriedAgainOnlyASecondAfterAFailure)
