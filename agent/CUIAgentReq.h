@@ -41,8 +41,8 @@ public:
     ///
     /// The paths stand in four profiles: on Windows registry keys below HKEY_LOCAL_MACHINE\SOFTWARE\ZORVAL,
     /// elsewhere INI files of the same path below the folder /etc/xdg/ktshttpagent, which the environment
-    /// variable KTSHTTPAGENT_SETTINGS_ROOT replaces. A value that is missing or empty leaves the built-in
-    /// path.
+    /// variable KTSHTTPAGENT_SETTINGS_ROOT replaces unless the process has rights that its caller may lack. A
+    /// value that is missing or empty leaves the built-in path.
     static CUIAgentReq* Instance();
 
     ~CUIAgentReq() override;

@@ -3,6 +3,7 @@
 #include "RequestCatalogue.h"
 
 #include "platform/clog/clog.h"
+#include "platform/system/Environment.h"
 
 #include <QSettings>
 #include <QVariant>
@@ -61,8 +62,10 @@ constexpr QSettings::Format PROFILE_FORMAT = QSettings::NativeFormat;
 /// A file for each registry key, below a root for the whole machine.
 QString ProfileLocation(const char* szProfile)
 {
-    const QString strRoot = qEnvironmentVariable("KTSHTTPAGENT_SETTINGS_ROOT", "/etc/xdg/ktshttpagent");
-    return strRoot + '/' + QString::fromLatin1(szProfile).replace('\\', '/') + ".ini";
+    const std::string strRoot =
+        EnvironmentVariable("KTSHTTPAGENT_SETTINGS_ROOT").value_or("/etc/xdg/ktshttpagent");
+    return QString::fromLocal8Bit(strRoot.c_str()) + '/' + QString::fromLatin1(szProfile).replace('\\', '/') +
+           ".ini";
 }
 
 constexpr QSettings::Format PROFILE_FORMAT = QSettings::IniFormat;

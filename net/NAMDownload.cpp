@@ -1,5 +1,6 @@
 #include "NAMDownload.h"
 
+#include "EnvironmentsProxy.h"
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
 
@@ -22,7 +23,10 @@ struct ErrorOfReply : QNetworkReply {
 
 } // namespace
 
-NAMDownload::NAMDownload(QObject* parent) : QNetworkAccessManager(parent) {}
+NAMDownload::NAMDownload(QObject* parent) : QNetworkAccessManager(parent)
+{
+    AvoidEnvironmentsProxy(*this);
+}
 
 NAMDownload::~NAMDownload()
 {

@@ -1,5 +1,6 @@
 #include "NAManager.h"
 
+#include "EnvironmentsProxy.h"
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
 
@@ -64,6 +65,7 @@ QUrl RequestUrl(const QString& strUrl)
 
 NAManager::NAManager(QObject* parent) : QNetworkAccessManager(parent)
 {
+    AvoidEnvironmentsProxy(*this);
     connect(this, SIGNAL(finished(QNetworkReply*)), this, SLOT(slot_reply_finished(QNetworkReply*)));
 }
 

@@ -104,6 +104,9 @@ void CHttpTransfer::SetConstantOptions()
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2)); // and newer
     Set(CURLOPT_QUICK_EXIT, 1L); // a slow name resolution holds nobody up
+    if (!m_settings.bEnvironmentsProxy) {
+        Set(CURLOPT_PROXY, "");
+    }
     if (m_eSetUp == CURLE_OK) {
         m_eSetUp = SetAuthorities(m_pEasy.get(), m_settings.strCaFile);
     }

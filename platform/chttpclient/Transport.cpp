@@ -1,6 +1,7 @@
 #include "Transport.h"
 
 #include "platform/clog/clog.h"
+#include "platform/system/Environment.h"
 #include "platform/system/QuietThread.h"
 
 #include <curl/curl.h>
@@ -23,7 +24,11 @@ constexpr int TOO_MANY_OUTSTANDING = -1000;
 /// libcurl's own start-up, once a process. It is never undone: the host may use libcurl too.
 bool StartLibcurl()
 {
-    static const bool bStarted = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    static const bool bStarted = [] {
+        // libcurl opens the file that this one names as it starts, and has no option against that.
+        RemoveVariableIfRightsAreRaised("SSLKEYLOGFILE");
+        return curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    }();
     return bStarted;
 }
 

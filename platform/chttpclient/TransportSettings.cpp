@@ -62,6 +62,7 @@ STransportSettings ReadTransportSettings()
     settings.drain = ReadTime("CHTTPCLIENT_DRAIN_MS", settings.drain, 0);
     settings.postIdle = ReadTime("CHTTPCLIENT_POST_IDLE_MS", settings.postIdle, 0);
     settings.strCaFile = EnvironmentVariable("CHTTPCLIENT_CA_FILE").value_or("");
+    settings.bEnvironmentsProxy = !RightsAreRaised();
     return settings;
 }
 

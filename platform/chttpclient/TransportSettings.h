@@ -16,7 +16,8 @@ struct STransportSettings {
     std::size_t nMaxOutstanding = 100'000;
     std::chrono::milliseconds drain{3'000};
     std::chrono::milliseconds postIdle{500};
-    std::string strCaFile; ///< empty for libcurl's own
+    std::string strCaFile;          ///< empty for libcurl's own
+    bool bEnvironmentsProxy = true; ///< whether libcurl takes a proxy from the environment
 };
 
 /// The settings that the environment gives. A value that can't be used is logged and leaves the default.

@@ -60,6 +60,9 @@
 //
 // CHTTPCLIENT_CA_FILE replaces the system's authorities and does not add to them: for servers, and for
 // proxies that are reached over TLS. It is read for each new connection.
+//
+// Where the process has rights that its caller may lack (set-user-id, set-group-id, file capabilities), the
+// environment gives neither settings nor proxies.
 
 /// Receives a reply: its body, then the type and the user pointer that the request was sent with, then the
 /// error. The error is

@@ -38,6 +38,11 @@ std::filesystem::path StateFolder()
 
 std::filesystem::path LogFolder()
 {
+    if (RightsAreRaised()) {
+        // Of all folders that could be found without the environment, this is the one that no ordinary user
+        // decides about: below a home a link could lead a host with such rights anywhere.
+        return "/var/log/ktshttpagent";
+    }
     const std::filesystem::path pathNamed = PathVariable("CLOG_DIR");
     if (!pathNamed.empty()) {
         std::error_code error;

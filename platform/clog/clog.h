@@ -51,6 +51,9 @@
 /// Windows `%LOCALAPPDATA%\ktshttpagent`. Programs that run at the same time should have a folder each, since
 /// each counts the size of its own lines only.
 ///
+/// Where the process has rights that its caller may lack (set-user-id, set-group-id, file capabilities), none
+/// of these variables counts, and the folder is `/var/log/ktshttpagent`.
+///
 /// On Linux files and folders that the log makes are for their owner alone, whatever the umask, and files
 /// that it goes on with become so. Only a regular file is written; a symbolic link, a pipe or a device in its
 /// place is a log that can't be written.

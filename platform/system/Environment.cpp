@@ -25,14 +25,35 @@ std::optional<std::string> EnvironmentVariable(const char* szName)
     return Utf8Text(strValue);
 }
 
+bool RightsAreRaised()
+{
+    return false;
+}
+
+void RemoveVariableIfRightsAreRaised(const char* /*szName*/) {}
+
 #else
 
 #include <cstdlib>
 
+#include <sys/auxv.h>
+
 std::optional<std::string> EnvironmentVariable(const char* szName)
 {
-    const char* const szValue = std::getenv(szName);
+    const char* const szValue = ::secure_getenv(szName);
     return szValue == nullptr ? std::nullopt : std::optional<std::string>(szValue);
+}
+
+bool RightsAreRaised()
+{
+    return ::getauxval(AT_SECURE) != 0;
+}
+
+void RemoveVariableIfRightsAreRaised(const char* szName)
+{
+    if (RightsAreRaised()) {
+        ::unsetenv(szName);
+    }
 }
 
 #endif
