@@ -15,10 +15,6 @@ constexpr std::size_t MAX_CODINGS = 5;
 // of them, which takes seconds where there are thousands. No server needs more than one or two.
 constexpr std::size_t MAX_CODING_LINES = 16;
 
-// What packed bytes may have on top of twice the limit for unpacked ones. A packed body is hardly ever larger
-// than the body itself; one that unpacks to little or nothing would not end otherwise.
-constexpr std::size_t PACKED_MARGIN = 1024;
-
 std::string_view Trimmed(std::string_view strText)
 {
     constexpr std::string_view BLANKS = " \t\r\n";
@@ -32,6 +28,19 @@ bool IsOneOf(std::string_view strName, std::initializer_list<std::string_view> n
         return strName.size() == strOther.size() &&
                curl_strnequal(strName.data(), strOther.data(), strName.size()) != 0;
     });
+}
+
+/// Of all but `Refused`.
+CURLcode CodeOf(EUnpacked eUnpacked)
+{
+    switch (eUnpacked) {
+    case EUnpacked::Well:
+        return CURLE_OK;
+    case EUnpacked::NoMemory:
+        return CURLE_OUT_OF_MEMORY;
+    default:
+        return CURLE_BAD_CONTENT_ENCODING;
+    }
 }
 
 } // namespace
@@ -86,12 +95,15 @@ CURLcode CBodyDecoder::Pass(Stages::iterator stage, std::string_view strBytes)
         m_strBody += strBytes;
         return CURLE_OK;
     }
-    if (stage->PackedBytes() / 2 > m_nMaxBytes + PACKED_MARGIN) {
+    if (stage->HasTakenTooMuch(m_nMaxBytes)) {
         return CURLE_FILESIZE_EXCEEDED;
     }
-    return stage->Write(strBytes, [this, next = std::next(stage)](std::string_view strUnpacked) {
-        return Pass(next, strUnpacked);
+    CURLcode eNext = CURLE_OK; // what the next stage says
+    const EUnpacked eUnpacked = stage->Write(strBytes, [&](std::string_view strUnpacked) {
+        eNext = Pass(std::next(stage), strUnpacked);
+        return eNext == CURLE_OK;
     });
+    return eUnpacked == EUnpacked::Refused ? eNext : CodeOf(eUnpacked);
 }
 
 bool CBodyDecoder::IsComplete() const

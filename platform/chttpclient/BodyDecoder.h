@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Inflater.h"
+#include "platform/reply/Inflater.h"
 
 #include <curl/curl.h>
 
@@ -31,7 +31,8 @@ public:
     /// @return CURLE_OK, or CURLE_BAD_CONTENT_ENCODING for a coding that is unknown, or for too many
     CURLcode AddCodings(std::string_view strNames);
 
-    /// @return as `CInflater::Write`, or CURLE_FILESIZE_EXCEEDED above the limit
+    /// @return CURLE_BAD_CONTENT_ENCODING for bytes that can't be unpacked, don't match their checksum, or
+    ///         follow after the end; CURLE_FILESIZE_EXCEEDED above the limit; CURLE_OUT_OF_MEMORY
     CURLcode Write(std::string_view strBytes) { return Pass(m_lstStages.begin(), strBytes); }
 
     /// Whether no coding expects more bytes.

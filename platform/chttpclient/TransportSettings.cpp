@@ -3,66 +3,51 @@
 #include "platform/clog/clog.h"
 #include "platform/system/Environment.h"
 
-#include <charconv>
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace chttpclient
 {
 namespace
 {
 
-// libcurl takes its times as a long, which has 32 bits on Windows.
-constexpr std::int64_t MAX_MILLISECONDS = std::numeric_limits<std::int32_t>::max();
+using Complaints = std::vector<std::string>;
 
-/// The decimal number that an environment variable holds, if it lies in the range; or else the default.
-std::int64_t ReadNumber(const char* szName, std::int64_t nDefault, std::int64_t nMin, std::int64_t nMax)
+std::chrono::milliseconds ReadTime(const char* szName, std::chrono::milliseconds time, std::int64_t nMin,
+                                   Complaints& vecComplaints)
 {
-    const std::optional<std::string> strValue = EnvironmentVariable(szName);
-    if (!strValue) {
-        return nDefault;
-    }
-    std::int64_t nValue = 0;
-    const char* const pValueEnd = strValue->data() + strValue->size();
-    const auto [pEnd, error] = std::from_chars(strValue->data(), pValueEnd, nValue);
-    if (error != std::errc() || pEnd != pValueEnd || nValue < nMin || nValue > nMax) {
-        Log_Write(1, "chttpclient::ReadTransportSettings", __LINE__,
-                  "%s is \"%s\", no number from %lld to %lld; %lld stays in force", szName, strValue->c_str(),
-                  static_cast<long long>(nMin), static_cast<long long>(nMax),
-                  static_cast<long long>(nDefault));
-        return nDefault;
-    }
-    return nValue;
+    return std::chrono::milliseconds(
+        EnvironmentNumber(szName, time.count(), {nMin, MAX_MILLISECONDS}, vecComplaints));
 }
 
-std::chrono::milliseconds ReadTime(const char* szName, std::chrono::milliseconds time, std::int64_t nMin)
+std::size_t ReadCount(const char* szName, std::size_t nCount, std::int64_t nMax, Complaints& vecComplaints)
 {
-    return std::chrono::milliseconds(ReadNumber(szName, time.count(), nMin, MAX_MILLISECONDS));
-}
-
-std::size_t ReadCount(const char* szName, std::size_t nCount, std::int64_t nMax)
-{
-    return static_cast<std::size_t>(ReadNumber(szName, static_cast<std::int64_t>(nCount), 1, nMax));
+    return static_cast<std::size_t>(
+        EnvironmentNumber(szName, static_cast<std::int64_t>(nCount), {1, nMax}, vecComplaints));
 }
 
 } // namespace
 
 STransportSettings ReadTransportSettings()
 {
+    Complaints vecComplaints;
     STransportSettings settings;
-    settings.connectTimeout = ReadTime("CHTTPCLIENT_CONNECT_TIMEOUT_MS", settings.connectTimeout, 1);
-    settings.timeout = ReadTime("CHTTPCLIENT_TIMEOUT_MS", settings.timeout, 1);
-    settings.nHostConnections = ReadCount("CHTTPCLIENT_HOST_CONNECTIONS", settings.nHostConnections, 1'000);
-    settings.nMaxReplyBytes = ReadCount("CHTTPCLIENT_MAX_REPLY_BYTES", settings.nMaxReplyBytes,
-                                        std::numeric_limits<std::int64_t>::max());
-    settings.nMaxOutstanding =
-        ReadCount("CHTTPCLIENT_MAX_OUTSTANDING", settings.nMaxOutstanding, std::numeric_limits<int>::max());
-    settings.drain = ReadTime("CHTTPCLIENT_DRAIN_MS", settings.drain, 0);
-    settings.postIdle = ReadTime("CHTTPCLIENT_POST_IDLE_MS", settings.postIdle, 0);
+    settings.connectTimeout =
+        ReadTime("CHTTPCLIENT_CONNECT_TIMEOUT_MS", settings.connectTimeout, 1, vecComplaints);
+    static_cast<SExchangeLimits&>(settings) = ReadExchangeLimits(vecComplaints);
+    settings.nHostConnections =
+        ReadCount("CHTTPCLIENT_HOST_CONNECTIONS", settings.nHostConnections, 1'000, vecComplaints);
+    settings.nMaxOutstanding = ReadCount("CHTTPCLIENT_MAX_OUTSTANDING", settings.nMaxOutstanding,
+                                         std::numeric_limits<int>::max(), vecComplaints);
+    settings.drain = ReadTime("CHTTPCLIENT_DRAIN_MS", settings.drain, 0, vecComplaints);
+    settings.postIdle = ReadTime("CHTTPCLIENT_POST_IDLE_MS", settings.postIdle, 0, vecComplaints);
     settings.strCaFile = EnvironmentVariable("CHTTPCLIENT_CA_FILE").value_or("");
     settings.bEnvironmentsProxy = !RightsAreRaised();
+    for (const std::string& strComplaint : vecComplaints) {
+        Log_Write(1, "chttpclient::ReadTransportSettings", __LINE__, "%s", strComplaint.c_str());
+    }
     return settings;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/reply/ExchangeLimits.h"
+
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -8,11 +10,9 @@ namespace chttpclient
 {
 
 /// The transport's settings with their defaults; chttpclient.h says what each means.
-struct STransportSettings {
+struct STransportSettings : SExchangeLimits {
     std::chrono::milliseconds connectTimeout{10'000};
-    std::chrono::milliseconds timeout{60'000};
     std::size_t nHostConnections = 8;
-    std::size_t nMaxReplyBytes = std::size_t{64} * 1024 * 1024;
     std::size_t nMaxOutstanding = 100'000;
     std::chrono::milliseconds drain{3'000};
     std::chrono::milliseconds postIdle{500};

@@ -30,10 +30,10 @@ const Room ROOMS[] = {
     {"platform/system", {}, false},
     {"platform/reply", {"platform/system"}, false},
     {"platform/clog", {"platform/system"}, false},
-    {"platform/chttpclient", {"platform/clog", "platform/system"}, false},
+    {"platform/chttpclient", {"platform/clog", "platform/reply", "platform/system"}, false},
     {"sdk", {"platform/chttpclient", "platform/clog", "platform/reply", "platform/system"}, false},
     {"net", {"platform/reply", "platform/system"}, true},
-    {"agent", {"sdk", "net", "platform/clog", "platform/system"}, true},
+    {"agent", {"sdk", "net", "platform/clog", "platform/reply", "platform/system"}, true},
     {"labserver", {"platform/system"}, false},
     {"apps/ktsagent", {"labserver", "ktshttpagent"}, true},
 };

@@ -6,8 +6,6 @@
 #include <array>
 #include <limits>
 
-namespace chttpclient
-{
 namespace
 {
 
@@ -18,6 +16,9 @@ constexpr int NO_FRAME = -MAX_WBITS;
 constexpr std::size_t FRAME_BEGIN = 2; // bytes that tell whether there is a frame
 constexpr std::size_t PIECE = std::size_t{16} * 1024;
 
+// What packed bytes may have on top of twice the limit for unpacked ones, halved.
+constexpr std::size_t PACKED_MARGIN = 1024;
+
 /// A frame of zlib begins with its method and a window of at most 32 KiB, in a multiple of 31.
 bool BeginsZlibFrame(std::string_view strBytes)
 {
@@ -26,17 +27,17 @@ bool BeginsZlibFrame(std::string_view strBytes)
     return (nFirst & 0x0FU) == Z_DEFLATED && (nFirst >> 4U) <= 7 && (nFirst * 256U + nSecond) % 31 == 0;
 }
 
-CURLcode ErrorOf(int nZlib)
+EUnpacked ErrorOf(int nZlib)
 {
     switch (nZlib) {
     case Z_OK:
     case Z_STREAM_END:
     case Z_BUF_ERROR: // it has nothing left to do
-        return CURLE_OK;
+        return EUnpacked::Well;
     case Z_MEM_ERROR:
-        return CURLE_OUT_OF_MEMORY;
+        return EUnpacked::NoMemory;
     default:
-        return CURLE_BAD_CONTENT_ENCODING;
+        return EUnpacked::Damaged;
     }
 }
 
@@ -51,27 +52,32 @@ CInflater::~CInflater()
     }
 }
 
-CURLcode CInflater::Write(std::string_view strPacked, const Sink& fnSink)
+EUnpacked CInflater::Write(std::string_view strPacked, const Sink& fnSink)
 {
     m_nPacked += strPacked.size();
     if (m_pStream == nullptr) {
         m_strBegin += strPacked;
         if (m_strBegin.size() < FRAME_BEGIN) {
-            return CURLE_OK;
+            return EUnpacked::Well;
         }
-        if (const CURLcode eBegin = Begin(); eBegin != CURLE_OK) {
+        if (const EUnpacked eBegin = Begin(); eBegin != EUnpacked::Well) {
             return eBegin;
         }
         strPacked = m_strBegin;
     }
-    CURLcode eResult = CURLE_OK;
-    while (eResult == CURLE_OK && !strPacked.empty()) {
-        eResult = m_bEnded && !BeginNextMember() ? CURLE_BAD_CONTENT_ENCODING : Inflate(strPacked, fnSink);
+    EUnpacked eResult = EUnpacked::Well;
+    while (eResult == EUnpacked::Well && !strPacked.empty()) {
+        eResult = m_bEnded && !BeginNextMember() ? EUnpacked::Damaged : Inflate(strPacked, fnSink);
     }
     return eResult;
 }
 
-CURLcode CInflater::Begin()
+bool CInflater::HasTakenTooMuch(std::size_t nMostUnpacked) const
+{
+    return m_nPacked / 2 > nMostUnpacked + PACKED_MARGIN;
+}
+
+EUnpacked CInflater::Begin()
 {
     const bool bFrame = m_format == Format::Gzip || BeginsZlibFrame(m_strBegin);
     auto pStream = std::make_unique<z_stream>();
@@ -89,7 +95,7 @@ bool CInflater::BeginNextMember()
 }
 
 /// Unpacks up to the end of the bytes or of the member, and takes off what it has read.
-CURLcode CInflater::Inflate(std::string_view& strPacked, const Sink& fnSink)
+EUnpacked CInflater::Inflate(std::string_view& strPacked, const Sink& fnSink)
 {
     constexpr std::size_t MOST = std::numeric_limits<uInt>::max();
     z_stream& stream = *m_pStream;
@@ -103,13 +109,12 @@ CURLcode CInflater::Inflate(std::string_view& strPacked, const Sink& fnSink)
         stream.avail_out = static_cast<uInt>(piece.size());
         nResult = inflate(&stream, Z_NO_FLUSH);
         const std::string_view strUnpacked(piece.data(), piece.size() - stream.avail_out);
-        if (const CURLcode eSink = strUnpacked.empty() ? CURLE_OK : fnSink(strUnpacked); eSink != CURLE_OK) {
-            return eSink;
+        if (!strUnpacked.empty() && !fnSink(strUnpacked)) {
+            return EUnpacked::Refused;
         }
     } while (nResult == Z_OK && stream.avail_out == 0);
     strPacked.remove_prefix(nOffered - stream.avail_in);
     m_bEnded = nResult == Z_STREAM_END;
+    m_bSeenEnd = m_bSeenEnd || m_bEnded;
     return ErrorOf(nResult);
 }
-
-} // namespace chttpclient
