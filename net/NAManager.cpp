@@ -3,7 +3,9 @@
 #include "EnvironmentsProxy.h"
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
+#include "ReplyBody.h"
 
+#include "platform/reply/ExchangeLimits.h"
 #include "platform/reply/ReplyLimits.h"
 
 #include <QJsonArray>
@@ -17,15 +19,10 @@
 namespace
 {
 
-/// @param object  gets what the reply holds
-SExchangeEnd Read(QNetworkReply& reply, QJsonObject& object)
+/// @param object  gets what the body holds
+SExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object)
 {
     using EKind = SExchangeEnd::EKind;
-    const int nStatus = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (reply.error() != QNetworkReply::NoError) {
-        return {EKind::NetworkError, nStatus, reply.errorString()};
-    }
-    const QByteArray baBody = reply.readAll();
     const std::size_t nMost = ReplyLimits().nValues;
     if (HoldsMoreValues({baBody.constData(), static_cast<std::size_t>(baBody.size())}, nMost)) {
         return {
@@ -69,19 +66,25 @@ NAManager::NAManager(QObject* parent) : QNetworkAccessManager(parent)
     connect(this, SIGNAL(finished(QNetworkReply*)), this, SLOT(slot_reply_finished(QNetworkReply*)));
 }
 
+NAManager::~NAManager() = default;
+
 void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
 {
     m_nMethod = nMethod;
     QNetworkRequest request;
     request.setUrl(RequestUrl(strUrl));
+    request.setRawHeader("Accept-Encoding", CReplyBody::CODINGS);
+    QNetworkReply* pReply = nullptr;
     if (nMethod == METHOD_POST) {
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
-        post(request, baBody);
+        pReply = post(request, baBody);
     } else if (nMethod == METHOD_GET) {
-        get(request);
+        pReply = get(request);
     } else {
         return;
     }
+    m_pBody = std::make_unique<CReplyBody>(*pReply, ExchangeLimits().nMaxReplyBytes);
+    connect(pReply, &QNetworkReply::readyRead, this, [this] { m_pBody->Receive(); });
     WatchInFlight(*this);
 }
 
@@ -92,9 +95,26 @@ void NAManager::SetEndReceiver(std::function<void(const SExchangeEnd&)> fnReceiv
 
 void NAManager::slot_reply_finished(QNetworkReply* reply)
 {
+    m_bEnded = true;
     Answer(*reply);
     reply->deleteLater();
     deleteLater();
+}
+
+/// @param object  gets what the reply holds
+SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
+{
+    const int nStatus = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (reply.error() == QNetworkReply::NoError) {
+        m_pBody->Receive();
+    }
+    if (!m_pBody->Error().isEmpty()) {
+        return {SExchangeEnd::EKind::NetworkError, nStatus, m_pBody->Error()};
+    }
+    if (reply.error() != QNetworkReply::NoError) {
+        return {SExchangeEnd::EKind::NetworkError, nStatus, reply.errorString()};
+    }
+    return ReadBody(m_pBody->Bytes(), nStatus, object);
 }
 
 void NAManager::Answer(QNetworkReply& reply)

@@ -8,11 +8,17 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 
+class CReplyBody;
 class QNetworkReply;
 
 /// One request, one answer, and then it deletes itself. Make it with `new`, connect, call `SendRequest` once,
-/// and neither delete nor use it again.
+/// and do not use it again. Who no longer waits for the answer may delete it while the exchange has not
+/// ended: the request is given up, and nobody is told.
+///
+/// A body that is larger, unpacked, than CHTTPCLIENT_MAX_REPLY_BYTES (see ExchangeLimits.h), or that can't be
+/// unpacked, ends the exchange as soon as that is seen, like a network error. No time is limited here.
 ///
 /// Threads: everything happens on the thread that owns it, whose event loop must run until the answer is
 /// there, and once more to delete it.
@@ -25,6 +31,7 @@ public:
     static constexpr int METHOD_GET = 1;
 
     explicit NAManager(QObject* parent);
+    ~NAManager() override;
 
     /// Sends. A POST carries the body as "application/json", a GET carries none. With any other method
     /// nothing is sent, no signal ever comes, and the object stays the caller's.
@@ -33,6 +40,9 @@ public:
 
     /// Sets who is told how the exchange ended: once, just before the answer, and also where no answer comes.
     void SetEndReceiver(std::function<void(const SExchangeEnd&)> fnReceive);
+
+    /// Whether the exchange has ended. Then it may be handling its reply, and deletes itself.
+    bool HasEnded() const { return m_bEnded; }
 
 Q_SIGNALS:
     /// The answer, at most one: `bSucc` with the object that the body is, or the first element of the array
@@ -47,10 +57,13 @@ private Q_SLOTS:
     void slot_upload_progress(qint64 bytesSent, qint64 bytesTotal);
 
 private:
+    SExchangeEnd Read(QNetworkReply& reply, QJsonObject& object);
     void Answer(QNetworkReply& reply);
 
     int m_nMethod = METHOD_POST; ///< of the request sent
     QString m_strReserved;       ///< unused
     qint64 m_nReserved = 0;      ///< unused
     std::function<void(const SExchangeEnd&)> m_fnEnd;
+    bool m_bEnded = false;
+    std::unique_ptr<CReplyBody> m_pBody; ///< of the reply, once the request is sent
 };

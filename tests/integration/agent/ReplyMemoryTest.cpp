@@ -3,11 +3,13 @@
 
 #include "HostProcess.h"
 #include "LogFolder.h"
+#include "Packed.h"
 #include "ScriptedServer.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <iostream>
 #include <ostream>
@@ -151,6 +153,80 @@ TEST_P(HeavyReply, CostsNoMoreThan200MegabytesAndEightTimesItsSize)
     EXPECT_LE(nGrowth, static_cast<long long>(200 * MILLION + 8 * strBody.size()));
     std::cout << strBody.size() << " bytes cost " << nGrowth << '\n';
 }
+
+/// A reply larger than any may be, and how it travels.
+struct STooLarge {
+    const char* szName;
+    ServerStep (*fnStep)();
+};
+
+void PrintTo(const STooLarge& reply, std::ostream* pStream)
+{
+    *pStream << reply.szName;
+}
+
+constexpr std::size_t TOO_LARGE = std::size_t{200} * MILLION;
+
+/// A success of so many bytes, packed to a thousandth.
+std::string PackedText()
+{
+    return Gzipped(R"({"success":true,"x":")" + std::string(TOO_LARGE, 'x') + "\"}");
+}
+
+std::string PackedHead(const char* szLine)
+{
+    return std::string("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n") + szLine + "\r\n\r\n";
+}
+
+/// A gigabit a second: Qt reads a chunk in one go for as long as there is always some more of it.
+ServerStep Endless(const char* szLine)
+{
+    ServerStep step{std::string("HTTP/1.1 200 OK\r\n") + szLine, ServerStep::Ending::Close};
+    step.strEndless = std::string(MILLION / 10, 'x');
+    step.pause = std::chrono::milliseconds(1);
+    return step;
+}
+
+const STooLarge TOO_LARGE_REPLIES[] = {
+    {"Packed",
+     [] {
+         return ServerStep{HttpReply(200, PackedText(), "Content-Encoding: gzip\r\n"),
+                           ServerStep::Ending::Close};
+     }},
+    {"PackedWithoutItsLength",
+     [] {
+         return ServerStep{PackedHead("Connection: close") + PackedText(), ServerStep::Ending::Close};
+     }},
+    {"Plain",
+     [] {
+         return ServerStep{HttpReply(200, std::string(TOO_LARGE, 'x')), ServerStep::Ending::Close};
+     }},
+    {"WithoutEnd", [] { return Endless("\r\n"); }},
+    {"WithoutEndInOneChunk", [] { return Endless("Transfer-Encoding: chunked\r\n\r\n7fffffffff\r\n"); }},
+};
+
+class TooLargeReply : public ::testing::TestWithParam<STooLarge>
+{
+protected:
+    LogFolder m_log;
+};
+
+TEST_P(TooLargeReply, IsAFailureOfBlockingCallsAndCostsNoMoreThan200Megabytes)
+{
+    const ScriptedServer server(GetParam().fnStep());
+    const Departure departure =
+        Watch(KTS_HEAVY_REPLY_HOST, {std::to_string(server.Port()), "check-blocking", "900"});
+    EXPECT_TRUE(departure.bInTime);
+    EXPECT_EQ(departure.nStatus, 0) << "with 900 MB of address space";
+    EXPECT_EQ(Number(departure, "answers"), 1);
+    EXPECT_EQ(Number(departure, "success"), 0);
+    const long long nGrowth = Number(departure, "growth");
+    EXPECT_LE(nGrowth, static_cast<long long>(200 * MILLION));
+    std::cout << "it cost " << nGrowth << '\n';
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, TooLargeReply, ::testing::ValuesIn(TOO_LARGE_REPLIES),
+                         [](const auto& reply) { return reply.param.szName; });
 
 TEST(ReplyThatMemoryRunsOutFor, GetsItsOneAnswer)
 {

@@ -1,0 +1,99 @@
+#include "ReplyBody.h"
+
+#include "platform/reply/ExchangeLimits.h"
+#include "platform/reply/Inflater.h"
+
+#include <QNetworkReply>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace
+{
+
+// More than Qt takes from a connection at a time: close to the bound it hands on one block with each reading.
+constexpr qint64 MOST_HELD = qint64{8} * 1024 * 1024;
+
+// What a QByteArray can hold, less what it adds to that.
+constexpr std::size_t MOST_BYTES = std::numeric_limits<int>::max() - 1024;
+
+} // namespace
+
+void BoundBuffer(QNetworkReply& reply)
+{
+    reply.setReadBufferSize(MOST_HELD);
+}
+
+CReplyBody::CReplyBody(QNetworkReply& reply, std::size_t nMostBytes)
+    : m_reply(reply), m_nMostBytes(std::min(nMostBytes, MOST_BYTES))
+{
+    BoundBuffer(reply);
+}
+
+CReplyBody::~CReplyBody() = default;
+
+void CReplyBody::Receive()
+{
+    if (!m_strError.isEmpty()) {
+        return;
+    }
+    if (!std::exchange(m_bBegun, true)) {
+        ChooseCoding();
+    }
+    const QByteArray baPiece = m_reply.readAll();
+    const std::string_view strPiece(baPiece.constData(), static_cast<std::size_t>(baPiece.size()));
+    if (!(m_pInflater != nullptr ? TakePacked(strPiece) : Take(strPiece))) {
+        m_reply.abort();
+    }
+}
+
+// A body in any other coding is taken as it is, and left to whoever reads it.
+void CReplyBody::ChooseCoding()
+{
+    const QByteArray baCoding = m_reply.rawHeader("Content-Encoding");
+    if (baCoding.compare("gzip", Qt::CaseInsensitive) == 0) {
+        m_pInflater = std::make_unique<CInflater>(CInflater::Format::Gzip);
+    } else if (baCoding.compare("deflate", Qt::CaseInsensitive) == 0) {
+        m_pInflater = std::make_unique<CInflater>(CInflater::Format::Deflate);
+    }
+}
+
+bool CReplyBody::Take(std::string_view strBytes)
+{
+    if (strBytes.size() > m_nMostBytes - static_cast<std::size_t>(m_baBytes.size())) {
+        return Fail(QStringLiteral("the reply's body is larger than %1 bytes, unpacked (%2)")
+                        .arg(m_nMostBytes)
+                        .arg(REPLY_BYTES_VARIABLE));
+    }
+    m_baBytes.append(strBytes.data(), static_cast<int>(strBytes.size()));
+    return true;
+}
+
+bool CReplyBody::TakePacked(std::string_view strBytes)
+{
+    const auto fnTake = [this](std::string_view strUnpacked) { return Take(strUnpacked); };
+    switch (m_pInflater->Write(strBytes, fnTake)) {
+    case EUnpacked::Refused:
+        return false; // and has said why
+    case EUnpacked::NoMemory:
+        return Fail(QStringLiteral("there is no memory to unpack the reply's body"));
+    case EUnpacked::Damaged:
+        // What follows after the end of a body is left out.
+        return m_pInflater->HasSeenEnd() ||
+               Fail(QStringLiteral("the reply's body is labelled %1, but can't be unpacked")
+                        .arg(QString::fromLatin1(m_reply.rawHeader("Content-Encoding"))));
+    case EUnpacked::Well:
+        break;
+    }
+    return !m_pInflater->HasTakenTooMuch(m_nMostBytes) ||
+           Fail(QStringLiteral("the reply's body, packed, is larger than a body of %1 bytes may be (%2)")
+                    .arg(m_nMostBytes)
+                    .arg(REPLY_BYTES_VARIABLE));
+}
+
+bool CReplyBody::Fail(QString strError)
+{
+    m_strError = std::move(strError);
+    return false;
+}
