@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BlockingOutcome.h"
+#include "LeftBehind.h"
 
 #include <QMap>
 #include <QString>
@@ -9,4 +10,6 @@
 struct SAgentState {
     QMap<int, QString> mapEndpointOrigin; ///< of the paths that the settings gave
     SBlockingOutcome lastOutcome;         ///< of the calls on the object's thread
+    bool bStrictWaits = false;            ///< read once by each call
+    CLeftBehind leftBehind;
 };

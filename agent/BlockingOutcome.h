@@ -9,17 +9,20 @@ enum class EBlockingEnd {
     /// The reply to this very call came. What the call returned is the server's answer to it.
     Answered = 1,
     /// The reply to another call of the same kind ended the wait: one that had timed out before, or one that
-    /// was made during the wait. What the call returned is the answer to that other call's question.
+    /// was made during the wait. What the call returned is the answer to that other call's question. No
+    /// strict call ends so.
     OtherAnswer = 2,
-    /// No reply came in time. What the call returned is what the reply before had brought.
+    /// No reply came in time. What the call returned is what the reply before had brought; false after a
+    /// strict call (`CUIAgentReq::SetStrictWaits`).
     TimedOut = 3,
     /// Another call of the same kind was waiting. The request was sent, but nobody waited for its reply; what
-    /// the call returned is what the reply before had brought.
+    /// the call returned is what the reply before had brought; false after a strict call.
     Busy = 4,
     /// Nothing was sent: there is no QCoreApplication, the thread is not the object's, or the process is
     /// ending.
     Refused = 5,
-    /// The exchange failed: no connection, no complete reply, or an HTTP status of 400 or more.
+    /// The exchange failed: no connection, no complete reply, a reply that is too large or can't be unpacked,
+    /// or an HTTP status of 400 or more.
     Failed = 6,
     /// The reply to this very call came, but its body can't be read: it is not JSON, or holds too many
     /// values.

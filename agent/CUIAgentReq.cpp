@@ -8,6 +8,8 @@
 #include "SyncWait.h"
 
 #include "net/NetworkUse.h"
+#include "platform/clog/clog.h"
+#include "platform/reply/ExchangeLimits.h"
 #include "platform/system/ProcessEnd.h"
 
 #include <QThread>
@@ -53,6 +55,7 @@ CUIAgentReq* CUIAgentReq::Instance()
 CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
 {
     SDKFactory::GetInstance()->Init();
+    ExchangeLimits(); // read now, as the transport reads its own
     ReadEndpoints();
     for (const int nType : SYNC_TYPES) {
         m_mapSyncWait.insert(nType, new SyncWait);
@@ -90,6 +93,21 @@ void CUIAgentReq::ReadEndpoints()
 QString CUIAgentReq::EndpointOrigin(int nType) const
 {
     return m_pState->mapEndpointOrigin.value(nType, QStringLiteral("built in"));
+}
+
+void CUIAgentReq::SetStrictWaits(bool bStrict)
+{
+    if (QThread::currentThread() != thread()) {
+        Log_Write(1, "CUIAgentReq::SetStrictWaits", 1, "%d is not set: this is not the thread of CUIAgentReq",
+                  bStrict ? 1 : 0);
+        return;
+    }
+    m_pState->bStrictWaits = bStrict;
+}
+
+bool CUIAgentReq::StrictWaits() const
+{
+    return m_pState->bStrictWaits;
 }
 
 std::string CUIAgentReq::JointServerInfo(std::string strIp, int nPort)

@@ -107,8 +107,15 @@ public:
     //
     // After a time-out they return what the reply before brought, and false if there was none. A reply that
     // comes later is still recorded, and ends the wait of a call that waits then. So the return value alone
-    // tells neither a time-out from a no nor a fresh yes from an old one: `LastOutcome` does. They need a
-    // QCoreApplication and the thread of this object; without, they log that and return false.
+    // tells neither a time-out from a no nor a fresh yes from an old one: `LastOutcome` does, and with
+    // `SetStrictWaits` no reply but its own counts for a call. They need a QCoreApplication and the thread of
+    // this object; without, they log that and return false.
+    //
+    // A request that a call left behind, because it returned before the reply, is given up without a word
+    // when CHTTPCLIENT_TIMEOUT_MS (60 s), or `nTimeout` if that is longer, has passed since it was sent; and
+    // when a hundred others were left behind after it. Until then it goes on. A reply with a body of more
+    // than CHTTPCLIENT_MAX_REPLY_BYTES (64 MiB), unpacked, is a failed exchange. Both variables are read when
+    // this object is made.
 
     /// May this channel start? The four texts of `req` are query texts.
     /// @param bAllow     out: the server said "yes", in any case
@@ -136,6 +143,21 @@ public:
     /// To be called on the object's thread. On any other, where blocking calls are refused, and at the end of
     /// the process it tells of the last call that was refused there.
     SBlockingOutcome LastOutcome() const;
+
+    /// Whether each blocking call answers for itself alone; off until it is set. A call goes by what is set
+    /// when it begins. A strict call
+    /// - first clears what the reply before brought, so that it returns false, without texts, unless its own
+    ///   reply comes within its time-out;
+    /// - returns at once, false and without texts, where another call of its kind is waiting: its request is
+    ///   sent, its reply changes nothing (`EBlockingEnd::Busy`);
+    /// - makes every other reply of its kind count for nothing while it waits; that to an earlier call,
+    /// strict
+    ///   or not, for good, as its own once its time-out has passed. So it never ends as `OtherAnswer`.
+    ///
+    /// To be called on the object's thread; on any other that is logged, and nothing is set.
+    void SetStrictWaits(bool bStrict);
+    /// On the object's thread.
+    bool StrictWaits() const;
 
 protected Q_SLOTS:
     // Judge the reply to a blocking sender and end its wait. Their order is part of the interface.

@@ -1,5 +1,6 @@
 #include "CUIAgentReq.h"
 
+#include "AgentState.h"
 #include "IVelClientSDk.h"
 #include "QueryString.h"
 #include "RequestCatalogue.h"
@@ -10,8 +11,10 @@
 #include "net/NAManager.h"
 #include "net/NetworkUse.h"
 #include "platform/clog/clog.h"
+#include "platform/reply/ExchangeLimits.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
@@ -19,6 +22,7 @@
 
 #include <json/value.h>
 
+#include <algorithm>
 #include <chrono>
 
 using namespace VelCSDK;
@@ -77,11 +81,29 @@ const char* WhyRefused(const CBlockingCall& call, const QObject* pAgent)
     return QThread::currentThread() == pAgent->thread() ? nullptr : "this is not the thread of CUIAgentReq";
 }
 
-/// The record of a call that was refused: no reply has come.
-const SyncWait& RefusedWait()
+/// The record of a call of which nothing may come: no reply has.
+const SyncWait& BlankWait()
 {
-    static const SyncWait& refused = *new SyncWait; // never destroyed: by then Qt may be gone
-    return refused;
+    static const SyncWait& blank = *new SyncWait; // never destroyed: by then Qt may be gone
+    return blank;
+}
+
+/// How long a request may take that its call leaves behind, from its sending on.
+QDeadlineTimer DeadlineOf(int nTimeout)
+{
+    return QDeadlineTimer(std::max(qint64{ExchangeLimits().timeout.count()}, qint64{nTimeout}));
+}
+
+/// Sees to a manager whose call is over.
+void Leave(NAManager& manager, const QDeadlineTimer& deadline, CLeftBehind& leftBehind)
+{
+    if (!manager.HasEnded()) {
+        leftBehind.Add(manager, deadline);
+    } else if (QThread::currentThread()->loopLevel() == 0) {
+        // A thread without an event loop would keep it after its answer. Elsewhere the loop deletes it, which
+        // keeps this caller from waiting for the end of the manager's own thread.
+        QCoreApplication::sendPostedEvents(&manager, QEvent::DeferredDelete);
+    }
 }
 
 } // namespace
@@ -96,16 +118,19 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
         refused.nType = request.nType;
         refused.strError = QString::fromLatin1(szWhy);
         KeepOutcome(refused);
-        return RefusedWait();
+        return BlankWait();
     }
     PrepareNetwork();
     SyncWait& wait = *m_mapSyncWait.value(request.nType);
-    const CWaitWatch watch(wait, nTimeout);
+    const CWaitWatch watch(wait, nTimeout, m_pState->bStrictWaits);
     const QPointer<NAManager> pManager = new NAManager(nullptr); // deletes itself after its answer
-    watch.Follow(*pManager);
-    connect(pManager.data(), SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
+    if (!watch.IsStrictAndBusy()) {
+        watch.Follow(*pManager, *this);
+        connect(pManager.data(), SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
+    }
     const QString strUrl = QString::fromStdString(
         request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery);
+    const QDeadlineTimer deadline = DeadlineOf(nTimeout);
     pManager->SendRequest(strUrl, QByteArray::fromStdString(request.strBody), request.nMethod);
     CBlockingCall::Run(wait.loop);
 
@@ -113,12 +138,11 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     outcome.nType = request.nType;
     outcome.strUrl = strUrl;
     KeepOutcome(outcome);
-    // A thread without an event loop would keep it after its answer. Elsewhere the loop deletes it, which
-    // keeps this caller from waiting for the end of the manager's own thread.
-    if (pManager != nullptr && QThread::currentThread()->loopLevel() == 0) {
-        QCoreApplication::sendPostedEvents(pManager, QEvent::DeferredDelete);
+    if (pManager !=
+        nullptr) { // else it is deleted, and at the end of the process this object may be gone too
+        Leave(*pManager, deadline, m_pState->leftBehind);
     }
-    return wait;
+    return watch.IsStrictAndBusy() ? BlankWait() : wait;
 }
 
 bool CUIAgentReq::ReportOrPause(const SSyncRequest& request, int nTimeout)

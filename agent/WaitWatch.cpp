@@ -6,8 +6,9 @@
 
 #include <QPointer>
 
-CWaitWatch::CWaitWatch(SyncWait& wait, int nTimeoutMs)
+CWaitWatch::CWaitWatch(SyncWait& wait, int nTimeoutMs, bool bStrict)
     : m_wait(wait),
+      m_bStrict(bStrict),
       m_bBusy(wait.bWaiting),
       m_nCall(++wait.nCalls),
       m_nRepliesBefore(wait.nReplies),
@@ -15,22 +16,35 @@ CWaitWatch::CWaitWatch(SyncWait& wait, int nTimeoutMs)
       m_timer(wait.loop, nTimeoutMs)
 {
     m_wait.bWaiting = true;
+    if (m_bStrict && !m_bBusy) {
+        m_wait.Clear();
+        m_wait.nStrictCall = m_nCall;
+        m_wait.nDroppedUpTo = m_nCall - 1;
+    }
 }
 
 CWaitWatch::~CWaitWatch()
 {
     m_wait.bWaiting = m_bBusy;
+    if (m_wait.nStrictCall == m_nCall) {
+        m_wait.nStrictCall = 0;
+    }
 }
 
-void CWaitWatch::Follow(NAManager& manager) const
+void CWaitWatch::Follow(NAManager& manager, const QObject& receiver) const
 {
-    // The manager may outlive the record.
-    manager.SetEndReceiver([&wait = m_wait, pLoop = QPointer<QEventLoop>(&m_wait.loop),
-                            nCall = m_nCall](const SExchangeEnd& end) {
+    // The manager may outlive the record, and this watch; which lasts as long as its call is the strict one.
+    manager.SetEndReceiver([this, &manager, &receiver, &wait = m_wait,
+                            pLoop = QPointer<QEventLoop>(&m_wait.loop), nCall = m_nCall,
+                            bStrict = m_bStrict](const SExchangeEnd& end) {
         if (pLoop == nullptr) {
             return;
         }
-        if (end.eKind == SExchangeEnd::EKind::NoObject) {
+        const bool bCounts = wait.nStrictCall != 0 ? wait.nStrictCall == nCall && !m_timer.HasExpired()
+                                                   : !bStrict && nCall > wait.nDroppedUpTo;
+        if (!bCounts) {
+            manager.disconnect(&receiver);
+        } else if (end.eKind == SExchangeEnd::EKind::NoObject) {
             wait.noAnswer = {nCall, end};
         } else {
             ++wait.nReplies;
@@ -42,7 +56,7 @@ void CWaitWatch::Follow(NAManager& manager) const
 SBlockingOutcome CWaitWatch::Outcome() const
 {
     SBlockingOutcome outcome;
-    outcome.bSucc = m_wait.bSucc;
+    outcome.bSucc = !IsStrictAndBusy() && m_wait.bSucc;
     outcome.nMilliseconds = m_timer.Milliseconds();
     TellEnd(outcome);
     return outcome;

@@ -1,6 +1,6 @@
 // What LastOutcome tells of blocking calls.
 
-#include "SyncRoad.h"
+#include "SyncOutcome.h"
 #include "Wine.h"
 
 #include <QCoreApplication>
@@ -9,72 +9,16 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <functional>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <thread>
-
-void PrintTo(EBlockingEnd eEnd, std::ostream* pStream)
-{
-    *pStream << "EBlockingEnd " << static_cast<int>(eEnd);
-}
+#include <vector>
 
 namespace
 {
 
 using ::testing::HasSubstr;
-
-constexpr int SHORT_MS = 200;
-constexpr int CHECK = 3109;
-constexpr int IN_COMMON = 3110;
-constexpr int CYCLE = 3113;
-
-const std::string YES = HttpReply(200, R"({"success":true,"result":{"allowBoot":"yes","reason":"fine"}})");
-const std::string NO = HttpReply(200, R"({"success":false})");
-const std::string SAVED = HttpReply(200, R"({"code":"success","message":"saved"})");
-const std::string COMMON = HttpReply(200, R"({"success":true,"common":true})");
-const ServerStep NEVER{"", ServerStep::Ending::Hold};
-
-/// Steps that wait until the test lets them go. To be destroyed after their server.
-class Gate
-{
-public:
-    void Open() { m_bOpen = true; }
-    ServerStep Then(const ServerStep& step) const
-    {
-        while (!m_bOpen) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return step;
-    }
-
-private:
-    std::atomic<bool> m_bOpen = false;
-};
-
-class SyncOutcome : public SyncRoad
-{
-protected:
-    SBlockingOutcome Last() const { return m_request.LastOutcome(); }
-
-    /// The URL of a channel check as `SyncRoad` makes it.
-    static std::string CheckUrl(int nPort)
-    {
-        return "http://127.0.0.1:" + std::to_string(nPort) +
-               "/vomd/system/"
-               "channelCheckData.action?chl=3&deviceId=D1&dxtm=X&purpose=p&wtNumId=12&xmNameId=7";
-    }
-
-    void ExpectEnd(EBlockingEnd eEnd, int nType, const char* szError)
-    {
-        EXPECT_EQ(Last().eEnd, eEnd);
-        EXPECT_EQ(Last().nType, nType);
-        EXPECT_THAT(Last().strError.toStdString(), HasSubstr(szError));
-        EXPECT_EQ(Last().strError.isEmpty(), eEnd == EBlockingEnd::Answered);
-    }
-};
 
 TEST_F(SyncOutcome, IsNoCallBeforeTheFirst)
 {
@@ -173,33 +117,14 @@ TEST_F(SyncOutcome, LeavesOutThePauseOfAFailedReport)
     EXPECT_LE(Last().nMilliseconds + 2'000, clock.elapsed());
 }
 
-// The guide's example of a channel check, as docs/threads-and-waiting.md shows it.
-enum class EStart { Allowed, Denied, NoAnswer };
-
-EStart MayStart(CUIAgentReq& agent, const QString& strIp, int nPort, int nTimeout,
-                const tagSRequestGetChannelCheckData& check, QString& strReason)
-{
-    bool bAllow = false;
-    const bool bSucc = agent.SendGetChannelCheckDataEx(strIp, nPort, nTimeout, check, bAllow, strReason);
-    const SBlockingOutcome outcome = agent.LastOutcome();
-    if (outcome.eEnd != EBlockingEnd::Answered) {
-        strReason = outcome.strError;
-        return EStart::NoAnswer;
-    }
-    return bSucc && bAllow ? EStart::Allowed : EStart::Denied;
-}
-
 TEST_F(SyncOutcome, TellsAStaleYesFromAFreshOne)
 {
-    const ScriptedServer server([](const WireRequest& request) {
-        return request.Target().find("chl=1&") != std::string::npos ? ServerStep{YES} : NEVER;
-    });
-    tagSRequestGetChannelCheckData check{12, 7, "X", "D1", "1", "p"};
-    EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), ENOUGH_MS, check, m_strReason), EStart::Allowed);
-    check.chl = "2";
-    EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), SHORT_MS, check, m_strReason), EStart::NoAnswer);
-    EXPECT_EQ(m_strReason, "no answer came within 200 ms");
-    EXPECT_TRUE(Last().bSucc) << "the call returned the yes of the other channel";
+    const ScriptedServer server(std::vector<ServerStep>{{YES}, NEVER});
+    EXPECT_TRUE(Check(server));
+    ExpectEnd(EBlockingEnd::Answered, CHECK, "");
+    EXPECT_TRUE(Check(server, SHORT_MS)) << "the yes of the reply before";
+    ExpectEnd(EBlockingEnd::TimedOut, CHECK, "no answer came within 200 ms");
+    EXPECT_TRUE(Last().bSucc);
 }
 
 /// Two channel checks: the first times out, and its late reply ends the wait of the second.

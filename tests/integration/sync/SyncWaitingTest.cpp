@@ -1,5 +1,6 @@
 // What happens around a wait: time-outs, late replies, nesting, the end of the application.
 
+#include "ProcessUse.h"
 #include "SyncRoad.h"
 
 #include <QCoreApplication>
@@ -12,17 +13,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <string>
 #include <thread>
-
-#if defined(_WIN32)
-#include <windows.h>
-// After it, whose types it uses.
-#include <tlhelp32.h>
-#else
-#include <malloc.h>
-#endif
 
 namespace
 {
@@ -194,65 +186,6 @@ TEST_F(SyncRoad, ACallFromAnotherThreadIsRefused)
     EXPECT_FALSE(m_bAllow);
     EXPECT_TRUE(server.Requests().empty());
 }
-
-#if defined(_WIN32)
-
-std::size_t OpenDescriptors()
-{
-    DWORD nHandles = 0;
-    ::GetProcessHandleCount(::GetCurrentProcess(), &nHandles);
-    return nHandles;
-}
-
-std::size_t Threads()
-{
-    const HANDLE hThreads = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 thread{};
-    thread.dwSize = sizeof thread;
-    std::size_t nThreads = 0;
-    for (BOOL bFound = ::Thread32First(hThreads, &thread); bFound != 0;
-         bFound = ::Thread32Next(hThreads, &thread)) {
-        nThreads += thread.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
-    }
-    ::CloseHandle(hThreads);
-    return nThreads;
-}
-
-/// What the process's heap has given out.
-std::size_t HeapBytes()
-{
-    const HANDLE hHeap = ::GetProcessHeap();
-    PROCESS_HEAP_ENTRY entry{};
-    std::size_t nBytes = 0;
-    ::HeapLock(hHeap);
-    while (::HeapWalk(hHeap, &entry) != 0) {
-        nBytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
-    }
-    ::HeapUnlock(hHeap);
-    return nBytes;
-}
-
-#else
-
-std::size_t OpenDescriptors()
-{
-    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
-}
-
-std::size_t Threads()
-{
-    const std::filesystem::directory_iterator threads("/proc/self/task");
-    return static_cast<std::size_t>(std::distance(begin(threads), end(threads)));
-}
-
-/// What the C library's allocator has given out; always 0 where a sanitizer has one in its place.
-std::size_t HeapBytes()
-{
-    return mallinfo2().uordblks;
-}
-
-#endif
 
 // A manager has a thread of its own for as long as it lives, so the threads count the managers too.
 TEST_F(SyncRoad, AThousandCallsLeaveNothingBehind)
