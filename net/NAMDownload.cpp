@@ -3,10 +3,17 @@
 #include "EnvironmentsProxy.h"
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
+#include "ReplyBody.h"
 
+#include "platform/reply/ExchangeLimits.h"
+#include "platform/system/RenameFile.h"
+
+#include <QDir>
+#include <QFileInfo>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QRandomGenerator>
+#include <QTimer>
 #include <QUrl>
 #include <QVariant>
 
@@ -20,6 +27,24 @@ struct ErrorOfReply : QNetworkReply {
         (reply.*&ErrorOfReply::setError)(eError, strError);
     }
 };
+
+/// A file's name as the system takes it.
+std::filesystem::path NativePath(const QString& strFile)
+{
+#if defined(Q_OS_WIN)
+    // In the form that may be of any length.
+    const QString strPath = QDir::toNativeSeparators(QFileInfo(strFile).absoluteFilePath());
+    const bool bShare = strPath.startsWith("\\\\");
+    return (bShare ? "\\\\?\\UNC" + strPath.mid(1) : "\\\\?\\" + strPath).toStdWString();
+#else
+    return QFile::encodeName(strFile).toStdString();
+#endif
+}
+
+bool IsHttp(const QUrl& url)
+{
+    return url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+}
 
 } // namespace
 
@@ -38,42 +63,68 @@ NAMDownload::~NAMDownload()
     }
 }
 
+// Opened so, the temporary file is a new one, and no link is followed to another.
 bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
 {
+    const QUrl url(strUrl, QUrl::TolerantMode);
     const QString strUnique = QString::number(QRandomGenerator::global()->generate(), 16);
     auto pFile = std::make_unique<QFile>(strTarget + '.' + strUnique + ".part");
-    if (m_pReply != nullptr || !pFile->open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+    if (m_pReply != nullptr || !IsHttp(url) || !pFile->open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
         return false;
     }
     m_pFile = std::move(pFile);
     m_strTarget = strTarget;
-    QNetworkRequest request(QUrl(strUrl, QUrl::TolerantMode));
+    QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setRawHeader("Accept-Encoding", "identity"); // so that the length told is that of the file
     m_pReply = get(request);
+    BoundBuffer(*m_pReply);
     connect(m_pReply, SIGNAL(readyRead()), this, SLOT(slot_NReply_readyRead()));
     connect(m_pReply, SIGNAL(downloadProgress(qint64, qint64)), this,
             SLOT(slot_NReply_downloadProgress(qint64, qint64)));
-    connect(m_pReply, &QNetworkReply::finished, this, &NAMDownload::CheckLength); // before the next one
+    connect(m_pReply, &QNetworkReply::finished, this, &NAMDownload::CheckWhole); // before the next one
     connect(m_pReply, SIGNAL(finished()), this, SLOT(slot_NReply_finished()));
+    QTimer::singleShot(ExchangeLimits().timeout, Qt::PreciseTimer, m_pReply.data(),
+                       &QNetworkReply::abort);
     WatchInFlight(*this);
     return true;
 }
 
-void NAMDownload::slot_NReply_readyRead()
+bool NAMDownload::IsTooLarge() const
 {
-    const QByteArray baData = m_pReply->readAll();
-    if (m_pFile->write(baData) != baData.size()) {
-        m_pReply->abort(); // a full disk: the download ends as a failed one
-    }
+    return static_cast<quint64>(m_pFile->pos() + m_pReply->bytesAvailable()) >
+           ExchangeLimits().nMaxReplyBytes;
 }
 
-// Qt now and then takes a connection that breaks for the end of its reply, although bytes are missing.
-void NAMDownload::CheckLength()
+void NAMDownload::slot_NReply_readyRead()
+{
+    if (m_pFile == nullptr) {
+        return; // it was aborted, and Qt had some more
+    }
+    if (!IsTooLarge()) {
+        const QByteArray baData = m_pReply->readAll();
+        if (m_pFile->write(baData) == baData.size()) {
+            return;
+        }
+    }
+    m_pReply->abort(); // the download ends as a failed one, as on a full disk
+}
+
+// Qt now and then takes a connection that breaks for the end of its reply, although bytes are missing. And
+// the last bytes of a file reach the disk, or find it full, only now.
+void NAMDownload::CheckWhole()
 {
     const QVariant length = m_pReply->header(QNetworkRequest::ContentLengthHeader);
-    if (m_pReply->error() == QNetworkReply::NoError && length.isValid() &&
-        length.toLongLong() != m_pFile->pos()) {
+    const bool bWritten = m_pFile->flush();
+    const qint64 nWritten = m_pFile->pos();
+    m_pFile->close();
+    if (m_pReply->error() != QNetworkReply::NoError) {
+        return;
+    }
+    if (!bWritten || m_pFile->error() != QFileDevice::NoError) {
+        ErrorOfReply::Set(*m_pReply, QNetworkReply::UnknownContentError,
+                          "The file can't be written: " + m_pFile->errorString());
+    } else if (length.isValid() && length.toLongLong() != nWritten) {
         ErrorOfReply::Set(*m_pReply, QNetworkReply::RemoteHostClosedError,
                           QStringLiteral("Connection closed before the whole file came"));
     }
@@ -90,7 +141,7 @@ void NAMDownload::slot_NReply_finished()
 {
     m_pFile->close();
     const bool bSucc = m_pReply->error() == QNetworkReply::NoError;
-    if (!bSucc || !m_pFile->rename(m_strTarget)) {
+    if (!bSucc || !RenameWithoutReplacing(NativePath(m_pFile->fileName()), NativePath(m_strTarget))) {
         m_pFile->remove();
     }
     m_pFile.reset();

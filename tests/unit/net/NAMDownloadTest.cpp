@@ -4,6 +4,7 @@
 #include "Wine.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QNetworkReply>
 #include <QPointer>
@@ -16,8 +17,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
 #include <string>
 #include <utility>
+
+#if !defined(_WIN32)
+#include <csignal>
+#include <sys/resource.h>
+#endif
 
 namespace
 {
@@ -162,6 +170,116 @@ TEST_F(Download, KeepsATargetThatIsThereAndStillReportsWhatTheNetworkDid)
     EXPECT_EQ(Content(), "earlier");
     EXPECT_EQ(Files(), QStringList{"file.bin"});
 }
+
+TEST_F(Download, IsOfHttpOnly)
+{
+    QFile secret(m_folder.filePath("secret"));
+    ASSERT_TRUE(secret.open(QIODevice::WriteOnly));
+    secret.close();
+    for (const QString& strUrl :
+         {"file://" + secret.fileName(), secret.fileName(), QString("ftp://127.0.0.1/x"),
+          QString("data:text/plain,x"), QString("qrc:/x"), QString("127.0.0.1/x"), QString()}) {
+        NAMDownload download(nullptr);
+        EXPECT_FALSE(download.Start(strUrl, Target())) << strUrl.toStdString();
+        EXPECT_EQ(Files(), QStringList{"secret"});
+    }
+}
+
+TEST_F(Download, FollowsARedirectToHttpOnly)
+{
+    QTemporaryDir elsewhere;
+    QFile secret(elsewhere.filePath("secret"));
+    ASSERT_TRUE(secret.open(QIODevice::WriteOnly));
+    secret.write("content");
+    secret.close();
+    for (const QString& strUrl : {"file://" + secret.fileName(), QString("ftp://127.0.0.1/x"),
+                                  QString("data:text/plain,x"), QString("qrc:/x")}) {
+        const ScriptedServer server(
+            ServerStep{HttpReply(302, "moved", "Location: " + strUrl.toStdString() + "\r\n")});
+        EXPECT_FALSE(Run(QString::fromStdString(server.Url("/old")))) << strUrl.toStdString();
+        EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
+    }
+}
+
+TEST_F(Download, HasTheLargestSizeOfAReply)
+{
+    constexpr std::size_t MOST = 1'000'000;
+    qputenv("CHTTPCLIENT_MAX_REPLY_BYTES", "1000000");
+    for (const char* const szEnd : {"", "x"}) {
+        const std::string strContent = std::string(MOST, 'x') + szEnd;
+        for (const ServerStep& step :
+             {ServerStep{HttpReply(200, strContent)},
+              ServerStep{"HTTP/1.1 200 OK\r\n\r\n" + strContent, ServerStep::Ending::Close}}) {
+            const ScriptedServer server(step);
+            const bool bFits = strContent.size() == MOST;
+            EXPECT_EQ(Run(QString::fromStdString(server.Url("/file"))), bFits);
+            EXPECT_EQ(Files().size(), bFits ? 1 : 0);
+            QFile::remove(Target());
+        }
+    }
+}
+
+TEST_F(Download, WithoutEndIsCutOff)
+{
+    qputenv("CHTTPCLIENT_MAX_REPLY_BYTES", "1000000");
+    ServerStep step{"HTTP/1.1 200 OK\r\n\r\n", ServerStep::Ending::Close};
+    step.strEndless = std::string(100'000, 'x');
+    step.pause = std::chrono::milliseconds(10);
+    const ScriptedServer server(step);
+    EXPECT_FALSE(Run(QString::fromStdString(server.Url("/file"))));
+    EXPECT_TRUE(Files().isEmpty());
+}
+
+TEST_F(Download, HasTheTimeOfARequestForTheWhole)
+{
+    qputenv("CHTTPCLIENT_TIMEOUT_MS", "300");
+    ServerStep step{"HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n", ServerStep::Ending::Close};
+    step.strEndless = "x";
+    step.pause = std::chrono::milliseconds(20);
+    const ScriptedServer server(step);
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_FALSE(Run(QString::fromStdString(server.Url("/file"))));
+    EXPECT_GE(clock.elapsed(), 300);
+    EXPECT_LT(clock.elapsed(), ENOUGH_MS);
+    EXPECT_TRUE(Files().isEmpty());
+}
+
+#if !defined(_WIN32)
+
+/// No file of this process grows beyond that size, as if the disk were full.
+class SmallDisk
+{
+public:
+    explicit SmallDisk(rlim_t nBytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{nBytes, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~SmallDisk() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+private:
+    rlimit m_before{};
+};
+
+TEST_F(Download, ThatTheDiskHasNoPlaceForFails)
+{
+    const SmallDisk disk(4'096);
+    // Of the smaller one Qt keeps everything back until the file is closed.
+    for (const std::size_t nBytes : {5'000, 1'000'000}) {
+        const ScriptedServer server(ServerStep{HttpReply(200, std::string(nBytes, 'x'))});
+        EXPECT_FALSE(Run(QString::fromStdString(server.Url("/file")))) << nBytes;
+        EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
+    }
+    const ScriptedServer server(ServerStep{HttpReply(200, std::string(4'096, 'x'))});
+    EXPECT_TRUE(Run(QString::fromStdString(server.Url("/file"))));
+}
+
+#endif
 
 TEST_F(Download, DoesNotStartWithoutAPlaceForTheFile)
 {

@@ -1,0 +1,127 @@
+// What a download does where the file system, or the kernel, can't rename its file. The calls are this
+// program's own, which fail as the test says.
+
+#include "net/NAMDownload.h"
+
+#include "ScriptedServer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace
+{
+
+std::atomic<int> g_nRenameError = 0; ///< with which renaming fails; 0 for not at all
+std::atomic<int> g_nLinkError = 0;
+std::atomic<bool> g_bTargetAppears = false; ///< in the moment before it is to be linked
+
+} // namespace
+
+extern "C" int renameat2(int nFolder, const char* szFrom, int nNewFolder, const char* szTo,
+                         unsigned nFlags) noexcept
+{
+    if (g_nRenameError != 0) {
+        errno = g_nRenameError;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_renameat2, nFolder, szFrom, nNewFolder, szTo, nFlags));
+}
+
+extern "C" int link(const char* szFrom, const char* szTo) noexcept
+{
+    if (g_nLinkError != 0) {
+        errno = g_nLinkError;
+        return -1;
+    }
+    if (g_bTargetAppears) {
+        ::close(::open(szTo, O_CREAT | O_WRONLY, 0600));
+    }
+    return ::linkat(AT_FDCWD, szFrom, AT_FDCWD, szTo, 0);
+}
+
+namespace
+{
+
+constexpr int ENOUGH_MS = 30'000;
+
+class RenamingDownload : public ::testing::Test
+{
+protected:
+    /// The network does its part, whatever becomes of the name.
+    void Run()
+    {
+        const ScriptedServer server(ServerStep{HttpReply(200, "content")});
+        auto* const pDownload = new NAMDownload(nullptr);
+        const QPointer<NAMDownload> pWatched(pDownload);
+        const QSignalSpy finished(pDownload, &NAMDownload::signal_NReply_finished);
+        ASSERT_TRUE(
+            pDownload->Start(QString::fromStdString(server.Url("/file")), m_folder.filePath("file.bin")));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return pWatched.isNull(); }, ENOUGH_MS));
+        ASSERT_EQ(finished.count(), 1);
+        EXPECT_TRUE(finished.front().front().toBool());
+    }
+
+    QStringList Files() const { return QDir(m_folder.path()).entryList(QDir::Files); }
+
+    QByteArray Content() const
+    {
+        QFile file(m_folder.filePath("file.bin"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+    }
+
+    const QTemporaryDir m_folder;
+};
+
+TEST_F(RenamingDownload, IsNotCopiedWhereItCannotBeRenamed)
+{
+    for (const int nError : {EXDEV, EACCES, EIO}) {
+        g_nRenameError = nError;
+        g_nLinkError = nError;
+        Run();
+        EXPECT_TRUE(Files().isEmpty()) << "after " << nError;
+        QFile::remove(m_folder.filePath("file.bin"));
+    }
+}
+
+TEST_F(RenamingDownload, IsLinkedWhereTheFileSystemCannotRenameSo)
+{
+    for (const int nError : {EINVAL, ENOSYS}) {
+        g_nRenameError = nError;
+        Run();
+        EXPECT_EQ(Files(), QStringList{"file.bin"}) << "after " << nError;
+        EXPECT_EQ(Content(), "content");
+        QFile::remove(m_folder.filePath("file.bin"));
+    }
+}
+
+TEST_F(RenamingDownload, LeavesATargetThatAppearsInTheLastMoment)
+{
+    g_nRenameError = EINVAL;
+    g_bTargetAppears = true;
+    Run();
+    EXPECT_EQ(Files(), QStringList{"file.bin"});
+    EXPECT_EQ(Content(), "");
+}
+
+TEST_F(RenamingDownload, IsNoFileWhereThereAreNoLinksEither)
+{
+    g_nRenameError = EINVAL;
+    g_nLinkError = EPERM;
+    Run();
+    EXPECT_TRUE(Files().isEmpty());
+}
+
+} // namespace
