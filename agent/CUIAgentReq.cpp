@@ -110,6 +110,16 @@ bool CUIAgentReq::StrictWaits() const
     return m_pState->bStrictWaits;
 }
 
+void CUIAgentReq::SetQueryEscaping(bool bEscape)
+{
+    SDKFactory::SetQueryEscaping(bEscape);
+}
+
+bool CUIAgentReq::HasQueryEscaping() const
+{
+    return SDKFactory::HasQueryEscaping();
+}
+
 std::string CUIAgentReq::JointServerInfo(std::string strIp, int nPort)
 {
     return "http://" + strIp + ":" + std::to_string(nPort) + "/";

@@ -27,8 +27,8 @@ struct SyncWait;
 ///
 /// Query texts: what the senders say to be a query text becomes a value of the URL's query as it is given;
 /// only what no URL may hold is encoded. A barcode `NO#1` arrives as `NO`, without the fields after it, and
-/// `A&B=1` as two fields. Percent-encode the text yourself, with `QUrl::toPercentEncoding`, and it arrives
-/// whole; see docs/texts-in-requests.md.
+/// `A&B=1` as two fields. With `SetQueryEscaping(true)` each text arrives as it is; see
+/// docs/texts-in-requests.md.
 ///
 /// Endpoint paths are read once, when the object is made, from the site's settings (see `Instance`).
 class KTSHTTPAGENT_API CUIAgentReq : public QObject
@@ -158,6 +158,19 @@ public:
     void SetStrictWaits(bool bStrict);
     /// On the object's thread.
     bool StrictWaits() const;
+
+    /// Whether the query texts of all requests that are made from now on, asynchronous and blocking ones, are
+    /// percent-encoded, so that the server reads each as it was handed in, whatever characters it holds. At
+    /// first they are not. A host that encodes its texts itself must not switch this on: they would be
+    /// encoded twice.
+    ///
+    /// The texts that come back to the host (`t` with `CUIAgentRsp::SigGetSupportVerRet`) stay as they were
+    /// handed in, and so does the JSON body that a transport of the site's own is handed with a query. The
+    /// barcodes of `SendGetProjects` still travel with commas between them, which no escape hides from the
+    /// server: none may hold one. It holds for the whole process, `IVelClientSDk` included. From any thread;
+    /// a request that is being made on another thread just then is made either way.
+    void SetQueryEscaping(bool bEscape);
+    bool HasQueryEscaping() const; ///< whether they are
 
 protected Q_SLOTS:
     // Judge the reply to a blocking sender and end its wait. Their order is part of the interface.

@@ -35,6 +35,43 @@ void Take(std::string_view& strLeft, const std::string& strText, const char* szR
     strLeft.remove_prefix(strText.size());
 }
 
+/// What a server makes of an escaped value; fails where anything in it needed an escape.
+std::string Decoded(std::string_view strValue)
+{
+    constexpr std::string_view PLAIN = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
+                                       "-._~!$'()*,/:@";
+    constexpr std::string_view DIGITS = "0123456789ABCDEF";
+    std::string strText;
+    for (std::size_t nAt = 0; nAt < strValue.size(); ++nAt) {
+        if (strValue[nAt] != '%') {
+            Require(PLAIN.find(strValue[nAt]) != std::string_view::npos, "what means something is escaped");
+            strText += strValue[nAt];
+            continue;
+        }
+        const std::string_view strDigits = strValue.substr(nAt + 1, 2);
+        Require(strDigits.size() == 2 && strDigits.find_first_not_of(DIGITS) == std::string_view::npos,
+                "a percent sign begins an escape");
+        strText += static_cast<char>(16 * DIGITS.find(strDigits[0]) + DIGITS.find(strDigits[1]));
+        nAt += 2;
+    }
+    return strText;
+}
+
+/// The values of an escaped query, whose names are those of the object, arrive as they are.
+void CheckEscapedQuery(std::string_view strLeft, const Json::Value& object)
+{
+    std::string strMark = "?";
+    Take(strLeft, object.empty() ? strMark : "", "a query without members is a question mark");
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        Take(strLeft, strMark + member.name() + "=", "a name is written verbatim");
+        const std::string_view strValue = strLeft.substr(0, strLeft.find('&'));
+        Require(Decoded(strValue) == TextOf(*member), "a server that decodes a value has the text");
+        strLeft.remove_prefix(strValue.size());
+        strMark = "&";
+    }
+    Require(strLeft.empty(), "nothing follows the last member");
+}
+
 void CheckQuery(std::string_view strLeft, const Json::Value& object)
 {
     Take(strLeft, "?", "a query begins with a question mark");
@@ -57,6 +94,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     if (value) {
         const Json::Value object = value->isObject() ? *value : Json::Value(Json::objectValue);
         CheckQuery(VelCSDK::BuildQueryString(*value), object);
+        VelCSDK::SetQueryEscaping(true);
+        CheckEscapedQuery(VelCSDK::BuildQueryString(*value), object);
+        VelCSDK::SetQueryEscaping(false);
     }
     return 0;
 }

@@ -26,9 +26,8 @@ using ResponseCallBack = std::function<void(int, const void*, const void*, int)>
 ///
 /// Query texts: what the operations say to be a query text becomes a value of the URL's query as it is given;
 /// the transport encodes only what no URL may hold. A barcode `NO#1` arrives as `NO`, without the fields
-/// after it, and `A&B=1` as two fields. Percent-encode the text yourself (with Qt:
-/// `QUrl::toPercentEncoding`) and it arrives whole; the context is then the encoded text. See
-/// docs/texts-in-requests.md.
+/// after it, and `A&B=1` as two fields. With `SDKFactory::SetQueryEscaping(true)` each text arrives as it is.
+/// See docs/texts-in-requests.md.
 ///
 /// The order of the operations is part of the interface: hosts call them by their place in the table.
 struct KTSHTTPAGENT_API IVelClientSDk {
@@ -130,6 +129,13 @@ struct KTSHTTPAGENT_API SDKFactory {
     /// Ends a client; null is allowed. Only at shut-down: `GetInstance` goes on returning the ended client,
     /// which must not be used any more.
     static void DestoryInstance(IVelClientSDk* p);
+
+    /// Whether the query texts of all requests that are made from now on are percent-encoded, so that the
+    /// server reads each as it was handed in. At first they are not. The context stays the text that was
+    /// handed in, and so does the JSON body that the transport is handed. From any thread. It is what
+    /// `CUIAgentReq::SetQueryEscaping` switches, which says more.
+    static void SetQueryEscaping(bool bEscape);
+    static bool HasQueryEscaping(); ///< whether they are
 };
 
 } // namespace VelCSDK

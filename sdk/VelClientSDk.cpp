@@ -1,6 +1,7 @@
 #include "VelClientSDk.h"
 
 #include "CDataResponse.h"
+#include "QueryString.h"
 #include "RequestCatalogue.h"
 
 #include "platform/chttpclient/chttpclient.h"
@@ -110,6 +111,16 @@ IVelClientSDk* SDKFactory::GetInstance()
 void SDKFactory::DestoryInstance(IVelClientSDk* p)
 {
     delete p;
+}
+
+void SDKFactory::SetQueryEscaping(bool bEscape)
+{
+    VelCSDK::SetQueryEscaping(bEscape);
+}
+
+bool SDKFactory::HasQueryEscaping()
+{
+    return VelCSDK::HasQueryEscaping();
 }
 
 } // namespace VelCSDK

@@ -31,10 +31,15 @@ protected:
     /// Makes the server know a barcode.
     void Share(const QString& strBarcode)
     {
+        Add("shared-barcodes", {{"dxtm", strBarcode}, {"common", true}});
+    }
+
+    /// Adds a row to a table of the server.
+    void Add(const QString& strTable, const QJsonObject& row)
+    {
         QNetworkRequest request(
-            QUrl(QString("http://127.0.0.1:%1/lab/shared-barcodes").arg(m_server.Port())));
+            QUrl(QString("http://127.0.0.1:%1/lab/%2").arg(m_server.Port()).arg(strTable)));
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
-        const QJsonObject row{{"dxtm", strBarcode}, {"common", true}};
         QNetworkAccessManager manager;
         QNetworkReply* const pReply = manager.post(request, QJsonDocument(row).toJson());
         QSignalSpy spy(pReply, &QNetworkReply::finished);
@@ -83,6 +88,22 @@ TEST_P(QueryTextsEach, ArriveWholeWhenTheHostEncodesThem)
     ExpectFound(GetParam().strText, GetParam().strArrives == GetParam().strText);
 }
 
+TEST_P(QueryTextsEach, ArriveWholeWhenTheLibraryEscapesThem)
+{
+    Share(GetParam().strText);
+    m_request.SetQueryEscaping(true);
+    ExpectFound(GetParam().strText, true);
+    EXPECT_EQ(m_server.Exchanges().size(), 3U); // each sender sent one request
+}
+
+TEST_P(QueryTextsEach, GoOutAsTheyStandOnceEscapingIsSwitchedOff)
+{
+    Share(GetParam().strArrives);
+    m_request.SetQueryEscaping(true);
+    m_request.SetQueryEscaping(false);
+    ExpectFound(GetParam().strText, true);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Each, QueryTextsEach,
     ::testing::Values(QueryText{"Hash", "NO#1", "NO"}, QueryText{"Ampersand", "A&B=1", "A"},
@@ -99,6 +120,65 @@ TEST_F(QueryTexts, ASecondQuestionMarkIsRefusedUnlessItIsEncoded)
     EXPECT_FALSE(m_request.SendGetWhetherInCommonEx(m_strHost, m_server.Port(), ENOUGH_MS, "A?B", m_bCommon));
     Share("A?B");
     ExpectFound(Encoded("A?B"), true);
+    m_request.SetQueryEscaping(true);
+    ExpectFound("A?B", true);
+}
+
+TEST_F(QueryTexts, ABarcodeThatRewritesTheQueryDoesNotWhenItIsEscaped)
+{
+    const tagSRequestGetChannelCheckData req{1201, 107, "X&deviceId=OTHER&chl=9#", "KTS-0007", "8", "p"};
+    const std::string strBefore = "/vomd/system/channelCheckData.action?chl=8&deviceId=KTS-0007&dxtm=";
+    const auto SendByBoth = [&] {
+        QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetChannelCheckDataRet);
+        m_request.SendGetChannelCheckData(m_strHost, m_server.Port(), req);
+        ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+        m_request.SendGetChannelCheckDataEx(m_strHost, m_server.Port(), ENOUGH_MS, req, m_bAllow,
+                                            m_strReason);
+    };
+    SendByBoth();
+    m_request.SetQueryEscaping(true);
+    SendByBoth();
+    ASSERT_EQ(m_server.Exchanges().size(), 4U);
+    for (const std::size_t nPlain : {0, 1}) {
+        EXPECT_EQ(m_server.Exchanges()[nPlain].strTarget, strBefore + "X&deviceId=OTHER&chl=9");
+        EXPECT_EQ(m_server.Exchanges()[nPlain].nStatus, 400); // what stood behind the barcode is cut off
+    }
+    for (const std::size_t nEscaped : {2, 3}) {
+        EXPECT_EQ(m_server.Exchanges()[nEscaped].strTarget,
+                  strBefore + "X%26deviceId%3DOTHER%26chl%3D9%23&purpose=p&wtNumId=1201&xmNameId=107");
+        EXPECT_EQ(m_server.Exchanges()[nEscaped].nStatus, 200);
+    }
+    EXPECT_FALSE(m_bAllow);
+    EXPECT_EQ(m_strReason, "Channel 8 waits for calibration");
+}
+
+TEST_F(QueryTexts, BytesThatAreNoUtf8ArriveWhenTheyAreEscaped)
+{
+    const tagSRequestGetChannelCheckData req{1201, 107, "\xff\xc3(#\xe7\x94", "KTS-0001", "3", "p"};
+    m_request.SetQueryEscaping(true);
+    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetChannelCheckDataRet);
+    m_request.SendGetChannelCheckData(m_strHost, m_server.Port(), req);
+    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    m_request.SendGetChannelCheckDataEx(m_strHost, m_server.Port(), ENOUGH_MS, req, m_bAllow, m_strReason);
+    ASSERT_EQ(m_server.Exchanges().size(), 2U);
+    for (const LabExchange& seen : m_server.Exchanges()) {
+        EXPECT_EQ(seen.strTarget, "/vomd/system/channelCheckData.action?chl=3&deviceId=KTS-0001"
+                                  "&dxtm=%FF%C3(%23%E7%94&purpose=p&wtNumId=1201&xmNameId=107");
+    }
+}
+
+TEST_F(QueryTexts, TheTextOfAChannelStatusReportIsEscapedToo)
+{
+    KTSStartPlugin::tagRepoChlStatusInfo info;
+    info.box = "1";
+    info.chl = "2";
+    m_request.SetQueryEscaping(true);
+    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigPostReportChlStatRet);
+    m_request.SendPostReportChlStatus(m_strHost, m_server.Port(), "a&b=1#é", info);
+    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    ASSERT_EQ(m_server.Exchanges().size(), 1U);
+    EXPECT_EQ(m_server.Exchanges().front().strTarget,
+              "/vomd/system/addstatuslog.action?t=a%26b%3D1%23%C3%A9");
 }
 
 TEST_F(QueryTexts, AnAmpersandBeginsAFieldOfItsOwn)
@@ -128,6 +208,11 @@ TEST_F(QueryTexts, TheArgumentThatASignalRepeatsIsTheOneHandedIn)
     m_request.SendGetSupportVer(m_strHost, m_server.Port(), "1%2E1%2E0");
     ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
     EXPECT_EQ(spy[0], (QList<QVariant>{true, "1%2E1%2E0"}));
+    Add("supported-versions", {{"t", "2&x=#é"}, {"com", "2"}, {"ver", "2"}, {"supported", true}});
+    m_request.SetQueryEscaping(true);
+    m_request.SendGetSupportVer(m_strHost, m_server.Port(), "2&x=#é");
+    ASSERT_TRUE(spy.count() == 2 || spy.wait(ENOUGH_MS));
+    EXPECT_EQ(spy[1], (QList<QVariant>{true, "2&x=#é"}));
 }
 
 TEST_F(QueryTexts, AnEncodedCommaSplitsTheListOfBarcodesAllTheSame)
@@ -138,7 +223,11 @@ TEST_F(QueryTexts, AnEncodedCommaSplitsTheListOfBarcodesAllTheSame)
         ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
         spy.clear();
     }
-    ASSERT_EQ(m_server.Exchanges().size(), 2U);
+    m_request.SetQueryEscaping(true);
+    m_request.SendGetProjects(m_strHost, m_server.Port(), {"CELL-0001", "CELL-0002"}, "1");
+    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    ASSERT_EQ(m_server.Exchanges().size(), 3U);
+    EXPECT_EQ(m_server.Exchanges()[2].strTarget, m_server.Exchanges()[0].strTarget);
     EXPECT_EQ(m_server.Exchanges()[0].strReply, m_server.Exchanges()[1].strReply);
     EXPECT_NE(m_server.Exchanges()[1].strReply.find("\"xh\""), std::string::npos);
 }

@@ -140,6 +140,10 @@ std::vector<QString> AwkwardTexts()
     return vecTexts;
 }
 
+/// Texts with percent signs that the roads write differently when they are not escaped.
+constexpr const char* PERCENT_TEXTS[] = {"%41", "%7e%5f", "%2e%2E", "%25%41", "%e7%94%b5",
+                                         "%3a", "%5e^",   "%20%",   "%%41",   "a%20b%zz"};
+
 class SameTarget : public SyncRoad
 {
 protected:
@@ -168,6 +172,44 @@ TEST_F(SameTarget, IsPutOnTheWireByBothRoads)
     for (const QString& strText : vecTexts) {
         const auto [strAsync, strSync] = Targets(strText);
         EXPECT_EQ(strAsync, strSync) << "for \"" << strText.toStdString() << '"';
+    }
+}
+
+TEST_F(SameTarget, HoldsEveryTextWholeWhenItIsEscaped)
+{
+    m_request.SetQueryEscaping(true);
+    std::vector<QString> vecTexts = AwkwardTexts();
+    for (const char* const szText : PERCENT_TEXTS) {
+        vecTexts.emplace_back(szText);
+    }
+    const std::string strBefore = "GET /vomd/system/whetherInCommon.action?dxtm=";
+    const std::string strBehind = " HTTP/1.1";
+    for (const QString& strText : vecTexts) {
+        const auto [strAsync, strSync] = Targets(strText);
+        EXPECT_EQ(strAsync, strSync) << "for \"" << strText.toStdString() << '"';
+        ASSERT_EQ(strAsync.compare(0, strBefore.size(), strBefore), 0) << strAsync;
+        const std::string strValue =
+            strAsync.substr(strBefore.size(), strAsync.size() - strBefore.size() - strBehind.size());
+        EXPECT_EQ(strValue.find_first_of("&#+=;?"), std::string::npos) << strValue;
+        EXPECT_EQ(QByteArray::fromPercentEncoding(QByteArray::fromStdString(strValue)), strText.toUtf8());
+    }
+}
+
+// The bytes that went out before texts could be escaped at all.
+TEST_F(SameTarget, IsAsItEverWasWhileTextsAreNotEscaped)
+{
+    const QString strText = "a \"<>\\^`{|}[]é&b=c+d;e/f?g,%41#h";
+    const std::string strLine =
+        "GET /vomd/system/whetherInCommon.action?dxtm=a%20%22%3C%3E%5C%5E%60%7B%7C%7D%5B%5D"
+        "%C3%A9&b=c+d;e/f?g,";
+    for (const bool bSwitched : {false, true}) {
+        if (bSwitched) {
+            m_request.SetQueryEscaping(true);
+            m_request.SetQueryEscaping(false);
+        }
+        const auto [strAsync, strSync] = Targets(strText);
+        EXPECT_EQ(strAsync, strLine + "%41 HTTP/1.1");
+        EXPECT_EQ(strSync, strLine + "A HTTP/1.1");
     }
 }
 

@@ -133,6 +133,24 @@ TEST_F(Senders, AChannelStatusReportPassesTextAndRecord)
                                                  HasSubstr(R"("dxtm":"DX1")")));
 }
 
+TEST_F(Senders, EscapeQueryTextsOnlyWhileTheyAreToldTo)
+{
+    KTSStartPlugin::tagRepoChlStatusInfo info;
+    info.box = "2";
+    info.chl = "0";
+    const std::string strBefore = "http://h:80/vomd/system/addstatuslog.action?t=";
+    EXPECT_FALSE(m_request.HasQueryEscaping());
+    m_request.SendPostReportChlStatus("h", 80, "a&b#1", info);
+    EXPECT_EQ(Last().strUrl, strBefore + "a&b#1");
+    m_request.SetQueryEscaping(true);
+    EXPECT_TRUE(m_request.HasQueryEscaping());
+    m_request.SendPostReportChlStatus("h", 80, "a&b#1", info);
+    EXPECT_EQ(Last().strUrl, strBefore + "a%26b%231");
+    m_request.SetQueryEscaping(false);
+    m_request.SendPostReportChlStatus("h", 80, "a&b#1", info);
+    EXPECT_EQ(Last().strUrl, strBefore + "a&b#1");
+}
+
 TEST_F(Senders, AChannelStatusReportWithTextBehindItsNumbersIsSent)
 {
     KTSStartPlugin::tagRepoChlStatusInfo info;

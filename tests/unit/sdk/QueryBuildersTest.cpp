@@ -6,27 +6,29 @@ namespace
 {
 const std::string BASE = "http://10.1.1.5:80/";
 
-/// A text as the caller hands it in, and as JSON writes it.
+/// A text as the caller hands it in, as JSON writes it, and as it stands in a query that escapes texts.
 struct Value {
     const char* szName;
     std::string strText;
     std::string strJson;
+    std::string strEscaped;
 };
 
 std::vector<Value> Values()
 {
-    return {{"Plain", "1.2.3", R"("1.2.3")"},
-            {"Empty", "", R"("")"},
-            {"Space", "a b", R"("a b")"},
-            {"Separators", "a&b=c?d#e/f", R"("a&b=c?d#e/f")"},
-            {"Percent", "%41%", R"("%41%")"},
-            {"Quotes", R"("a" 'b' \)", R"("\"a\" 'b' \\")"},
-            {"Chinese", "电池", R"("\u7535\u6c60")"},
-            {"BeyondThePlane", "😀", R"("\ud83d\ude00")"},
-            {"Controls", "\r\n\t\x01", R"("\r\n\t\u0001")"},
-            {"Nul", std::string("a\0b", 3), R"("a\u0000b")"},
-            {"InvalidUtf8", "\xff", R"("\ufffd")"},
-            {"VeryLong", std::string(1000000, 'x'), '"' + std::string(1000000, 'x') + '"'}};
+    return {{"Plain", "1.2.3", R"("1.2.3")", "1.2.3"},
+            {"Empty", "", R"("")", ""},
+            {"Space", "a b", R"("a b")", "a%20b"},
+            {"Separators", "a&b=c?d#e/f", R"("a&b=c?d#e/f")", "a%26b%3Dc%3Fd%23e/f"},
+            {"Percent", "%41%", R"("%41%")", "%2541%25"},
+            {"Quotes", R"("a" 'b' \)", R"("\"a\" 'b' \\")", "%22a%22%20'b'%20%5C"},
+            {"Chinese", "电池", R"("\u7535\u6c60")", "%E7%94%B5%E6%B1%A0"},
+            {"BeyondThePlane", "😀", R"("\ud83d\ude00")", "%F0%9F%98%80"},
+            {"Controls", "\r\n\t\x01", R"("\r\n\t\u0001")", "%0D%0A%09%01"},
+            {"Nul", std::string("a\0b", 3), R"("a\u0000b")", "a%00b"},
+            {"InvalidUtf8", "\xff", R"("\ufffd")", "%FF"},
+            {"VeryLong", std::string(1000000, 'x'), '"' + std::string(1000000, 'x') + '"',
+             std::string(1000000, 'x')}};
 }
 
 /// A query all of whose arguments are texts. In the templates "$" stands for the value.
@@ -113,6 +115,23 @@ TEST_P(QueryOfTexts, SendsThemUnchangedInUrlBodyAndUserData)
         EXPECT_EQ(request.strBody, Fill(query.szBody, value.strJson) + "\n");
         ExpectPlainGet(request);
         ASSERT_NE(request.pUserData, nullptr);
+        EXPECT_EQ(query.fnUserTexts(request.pUserData),
+                  std::vector<std::string>(query.nUserTexts, value.strText));
+    }
+    EXPECT_EQ(Sent().size(), Values().size());
+}
+
+TEST_P(QueryOfTexts, EscapesThemInTheUrlAloneWhenItIsToldTo)
+{
+    const TextQuery& query = GetParam();
+    VelCSDK::SDKFactory::SetQueryEscaping(true);
+    EXPECT_TRUE(VelCSDK::SDKFactory::HasQueryEscaping());
+    for (const Value& value : Values()) {
+        SCOPED_TRACE(value.szName);
+        query.fnSend(m_client, value.strText);
+        const RecordedRequest request = Sent().back();
+        EXPECT_EQ(request.strUrl, BASE + Fill(query.szUrl, value.strEscaped));
+        EXPECT_EQ(request.strBody, Fill(query.szBody, value.strJson) + "\n");
         EXPECT_EQ(query.fnUserTexts(request.pUserData),
                   std::vector<std::string>(query.nUserTexts, value.strText));
     }

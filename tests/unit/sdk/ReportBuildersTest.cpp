@@ -154,6 +154,19 @@ TEST_F(ReportBuilders, AChannelStatusPutsItsTickBehindTheUrlUnescaped)
     }
 }
 
+TEST_F(ReportBuilders, AChannelStatusEscapesItsTickInTheUrlAloneWhenItIsToldTo)
+{
+    const std::string strTick = "x&y=z# 电\xff";
+    VelCSDK::SDKFactory::SetQueryEscaping(true);
+    auto info = NumberedInfo();
+    info.dxtm = "a&b";
+    m_client.ReportChlStatus(strTick, info);
+    const RecordedRequest request = OnlyRequest();
+    EXPECT_EQ(request.strUrl, BASE + "vomd/system/addstatuslog.action?t=x%26y%3Dz%23%20%E7%94%B5%FF");
+    EXPECT_EQ(*static_cast<const std::string*>(request.pUserData), strTick);
+    EXPECT_NE(request.strBody.find(R"("dxtm":"a&b")"), std::string::npos);
+}
+
 TEST_F(ReportBuilders, BoxAndChannelAreReadAsStoiReadsThem)
 {
     for (const NumberText& row :
