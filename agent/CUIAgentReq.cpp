@@ -5,7 +5,9 @@
 #include "IVelClientSDk.h"
 #include "Logging.h"
 #include "RequestCatalogue.h"
+#include "ServerUrl.h"
 #include "SyncWait.h"
+#include "TlsSetting.h"
 
 #include "net/NetworkUse.h"
 #include "platform/clog/clog.h"
@@ -57,6 +59,9 @@ CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
     SDKFactory::GetInstance()->Init();
     ExchangeLimits(); // read now, as the transport reads its own
     ReadEndpoints();
+    if (!TlsOfEnvironment()) {
+        SetTls(ReadTlsSetting());
+    }
     for (const int nType : SYNC_TYPES) {
         m_mapSyncWait.insert(nType, new SyncWait);
     }
@@ -122,5 +127,5 @@ bool CUIAgentReq::HasQueryEscaping() const
 
 std::string CUIAgentReq::JointServerInfo(std::string strIp, int nPort)
 {
-    return "http://" + strIp + ":" + std::to_string(nPort) + "/";
+    return ServerUrl(strIp, nPort);
 }

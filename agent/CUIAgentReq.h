@@ -30,7 +30,11 @@ struct SyncWait;
 /// `A&B=1` as two fields. With `SetQueryEscaping(true)` each text arrives as it is; see
 /// docs/texts-in-requests.md.
 ///
-/// Endpoint paths are read once, when the object is made, from the site's settings (see `Instance`).
+/// Encryption: a server that is named by host and port is asked by http, unless the site or the environment
+/// asks for TLS; see docs/tls.md.
+///
+/// Endpoint paths, and whether to use TLS, are read once, when the object is made, from the site's settings
+/// (see `Instance`).
 class KTSHTTPAGENT_API CUIAgentReq : public QObject
 {
     Q_OBJECT
@@ -42,7 +46,10 @@ public:
     /// The paths stand in four profiles: on Windows registry keys below HKEY_LOCAL_MACHINE\SOFTWARE\ZORVAL,
     /// elsewhere INI files of the same path below the folder /etc/xdg/ktshttpagent, which the environment
     /// variable KTSHTTPAGENT_SETTINGS_ROOT replaces unless the process has rights that its caller may lack. A
-    /// value that is missing or empty leaves the built-in path.
+    /// value that is missing or empty leaves the built-in path. Whether servers named by host and port are
+    /// asked by https says the environment variable KTSHTTPAGENT_TLS or, where that is not set, the value
+    /// UseTls of the profile KTSStartPlugin: 1, true, on, yes or 0, false, off, no, in any case. Any other
+    /// text counts as yes, and is logged.
     static CUIAgentReq* Instance();
 
     ~CUIAgentReq() override;
@@ -185,7 +192,7 @@ protected Q_SLOTS:
 protected:
     CUIAgentReq();
 
-    /// The base URL "http://HOST:PORT/"; nothing is checked.
+    /// The base URL "http://HOST:PORT/", with TLS "https://HOST:PORT/"; nothing is checked.
     std::string JointServerInfo(std::string strIp, int nPort);
 
     /// What a blocking sender and its reply share, by request type id; owned.

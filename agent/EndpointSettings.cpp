@@ -1,13 +1,13 @@
 #include "EndpointSettings.h"
 
 #include "RequestCatalogue.h"
+#include "SettingsProfile.h"
 
 #include "platform/clog/clog.h"
-#include "platform/system/Environment.h"
 
-#include <QSettings>
 #include <QVariant>
 
+#include <memory>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -18,7 +18,7 @@ using namespace VelCSDK;
 namespace
 {
 
-constexpr const char* PLUGIN = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\BRELK\\KTSStartPlugin";
+constexpr const char* PLUGIN = PLUGIN_PROFILE;
 constexpr const char* ORN = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\ORN\\NETCFG";
 constexpr const char* TAMOR = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\TAMOR\\NETCFG";
 constexpr const char* PLIX = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\PLIX\\NETCFG";
@@ -48,30 +48,6 @@ const std::array<SEndpointSetting, 16> ENDPOINT_SETTINGS{{
 namespace
 {
 
-#if defined(Q_OS_WIN)
-
-QString ProfileLocation(const char* szProfile)
-{
-    return QString::fromLatin1(szProfile);
-}
-
-constexpr QSettings::Format PROFILE_FORMAT = QSettings::NativeFormat;
-
-#else
-
-/// A file for each registry key, below a root for the whole machine.
-QString ProfileLocation(const char* szProfile)
-{
-    const std::string strRoot =
-        EnvironmentVariable("KTSHTTPAGENT_SETTINGS_ROOT").value_or("/etc/xdg/ktshttpagent");
-    return QString::fromLocal8Bit(strRoot.c_str()) + '/' + QString::fromLatin1(szProfile).replace('\\', '/') +
-           ".ini";
-}
-
-constexpr QSettings::Format PROFILE_FORMAT = QSettings::IniFormat;
-
-#endif
-
 const char* StatusText(QSettings::Status eStatus)
 {
     return eStatus == QSettings::FormatError ? "can't be parsed" : "can't be read";
@@ -81,17 +57,13 @@ const char* StatusText(QSettings::Status eStatus)
 /// @return nothing when its profile can't be read
 std::optional<std::string> ReadValue(const SEndpointSetting& setting)
 {
-    const QString strLocation = ProfileLocation(setting.szProfile);
-    QSettings settings(strLocation, PROFILE_FORMAT);
-#if !defined(Q_OS_WIN)
-    settings.setIniCodec("UTF-8");
-#endif
-    const QString strPath = settings.value(QString::fromLatin1(setting.szName), QVariant("")).toString();
-    if (settings.status() == QSettings::NoError) {
+    const std::unique_ptr<QSettings> pSettings = OpenProfile(setting.szProfile);
+    const QString strPath = pSettings->value(QString::fromLatin1(setting.szName), QVariant("")).toString();
+    if (pSettings->status() == QSettings::NoError) {
         return strPath.toStdString();
     }
     Log_Write(1, "ReadEndpointSettings", 1, "%s %s; the built-in paths stay in force for its requests",
-              qUtf8Printable(strLocation), StatusText(settings.status()));
+              qUtf8Printable(ProfileLocation(setting.szProfile)), StatusText(pSettings->status()));
     return std::nullopt;
 }
 

@@ -4,6 +4,7 @@
 #include "Require.h"
 
 #include "agent/EndpointSettings.h"
+#include "agent/TlsSetting.h"
 
 #include <algorithm>
 #include <chrono>
@@ -84,5 +85,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
         Require(bMayBeSet || paths.at(nSetting).empty(),
                 "a broken profile sets nothing, nor does a missing one");
     }
+    ClearRecordedLog();
+    const bool bTls = ReadTlsSetting();
+    Require(RecordedLog().size() <= (bTls ? 1U : 0U), "a doubt is said once, and puts TLS on");
     return 0;
 }

@@ -41,8 +41,10 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     /// Registers the decoders. Called again, it registers them anew.
     virtual void Init() = 0;
 
-    /// Sets the base URL "http://HOST:PORT/". Neither argument is checked. An IPv6 address needs its
-    /// brackets, "[::1]"; without them every request fails.
+    /// Sets the base URL "http://HOST:PORT/", or "https://HOST:PORT/" where TLS is on: by the environment
+    /// variable KTSHTTPAGENT_TLS, or by the site's settings once `CUIAgentReq` has read them (see there).
+    /// Neither argument is checked. An IPv6 address needs its brackets, "[::1]"; without them every request
+    /// fails.
     virtual void SetServerAddr(std::string host, int port) = 0;
 
     /// Sets the base URL as given; no scheme and no "/" is added.

@@ -3,6 +3,7 @@
 #include "CDataResponse.h"
 #include "QueryString.h"
 #include "RequestCatalogue.h"
+#include "ServerUrl.h"
 
 #include "platform/chttpclient/chttpclient.h"
 #include "platform/clog/clog.h"
@@ -47,7 +48,7 @@ void VelClientSDk::Init()
 
 void VelClientSDk::SetServerAddr(std::string host, int port)
 {
-    SetServerUrl("http://" + host + ":" + std::to_string(port) + "/");
+    SetServerUrl(ServerUrl(host, port));
 }
 
 void VelClientSDk::SetServerUrl(std::string url)

@@ -2,6 +2,7 @@
 
 #include "Registry.h"
 
+#include "AgentProbe.h"
 #include "CUIAgentReq.h"
 #include "IVelClientSDk.h"
 #include "RecordingLog.h"
@@ -125,6 +126,33 @@ INSTANTIATE_TEST_SUITE_P(OfType, RegistryValue,
                                            OtherValue{"REG_MULTI_SZ", "one", "one"},
                                            OtherValue{"REG_MULTI_SZ", "one\\0two", nullptr},
                                            OtherValue{"REG_SZ", "", nullptr}));
+
+/// A value that puts TLS on or off, and the scheme that servers named by address and port are asked by.
+struct TlsValue {
+    const char* szType;
+    const char* szData;
+    const char* szScheme;
+    std::size_t nLogged;
+};
+
+class RegistryTls : public Registry, public ::testing::WithParamInterface<TlsValue>
+{
+};
+
+TEST_P(RegistryTls, DecidesTheScheme)
+{
+    Write(PLUGIN, "UseTls", GetParam().szData, GetParam().szType);
+    AgentRequestProbe request;
+    EXPECT_EQ(request.JointServerInfo("h", 80), std::string(GetParam().szScheme) + "://h:80/");
+    EXPECT_THAT(RecordedLog(), ::testing::SizeIs(GetParam().nLogged));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OfType, RegistryTls,
+    ::testing::Values(TlsValue{"REG_DWORD", "1", "https", 0}, TlsValue{"REG_DWORD", "0", "http", 0},
+                      TlsValue{"REG_DWORD", "2", "https", 1}, TlsValue{"REG_SZ", "Yes", "https", 0},
+                      TlsValue{"REG_SZ", "OFF", "http", 0}, TlsValue{"REG_SZ", "maybe", "https", 1},
+                      TlsValue{"REG_MULTI_SZ", "0\\00", "https", 1}));
 
 TEST_F(Registry, AValueIsTakenAsItStandsWithSpacesSlashesAndChinese)
 {

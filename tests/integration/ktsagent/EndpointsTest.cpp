@@ -74,3 +74,13 @@ TEST_F(Endpoints, OfTheSiteDoNotLeadTheDemoAstray)
 
     EXPECT_EQ(run.nExit, 0) << run.strOut;
 }
+
+TEST_F(Endpoints, NeitherDoesTlsOfTheSiteOrTheEnvironmentLeadTheDemoAstray)
+{
+    SetEndpoint("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin", "UseTls", "1");
+    qputenv("KTSHTTPAGENT_TLS", "1");
+
+    const KtsagentRun run = Run({"demo"});
+
+    EXPECT_EQ(run.nExit, 0) << run.strOut;
+}

@@ -32,6 +32,19 @@ TEST_F(Failure, NobodyListens)
     EXPECT_THAT(m_log.Lines(), Contains(HasSubstr("proctol:vomd/system/GetSupportVer.action http-error:-7")));
 }
 
+TEST_F(Failure, ABlockingCallNamesTheUrlThatItAskedWithTlsToo)
+{
+    const RefusingPort port;
+    qputenv("KTSHTTPAGENT_TLS", "on");
+
+    const KtsagentRun run =
+        Run({"in-common", "--sync", "--server", Loopback(port.Port()), "--dxtm", "X", "--json"});
+
+    EXPECT_EQ(run.nExit, 1);
+    EXPECT_EQ(run.Object()["exchange"].toObject()["url"],
+              "https://" + Loopback(port.Port()) + "/vomd/system/whetherInCommon.action?dxtm=X");
+}
+
 TEST_F(Failure, ASilentServerIsGivenUpAfterTheTimeOut)
 {
     const ScriptedServer server(ServerStep{"", ServerStep::Ending::Hold});

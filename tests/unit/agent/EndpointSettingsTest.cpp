@@ -3,11 +3,7 @@
 #include "RecordingLog.h"
 #include "RequestCatalogue.h"
 #include "SettingRows.h"
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
+#include "SettingsRoot.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,21 +11,9 @@
 namespace
 {
 
-/// A settings root of the test's own. Each test is a process of its own, so the singletons are fresh.
-class EndpointSettings : public ::testing::Test
+class EndpointSettings : public SettingsRoot
 {
 protected:
-    EndpointSettings() { qputenv("KTSHTTPAGENT_SETTINGS_ROOT", m_root.path().toUtf8()); }
-
-    void Write(const char* szProfile, const QByteArray& text) const
-    {
-        const QString strFile = m_root.path() + '/' + szProfile + ".ini";
-        QDir().mkpath(QFileInfo(strFile).path());
-        QFile file(strFile);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text);
-    }
-
     static std::string PathOf(int nType)
     {
         CUIAgentReq::Instance();
@@ -37,8 +21,6 @@ protected:
     }
 
     static std::string BuiltIn(int nType) { return VelCSDK::DefaultEndpointPath(nType); }
-
-    QTemporaryDir m_root;
 };
 
 TEST_F(EndpointSettings, WithoutAnySettingEveryRequestUsesItsBuiltInPath)
@@ -115,7 +97,7 @@ TEST_F(EndpointSettings, AProfileThatCannotBeParsedLeavesTheBuiltInPathsAndSaysS
 
 TEST_F(EndpointSettings, AProfileThatCannotBeReadLeavesTheBuiltInPathsAndSaysSo)
 {
-    QDir().mkpath(m_root.path() + '/' + PLUGIN + ".ini"); // a folder where a file should be
+    QDir().mkpath(FileOf(PLUGIN)); // a folder where a file should be
     EXPECT_EQ(PathOf(3103), BuiltIn(3103));
     ASSERT_FALSE(RecordedLog().empty());
     EXPECT_THAT(RecordedLog().front().strText, ::testing::HasSubstr(PLUGIN));

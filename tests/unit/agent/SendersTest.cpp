@@ -3,6 +3,7 @@
 #include "IVelClientSDk.h"
 #include "RecordingLog.h"
 #include "RecordingTransport.h"
+#include "ServerUrl.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -119,6 +120,17 @@ TEST_P(Sender, PutsItsArgumentsOnTheWire)
 
 INSTANTIATE_TEST_SUITE_P(Each, Sender, ::testing::ValuesIn(SENDER_CASES),
                          [](const auto& sender) { return sender.param.szName; });
+
+TEST_P(Sender, AsksAServerThatIsNamedByAddressAndPortByHttpsWithTls)
+{
+    VelCSDK::SetTls(true);
+    GetParam().fnSend(m_request);
+    std::string strUrl = GetParam().strUrl;
+    if (GetParam().nType != 3113) { // the one whose caller names a complete URL
+        strUrl.insert(4, "s");
+    }
+    EXPECT_EQ(Last().strUrl, strUrl);
+}
 
 TEST_F(Senders, AChannelStatusReportPassesTextAndRecord)
 {

@@ -1,0 +1,37 @@
+#include "SettingsProfile.h"
+
+#include "platform/system/Environment.h"
+
+#include <string>
+
+#if defined(Q_OS_WIN)
+
+QString ProfileLocation(const char* szProfile)
+{
+    return QString::fromLatin1(szProfile);
+}
+
+std::unique_ptr<QSettings> OpenProfile(const char* szProfile)
+{
+    return std::make_unique<QSettings>(ProfileLocation(szProfile), QSettings::NativeFormat);
+}
+
+#else
+
+// A file for each registry key, below a root for the whole machine.
+QString ProfileLocation(const char* szProfile)
+{
+    const std::string strRoot =
+        EnvironmentVariable("KTSHTTPAGENT_SETTINGS_ROOT").value_or("/etc/xdg/ktshttpagent");
+    return QString::fromLocal8Bit(strRoot.c_str()) + '/' + QString::fromLatin1(szProfile).replace('\\', '/') +
+           ".ini";
+}
+
+std::unique_ptr<QSettings> OpenProfile(const char* szProfile)
+{
+    auto pSettings = std::make_unique<QSettings>(ProfileLocation(szProfile), QSettings::IniFormat);
+    pSettings->setIniCodec("UTF-8");
+    return pSettings;
+}
+
+#endif

@@ -1,0 +1,103 @@
+#include "ServerUrl.h"
+
+#include "platform/clog/clog.h"
+#include "platform/system/Environment.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <string_view>
+
+namespace VelCSDK
+{
+namespace
+{
+
+constexpr std::array<std::string_view, 4> ON{"1", "true", "on", "yes"};
+constexpr std::array<std::string_view, 4> OFF{"0", "false", "off", "no"};
+
+bool IsOneOf(const std::array<std::string_view, 4>& words, const std::string& strText)
+{
+    return std::find(words.begin(), words.end(), strText) != words.end();
+}
+
+/// Whatever the locale is.
+std::string SmallLetters(std::string strText)
+{
+    std::transform(strText.begin(), strText.end(), strText.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return strText;
+}
+
+/// What a word says; nothing where it is not one of those.
+std::optional<bool> SwitchOf(const std::string& strText)
+{
+    const std::string strWord = SmallLetters(strText);
+    const bool bOn = IsOneOf(ON, strWord);
+    return bOn || IsOneOf(OFF, strWord) ? std::make_optional(bOn) : std::nullopt;
+}
+
+void SayUnreadable(const std::string& strName, const std::string& strValue)
+{
+    Log_Write(1, "VelCSDK::ReadTlsSwitch", 1,
+              "%s is \"%s\", not one of 1, true, on, yes, 0, false, off, no; TLS is on", strName.c_str(),
+              strValue.c_str());
+}
+
+enum class ETls { Unread, Unsaid, Off, On };
+
+// No locks, not even those of function-local statics: the log that is told of an unreadable value may be the
+// site's own.
+std::atomic<ETls> g_eOfEnvironment = ETls::Unread;
+std::atomic<ETls> g_eInForce = ETls::Unsaid; ///< the environment's, until it is set
+
+ETls OnOrOff(bool bTls)
+{
+    return bTls ? ETls::On : ETls::Off;
+}
+
+bool UsesTls()
+{
+    const ETls eInForce = g_eInForce;
+    return eInForce == ETls::Unsaid ? TlsOfEnvironment().value_or(false) : eInForce == ETls::On;
+}
+
+} // namespace
+
+bool ReadTlsSwitch(const std::string& strName, const std::string& strValue)
+{
+    const std::optional<bool> optTls = SwitchOf(strValue);
+    if (!optTls) {
+        SayUnreadable(strName, strValue);
+    }
+    return optTls.value_or(true);
+}
+
+std::optional<bool> TlsOfEnvironment()
+{
+    if (g_eOfEnvironment == ETls::Unread) {
+        const std::optional<std::string> strValue = EnvironmentVariable(TLS_VARIABLE);
+        const std::optional<bool> optTls = strValue ? SwitchOf(*strValue) : std::nullopt;
+        ETls eUnread =
+            ETls::Unread; // another thread may be reading it too: the first one counts, and says it
+        const bool bFirst = g_eOfEnvironment.compare_exchange_strong(
+            eUnread, strValue ? OnOrOff(optTls.value_or(true)) : ETls::Unsaid);
+        if (bFirst && strValue && !optTls) {
+            SayUnreadable(TLS_VARIABLE, *strValue);
+        }
+    }
+    const ETls eTls = g_eOfEnvironment;
+    return eTls == ETls::Unsaid ? std::nullopt : std::make_optional(eTls == ETls::On);
+}
+
+void SetTls(bool bTls)
+{
+    g_eInForce = OnOrOff(bTls);
+}
+
+std::string ServerUrl(const std::string& strHost, int nPort)
+{
+    return (UsesTls() ? "https://" : "http://") + strHost + ":" + std::to_string(nPort) + "/";
+}
+
+} // namespace VelCSDK

@@ -1,0 +1,179 @@
+// Servers that are named by address and port, asked with TLS through both interfaces: a real one, nginx,
+// whose certificates are made here.
+
+#include "LogFolder.h"
+#include "Nginx.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/CUIAgentRsp.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QSignalSpy>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <ostream>
+
+namespace
+{
+
+constexpr int ENOUGH_MS = 30'000;
+
+/// A server, and whether the host knows the authority that signed its certificate.
+struct RoadPeer {
+    const char* szName;
+    const char* szSubject;   ///< the names that the certificate is for
+    const char* szDays;      ///< how long it is valid from now on
+    const char* szProtocols; ///< null for none: it speaks plainly
+    bool bKnown;
+};
+
+void PrintTo(const RoadPeer& peer, std::ostream* pStream)
+{
+    *pStream << peer.szName;
+}
+
+class TlsRoad : public ::testing::Test
+{
+protected:
+    TlsRoad()
+    {
+        qputenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent");
+        qputenv("KTSHTTPAGENT_TLS", "on");
+    }
+
+    void Start(const RoadPeer& peer)
+    {
+        ASSERT_TRUE(MakeCertificates(m_folder.Path(), peer.szSubject, peer.szDays));
+        const std::string strTls = peer.szProtocols == nullptr
+                                       ? ""
+                                       : std::string("ssl_certificate server.pem; ssl_certificate_key "
+                                                     "server.key; ssl_ciphers DEFAULT@SECLEVEL=0; "
+                                                     "ssl_protocols ") +
+                                             peer.szProtocols + ";\n";
+        m_nginx.emplace(m_folder.Path(), peer.szProtocols == nullptr ? "" : " ssl",
+                        strTls + "access_log access.log target; default_type application/json;\n"
+                                 R"(location / { return 200 '{"success":true,"common":true}'; })");
+        if (peer.bKnown) {
+            Trust(m_folder.Path() / "ca.pem");
+        }
+    }
+
+    QString Url(const QString& strPath) const
+    {
+        return QString("https://%1:%2/%3").arg(m_strHost).arg(m_nginx->Port()).arg(strPath);
+    }
+
+    int Port() const { return m_nginx->Port(); }
+
+    /// The targets of the requests that the server read.
+    std::string RequestsRead() const
+    {
+        std::ifstream file(m_folder.Path() / "access.log");
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    const QString m_strHost = Nginx::ADDRESS;
+
+private:
+    /// Makes both interfaces know an authority.
+    static void Trust(const std::filesystem::path& pathAuthority)
+    {
+        qputenv("CHTTPCLIENT_CA_FILE", QByteArray::fromStdString(pathAuthority.string()));
+        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+        configuration.setCaCertificates(
+            QSslCertificate::fromPath(QString::fromStdString(pathAuthority.string())));
+        QSslConfiguration::setDefaultConfiguration(configuration);
+    }
+
+    const LogFolder m_folder; ///< of the server's files too
+    std::optional<Nginx> m_nginx;
+};
+
+constexpr const char* GOOD_NAME = "IP:127.0.0.2";
+constexpr const char* GOOD_PROTOCOLS = "TLSv1.2 TLSv1.3";
+constexpr const char* PATH_IN_COMMON = "vomd/system/whetherInCommon.action?dxtm=X";
+constexpr const char* PATH_UPLOAD = "dev-api/connector/DataCollectionController_KR_KR/saveData";
+
+class TlsRoadTo : public TlsRoad, public ::testing::WithParamInterface<RoadPeer>
+{
+    void SetUp() override
+    {
+        if (!Nginx::IsInstalled()) {
+            GTEST_SKIP() << "nginx is not installed; ./dev setup does it";
+        }
+        Start(GetParam());
+    }
+};
+
+class TlsRoadToAGoodServer : public TlsRoadTo
+{
+};
+
+TEST_P(TlsRoadToAGoodServer, IsTakenByBothInterfaces)
+{
+    CUIAgentReq& request = *CUIAgentReq::Instance();
+    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetWhetherInCommonRet);
+    request.SendGetWhetherInCommon(m_strHost, Port(), "X");
+    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    EXPECT_EQ(spy[0][0], true);
+    EXPECT_EQ(spy[0][1], true);
+
+    bool bCommon = false;
+    EXPECT_TRUE(request.SendGetWhetherInCommonEx(m_strHost, Port(), ENOUGH_MS, "X", bCommon));
+    EXPECT_TRUE(bCommon);
+    EXPECT_EQ(request.LastOutcome().eEnd, EBlockingEnd::Answered);
+    EXPECT_EQ(request.LastOutcome().strUrl, Url(PATH_IN_COMMON));
+
+    tagBatteryTestData data;
+    request.SendPostUploadDataEx(m_strHost, Port(), ENOUGH_MS, data);
+    EXPECT_EQ(request.LastOutcome().eEnd, EBlockingEnd::Answered);
+    EXPECT_EQ(request.LastOutcome().strUrl, Url(PATH_UPLOAD));
+    EXPECT_THAT(RequestsRead(), ::testing::HasSubstr(PATH_IN_COMMON)); // so there is something to be read
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, TlsRoadToAGoodServer,
+                         ::testing::Values(RoadPeer{"WithTls13", GOOD_NAME, "2", GOOD_PROTOCOLS, true},
+                                           RoadPeer{"WithTls12", GOOD_NAME, "2", "TLSv1.2", true}),
+                         ::testing::PrintToStringParamName());
+
+class TlsRoadToABadServer : public TlsRoadTo
+{
+};
+
+TEST_P(TlsRoadToABadServer, FailsOnBothInterfacesAndNothingIsSentInClear)
+{
+    CUIAgentReq& request = *CUIAgentReq::Instance();
+    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetWhetherInCommonRet);
+    request.SendGetWhetherInCommon(m_strHost, Port(), "SECRET");
+    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    EXPECT_EQ(spy[0][0], false);
+
+    bool bCommon = false;
+    EXPECT_FALSE(request.SendGetWhetherInCommonEx(m_strHost, Port(), ENOUGH_MS, "SECRET", bCommon));
+    const SBlockingOutcome outcome = request.LastOutcome();
+    EXPECT_EQ(outcome.eEnd, EBlockingEnd::Failed) << outcome.strError.toStdString();
+    EXPECT_EQ(outcome.nHttpStatus, 0);
+    EXPECT_THAT(outcome.strUrl.toStdString(), ::testing::StartsWith("https://"));
+    EXPECT_FALSE(outcome.strError.isEmpty());
+
+    EXPECT_THAT(RequestsRead(), ::testing::Not(::testing::HasSubstr("SECRET")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, TlsRoadToABadServer,
+    ::testing::Values(RoadPeer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false},
+                      RoadPeer{"ThatExpired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true},
+                      RoadPeer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true},
+                      RoadPeer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true},
+                      RoadPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true},
+                      RoadPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true}),
+    ::testing::PrintToStringParamName());
+
+} // namespace
