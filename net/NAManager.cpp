@@ -4,6 +4,7 @@
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
 #include "ReplyBody.h"
+#include "TlsErrors.h"
 
 #include "platform/reply/ExchangeLimits.h"
 #include "platform/reply/ReplyLimits.h"
@@ -64,6 +65,7 @@ NAManager::NAManager(QObject* parent) : QNetworkAccessManager(parent)
 {
     AvoidEnvironmentsProxy(*this);
     connect(this, SIGNAL(finished(QNetworkReply*)), this, SLOT(slot_reply_finished(QNetworkReply*)));
+    NoteTlsErrors(*this);
 }
 
 NAManager::~NAManager() = default;
@@ -112,7 +114,7 @@ SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
         return {SExchangeEnd::EKind::NetworkError, nStatus, m_pBody->Error()};
     }
     if (reply.error() != QNetworkReply::NoError) {
-        return {SExchangeEnd::EKind::NetworkError, nStatus, reply.errorString()};
+        return {SExchangeEnd::EKind::NetworkError, nStatus, ErrorText(reply)};
     }
     return ReadBody(m_pBody->Bytes(), nStatus, object);
 }

@@ -32,6 +32,7 @@ struct RoadPeer {
     const char* szDays;      ///< how long it is valid from now on
     const char* szProtocols; ///< null for none: it speaks plainly
     bool bKnown;
+    const char* szWhy = ""; ///< what a blocking call says of it
 };
 
 void PrintTo(const RoadPeer& peer, std::ostream* pStream)
@@ -161,19 +162,21 @@ TEST_P(TlsRoadToABadServer, FailsOnBothInterfacesAndNothingIsSentInClear)
     EXPECT_EQ(outcome.eEnd, EBlockingEnd::Failed) << outcome.strError.toStdString();
     EXPECT_EQ(outcome.nHttpStatus, 0);
     EXPECT_THAT(outcome.strUrl.toStdString(), ::testing::StartsWith("https://"));
-    EXPECT_FALSE(outcome.strError.isEmpty());
+    EXPECT_THAT(outcome.strError.toStdString(), ::testing::HasSubstr(GetParam().szWhy));
 
     EXPECT_THAT(RequestsRead(), ::testing::Not(::testing::HasSubstr("SECRET")));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Each, TlsRoadToABadServer,
-    ::testing::Values(RoadPeer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false},
-                      RoadPeer{"ThatExpired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true},
-                      RoadPeer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true},
-                      RoadPeer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true},
-                      RoadPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true},
-                      RoadPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true}),
+    ::testing::Values(
+        RoadPeer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false, "issuer"},
+        RoadPeer{"ThatExpired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true, "has expired"},
+        RoadPeer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true,
+                 "host name did not match"},
+        RoadPeer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true, "host name did not match"},
+        RoadPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, "SSL handshake failed"},
+        RoadPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, "SSL handshake failed"}),
     ::testing::PrintToStringParamName());
 
 } // namespace

@@ -1,0 +1,32 @@
+#include "TlsErrors.h"
+
+#include <QList>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QSslError>
+#include <QStringList>
+#include <QVariant>
+
+namespace
+{
+
+constexpr const char* NOTE = "ktsTlsErrors"; ///< the property of a reply
+
+} // namespace
+
+void NoteTlsErrors(QNetworkAccessManager& manager)
+{
+    QObject::connect(&manager, &QNetworkAccessManager::sslErrors, &manager,
+                     [](QNetworkReply* pReply, const QList<QSslError>& lstErrors) {
+                         QStringList lstTexts;
+                         for (const QSslError& error : lstErrors) {
+                             lstTexts += error.errorString();
+                         }
+                         pReply->setProperty(NOTE, lstTexts);
+                     });
+}
+
+QString ErrorText(const QNetworkReply& reply)
+{
+    return (QStringList(reply.errorString()) + reply.property(NOTE).toStringList()).join("; ");
+}
