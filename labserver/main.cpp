@@ -2,6 +2,8 @@
 #include "labserver/HostAndPort.h"
 #include "labserver/LabServer.h"
 
+#include "platform/text/Escaping.h"
+
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
@@ -16,8 +18,8 @@ int Serve(const LabServerOptions& options)
     const EndSignals ends;
     LabServer server(options);
     const int nPort = server.Start();
-    std::cout << "ktslabserver: listening on http://" << HostAndPort(options.strAddress, nPort) << '/'
-              << std::endl;
+    std::cout << "ktslabserver: listening on http://" << EscapeUnsafe(HostAndPort(options.strAddress, nPort))
+              << '/' << std::endl;
     ends.Wait();
     server.Stop();
     return EXIT_SUCCESS;
@@ -37,6 +39,10 @@ int ParseAndServe(int nArguments, char** ppszArguments)
         ->capture_default_str();
     app.add_option("--data", options.strDataFile, "SQLite file to keep everything in; without it, memory");
     app.footer("Exit status: 0 after such a signal, 1 when it can't serve, 2 wrong usage.");
+    app.failure_message([](const CLI::App* pApp, const CLI::Error& error) {
+        return CLI::FailureMessage::simple(
+            pApp, CLI::Error(error.get_name(), EscapeUnsafe(error.what()), error.get_exit_code()));
+    });
     try {
         app.parse(nArguments, ppszArguments);
     } catch (const CLI::ParseError& error) {
@@ -52,7 +58,7 @@ int main(int nArguments, char** ppszArguments)
     try {
         return ParseAndServe(nArguments, ppszArguments);
     } catch (const std::exception& error) {
-        std::cerr << "ktslabserver: " << error.what() << '\n';
+        std::cerr << "ktslabserver: " << EscapeUnsafe(error.what()) << '\n';
         return EXIT_FAILURE;
     }
 }

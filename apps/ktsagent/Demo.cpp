@@ -3,6 +3,7 @@
 #include "Exchange.h"
 
 #include "labserver/LabServer.h"
+#include "platform/text/Escaping.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
 
@@ -316,11 +317,12 @@ std::string WithoutLineFeed(const std::string& strText)
 
 void PrintSeen(const LabExchange& seen)
 {
-    std::cout << "    server  " << seen.strMethod << " " << seen.strTarget << "\n";
+    std::cout << "    server  " << EscapeUnsafe(seen.strMethod + " " + seen.strTarget) << "\n";
     if (!seen.strBody.empty()) {
-        std::cout << "      got   " << WithoutLineFeed(seen.strBody) << "\n";
+        std::cout << "      got   " << EscapeUnsafe(WithoutLineFeed(seen.strBody)) << "\n";
     }
-    std::cout << "      said  " << seen.nStatus << " " << seen.strReply << "\n";
+    std::cout << "      said  " << seen.nStatus << " " << EscapeUnsafe(WithoutLineFeed(seen.strReply))
+              << "\n";
 }
 
 void PrintTable(const std::vector<DemoRow>& vecRows)

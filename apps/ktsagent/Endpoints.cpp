@@ -4,6 +4,8 @@
 #include "Exchange.h"
 #include "ValueWriter.h"
 
+#include "platform/text/Escaping.h"
+
 #include <ktshttpagent/IVelClientSDk.h>
 
 #include <algorithm>
@@ -58,11 +60,11 @@ void PrintTable(const std::vector<Endpoint>& vecEndpoints)
 {
     std::size_t nWidth = 0;
     for (const Endpoint& endpoint : vecEndpoints) {
-        nWidth = std::max(nWidth, endpoint.strPath.size());
+        nWidth = std::max(nWidth, EscapeUnsafe(endpoint.strPath).size());
     }
     for (const Endpoint& endpoint : vecEndpoints) {
         std::cout << endpoint.nId << "  " << std::left << std::setw(static_cast<int>(nWidth) + 2)
-                  << endpoint.strPath << endpoint.strOrigin << "\n";
+                  << EscapeUnsafe(endpoint.strPath) << EscapeUnsafe(endpoint.strOrigin) << "\n";
     }
     std::cout << std::flush;
 }

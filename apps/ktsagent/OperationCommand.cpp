@@ -6,6 +6,8 @@
 #include "Operations.h"
 #include "ReportFile.h"
 
+#include "platform/text/Escaping.h"
+
 #include <functional>
 #include <iostream>
 #include <limits>
@@ -145,7 +147,8 @@ int RunCall(const Operation& operation, OperationCall& call)
         const bool bLogged = info.bLogged && !exchange.optBlocking;
         const std::string strFolder = bLogged ? LogFolder().toStdString() : "";
         const std::string strLog = strFolder.empty() ? "" : " (log: " + strFolder + ")";
-        std::cerr << "ktsagent: " << operation.strName << ": " << strRemark << strLog << std::endl;
+        std::cerr << "ktsagent: " << operation.strName << ": " << EscapeUnsafe(strRemark + strLog)
+                  << std::endl;
     }
     return info.eExit;
 }

@@ -1,36 +1,34 @@
 #include "ValueWriter.h"
 
-#include <QString>
-
-#include <algorithm>
+#include "platform/text/Escaping.h"
 
 namespace
 {
 
-std::string JsonText(const std::string& strText)
+/// In quotation marks, which tell its escapes from a plain text that looks like them.
+std::string Quoted(const std::string& strText)
 {
-    JsonWriter writer;
-    writer.Text(strText);
-    return writer.Result();
+    std::string strInner;
+    for (const char c : strText) {
+        strInner += c == '"' || c == '\\' ? std::string{'\\', c} : std::string{c};
+    }
+    return '"' + EscapeUnsafe(strInner) + '"';
 }
 
-/// Whether a text is clear without quotation marks: no control bytes, no space at an end.
+/// Whether a text is clear without quotation marks: nothing to escape, no space at an end.
 bool IsPlain(const std::string& strText)
 {
     return !strText.empty() && strText.front() != ' ' && strText.back() != ' ' &&
-           std::none_of(strText.begin(), strText.end(),
-                        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+           EscapeUnsafe(strText) == strText;
 }
 
 } // namespace
 
 ValueWriter::~ValueWriter() = default;
 
-void JsonWriter::Text(const std::string& strText)
+std::string JsonWriter::Result() const
 {
-    // A reply's texts are bytes as received. The way through QString makes valid UTF-8 of them.
-    const QByteArray arrText = QString::fromStdString(strText).toUtf8();
-    m_writer.String(arrText.constData(), static_cast<rapidjson::SizeType>(arrText.size()));
+    return EscapeUnsafeInJson({m_buffer.GetString(), m_buffer.GetSize()});
 }
 
 void TextWriter::Number(double fValue)
@@ -42,7 +40,7 @@ void TextWriter::Number(double fValue)
 
 void TextWriter::Text(const std::string& strText)
 {
-    Scalar(IsPlain(strText) ? strText : JsonText(strText));
+    Scalar(IsPlain(strText) ? strText : Quoted(strText));
 }
 
 void TextWriter::Key(const std::string& strName)

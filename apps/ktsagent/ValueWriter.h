@@ -16,7 +16,9 @@ public:
     virtual void Bool(bool bValue) = 0;
     virtual void Integer(std::int64_t nValue) = 0;
     virtual void Number(double fValue) = 0;
-    /// @param strText  UTF-8; what is not valid in it is shown as the replacement character
+    /// @param strText  UTF-8; a byte that is not valid in it is shown as an escape, or in JSON, which has
+    /// none
+    ///                 for bytes, as a replacement character
     virtual void Text(const std::string& strText) = 0;
     virtual void StartObject() = 0;
     virtual void Key(const std::string& strName) = 0;
@@ -25,17 +27,20 @@ public:
     virtual void EndList() = 0;
 };
 
-/// Writes JSON on one line.
+/// Writes JSON on one line, with what a terminal would obey or not show as escapes (see Escaping.h).
 class JsonWriter : public ValueWriter
 {
 public:
-    std::string Result() const { return m_buffer.GetString(); }
+    std::string Result() const;
 
     void Null() override { m_writer.Null(); }
     void Bool(bool bValue) override { m_writer.Bool(bValue); }
     void Integer(std::int64_t nValue) override { m_writer.Int64(nValue); }
     void Number(double fValue) override { m_writer.Double(fValue); }
-    void Text(const std::string& strText) override;
+    void Text(const std::string& strText) override
+    {
+        m_writer.String(strText.data(), static_cast<rapidjson::SizeType>(strText.size()));
+    }
     void StartObject() override { m_writer.StartObject(); }
     void Key(const std::string& strName) override { m_writer.Key(strName.c_str()); }
     void EndObject() override { m_writer.EndObject(); }

@@ -3,6 +3,8 @@
 #include "Exchange.h"
 #include "OperationCommand.h"
 
+#include "platform/text/Escaping.h"
+
 #include <QCoreApplication>
 #include <QLoggingCategory>
 
@@ -53,12 +55,24 @@ std::vector<std::string> CommandLineArguments(const std::vector<std::string>& ve
     return vecArguments;
 }
 
+QtMessageHandler g_fnPrintMessage = nullptr; ///< Qt's own
+
+/// Prints a line of the agent's, or of Qt's, which may hold what a server said.
+void PrintMessage(QtMsgType eType, const QMessageLogContext& context, const QString& strMessage)
+{
+    g_fnPrintMessage(eType, context, QString::fromStdString(EscapeUnsafe(strMessage.toStdString())));
+}
+
 int RunCommandLine(int argc, char** argv)
 {
     CLI::App app("Talks to a laboratory server through the agent, as a host does.", "ktsagent");
     app.footer(
         "Exit status: 0 success, 1 the server said no or the exchange failed, 2 wrong usage, 3 no answer "
         "in time.\nA value that begins with \"-\" is written --option=-value.");
+    app.failure_message([](const CLI::App* pApp, const CLI::Error& error) { // it repeats arguments
+        return CLI::FailureMessage::simple(
+            pApp, CLI::Error(error.get_name(), EscapeUnsafe(error.what()), error.get_exit_code()));
+    });
     app.require_subcommand(0, 1); // none at all is refused below, so an unknown one is named
     int nExit = ExitSuccess;
     AddOperationCommands(app, nExit);
@@ -83,12 +97,13 @@ int main(int argc, char** argv)
 #if defined(Q_OS_WIN)
     ::SetConsoleOutputCP(CP_UTF8);
 #endif
+    g_fnPrintMessage = qInstallMessageHandler(&PrintMessage);
     // The agent's debug lines are not for the user of a command. QT_LOGGING_RULES wins over this.
     QLoggingCategory::setFilterRules("ktshttpagent.reply.debug=false");
     try {
         return RunCommandLine(argc, argv);
     } catch (const std::exception& e) {
-        std::cerr << "ktsagent: " << e.what() << std::endl;
+        std::cerr << "ktsagent: " << EscapeUnsafe(e.what()) << std::endl;
         return ExitNo;
     }
 }

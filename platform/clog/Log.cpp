@@ -1,10 +1,10 @@
 #include "Log.h"
 
-#include "LineEscaping.h"
 #include "LogSink.h"
 
 #include "platform/system/PrivateFolder.h"
 #include "platform/system/ProcessEnd.h"
+#include "platform/text/Escaping.h"
 
 #include <spdlog/logger.h>
 
@@ -137,11 +137,11 @@ void Log::MakeLogger()
 void Log::WriteForeword()
 {
     if (m_nLost != 0 &&
-        Put(1, "Log_Write:1 lines lost: " + std::to_string(m_nLost) + ", " + EscapeControls(m_strFailure))) {
+        Put(1, "Log_Write:1 lines lost: " + std::to_string(m_nLost) + ", " + EscapeUnsafe(m_strFailure))) {
         m_nLost = 0;
     }
     std::vector<std::string>& vecComplaints = m_settings.vecComplaints;
-    while (!vecComplaints.empty() && Put(1, "Log_Write:2 " + EscapeControls(vecComplaints.back()))) {
+    while (!vecComplaints.empty() && Put(1, "Log_Write:2 " + EscapeUnsafe(vecComplaints.back()))) {
         vecComplaints.pop_back();
     }
 }
@@ -169,6 +169,7 @@ void Log::Fail(const std::string& strWhy)
     m_tpNextTry = std::chrono::steady_clock::now() + RETRY_AFTER;
     if (!std::exchange(m_bFailureSaid, true)) {
         static_cast<void>(std::fprintf(stderr, "libclog: %s can't be written, its lines are lost: %s\n",
-                                       m_pathFile.u8string().c_str(), EscapeControls(strWhy).c_str()));
+                                       EscapeUnsafe(m_pathFile.u8string()).c_str(),
+                                       EscapeUnsafe(strWhy).c_str()));
     }
 }

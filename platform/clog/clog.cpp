@@ -1,7 +1,8 @@
 #include "clog.h"
 
-#include "LineEscaping.h"
 #include "Log.h"
+
+#include "platform/text/Escaping.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -43,8 +44,7 @@ void Log_Write(int level, const std::string& where, int line, const char* format
         Log& log = Log::Instance();
         if (log.Takes(level < 1 ? 1 : level)) {
             const std::string strText = format == nullptr ? std::string() : Format(format, arguments);
-            log.Write(level,
-                      EscapeControls(where) + ':' + std::to_string(line) + ' ' + EscapeControls(strText));
+            log.Write(level, EscapeUnsafe(where) + ':' + std::to_string(line) + ' ' + EscapeUnsafe(strText));
         }
     } catch (...) { // out of memory: a line less is better than a caller that fails for its log
     }

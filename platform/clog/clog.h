@@ -29,7 +29,8 @@
 /// @param format  a printf format for the arguments behind it; a null pointer is an empty text
 ///
 /// Line feeds and other control characters in `where` and in the text are written as escapes (\n, \x1b), so
-/// a text can't pretend to be a line of its own. May be called from any thread, and until the process ends:
+/// a text can't pretend to be a line of its own; so is whatever else turns, hides or ends text, and each byte
+/// that is not valid UTF-8. May be called from any thread, and until the process ends:
 /// from static destructors and atexit handlers too. The line is in the file when the call returns. Never
 /// fails the caller: where the log can't be written, the line is lost, that is said once on standard error,
 /// and the log is tried anew every second.

@@ -28,14 +28,15 @@ struct Room {
 
 const Room ROOMS[] = {
     {"platform/system", {}, false},
+    {"platform/text", {}, false},
     {"platform/reply", {"platform/system"}, false},
-    {"platform/clog", {"platform/system"}, false},
+    {"platform/clog", {"platform/system", "platform/text"}, false},
     {"platform/chttpclient", {"platform/clog", "platform/reply", "platform/system"}, false},
     {"sdk", {"platform/chttpclient", "platform/clog", "platform/reply", "platform/system"}, false},
     {"net", {"platform/reply", "platform/system"}, true},
     {"agent", {"sdk", "net", "platform/clog", "platform/reply", "platform/system"}, true},
-    {"labserver", {"platform/system"}, false},
-    {"apps/ktsagent", {"labserver", "ktshttpagent"}, true},
+    {"labserver", {"platform/system", "platform/text"}, false},
+    {"apps/ktsagent", {"labserver", "ktshttpagent", "platform/text"}, true},
 };
 
 const fs::path SOURCE_DIR = KTS_SOURCE_DIR;
@@ -180,6 +181,7 @@ TEST(Arrows, EveryLinkLineFollowsThem)
         {"kts_sdk", {"Qt5", "kts_agent", "kts_net", "CURL", "spdlog", "chttpclient", "libclog"}},
         {"chttpclient_objects", {"Qt5", "kts_sdk", "kts_agent", "kts_net"}},
         {"chttpclient", {"Qt5", "kts_sdk", "kts_agent", "kts_net"}},
+        {"kts_text", {"Qt5", "kts_sdk", "kts_agent", "kts_net", "kts_system", "chttpclient", "libclog"}},
         {"libclog", {"Qt5", "kts_sdk", "kts_agent", "kts_net", "chttpclient"}},
         {"kts_net", {"kts_sdk", "kts_agent", "chttpclient", "libclog"}},
         {"kts_agent", {"CURL", "spdlog", "chttpclient"}},

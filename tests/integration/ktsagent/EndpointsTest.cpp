@@ -1,4 +1,5 @@
 #include "KtsagentProcess.h"
+#include "UnsafeTexts.h"
 
 #if defined(Q_OS_WIN)
 #include "Registry.h"
@@ -84,3 +85,20 @@ TEST_F(Endpoints, NeitherDoesTlsOfTheSiteOrTheEnvironmentLeadTheDemoAstray)
 
     EXPECT_EQ(run.nExit, 0) << run.strOut;
 }
+
+#if !defined(Q_OS_WIN)
+TEST_F(Endpoints, OfAHostileSiteDoATerminalNoHarm)
+{
+    // As QSettings writes them: \x1b is ESC, \x202e turns the direction.
+    SetEndpoint("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin", "HttpUrlGetSupportVer",
+                "\"api\\x1b[2J\\x202e/ver\"");
+
+    const KtsagentRun text = Run({"endpoints"});
+    EXPECT_THAT(text.strOut, HasSubstr("3104  api\\x1b[2J\\xe2\\x80\\xae/ver  "));
+    EXPECT_FALSE(HoldsUnsafe(text.strOut));
+
+    const KtsagentRun json = Run({"endpoints", "--json"});
+    EXPECT_EQ(json.List()[4].toObject()["path"].toString(), QStringLiteral("api\x1b[2J\u202e/ver"));
+    EXPECT_FALSE(HoldsUnsafe(json.strOut));
+}
+#endif

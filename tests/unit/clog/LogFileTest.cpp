@@ -1,5 +1,6 @@
 #include "ContainsPattern.h"
 #include "LogFolder.h"
+#include "UnsafeTexts.h"
 #include "platform/clog/clog.h"
 
 #include <gmock/gmock.h>
@@ -279,6 +280,27 @@ INSTANTIATE_TEST_SUITE_P(
                     Obstacle{"ASocketInItsPlace", PutSocketInPlaceOfFile, RemoveObstacleAtLog}),
     testing::PrintToStringParamName());
 #endif
+
+// Who names the folder may be another than who reads the terminal.
+TEST(LogFile, WithAHostileNameIsNamedOnStandardErrorWithoutHarm)
+{
+#if defined(_WIN32)
+    GTEST_SKIP() << "Windows has no such names";
+#endif
+    const LogFolder folder;
+    const std::filesystem::path pathFile = folder.Path() / "file";
+    std::ofstream(pathFile) << "a file";
+    const std::string strName = "\x1b]0;title\x07\n\u202egol\xff";
+    ::setenv("CLOG_DIR", (pathFile / strName).c_str(), 1);
+    testing::internal::CaptureStderr();
+    Log_Write(1, "Unwritable", 1, "text");
+    const std::string strSaid = testing::internal::GetCapturedStderr();
+    const std::string strShown = "file/\\x1b]0;title\\x07\\n\\xe2\\x80\\xaegol\\xff";
+    EXPECT_THAT(strSaid, AllOf(HasSubstr(strShown + "/ktshttpagent.log can't be written"), EndsWith("\n")));
+    EXPECT_EQ(std::count(strSaid.begin(), strSaid.end(), '\n'), 1) << strSaid;
+    EXPECT_FALSE(HoldsUnsafe(strSaid));
+    EXPECT_EQ(strSaid.find('\xff'), std::string::npos);
+}
 
 TEST(LogFile, IsTriedAgainOnlyASecondAfterAFailure)
 {

@@ -1,5 +1,6 @@
 #include "ContainsPattern.h"
 #include "LogFolder.h"
+#include "UnsafeTexts.h"
 #include "platform/clog/clog.h"
 
 #include <gmock/gmock.h>
@@ -99,10 +100,43 @@ INSTANTIATE_TEST_SUITE_P(
                     Escaping{"NextLine", "next\xc2\x85line", "next\\xc2\\x85line"},
                     Escaping{"LastControlCharacter", "\xc2\x9f\xc2\xa0", "\\xc2\\x9f\xc2\xa0"},
                     Escaping{"Chinese", "\xe7\x94\xb5\xe6\xb1\xa0", "\xe7\x94\xb5\xe6\xb1\xa0"},
-                    Escaping{"CutCharacter", "cut\xc2", "cut\xc2"},
+                    Escaping{"CutCharacter", "cut\xc2", "cut\\xc2"},
                     Escaping{"BackslashesAndFormats", "C:\\new\\table {} %s", "C:\\new\\table {} %s"},
                     Escaping{"Nothing", "", ""}),
     testing::PrintToStringParamName());
+
+class UnsafeLogText : public testing::TestWithParam<UnsafeRange>
+{
+};
+
+TEST_P(UnsafeLogText, IsEscapedInThePlaceAndInTheText)
+{
+    const LogFolder folder;
+    Log_Write(1, EachOf(GetParam()), 1, "%s", EachOf(GetParam()).c_str());
+    const std::string strEscaped = EscapedEachOf(GetParam());
+    EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("] " + strEscaped + ":1 " + strEscaped)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Ranges, UnsafeLogText, testing::ValuesIn(UNSAFE_RANGES),
+                         testing::PrintToStringParamName());
+
+TEST(LogLine, BytesThatAreNotValidUtf8AreEscaped)
+{
+    const LogFolder folder;
+    for (const std::string& strBytes : INVALID_BYTES) {
+        Log_Write(1, "Invalid", 1, "%s|", strBytes.c_str());
+        EXPECT_THAT(folder.Lines().back(), EndsWith(" Invalid:1 " + EscapeOf(strBytes) + "|"));
+    }
+}
+
+TEST(LogLine, ValidTextsOfAllScriptsStayAsTheyAre)
+{
+    const LogFolder folder;
+    for (const std::string& strText : SAFE_TEXTS) {
+        Log_Write(1, "Valid", 1, "%s", strText.c_str());
+        EXPECT_THAT(folder.Lines().back(), EndsWith(" Valid:1 " + strText));
+    }
+}
 
 TEST(LogLine, ANulByteIsEscapedAndEndsNothing)
 {

@@ -1,4 +1,5 @@
 #include "LabFixture.h"
+#include "UnsafeTexts.h"
 
 #include <array>
 #include <csignal>
@@ -172,6 +173,23 @@ TEST(LabProgram, WrongUsageIsSaidAndHasAnExitStatusOfItsOwn)
         Program program(vecArguments);
         EXPECT_THAT(program.ErrLine(), testing::Not("")) << vecArguments.front();
         EXPECT_EQ(program.Wait(), 2) << vecArguments.front();
+    }
+}
+
+TEST(LabProgram, WhatItRepeatsOfItsArgumentsDoesATerminalNoHarm)
+{
+    const std::string strHostile = "x\x1b[2J\n\u202eevil\xff";
+    const std::string strShown = "x\\x1b[2J\\n\\xe2\\x80\\xaeevil\\xff";
+    const TemporaryFolder folder;
+    const std::vector<std::vector<std::string>> vecCalls = {{"--data", folder.File("missing/" + strHostile)},
+                                                            {"--address", strHostile},
+                                                            {"--port", strHostile},
+                                                            {"--" + strHostile},
+                                                            {strHostile}};
+    for (const std::vector<std::string>& vecArguments : vecCalls) {
+        Program program(vecArguments);
+        EXPECT_THAT(program.ErrLine(), testing::HasSubstr(strShown)) << EscapeOf(vecArguments.front());
+        EXPECT_NE(program.Wait(), 0) << EscapeOf(vecArguments.front());
     }
 }
 
