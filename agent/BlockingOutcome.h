@@ -24,8 +24,8 @@ enum class EBlockingEnd {
     /// The exchange failed: no connection, no complete reply, a reply that is too large or can't be unpacked,
     /// or an HTTP status of 400 or more.
     Failed = 6,
-    /// The reply to this very call came, but its body can't be read: it is not JSON, or holds too many
-    /// values.
+    /// The reply to this very call came, but its body can't be read: it is not JSON, holds too many values,
+    /// or there is no memory for it.
     Unreadable = 7,
     /// The end of the application, or of the event loops of its thread, ended the wait.
     Interrupted = 8,

@@ -29,6 +29,8 @@
 #include <QDebug>
 #include <QJsonObject>
 
+#include <new>
+
 using namespace VelCSDK;
 
 namespace
@@ -37,65 +39,114 @@ namespace
 constexpr int CODE_OK = 200;
 constexpr int CODE_FAILED = 404;
 
+/// Puts what a reply says into the record of its request, which says no so far, and ends the wait. Where
+/// there is no memory for that, the no stays, and the reply counts as one that can't be read.
+template <class Judge>
+void Answer(SyncWait& wait, Judge fnJudge)
+{
+    try {
+        fnJudge();
+    } catch (const std::bad_alloc&) {
+        SExchangeEnd& end = wait.lastReply.exchange;
+        end = NoMemoryFor(end.nHttpStatus);
+    }
+    wait.loop.quit();
+}
+
+/// Writes a debug line, if there is memory for it. The usual stream is printed by its destructor, which no
+/// exception leaves: there, the want of memory would end the process.
+template <class Put>
+void Debug(Put fnPut)
+{
+    if (!logReply().isDebugEnabled()) {
+        return;
+    }
+    try {
+        QString strLine;
+        fnPut(QDebug(&strLine));
+        strLine.chop(1); // the stream puts a space behind each part
+        qCDebug(logReply, "%s", strLine.toUtf8().constData());
+    } catch (const std::bad_alloc&) { // a line less
+    }
+}
+
 } // namespace
 
 void CUIAgentReq::Slot_GetChannelCheckData_Reply(bool /*bSucc*/, QJsonObject object)
 {
-    const bool bOk = object.value("success").toBool();
-    const QJsonObject result = bOk ? object.value("result").toObject() : QJsonObject();
     SyncWait& wait = *m_mapSyncWait.value(RequestType::GetChannelCheckData);
-    wait.bSucc = bOk;
-    wait.strResult = result.value("allowBoot").toString();
-    wait.strReason = result.value("reason").toString();
-    wait.loop.quit();
+    wait.bSucc = false;
+    wait.strResult.clear();
+    wait.strReason.clear();
+    Answer(wait, [&] {
+        if (object.value("success").toBool()) {
+            const QJsonObject result = object.value("result").toObject();
+            QString strResult = result.value("allowBoot").toString();
+            wait.strReason = result.value("reason").toString();
+            wait.strResult.swap(strResult); // which allows: only where nothing is missing
+            wait.bSucc = true;
+        }
+    });
 }
 
 void CUIAgentReq::Slot_GetWhetherInCommon_Reply(bool /*bSucc*/, QJsonObject object)
 {
-    const bool bOk = object.value("success").toBool();
     SyncWait& wait = *m_mapSyncWait.value(RequestType::GetWhetherInCommon);
-    wait.bSucc = bOk;
-    wait.bFlag = bOk && object.value("common").toBool();
-    wait.loop.quit();
+    wait.bSucc = false;
+    wait.bFlag = false;
+    Answer(wait, [&] {
+        if (object.value("success").toBool()) {
+            wait.bFlag = object.value("common").toBool();
+            wait.bSucc = true;
+        }
+    });
 }
 
 void CUIAgentReq::Slot_PostUploadData_Reply(bool /*bSucc*/, QJsonObject object)
 {
-    const QJsonValue code = object.value("code");
     SyncWait& wait = *m_mapSyncWait.value(RequestType::PostUploadData);
-    wait.nCode = code.isString() ? code.toInt() : CODE_FAILED; // of a text that conversion makes 0
-    wait.bSucc = wait.nCode == CODE_OK;
-    wait.strMessage = object.value("msg").toString();
-    wait.loop.quit();
+    wait.bSucc = false;
+    wait.nCode = CODE_FAILED;
+    wait.strMessage.clear();
+    Answer(wait, [&] {
+        const QJsonValue code = object.value("code");
+        wait.strMessage = object.value("msg").toString();
+        wait.nCode = code.isString() ? code.toInt() : CODE_FAILED; // of a text that conversion makes 0
+        wait.bSucc = wait.nCode == CODE_OK;
+    });
 }
 
 void CUIAgentReq::Slot_PostReportCycleData_Reply(bool bSucc, QJsonObject object)
 {
-    qCDebug(logReply) << "CUIAgentReq::Slot_PostReportCycleData_Reply " << bSucc << object;
+    Debug([&](QDebug line) { line << "CUIAgentReq::Slot_PostReportCycleData_Reply " << bSucc << object; });
     JudgeReport(RequestType::ReportCycleData, object);
 }
 
 void CUIAgentReq::Slot_PostReportStepData_Reply(bool bSucc, QJsonObject object)
 {
-    qCDebug(logReply) << "CUIAgentReq::Slot_PostReportStepData_Reply " << bSucc << object;
+    Debug([&](QDebug line) { line << "CUIAgentReq::Slot_PostReportStepData_Reply " << bSucc << object; });
     JudgeReport(RequestType::ReportStepData, object);
 }
 
 void CUIAgentReq::JudgeReport(int nType, const QJsonObject& object)
 {
-    const QString strMessage = object.value("message").toString();
-    const QString strCode = object.value("code").toString();
     SyncWait& wait = *m_mapSyncWait.value(nType);
-    wait.bSucc = !strMessage.isEmpty() && strCode.compare(QLatin1String("success"), Qt::CaseInsensitive) == 0;
-    wait.nCode = wait.bSucc ? CODE_OK : CODE_FAILED;
-    wait.strMessage = strMessage;
-    wait.loop.quit();
-    qCDebug(logReply) << QStringLiteral("message: %1").arg(strMessage);
+    wait.bSucc = false;
+    wait.nCode = CODE_FAILED;
+    wait.strMessage.clear();
+    Answer(wait, [&] {
+        const QString strCode = object.value("code").toString();
+        wait.strMessage = object.value("message").toString();
+        wait.bSucc =
+            !wait.strMessage.isEmpty() && strCode.compare(QLatin1String("success"), Qt::CaseInsensitive) == 0;
+        wait.nCode = wait.bSucc ? CODE_OK : CODE_FAILED;
+    });
+    Debug([&](QDebug line) { line << QStringLiteral("message: %1").arg(wait.strMessage); });
 }
 
 void CUIAgentReq::Slot_PostReportStepDataORN_Reply(bool bSucc, QJsonObject object)
 {
-    qCDebug(logReply) << "CUIAgentReq::Slot_PostReportStepDataORN_Reply " << bSucc << object;
+    Debug([&](QDebug line) { line << "CUIAgentReq::Slot_PostReportStepDataORN_Reply " << bSucc << object; });
     SyncWait& wait = *m_mapSyncWait.value(RequestType::ReportStepDataOrn);
     wait.bSucc = bSucc;
     wait.nCode = 0;

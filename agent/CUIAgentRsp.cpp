@@ -22,6 +22,16 @@ namespace
 // A receiver that hangs must not keep the process from ending.
 constexpr std::chrono::seconds RECEIVER_GRACE{5};
 
+/// Says that a receiver threw. Fails no caller, not even where memory has run out.
+void LogThrown(int nType, const char* szWhat) noexcept
+{
+    try {
+        qCWarning(logResponse, "a receiver of the answer to a request of type %d threw%s%s", nType,
+                  *szWhat == '\0' ? "" : ": ", szWhat);
+    } catch (...) { // a line less
+    }
+}
+
 } // namespace
 
 CUIAgentRsp* CUIAgentRsp::Instance()
@@ -83,9 +93,8 @@ void CUIAgentRsp::OnResponse(int nType, const void* pRequest, const void* pRespo
     try {
         (this->*fnHandler)(pRequest, pResponse, nError);
     } catch (const std::exception& error) {
-        qCWarning(logResponse, "a receiver of the answer to a request of type %d threw: %s", nType,
-                  error.what());
+        LogThrown(nType, error.what());
     } catch (...) {
-        qCWarning(logResponse, "a receiver of the answer to a request of type %d threw", nType);
+        LogThrown(nType, "");
     }
 }

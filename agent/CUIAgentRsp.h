@@ -24,7 +24,8 @@
 ///
 /// `bSucc` is false when the exchange failed or the server said no; a host can't tell the two apart here, the
 /// log can. The records inside the variants are declared in `ResultVariants.h`; after a failure, and after a
-/// no, the variant is invalid unless the signal says otherwise.
+/// no, the variant is invalid unless the signal says otherwise. Where there is no memory for the arguments of
+/// a signal, it is emitted as a failure, without those for which there was none.
 class KTSHTTPAGENT_API CUIAgentRsp : public QObject
 {
     Q_OBJECT

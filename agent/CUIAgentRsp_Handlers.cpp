@@ -37,6 +37,20 @@ QVariant VariantOf(const Record* pRecord)
     return variant;
 }
 
+/// Makes arguments of a signal. They are made before it is emitted, so that it is emitted without them where
+/// there is no memory.
+/// @return false then
+template <class Make>
+bool Made(Make fnMake)
+{
+    try {
+        fnMake();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 /// The two arguments of most signals.
 struct SOutcome {
     bool bSucc;
@@ -49,26 +63,26 @@ template <class Record>
 SOutcome OutcomeOf(const void* pResponse, int nError)
 {
     const auto* const pRecord = SuccessfulRecordOf<Record>(pResponse, nError);
-    if (pRecord == nullptr) {
-        return {false, QVariant()};
+    SOutcome outcome{false, QVariant()};
+    if (pRecord != nullptr && Made([&] { outcome.vData = VariantOf(pRecord); })) {
+        outcome.bSucc = pRecord->bSuccess;
     }
-    try {
-        const bool bSucc = pRecord->bSuccess;
-        return {bSucc, VariantOf(pRecord)};
-    } catch (const std::bad_alloc&) {
-        return {false, QVariant()};
-    }
+    return outcome;
 }
 
 } // namespace
 
 // The odd one of the record handlers: an exchange without failure is a success whatever the record says, and
-// a failure carries a default record.
+// a failure carries a default record, if there is memory for that.
 void CUIAgentRsp::ProcGetUserInfo(const void* /*pRequest*/, const void* pResponse, int nError)
 {
     const auto* const pInfo = SuccessfulRecordOf<USER_INFO>(pResponse, nError);
-    Q_EMIT SigGetUserInfoRet(pInfo != nullptr,
-                             pInfo == nullptr ? QVariant::fromValue(USER_INFO()) : VariantOf(pInfo));
+    QVariant varData;
+    const bool bSucc = pInfo != nullptr && Made([&] { varData = VariantOf(pInfo); });
+    if (!bSucc) {
+        Made([&] { varData = QVariant::fromValue(USER_INFO()); });
+    }
+    Q_EMIT SigGetUserInfoRet(bSucc, varData);
 }
 
 void CUIAgentRsp::ProcPostReportChlStat(const void* /*pRequest*/, const void* /*pResponse*/, int nError)
@@ -91,11 +105,10 @@ void CUIAgentRsp::ProcGetProjects(const void* /*pRequest*/, const void* pRespons
 void CUIAgentRsp::ProcGetSupportVer(const void* /*pRequest*/, const void* pResponse, int nError)
 {
     const auto* const pRecord = SuccessfulRecordOf<SSupportVer>(pResponse, nError);
-    if (pRecord == nullptr) {
-        Q_EMIT SigGetSupportVerRet(false, QString());
-    } else {
-        Q_EMIT SigGetSupportVerRet(pRecord->bSupport, QString::fromStdString(pRecord->strVersion));
-    }
+    QString strVersion;
+    const bool bMade =
+        pRecord != nullptr && Made([&] { strVersion = QString::fromStdString(pRecord->strVersion); });
+    Q_EMIT SigGetSupportVerRet(bMade && pRecord->bSupport, strVersion);
 }
 
 void CUIAgentRsp::ProcGetBattStatus(const void* /*pRequest*/, const void* pResponse, int nError)
@@ -130,35 +143,41 @@ void CUIAgentRsp::ProcGetChannelCheckData(const void* pRequest, const void* pRes
         Q_EMIT SigGetChannelCheckDataRet(false, QString(), QString(), QString(), QVariant());
         return;
     }
+    Made(
+        [] { qMetaTypeId<SResponseGetChannelCheckData>(); }); // hosts may look it up by its name from here on
+    QVariant varRequest;
+    const bool bHasRequest =
+        Made([&] { varRequest = VariantOf(static_cast<const SRequestGetChannelCheckData*>(pRequest)); });
     bool bSucc = false;
     QString strMessage;
     QString strAllowBoot = QStringLiteral("no");
     QString strReason;
     const auto* const pRecord = RecordOf<SResponseGetChannelCheckData>(pResponse);
-    if (pRecord != nullptr) {
-        strMessage = QString::fromStdString(pRecord->strMessage);
-        strReason = QString::fromStdString(pRecord->strReason);
+    if (pRecord != nullptr && bHasRequest) {
+        Made([&] {
+            strMessage = QString::fromStdString(pRecord->strMessage);
+            strReason = QString::fromStdString(pRecord->strReason);
+            if (nError == 0) {
+                strAllowBoot = QString::fromStdString(pRecord->strAllowBoot);
+                bSucc = pRecord->bSuccess;
+            }
+        });
     }
-    if (pRecord != nullptr && nError == 0) {
-        bSucc = pRecord->bSuccess;
-        strAllowBoot = QString::fromStdString(pRecord->strAllowBoot);
-    }
-    qMetaTypeId<SResponseGetChannelCheckData>(); // hosts may look the type up by its name from here on
-    Q_EMIT SigGetChannelCheckDataRet(bSucc, strMessage, strAllowBoot, strReason,
-                                     VariantOf(static_cast<const SRequestGetChannelCheckData*>(pRequest)));
+    Q_EMIT SigGetChannelCheckDataRet(bSucc, strMessage, strAllowBoot, strReason, varRequest);
 }
 
 void CUIAgentRsp::ProcGetWhetherInCommon(const void* pRequest, const void* pResponse, int nError)
 {
     const auto* const pDxtm = static_cast<const std::string*>(pRequest);
-    const QString strDxtm = pDxtm == nullptr ? QString() : QString::fromStdString(*pDxtm);
+    QString strDxtm;
+    const bool bMade = pDxtm == nullptr || Made([&] { strDxtm = QString::fromStdString(*pDxtm); });
     const auto* const pRecord = SuccessfulRecordOf<SResponseGetWhetherInCommon>(pResponse, nError);
     if (pRecord == nullptr) {
         Q_EMIT SigGetWhetherInCommonRet(false, false, strDxtm);
         return;
     }
-    qMetaTypeId<SResponseGetWhetherInCommon>(); // as with the channel check
-    Q_EMIT SigGetWhetherInCommonRet(pRecord->bSuccess, pRecord->bCommon, strDxtm);
+    Made([] { qMetaTypeId<SResponseGetWhetherInCommon>(); }); // as with the channel check
+    Q_EMIT SigGetWhetherInCommonRet(bMade && pRecord->bSuccess, bMade && pRecord->bCommon, strDxtm);
 }
 
 // A failure is told by the FTP path's signal; this request's own is never emitted.

@@ -1,47 +1,57 @@
 #include "Deliveries.h"
 
-#include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <set>
-#include <thread>
-#include <utility>
-#include <vector>
 
-namespace
-{
-
-using Delivery = std::pair<const CUIAgentRsp*, std::thread::id>;
-
+/// All of them; all members are guarded by the mutex.
 struct SDeliveries {
-    std::mutex mutex; ///< guards all that follows
+    std::mutex mutex;
     std::condition_variable ended;
     std::set<const CUIAgentRsp*> setOpen;
-    std::vector<Delivery> vecUnderWay;
+    CDelivering* pUnderWay = nullptr; ///< the latest, which knows the one before it
+
+    bool Begin(CDelivering& delivering) noexcept
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (setOpen.count(delivering.m_pInstance) == 0) {
+            return false;
+        }
+        delivering.m_pNext = pUnderWay;
+        pUnderWay = &delivering;
+        return true;
+    }
+
+    void End(CDelivering& delivering) noexcept
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        CDelivering** ppLink = &pUnderWay;
+        while (*ppLink != &delivering) {
+            ppLink = &(*ppLink)->m_pNext;
+        }
+        *ppLink = delivering.m_pNext;
+        ended.notify_all();
+    }
 
     bool IsUnderWayElsewhere(const CUIAgentRsp& instance) const
     {
-        return std::any_of(vecUnderWay.begin(), vecUnderWay.end(), [&instance](const Delivery& delivery) {
-            return delivery.first == &instance && delivery.second != std::this_thread::get_id();
-        });
+        const CDelivering* pDelivering = pUnderWay;
+        while (pDelivering != nullptr && (pDelivering->m_pInstance != &instance ||
+                                          pDelivering->m_idThread == std::this_thread::get_id())) {
+            pDelivering = pDelivering->m_pNext;
+        }
+        return pDelivering != nullptr;
     }
 };
+
+namespace
+{
 
 /// Never destroyed: the end of the process needs it.
 SDeliveries& All()
 {
     static SDeliveries& deliveries = *new SDeliveries;
     return deliveries;
-}
-
-bool Begin(const CUIAgentRsp* pInstance)
-{
-    const std::lock_guard<std::mutex> lock(All().mutex);
-    if (All().setOpen.count(pInstance) == 0) {
-        return false;
-    }
-    All().vecUnderWay.emplace_back(pInstance, std::this_thread::get_id());
-    return true;
 }
 
 } // namespace
@@ -59,17 +69,14 @@ void CloseDeliveries(const CUIAgentRsp& instance, std::chrono::milliseconds long
     All().ended.wait_for(lock, longest, [&instance] { return !All().IsUnderWayElsewhere(instance); });
 }
 
-CDelivering::CDelivering(const CUIAgentRsp* pInstance) : m_pInstance(pInstance), m_bAllowed(Begin(pInstance))
+CDelivering::CDelivering(const CUIAgentRsp* pInstance) noexcept
+    : m_pInstance(pInstance), m_bAllowed(All().Begin(*this))
 {
 }
 
 CDelivering::~CDelivering()
 {
     if (m_bAllowed) {
-        const std::lock_guard<std::mutex> lock(All().mutex);
-        auto& vecUnderWay = All().vecUnderWay;
-        vecUnderWay.erase(std::find(vecUnderWay.begin(), vecUnderWay.end(),
-                                    Delivery(m_pInstance, std::this_thread::get_id())));
-        All().ended.notify_all();
+        All().End(*this);
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <thread>
 
 class CUIAgentRsp;
 
@@ -17,12 +18,13 @@ void OpenDeliveries(const CUIAgentRsp& instance);
 /// since a receiver may be what ends the instance, and no longer than that time.
 void CloseDeliveries(const CUIAgentRsp& instance, std::chrono::milliseconds longest);
 
-/// One delivery, from before to after the receivers run.
+/// One delivery, from before to after the receivers run. It needs no memory: an answer is handed over where
+/// there is none left too.
 class CDelivering
 {
 public:
     /// @param pInstance  may be gone; then nothing may be delivered
-    explicit CDelivering(const CUIAgentRsp* pInstance);
+    explicit CDelivering(const CUIAgentRsp* pInstance) noexcept;
     ~CDelivering();
     CDelivering(const CDelivering&) = delete;
     CDelivering& operator=(const CDelivering&) = delete;
@@ -30,6 +32,10 @@ public:
     bool IsAllowed() const { return m_bAllowed; }
 
 private:
+    friend struct SDeliveries;
+
     const CUIAgentRsp* const m_pInstance;
+    const std::thread::id m_idThread = std::this_thread::get_id();
+    CDelivering* m_pNext = nullptr; ///< in the list of those under way
     const bool m_bAllowed;
 };

@@ -15,6 +15,7 @@
 #include <QNetworkRequest>
 #include <QUrl>
 
+#include <new>
 #include <utility>
 
 namespace
@@ -44,6 +45,16 @@ SExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object
     }
     object = root.toObject();
     return {EKind::Object, nStatus, {}};
+}
+
+/// The same; a reply for which there is no memory can't be read.
+SExchangeEnd ReadIfPossible(QNetworkReply& reply, QJsonObject& object)
+{
+    try {
+        return Read(reply, object);
+    } catch (const std::bad_alloc&) {
+        return NoMemoryFor(reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
+    }
 }
 
 /// The text as a URL. Qt leaves brackets as they are in path and query, where no URL may hold them. They are
@@ -99,8 +110,11 @@ void NAManager::slot_reply_finished(QNetworkReply* reply)
 {
     m_bEnded = true;
     Answer(*reply);
-    reply->deleteLater();
-    deleteLater();
+    try {
+        reply->deleteLater();
+        deleteLater();
+    } catch (const std::bad_alloc&) { // both go with the thread's use of the network, see WatchInFlight
+    }
 }
 
 /// @param object  gets what the reply holds
@@ -122,7 +136,7 @@ SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
 void NAManager::Answer(QNetworkReply& reply)
 {
     QJsonObject object;
-    const SExchangeEnd end = Read(reply, object);
+    const SExchangeEnd end = ReadIfPossible(reply, object);
     if (m_fnEnd) {
         m_fnEnd(end);
     }

@@ -47,7 +47,8 @@ public:
 Q_SIGNALS:
     /// The answer, at most one: `bSucc` with the object that the body is, or the first element of the array
     /// that it is; false with an empty object after a network error (an HTTP status of 400 or more is one)
-    /// and for a body that is no JSON object or array, or holds too many values (see ReplyLimits.h).
+    /// and for a body that is no JSON object or array, or holds too many values (see ReplyLimits.h), or for
+    /// which there is no memory.
     /// An empty array, or one that begins with anything but an object, is never answered.
     void signal_reply_finished(bool bSucc, QJsonObject object);
     void signal_upload_progress(qint64 bytesSent, qint64 bytesTotal);

@@ -10,6 +10,7 @@
 
 #include <json/reader.h>
 
+#include <new>
 #include <utility>
 
 namespace VelCSDK
@@ -20,9 +21,14 @@ namespace
 constexpr const char* GATEWAY_FAILURE = "Bad Gateway";
 constexpr int GATEWAY_FAILURE_CODE = 7;
 
-std::string Envelope(int nCode)
+/// Where there is no memory for it, that of some failure, which a string keeps within itself.
+std::string Envelope(int nCode) noexcept
 {
-    return "{\"code\":" + std::to_string(nCode) + "}";
+    try {
+        return "{\"code\":" + std::to_string(nCode) + "}";
+    } catch (const std::bad_alloc&) {
+        return "{\"code\":-1}";
+    }
 }
 
 // A value of jsoncpp takes eight times the memory that one of RapidJSON takes.

@@ -7,6 +7,9 @@
 
 #include "platform/clog/clog.h"
 
+#include <memory>
+#include <new>
+
 namespace VelCSDK
 {
 
@@ -41,7 +44,14 @@ CSource::CSource()
 void CSource::Notify(int nType, const void* pUser, const SResponseHeader& header, int nResult)
 {
     auto* const pClient = static_cast<VelClientSDk*>(SDKFactory::GetInstance());
-    const ResponseCallBack fnResponse = pClient->GetResponseCallBack("source");
+    ResponseCallBack fnCopy;
+    std::shared_ptr<const ResponseCallBack> pHeld;
+    try {
+        fnCopy = pClient->GetResponseCallBack("source");
+    } catch (const std::bad_alloc&) { // a large one; the answer comes all the same
+        pHeld = pClient->HeldResponseCallBack();
+    }
+    const ResponseCallBack& fnResponse = pHeld != nullptr ? *pHeld : fnCopy;
     fnResponse(nType, pUser, &header, nResult);
 }
 

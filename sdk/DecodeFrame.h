@@ -51,7 +51,10 @@ void CSource::Decode(const std::string& body, int nType, void* pUserData, EArray
         payload = fnRead(*reply);
         nResult = reply->Result();
     });
-    Attempt(nType, [&] { RepeatRequest(payload, user); });
+    if (!Attempt(nType, [&] { RepeatRequest(payload, user); })) {
+        payload = {};
+        nResult = -1;
+    }
     HandOver(nType, user.Context(), &payload, nResult);
 }
 

@@ -79,10 +79,15 @@ std::string VelClientSDk::GetUrl(int id)
 
 ResponseCallBack VelClientSDk::GetResponseCallBack(const std::string& /*key*/) const
 {
-    std::unique_lock<std::mutex> lock(m_mutexResponse);
-    const std::shared_ptr<const ResponseCallBack> pResponse = m_pResponse;
-    lock.unlock(); // what is copied now is the host's, and may do anything
+    // What is copied is the host's, and may do anything: nothing is locked meanwhile.
+    const std::shared_ptr<const ResponseCallBack> pResponse = HeldResponseCallBack();
     return pResponse != nullptr ? *pResponse : ResponseCallBack();
+}
+
+std::shared_ptr<const ResponseCallBack> VelClientSDk::HeldResponseCallBack() const noexcept
+{
+    const std::lock_guard<std::mutex> lock(m_mutexResponse);
+    return m_pResponse;
 }
 
 std::string VelClientSDk::RequestUrl(int nType)

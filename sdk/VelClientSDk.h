@@ -50,6 +50,9 @@ public:
     /// A copy of the response callback; empty when none is set. The key is not looked at.
     ResponseCallBack GetResponseCallBack(const std::string& key) const;
 
+    /// The response callback itself, for whom there is no memory for a copy; null when none was ever set.
+    std::shared_ptr<const ResponseCallBack> HeldResponseCallBack() const noexcept;
+
 private:
     friend struct SDKFactory;
     VelClientSDk();

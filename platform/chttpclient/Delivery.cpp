@@ -4,11 +4,25 @@
 #include "platform/system/QuietThread.h"
 
 #include <exception>
-#include <system_error>
 #include <utility>
 
 namespace chttpclient
 {
+namespace
+{
+
+/// Writes a line to the log, if that can be done: memory may have run out, which may be what the line is to
+/// tell of, and a site's own log may throw. The replies behind are delivered all the same.
+template <class Say>
+void SayIfPossible(Say fnSay) noexcept
+{
+    try {
+        fnSay();
+    } catch (...) { // a line less
+    }
+}
+
+} // namespace
 
 void CDelivery::SetReceiver(CHttpClientResponse fnReceiver)
 {
@@ -58,8 +72,11 @@ void CDelivery::Post(ExchangeList& exchanges)
             }
             return;
         }
-    } catch (const std::system_error& error) {
-        Log_Write(1, "chttpclient::CDelivery::Post", __LINE__, "no thread to deliver on: %s", error.what());
+    } catch (const std::exception& error) { // no thread, or no memory for one
+        SayIfPossible([&] {
+            Log_Write(1, "chttpclient::CDelivery::Post", __LINE__, "no thread to deliver on: %s",
+                      error.what());
+        });
     }
     Deliver(exchanges);
 }
@@ -134,19 +151,25 @@ void CDelivery::Deliver(const SHttpExchange& exchange)
 {
     const std::shared_ptr<const CHttpClientResponse> pReceiver = Receiver();
     if (pReceiver == nullptr || *pReceiver == nullptr) {
-        Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__, "no receiver for a reply of type %d",
-                  exchange.nType);
+        SayIfPossible([&] {
+            Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__, "no receiver for a reply of type %d",
+                      exchange.nType);
+        });
         return;
     }
     try {
         (*pReceiver)(exchange.strReply, exchange.nType, exchange.pUserData, exchange.nHttpError);
     } catch (const std::exception& error) {
-        Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__,
-                  "the receiver of a reply of type %d threw: %s", exchange.nType, error.what());
+        SayIfPossible([&] {
+            Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__,
+                      "the receiver of a reply of type %d threw: %s", exchange.nType, error.what());
+        });
     } catch (...) {
-        Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__,
-                  "the receiver of a reply of type %d threw something that is no std::exception",
-                  exchange.nType);
+        SayIfPossible([&] {
+            Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__,
+                      "the receiver of a reply of type %d threw something that is no std::exception",
+                      exchange.nType);
+        });
     }
 }
 

@@ -1,63 +1,50 @@
 // Where memory runs out in a decoder, its request still gets its one answer, a failure. Each allocation is
 // made to fail in turn.
 
+#include "FailingAllocations.h"
+#include "LongOperations.h"
+#include "PayloadText.h"
 #include "RequestCatalogue.h"
-#include "SdkFixture.h"
 
-#include <cstdlib>
-#include <new>
-
-namespace
-{
-
-thread_local int t_nUntilFailure = 0; ///< allocations of this thread until one fails; 0 for never
-thread_local bool t_bFailsOn = false; ///< whether all after it fail too
-thread_local bool t_bFailed = false;
-
-bool FailsNow() noexcept
-{
-    if (t_nUntilFailure == 0 || --t_nUntilFailure != 0) {
-        return false;
-    }
-    t_bFailed = true;
-    t_nUntilFailure = t_bFailsOn ? 1 : 0;
-    return true;
-}
-
-} // namespace
-
-void* operator new(std::size_t nSize)
-{
-    if (void* const pMemory = FailsNow() ? nullptr : std::malloc(nSize)) {
-        return pMemory;
-    }
-    throw std::bad_alloc();
-}
-
-void operator delete(void* pMemory) noexcept
-{
-    std::free(pMemory);
-}
-
-void operator delete(void* pMemory, std::size_t /*nSize*/) noexcept
-{
-    std::free(pMemory);
-}
+#include <array>
+#include <limits>
 
 namespace
 {
 
-const char* const RICH =
-    R"({"success":true,"code":0,"id":7,"com":"a text that needs memory of its own","title":"a text that needs memory of its own",)"
-    R"("description":"a text that needs memory of its own","message":"a text that needs memory of its own",)"
-    R"("result":{"allowBoot":"a text that needs memory of its own","strPlace":"a text that needs memory of its own",)"
-    R"("ftpFilePath":"a text that needs memory of its own","permit":true},"common":true,)"
-    R"("实验项目":[{"xh":"a text that needs memory of its own","委托单号":{"id":1,"name":"a text that needs memory of its own"}},{}],)"
-    R"("全部电池状态":[{"id":1,"name":"a text that needs memory of its own","电池状态":[{"id":1},{"id":2}]},{}]})";
+/// The record that came with an answer, all of it.
+std::string DescribePayload(int nType, const SResponseHeader& header)
+{
+    namespace RequestType = VelCSDK::RequestType;
+    if (header.pData == nullptr) {
+        return "none";
+    }
+    switch (nType) {
+    case RequestType::GetUserInfo:
+        return Describe(Payload<USER_INFO>(header));
+    case RequestType::GetProjects:
+        return Describe(Payload<SResponseGetProject>(header));
+    case RequestType::GetSupportVer:
+        return Describe(Payload<SSupportVer>(header));
+    case RequestType::GetBattStatus:
+        return Describe(Payload<SResponseGetBatteryStatus>(header));
+    case RequestType::GetAutoExport:
+        return Describe(Payload<SResponseGetAutoExport>(header));
+    case RequestType::GetFtpFilePath:
+        return Describe(Payload<SResponseGetFtpFilePath>(header));
+    case RequestType::GetChannelCheckData:
+        return Describe(Payload<SResponseGetChannelCheckData>(header));
+    case RequestType::GetWhetherInCommon:
+        return Describe(Payload<SResponseGetWhetherInCommon>(header));
+    default:
+        throw std::logic_error("a record of type " + std::to_string(nType));
+    }
+}
 
 struct SAnswers {
     int nCalls = 0;
     int nResult = 0;
+    std::string strPayload;
 };
 
 class OutOfMemory : public SdkTest, public testing::WithParamInterface<Operation>
@@ -69,20 +56,35 @@ protected:
     {
         m_answers = {};
         SAnswers* const pAnswers = &m_answers;
-        m_client.SetResponseCallBack([pAnswers](int, const void*, const void*, int nResult) {
-            t_nUntilFailure = 0; // the receiver's own allocations are its own concern
-            ++pAnswers->nCalls;
-            pAnswers->nResult = nResult;
+        // Larger than what a std::function keeps within itself.
+        const std::array<void*, 8> arLarge{pAnswers};
+        m_client.SetResponseCallBack([arLarge](int nType, const void*, const void* pHeader, int nResult) {
+            EndFailing(); // the receiver's own allocations are its own concern
+            auto* const pReceived = static_cast<SAnswers*>(arLarge[0]);
+            ++pReceived->nCalls;
+            pReceived->nResult = nResult;
+            pReceived->strPayload = DescribePayload(nType, *static_cast<const SResponseHeader*>(pHeader));
         });
         GetParam().fnSend(m_client);
-        const std::string strBody = RICH;
         const RecordedRequest request = m_transport.vecRequests.back();
-        t_bFailed = false;
-        t_bFailsOn = bFailsOn;
-        t_nUntilFailure = nAllocation;
-        m_transport.fnResponse(strBody, request.nType, request.pUserData, nHttpError);
-        t_nUntilFailure = 0;
-        return t_bFailed;
+        FailAllocation(nAllocation, bFailsOn);
+        try {
+            m_transport.fnResponse(m_strReply, request.nType, request.pUserData, nHttpError);
+        } catch (...) {
+            EndFailing();
+            ADD_FAILURE() << "something was thrown at the transport";
+        }
+        EndFailing();
+        return HasFailed();
+    }
+
+    /// The answer where memory is plentiful.
+    SAnswers GoodAnswer()
+    {
+        EXPECT_FALSE(AnswerWithFailing(std::numeric_limits<int>::max(), false));
+        EXPECT_EQ(m_answers.nCalls, 1);
+        EXPECT_EQ(m_answers.nResult, 0);
+        return m_answers;
     }
 
     void TearDown() override
@@ -91,6 +93,7 @@ protected:
         SdkTest::TearDown();
     }
 
+    const std::string m_strReply = RichReply();
     SAnswers m_answers;
 };
 
@@ -101,30 +104,40 @@ TEST_P(OutOfMemory, IsAFailedReplyWithItsOneAnswer)
         GTEST_SKIP() << "all its memory comes from jsoncpp's DLL, which has an operator new of its own";
     }
 #endif
+    const SAnswers good = GoodAnswer();
     int nFailures = 0;
     for (const bool bFailsOn : {false, true}) {
         for (int nAllocation = 1; AnswerWithFailing(nAllocation, bFailsOn); ++nAllocation) {
             ++nFailures;
             EXPECT_EQ(m_answers.nCalls, 1) << nAllocation;
-            EXPECT_EQ(m_answers.nResult, -1) << nAllocation;
+            if (m_answers.nResult != -1) { // it was not needed: then all is there
+                EXPECT_EQ(m_answers.nResult, 0) << nAllocation;
+                EXPECT_EQ(m_answers.strPayload, good.strPayload) << nAllocation;
+            } else if (good.strPayload != "none") {
+                EXPECT_NE(m_answers.strPayload, good.strPayload) << nAllocation;
+            }
+            EXPECT_EQ(GoodAnswer().strPayload, good.strPayload) << "after " << nAllocation;
         }
-        EXPECT_EQ(m_answers.nCalls, 1);
         EXPECT_EQ(m_answers.nResult, 0);
     }
-    EXPECT_GT(nFailures, 0);
+    RecordProperty("failures", nFailures);
+    EXPECT_GT(nFailures, 1);
 }
 
 TEST_P(OutOfMemory, DoesNotKeepAFailedExchangeFromItsAnswer)
 {
-    for (const bool bFailsOn : {false, true}) {
-        for (int nAllocation = 1; AnswerWithFailing(nAllocation, bFailsOn, -27); ++nAllocation) {
-            EXPECT_EQ(m_answers.nCalls, 1) << nAllocation;
-            EXPECT_NE(m_answers.nResult, 0) << nAllocation;
+    for (const int nHttpError : {-27, std::numeric_limits<int>::min()}) {
+        for (const bool bFailsOn : {false, true}) {
+            for (int nAllocation = 1; AnswerWithFailing(nAllocation, bFailsOn, nHttpError); ++nAllocation) {
+                EXPECT_EQ(m_answers.nCalls, 1) << nAllocation;
+                EXPECT_NE(m_answers.nResult, 0) << nAllocation;
+            }
+            EXPECT_EQ(m_answers.nCalls, 1);
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, OutOfMemory, testing::ValuesIn(AnsweredOperations()),
+INSTANTIATE_TEST_SUITE_P(Each, OutOfMemory, testing::ValuesIn(LongOperations()),
                          testing::PrintToStringParamName());
 
 } // namespace
