@@ -6,8 +6,10 @@
 #include <curl/curl.h>
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
 #include <ctime>
+#include <new>
 
 using namespace std::chrono_literals;
 using testing::AllOf;
@@ -195,6 +197,38 @@ TEST_F(TransportFailure, OfEveryAllocationOnTheTransportsThreadsLosesNoCallback)
         SendThree();
         ASSERT_THAT(NewErrors(3), Each(AnyOf(0, -2, -27)));
         nFailed = DisarmFailure();
+        ASSERT_NO_FATAL_FAILURE(ExpectHealth());
+    }
+    RepliesAfterShutdown(m_nSeen);
+}
+
+// A receiver that throws for want of memory leaves none for the line about it either.
+TEST_F(TransportFailure, OfMemoryForTheLineAboutAReceiverThatThrewLosesNoCallback)
+{
+    WatchThreads(true);
+    Start();
+    WatchThreads(false);
+    ExpectHealth();
+    for (const bool bStandard : {true, false}) {
+        std::atomic<bool> bThrows = true;
+        CHttpClientSetResponseCallBack(
+            [&, fnKeep = Keeper()](const std::string& strBody, int nType, void* pUserData, int nHttpError) {
+                fnKeep(strBody, nType, pUserData, nHttpError);
+                if (bThrows.exchange(false)) {
+                    ArmFailure("operator new", 1);
+                    if (bStandard) {
+                        throw std::bad_alloc();
+                    }
+                    throw 1;
+                }
+            });
+        Get(m_server.Url("/"));
+        ASSERT_THAT(NewErrors(1), Each(0));
+        // The failure may befall this one in place of the line, where the machine is busy.
+        Get(m_server.Url("/"));
+        ASSERT_THAT(NewErrors(1), Each(AnyOf(0, -2, -27)));
+        EXPECT_EQ(DisarmFailure(), 1U);
+        CHttpClientSetResponseCallBack(Keeper());
         ASSERT_NO_FATAL_FAILURE(ExpectHealth());
     }
     RepliesAfterShutdown(m_nSeen);

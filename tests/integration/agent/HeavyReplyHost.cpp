@@ -54,6 +54,16 @@ public:
     {
         QObject::connect(&m_response, &CUIAgentRsp::SigGetUserInfoRet, &m_receiver,
                          [this](bool bSucc, const QVariant& /*data*/) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigPostReportChlStatRet, &m_receiver,
+                         [this](bool bSucc) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigGetSupportVerRet, &m_receiver,
+                         [this](bool bSucc, const QString& /*version*/) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigGetAutoExportRet, &m_receiver,
+                         [this](bool bSucc, const QVariant& /*data*/) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigGetFtpFilePathRet, &m_receiver,
+                         [this](bool bSucc, const QVariant& /*data*/) { Receive(bSucc); });
+        QObject::connect(&m_response, &CUIAgentRsp::SigGetWhetherInCommonRet, &m_receiver,
+                         [this](bool bSucc, bool /*common*/, const QString& /*dxtm*/) { Receive(bSucc); });
         QObject::connect(&m_response, &CUIAgentRsp::SigPostReportIncubatorStatusRet, &m_receiver,
                          [this](bool bSucc) { Receive(bSucc); });
         QObject::connect(&m_response, &CUIAgentRsp::SigGetProjectsRet, &m_receiver,
@@ -70,10 +80,19 @@ public:
         static const std::map<std::string, void (Host::*)()> REQUESTS{
             {"user", &Host::User},
             {"report", &Host::Report},
+            {"channel-report", &Host::ChannelReport},
+            {"version", &Host::Version},
+            {"export", &Host::Export},
+            {"ftp", &Host::Ftp},
+            {"common", &Host::Common},
             {"projects", &Host::Projects},
             {"batteries", &Host::Batteries},
             {"check", &Host::Check},
             {"check-blocking", &Host::CheckBlocking},
+            {"common-blocking", &Host::CommonBlocking},
+            {"upload-blocking", &Host::UploadBlocking},
+            {"cycle-blocking", &Host::CycleBlocking},
+            {"step-blocking", &Host::StepBlocking},
             {"steps-blocking", &Host::StepsBlocking},
         };
         const long long nBefore = StatusBytes("VmRSS");
@@ -99,6 +118,19 @@ private:
     void Batteries() { m_request.SendGetBattStatus(HOST, m_nPort, "1"); }
     void Check() { m_request.SendGetChannelCheckData(HOST, m_nPort, {12, 7, "X", "D1", "3", "p"}); }
 
+    void Version() { m_request.SendGetSupportVer(HOST, m_nPort, "1"); }
+    void Export() { m_request.SendGetAutoExport(HOST, m_nPort, "B", "C", "X"); }
+    void Ftp() { m_request.SendGetFtpFilePath(HOST, m_nPort, "B", "C", "S", "1"); }
+    void Common() { m_request.SendGetWhetherInCommon(HOST, m_nPort, "X"); }
+
+    void ChannelReport()
+    {
+        KTSStartPlugin::tagRepoChlStatusInfo info;
+        info.box = "1";
+        info.chl = "2";
+        m_request.SendPostReportChlStatus(HOST, m_nPort, "1", info);
+    }
+
     void Report()
     {
         KTSStartPlugin::tagRepoIncubatorStatus status{"incubator", true, 25.0F};
@@ -113,11 +145,23 @@ private:
                                                     bAllow, strReason));
     }
 
-    void StepsBlocking()
+    void CommonBlocking()
     {
-        const QString strUrl = QStringLiteral("http://%1:%2/").arg(HOST).arg(m_nPort);
-        Receive(m_request.SendPostReportStepData_ORN(strUrl, PATIENCE_MS, "{}"));
+        bool bCommon = false;
+        Receive(m_request.SendGetWhetherInCommonEx(HOST, m_nPort, PATIENCE_MS, "X", bCommon));
     }
+
+    void UploadBlocking()
+    {
+        tagBatteryTestData data{"S1", "B2", "R3", "1.5", "1.4", "3.7", "2024-01-02 03:04:05"};
+        Receive(m_request.SendPostUploadDataEx(HOST, m_nPort, PATIENCE_MS, data));
+    }
+
+    void CycleBlocking() { Receive(m_request.SendPostReportCycleDataEx(Url(), PATIENCE_MS, "{}")); }
+    void StepBlocking() { Receive(m_request.SendPostReportStepDataEx(Url(), PATIENCE_MS, "{}")); }
+    void StepsBlocking() { Receive(m_request.SendPostReportStepData_ORN(Url(), PATIENCE_MS, "{}")); }
+
+    QString Url() const { return QStringLiteral("http://%1:%2/").arg(HOST).arg(m_nPort); }
 
     const int m_nPort;
     CUIAgentRsp& m_response = *CUIAgentRsp::Instance();

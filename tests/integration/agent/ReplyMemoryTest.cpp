@@ -27,11 +27,13 @@ constexpr std::size_t LARGEST_REPLY = std::size_t{60} * MILLION; // below the tr
 /// That many times the element, with a comma between two.
 std::string List(const std::string& strElement, std::size_t nTimes)
 {
-    std::string strList;
-    strList.reserve((strElement.size() + 1) * nTimes);
-    for (std::size_t i = 0; i < nTimes; ++i) {
-        strList += (i == 0 ? "" : ",") + strElement;
+    const std::size_t nSize = nTimes == 0 ? 0 : (strElement.size() + 1) * nTimes - 1;
+    std::string strList = strElement + ',';
+    strList.reserve(2 * nSize);
+    while (strList.size() < nSize) {
+        strList += std::string(strList); // twice as many
     }
+    strList.resize(nSize);
     return strList;
 }
 
@@ -227,6 +229,50 @@ TEST_P(TooLargeReply, IsAFailureOfBlockingCallsAndCostsNoMoreThan200Megabytes)
 
 INSTANTIATE_TEST_SUITE_P(Each, TooLargeReply, ::testing::ValuesIn(TOO_LARGE_REPLIES),
                          [](const auto& reply) { return reply.param.szName; });
+
+struct SRequest {
+    const char* szName;
+    const char* szRequest;
+};
+
+class PackedHeavyReply : public ::testing::TestWithParam<SRequest>
+{
+};
+
+// As many values as fit the largest reply: gigabytes, were they remembered, and a thousandth of the reply as
+// it travels.
+TEST_P(PackedHeavyReply, IsAFailureWithItsOneAnswer)
+{
+    const LogFolder log;
+    const std::string strBody = Success("x", "[" + Fill("0") + "]");
+    const std::string strPacked = Gzipped(strBody);
+    EXPECT_LT(strPacked.size(), 100'000U);
+    const ScriptedServer server(
+        ServerStep{HttpReply(200, strPacked, "Content-Encoding: gzip\r\n"), ServerStep::Ending::Close});
+    const Departure departure =
+        Watch(KTS_HEAVY_REPLY_HOST, {std::to_string(server.Port()), GetParam().szRequest});
+    EXPECT_TRUE(departure.bInTime);
+    EXPECT_EQ(departure.nStatus, 0);
+    EXPECT_EQ(Number(departure, "answers"), 1);
+    EXPECT_EQ(Number(departure, "success"), 0);
+    const long long nGrowth = Number(departure, "growth");
+    EXPECT_LE(nGrowth, static_cast<long long>(200 * MILLION + 8 * strBody.size()));
+    std::cout << strPacked.size() << " bytes, " << strBody.size() << " unpacked, cost " << nGrowth << '\n';
+}
+
+// Every request that is answered, on either interface.
+INSTANTIATE_TEST_SUITE_P(
+    Each, PackedHeavyReply,
+    ::testing::Values(SRequest{"User", "user"}, SRequest{"ChannelReport", "channel-report"},
+                      SRequest{"Report", "report"}, SRequest{"Projects", "projects"},
+                      SRequest{"Version", "version"}, SRequest{"Batteries", "batteries"},
+                      SRequest{"Export", "export"}, SRequest{"Ftp", "ftp"}, SRequest{"Check", "check"},
+                      SRequest{"Common", "common"}, SRequest{"CheckBlocking", "check-blocking"},
+                      SRequest{"CommonBlocking", "common-blocking"},
+                      SRequest{"UploadBlocking", "upload-blocking"},
+                      SRequest{"CycleBlocking", "cycle-blocking"}, SRequest{"StepBlocking", "step-blocking"},
+                      SRequest{"OrnStepBlocking", "steps-blocking"}),
+    [](const auto& request) { return request.param.szName; });
 
 TEST(ReplyThatMemoryRunsOutFor, GetsItsOneAnswer)
 {
