@@ -47,16 +47,6 @@ SExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object
     return {EKind::Object, nStatus, {}};
 }
 
-/// The same; a reply for which there is no memory can't be read.
-SExchangeEnd ReadIfPossible(QNetworkReply& reply, QJsonObject& object)
-{
-    try {
-        return Read(reply, object);
-    } catch (const std::bad_alloc&) {
-        return NoMemoryFor(reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
-    }
-}
-
 /// The text as a URL. Qt leaves brackets as they are in path and query, where no URL may hold them. They are
 /// encoded last: before, the escapes would mean something else beside a percent sign that begins none.
 QUrl RequestUrl(const QString& strUrl)
@@ -121,22 +111,29 @@ void NAManager::slot_reply_finished(QNetworkReply* reply)
 SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
 {
     const int nStatus = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (reply.error() == QNetworkReply::NoError) {
-        m_pBody->Receive();
+    try {
+        if (reply.error() == QNetworkReply::NoError) {
+            m_pBody->Receive();
+        }
+        if (m_pBody->LacksMemory()) {
+            return NoMemoryFor(nStatus);
+        }
+        if (!m_pBody->Error().isEmpty()) {
+            return {SExchangeEnd::EKind::NetworkError, nStatus, m_pBody->Error()};
+        }
+        if (reply.error() != QNetworkReply::NoError) {
+            return {SExchangeEnd::EKind::NetworkError, nStatus, ErrorText(reply)};
+        }
+        return ReadBody(m_pBody->Bytes(), nStatus, object);
+    } catch (const std::bad_alloc&) {
+        return NoMemoryFor(nStatus);
     }
-    if (!m_pBody->Error().isEmpty()) {
-        return {SExchangeEnd::EKind::NetworkError, nStatus, m_pBody->Error()};
-    }
-    if (reply.error() != QNetworkReply::NoError) {
-        return {SExchangeEnd::EKind::NetworkError, nStatus, ErrorText(reply)};
-    }
-    return ReadBody(m_pBody->Bytes(), nStatus, object);
 }
 
 void NAManager::Answer(QNetworkReply& reply)
 {
     QJsonObject object;
-    const SExchangeEnd end = ReadIfPossible(reply, object);
+    const SExchangeEnd end = Read(reply, object);
     if (m_fnEnd) {
         m_fnEnd(end);
     }

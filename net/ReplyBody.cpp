@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace
@@ -35,17 +36,36 @@ CReplyBody::~CReplyBody() = default;
 
 void CReplyBody::Receive()
 {
-    if (!m_strError.isEmpty()) {
+    if (m_bLacksMemory || !m_strError.isEmpty()) {
         return;
     }
+    try {
+        if (!TakeArrived()) {
+            Abort();
+        }
+    } catch (const std::bad_alloc&) { // which must not get into Qt's event loop
+        m_bLacksMemory = true;
+        m_baBytes.clear();
+        Abort();
+    }
+}
+
+void CReplyBody::Abort()
+{
+    try {
+        m_reply.abort();
+    } catch (const std::bad_alloc&) { // then it ends by itself, or with the request
+    }
+}
+
+bool CReplyBody::TakeArrived()
+{
     if (!std::exchange(m_bBegun, true)) {
         ChooseCoding();
     }
     const QByteArray baPiece = m_reply.readAll();
     const std::string_view strPiece(baPiece.constData(), static_cast<std::size_t>(baPiece.size()));
-    if (!(m_pInflater != nullptr ? TakePacked(strPiece) : Take(strPiece))) {
-        m_reply.abort();
-    }
+    return m_pInflater != nullptr ? TakePacked(strPiece) : Take(strPiece);
 }
 
 // A body in any other coding is taken as it is, and left to whoever reads it.
@@ -77,7 +97,7 @@ bool CReplyBody::TakePacked(std::string_view strBytes)
     case EUnpacked::Refused:
         return false; // and has said why
     case EUnpacked::NoMemory:
-        return Fail(QStringLiteral("there is no memory to unpack the reply's body"));
+        throw std::bad_alloc();
     case EUnpacked::Damaged:
         // What follows after the end of a body is left out.
         return m_pInflater->HasSeenEnd() ||

@@ -34,12 +34,17 @@ public:
     /// whenever there is something to read, and at the end.
     void Receive();
 
-    /// Why the body can't be had; empty where it can.
+    /// Why the body can't be had; empty where it can, and where there was no memory for it.
     const QString& Error() const { return m_strError; }
+
+    /// Whether there was no memory for the body.
+    bool LacksMemory() const { return m_bLacksMemory; }
 
     const QByteArray& Bytes() const { return m_baBytes; }
 
 private:
+    void Abort();
+    bool TakeArrived();
     void ChooseCoding();
     bool Take(std::string_view strBytes);
     bool TakePacked(std::string_view strBytes);
@@ -48,6 +53,7 @@ private:
     QNetworkReply& m_reply;
     const std::size_t m_nMostBytes;
     bool m_bBegun = false;
+    bool m_bLacksMemory = false;
     std::unique_ptr<CInflater> m_pInflater; ///< null for a body that is not packed
     QByteArray m_baBytes;
     QString m_strError;
