@@ -11,7 +11,7 @@
 struct LabServerOptions {
     std::string strAddress = "127.0.0.1";
     int nPort = 0;           ///< 0 takes a free port
-    std::string strDataFile; ///< SQLite file; empty keeps everything in memory
+    std::string strDataFile; ///< SQLite file, see LabStore; empty keeps everything in memory
     /// How long a client may take to send a request once it has begun, and again to take the reply. A client
     /// that takes longer loses its connection, even if it sends or takes a byte now and then.
     std::chrono::milliseconds patience{60'000};

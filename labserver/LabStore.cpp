@@ -2,6 +2,7 @@
 
 #include "labserver/LabSeed.h"
 #include "labserver/LabTables.h"
+#include "platform/system/OwnersFile.h"
 
 namespace
 {
@@ -60,6 +61,16 @@ int SchemaVersionOf(Sqlite& db)
 } // namespace
 
 LabStore::LabStore(const std::string& strFile) : m_db(strFile.empty() ? ":memory:" : strFile)
+{
+    Prepare();
+    // Only now that it is known to be ours.
+    for (const char* pszBeside : {"", "-wal", "-shm", "-journal"}) {
+        if (!strFile.empty())
+            KeepToOwner(strFile + pszBeside);
+    }
+}
+
+void LabStore::Prepare()
 {
     m_db.Execute("PRAGMA busy_timeout = 5000");
     m_db.Execute("PRAGMA journal_mode = WAL");

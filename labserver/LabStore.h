@@ -20,9 +20,11 @@ struct LabRow {
 class LabStore
 {
 public:
-    /// Opens the store; a new one gets its tables and the seed data.
+    /// Opens the store; a new one gets its tables and the seed data. The file, and what SQLite lays beside
+    /// it, is open to its owner alone from then on, even if it was made otherwise before.
     /// @param strFile empty keeps everything in memory
-    /// @throws std::runtime_error when the file can't be opened or holds something else
+    /// @throws std::runtime_error when the file can't be opened, is a symbolic link, holds something else or
+    /// can't be kept from other users
     explicit LabStore(const std::string& strFile);
 
     /// Rows of a table.
@@ -36,6 +38,8 @@ public:
 
 private:
     friend class LabTransaction;
+
+    void Prepare();
 
     std::mutex m_mutex;
     Sqlite m_db;

@@ -1,16 +1,31 @@
 #include "labserver/Sqlite.h"
 
 #include "labserver/LabJson.h"
+#include "platform/system/OwnersFile.h"
 
 #include <sqlite3.h>
 
 #include <memory>
 
+namespace
+{
+
+/// A name as SQLite takes it for that of a file, not for a URI that says how to open one.
+std::string FileName(const std::string& strFile)
+{
+    return strFile.rfind("file:", 0) == 0 ? "./" + strFile : strFile;
+}
+
+} // namespace
+
 SqliteError::SqliteError(sqlite3* pDb) : std::runtime_error(sqlite3_errmsg(pDb)) {}
 
 Sqlite::Sqlite(const std::string& strFile)
 {
-    if (sqlite3_open(strFile.c_str(), &m_pDb) == SQLITE_OK)
+    // SQLite would leave it to the umask who may read it. What it lays beside the file, it makes alike.
+    if (strFile != ":memory:")
+        MakeOwnersFile(strFile);
+    if (sqlite3_open(FileName(strFile).c_str(), &m_pDb) == SQLITE_OK)
         return;
     const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> pClosed(m_pDb, &sqlite3_close);
     throw SqliteError(m_pDb);

@@ -22,8 +22,8 @@ public:
 class Sqlite
 {
 public:
-    /// @param strFile made when there is none; ":memory:" for none
-    /// @throws SqliteError
+    /// @param strFile made for its owner alone when there is none; ":memory:" for none
+    /// @throws std::runtime_error
     explicit Sqlite(const std::string& strFile);
     ~Sqlite();
     Sqlite(const Sqlite&) = delete;

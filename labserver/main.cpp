@@ -37,7 +37,8 @@ int ParseAndServe(int nArguments, char** ppszArguments)
             return strText.empty() ? std::string("The address must not be empty") : std::string();
         })
         ->capture_default_str();
-    app.add_option("--data", options.strDataFile, "SQLite file to keep everything in; without it, memory");
+    app.add_option("--data", options.strDataFile,
+                   "SQLite file to keep everything in, for its owner alone; without it, memory");
     app.footer("Exit status: 0 after such a signal, 1 when it can't serve, 2 wrong usage.");
     app.failure_message([](const CLI::App* pApp, const CLI::Error& error) {
         return CLI::FailureMessage::simple(

@@ -3,6 +3,8 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -124,6 +126,101 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
             EXPECT_THAT(error.what(), testing::StartsWith("can't open data file " + folder.File(pszFile)));
         }
     }
+}
+
+/// Who may do what with a file, as chmod takes it.
+mode_t ModeOf(const std::string& strFile)
+{
+    struct stat status = {};
+    EXPECT_EQ(stat(strFile.c_str(), &status), 0) << strFile;
+    return status.st_mode & 07777U;
+}
+
+std::string WhyItDoesNotStart(const std::string& strFile)
+{
+    LabServer server({"127.0.0.1", 0, strFile});
+    try {
+        server.Start();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "it starts";
+}
+
+TEST_F(LabDataFile, IsItsOwnersAloneWhateverTheUmask)
+{
+    for (const mode_t nUmask : {0U, 022U, 0777U}) {
+        const mode_t nBefore = umask(nUmask);
+        Start();
+        PostCycles("[1]");
+        for (const char* pszBeside : {"", "-wal", "-shm"})
+            EXPECT_EQ(ModeOf(m_folder.File("lab.db") + pszBeside), 0600U) << nUmask << pszBeside;
+        Stop();
+        umask(nBefore);
+        std::filesystem::remove(m_folder.File("lab.db"));
+    }
+}
+
+TEST_F(LabDataFile, OfAnEarlierServerIsTakenFromOtherUsers)
+{
+    Start();
+    PostCycles("[1]");
+    for (const char* pszBeside : {"", "-wal", "-shm"}) // a server beside this one still has it open
+        ASSERT_EQ(chmod((m_folder.File("lab.db") + pszBeside).c_str(), 0664), 0);
+    LabServer second({"127.0.0.1", 0, m_folder.File("lab.db")});
+    LabClient client(second.Start());
+    for (const char* pszBeside : {"", "-wal", "-shm"})
+        EXPECT_EQ(ModeOf(m_folder.File("lab.db") + pszBeside), 0600U) << pszBeside;
+    client.Post("/open/test-cabinet/add/kostrel/cycle", "[2]");
+    EXPECT_EQ(Cycles()["count"], 2);
+}
+
+TEST(LabDataFiles, AFileThatIsNoneOfOursStaysOpenToOthers)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder.File("notes.txt")) << std::string(4096, 'x');
+    ASSERT_EQ(chmod(folder.File("notes.txt").c_str(), 0644), 0);
+    EXPECT_THAT(WhyItDoesNotStart(folder.File("notes.txt")), testing::HasSubstr("not a database"));
+    EXPECT_EQ(ModeOf(folder.File("notes.txt")), 0644U);
+}
+
+TEST(LabDataFiles, ASymbolicLinkIsNotFollowed)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder.File("empty")).flush();
+    for (const char* pszTarget : {"empty", "missing"}) {
+        const std::string strLink = folder.File(std::string("to-") + pszTarget);
+        std::filesystem::create_symlink(pszTarget, strLink);
+        EXPECT_EQ(WhyItDoesNotStart(strLink),
+                  "can't open data file " + strLink + ": it is a symbolic link; name the file itself");
+    }
+    EXPECT_EQ(std::filesystem::file_size(folder.File("empty")), 0U);
+    EXPECT_FALSE(std::filesystem::exists(folder.File("missing")));
+}
+
+TEST(LabDataFiles, AnotherUsersFileThatIsOpenToAllIsRefused)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can be two users";
+    const TemporaryFolder folder;
+    ASSERT_EQ(chmod(folder.File(".").c_str(), 0777), 0);
+    std::ofstream(folder.File("lab.db")).flush();
+    ASSERT_EQ(chmod(folder.File("lab.db").c_str(), 0666), 0);
+    ASSERT_EQ(seteuid(65534), 0);
+    const std::string strWhy = WhyItDoesNotStart(folder.File("lab.db"));
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_THAT(strWhy, testing::HasSubstr("it is open to other users, and can't be taken from them: "));
+}
+
+TEST(LabDataFiles, ANameIsThatOfAFileEvenWhenItLooksLikeAnother)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.File("."));
+    EXPECT_EQ(WhyItDoesNotStart("file:lab.db?mode=memory"), "it starts");
+    std::filesystem::current_path(before);
+    EXPECT_EQ(ModeOf(folder.File("file:lab.db?mode=memory")), 0600U);
+    EXPECT_GT(std::filesystem::file_size(folder.File("file:lab.db?mode=memory")), 0U);
 }
 
 } // namespace

@@ -1,0 +1,61 @@
+#include "OwnersFile.h"
+
+#if !defined(_WIN32)
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr mode_t kOwner = S_IRWXU;
+constexpr mode_t kOthers = S_IRWXG | S_IRWXO;
+
+[[noreturn]] void ThrowError(const std::string& strWhat)
+{
+    throw std::runtime_error(strWhat + ": " + std::strerror(errno));
+}
+
+bool IsSymbolicLink(const std::string& strFile)
+{
+    struct stat status = {};
+    return ::lstat(strFile.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+} // namespace
+
+void MakeOwnersFile(const std::string& strFile)
+{
+    // Never made through a link, which could be another user's and point anywhere.
+    const int nFile = ::open(strFile.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (nFile >= 0) {
+        ::fchmod(nFile, S_IRUSR | S_IWUSR); // what the umask took away
+        ::close(nFile);
+    } else if (errno != EEXIST) {
+        ThrowError("it can't be made");
+    } else if (IsSymbolicLink(strFile)) {
+        throw std::runtime_error("it is a symbolic link; name the file itself");
+    }
+}
+
+// By its name: opening the file and closing it again would end the locks that this process has on it.
+void KeepToOwner(const std::string& strFile)
+{
+    struct stat status = {};
+    if (::lstat(strFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & kOthers) == 0)
+        return;
+    if (::chmod(strFile.c_str(), status.st_mode & kOwner) != 0)
+        ThrowError("it is open to other users, and can't be taken from them");
+}
+
+#else
+
+void MakeOwnersFile(const std::string& /*strFile*/) {}
+
+void KeepToOwner(const std::string& /*strFile*/) {}
+
+#endif
