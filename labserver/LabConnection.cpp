@@ -34,8 +34,9 @@ LabConnection::~LabConnection()
 
 bool LabConnection::WaitForRequest()
 {
-    const bool bBegun = m_nInRead < m_vecIn.size() || PollSocketOrStop(kIdle);
+    const bool bBegun = HasReceived() || PollSocketOrStop(kIdle);
     BeginToWait();
+    m_head = LabHead();
     return bBegun;
 }
 
@@ -54,9 +55,15 @@ bool LabConnection::FinishReply()
     return bSent && m_eEnd == End::Kept;
 }
 
+void LabConnection::Refuse(const LabRefusal& refusal)
+{
+    m_refusal = refusal;
+    LeaveBodyUnread();
+}
+
 bool LabConnection::is_readable() const
 {
-    return m_nInRead < m_vecIn.size() || PollSocketOrStop(TimeForNextBytes());
+    return HasReceived() || PollSocketOrStop(TimeForNextBytes());
 }
 
 bool LabConnection::is_writable() const
@@ -66,12 +73,27 @@ bool LabConnection::is_writable() const
 
 ssize_t LabConnection::read(char* pBytes, size_t nSize)
 {
-    if (m_nInRead == m_vecIn.size() && !Fill())
+    if (!m_head.IsOver())
+        return ReadHead(pBytes, nSize);
+    if (!HasReceived() && !Fill())
         return -1;
     const size_t nTaken = std::min(nSize, m_vecIn.size() - m_nInRead);
     std::copy_n(m_vecIn.data() + m_nInRead, nTaken, pBytes);
     m_nInRead += nTaken;
     return static_cast<ssize_t>(nTaken);
+}
+
+ssize_t LabConnection::ReadHead(char* pBytes, size_t nSize)
+{
+    size_t nGiven = 0;
+    while ((nGiven = m_head.Give(pBytes, nSize)) == 0) {
+        if (m_head.Refusal().nStatus != 0)
+            Refuse(m_head.Refusal());
+        if (IsBodyUnread() || (!HasReceived() && !Fill()))
+            return -1;
+        m_nInRead += m_head.Take(m_vecIn.data() + m_nInRead, m_vecIn.size() - m_nInRead);
+    }
+    return static_cast<ssize_t>(nGiven);
 }
 
 ssize_t LabConnection::write(const char* pBytes, size_t nSize)

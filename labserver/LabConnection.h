@@ -1,5 +1,6 @@
 #pragma once
 
+#include "labserver/LabHead.h"
 #include "platform/system/StopSignal.h"
 
 #include <chrono>
@@ -43,6 +44,11 @@ public:
     /// in is read away for a moment, since closing on unread bytes would reset the connection under the
     /// reply.
     void LeaveBodyUnread() { m_eEnd = End::BodyUnread; }
+    bool IsBodyUnread() const { return m_eEnd == End::BodyUnread; }
+
+    /// This request is not served, nor its body read. The header of one is refused here, see LabHead.
+    void Refuse(const LabRefusal& refusal);
+    const LabRefusal& Refusal() const { return m_refusal; }
 
     bool is_readable() const override;
     bool is_writable() const override;
@@ -59,6 +65,8 @@ private:
     std::chrono::milliseconds TimeForNextBytes() const;
     bool PollSocket(short nEvents, std::chrono::milliseconds patience) const;
     bool PollSocketOrStop(std::chrono::milliseconds patience) const;
+    bool HasReceived() const { return m_nInRead < m_vecIn.size(); }
+    ssize_t ReadHead(char* pBytes, size_t nSize);
     bool Fill();
     bool Flush();
     void ReadAway();
@@ -67,6 +75,8 @@ private:
     const StopSignal& m_stop;
     const std::chrono::milliseconds m_patience;
     std::chrono::steady_clock::time_point m_end; ///< of the request that is coming in, or of its reply
+    LabHead m_head;                              ///< of the request that is coming in
+    LabRefusal m_refusal;
     End m_eEnd = End::Kept;
     std::string m_strOut;
     std::vector<char> m_vecIn; ///< bytes received

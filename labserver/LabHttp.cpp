@@ -11,7 +11,6 @@
 #include <cstring>
 #include <initializer_list>
 #include <limits>
-#include <map>
 #include <mutex>
 #include <stdexcept>
 #include <system_error>
@@ -74,21 +73,22 @@ size_t AnnouncedBody(const httplib::Request& request)
     return request.get_header_value<uint64_t>("Content-Length");
 }
 
-/// The status that refuses a request before its body is read; 0 when the body may be read.
-int RefusalOf(const httplib::Request& request)
+/// Why a request is refused before its body is read.
+LabRefusal RefusalOf(const httplib::Request& request)
 {
     // Of unknown length, a body could not be refused in time, or would last until the client leaves.
     const bool bNeedsLength = IsOneOf(request.method, {"POST", "PUT", "PATCH"});
     if (request.has_header("Transfer-Encoding") || (bNeedsLength && !request.has_header("Content-Length")))
-        return 411;
-    return AnnouncedBody(request) > LabHttp::kMaxBody ? 413 : 0;
+        return {411, "A body needs a Content-Length."};
+    if (AnnouncedBody(request) > LabHttp::kMaxBody)
+        return {413, "The body is larger than " + std::to_string(LabHttp::kMaxBody) + " bytes."};
+    return {};
 }
 
-/// Whether bytes may follow the header that httplib will not read.
-bool IsBodyUnread(const httplib::Request& request)
+/// Whether httplib reads the body of such a request.
+bool IsBodyRead(const httplib::Request& request)
 {
-    const bool bRead = IsOneOf(request.method, {"POST", "PUT", "PATCH", "DELETE"});
-    return RefusalOf(request) != 0 || (AnnouncedBody(request) > 0 && !bRead);
+    return IsOneOf(request.method, {"POST", "PUT", "PATCH", "DELETE"});
 }
 
 /// httplib finds a handler by regular expressions, and matching one against a path of a few thousand
@@ -103,11 +103,11 @@ void TakePath(httplib::Request& request)
 /// Sets right what httplib would otherwise make of a request's header.
 void PrepareRequest(httplib::Request& request)
 {
-    if (IsBodyUnread(request)) {
+    const LabRefusal refusal = RefusalOf(request);
+    if (refusal.nStatus != 0)
+        t_pConnection->Refuse(refusal);
+    else if (AnnouncedBody(request) > 0 && !IsBodyRead(request))
         t_pConnection->LeaveBodyUnread();
-        request.headers.erase("Connection");
-        request.set_header("Connection", "close");
-    }
     TakePath(request);
     // Bodies are JSON under any name: as a form one would be taken apart, and cut at 8 KB.
     request.headers.erase("Content-Type");
@@ -117,33 +117,40 @@ void PrepareRequest(httplib::Request& request)
     request.headers.erase("Accept-Encoding");
 }
 
-httplib::Server::HandlerResponse RefuseUnread(const httplib::Request& request, httplib::Response& response)
+httplib::Server::HandlerResponse RefuseUnread(const httplib::Request&, httplib::Response& response)
 {
-    const int nRefusal = RefusalOf(request);
-    if (nRefusal == 0)
+    if (t_pConnection->Refusal().nStatus == 0)
         return httplib::Server::HandlerResponse::Unhandled;
-    response.status = nRefusal;
+    response.status = t_pConnection->Refusal().nStatus;
     return httplib::Server::HandlerResponse::Handled;
 }
 
-/// Gives a refusal that was made before any answer the body that all refusals have.
+/// Gives a refusal that was made before any answer its status and the body that all refusals have.
 void FillRefusal(const httplib::Request&, httplib::Response& response)
 {
-    static const std::map<int, std::string> mapWhy = {
-        {411, "A body needs a Content-Length."},
-        {413, "The body is larger than " + std::to_string(LabHttp::kMaxBody) + " bytes."},
-        {414, "The request target is too long."},
-    };
     if (response.has_header("Content-Type"))
         return;
-    const auto it = mapWhy.find(response.status);
-    const std::string strWhy = it != mapWhy.end() ? it->second : "The request can't be read.";
-    response.set_content(WriteJson(ErrorEnvelope(response.status, strWhy)), kJsonContentType);
+    LabRefusal refusal = t_pConnection->Refusal();
+    if (refusal.nStatus == 0)
+        refusal = {response.status, "The request can't be read."};
+    response.status = refusal.nStatus;
+    response.set_content(WriteJson(ErrorEnvelope(refusal.nStatus, refusal.strWhy)), kJsonContentType);
+}
+
+/// Sets right what httplib would otherwise say in a reply's header.
+void PrepareReply(httplib::Response& response)
+{
+    response.headers.erase("Accept-Ranges");
+    if (t_pConnection->IsBodyUnread()) {
+        response.headers.erase("Keep-Alive");
+        response.headers.erase("Connection");
+        response.set_header("Connection", "close");
+    }
 }
 
 } // namespace
 
-LabHttp::LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal, std::chrono::milliseconds patience)
+LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, std::chrono::milliseconds patience)
     : m_patience(patience)
 {
     RestoreSigPipe();
@@ -157,7 +164,10 @@ LabHttp::LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal, std::chrono::mi
         (this->*pfnMethod)(kOnlyPath, fnHandle);
     set_pre_routing_handler(RefuseUnread);
     set_error_handler(Handler(FillRefusal));
-    set_post_routing_handler(std::move(fnSeal));
+    set_post_routing_handler([fnSeal](const httplib::Request& request, httplib::Response& response) {
+        PrepareReply(response);
+        fnSeal(request, response);
+    });
     set_tcp_nodelay(true);
     set_payload_max_length(kMaxBody);
     // What the replies' Keep-Alive header promises.

@@ -49,7 +49,7 @@ public:
     /// @param fnAnswer runs on many threads at a time
     /// @param fnSeal sees every reply, those to malformed requests too, just before it leaves
     /// @param patience see LabConnection
-    LabHttp(const AnswerFunction& fnAnswer, Handler fnSeal, std::chrono::milliseconds patience);
+    LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, std::chrono::milliseconds patience);
     ~LabHttp() override; ///< stops it
 
     /// Listens and serves on threads of its own; returns at once.

@@ -1,0 +1,74 @@
+#include "labserver/LabHead.h"
+
+#include "labserver/LabText.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// Whether a header line is about ranges of the reply's body.
+bool AsksForRanges(const std::string& strLine)
+{
+    const std::string strName = LowerCase(strLine.substr(0, strLine.find(':')));
+    return strName == "range" || strName == "if-range";
+}
+
+} // namespace
+
+std::size_t LabHead::Take(const char* pBytes, std::size_t nSize)
+{
+    const char* const pEnd = std::find(pBytes, pBytes + nSize, '\n');
+    const std::size_t nLine = static_cast<std::size_t>(pEnd - pBytes) + (pEnd == pBytes + nSize ? 0 : 1);
+    const std::size_t nTaken = std::min(nLine, kMaxLine + 1 - m_strTaking.size());
+    m_strTaking.append(pBytes, nTaken);
+    m_nSize += nTaken;
+    if (m_strTaking.size() > kMaxLine || (!m_strTaking.empty() && m_strTaking.back() == '\n'))
+        EndLine();
+    return nTaken;
+}
+
+std::size_t LabHead::Give(char* pBytes, std::size_t nSize)
+{
+    const std::size_t nGiven = std::min(nSize, m_strLine.size() - m_nGiven);
+    std::copy_n(m_strLine.data() + m_nGiven, nGiven, pBytes);
+    m_nGiven += nGiven;
+    return nGiven;
+}
+
+void LabHead::EndLine()
+{
+    m_strLine.clear();
+    m_nGiven = 0;
+    if (m_nLines++ < 0)
+        EndRequestLine();
+    else
+        EndHeaderLine();
+    m_strTaking.clear();
+}
+
+void LabHead::EndRequestLine()
+{
+    m_strLine.swap(m_strTaking);
+    if (m_strLine.size() <= kMaxLine)
+        return;
+    m_refusal = {414, "The request target is too long."};
+    m_strLine.back() = '\n'; // an end, without which httplib would take it for no request
+}
+
+void LabHead::EndHeaderLine()
+{
+    if (m_nSize > kMaxSize) {
+        m_refusal = {431, "The request's header is larger than " + std::to_string(kMaxSize) + " bytes."};
+    } else if (m_strTaking == "\r\n") {
+        m_bBlankTaken = true;
+        m_strLine.swap(m_strTaking);
+    } else if (m_strTaking.size() > kMaxLine) {
+        m_refusal = {431,
+                     "A line of the request's header is longer than " + std::to_string(kMaxLine) + " bytes."};
+    } else if (m_nLines > kMaxLines) {
+        m_refusal = {431, "The request's header has more than " + std::to_string(kMaxLines) + " lines."};
+    } else if (!AsksForRanges(m_strTaking)) {
+        m_strLine.swap(m_strTaking);
+    }
+}

@@ -1,0 +1,126 @@
+#include "LabFixture.h"
+#include "Socket.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+const std::string kFirstLines = "GET /posts/1 HTTP/1.1\r\nConnection: close\r\n";
+
+class LabLimits : public LabTest
+{
+protected:
+    std::string Answer(const std::string& strRequest) const
+    {
+        Socket socket(m_server.Port());
+        socket.Send(strRequest);
+        const std::string strReply = socket.ReadAll();
+        EXPECT_TRUE(socket.IsClosed());
+        return strReply;
+    }
+
+    void ExpectTooLarge(const std::string& strRequest, const std::string& strWhat) const
+    {
+        const std::string strReply = Answer(strRequest);
+        EXPECT_THAT(strReply, StartsWith("HTTP/1.1 431 "));
+        EXPECT_THAT(strReply, HasSubstr("\r\nConnection: close\r\n"));
+        EXPECT_THAT(strReply, HasSubstr(strWhat));
+    }
+};
+
+/// A header line of so many bytes, its end included.
+std::string LineOfSize(size_t nSize)
+{
+    return "X: " + std::string(nSize - 5, 'x') + "\r\n";
+}
+
+/// A whole request of so many bytes, all of them header.
+std::string HeaderOfSize(size_t nSize)
+{
+    constexpr size_t kLine = 1000;
+    std::string strHeader = kFirstLines;
+    while (nSize - strHeader.size() > 2 * kLine)
+        strHeader += LineOfSize(kLine);
+    return strHeader + LineOfSize(nSize - strHeader.size() - 2) + "\r\n";
+}
+
+TEST_F(LabLimits, AHeaderUpToTheLimitIsTakenAndALargerOneRefused)
+{
+    constexpr size_t kLimit = 65536;
+    ASSERT_EQ(HeaderOfSize(kLimit).size(), kLimit);
+    EXPECT_THAT(Answer(HeaderOfSize(kLimit)), StartsWith("HTTP/1.1 200 "));
+    ExpectTooLarge(HeaderOfSize(kLimit + 1), "larger than 65536 bytes");
+    ExpectTooLarge(HeaderOfSize(kLimit + 5000), "larger than 65536 bytes");
+}
+
+TEST_F(LabLimits, TheNextHeaderOfAConnectionHasTheWholeLimit)
+{
+    Socket socket(m_server.Port());
+    const std::string strLine = LineOfSize(8000);
+    for (int nRequest = 0; nRequest < 10; ++nRequest) {
+        socket.Send("GET /posts/1 HTTP/1.1\r\n" + strLine + strLine + strLine + "\r\n");
+        ASSERT_THAT(socket.ReadUntil("\"Test engineer\"}"), StartsWith("HTTP/1.1 200 ")) << nRequest;
+    }
+}
+
+TEST_F(LabLimits, ManyHeaderLinesAreTakenAndMoreRefused)
+{
+    std::string strLines = kFirstLines;
+    for (int nLine = 1; nLine < 100; ++nLine)
+        strLines += "X: x\r\n";
+    EXPECT_THAT(Answer(strLines + "\r\n"), StartsWith("HTTP/1.1 200 "));
+    ExpectTooLarge(strLines + "X: x\r\n\r\n", "more than 100 lines");
+    ExpectTooLarge(strLines + "no line that counts elsewhere\n\r\n", "more than 100 lines");
+}
+
+TEST_F(LabLimits, ALongHeaderLineIsTakenAndALongerOneRefused)
+{
+    EXPECT_THAT(Answer(kFirstLines + LineOfSize(8192) + "\r\n"), StartsWith("HTTP/1.1 200 "));
+    ExpectTooLarge(kFirstLines + LineOfSize(8193) + "\r\n", "longer than 8192 bytes");
+}
+
+TEST_F(LabLimits, ALongRequestLineIsTakenAndALongerOneRefusedBeforeItsEnd)
+{
+    const std::string strLine = "GET /" + std::string(8000, 'a') + " HTTP/1.1\r\n";
+    const std::string strLonger = "GET /" + std::string(8192 - strLine.size(), 'a') + strLine.substr(5);
+    EXPECT_THAT(Answer(strLonger + "Connection: close\r\n\r\n"), StartsWith("HTTP/1.1 404 "));
+    for (const std::string& strTooLong :
+         {"GET /a" + strLonger.substr(5) + "\r\n", std::string(8193, 'a'), std::string(20'000, 'a')}) {
+        const std::string strReply = Answer(strTooLong);
+        EXPECT_THAT(strReply, StartsWith("HTTP/1.1 414 "));
+        EXPECT_THAT(strReply, HasSubstr("\r\nConnection: close\r\n"));
+        EXPECT_THAT(strReply, HasSubstr("The request target is too long."));
+    }
+}
+
+TEST_F(LabLimits, AHeaderThatComesByteByByteIsUnderstood)
+{
+    Socket socket(m_server.Port());
+    for (const char c : kFirstLines + "Range: bytes=0-1\r\n\r\n")
+        socket.Send({c});
+    const std::string strReply = socket.ReadAll();
+    EXPECT_THAT(strReply, StartsWith("HTTP/1.1 200 "));
+    EXPECT_THAT(strReply, HasSubstr("\"Test engineer\"}"));
+}
+
+TEST_F(LabLimits, NoRangesAreServed)
+{
+    std::string strMany = "bytes=0-";
+    while (strMany.size() < 8000)
+        strMany += ",0-";
+    const std::string strWhole = Answer(kFirstLines + "\r\n");
+    EXPECT_THAT(strWhole, StartsWith("HTTP/1.1 200 "));
+    for (const std::string& strRange :
+         {std::string("Range: bytes=0-3"), std::string("Range: bytes=0-,0-,0-"), "Range: " + strMany,
+          std::string("rANGE: bytes=-1"), std::string("Range: bytes=900000-"), std::string("Range: bytes=x"),
+          std::string("Range: bytes=0-1\r\nIf-Range: \"x\"\r\nRange: bytes=2-3")})
+        EXPECT_EQ(Answer(kFirstLines + strRange + "\r\n\r\n"), strWhole) << strRange.substr(0, 80);
+    EXPECT_THAT(Answer("HEAD" + kFirstLines.substr(3) + "\r\n"), Not(HasSubstr("Range")));
+}
+
+} // namespace
