@@ -7,13 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
 #include <initializer_list>
 #include <limits>
-#include <mutex>
 #include <stdexcept>
-#include <system_error>
 
 namespace
 {
@@ -24,44 +21,6 @@ thread_local std::string t_strPath;
 
 /// What httplib is told that every request's path is, see TakePath().
 constexpr const char* kOnlyPath = "/";
-
-/// A thread for every connection: a fixed number of threads would be used up by clients that keep idle
-/// connections, and leave the next client waiting.
-class ConnectionThreads : public httplib::TaskQueue
-{
-public:
-    void enqueue(std::function<void()> fnServe) override
-    {
-        std::unique_lock lock(m_mutex);
-        try {
-            std::thread([this, fnServe] { Run(fnServe); }).detach();
-            ++m_nRunning;
-        } catch (const std::system_error&) {
-            // No thread to be had: the listening one serves this client itself, then accepts the next.
-            lock.unlock();
-            fnServe();
-        }
-    }
-
-    void shutdown() override
-    {
-        std::unique_lock lock(m_mutex);
-        m_ended.wait(lock, [this] { return m_nRunning == 0; });
-    }
-
-private:
-    void Run(const std::function<void()>& fnServe)
-    {
-        fnServe();
-        const std::lock_guard lock(m_mutex);
-        --m_nRunning;
-        m_ended.notify_all();
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_ended;
-    int m_nRunning = 0;
-};
 
 bool IsOneOf(const std::string& strMethod, std::initializer_list<const char*> lstMethods)
 {
@@ -150,8 +109,8 @@ void PrepareReply(httplib::Response& response)
 
 } // namespace
 
-LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, std::chrono::milliseconds patience)
-    : m_patience(patience)
+LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const LabServerOptions& options)
+    : m_options(options)
 {
     RestoreSigPipe();
     const Handler fnHandle = [fnAnswer](const httplib::Request& request, httplib::Response& response) {
@@ -175,7 +134,6 @@ LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, std::chr
     set_keep_alive_max_count(std::numeric_limits<int>::max());
     // Not httplib's own choice, by which two servers of a user could listen on one port.
     set_socket_options(ReusePort);
-    new_task_queue = [] { return new ConnectionThreads; };
 }
 
 LabHttp::~LabHttp()
@@ -183,15 +141,14 @@ LabHttp::~LabHttp()
     Stop();
 }
 
-int LabHttp::Start(const std::string& strAddress, int nPort)
+int LabHttp::Start()
 {
-    const int nGot = Bind(strAddress, nPort);
-    // httplib allows five clients to wait for being accepted; a burst of more would wait a second each.
-    ::listen(svr_sock_, SOMAXCONN);
-    m_thread = StartQuietThread([this] { listen_after_bind(); }); // the connections' threads inherit that
-    while (!is_running())                                         // stop() before it runs would be lost
-        std::this_thread::yield();
-    return nGot;
+    const int nPort = Bind(m_options.strAddress, m_options.nPort);
+    m_pListener =
+        std::make_unique<LabListener>(svr_sock_.exchange(NO_SOCKET), m_stop, m_options.nMaxConnections,
+                                      [this](Socket nSocket) { Serve(nSocket); });
+    m_thread = StartQuietThread([this] { m_pListener->Run(); }); // the connections' threads inherit that
+    return nPort;
 }
 
 int LabHttp::Bind(const std::string& strAddress, int nPort)
@@ -199,10 +156,13 @@ int LabHttp::Bind(const std::string& strAddress, int nPort)
     errno = 0;
     const int nGot =
         nPort == 0 ? bind_to_any_port(strAddress) : (bind_to_port(strAddress, nPort) ? nPort : -1);
-    if (nGot > 0)
-        return nGot;
-    const std::string strWhy = errno != 0 ? std::strerror(errno) : "no such address";
-    throw std::runtime_error("can't listen on " + HostAndPort(strAddress, nPort) + ": " + strWhy);
+    if (nGot <= 0) {
+        const std::string strWhy = errno != 0 ? std::strerror(errno) : "no such address";
+        throw std::runtime_error("can't listen on " + HostAndPort(strAddress, nPort) + ": " + strWhy);
+    }
+    // httplib allows five clients to wait for being accepted; a burst of more would wait a second each.
+    ::listen(svr_sock_, SOMAXCONN);
+    return nGot;
 }
 
 void LabHttp::Stop()
@@ -210,7 +170,6 @@ void LabHttp::Stop()
     if (!m_thread.joinable())
         return;
     m_stop.Raise();
-    stop();
     m_thread.join();
 }
 
@@ -219,9 +178,9 @@ LabConnection& LabHttp::Current()
     return *t_pConnection;
 }
 
-bool LabHttp::process_and_close_socket(socket_t nSocket)
+void LabHttp::Serve(Socket nSocket)
 {
-    LabConnection connection(nSocket, m_stop, m_patience);
+    LabConnection connection(nSocket, m_stop, m_options.patience);
     t_pConnection = &connection;
     bool bKept = true;
     while (bKept && connection.WaitForRequest()) {
@@ -236,5 +195,4 @@ bool LabHttp::process_and_close_socket(socket_t nSocket)
         bKept = connection.FinishReply() && bAnswered && bUnderstood && !bClosed && !bLast;
     }
     t_pConnection = nullptr;
-    return true;
 }

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "labserver/LabConnection.h"
+#include "labserver/LabListener.h"
+#include "labserver/LabServer.h"
 #include "platform/system/StopSignal.h"
 
 #include <httplib.h>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -47,16 +50,14 @@ public:
         std::function<void(const std::string&, const httplib::Request&, httplib::Response&)>;
 
     /// @param fnAnswer runs on many threads at a time
-    /// @param fnSeal sees every reply, those to malformed requests too, just before it leaves
-    /// @param patience see LabConnection
-    LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, std::chrono::milliseconds patience);
+    /// @param fnSeal sees every reply to a request, those to malformed requests too, just before it leaves
+    LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const LabServerOptions& options);
     ~LabHttp() override; ///< stops it
 
-    /// Listens and serves on threads of its own; returns at once.
-    /// @param nPort 0 takes a free one
+    /// Listens as the options say and serves on threads of its own; returns at once.
     /// @return the port
     /// @throws std::runtime_error when the address can't be had
-    int Start(const std::string& strAddress, int nPort);
+    int Start();
 
     /// Ends listening, waits until every request under way is answered and every connection closed.
     void Stop();
@@ -65,10 +66,11 @@ public:
     static LabConnection& Current();
 
 private:
-    bool process_and_close_socket(socket_t nSocket) override;
     int Bind(const std::string& strAddress, int nPort);
+    void Serve(Socket nSocket);
 
-    const std::chrono::milliseconds m_patience;
+    const LabServerOptions m_options;
     StopSignal m_stop;
+    std::unique_ptr<LabListener> m_pListener;
     std::thread m_thread;
 };

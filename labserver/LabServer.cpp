@@ -101,8 +101,8 @@ int LabServer::Impl::Start()
             Answer(strPath, request, response);
         },
         [this](const httplib::Request& request, httplib::Response& response) { Record(request, response); },
-        m_options.patience);
-    m_nPort = pHttp->Start(m_options.strAddress, m_options.nPort);
+        m_options);
+    m_nPort = pHttp->Start();
     m_pHttp = std::move(pHttp);
     return m_nPort;
 }

@@ -15,6 +15,7 @@ struct LabServerOptions {
     /// How long a client may take to send a request once it has begun, and again to take the reply. A client
     /// that takes longer loses its connection, even if it sends or takes a byte now and then.
     std::chrono::milliseconds patience{60'000};
+    int nMaxConnections = 256; ///< at a time, each with a thread; a client beyond them is answered 503
 };
 
 /// One request as it arrived and what it was answered.

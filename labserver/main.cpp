@@ -39,6 +39,10 @@ int ParseAndServe(int nArguments, char** ppszArguments)
         ->capture_default_str();
     app.add_option("--data", options.strDataFile,
                    "SQLite file to keep everything in, for its owner alone; without it, memory");
+    app.add_option("--max-connections", options.nMaxConnections,
+                   "Connections at a time, a thread and a file descriptor each; one more is answered 503")
+        ->check(CLI::Range(1, 10'000))
+        ->capture_default_str();
     app.footer("Exit status: 0 after such a signal, 1 when it can't serve, 2 wrong usage.");
     app.failure_message([](const CLI::App* pApp, const CLI::Error& error) {
         return CLI::FailureMessage::simple(

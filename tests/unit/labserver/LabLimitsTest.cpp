@@ -1,7 +1,10 @@
 #include "LabFixture.h"
 #include "Socket.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <thread>
 
 namespace
 {
@@ -121,6 +124,112 @@ TEST_F(LabLimits, NoRangesAreServed)
           std::string("Range: bytes=0-1\r\nIf-Range: \"x\"\r\nRange: bytes=2-3")})
         EXPECT_EQ(Answer(kFirstLines + strRange + "\r\n\r\n"), strWhole) << strRange.substr(0, 80);
     EXPECT_THAT(Answer("HEAD" + kFirstLines.substr(3) + "\r\n"), Not(HasSubstr("Range")));
+}
+
+LabServerOptions ServerOf(int nMaxConnections)
+{
+    LabServerOptions options;
+    options.nMaxConnections = nMaxConnections;
+    return options;
+}
+
+std::ptrdiff_t Threads()
+{
+    const std::filesystem::directory_iterator itTasks("/proc/self/task");
+    return std::distance(begin(itTasks), end(itTasks));
+}
+
+/// Reads a refused client's refusal.
+void ExpectNoRoom(Socket& socket)
+{
+    const std::string strReply = socket.ReadUntil("}");
+    EXPECT_THAT(strReply, StartsWith("HTTP/1.1 503 Service Unavailable\r\n"));
+    EXPECT_THAT(strReply, HasSubstr("\r\nConnection: close\r\n"));
+    const Json::Value body = JsonFrom(strReply.substr(strReply.find("\r\n\r\n") + 4));
+    EXPECT_EQ(body["success"], false);
+    EXPECT_EQ(body["code"], 503);
+    EXPECT_THAT(body["message"].asString(), HasSubstr("no room for another connection"));
+}
+
+TEST(LabConnections, BeyondTheirNumberAreRefusedInOrder)
+{
+    LabServer server(ServerOf(2));
+    LabClient first(server.Start());
+    LabClient second(server.Port());
+    EXPECT_EQ(first.Get("/posts/1").nStatus, 200);
+    EXPECT_EQ(second.Get("/posts/1").nStatus, 200);
+
+    Socket silent(server.Port());
+    ExpectNoRoom(silent);
+    EXPECT_EQ(silent.ReadAll(), "");
+    EXPECT_TRUE(silent.IsClosed());
+
+    Socket talking(server.Port());
+    const std::string strBody = '[' + std::string(10'000, ' ') + ']';
+    talking.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\nContent-Length: " +
+                 std::to_string(strBody.size()) + "\r\n\r\n" + strBody);
+    ExpectNoRoom(talking);
+
+    EXPECT_EQ(LabClient(server.Port()).Get("/posts/1").nStatus, 503);
+    EXPECT_EQ(first.Get("/posts/2").nStatus, 200);
+    EXPECT_EQ(second.Get("/lab/reports/cycle-data").json["count"], 0);
+}
+
+TEST(LabConnections, ThatEndMakeRoomForOthers)
+{
+    LabServer server(ServerOf(1));
+    server.Start();
+    for (int nClient = 0; nClient < 5; ++nClient) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        int nStatus = 0; // the server may learn later than we that the client before is gone
+        do
+            nStatus = LabClient(server.Port()).Get("/posts/1").nStatus;
+        while (nStatus != 200 && std::chrono::steady_clock::now() < end);
+        ASSERT_EQ(nStatus, 200) << nClient;
+    }
+}
+
+TEST(LabConnections, ThatAreRefusedCostNoThreadsAndHoldNobodyUp)
+{
+    LabServer server(ServerOf(1));
+    LabClient served(server.Start());
+    EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
+    const std::ptrdiff_t nThreads = Threads();
+    std::vector<std::unique_ptr<Socket>> vecRefused;
+    for (int nClient = 0; nClient < 300; ++nClient) {
+        vecRefused.push_back(std::make_unique<Socket>(server.Port()));
+        ExpectNoRoom(*vecRefused.back());
+    }
+    EXPECT_EQ(Threads(), nThreads);
+    EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
+    const auto start = std::chrono::steady_clock::now();
+    server.Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST(LabConnections, AThousandIdleOnesAreKept)
+{
+    constexpr int nMost = 1000;
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096); // both ends are in this process
+    if (limit.rlim_cur < 2 * nMost + 100 || setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        GTEST_SKIP() << "this process may not have so many descriptors: " << limit.rlim_cur;
+    LabServer server(ServerOf(nMost));
+    server.Start();
+    std::vector<std::unique_ptr<Socket>> vecClients;
+    const auto ExpectServed = [](Socket& socket) {
+        socket.Send("GET /posts/1 HTTP/1.1\r\n\r\n");
+        ASSERT_THAT(socket.ReadUntil("\"Test engineer\"}"), StartsWith("HTTP/1.1 200 "));
+    };
+    for (int nClient = 0; nClient < nMost; ++nClient) {
+        vecClients.push_back(std::make_unique<Socket>(server.Port()));
+        ExpectServed(*vecClients.back());
+    }
+    Socket oneMore(server.Port());
+    ExpectNoRoom(oneMore);
+    ExpectServed(*vecClients.front());
+    ExpectServed(*vecClients.back());
 }
 
 } // namespace

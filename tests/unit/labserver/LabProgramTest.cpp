@@ -152,6 +152,15 @@ TEST(LabProgram, AnAcknowledgedReportOutlivesAKilledServer)
     EXPECT_EQ(LabClient(program.ReadPort()).Get("/lab/reports/cycle-data").json["count"], 1);
 }
 
+TEST(LabProgram, TheNumberOfConnectionsCanBeSet)
+{
+    Program program({"--max-connections", "1"});
+    const int nPort = program.ReadPort();
+    LabClient first(nPort);
+    EXPECT_EQ(first.Get("/posts/1").nStatus, 200);
+    EXPECT_EQ(LabClient(nPort).Get("/posts/1").nStatus, 503);
+}
+
 TEST(LabProgram, AnIPv6AddressStandsInBrackets)
 {
     Program program({"--address", "::1"});
@@ -167,8 +176,9 @@ TEST(LabProgram, AnIPv6AddressStandsInBrackets)
 
 TEST(LabProgram, WrongUsageIsSaidAndHasAnExitStatusOfItsOwn)
 {
-    const std::vector<std::vector<std::string>> vecWrong = {{"--port", "65536"}, {"--port", "x"}, {"--port"},
-                                                            {"--address", ""},   {"--nonsense"},  {"more"}};
+    const std::vector<std::vector<std::string>> vecWrong = {
+        {"--port", "65536"},        {"--port", "x"}, {"--port"}, {"--address", ""},
+        {"--max-connections", "0"}, {"--nonsense"},  {"more"}};
     for (const std::vector<std::string>& vecArguments : vecWrong) {
         Program program(vecArguments);
         EXPECT_THAT(program.ErrLine(), testing::Not("")) << vecArguments.front();
