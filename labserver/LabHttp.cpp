@@ -33,8 +33,13 @@ size_t AnnouncedBody(const httplib::Request& request)
 }
 
 /// Why a request is refused before its body is read.
-LabRefusal RefusalOf(const httplib::Request& request)
+LabRefusal RefusalOf(const LabGate& gate, const httplib::Request& request)
 {
+    if (IsOperatorPath(request.path)) {
+        LabRefusal refusal = gate.RefusalOf(request);
+        if (refusal.nStatus != 0)
+            return refusal;
+    }
     // Of unknown length, a body could not be refused in time, or would last until the client leaves.
     const bool bNeedsLength = IsOneOf(request.method, {"POST", "PUT", "PATCH"});
     if (request.has_header("Transfer-Encoding") || (bNeedsLength && !request.has_header("Content-Length")))
@@ -60,9 +65,9 @@ void TakePath(httplib::Request& request)
 }
 
 /// Sets right what httplib would otherwise make of a request's header.
-void PrepareRequest(httplib::Request& request)
+void PrepareRequest(const LabGate& gate, httplib::Request& request)
 {
-    const LabRefusal refusal = RefusalOf(request);
+    const LabRefusal refusal = RefusalOf(gate, request);
     if (refusal.nStatus != 0)
         t_pConnection->Refuse(refusal);
     else if (AnnouncedBody(request) > 0 && !IsBodyRead(request))
@@ -105,6 +110,8 @@ void PrepareReply(httplib::Response& response)
         response.headers.erase("Connection");
         response.set_header("Connection", "close");
     }
+    if (IsOperatorPath(t_strPath))
+        ProtectReply(response);
 }
 
 } // namespace
@@ -144,6 +151,7 @@ LabHttp::~LabHttp()
 int LabHttp::Start()
 {
     const int nPort = Bind(m_options.strAddress, m_options.nPort);
+    m_pGate = std::make_unique<LabGate>(m_options.strAddress, nPort);
     m_pListener =
         std::make_unique<LabListener>(svr_sock_.exchange(NO_SOCKET), m_stop, m_options.nMaxConnections,
                                       [this](Socket nSocket) { Serve(nSocket); });
@@ -184,13 +192,14 @@ void LabHttp::Serve(Socket nSocket)
     t_pConnection = &connection;
     bool bKept = true;
     while (bKept && connection.WaitForRequest()) {
+        t_strPath.clear(); // a request that can't be read has none
         const bool bLast = m_stop.WaitFor(std::chrono::milliseconds(0));
         bool bClosed = false;
         bool bUnderstood = false;
         const bool bAnswered =
-            process_request(connection, bLast, bClosed, [&bUnderstood](httplib::Request& request) {
+            process_request(connection, bLast, bClosed, [this, &bUnderstood](httplib::Request& request) {
                 bUnderstood = true;
-                PrepareRequest(request);
+                PrepareRequest(*m_pGate, request);
             });
         bKept = connection.FinishReply() && bAnswered && bUnderstood && !bClosed && !bLast;
     }

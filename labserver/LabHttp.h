@@ -1,6 +1,7 @@
 #pragma once
 
 #include "labserver/LabConnection.h"
+#include "labserver/LabGate.h"
 #include "labserver/LabListener.h"
 #include "labserver/LabServer.h"
 #include "platform/system/StopSignal.h"
@@ -36,8 +37,9 @@ private:
 #endif
 };
 
-/// The HTTP side of the lab server: listens, gives every connection a thread, and lets one function answer
-/// every request, whatever its method and path. Serves once: a server that was stopped is not started again.
+/// The HTTP side of the lab server: listens, gives every connection a thread, turns away from the operator's
+/// paths who has no business there, and lets one function answer every other request, whatever its method and
+/// path. Serves once: a server that was stopped is not started again.
 class LabHttp : private SigPipeKept, private httplib::Server
 {
 public:
@@ -71,6 +73,7 @@ private:
 
     const LabServerOptions m_options;
     StopSignal m_stop;
+    std::unique_ptr<const LabGate> m_pGate;
     std::unique_ptr<LabListener> m_pListener;
     std::thread m_thread;
 };

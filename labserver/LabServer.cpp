@@ -58,12 +58,6 @@ std::unique_ptr<LabStore> OpenStore(const std::string& strFile)
     }
 }
 
-/// The operator's own paths are spared, or a fault could keep faults from being cleared.
-bool MayFail(const std::string& strPath)
-{
-    return strPath.rfind("/lab/", 0) != 0;
-}
-
 } // namespace
 
 class LabServer::Impl
@@ -114,7 +108,8 @@ void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request&
         LabContext context{*m_pStore, m_faults};
         AnswerRequest(context, strPath, request, response);
     };
-    const auto fault = MayFail(strPath) ? m_faults.Take(strPath) : std::nullopt;
+    // The operator's paths are spared, or a fault could keep faults from being cleared.
+    const auto fault = IsOperatorPath(strPath) ? std::nullopt : m_faults.Take(strPath);
     if (fault)
         Fail(*fault, fnHandle, response);
     else
