@@ -65,8 +65,8 @@ LabRefusal LabGate::RefusalOf(const httplib::Request& request) const
 {
     // Each of the two once, or a browser and this server might go by different ones.
     if (request.get_header_value_count("Host") != 1 || !IsOwn(request.get_header_value("Host")))
-        return {403, "The header Host must name this server, as " + m_vecOwn.front() +
-                         " does: its operator's paths are for nobody who reached it by another name."};
+        return {403, "The operator's paths want a header Host that names this server, such as " +
+                         m_vecOwn.front() + "; another name may be that of a web page."};
     const size_t nOrigins = request.get_header_value_count("Origin");
     if (nOrigins > 1 || (nOrigins == 1 && !IsOwnOrigin(request.get_header_value("Origin"))))
         return {403, "The header Origin names another site: its pages may not use the operator's paths."};
