@@ -29,11 +29,17 @@ const Record* SuccessfulRecordOf(const void* pResponse, int nError)
 template <class Record>
 QVariant VariantOf(const Record* pRecord)
 {
-    if (!CMovableRecord::Take(pRecord)) {
-        return pRecord == nullptr ? QVariant() : QVariant::fromValue(*pRecord);
+    if (pRecord == nullptr) {
+        return {};
     }
+    // The record comes into an empty one: of a copy that fails, Qt loses the memory.
     QVariant variant = QVariant::fromValue(Record());
-    *static_cast<Record*>(variant.data()) = std::move(*const_cast<Record*>(pRecord));
+    auto& record = *static_cast<Record*>(variant.data());
+    if (CMovableRecord::Take(pRecord)) {
+        record = std::move(*const_cast<Record*>(pRecord));
+    } else {
+        record = *pRecord;
+    }
     return variant;
 }
 

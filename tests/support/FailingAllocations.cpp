@@ -71,6 +71,8 @@ __attribute__((visibility("default"))) void* realloc(void* pMemory, std::size_t 
 
 #else
 
+#if !defined(_WIN32)
+
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's --wrap names them so
 
 extern "C" {
@@ -85,6 +87,8 @@ void* __wrap_realloc(void* pMemory, std::size_t nBytes)
 } // extern "C"
 
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+
+#endif
 
 void* operator new(std::size_t nSize)
 {
