@@ -56,6 +56,8 @@
 // | CHTTPCLIENT_CA_FILE             | certificates (PEM) that servers are verified by      | system's |
 //
 // A value that is no decimal number, or is out of its range, leaves the default in force and is logged.
+// Blocking calls and downloads, which do not use this transport, keep to CHTTPCLIENT_TIMEOUT_MS and
+// CHTTPCLIENT_MAX_REPLY_BYTES too.
 // Proxies are taken from the environment as libcurl does (http_proxy, https_proxy, no_proxy).
 //
 // CHTTPCLIENT_CA_FILE replaces the system's authorities and does not add to them: for servers, and for

@@ -102,6 +102,29 @@ TEST(NAManager, AGetCarriesNeitherBodyNorContentType)
     EXPECT_THAT(server.Requests().front().Header("Content-Type"), ::testing::IsEmpty());
 }
 
+TEST(NAManager, ARequestHasTheseLines)
+{
+    const ScriptedServer server(ServerStep{HttpReply(200, "{}")});
+    const QString strUrl = QString::fromStdString(server.Url("/p"));
+    const std::string strHost = "Host: 127.0.0.1:" + std::to_string(server.Port()) + "\r\n";
+    EXPECT_TRUE(Exchange(strUrl, {}, NAManager::METHOD_GET).bGone);
+    EXPECT_TRUE(Exchange(strUrl, "{}", NAManager::METHOD_POST).bGone);
+    const auto fnWithoutLanguage = [](std::string strHead) { // which is that of the user
+        const std::size_t nBegin = strHead.find("Accept-Language:");
+        return strHead.erase(nBegin, strHead.find('\n', nBegin) + 1 - nBegin);
+    };
+    ASSERT_EQ(server.Requests().size(), 2U);
+    EXPECT_EQ(fnWithoutLanguage(server.Requests()[0].strHead),
+              "GET /p HTTP/1.1\r\n" + strHost +
+                  "Connection: Keep-Alive\r\nAccept-Encoding: gzip, deflate\r\n"
+                  "User-Agent: Mozilla/5.0\r\n\r\n");
+    EXPECT_EQ(fnWithoutLanguage(server.Requests()[1].strHead),
+              "POST /p HTTP/1.1\r\n" + strHost +
+                  "Content-Type: application/json\r\n"
+                  "Connection: Keep-Alive\r\nAccept-Encoding: gzip, deflate\r\nContent-Length: 2\r\n"
+                  "User-Agent: Mozilla/5.0\r\n\r\n");
+}
+
 struct TargetCase {
     const char* szName;
     const char* szHandedIn;
