@@ -137,7 +137,9 @@ void CheckHeader(const SReply& reply, const SResponseHeader& header, int nResult
     Require(reply.nType == 3100 || header.strMessage.empty(), "only user information has a message");
     Require(!reply.IsFailedExchange() || nResult == ResultOfFailedExchange(reply), "a failed exchange fails");
     RequireNoNul(header.strMessage);
-    RoadOf(reply.nType).fnCheckPayload(header, nResult);
+    const auto fnCheckPayload = RoadOf(reply.nType).fnCheckPayload;
+    Require(fnCheckPayload != nullptr, "only a type that has an answer reaches the receiver");
+    fnCheckPayload(header, nResult);
 }
 
 void CheckLog(const SReply& reply)

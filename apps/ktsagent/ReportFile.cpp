@@ -82,7 +82,7 @@ public:
     /// Whatever does not fit: true, false, null, a list, an object in the object, any root but an object.
     bool Default()
     {
-        if (m_bInObject) {
+        if (m_pSlot != nullptr) {
             return Refuse("must be " + m_pSlot->strExpected);
         }
         m_strTrouble = "the file must hold one object";
