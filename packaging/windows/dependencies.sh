@@ -23,18 +23,25 @@ jsoncppOptions=(-DJSONCPP_WITH_TESTS=OFF -DJSONCPP_WITH_POST_BUILD_UNITTEST=OFF
   -DBUILD_SHARED_LIBS=ON -DBUILD_STATIC_LIBS=OFF -DBUILD_OBJECT_LIBS=OFF)
 googletestOptions=(-DBUILD_GMOCK=ON)
 sqliteOptions=(-O2 -DSQLITE_OMIT_LOAD_EXTENSION)
+# As the tree itself is built, see cmake/KtsHardening.cmake; but Qt, which hardly calls what they replace, without the
+# checking functions.
+guards=(-fstack-protector-strong)
+checks=(-D_FORTIFY_SOURCE=2)
+guardLibrary=-l:libssp.a
+systemLibraries=(-lkernel32 -luser32 -lgdi32 -lwinspool -lshell32 -lole32 -loleaut32 -luuid -lcomdlg32 -ladvapi32)
 
 source_version() { dpkg-query -W -f='${source:Package}=${source:Version}\n' "$@"; }
 
 key() {
   { source_version "${fromSource[@]}" "${fromHeaders[@]}" "${toolchain[@]}"
     printf '%s\n' "${qtOptions[@]}" "${curlOptions[@]}" "${jsoncppOptions[@]}" "${googletestOptions[@]}" \
-      "${sqliteOptions[@]}"
+      "${sqliteOptions[@]}" "${guards[@]}" "${checks[@]}" "$guardLibrary" 'names no folder'
   } | sha256sum | cut -c1-16
 }
 
 prefix=${KTS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ktshttpagent}/windows-$(key)
 work=$prefix.work
+nameless=("-ffile-prefix-map=$prefix=." "-ffile-prefix-map=$work=.")
 jobs=${KTS_JOBS:-$(nproc)}
 
 say() { printf -- '-- windows dependencies: %s\n' "$*" >&2; }
@@ -58,6 +65,11 @@ fetch_sources() {
   unpack cpp-httplib httplib
   # MinGW's import libraries have lower-case names, and this file system cares.
   sed -i -e 's/-lSecur32/-lsecur32/' -e 's/"-lCrypt32"/"-lcrypt32"/' "$work/src/qtbase/src/network/ssl/ssl.pri"
+  cat >>"$work/src/qtbase/mkspecs/win32-g++/qmake.conf" <<CONF
+QMAKE_CFLAGS += ${guards[@]} ${nameless[@]}
+QMAKE_CXXFLAGS += ${guards[@]} ${nameless[@]}
+QMAKE_LIBS += $guardLibrary
+CONF
 }
 
 unpack() {
@@ -77,12 +89,14 @@ build_qt() {
 
 # cross_cmake NAME SOURCE OPTIONS...
 cross_cmake() {
-  local name=$1 source=$2
+  local name=$1 source=$2 flags="${guards[*]} ${checks[*]} ${nameless[*]}"
   shift 2
   rm -rf "$work/build/$name"
   logged "$name-configure" cmake -G Ninja -S "$source" -B "$work/build/$name" \
     -DCMAKE_TOOLCHAIN_FILE="$here/../../cmake/mingw-w64.cmake" -DKTS_WINDOWS_PREFIX="$prefix" \
-    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" "$@"
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" \
+    -DCMAKE_C_STANDARD_LIBRARIES="${systemLibraries[*]} $guardLibrary" \
+    -DCMAKE_CXX_STANDARD_LIBRARIES="${systemLibraries[*]} $guardLibrary" "$@"
   logged "$name-build" ninja -C "$work/build/$name" -j"$jobs" install
 }
 
@@ -97,7 +111,8 @@ build_sqlite() {
   cd "$work/build/sqlite"
   logged sqlite-configure "$work/src/sqlite/configure" --disable-tcl --disable-readline
   logged sqlite-amalgamation make sqlite3.c
-  logged sqlite-build x86_64-w64-mingw32-gcc-posix "${sqliteOptions[@]}" -c sqlite3.c -o sqlite3.o
+  logged sqlite-build x86_64-w64-mingw32-gcc-posix "${sqliteOptions[@]}" "${guards[@]}" "${checks[@]}" "${nameless[@]}" \
+    -c sqlite3.c -o sqlite3.o
   x86_64-w64-mingw32-ar rcs "$prefix/lib/libsqlite3.a" sqlite3.o
   cp sqlite3.h "$prefix/include/"
   cd "$here"

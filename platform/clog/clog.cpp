@@ -15,9 +15,7 @@ std::string Format(const char* szFormat, va_list arguments)
 {
     va_list measured;
     va_copy(measured, arguments);
-    // The analyzer loses sight of the caller's va_start.
-    const int nLength =
-        std::vsnprintf(nullptr, 0, szFormat, measured); // NOLINT(clang-analyzer-valist.Uninitialized)
+    const int nLength = std::vsnprintf(nullptr, 0, szFormat, measured);
     va_end(measured);
     if (nLength < 0) {
         return szFormat;
