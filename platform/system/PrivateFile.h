@@ -16,8 +16,8 @@
 class PrivateFile
 {
 public:
-    /// Opens the file, or makes it. Neither follows a symbolic link at its end of the path nor opens anything
-    /// but a regular file, and so waits for nobody.
+    /// Opens the file, or makes it. A symbolic link in its place is not followed, and nothing but a regular
+    /// file is opened, so the call waits for nobody.
     /// @throw std::exception that says why not
     explicit PrivateFile(const std::filesystem::path& path);
     ~PrivateFile();

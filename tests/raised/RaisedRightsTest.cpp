@@ -95,7 +95,7 @@ TEST_F(LogWithRaisedRights, IsWrittenThereWhateverTheEnvironmentSays)
 {
     if (::geteuid() != 0) {
         GTEST_SKIP()
-            << "only root may write there, and may do so in a tree of files where rights can be raised";
+            << "only root can write there, and put another folder there for a program with raised rights";
     }
     if (const std::string strWhyNot = OwnMounts(); !strWhyNot.empty()) {
         GTEST_SKIP() << strWhyNot;
