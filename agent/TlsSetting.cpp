@@ -10,11 +10,6 @@
 #include <QStringList>
 #include <QVariant>
 
-#if !defined(Q_OS_WIN)
-#include <filesystem>
-#include <system_error>
-#endif
-
 namespace
 {
 
@@ -27,28 +22,21 @@ std::string TextOf(const QVariant& value)
         .toStdString();
 }
 
-/// Why a profile without that value, as Qt understands it, may hold one all the same; null where it does not.
-const char* WhyDoubtful(const QSettings& settings)
+/// Whether a profile that holds no such value, as Qt understands it, has a line that is meant to be one.
+bool HoldsOddLine(const QSettings& settings)
 {
 #if defined(Q_OS_WIN)
-    return settings.status() == QSettings::NoError ? nullptr : "can't be read";
+    Q_UNUSED(settings); // the registry has values, not lines
+    return false;
 #else
-    namespace fs = std::filesystem;
     QFile file(settings.fileName());
-    std::error_code error;
-    if (fs::status(QFile::encodeName(file.fileName()).toStdString(), error).type() ==
-        fs::file_type::not_found) {
-        return nullptr;
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        return "can't be read";
+    if (!file.open(QIODevice::ReadOnly)) { // nobody is known to have asked for TLS
+        return false;
     }
     const QRegularExpression line("(^|[\\r\\n])[^\\w;#\\r\\n]*UseTls\\b", // behind ; and # it is a comment
                                   QRegularExpression::CaseInsensitiveOption);
     const QByteArray text = file.readAll().replace('\0', ""); // readable, should it be UTF-16
-    return line.match(QString::fromLatin1(text)).hasMatch()
-               ? "holds a line that begins with UseTls, but not as \"UseTls=VALUE\" before any section"
-               : nullptr;
+    return line.match(QString::fromLatin1(text)).hasMatch();
 #endif
 }
 
@@ -62,9 +50,12 @@ bool ReadTlsSetting()
         return VelCSDK::ReadTlsSwitch((strLocation + ' ' + VALUE).toStdString(),
                                       TextOf(pSettings->value(VALUE)));
     }
-    const char* const szWhy = WhyDoubtful(*pSettings);
-    if (szWhy != nullptr) {
-        Log_Write(1, "ReadTlsSetting", 1, "%s %s; TLS is on", qUtf8Printable(strLocation), szWhy);
+    if (!HoldsOddLine(*pSettings)) {
+        return false;
     }
-    return szWhy != nullptr;
+    Log_Write(
+        1, "ReadTlsSetting", 1,
+        "%s holds a line that begins with UseTls, but not as \"UseTls=VALUE\" before any section; TLS is on",
+        qUtf8Printable(strLocation));
+    return true;
 }

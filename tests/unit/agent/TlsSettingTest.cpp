@@ -13,6 +13,7 @@ namespace
 {
 
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::HasSubstr;
@@ -204,12 +205,14 @@ INSTANTIATE_TEST_SUITE_P(
         OddProfile{"InAnotherValue", "HttpUrlGetSyxm=UseTls=1\nUseTlsNot=1\n", "http", nullptr}),
     ::testing::PrintToStringParamName());
 
-TEST_F(TlsSetting, OfAProfileThatCannotBeReadCountsAsOn)
+// Who asked for nothing keeps what there always was. That the profile can't be read is said with the paths.
+TEST_F(TlsSetting, OfAProfileThatCannotBeReadIsOff)
 {
     QDir().mkpath(FileOf(PLUGIN)); // a folder where a file should be
-    EXPECT_EQ(Scheme(), "https");
-    EXPECT_THAT(DoubtsInLog(), ElementsAre(Field(&RecordedLine::strText,
-                                                 AllOf(HasSubstr(PLUGIN), HasSubstr("can't be read")))));
+    EXPECT_EQ(Scheme(), "http");
+    EXPECT_THAT(RecordedLog(), Contains(Field(&RecordedLine::strText,
+                                              AllOf(HasSubstr(PLUGIN), HasSubstr("can't be read")))));
+    EXPECT_THAT(DoubtsInLog(), IsEmpty());
 }
 
 TEST_F(TlsSetting, OfABrokenProfileThatSaysNothingOfItIsOff)
