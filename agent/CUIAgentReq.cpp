@@ -110,7 +110,7 @@ void CUIAgentReq::SetStrictWaits(bool bStrict)
     m_pState->bStrictWaits = bStrict;
 }
 
-bool CUIAgentReq::StrictWaits() const
+bool CUIAgentReq::HasStrictWaits() const
 {
     return m_pState->bStrictWaits;
 }

@@ -164,7 +164,7 @@ public:
     /// To be called on the object's thread; on any other that is logged, and nothing is set.
     void SetStrictWaits(bool bStrict);
     /// On the object's thread.
-    bool StrictWaits() const;
+    bool HasStrictWaits() const;
 
     /// Whether the query texts of all requests that are made from now on, asynchronous and blocking ones, are
     /// percent-encoded, so that the server reads each as it was handed in, whatever characters it holds. At

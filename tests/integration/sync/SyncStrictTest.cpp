@@ -175,7 +175,7 @@ protected:
     void CheckInside(bool bStrictInside)
     {
         QTimer::singleShot(0, [this, bStrictInside] {
-            const bool bStrict = m_request.StrictWaits();
+            const bool bStrict = m_request.HasStrictWaits();
             m_request.SetStrictWaits(bStrictInside);
             m_bAllowInside = true;
             m_strReasonInside = "stale";
@@ -287,12 +287,12 @@ TEST_F(SyncStrict, AReportThatTimesOutFailsAfterOneThatWasSavedAndPauses)
 TEST_F(SyncStrict, AnotherThreadSetsNothing)
 {
     std::thread([&] { m_request.SetStrictWaits(false); }).join();
-    EXPECT_TRUE(m_request.StrictWaits());
+    EXPECT_TRUE(m_request.HasStrictWaits());
 }
 
 TEST_F(SyncOutcome, IsNotStrictUntilThatIsSet)
 {
-    EXPECT_FALSE(m_request.StrictWaits());
+    EXPECT_FALSE(m_request.HasStrictWaits());
 }
 
 } // namespace
