@@ -260,6 +260,29 @@ private:
     qint64 m_nRead = 0;
 };
 
+const std::string REPLY = R"({"success":true,"common":true,"result":{"allowBoot":"yes","reason":")" +
+                          LONG_TEXT + R"("},"code":"success","msg":")" + LONG_TEXT + R"(","message":")" +
+                          LONG_TEXT + R"("})";
+
+/// Sends nothing: the reply is there.
+class AnsweredManager : public NAManager
+{
+public:
+    AnsweredManager() : NAManager(nullptr) {}
+    FinishedReply* Reply() const { return m_pReply; }
+
+protected:
+    QNetworkReply* createRequest(Operation /*eOperation*/, const QNetworkRequest& /*request*/,
+                                 QIODevice* /*pBody*/) override
+    {
+        m_pReply = new FinishedReply(REPLY, this);
+        return m_pReply;
+    }
+
+private:
+    FinishedReply* m_pReply = nullptr;
+};
+
 struct SBlockingCase {
     const char* szName;
     const char* szSlot;
@@ -274,16 +297,16 @@ protected:
     bool ReceiveWithFailing(int nAllocation, bool bFailsOn)
     {
         SyncWait& wait = *m_request.m_mapSyncWait.value(GetParam().nType);
-        const CWaitWatch watch(wait, PATIENCE_MS);
-        const QPointer<NAManager> pManager = new NAManager(nullptr); // deletes itself, or can't
-        watch.Follow(*pManager);
+        const CWaitWatch watch(wait, PATIENCE_MS, false);
+        const QPointer<AnsweredManager> pManager = new AnsweredManager; // deletes itself, or can't
+        watch.Follow(*pManager, m_request);
         QObject::connect(pManager.data(), SIGNAL(signal_reply_finished(bool, QJsonObject)), &m_request,
                          GetParam().szSlot);
-        auto* const pReply = new FinishedReply(REPLY, pManager);
+        pManager->SendRequest("http://127.0.0.1/", {}, NAManager::METHOD_GET);
         QTimer::singleShot(0, &wait.loop, [&] {
             FailAllocation(nAllocation, bFailsOn);
             try {
-                Q_EMIT pManager->finished(pReply);
+                Q_EMIT pManager->finished(pManager->Reply());
             } catch (...) {
                 EndFailing();
                 ADD_FAILURE() << "something was thrown at Qt's event loop";
@@ -298,9 +321,6 @@ protected:
     }
 
     static constexpr int PATIENCE_MS = 60'000;
-    static inline const std::string REPLY =
-        R"({"success":true,"common":true,"result":{"allowBoot":"yes","reason":")" + LONG_TEXT +
-        R"("},"code":"success","msg":")" + LONG_TEXT + R"(","message":")" + LONG_TEXT + R"("})";
 
     AgentRequestProbe m_request;
     SBlockingOutcome m_outcome;
