@@ -157,9 +157,9 @@ public:
     ///   reply comes within its time-out;
     /// - returns at once, false and without texts, where another call of its kind is waiting: its request is
     ///   sent, its reply changes nothing (`EBlockingEnd::Busy`);
-    /// - makes every other reply of its kind count for nothing while it waits; that to an earlier call,
-    /// strict
-    ///   or not, for good, as its own once its time-out has passed. So it never ends as `OtherAnswer`.
+    /// - makes every other reply of its kind count for nothing while it waits. A reply to an earlier call,
+    ///   strict or not, never counts any more; nor does its own once its time-out has passed. So no strict
+    ///   call ends as `OtherAnswer`.
     ///
     /// To be called on the object's thread; on any other that is logged, and nothing is set.
     void SetStrictWaits(bool bStrict);

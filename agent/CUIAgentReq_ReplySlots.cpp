@@ -65,7 +65,9 @@ void Debug(Put fnPut)
         QString strLine;
         fnPut(QDebug(&strLine));
         strLine.chop(1); // the stream puts a space behind each part
-        qCDebug(logReply, "%s", strLine.toUtf8().constData());
+        const QByteArray baLine = strLine.toUtf8();
+        strLine = QString(); // a reply may be large, and Qt is about to copy it once more
+        qCDebug(logReply, "%s", baLine.constData());
     } catch (const std::bad_alloc&) { // a line less
     }
 }

@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 
 using namespace VelCSDK;
 
@@ -88,7 +89,7 @@ const SyncWait& BlankWait()
     return blank;
 }
 
-/// How long a request may take that its call leaves behind, from its sending on.
+/// How long a request may take that its call leaves behind, from the beginning of the call on.
 QDeadlineTimer DeadlineOf(int nTimeout)
 {
     return QDeadlineTimer(std::max(qint64{ExchangeLimits().timeout.count()}, qint64{nTimeout}));
@@ -122,24 +123,27 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     }
     PrepareNetwork();
     SyncWait& wait = *m_mapSyncWait.value(request.nType);
+    // Before the wait begins, so that it has passed for a request whose call waited for as long.
+    const QDeadlineTimer deadline = DeadlineOf(nTimeout);
     const CWaitWatch watch(wait, nTimeout, m_pState->bStrictWaits);
-    const QPointer<NAManager> pManager = new NAManager(nullptr); // deletes itself after its answer
+    auto pMade = std::make_unique<NAManager>(nullptr);
+    const QPointer<NAManager> pManager = pMade.get();
     if (!watch.IsStrictAndBusy()) {
         watch.Follow(*pManager, *this);
         connect(pManager.data(), SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
     }
     const QString strUrl = QString::fromStdString(
         request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery);
-    const QDeadlineTimer deadline = DeadlineOf(nTimeout);
     pManager->SendRequest(strUrl, QByteArray::fromStdString(request.strBody), request.nMethod);
+    static_cast<void>(pMade.release()); // from here on it deletes itself after its answer
     CBlockingCall::Run(wait.loop);
 
     SBlockingOutcome outcome = watch.Outcome();
     outcome.nType = request.nType;
     outcome.strUrl = strUrl;
     KeepOutcome(outcome);
-    if (pManager !=
-        nullptr) { // else it is deleted, and at the end of the process this object may be gone too
+    // Without a manager it is deleted, and at the end of the process this object may be gone too.
+    if (pManager != nullptr) {
         Leave(*pManager, deadline, m_pState->leftBehind);
     }
     return watch.IsStrictAndBusy() ? BlankWait() : wait;

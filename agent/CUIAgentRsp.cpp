@@ -22,12 +22,13 @@ namespace
 // A receiver that hangs must not keep the process from ending.
 constexpr std::chrono::seconds RECEIVER_GRACE{5};
 
-/// Says that a receiver threw. Fails no caller, not even where memory has run out.
+/// Says that a receiver threw, and what: null for something without a text. Fails no caller, not even where
+/// memory has run out.
 void LogThrown(int nType, const char* szWhat) noexcept
 {
     try {
         qCWarning(logResponse, "a receiver of the answer to a request of type %d threw%s%s", nType,
-                  *szWhat == '\0' ? "" : ": ", szWhat);
+                  szWhat == nullptr ? "" : ": ", szWhat == nullptr ? "" : szWhat);
     } catch (...) { // a line less
     }
 }
@@ -95,6 +96,6 @@ void CUIAgentRsp::OnResponse(int nType, const void* pRequest, const void* pRespo
     } catch (const std::exception& error) {
         LogThrown(nType, error.what());
     } catch (...) {
-        LogThrown(nType, "");
+        LogThrown(nType, nullptr);
     }
 }

@@ -4,11 +4,17 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 CLeftBehind::CLeftBehind()
 {
     m_timer.setSingleShot(true);
-    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { GiveUpExpired(); });
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] {
+        try {
+            GiveUpExpired();
+        } catch (const std::bad_alloc&) { // the next request that is left sets the timer again
+        }
+    });
 }
 
 void CLeftBehind::Add(NAManager& manager, QDeadlineTimer deadline)

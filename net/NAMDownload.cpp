@@ -17,6 +17,8 @@
 #include <QUrl>
 #include <QVariant>
 
+#include <new>
+
 namespace
 {
 
@@ -84,8 +86,7 @@ bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
             SLOT(slot_NReply_downloadProgress(qint64, qint64)));
     connect(m_pReply, &QNetworkReply::finished, this, &NAMDownload::CheckWhole); // before the next one
     connect(m_pReply, SIGNAL(finished()), this, SLOT(slot_NReply_finished()));
-    QTimer::singleShot(ExchangeLimits().timeout, Qt::PreciseTimer, m_pReply.data(),
-                       &QNetworkReply::abort);
+    QTimer::singleShot(ExchangeLimits().timeout, Qt::PreciseTimer, m_pReply.data(), &QNetworkReply::abort);
     WatchInFlight(*this);
     return true;
 }
@@ -101,11 +102,14 @@ void NAMDownload::slot_NReply_readyRead()
     if (m_pFile == nullptr) {
         return; // it was aborted, and Qt had some more
     }
-    if (!IsTooLarge()) {
-        const QByteArray baData = m_pReply->readAll();
-        if (m_pFile->write(baData) == baData.size()) {
-            return;
+    try {
+        if (!IsTooLarge()) {
+            const QByteArray baData = m_pReply->readAll();
+            if (m_pFile->write(baData) == baData.size()) {
+                return;
+            }
         }
+    } catch (const std::bad_alloc&) { // which must not get into Qt's event loop
     }
     m_pReply->abort(); // the download ends as a failed one, as on a full disk
 }

@@ -113,6 +113,9 @@ SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
 {
     const int nStatus = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     try {
+        if (m_pBody == nullptr) { // there was no memory for it
+            return NoMemoryFor(nStatus);
+        }
         if (reply.error() == QNetworkReply::NoError) {
             m_pBody->Receive();
         }
@@ -125,7 +128,7 @@ SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
         if (reply.error() != QNetworkReply::NoError) {
             return {SExchangeEnd::EKind::NetworkError, nStatus, ErrorText(reply)};
         }
-        return ReadBody(m_pBody->Bytes(), nStatus, object);
+        return ReadBody(m_pBody->TakeBytes(), nStatus, object);
     } catch (const std::bad_alloc&) {
         return NoMemoryFor(nStatus);
     }

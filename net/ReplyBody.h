@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 class CInflater;
 class QNetworkReply;
@@ -40,7 +41,8 @@ public:
     /// Whether there was no memory for the body.
     bool LacksMemory() const { return m_bLacksMemory; }
 
-    const QByteArray& Bytes() const { return m_baBytes; }
+    /// Gives the body away: what can be large is kept once.
+    QByteArray TakeBytes() { return std::exchange(m_baBytes, {}); }
 
 private:
     void Abort();

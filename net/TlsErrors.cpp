@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <new>
+
 namespace
 {
 
@@ -18,11 +20,14 @@ void NoteTlsErrors(QNetworkAccessManager& manager)
 {
     QObject::connect(&manager, &QNetworkAccessManager::sslErrors, &manager,
                      [](QNetworkReply* pReply, const QList<QSslError>& lstErrors) {
-                         QStringList lstTexts;
-                         for (const QSslError& error : lstErrors) {
-                             lstTexts += error.errorString();
+                         try {
+                             QStringList lstTexts;
+                             for (const QSslError& error : lstErrors) {
+                                 lstTexts += error.errorString();
+                             }
+                             pReply->setProperty(NOTE, lstTexts);
+                         } catch (const std::bad_alloc&) { // then less is said
                          }
-                         pReply->setProperty(NOTE, lstTexts);
                      });
 }
 

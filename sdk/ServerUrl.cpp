@@ -46,8 +46,8 @@ void SayUnreadable(const std::string& strName, const std::string& strValue)
 
 enum class ETls { Unread, Unsaid, Off, On };
 
-// No locks, not even those of function-local statics: the log that is told of an unreadable value may be the
-// site's own.
+// No locks here, not even those of function-local statics: the log that is told of an unreadable value may be
+// the site's own.
 std::atomic<ETls> g_eOfEnvironment = ETls::Unread;
 std::atomic<ETls> g_eInForce = ETls::Unsaid; ///< the environment's, until it is set
 
@@ -78,8 +78,8 @@ std::optional<bool> TlsOfEnvironment()
     if (g_eOfEnvironment == ETls::Unread) {
         const std::optional<std::string> strValue = EnvironmentVariable(TLS_VARIABLE);
         const std::optional<bool> optTls = strValue ? SwitchOf(*strValue) : std::nullopt;
-        ETls eUnread =
-            ETls::Unread; // another thread may be reading it too: the first one counts, and says it
+        ETls eUnread = ETls::Unread;
+        // Another thread may be reading it too: the first one counts, and says it.
         const bool bFirst = g_eOfEnvironment.compare_exchange_strong(
             eUnread, strValue ? OnOrOff(optTls.value_or(true)) : ETls::Unsaid);
         if (bFirst && strValue && !optTls) {

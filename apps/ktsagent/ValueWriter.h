@@ -16,9 +16,8 @@ public:
     virtual void Bool(bool bValue) = 0;
     virtual void Integer(std::int64_t nValue) = 0;
     virtual void Number(double fValue) = 0;
-    /// @param strText  UTF-8; a byte that is not valid in it is shown as an escape, or in JSON, which has
-    /// none
-    ///                 for bytes, as a replacement character
+    /// @param strText  UTF-8; a byte that is not valid in it is shown as an escape, in JSON as a replacement
+    ///                 character
     virtual void Text(const std::string& strText) = 0;
     virtual void StartObject() = 0;
     virtual void Key(const std::string& strName) = 0;

@@ -9,16 +9,17 @@
 
 // What one exchange with a server may take, on both interfaces alike. Settings from the environment:
 //
-// | variable                    | meaning                                                         | default |
-// |-----------------------------|-----------------------------------------------------------------|----------|
-// | CHTTPCLIENT_TIMEOUT_MS      | time of a request, from its sending on; for a blocking call the | 60000 |
-// |                             | time after which a request that it left behind is given up; for | | | | a
-// download the time of the whole                                |          | | CHTTPCLIENT_MAX_REPLY_BYTES |
-// largest body of a reply, unpacked; largest file of a download   | 67108864 |
+// - CHTTPCLIENT_TIMEOUT_MS, in milliseconds, by default 60000: the time of a request, from its sending on.
+// For a
+//   blocking call it is the time after which a request that the call left behind is given up; for a download
+//   the time of the whole.
+// - CHTTPCLIENT_MAX_REPLY_BYTES, by default 67108864: the largest body of a reply, unpacked; the largest file
+//   of a download.
 //
 // The transport reads them with each `CHttpClientInit`, and logs a value that is no decimal number or out of
 // its range, which leaves the default in force. The blocking interface reads them once, when `CUIAgentReq` is
-// made or a download is begun before, and leaves the logging to the transport.
+// made or a download is begun before, and leaves the logging to the transport: a site's own transport has to
+// do that too.
 
 // libcurl takes its times as a long, which has 32 bits on Windows.
 inline constexpr std::int64_t MAX_MILLISECONDS = std::numeric_limits<std::int32_t>::max();
