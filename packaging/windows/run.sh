@@ -20,7 +20,10 @@ export KTS_NATIVE_LABSERVER=$PWD/build/dev/bin/ktslabserver
 say "build"
 "$scripts/fresh_prefix.sh" "$PWD/$build/wine" # the build runs the test programs for lists of their tests
 trap '"$scripts/end_prefix.sh" "$PWD/$build/wine"; "$scripts/end_prefix.sh" "$PWD/$build/wine-registry"' EXIT
-cmake --preset windows-mingw >"$build-configure.log" 2>&1 || { cat "$build-configure.log"; exit 1; }
+# What an earlier build found in another prefix would stay in use.
+fresh=()
+grep -qxE "KTS_WINDOWS_PREFIX:[A-Z]+=$KTS_WINDOWS_PREFIX" "$build/CMakeCache.txt" 2>/dev/null || fresh=(--fresh)
+cmake "${fresh[@]}" --preset windows-mingw >"$build-configure.log" 2>&1 || { cat "$build-configure.log"; exit 1; }
 cmake --build --preset windows-mingw
 (cd "$build" && cpack --config CPackConfig.cmake)
 
