@@ -8,7 +8,7 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 source_version=$(dpkg-query -W -f='${source:Version}' libcurl4-openssl-dev)
 upstream=${source_version%-*}
-folder=${KTS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ktshttpagent}/curl-$upstream-test-data
+folder=${KTS_CACHE:-${XDG_CACHE_HOME:-~/.cache}/ktshttpagent}/curl-$upstream-test-data
 
 work=
 fetch() {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Looks into the zip without running any of it: package_content_test.sh ZIP FOLDER...
 # Its sum is the one beside it, every program and DLL is built as cmake/KtsHardening.cmake says, and nothing in it names
-# one of the folders, in which it was built.
+# one of the folders in which it was built.
 set -euo pipefail
 tests=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../tests/supply" && pwd)
 zip=$1

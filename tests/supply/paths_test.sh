@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # paths_test.sh WHAT PATH...: none of the paths, which are folders of the building machine, stands in a file, or in any
-# file below a folder; neither as bytes nor as Windows' wide characters.
+# file below a folder; neither as bytes nor as Windows' wide characters. A path that merely ends another one, as /build
+# does ./build, is not meant; one that follows a compiler's option is.
 set -euo pipefail
 export LC_ALL=C
 what=$1
@@ -8,7 +9,8 @@ shift
 result=0
 for path in "$@"; do
   wide=$(printf '%s' "${path%/}/" | sed 's/./\\Q&\\E\\x00/g')
-  if grep -raFl "${path%/}/" "$what" || grep -raPl "$wide" "$what"; then
+  if grep -raPl "((?<![\w.-])|(?<=-[BIL]))\Q${path%/}/\E" "$what" ||
+    grep -raPl "((?<![\w.-]\x00)|(?<=-\x00[BIL]\x00))$wide" "$what"; then
     echo "-- tells of ${path%/}/"
     result=1
   fi

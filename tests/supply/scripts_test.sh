@@ -3,7 +3,14 @@
 # writes to a temporary file whose name another user can guess.
 set -euo pipefail
 cd "$1"
-mapfile -t scripts < <(find . \( -name .git -o -path ./build -o -path ./tests/supply \) -prune -o -type f -print0 |
+files() { # those of the tree, and none of what builds and editors leave in it
+  if [ -e .git ] && git ls-files --error-unmatch dev >/dev/null 2>&1; then
+    git ls-files -z --cached --others --exclude-standard -- . ':!tests/supply'
+  else
+    find . \( -name .git -o -path ./build -o -path ./.cache -o -path ./tests/supply \) -prune -o -type f -print0
+  fi
+}
+mapfile -t scripts < <(files |
   xargs -0 awk 'FNR == 1 && (/^#!.*sh$/ || /^# shellcheck shell=/) { print FILENAME } { nextfile }')
 [ ${#scripts[@]} -ge 15 ] || { echo "found no more than ${#scripts[@]} scripts"; exit 1; }
 result=0
