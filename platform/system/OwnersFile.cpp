@@ -26,6 +26,14 @@ bool IsSymbolicLink(const std::string& strFile)
     return ::lstat(strFile.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
+bool SetMode(const std::string& strFile, mode_t nMode)
+{
+    if (::fchmodat(AT_FDCWD, strFile.c_str(), nMode, AT_SYMLINK_NOFOLLOW) == 0)
+        return true;
+    // Without /proc the C library can't tell whether it is a link.
+    return errno == EOPNOTSUPP && !IsSymbolicLink(strFile) && ::chmod(strFile.c_str(), nMode) == 0;
+}
+
 } // namespace
 
 void MakeOwnersFile(const std::string& strFile)
@@ -48,7 +56,7 @@ void KeepToOwner(const std::string& strFile)
     struct stat status = {};
     if (::lstat(strFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & kOthers) == 0)
         return;
-    if (::chmod(strFile.c_str(), status.st_mode & kOwner) != 0)
+    if (!SetMode(strFile, status.st_mode & kOwner) && status.st_uid != ::geteuid())
         ThrowError("it is open to other users, and can't be taken from them");
 }
 

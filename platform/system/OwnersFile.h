@@ -11,7 +11,8 @@
 /// @throws std::runtime_error when it can't be made, or the name is that of a symbolic link
 void MakeOwnersFile(const std::string& strFile);
 
-/// Takes a file away from everybody but its owner. Nothing to do when there is no such file.
+/// Takes a file away from everybody but its owner, unless it is this user's own and its file system keeps no
+/// modes. Nothing to do when there is no such file.
 /// @param strFile in UTF-8
-/// @throws std::runtime_error when it is open to others and can't be taken from them
+/// @throws std::runtime_error when it is another user's, is open to others and can't be taken from them
 void KeepToOwner(const std::string& strFile);

@@ -15,7 +15,28 @@ bool RenameWithoutReplacing(const std::filesystem::path& from, const std::filesy
 #include <cstdio>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+namespace
+{
+
+/// Takes the name by an empty file, which the renaming then replaces.
+bool RenameOverClaim(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    const int nClaim = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (nClaim < 0) {
+        return false;
+    }
+    ::close(nClaim);
+    if (std::rename(from.c_str(), to.c_str()) == 0) {
+        return true;
+    }
+    ::unlink(to.c_str());
+    return false;
+}
+
+} // namespace
 
 bool RenameWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to)
 {
@@ -27,11 +48,12 @@ bool RenameWithoutReplacing(const std::filesystem::path& from, const std::filesy
     }
     // The file system, or the kernel, knows no such renaming. A second name is never given in place of
     // another.
-    if (::link(from.c_str(), to.c_str()) != 0) {
-        return false;
+    if (::link(from.c_str(), to.c_str()) == 0) {
+        ::unlink(from.c_str());
+        return true;
     }
-    ::unlink(from.c_str());
-    return true;
+    // Some file systems, as those of memory sticks, have no second names either.
+    return (errno == EPERM || errno == ENOSYS || errno == EOPNOTSUPP) && RenameOverClaim(from, to);
 }
 
 #endif

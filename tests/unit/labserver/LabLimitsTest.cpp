@@ -2,9 +2,11 @@
 #include "Socket.h"
 
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -207,6 +209,18 @@ TEST(LabConnections, ThatAreRefusedCostNoThreadsAndHoldNobodyUp)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
+/// How many threads this process may have, as far as limits of its user and its container say.
+rlim_t MostThreads()
+{
+    rlimit limit{RLIM_INFINITY, RLIM_INFINITY};
+    if (geteuid() != 0) // whom no such limit binds
+        getrlimit(RLIMIT_NPROC, &limit);
+    rlim_t nOfContainer = 0;
+    if (std::ifstream("/sys/fs/cgroup/pids.max") >> nOfContainer) // the word "max" is no number
+        return std::min(limit.rlim_cur, nOfContainer);
+    return limit.rlim_cur;
+}
+
 TEST(LabConnections, AThousandIdleOnesAreKept)
 {
     constexpr int nMost = 1000;
@@ -215,6 +229,8 @@ TEST(LabConnections, AThousandIdleOnesAreKept)
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096); // both ends are in this process
     if (limit.rlim_cur < 2 * nMost + 100 || setrlimit(RLIMIT_NOFILE, &limit) != 0)
         GTEST_SKIP() << "this process may not have so many descriptors: " << limit.rlim_cur;
+    if (MostThreads() < nMost + 100)
+        GTEST_SKIP() << "this process may not have so many threads: " << MostThreads();
     LabServer server(ServerOf(nMost));
     server.Start();
     std::vector<std::unique_ptr<Socket>> vecClients;

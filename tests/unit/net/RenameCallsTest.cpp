@@ -26,6 +26,7 @@ namespace
 
 std::atomic<int> g_nRenameError = 0; ///< with which renaming fails; 0 for not at all
 std::atomic<int> g_nLinkError = 0;
+std::atomic<int> g_nReplacingError = 0;
 std::atomic<bool> g_bTargetAppears = false; ///< in the moment before it is to be linked
 
 } // namespace
@@ -42,14 +43,23 @@ extern "C" int renameat2(int nFolder, const char* szFrom, int nNewFolder, const 
 
 extern "C" int link(const char* szFrom, const char* szTo) noexcept
 {
+    if (g_bTargetAppears) {
+        ::close(::open(szTo, O_CREAT | O_WRONLY, 0600));
+    }
     if (g_nLinkError != 0) {
         errno = g_nLinkError;
         return -1;
     }
-    if (g_bTargetAppears) {
-        ::close(::open(szTo, O_CREAT | O_WRONLY, 0600));
-    }
     return ::linkat(AT_FDCWD, szFrom, AT_FDCWD, szTo, 0);
+}
+
+extern "C" int rename(const char* szFrom, const char* szTo) noexcept
+{
+    if (g_nReplacingError != 0) {
+        errno = g_nReplacingError;
+        return -1;
+    }
+    return ::renameat(AT_FDCWD, szFrom, AT_FDCWD, szTo);
 }
 
 namespace
@@ -107,19 +117,36 @@ TEST_F(RenamingDownload, IsLinkedWhereTheFileSystemCannotRenameSo)
     }
 }
 
+TEST_F(RenamingDownload, ClaimsItsNameWhereThereAreNoLinksEither)
+{
+    g_nRenameError = EINVAL;
+    for (const int nError : {EPERM, ENOSYS, EOPNOTSUPP}) {
+        g_nLinkError = nError;
+        Run();
+        EXPECT_EQ(Files(), QStringList{"file.bin"}) << "after " << nError;
+        EXPECT_EQ(Content(), "content");
+        QFile::remove(m_folder.filePath("file.bin"));
+    }
+}
+
 TEST_F(RenamingDownload, LeavesATargetThatAppearsInTheLastMoment)
 {
     g_nRenameError = EINVAL;
     g_bTargetAppears = true;
-    Run();
-    EXPECT_EQ(Files(), QStringList{"file.bin"});
-    EXPECT_EQ(Content(), "");
+    for (const int nError : {0, EPERM}) {
+        g_nLinkError = nError;
+        Run();
+        EXPECT_EQ(Files(), QStringList{"file.bin"});
+        EXPECT_EQ(Content(), "") << "after " << nError;
+        QFile::remove(m_folder.filePath("file.bin"));
+    }
 }
 
-TEST_F(RenamingDownload, IsNoFileWhereThereAreNoLinksEither)
+TEST_F(RenamingDownload, LeavesNoClaimWhereItCannotBeRenamedAtAll)
 {
     g_nRenameError = EINVAL;
     g_nLinkError = EPERM;
+    g_nReplacingError = EIO;
     Run();
     EXPECT_TRUE(Files().isEmpty());
 }
