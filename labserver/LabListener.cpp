@@ -3,7 +3,7 @@
 #include "labserver/LabJson.h"
 
 #include <algorithm>
-#include <system_error>
+#include <exception>
 #include <thread>
 
 namespace
@@ -48,7 +48,7 @@ bool LabThreads::Run(const std::function<void()>& fn)
             --m_nRunning;
             m_ended.notify_all();
         }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) { // no thread to be had, or no memory for one
         return false;
     }
     ++m_nRunning;

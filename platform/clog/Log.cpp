@@ -160,8 +160,9 @@ bool Log::Put(int nLevel, std::string_view line)
     return false;
 }
 
-/// After a failure spdlog's sink may hold no file at all, and a further line through it would crash. So it is
-/// given up, and made anew later.
+/// After a failure spdlog's own sink, which writes on Windows, may hold no file at all, and a further line
+/// through it would crash. The one on Linux may hold a file that is no longer the one in its place. So either
+/// is given up, and made anew later.
 void Log::Fail(const std::string& strWhy)
 {
     m_strFailure = strWhy;

@@ -30,7 +30,7 @@ public:
           m_nBytes(m_file.Size())
     {
         // An earlier version made them readable to all.
-        for (std::size_t nAside = 1; nAside <= nFilesAside && IsThere(Aside(nAside)); ++nAside) {
+        for (std::size_t nAside = 1; nAside <= nFilesAside; ++nAside) {
             MakeFilePrivate(Aside(nAside));
         }
     }

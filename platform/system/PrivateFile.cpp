@@ -1,8 +1,10 @@
 #include "PrivateFile.h"
 
 #include <cerrno>
+#include <chrono>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -25,6 +27,20 @@ std::string Failure(const char* szWhat, const std::string& strPath)
 std::string NotOpened(const std::string& strPath)
 {
     return Failure("opening", strPath) + " for writing";
+}
+
+/// A lease on the file makes opening fail, until its holder, a file server for example, has given it up as
+/// the system then asks of it. That mostly comes at once.
+int OpenToAppend(const std::string& strPath)
+{
+    constexpr int TRIES = 10;
+    for (int nTry = 1;; ++nTry) {
+        const int nDescriptor = ::open(strPath.c_str(), O_WRONLY | O_APPEND | O_CREAT | CAREFULLY, MODE);
+        if (nDescriptor >= 0 || errno != EWOULDBLOCK || nTry == TRIES) {
+            return nDescriptor;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 }
 
 void RefuseIfIrregular(const struct stat& status, const std::string& strPath)
@@ -62,7 +78,7 @@ PrivateFile::PrivateFile(const std::filesystem::path& path) : m_strPath(path.str
     if (::lstat(m_strPath.c_str(), &status) == 0) { // opening it may already wake a reader, or start a device
         RefuseIfIrregular(status, m_strPath);
     }
-    m_nDescriptor = ::open(m_strPath.c_str(), O_WRONLY | O_APPEND | O_CREAT | CAREFULLY, MODE);
+    m_nDescriptor = OpenToAppend(m_strPath);
     if (m_nDescriptor < 0) {
         throw std::system_error(errno, std::generic_category(), NotOpened(m_strPath));
     }
@@ -118,10 +134,11 @@ void PrivateFile::Append(std::string_view text)
 {
     while (!text.empty()) {
         const ssize_t nWritten = ::write(m_nDescriptor, text.data(), text.size());
-        if (nWritten >= 0) {
+        if (nWritten > 0) {
             text.remove_prefix(static_cast<std::size_t>(nWritten));
-        } else if (errno != EINTR) {
-            throw std::system_error(errno, std::generic_category(), Failure("writing to", m_strPath));
+        } else if (nWritten == 0 || errno != EINTR) { // what took nothing will take nothing the next time
+            throw std::system_error(nWritten == 0 ? ENOSPC : errno, std::generic_category(),
+                                    Failure("writing to", m_strPath));
         }
     }
 }

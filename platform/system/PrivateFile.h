@@ -17,7 +17,7 @@ class PrivateFile
 {
 public:
     /// Opens the file, or makes it. A symbolic link in its place is not followed, and nothing but a regular
-    /// file is opened, so the call waits for nobody.
+    /// file is opened, so the call waits for nobody, but up to 0.1 s for the holder of a lease on the file.
     /// @throw std::exception that says why not
     explicit PrivateFile(const std::filesystem::path& path);
     ~PrivateFile();

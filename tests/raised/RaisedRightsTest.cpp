@@ -30,7 +30,7 @@ protected:
     explicit WithRaisedRights(const char* szProgram) : m_copy(szProgram)
     {
         for (const char* szName :
-             {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"}) {
+             {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"}) {
             ::unsetenv(szName);
         }
     }
@@ -153,6 +153,23 @@ TEST_F(TransportWithRaisedRights, TakesNoSettingFromTheEnvironment)
     ::setenv("CHTTPCLIENT_MAX_REPLY_BYTES", "1", 1);
     EXPECT_THAT(Run({"get", m_server.Url("/")}), ElementsAre("0 from the server"));
 }
+
+class TransportTlsProxyWithRaisedRights : public TransportProxyWithRaisedRights
+{
+};
+
+// Nobody listens there, so there is no answer; what counts is that nobody else was asked.
+TEST_P(TransportTlsProxyWithRaisedRights, IsNotTakenFromTheEnvironment)
+{
+    ::setenv(GetParam(), m_proxy.Url("").c_str(), 1);
+    const auto nPort = ScriptedServer(ServerStep{}).Port();
+    EXPECT_THAT(Run({"get", "https://127.0.0.1:" + std::to_string(nPort) + "/"}), SizeIs(1));
+    EXPECT_THAT(m_proxy.Requests(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Variables, TransportTlsProxyWithRaisedRights,
+                         testing::Values("https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"),
+                         [](const auto& variable) { return std::string(variable.param); });
 
 // libcurl opens the file as it starts, and writes what it encrypts with there.
 TEST_F(TransportWithRaisedRights, WritesNoKeysForItsCaller)

@@ -222,6 +222,7 @@ void PutSocketInPlaceOfFile(const LogFolder& folder)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
+    ASSERT_LT(folder.File().string().size(), sizeof address.sun_path) << "set TMPDIR to a shorter path";
     folder.File().string().copy(address.sun_path, sizeof address.sun_path - 1);
     const int nSocket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     ASSERT_EQ(::bind(nSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);

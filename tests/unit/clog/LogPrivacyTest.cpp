@@ -6,8 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <future>
 #include <iterator>
@@ -108,12 +110,40 @@ TEST(LogPrivacy, IsGivenToFilesOfAnEarlierProcess)
     Write(folder.File(), "earlier\n", 0644);
     Write(folder.File(1), "before that\n", 0666);
     Write(folder.File(2), "long ago\n", 0604);
+    Write(folder.File(4), "behind a gap\n", 0644);
     Log_Write(1, "Next", 1, "text");
-    for (const std::size_t nAside : {0U, 1U, 2U}) {
+    for (const std::size_t nAside : {0U, 1U, 2U, 4U}) {
         EXPECT_EQ(Mode(folder.File(nAside)), "0600") << nAside;
     }
     EXPECT_THAT(folder.Lines(), ElementsAre("earlier", EndsWith("Next:1 text")));
     EXPECT_THAT(folder.Lines(1), ElementsAre("before that"));
+}
+
+namespace
+{
+
+int g_nLeased = -1;
+
+extern "C" void GiveUpLease(int /*nSignal*/)
+{
+    ::fcntl(g_nLeased, F_SETLEASE, F_UNLCK);
+}
+
+} // namespace
+
+// As a file server does with a file that one of its clients keeps a copy of.
+TEST(LogPrivacy, WaitsUntilALeaseOnTheFileIsGivenUp)
+{
+    const LogFolder folder;
+    Write(folder.File(), "earlier\n", 0600);
+    ::signal(SIGIO, GiveUpLease); // which the system sends once somebody opens the file
+    g_nLeased = ::open(folder.File().c_str(), O_RDONLY | O_CLOEXEC);
+    if (::fcntl(g_nLeased, F_SETLEASE, F_RDLCK) != 0) {
+        GTEST_SKIP() << "no leases on files here: " << std::strerror(errno);
+    }
+    Log_Write(1, "Leased", 1, "text");
+    EXPECT_THAT(folder.Lines(), ElementsAre("earlier", EndsWith("Leased:1 text")));
+    ::close(g_nLeased);
 }
 
 TEST(LogPrivacy, LeavesAFolderAsTheSiteMadeIt)
