@@ -6,6 +6,12 @@ export WINEDEBUG=${WINEDEBUG:--all}          # WINEDEBUG=+loaddll tells which DL
 export WINEDLLOVERRIDES="mscoree,mshtml="    # no questions about add-ons
 export LC_ALL=C.UTF-8                        # or names of files beyond ASCII are not seen
 export WINEQT_FORCE_STDERR_LOGGING=1         # Wine hands over no QT_ variables but in this way
-# Not by exec: a program that takes this process over now and then comes to nothing, at once and without a word.
-nice -n "${KTS_NICE:-0}" /usr/lib/wine/wine64 "$@"
-exit $?
+# Now and then Wine comes to nothing, at once and without a word, before the program has begun: not by exec, which
+# makes that frequent, and again where less time has passed than any Windows program needs to start.
+for _ in 1 2 3; do
+  began=${EPOCHREALTIME/[.,]/}
+  nice -n "${KTS_NICE:-0}" /usr/lib/wine/wine64 "$@"
+  status=$?
+  if [ "$status" = 0 ] || [ $((${EPOCHREALTIME/[.,]/} - began)) -ge 50000 ]; then break; fi
+done
+exit "$status"
