@@ -48,7 +48,7 @@ bool LabThreads::Run(const std::function<void()>& fn)
             --m_nRunning;
             m_ended.notify_all();
         }).detach();
-    } catch (const std::exception&) { // no thread to be had, or no memory for one
+    } catch (const std::exception&) { // no thread could be started, or there was no memory for one
         return false;
     }
     ++m_nRunning;

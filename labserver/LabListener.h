@@ -19,7 +19,7 @@ public:
     explicit LabThreads(int nMax) : m_nMax(nMax) {}
 
     /// Runs a function on a thread of its own.
-    /// @return false, without running it, when there are as many as may be, or no thread is to be had
+    /// @return false, without running it, when there are as many as may be, or no thread can be started
     bool Run(const std::function<void()>& fn);
 
     /// Waits until all of them have ended.

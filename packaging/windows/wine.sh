@@ -6,8 +6,9 @@ export WINEDEBUG=${WINEDEBUG:--all}          # WINEDEBUG=+loaddll tells which DL
 export WINEDLLOVERRIDES="mscoree,mshtml="    # no questions about add-ons
 export LC_ALL=C.UTF-8                        # or names of files beyond ASCII are not seen
 export WINEQT_FORCE_STDERR_LOGGING=1         # Wine hands over no QT_ variables but in this way
-# Now and then Wine comes to nothing, at once and without a word, before the program has begun: not by exec, which
-# makes that frequent, and again where less time has passed than any Windows program needs to start.
+# Now and then Wine ends at once, without a word, before the program has begun. That is frequent where Wine replaces
+# this shell (exec), so it does not; and where less time has passed than any Windows program needs to start, it is
+# started again.
 for _ in 1 2 3; do
   began=${EPOCHREALTIME/[.,]/}
   nice -n "${KTS_NICE:-0}" /usr/lib/wine/wine64 "$@"
