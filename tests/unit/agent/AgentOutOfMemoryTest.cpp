@@ -3,7 +3,7 @@
 // allocation is made to fail in turn.
 
 #include "AgentProbe.h"
-#include "FailingAllocations.h"
+#include "CallWithFailing.h"
 #include "LongOperations.h"
 #include "PayloadText.h"
 #include "RequestCatalogue.h"
@@ -103,14 +103,9 @@ protected:
         GetParam().fnSend(m_client);
         const RecordedRequest request = m_transport.vecRequests.back();
         m_signals = {};
-        FailAllocation(nAllocation, bFailsOn);
-        try {
+        CallWithFailing(nAllocation, bFailsOn, "the transport", [&] {
             m_transport.fnResponse(m_strReply, request.nType, request.pUserData, nHttpError);
-        } catch (...) {
-            EndFailing();
-            ADD_FAILURE() << "something was thrown at the transport";
-        }
-        EndFailing();
+        });
         return HasFailed();
     }
 
@@ -304,14 +299,8 @@ protected:
                          GetParam().szSlot);
         pManager->SendRequest("http://127.0.0.1/", {}, NAManager::METHOD_GET);
         QTimer::singleShot(0, &wait.loop, [&] {
-            FailAllocation(nAllocation, bFailsOn);
-            try {
-                Q_EMIT pManager->finished(pManager->Reply());
-            } catch (...) {
-                EndFailing();
-                ADD_FAILURE() << "something was thrown at Qt's event loop";
-            }
-            EndFailing();
+            CallWithFailing(nAllocation, bFailsOn, "Qt's event loop",
+                            [&] { Q_EMIT pManager->finished(pManager->Reply()); });
         });
         wait.loop.exec();
         m_outcome = watch.Outcome();

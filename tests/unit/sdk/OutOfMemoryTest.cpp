@@ -1,7 +1,7 @@
 // Where memory runs out in a decoder, its request still gets its one answer, a failure. Each allocation is
 // made to fail in turn.
 
-#include "FailingAllocations.h"
+#include "CallWithFailing.h"
 #include "LongOperations.h"
 #include "PayloadText.h"
 #include "RequestCatalogue.h"
@@ -67,14 +67,9 @@ protected:
         });
         GetParam().fnSend(m_client);
         const RecordedRequest request = m_transport.vecRequests.back();
-        FailAllocation(nAllocation, bFailsOn);
-        try {
+        CallWithFailing(nAllocation, bFailsOn, "the transport", [&] {
             m_transport.fnResponse(m_strReply, request.nType, request.pUserData, nHttpError);
-        } catch (...) {
-            EndFailing();
-            ADD_FAILURE() << "something was thrown at the transport";
-        }
-        EndFailing();
+        });
         return HasFailed();
     }
 
