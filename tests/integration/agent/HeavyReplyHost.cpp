@@ -15,6 +15,7 @@
 #include <sys/resource.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -179,9 +180,9 @@ int main(int argc, char** argv)
         return 2;
     }
     const QCoreApplication application(argc, argv);
-    Host host(std::stoi(argv[1]));
+    Host host(static_cast<int>(std::strtol(argv[1], nullptr, 10)));
     if (argc > 3) {
-        LimitGrowth(std::stoll(argv[3]));
+        LimitGrowth(std::strtoll(argv[3], nullptr, 10));
     }
     host.Ask(argv[2]);
     return 0;
