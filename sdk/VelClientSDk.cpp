@@ -68,11 +68,13 @@ void VelClientSDk::Reserved() {}
 
 void VelClientSDk::SetUrlMap(std::map<int, std::string> map)
 {
-    m_mapUrl = std::move(map);
+    const std::lock_guard<std::mutex> lock(m_mutexUrl);
+    m_mapUrl.swap(map); // the earlier ones go after the lock is released
 }
 
 std::string VelClientSDk::GetUrl(int id)
 {
+    const std::lock_guard<std::mutex> lock(m_mutexUrl);
     const auto found = m_mapUrl.find(id);
     return found != m_mapUrl.end() && !found->second.empty() ? found->second : DefaultEndpointPath(id);
 }

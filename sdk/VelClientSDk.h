@@ -79,6 +79,7 @@ private:
     mutable std::mutex m_mutexResponse; ///< guards the callback, which a delivery may be asking for
     std::shared_ptr<const ResponseCallBack> m_pResponse; ///< null until one is set
     std::string m_strBaseUrl;
+    std::mutex m_mutexUrl; ///< guards the paths, one of which a delivery that failed may be asking for
     std::map<int, std::string> m_mapUrl;
 };
 
