@@ -3,16 +3,19 @@
 // Options: response-first (make CUIAgentRsp before CUIAgentReq), no-response (never make it),
 // no-application (no QCoreApplication), destroy (end the SDK client), exit (end by exit(), not from main),
 // exit-in-callback (end by exit() from a receiver on the delivering thread), blocking (blocking calls that
-// time out at once, instead of reports).
+// time out at once, instead of reports), record-at-end (a record is asked for, and comes, while the process
+// ends; it exits with 3 when that is not the server's).
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
 #include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/ResultVariants.h>
 
 #include <QCoreApplication>
 
 #include <chrono>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <set>
 #include <string>
@@ -23,10 +26,32 @@ namespace
 
 using Options = std::set<std::string>;
 
+int g_nPort = 0;
+
+/// The request object is gone by then, the response object is not.
+void WaitForARecord()
+{
+    std::promise<bool> came;
+    QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetProjectsRet,
+                     [&came](bool bSucc, const QVariant& vData) {
+                         const auto record = vData.value<SResponseGetProject>();
+                         came.set_value(bSucc && record.bSuccess && record.lstProject.size() == 2 &&
+                                        record.lstProject[1].xh == "B");
+                     });
+    VelCSDK::SDKFactory::GetInstance()->SetServerAddr("127.0.0.1", g_nPort);
+    VelCSDK::SDKFactory::GetInstance()->GetProjects("A,B", "1");
+    if (!came.get_future().get()) {
+        std::_Exit(3);
+    }
+}
+
 void MakeSingletons(const Options& options)
 {
     if (options.count("response-first") != 0) {
         CUIAgentRsp::Instance();
+    }
+    if (options.count("record-at-end") != 0) {
+        std::atexit(&WaitForARecord); // before what else may be made, which is gone when it is called
     }
     CUIAgentReq::Instance();
     if (options.count("no-response") == 0) {
@@ -67,7 +92,7 @@ int main(int argc, char** argv)
     if (argc < 3) {
         return 2;
     }
-    const int nPort = std::stoi(argv[1]);
+    const int nPort = g_nPort = std::stoi(argv[1]);
     const Options options(argv + 3, argv + argc);
 
     std::unique_ptr<QCoreApplication> pApplication;

@@ -31,6 +31,14 @@ int RunHost(int nPort, const std::string& strOptions, int nCount = REPORTS)
     return departure.bInTime ? departure.nStatus : 124;
 }
 
+std::string NameOf(const ::testing::TestParamInfo<std::string>& way)
+{
+    std::string strName = way.param.empty() ? "return" : way.param;
+    std::replace_if(
+        strName.begin(), strName.end(), [](char c) { return c == ' ' || c == '-'; }, '_');
+    return strName;
+}
+
 class ProcessEnd : public ::testing::TestWithParam<std::string>
 {
 protected:
@@ -61,13 +69,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, ProcessEnd,
                                            "response-first exit", "response-first destroy", "no-response",
                                            "no-response exit", "no-application", "no-application exit",
                                            "no-application response-first destroy"),
-                         [](const auto& way) {
-                             std::string strName = way.param.empty() ? "return" : way.param;
-                             std::replace_if(
-                                 strName.begin(), strName.end(), [](char c) { return c == ' ' || c == '-'; },
-                                 '_');
-                             return strName;
-                         });
+                         &NameOf);
 
 // Each leaves a request of Qt's under way, with a thread of its own, in whatever state it is.
 class ProcessEndAfterBlockingCalls : public ::testing::TestWithParam<std::string>
@@ -84,6 +86,20 @@ TEST_P(ProcessEndAfterBlockingCalls, IsCleanWhileTheirRequestsAreStillUnderWay)
 
 INSTANTIATE_TEST_SUITE_P(Ways, ProcessEndAfterBlockingCalls, ::testing::Values("blocking", "blocking exit"),
                          [](const auto& way) { return way.index == 0 ? "return" : "exit"; });
+
+class ProcessEndWithARecord : public ::testing::TestWithParam<std::string>
+{
+};
+
+TEST_P(ProcessEndWithARecord, HandsItOverWhole)
+{
+    const ScriptedServer server(
+        ServerStep{HttpReply(200, R"({"success":true,"实验项目":[{"xh":"A"},{"xh":"B"}]})")});
+    EXPECT_EQ(RunHost(server.Port(), "response-first record-at-end " + GetParam(), 0), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, ProcessEndWithARecord, ::testing::Values("", "exit", "no-application"),
+                         &NameOf);
 
 TEST(ProcessEndInACallback, EndsTheProcess)
 {
