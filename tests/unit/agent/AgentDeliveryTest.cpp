@@ -16,6 +16,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <future>
 #include <memory>
 #include <thread>
@@ -47,6 +48,16 @@ protected:
 
     static void Ask() { CUIAgentReq::Instance()->SendGetSupportVer("h", 80, "1"); }
     static void Answer() { RecordingTransport::Instance().Reply(R"({"success":true})"); }
+    /// Asks about a version, whose answer is to be given on a thread of its own.
+    static std::function<void()> AskFor(const char* szVersion)
+    {
+        CUIAgentReq::Instance()->SendGetSupportVer("h", 80, szVersion);
+        const RecordedRequest request = RecordingTransport::Instance().vecRequests.back();
+        return [request] {
+            RecordingTransport::Instance().fnResponse(R"({"success":true})", request.nType, request.pUserData,
+                                                      0);
+        };
+    }
     void AnswerOnTheDeliveringThread() { m_delivering = std::thread(&Answer); }
 
     /// Reports with a box that is no number, which is answered within the call.
@@ -202,6 +213,99 @@ TEST_F(AgentDelivery, OfAReceiverThatHangsHoldsUpTheEndForABoundedTime)
     EXPECT_GE(std::chrono::steady_clock::now() - tpBegin, 5s);
     EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, STUCK);
     release.set_value();
+}
+
+/// A receiver at work, until it is released.
+struct SAtWork {
+    std::promise<void> begun;
+    std::promise<void> release;
+    std::atomic<bool> bOver = false;
+
+    void Work()
+    {
+        begun.set_value();
+        release.get_future().wait_for(STUCK);
+        bOver = true;
+    }
+};
+
+/// A site's own transport may deliver on several threads.
+class TwoDeliveries : public AgentDelivery, public ::testing::WithParamInterface<bool>
+{
+};
+
+TEST_P(TwoDeliveries, AreBothOverBeforeTheirInstanceIsDestroyedWhicheverIsOverFirst)
+{
+    SAtWork first;
+    SAtWork second;
+    auto pResponse = std::make_unique<AgentResponseProbe>();
+    QObject::connect(pResponse.get(), &CUIAgentRsp::SigGetSupportVerRet,
+                     [&](bool, const QString& strVersion) { (strVersion == "1" ? first : second).Work(); });
+    std::thread firstThread(AskFor("1"));
+    first.begun.get_future().wait();
+    std::thread secondThread(AskFor("2"));
+    second.begun.get_future().wait();
+    const bool bFirstEarly = GetParam();
+    (bFirstEarly ? first : second).release.set_value();
+    (bFirstEarly ? firstThread : secondThread).join();
+    SAtWork& late = bFirstEarly ? second : first;
+    std::thread release([&late] {
+        std::this_thread::sleep_for(200ms); // for a destructor that would not wait
+        late.release.set_value();
+    });
+    const auto tpBegin = std::chrono::steady_clock::now();
+    pResponse.reset();
+    EXPECT_TRUE(late.bOver) << "the instance went while a receiver of its was at work";
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "nobody said that the receiver was done";
+    release.join();
+    (bFirstEarly ? secondThread : firstThread).join();
+}
+
+INSTANTIATE_TEST_SUITE_P(FirstIsOver, TwoDeliveries, ::testing::Bool(),
+                         [](const auto& early) { return early.param ? "First" : "Last"; });
+
+TEST_F(AgentDelivery, ThatEndsItsInstanceFromWithinAnotherWaitsForThoseOfOtherThreads)
+{
+    SAtWork atWork;
+    std::thread release;
+    auto pResponse = std::make_unique<AgentResponseProbe>();
+    QObject::connect(pResponse.get(), &CUIAgentRsp::SigGetSupportVerRet,
+                     [&](bool, const QString& strVersion) {
+                         if (strVersion == "1") {
+                             atWork.Work();
+                         } else {
+                             ReportBadBox();
+                         }
+                     });
+    QObject::connect(pResponse.get(), &CUIAgentRsp::SigPostReportChlStatRet, [&](bool) {
+        release = std::thread([&atWork] {
+            std::this_thread::sleep_for(200ms); // for a destructor that would not wait
+            atWork.release.set_value();
+        });
+        pResponse.reset();
+        EXPECT_TRUE(atWork.bOver) << "the instance went while a receiver of its was at work";
+    });
+    m_delivering = std::thread(AskFor("1"));
+    atWork.begun.get_future().wait();
+    AskFor("2")();
+    EXPECT_EQ(pResponse, nullptr);
+    release.join();
+}
+
+TEST_F(AgentDelivery, OfAnotherInstanceHoldsUpNoEnd)
+{
+    SAtWork atWork;
+    const AgentResponseProbe older;
+    QObject::connect(&older, &CUIAgentRsp::SigGetSupportVerRet, [&] { atWork.Work(); });
+    Ask();
+    AnswerOnTheDeliveringThread();
+    atWork.begun.get_future().wait();
+    const auto tpBegin = std::chrono::steady_clock::now();
+    std::make_unique<AgentResponseProbe>().reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "it waited for the other's receiver";
+    EXPECT_FALSE(atWork.bOver);
+    atWork.release.set_value();
+    m_delivering.join();
 }
 
 } // namespace
