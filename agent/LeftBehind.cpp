@@ -6,6 +6,18 @@
 #include <limits>
 #include <new>
 
+namespace
+{
+
+/// The milliseconds after which a deadline has passed, as Qt's timers take them.
+int TimeTo(const QDeadlineTimer& deadline)
+{
+    constexpr qint64 LONGEST = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min(deadline.remainingTime() + 1, LONGEST));
+}
+
+} // namespace
+
 CLeftBehind::CLeftBehind()
 {
     m_timer.setSingleShot(true);
@@ -15,6 +27,24 @@ CLeftBehind::CLeftBehind()
         } catch (const std::bad_alloc&) { // the next request that is left sets the timer again
         }
     });
+}
+
+CLeftBehind::~CLeftBehind()
+{
+    for (const SRequest& request : m_lstRequests) {
+        NAManager* const pManager = request.pManager;
+        if (pManager == nullptr || pManager->HasEnded()) {
+            continue;
+        }
+        try {
+            QTimer::singleShot(TimeTo(request.deadline), pManager, [pManager] {
+                if (!pManager->HasEnded()) {
+                    pManager->deleteLater();
+                }
+            });
+        } catch (const std::bad_alloc&) { // it goes with its reply, or at the end of the process
+        }
+    }
 }
 
 void CLeftBehind::Add(NAManager& manager, QDeadlineTimer deadline)
@@ -44,7 +74,6 @@ void CLeftBehind::GiveUpExpired()
         return false;
     });
     if (!next.isForever()) {
-        constexpr qint64 LONGEST = std::numeric_limits<int>::max();
-        m_timer.start(static_cast<int>(std::min(next.remainingTime() + 1, LONGEST)));
+        m_timer.start(TimeTo(next));
     }
 }

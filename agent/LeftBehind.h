@@ -22,6 +22,10 @@ public:
     static constexpr std::size_t MOST = 100;
 
     CLeftBehind();
+    /// Leaves each of them to itself: it goes on to its deadline.
+    ~CLeftBehind();
+    CLeftBehind(const CLeftBehind&) = delete;
+    CLeftBehind& operator=(const CLeftBehind&) = delete;
 
     /// @param manager  its request is sent and not answered yet
     void Add(NAManager& manager, QDeadlineTimer deadline);
