@@ -282,8 +282,10 @@ TEST_F(AgentDelivery, ThatEndsItsInstanceFromWithinAnotherWaitsForThoseOfOtherTh
             std::this_thread::sleep_for(200ms); // for a destructor that would not wait
             atWork.release.set_value();
         });
+        const auto tpBegin = std::chrono::steady_clock::now();
         pResponse.reset();
         EXPECT_TRUE(atWork.bOver) << "the instance went while a receiver of its was at work";
+        EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "it waited for itself";
     });
     m_delivering = std::thread(AskFor("1"));
     atWork.begun.get_future().wait();
