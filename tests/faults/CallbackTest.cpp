@@ -33,7 +33,7 @@ protected:
     const ScriptedServer m_server;
 };
 
-TEST_F(TransportCallback, ThatThrowsIsLoggedAndTheNextReplyIsDelivered)
+TEST_F(TransportCallback, ThatThrowsIsLoggedEachTimeAndTheNextReplyIsDelivered)
 {
     StartWith([](const std::string&, int nType, void*, int) {
         if (nType == 3104) {
@@ -43,13 +43,15 @@ TEST_F(TransportCallback, ThatThrowsIsLoggedAndTheNextReplyIsDelivered)
             throw 5;
         }
     });
-    for (const int nType : {3104, 3105, 3106}) {
+    std::size_t nSent = 0;
+    for (const int nType : {3104, 3105, 3106, 3104, 3105, 3106}) {
         Get(m_server.Url("/"), nullptr, nType);
-        ASSERT_TRUE(m_replies.WaitFor(static_cast<std::size_t>(nType - 3103)));
+        ASSERT_TRUE(m_replies.WaitFor(++nSent));
     }
-    RepliesAfterShutdown(3);
+    RepliesAfterShutdown(nSent);
     EXPECT_THAT(m_replies.Errors(), Each(0));
-    EXPECT_THAT(m_logFolder.Lines(), ElementsAre(HasSubstr("the receiver's own trouble"), HasSubstr("3105")));
+    EXPECT_THAT(m_logFolder.Lines(), ElementsAre(HasSubstr("the receiver's own trouble"), HasSubstr("3105"),
+                                                 HasSubstr("the receiver's own trouble"), HasSubstr("3105")));
 }
 
 TEST_F(TransportCallback, ThatBlocksMakesNoOtherRequestTimeOut)
@@ -148,6 +150,29 @@ TEST_F(TransportCallback, ComesExactlyOnceForEachRequestOfManyThreads)
         EXPECT_EQ(reply.idThread, vecReplies.front().idThread);
         EXPECT_NE(reply.idThread, std::this_thread::get_id());
     }
+}
+
+// Were the stop before remembered, each reply would have a thread of its own, started for it.
+TEST_F(TransportCallback, RunsOnOneThreadAfterEachStart)
+{
+    constexpr std::size_t REPLIES = 5;
+    std::vector<std::size_t> vecPlaces; // of each reply among those on its thread
+    StartWith([&vecPlaces](const std::string&, int, void*, int) {
+        thread_local std::size_t nOnThisThread = 0;
+        vecPlaces.push_back(++nOnThisThread);
+    });
+    for (int nStart = 1; nStart <= 3; ++nStart) {
+        ASSERT_TRUE(CHttpClientInit());
+        const std::size_t nBefore = m_replies.Count();
+        for (std::size_t nReply = 1; nReply <= REPLIES; ++nReply) {
+            Get(m_server.Url("/"));
+            ASSERT_TRUE(m_replies.WaitFor(nBefore + nReply));
+        }
+        CHttpClientUnInit();
+        EXPECT_THAT(vecPlaces, ElementsAre(1, 2, 3, 4, 5));
+        vecPlaces.clear();
+    }
+    EXPECT_THAT(m_replies.Errors(), Each(0));
 }
 
 TEST_F(TransportCallback, RunsOnTheOneDeliveringThreadForRefusedRequestsToo)

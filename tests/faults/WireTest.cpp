@@ -16,7 +16,7 @@ protected:
 
     WireRequest Sent(const std::string& strBody, bool bPost, bool bHeader, const std::string& strHeader)
     {
-        return SentTo(m_server.Url("/vomd/x?t=1"), strBody, bPost, bHeader, strHeader);
+        return SentTo(Url(), strBody, bPost, bHeader, strHeader);
     }
 
     WireRequest SentTo(const std::string& strUrl, const std::string& strBody, bool bPost, bool bHeader,
@@ -29,6 +29,8 @@ protected:
         EXPECT_THAT(m_replies.Errors(), Each(0));
         return m_server.Requests().at(nBefore);
     }
+
+    std::string Url() const { return m_server.Url("/vomd/x?t=1"); }
 
     /// The server's URL with a name and a password in it.
     std::string UrlWithCredentials() const
@@ -110,6 +112,51 @@ TEST_F(TransportWire, APostCarriesNothingOfThePostBefore)
     EXPECT_EQ(request.strBody, "short");
     EXPECT_THAT(request.Header("X-Station"), IsEmpty());
     EXPECT_THAT(request.Header("Content-Length"), ElementsAre("Content-Length: 5"));
+}
+
+/// A request of one form.
+struct Form {
+    bool bPost;
+    bool bCredentials;
+    std::string strBody;
+    std::string strHeader;
+};
+
+// Each form after any two others, over one connection.
+TEST_F(TransportWire, ARequestDependsOnNoneOfThoseBeforeIt)
+{
+    Set("CHTTPCLIENT_POST_IDLE_MS", 60'000); // on a busy machine more than half a second may pass
+    const std::vector<Form> vecForms{{false, false, "", ""},
+                                     {false, true, "", ""},
+                                     {false, false, "", "X-Station: 5"},
+                                     {true, false, "{}", ""},
+                                     {true, false, "{}", "X-Station: 5"},
+                                     {true, false, "{}", "Content-Type: application/json"},
+                                     {true, false, std::string(3000, 'x'), "Content-Type: application/json"}};
+    const auto send = [this](const Form& form) {
+        return SentTo(form.bCredentials ? UrlWithCredentials() : Url(), form.strBody, form.bPost,
+                      !form.strHeader.empty(), form.strHeader);
+    };
+    std::vector<std::string> vecHeads; // as they are without any before
+    for (const Form& form : vecForms) {
+        vecHeads.push_back(send(form).strHead);
+        for (int nTime = 2; nTime <= 3; ++nTime) { // the same again on the connection that it made
+            const WireRequest request = send(form);
+            EXPECT_EQ(request.strHead, vecHeads.back());
+            EXPECT_EQ(request.nConnection, vecHeads.size());
+        }
+        CHttpClientUnInit();
+    }
+    const std::size_t nConnection = vecForms.size() + 1;
+    for (std::size_t nOrder = 0; nOrder < vecForms.size() * vecForms.size() * vecForms.size(); ++nOrder) {
+        for (std::size_t nForm : {nOrder / 49, nOrder / 7 % 7, nOrder % 7}) {
+            SCOPED_TRACE("order " + std::to_string(nOrder) + ", form " + std::to_string(nForm));
+            const WireRequest request = send(vecForms.at(nForm));
+            ASSERT_EQ(request.strHead, vecHeads.at(nForm));
+            ASSERT_TRUE(request.strBody == vecForms.at(nForm).strBody);
+            ASSERT_EQ(request.nConnection, nConnection);
+        }
+    }
 }
 
 TEST_F(TransportWire, CredentialsStayWithTheUrlThatHoldsThem)
