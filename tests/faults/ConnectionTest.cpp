@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <deque>
 
 using testing::Each;
 using testing::Le;
@@ -80,6 +81,49 @@ TEST_P(TransportConnectionLimit, IsReachedAndKept)
     EXPECT_THAT(m_replies.Errors(), Each(0));
     EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
     EXPECT_EQ(server.Accepted(), nLimit);
+}
+
+// However its requests end, each leaves its place to the next: answered, on a connection that broke, on a new
+// one in place of a kept one, or before it is sent.
+TEST_P(TransportConnectionLimit, IsReachedAndKeptAgainAfterAllKindsOfEnds)
+{
+    constexpr std::size_t ROUNDS = 3;
+    const auto nLimit = static_cast<std::size_t>(GetParam());
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", GetParam());
+    Set("CHTTPCLIENT_POST_IDLE_MS", 0L); // no report goes out on a kept connection
+    Start();
+    std::deque<Gate> gates(ROUNDS);
+    std::atomic<std::size_t> nRound{0};
+    std::atomic<std::size_t> nSeen{0};
+    std::atomic<std::size_t> nNow{0};
+    std::atomic<bool> bTooMany{false};
+    const ScriptedServer server([&](const WireRequest& request) {
+        if (++nNow > nLimit) {
+            bTooMany = true;
+        }
+        Gate& gate = gates.at(nRound);
+        if (++nSeen == nLimit) {
+            gate.Open();
+        }
+        EXPECT_TRUE(gate.Wait()) << "fewer than the limit in round " << nRound;
+        --nNow;
+        return request.Target() == "/broken" ? Broken() : Ok();
+    });
+    for (; nRound < ROUNDS; ++nRound) {
+        nSeen = 0;
+        for (std::size_t nRequest = 0; nRequest < nLimit; ++nRequest) {
+            Get(server.Url("/"));
+            Post(server.Url("/"), "{}");
+            Post(server.Url("/broken"), "{}");
+            CHttpClientSendRequest(TYPE, server.Url("/"), "", nullptr, true, true, "no header line");
+        }
+        ASSERT_TRUE(m_replies.WaitFor((nRound + 1) * 4 * nLimit));
+    }
+    RepliesAfterShutdown(ROUNDS * 4 * nLimit);
+    EXPECT_FALSE(bTooMany);
+    EXPECT_THAT(m_replies.Errors(), testing::Contains(0).Times(ROUNDS * 2 * nLimit));
+    EXPECT_THAT(m_replies.Errors(), testing::Contains(ResetError(-52)).Times(ROUNDS * nLimit));
+    EXPECT_THAT(m_replies.Errors(), testing::Contains(-43).Times(ROUNDS * nLimit));
 }
 
 INSTANTIATE_TEST_SUITE_P(Connections, TransportConnectionLimit, testing::Values(1, 3, 50),

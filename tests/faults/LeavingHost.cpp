@@ -1,7 +1,10 @@
 // A host that hands in a report and leaves, in the way that its second argument names, without ever shutting
 // the transport down properly. For each callback it prints a line: type, error.
 //
-//   leaving_host URL-OF-THE-REPORT WAY [URL-OF-MORE-REQUESTS]
+//   leaving_host URL-OF-THE-REPORT WAY [URL-OF-MORE-REQUESTS [URL-OF-EARLIER-REQUESTS]]
+//
+// Where no more requests are to be sent, their URL is empty. Earlier requests go out in earlier lives of the
+// transport, each between a start and a stop; their callbacks print nothing.
 
 #include "platform/chttpclient/chttpclient.h"
 
@@ -54,6 +57,43 @@ void WaitForTheFlagOfASignal()
     }
 }
 
+/// Starts and stops the transport, each time with requests on their way.
+void LiveBefore(const std::string& strUrl)
+{
+    CHttpClientSetResponseCallBack([](const std::string&, int, void*, int) {});
+    for (int nLife = 0; nLife < 3; ++nLife) {
+        CHttpClientInit();
+        for (int nRequest = 0; nRequest < 10; ++nRequest) {
+            Report(0, strUrl);
+        }
+        CHttpClientUnInit();
+    }
+}
+
+/// Ends the process in a callback behind which others wait: the first one holds them up until all are there.
+/// There may be one outstanding request, and so the others are refused and need no server.
+void ExitWithRepliesWaiting(const std::string& strUrl)
+{
+    static std::promise<void> handedIn;
+    CHttpClientSetResponseCallBack(
+        [nCallback = 0](const std::string& strBody, int nType, void* pUserData, int nHttpError) mutable {
+            if (++nCallback == 1) {
+                handedIn.get_future().wait();
+            }
+            Print(strBody, nType, pUserData, nHttpError);
+            if (nCallback == 2) {
+                std::exit(0);
+            }
+        });
+    CHttpClientInit();
+    Report(REPORT, strUrl);
+    for (int nMore = 0; nMore < 20; ++nMore) {
+        Report(MORE, strUrl);
+    }
+    handedIn.set_value();
+    std::promise<void>().get_future().wait(); // the callback ends the process
+}
+
 } // namespace
 
 int main(int nArguments, char** ppArguments)
@@ -67,6 +107,12 @@ int main(int nArguments, char** ppArguments)
     if (strWay == "UnInitInStaticDestructor") {
         static const UnInitsAtTheEnd uninit;
     }
+    if (nArguments > 4) {
+        LiveBefore(ppArguments[4]);
+    }
+    if (strWay == "ExitWithRepliesWaiting") {
+        ExitWithRepliesWaiting(strUrl);
+    }
     CHttpClientSetResponseCallBack([bExit = strWay == "ExitInCallback"](const std::string& strBody, int nType,
                                                                         void* pUserData,
                                                                         int nHttpError) mutable {
@@ -76,8 +122,9 @@ int main(int nArguments, char** ppArguments)
         }
     });
     CHttpClientInit();
-    for (int nMore = 0; nArguments > 3 && nMore < 20; ++nMore) {
-        Report(MORE, ppArguments[3]);
+    const std::string strMore = nArguments > 3 ? ppArguments[3] : "";
+    for (int nMore = 0; !strMore.empty() && nMore < 20; ++nMore) {
+        Report(MORE, strMore);
     }
     Report(REPORT, strUrl);
     if (strWay == "Exit") {

@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
+#include <deque>
 
 using namespace std::chrono_literals;
 using testing::Contains;
@@ -36,6 +38,38 @@ TEST_F(TransportLimit, OfOutstandingRequestsRefusesTheOneAboveItAndSendsNothing)
     EXPECT_THAT(m_replies.Errors(), Contains(-42).Times(10));
     EXPECT_THAT(server.Requests(), SizeIs(10));
     EXPECT_THAT(m_replies.UserData(), testing::UnorderedElementsAreArray(tokens.All()));
+}
+
+// The limit counts what is refused as little as what is answered.
+TEST_F(TransportLimit, OfOutstandingRequestsIsTheSameEachTimeThatItIsReached)
+{
+    constexpr std::size_t LIMIT = 10;
+    constexpr std::size_t TOO_MANY = 5;
+    constexpr std::size_t ROUNDS = 4;
+    Set("CHTTPCLIENT_MAX_OUTSTANDING", LIMIT);
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", LIMIT);
+    std::deque<Gate> gates(ROUNDS);
+    std::atomic<std::size_t> nRound{0};
+    const ScriptedServer server([&](const WireRequest&) {
+        EXPECT_TRUE(gates.at(nRound).Wait());
+        return Ok();
+    });
+    for (; nRound < ROUNDS; ++nRound) {
+        if (nRound % 2 == 0) { // twice in each life
+            CHttpClientUnInit();
+            Start();
+        }
+        const std::size_t nBefore = m_replies.Count();
+        for (std::size_t nRequest = 0; nRequest < LIMIT + TOO_MANY; ++nRequest) {
+            Get(server.Url("/"));
+        }
+        ASSERT_TRUE(m_replies.WaitFor(nBefore + TOO_MANY));
+        EXPECT_THAT(m_replies.Errors(), Contains(-1000).Times((nRound + 1) * TOO_MANY));
+        gates.at(nRound).Open();
+        ASSERT_TRUE(m_replies.WaitFor(nBefore + LIMIT + TOO_MANY));
+        EXPECT_THAT(m_replies.Errors(), Contains(0).Times((nRound + 1) * LIMIT));
+    }
+    RepliesAfterShutdown(ROUNDS * (LIMIT + TOO_MANY));
 }
 
 TEST_F(TransportLimit, OfOutstandingRequestsHasRoomAgainOnceTheyAreAnswered)

@@ -8,16 +8,29 @@
 #include <chrono>
 #include <cstdlib>
 #include <string>
+#include <tuple>
+#include <vector>
 
 using namespace std::chrono_literals;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::StartsWith;
 
-/// A host that leaves without CHttpClientUnInit, in one of several ways.
-class LeavingHost : public testing::TestWithParam<const char*>
+/// A host that leaves without CHttpClientUnInit, in one of several ways, in the first life of its transport
+/// or in a later one.
+class LeavingHost : public testing::TestWithParam<std::tuple<const char*, bool>>
 {
 protected:
+    Departure Leave(const std::string& strReport, const std::string& strMore = "") const
+    {
+        const auto [szWay, bLivedBefore] = GetParam();
+        std::vector<std::string> vecArguments{strReport, szWay, strMore};
+        if (bLivedBefore) {
+            vecArguments.push_back(m_earlier.Url("/"));
+        }
+        return Watch(LEAVING_HOST, vecArguments);
+    }
+
     /// Enough for every answer, however slow the machine.
     void SetUp() override { ::setenv("CHTTPCLIENT_DRAIN_MS", "60000", 1); }
 
@@ -33,12 +46,13 @@ protected:
     }
 
     const LogFolder m_logFolder;
+    const ScriptedServer m_earlier{Ok()};
 };
 
 TEST_P(LeavingHost, StillGetsItsReportThroughAndTheAnswerBack)
 {
     const ScriptedServer server(Ok(200ms));
-    const Departure departure = Watch(LEAVING_HOST, {server.Url("/report"), GetParam()});
+    const Departure departure = Leave(server.Url("/report"));
     EXPECT_TRUE(departure.bInTime);
     EXPECT_EQ(departure.nStatus, 0);
     EXPECT_THAT(departure.vecLines, Contains("1 0").Times(1));
@@ -52,16 +66,32 @@ TEST_P(LeavingHost, EndsInBoundedTimeWithRequestsInFlight)
     ::setenv("CHTTPCLIENT_DRAIN_MS", "500", 1);
     const ScriptedServer serverSilent(Silent());
     const ScriptedServer server(Ok(200ms));
-    const Departure departure =
-        Watch(LEAVING_HOST, {server.Url("/report"), GetParam(), serverSilent.Url("/more")});
+    const Departure departure = Leave(server.Url("/report"), serverSilent.Url("/more"));
     ExpectOneOutcomeEach(departure);
     EXPECT_THAT(server.Requests().size(), testing::Le(1U));
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, LeavingHost,
-                         testing::Values("Return", "Exit", "SignalFlag", "ExitInCallback",
-                                         "UnInitInStaticDestructor", "SendInStaticDestructor"),
-                         [](const auto& way) { return std::string(way.param); });
+                         testing::Combine(testing::Values("Return", "Exit", "SignalFlag", "ExitInCallback",
+                                                          "UnInitInStaticDestructor",
+                                                          "SendInStaticDestructor"),
+                                          testing::Bool()),
+                         [](const auto& way) {
+                             const std::string strLater = std::get<1>(way.param) ? "InALaterLife" : "";
+                             return std::get<0>(way.param) + strLater;
+                         });
+
+TEST_F(LeavingHost, InACallbackLosesNoReplyThatWaitsBehindIt)
+{
+    ::setenv("CHTTPCLIENT_MAX_OUTSTANDING", "1", 1);
+    const ScriptedServer server(Ok());
+    const Departure departure = Watch(LEAVING_HOST, {server.Url("/report"), "ExitWithRepliesWaiting"});
+    EXPECT_TRUE(departure.bInTime);
+    EXPECT_EQ(departure.nStatus, 0);
+    EXPECT_THAT(departure.vecLines, testing::SizeIs(21));
+    EXPECT_THAT(departure.vecLines, Contains("1 0").Times(1));
+    EXPECT_THAT(departure.vecLines, Contains(StartsWith("2 ")).Times(20));
+}
 
 TEST_F(LeavingHost, WhoseStaticDestructorSendsGetsARefusal)
 {

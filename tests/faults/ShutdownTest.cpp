@@ -1,36 +1,58 @@
-#include "TransportTest.h"
+#include "TransportLife.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <tuple>
 
 using namespace std::chrono_literals;
 using testing::Each;
 using testing::ElementsAre;
 using testing::UnorderedElementsAreArray;
 
-class TransportShutdown : public TransportTest
+class TransportShutdown : public TransportLife, public testing::WithParamInterface<Life>
 {
+protected:
+    void SetUp() override
+    {
+        if (GetParam() == Life::Later) {
+            LiveBefore();
+        }
+    }
 };
 
+INSTANTIATE_TEST_SUITE_P(InThe, TransportShutdown, testing::Values(Life::First, Life::Later),
+                         [](const auto& life) {
+                             return life.param == Life::First ? "FirstLife" : "LaterLife";
+                         });
+
 /// The connections to one host: with 8 most requests are still queued, with 1000 all are on the network.
-class TransportShutdownInFlight : public TransportShutdown, public testing::WithParamInterface<long>
+class TransportShutdownInFlight : public TransportLife,
+                                  public testing::WithParamInterface<std::tuple<long, Life>>
 {
+protected:
+    void SetUp() override
+    {
+        if (std::get<1>(GetParam()) == Life::Later) {
+            LiveBefore();
+        }
+    }
+    static long Connections() { return std::get<0>(GetParam()); }
 };
 
 TEST_P(TransportShutdownInFlight, CancelsEachRequestOnceInBoundedTime)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 200);
-    Set("CHTTPCLIENT_HOST_CONNECTIONS", GetParam());
+    Set("CHTTPCLIENT_HOST_CONNECTIONS", Connections());
     Start();
     const ScriptedServer server(Silent());
     Tokens tokens(1000);
     for (void* const pToken : tokens.All()) {
         Get(server.Url("/"), pToken);
     }
-    ASSERT_TRUE(server.WaitForRequests(static_cast<std::size_t>(GetParam())));
+    ASSERT_TRUE(server.WaitForRequests(static_cast<std::size_t>(Connections())));
     const auto tpBegin = std::chrono::steady_clock::now();
     CHttpClientUnInit();
     const auto duration = std::chrono::steady_clock::now() - tpBegin;
@@ -40,21 +62,27 @@ TEST_P(TransportShutdownInFlight, CancelsEachRequestOnceInBoundedTime)
     EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Connections, TransportShutdownInFlight, testing::Values(8, 1000),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Connections, TransportShutdownInFlight,
+                         testing::Combine(testing::Values(8, 1000),
+                                          testing::Values(Life::First, Life::Later)),
+                         [](const auto& row) {
+                             return std::to_string(std::get<0>(row.param)) +
+                                    (std::get<1>(row.param) == Life::First ? "" : "InALaterLife");
+                         });
 
-TEST_F(TransportShutdown, WithoutDrainTimeCancelsAtOnce)
+// Were it taken for the default of 3 s, the answer would come.
+TEST_P(TransportShutdown, WithoutDrainTimeCancelsAtOnce)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 0);
     Start();
-    const ScriptedServer server(Silent());
+    const ScriptedServer server(Ok(2500ms));
     Get(server.Url("/"));
     ASSERT_TRUE(server.WaitForRequests(1));
     CHttpClientUnInit();
     EXPECT_THAT(m_replies.Errors(), ElementsAre(-42));
 }
 
-TEST_F(TransportShutdown, LeavesSlowAnswersTheTimeToArrive)
+TEST_P(TransportShutdown, LeavesSlowAnswersTheTimeToArrive)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 30'000);
     Start();
@@ -69,7 +97,7 @@ TEST_F(TransportShutdown, LeavesSlowAnswersTheTimeToArrive)
     EXPECT_EQ(server.Requests().size(), 20U);
 }
 
-TEST_F(TransportShutdown, TakesNoLongerThanTheAnswers)
+TEST_P(TransportShutdown, TakesNoLongerThanTheAnswers)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 30'000);
     Start();
@@ -81,7 +109,7 @@ TEST_F(TransportShutdown, TakesNoLongerThanTheAnswers)
     EXPECT_THAT(m_replies.Errors(), ElementsAre(0));
 }
 
-TEST_F(TransportShutdown, WithNothingToDoIsDoneAtOnce)
+TEST_P(TransportShutdown, WithNothingToDoIsDoneAtOnce)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 30'000);
     Start();
@@ -91,7 +119,7 @@ TEST_F(TransportShutdown, WithNothingToDoIsDoneAtOnce)
     EXPECT_LE(std::chrono::steady_clock::now() - tpBegin, 15s);
 }
 
-TEST_F(TransportShutdown, FromWithinTheCallbackDoesNotWaitForItself)
+TEST_P(TransportShutdown, FromWithinTheCallbackDoesNotWaitForItself)
 {
     std::atomic<bool> bCalled{false};
     CHttpClientSetResponseCallBack(
@@ -120,7 +148,7 @@ TEST_F(TransportShutdown, FromWithinTheCallbackDoesNotWaitForItself)
     EXPECT_EQ(std::count(vecErrors.begin(), vecErrors.end(), -42), 999);
 }
 
-TEST_F(TransportShutdown, CanBeFollowedByAnotherStart)
+TEST_P(TransportShutdown, CanBeFollowedByAnotherStart)
 {
     const ScriptedServer server(Ok());
     for (std::size_t nRound = 1; nRound <= 5; ++nRound) {
@@ -133,7 +161,7 @@ TEST_F(TransportShutdown, CanBeFollowedByAnotherStart)
     EXPECT_THAT(m_replies.Errors(), ElementsAre(0, 0, 0, 0, 0));
 }
 
-TEST_F(TransportShutdown, FromWithinTheCallbackCanBeFollowedByAnotherStart)
+TEST_P(TransportShutdown, FromWithinTheCallbackCanBeFollowedByAnotherStart)
 {
     CHttpClientSetResponseCallBack(
         [this](const std::string& strBody, int nType, void* pUserData, int nHttpError) {
@@ -149,7 +177,7 @@ TEST_F(TransportShutdown, FromWithinTheCallbackCanBeFollowedByAnotherStart)
     EXPECT_THAT(m_replies.Errors(), ElementsAre(0, 0, 0, 0, 0));
 }
 
-TEST_F(TransportShutdown, OneStopEndsWhatTwoStartsBegan)
+TEST_P(TransportShutdown, OneStopEndsWhatTwoStartsBegan)
 {
     Start();
     ASSERT_TRUE(CHttpClientInit());
@@ -159,7 +187,7 @@ TEST_F(TransportShutdown, OneStopEndsWhatTwoStartsBegan)
     EXPECT_THAT(m_replies.Errors(), ElementsAre(-2));
 }
 
-TEST_F(TransportShutdown, RefusesWhatComesAfterIt)
+TEST_P(TransportShutdown, RefusesWhatComesAfterIt)
 {
     Start();
     const ScriptedServer server(Ok());
@@ -174,7 +202,7 @@ TEST_F(TransportShutdown, RefusesWhatComesAfterIt)
     EXPECT_EQ(server.Accepted(), 0U);
 }
 
-TEST_F(TransportShutdown, AnswersTheRequestsThatCallbacksSendMeanwhile)
+TEST_P(TransportShutdown, AnswersTheRequestsThatCallbacksSendMeanwhile)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 100);
     const ScriptedServer server(Silent());
@@ -195,7 +223,7 @@ TEST_F(TransportShutdown, AnswersTheRequestsThatCallbacksSendMeanwhile)
     }
 }
 
-TEST_F(TransportShutdown, OfManyThreadsAtOnceBesideSendersLosesNoCallback)
+TEST_P(TransportShutdown, OfManyThreadsAtOnceBesideSendersLosesNoCallback)
 {
     constexpr std::size_t SENDERS = 4;
     constexpr std::size_t REQUESTS = 200;
@@ -224,7 +252,7 @@ TEST_F(TransportShutdown, OfManyThreadsAtOnceBesideSendersLosesNoCallback)
     EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
 }
 
-TEST_F(TransportShutdown, InMidBodyCancels)
+TEST_P(TransportShutdown, InMidBodyCancels)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 100);
     Start();

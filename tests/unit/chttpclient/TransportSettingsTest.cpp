@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 namespace
@@ -19,6 +20,7 @@ struct SettingCase {
     const char* szName;
     std::int64_t (*fnValue)(const STransportSettings&);
     std::int64_t nDefault;
+    std::vector<const char*> vecTaken; ///< the least and the most
     std::vector<const char*> vecRefused;
 };
 
@@ -26,26 +28,37 @@ const SettingCase SETTINGS[] = {
     {"CHTTPCLIENT_CONNECT_TIMEOUT_MS",
      [](const auto& s) { return std::int64_t{s.connectTimeout.count()}; },
      10'000,
+     {"1", "2147483647"},
      {"0", "-1", "2147483648"}},
     {"CHTTPCLIENT_TIMEOUT_MS",
      [](const auto& s) { return std::int64_t{s.timeout.count()}; },
      60'000,
+     {"1", "2147483647"},
      {"0", "-1", "2147483648"}},
     {"CHTTPCLIENT_HOST_CONNECTIONS",
      [](const auto& s) { return static_cast<std::int64_t>(s.nHostConnections); },
      8,
+     {"1", "1000"},
      {"0", "-1", "1001"}},
+    {"CHTTPCLIENT_MAX_OUTSTANDING",
+     [](const auto& s) { return static_cast<std::int64_t>(s.nMaxOutstanding); },
+     100'000,
+     {"1", "2147483647"},
+     {"0", "-1", "2147483648"}},
     {"CHTTPCLIENT_MAX_REPLY_BYTES",
      [](const auto& s) { return static_cast<std::int64_t>(s.nMaxReplyBytes); },
      67'108'864,
+     {"1"},
      {"0", "-1"}},
     {"CHTTPCLIENT_DRAIN_MS",
      [](const auto& s) { return std::int64_t{s.drain.count()}; },
      3'000,
+     {"0", "2147483647"},
      {"-1", "2147483648"}},
     {"CHTTPCLIENT_POST_IDLE_MS",
      [](const auto& s) { return std::int64_t{s.postIdle.count()}; },
      500,
+     {"0", "2147483647"},
      {"-1", "2147483648"}},
 };
 
@@ -62,9 +75,13 @@ TEST_P(TransportSetting, HasItsDefaultWithoutTheVariable)
 
 TEST_P(TransportSetting, IsTakenFromTheVariable)
 {
-    setenv(GetParam().szName, "123", 1);
-    EXPECT_EQ(GetParam().fnValue(ReadTransportSettings()), 123);
-    EXPECT_THAT(RecordedLog(), ::testing::IsEmpty());
+    std::vector<const char*> vecValues = GetParam().vecTaken;
+    vecValues.insert(vecValues.end(), {"123", "124"});
+    for (const std::string strValue : vecValues) {
+        setenv(GetParam().szName, strValue.c_str(), 1);
+        EXPECT_EQ(std::to_string(GetParam().fnValue(ReadTransportSettings())), strValue);
+        EXPECT_THAT(RecordedLog(), ::testing::IsEmpty());
+    }
 }
 
 TEST_P(TransportSetting, KeepsItsDefaultAndSaysSoWhenTheVariableIsNoUsableNumber)
