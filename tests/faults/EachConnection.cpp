@@ -10,10 +10,10 @@ TransportInTurn::TransportInTurn()
     Set("CHTTPCLIENT_POST_IDLE_MS", 60'000); // on a busy machine more than half a second may pass
 }
 
-void TransportInTurn::SetShortTimeout(long nMilliseconds)
+void TransportInTurn::SetShortTime(const std::string& strName, long nMilliseconds)
 {
-    Set("CHTTPCLIENT_TIMEOUT_MS", nMilliseconds);
-    m_bShortTimeout = true;
+    Set(strName, nMilliseconds);
+    m_bShortTime = true;
 }
 
 std::size_t TransportInTurn::Send(const std::string& strUrl, bool bPost, const std::string& strBody,
@@ -55,7 +55,7 @@ std::size_t TransportInTurn::ServeWell(const ScriptedServer& server)
             EXPECT_EQ(good.strBody, "{}");
             return ConnectionsOf(server, strTarget).back();
         }
-        const int nMayBe = m_bShortTimeout ? -28 : 0;
+        const int nMayBe = m_bShortTime ? -28 : 0;
         EXPECT_THAT(nEmpty, AnyOf(0, nMayBe));
         EXPECT_THAT(good.nHttpError, AnyOf(0, nMayBe));
     }

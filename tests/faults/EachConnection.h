@@ -16,8 +16,8 @@ class TransportInTurn : public TransportTest
 protected:
     TransportInTurn();
 
-    /// The time of a request becomes so short that a busy machine may let any request time out.
-    void SetShortTimeout(long nMilliseconds);
+    /// Makes a time so short that a busy machine may let any request time out.
+    void SetShortTime(const std::string& strName, long nMilliseconds);
 
     /// Sends a request.
     /// @return its number
@@ -46,7 +46,7 @@ protected:
 
 private:
     std::deque<char> m_tokens; ///< one for each request, its user data
-    bool m_bShortTimeout = false;
+    bool m_bShortTime = false;
 };
 
 /// The same with rows, each of which is tried on a fresh connection and on one that has served before.

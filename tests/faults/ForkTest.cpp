@@ -88,12 +88,15 @@ TEST_P(ForkingHostInFlight, LosesNothingAndItsChildEndsPromptly)
     EXPECT_THAT(Fork(GetParam().szName).vecLines, testing::UnorderedElementsAreArray(vecExpected));
 }
 
-INSTANTIATE_TEST_SUITE_P(Children, ForkingHostInFlight,
-                         testing::Values(ForkedChild{"Leaves", {}}, ForkedChild{"Sends", {"child 2 -2"}},
-                                         ForkedChild{"Starts", {"child 2 0"}},
-                                         ForkedChild{"StartsAndLeaves", {"child 2 0"}},
-                                         ForkedChild{"Stops", {}}),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(
+    Children, ForkingHostInFlight,
+    testing::Values(ForkedChild{"Leaves", {}}, ForkedChild{"Sends", {"child 2 -2"}},
+                    ForkedChild{"Starts", {"child 2 0"}}, ForkedChild{"StartsAndLeaves", {"child 2 0"}},
+                    ForkedChild{"Stops", {}},
+                    ForkedChild{"ForksAgainTwice",
+                                {"child 2 0", "grandchild 2 0", "grandchild ended with 0, promptly",
+                                 "child 2 0", "grandchild 2 0", "grandchild ended with 0, promptly"}}),
+    testing::PrintToStringParamName());
 
 TEST_F(ForkingHost, InItsCallbackLosesNothing)
 {

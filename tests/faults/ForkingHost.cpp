@@ -32,7 +32,7 @@ const char* g_szWho = "parent";
 extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off();
 extern "C" int __lsan_is_turned_off()
 {
-    return g_szWho == std::string_view("child") ? 1 : 0;
+    return g_szWho == std::string_view("parent") ? 0 : 1;
 }
 #endif
 
@@ -94,7 +94,7 @@ pid_t Fork(Function fnInChild)
         ::sigaddset(&alarm, SIGALRM);
         ::pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr); // the transport's threads take no signal
         ::alarm(CHILD_SECONDS);
-        g_szWho = "child";
+        g_szWho = g_szWho == std::string_view("parent") ? "child" : "grandchild";
         g_nCallbacks = 0;
         fnInChild();
         std::exit(0);
@@ -109,7 +109,8 @@ void AwaitChild(pid_t nChild)
     while (::waitpid(nChild, &nStatus, 0) < 0 && errno == EINTR) {
     }
     const bool bPrompt = std::chrono::steady_clock::now() - tpBegin < PROMPT;
-    Say("child ended with " + std::to_string(nStatus) + (bPrompt ? ", promptly" : ", late"));
+    Say((g_szWho == std::string_view("parent") ? "child" : "grandchild") + std::string(" ended with ") +
+        std::to_string(nStatus) + (bPrompt ? ", promptly" : ", late"));
 }
 
 void SendWithoutStart()
@@ -132,6 +133,18 @@ void StartSendAndStop()
     CHttpClientUnInit();
 }
 
+/// In two lives, each of which is forked again while it runs.
+void ForkAgainTwice()
+{
+    for (int nLife = 1; nLife <= 2; ++nLife) {
+        CHttpClientInit();
+        Send(QUICK, "/quick");
+        WaitForCallbacks(nLife);
+        AwaitChild(Fork([] { StartSendAndStop(); }));
+        CHttpClientUnInit();
+    }
+}
+
 /// What a child does, by the name of the moment's second half.
 void ChildOf(std::string_view strMoment)
 {
@@ -143,6 +156,8 @@ void ChildOf(std::string_view strMoment)
         StartAndSend();
     } else if (strMoment == "Stops") {
         CHttpClientUnInit();
+    } else if (strMoment == "ForksAgainTwice") {
+        ForkAgainTwice();
     }
 }
 

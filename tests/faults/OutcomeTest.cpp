@@ -73,7 +73,7 @@ private:
     void SetTimes()
     {
         if (TimesOut()) {
-            SetShortTimeout(300);
+            SetShortTime("CHTTPCLIENT_TIMEOUT_MS", 300);
         } else {
             Set("CHTTPCLIENT_TIMEOUT_MS", 30'000);
         }
@@ -242,19 +242,6 @@ INSTANTIATE_TEST_SUITE_P(
         Outcome{"BehindNotModified", Step("HTTP/1.1 304 Not Modified\r\nContent-Length: 5\r\n\r\nwrong"), 304,
                 ""})),
     NameOnEachConnection());
-
-TEST_F(TransportTest, ARefusedConnectionIsReportedOnce)
-{
-    Start();
-    const RefusingPort refusing;
-    Tokens tokens(1);
-    Get("http://127.0.0.1:" + std::to_string(refusing.Port()) + "/vomd/x", tokens.At(0));
-    for (const ReceivedReply& reply : RepliesAfterShutdown(1)) {
-        EXPECT_EQ(reply.nHttpError, -7);
-        EXPECT_EQ(reply.strBody, "");
-        EXPECT_EQ(reply.pUserData, tokens.At(0));
-    }
-}
 
 TEST_F(TransportTest, AConnectionThatNobodyAnswersEndsWithTheTimeToConnect)
 {

@@ -1,4 +1,4 @@
-#include "TransportTest.h"
+#include "EachConnection.h"
 
 #include <gmock/gmock.h>
 
@@ -58,28 +58,44 @@ struct UselessProxy {
     friend void PrintTo(const UselessProxy& row, std::ostream* pOut) { *pOut << row.szName; }
 };
 
-class TransportUselessProxy : public TransportTest, public testing::WithParamInterface<UselessProxy>
+class TransportUselessProxy : public TransportOnEachConnection<UselessProxy>
 {
+protected:
+    static constexpr const char* OTHER_URL = "http://served.invalid/";
+
+    /// The proxy serves one host well.
+    static ServerStep Answer(const WireRequest& request)
+    {
+        return Reply(request.Target() == OTHER_URL ? 200 : TheRow().nStatus);
+    }
 };
 
 TEST_P(TransportUselessProxy, IsReportedOnce)
 {
-    const ScriptedServer answering(Reply(GetParam().nStatus));
+    const ScriptedServer answering(&Answer);
     const RefusingPort refusing;
+    const bool bRefuses = TheRow().nStatus == 0;
     const std::string strProxy =
-        GetParam().nStatus == 0 ? "http://127.0.0.1:" + std::to_string(refusing.Port()) : answering.Url("");
+        bRefuses ? "http://127.0.0.1:" + std::to_string(refusing.Port()) : answering.Url("");
     Set("http_proxy", strProxy);
     Set("https_proxy", strProxy);
     Start();
-    Get(GetParam().szUrl);
-    RepliesAfterShutdown(1);
-    EXPECT_THAT(m_replies.Errors(), ElementsAre(GetParam().nHttpError));
+    for (int nRound = 0; nRound < Rounds(); ++nRound) {
+        if (HasServed()) {
+            EXPECT_EQ(Exchange(OTHER_URL).nHttpError, bRefuses ? -7 : 0);
+        }
+        EXPECT_EQ(Exchange(TheRow().szUrl).nHttpError, TheRow().nHttpError);
+    }
+    if (HasServed()) { // no tunnel has such a target, and a proxy that refuses none at all
+        EXPECT_THAT(ConnectionsOf(answering, TheRow().szUrl), testing::Each(1U));
+    }
+    ExpectNoMoreReplies();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Proxies, TransportUselessProxy,
-    testing::Values(UselessProxy{"ThatRefuses", 0, "http://laboratory.invalid/", -7},
-                    UselessProxy{"ThatWantsAName", 407, "http://laboratory.invalid/", 407},
-                    UselessProxy{"ThatFindsNobody", 502, "http://laboratory.invalid/", 502},
-                    UselessProxy{"ThatMakesNoTunnel", 403, "https://laboratory.invalid/", -56}),
-    testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Proxies, TransportUselessProxy,
+                         OnEachConnection(testing::Values(
+                             UselessProxy{"ThatRefuses", 0, "http://laboratory.invalid/", -7},
+                             UselessProxy{"ThatWantsAName", 407, "http://laboratory.invalid/", 407},
+                             UselessProxy{"ThatFindsNobody", 502, "http://laboratory.invalid/", 502},
+                             UselessProxy{"ThatMakesNoTunnel", 403, "https://laboratory.invalid/", -56})),
+                         NameOnEachConnection());

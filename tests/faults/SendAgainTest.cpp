@@ -194,15 +194,19 @@ TEST_F(TransportIdleConnection, IsNotUsedOnceTheServerHasSpokenUnasked)
     EXPECT_EQ(server.Accepted(), 2U);
 }
 
-TEST_F(TransportIdleConnection, IsClosedThoughNoRequestComes)
+TEST_F(TransportIdleConnection, IsClosedThoughNoRequestComesEachTime)
 {
+    constexpr std::size_t TIMES = 2;
     Start();
     const ScriptedServer server(Ok());
-    const auto tpSent = std::chrono::steady_clock::now();
-    Get(server.Url("/"));
-    ASSERT_TRUE(server.WaitForClosed(1));
-    EXPECT_GE(std::chrono::steady_clock::now() - tpSent, 4s);
-    RepliesAfterShutdown(1);
+    for (std::size_t nTime = 1; nTime <= TIMES; ++nTime) {
+        const auto tpSent = std::chrono::steady_clock::now();
+        Get(server.Url("/"));
+        ASSERT_TRUE(server.WaitForClosed(nTime));
+        EXPECT_GE(std::chrono::steady_clock::now() - tpSent, 4s);
+    }
+    EXPECT_EQ(server.Accepted(), TIMES);
+    RepliesAfterShutdown(TIMES);
 }
 
 // When a kept connection dies, libcurl sends its query again by itself, here on a connection that the server
