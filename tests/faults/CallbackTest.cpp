@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <stdexcept>
 
 using namespace std::chrono_literals;
@@ -18,7 +19,8 @@ class TransportCallback : public TransportTest
 protected:
     TransportCallback() : m_server(Ok()) {}
 
-    /// Starts with a receiver that keeps the reply and then does what the test wants with it.
+    /// Starts with a receiver that keeps the reply and then does what the test
+    /// wants with it.
     void StartWith(CHttpClientResponse fnThen)
     {
         CHttpClientSetResponseCallBack(
@@ -109,12 +111,15 @@ TEST_F(TransportCallback, MaySendRequestsThatAreRefused)
     EXPECT_THAT(m_replies.Errors(), Each(-3));
 }
 
-TEST_F(TransportCallback, MayBeReplacedByItself)
+TEST_F(TransportCallback, MayBeReplacedByItselfAndLivesUntilItReturns)
 {
-    StartWith([this](const std::string&, int, void*, int) {
+    auto pHeld = std::make_shared<int>(0);
+    const std::weak_ptr<int> pWatched = pHeld;
+    StartWith([this, pHeld = std::move(pHeld), pWatched](const std::string&, int, void*, int) {
         CHttpClientSetResponseCallBack([this](const std::string&, int nType, void* pUserData, int) {
             m_replies.Add("from the second receiver", nType, pUserData, 0);
         });
+        EXPECT_FALSE(pWatched.expired()) << "it still runs";
     });
     Get(m_server.Url("/"));
     ASSERT_TRUE(m_replies.WaitFor(1));
@@ -122,6 +127,47 @@ TEST_F(TransportCallback, MayBeReplacedByItself)
     const std::vector<ReceivedReply> vecReplies = RepliesAfterShutdown(2);
     EXPECT_EQ(vecReplies.at(0).strBody, "{}");
     EXPECT_EQ(vecReplies.at(1).strBody, "from the second receiver");
+    EXPECT_TRUE(pWatched.expired());
+}
+
+// What a receiver holds is the host's, and may call the transport as it goes.
+TEST_F(TransportCallback, MaySendARequestWhenItIsDestroyed)
+{
+    constexpr std::size_t RECEIVERS = 3;
+    for (std::size_t nReceiver = 0; nReceiver < RECEIVERS; ++nReceiver) {
+        const std::shared_ptr<void> pSends(nullptr, [](void*) { Get("http://127.0.0.1/"); });
+        CHttpClientSetResponseCallBack(
+            [fnKeep = Keeper(), pSends](const std::string& strBody, int nType, void* pUserData,
+                                        int nHttpError) { fnKeep(strBody, nType, pUserData, nHttpError); });
+    }
+    CHttpClientSetResponseCallBack(Keeper());
+    RepliesAfterShutdown(RECEIVERS);
+    EXPECT_THAT(m_replies.Errors(), Each(-2)); // it was not started
+}
+
+// The stop waits for the callback, which must not wait for the stop.
+TEST_F(TransportCallback, ThatStartsOrStopsBesideAStopIsNotHeldUpByIt)
+{
+    for (int nRound = 1; nRound <= 3; ++nRound) {
+        std::thread stopper;
+        std::atomic<bool> bRefused{false};
+        Gate returning;
+        StartWith([&](const std::string&, int, void*, int) {
+            stopper = std::thread(&CHttpClientUnInit);
+            const auto tpEnd = std::chrono::steady_clock::now() + 30s;
+            while (!bRefused && std::chrono::steady_clock::now() < tpEnd) {
+                bRefused = !CHttpClientInit();
+                std::this_thread::yield();
+            }
+            CHttpClientUnInit();
+            returning.Open();
+        });
+        Get(m_server.Url("/"));
+        EXPECT_TRUE(returning.Wait());
+        stopper.join();
+        EXPECT_TRUE(bRefused);
+    }
+    EXPECT_THAT(m_replies.Errors(), ElementsAre(0, 0, 0));
 }
 
 TEST_F(TransportCallback, ComesExactlyOnceForEachRequestOfManyThreads)
@@ -152,7 +198,8 @@ TEST_F(TransportCallback, ComesExactlyOnceForEachRequestOfManyThreads)
     }
 }
 
-// Were the stop before remembered, each reply would have a thread of its own, started for it.
+// Were the stop before remembered, each reply would have a thread of its own,
+// started for it.
 TEST_F(TransportCallback, RunsOnOneThreadAfterEachStart)
 {
     constexpr std::size_t REPLIES = 5;

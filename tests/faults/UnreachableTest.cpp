@@ -9,7 +9,8 @@ struct Unreachable {
     enum class Peer {
         Refuses,
         NeverAnswers,      ///< a request for a connection
-        NeverShakesHands,  ///< connects, and is silent when encryption is to be agreed on
+        NeverShakesHands,  ///< connects, and is silent when encryption is to be
+                           ///< agreed on
         AuthoritiesMissing ///< of an encrypted connection
     };
 
@@ -46,8 +47,8 @@ TEST_P(TransportUnreachable, IsReportedOnceAndCostsNoOtherRequest)
 {
 #if defined(_WIN32)
     if (Is(Peer::AuthoritiesMissing)) {
-        GTEST_SKIP()
-            << "Windows reads the file only when a peer has shown its certificate; WindowsTlsTest has one";
+        GTEST_SKIP() << "Windows reads the file only when a peer has shown its "
+                        "certificate; WindowsTlsTest has one";
     }
 #endif
     if (Is(Peer::AuthoritiesMissing)) {
@@ -77,3 +78,33 @@ INSTANTIATE_TEST_SUITE_P(Peers, TransportUnreachable,
                              Unreachable{"ForWantOfAuthorities", Unreachable::Peer::AuthoritiesMissing,
                                          -77})),
                          NameOnEachConnection());
+
+// A report that is too late for the kept connection needs a new one.
+TEST_F(TransportInTurn, AServerThatListensNoMoreIsReportedOnceThoughItsKeptConnectionIsOpen)
+{
+    Set("CHTTPCLIENT_POST_IDLE_MS", 0L);
+    Set("CHTTPCLIENT_TIMEOUT_MS", 20'000);
+    Start();
+    const CSocketsStartUp sockets;
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(0x7F000002); // where nobody else's connections take the port
+    auto* const pAddress = reinterpret_cast<sockaddr*>(&address);
+    socklen_t nSize = sizeof address;
+    const Socket nListener = OpenStreamSocket();
+    ASSERT_EQ(::bind(nListener, pAddress, nSize), 0);
+    ASSERT_EQ(::listen(nListener, 1), 0);
+    ASSERT_EQ(::getsockname(nListener, pAddress, &nSize), 0);
+    const std::string strUrl = "http://127.0.0.2:" + std::to_string(ntohs(address.sin_port)) + "/";
+    const std::size_t nFirst = Send(strUrl);
+    const Socket nKept = AcceptConnection(nListener);
+    CloseSocket(nListener);
+    const std::string strReply = HttpReply(200, "{}");
+    ASSERT_EQ(SendBytes(nKept, strReply.data(), strReply.size()),
+              static_cast<std::ptrdiff_t>(strReply.size()));
+    EXPECT_EQ(AnswerTo(nFirst).nHttpError, 0);
+    EXPECT_EQ(Exchange(strUrl, true).nHttpError, -7);
+    EXPECT_EQ(Exchange(strUrl, true).nHttpError, -7);
+    ExpectNoMoreReplies();
+    CloseSocket(nKept);
+}
