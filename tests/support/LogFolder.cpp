@@ -4,6 +4,16 @@
 #include <fstream>
 #include <stdexcept>
 
+std::vector<std::string> LinesOf(const std::filesystem::path& pathFile)
+{
+    std::ifstream file(pathFile);
+    std::vector<std::string> vecLines;
+    for (std::string strLine; std::getline(file, strLine);) {
+        vecLines.push_back(strLine);
+    }
+    return vecLines;
+}
+
 LogFolder::LogFolder()
 {
     std::string strPath = (std::filesystem::temp_directory_path() / "kts-log-XXXXXX").string();
@@ -24,14 +34,4 @@ std::filesystem::path LogFolder::File(std::size_t nAside) const
 {
     const std::string strNumber = nAside == 0 ? "" : '.' + std::to_string(nAside);
     return m_path / ("ktshttpagent" + strNumber + ".log");
-}
-
-std::vector<std::string> LogFolder::Lines(std::size_t nAside) const
-{
-    std::ifstream file(File(nAside));
-    std::vector<std::string> vecLines;
-    for (std::string strLine; std::getline(file, strLine);) {
-        vecLines.push_back(strLine);
-    }
-    return vecLines;
 }

@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+/// The lines of a file without their ends; none when it does not exist.
+std::vector<std::string> LinesOf(const std::filesystem::path& pathFile);
+
 /// A temporary folder for the log of this process, named in CLOG_DIR. To be made before the first line is
 /// logged; the folder goes with the object.
 class LogFolder
@@ -20,8 +23,8 @@ public:
     /// The log file, or the one put aside as number nAside.
     std::filesystem::path File(std::size_t nAside = 0) const;
 
-    /// The lines of that file without their ends; none when it does not exist.
-    std::vector<std::string> Lines(std::size_t nAside = 0) const;
+    /// The lines of that file.
+    std::vector<std::string> Lines(std::size_t nAside = 0) const { return LinesOf(File(nAside)); }
 
 private:
     std::filesystem::path m_path;

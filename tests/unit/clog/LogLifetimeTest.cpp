@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <spdlog/spdlog.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <memory>
 #include <thread>
@@ -55,9 +56,15 @@ TEST(LogLifetime, TheFirstLineMayComeFromManyThreadsAtOnce)
 {
     const LogFolder folder;
     ::setenv("CLOG_FILES", "many", 1);
+    std::atomic<int> nToCome{8};
     std::vector<std::thread> vecThreads;
     for (int nThread = 0; nThread < 8; ++nThread) {
-        vecThreads.emplace_back([nThread] { Log_Write(1, "First", nThread, "text"); });
+        vecThreads.emplace_back([nThread, &nToCome] {
+            for (--nToCome; nToCome > 0;) {
+                std::this_thread::yield();
+            }
+            Log_Write(1, "First", nThread, "text");
+        });
     }
     for (std::thread& thread : vecThreads) {
         thread.join();

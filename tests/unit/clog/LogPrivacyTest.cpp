@@ -132,18 +132,22 @@ extern "C" void GiveUpLease(int /*nSignal*/)
 } // namespace
 
 // As a file server does with a file that one of its clients keeps a copy of.
-TEST(LogPrivacy, WaitsUntilALeaseOnTheFileIsGivenUp)
+TEST(LogPrivacy, WaitsUntilALeaseOnTheFileIsGivenUpEachTime)
 {
     const LogFolder folder;
-    Write(folder.File(), "earlier\n", 0600);
     ::signal(SIGIO, GiveUpLease); // which the system sends once somebody opens the file
-    g_nLeased = ::open(folder.File().c_str(), O_RDONLY | O_CLOEXEC);
-    if (::fcntl(g_nLeased, F_SETLEASE, F_RDLCK) != 0) {
-        GTEST_SKIP() << "no leases on files here: " << std::strerror(errno);
+    for (const int nTime : {1, 2}) {
+        fs::remove(folder.File());
+        Write(folder.File(), "earlier\n", 0600);
+        g_nLeased = ::open(folder.File().c_str(), O_RDONLY | O_CLOEXEC);
+        if (::fcntl(g_nLeased, F_SETLEASE, F_RDLCK) != 0) {
+            GTEST_SKIP() << "no leases on files here: " << std::strerror(errno);
+        }
+        Log_Write(1, "Leased", nTime, "text");
+        EXPECT_THAT(folder.Lines(),
+                    ElementsAre("earlier", EndsWith("Leased:" + std::to_string(nTime) + " text")));
+        ::close(g_nLeased);
     }
-    Log_Write(1, "Leased", 1, "text");
-    EXPECT_THAT(folder.Lines(), ElementsAre("earlier", EndsWith("Leased:1 text")));
-    ::close(g_nLeased);
 }
 
 TEST(LogPrivacy, LeavesAFolderAsTheSiteMadeIt)
