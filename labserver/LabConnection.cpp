@@ -12,6 +12,9 @@ using std::chrono::milliseconds;
 constexpr milliseconds kNextBytes{5000};
 /// The same once the server is to stop: enough for what is on its way, too little to hold the stop up.
 constexpr milliseconds kPatienceAtStop{200};
+/// For all of a request, and again of its reply, once the server is to stop: bytes that come now and then
+/// would hold the stop up too.
+constexpr milliseconds kMostAtStop{2000};
 constexpr size_t kReadSize = 16384;
 
 } // namespace
@@ -125,16 +128,26 @@ bool LabConnection::PollSocketOrStop(milliseconds patience) const
     return events[0].revents != 0;
 }
 
+/// Waits until the socket can be read or written, less long from the stop on.
+bool LabConnection::WaitForSocket(short nEvents)
+{
+    if (TimeForNextBytes() == milliseconds(0))
+        return false;
+    pollfd events[] = {{m_nSocket, nEvents, 0}, {m_stop.Descriptor(), POLLIN, 0}};
+    PollSockets(events, std::size(events), static_cast<int>(TimeForNextBytes().count()));
+    if (events[1].revents == 0)
+        return events[0].revents != 0;
+    m_end = std::min(m_end, std::chrono::steady_clock::now() + kMostAtStop);
+    return PollSocket(nEvents, std::min(TimeForNextBytes(), kPatienceAtStop));
+}
+
 /// Gets the next bytes of a request under way.
 bool LabConnection::Fill()
 {
     // A client that sent "Expect: 100-continue" waits for what is written so far.
     if (!Flush())
         return false;
-    const milliseconds patience = TimeForNextBytes();
-    const bool bReady = patience > milliseconds(0) &&
-                        (PollSocketOrStop(patience) ||
-                         (m_stop.WaitFor(milliseconds(0)) && PollSocket(POLLIN, kPatienceAtStop)));
+    const bool bReady = WaitForSocket(POLLIN);
     m_vecIn.resize(kReadSize);
     const std::ptrdiff_t nGot = bReady ? ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) : 0;
     m_vecIn.resize(static_cast<size_t>(std::max<std::ptrdiff_t>(nGot, 0)));
@@ -149,8 +162,7 @@ bool LabConnection::Flush()
         const std::ptrdiff_t nDone = SendBytes(m_nSocket, m_strOut.data() + nSent, m_strOut.size() - nSent);
         if (nDone > 0)
             nSent += static_cast<size_t>(nDone);
-        else if (!WouldBlock() ||
-                 !PollSocket(POLLOUT, m_stop.WaitFor(milliseconds(0)) ? kPatienceAtStop : TimeForNextBytes()))
+        else if (!WouldBlock() || !WaitForSocket(POLLOUT))
             break;
     }
     const bool bAll = nSent == m_strOut.size();

@@ -65,6 +65,7 @@ private:
     std::chrono::milliseconds TimeForNextBytes() const;
     bool PollSocket(short nEvents, std::chrono::milliseconds patience) const;
     bool PollSocketOrStop(std::chrono::milliseconds patience) const;
+    bool WaitForSocket(short nEvents);
     bool HasReceived() const { return m_nInRead < m_vecIn.size(); }
     ssize_t ReadHead(char* pBytes, size_t nSize);
     bool Fill();

@@ -42,7 +42,8 @@ public:
     /// @throws std::runtime_error when the address can't be had or the data file can't be opened
     int Start();
 
-    /// Ends serving after the requests under way are answered. May be called twice.
+    /// Ends serving after the requests under way are answered. May be called twice. A client that pauses in
+    /// sending one or in taking its reply loses its connection; so does one that needs 2 s more for either.
     void Stop();
 
     /// The port of the latest Start; 0 before it.
