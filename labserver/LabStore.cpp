@@ -4,11 +4,18 @@
 #include "labserver/LabTables.h"
 #include "platform/system/OwnersFile.h"
 
+#include <chrono>
+#include <thread>
+
 namespace
 {
 
 /// Kept in the file itself; goes up when a table changes.
 constexpr int kSchemaVersion = 1;
+
+/// How long other servers may be in the way.
+constexpr std::chrono::milliseconds kBusyPatience{5000};
+constexpr std::chrono::milliseconds kBusyPause{10};
 
 const char* ColumnType(LabType eType)
 {
@@ -58,6 +65,21 @@ int SchemaVersionOf(Sqlite& db)
     return query.Column(0, LabType::Integer).asInt();
 }
 
+/// Where two servers want this of a new file at the same moment, SQLite lets one fail instead of waiting.
+void TurnOnWal(Sqlite& db)
+{
+    for (const auto end = std::chrono::steady_clock::now() + kBusyPatience;;) {
+        try {
+            db.Execute("PRAGMA journal_mode = WAL");
+            return;
+        } catch (const SqliteError& error) {
+            if (!error.IsBusy() || std::chrono::steady_clock::now() > end)
+                throw;
+        }
+        std::this_thread::sleep_for(kBusyPause);
+    }
+}
+
 } // namespace
 
 LabStore::LabStore(const std::string& strFile) : m_db(strFile.empty() ? ":memory:" : strFile)
@@ -72,8 +94,8 @@ LabStore::LabStore(const std::string& strFile) : m_db(strFile.empty() ? ":memory
 
 void LabStore::Prepare()
 {
-    m_db.Execute("PRAGMA busy_timeout = 5000");
-    m_db.Execute("PRAGMA journal_mode = WAL");
+    m_db.Execute("PRAGMA busy_timeout = " + std::to_string(kBusyPatience.count()));
+    TurnOnWal(m_db);
     LabTransaction fresh(*this);
     const int nVersion = SchemaVersionOf(m_db);
     if (nVersion == kSchemaVersion)

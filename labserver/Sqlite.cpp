@@ -18,7 +18,10 @@ std::string FileName(const std::string& strFile)
 
 } // namespace
 
-SqliteError::SqliteError(sqlite3* pDb) : std::runtime_error(sqlite3_errmsg(pDb)) {}
+SqliteError::SqliteError(sqlite3* pDb)
+    : std::runtime_error(sqlite3_errmsg(pDb)), m_bBusy(sqlite3_errcode(pDb) == SQLITE_BUSY)
+{
+}
 
 Sqlite::Sqlite(const std::string& strFile)
 {

@@ -16,6 +16,12 @@ class SqliteError : public std::runtime_error
 {
 public:
     explicit SqliteError(sqlite3* pDb);
+
+    /// Whether another connection was in the way.
+    bool IsBusy() const { return m_bBusy; }
+
+private:
+    bool m_bBusy;
 };
 
 /// A connection to one SQLite database. For one thread at a time.

@@ -138,6 +138,19 @@ TEST(LabProgram, ItKeepsReportsInItsDataFile)
     }
 }
 
+TEST(LabProgram, TwoOfThemShareADataFileFromItsMakingOn)
+{
+    const TemporaryFolder folder;
+    std::array<Program, 2> aPrograms{Program({"--data", folder.File("lab.db")}),
+                                     Program({"--data", folder.File("lab.db")})};
+    std::array<LabClient, 2> aClients{LabClient(aPrograms[0].ReadPort()), LabClient(aPrograms[1].ReadPort())};
+    for (int nReport = 1; nReport <= 6; ++nReport) {
+        EXPECT_EQ(aClients.at(nReport % 2).Post("/open/test-cabinet/add/kostrel/cycle", "[1]").nStatus, 200);
+        EXPECT_EQ(aClients.at((nReport + 1) % 2).Get("/lab/reports/cycle-data").json["count"], nReport);
+    }
+    EXPECT_EQ(aClients[0].Get("/lab/channel-rules").json["count"], 3);
+}
+
 TEST(LabProgram, AnAcknowledgedReportOutlivesAKilledServer)
 {
     const TemporaryFolder folder;
