@@ -36,19 +36,17 @@ void EndSignals::Wait() const
 
 #else
 
-// Blocked on this thread and those made after, to be waited for instead.
+// Blocked on this thread and those made after, to be waited for instead. They stay blocked: one more that
+// came while the program ends would otherwise kill it just before it is done.
 EndSignals::EndSignals()
 {
     sigemptyset(&m_ends);
     sigaddset(&m_ends, SIGTERM);
     sigaddset(&m_ends, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &m_ends, &m_before);
+    pthread_sigmask(SIG_BLOCK, &m_ends, nullptr);
 }
 
-EndSignals::~EndSignals()
-{
-    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
-}
+EndSignals::~EndSignals() = default;
 
 void EndSignals::Wait() const
 {

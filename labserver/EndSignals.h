@@ -5,7 +5,8 @@
 #endif
 
 /// The ways in which a user ends a program that runs until then: SIGTERM and SIGINT; on Windows Ctrl+C and
-/// the closing of its console. To be made before the program's threads are; only one at a time.
+/// the closing of its console. To be made before the program's threads are; only one at a time. On Linux no
+/// further one of them ends the process from then on, not even when the object is gone.
 class EndSignals
 {
 public:
@@ -20,6 +21,5 @@ public:
 #if !defined(_WIN32)
 private:
     sigset_t m_ends{};
-    sigset_t m_before{};
 #endif
 };

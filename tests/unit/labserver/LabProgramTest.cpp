@@ -104,6 +104,17 @@ TEST(LabProgram, ItPrintsItsPortServesAndEndsOnASignalWithSuccess)
     }
 }
 
+TEST(LabProgram, AFurtherSignalIsNoneThatItDiesOf)
+{
+    for (const int nFurther : {SIGINT, SIGTERM}) {
+        Program program({});
+        ASSERT_GT(program.ReadPort(), 0);
+        program.Signal(SIGTERM);
+        program.Signal(nFurther);
+        EXPECT_EQ(program.Wait(), 0);
+    }
+}
+
 TEST(LabProgram, ABusyPortIsSaidInOneLineAndIsAFailure)
 {
     LabServer server;
