@@ -1,7 +1,8 @@
 #include "LabFixture.h"
+#include "ProcessUse.h"
 #include "Socket.h"
 
-#include <filesystem>
+#include <chrono>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -135,12 +136,6 @@ LabServerOptions ServerOf(int nMaxConnections)
     return options;
 }
 
-std::ptrdiff_t Threads()
-{
-    const std::filesystem::directory_iterator itTasks("/proc/self/task");
-    return std::distance(begin(itTasks), end(itTasks));
-}
-
 /// Reads a refused client's refusal.
 void ExpectNoRoom(Socket& socket)
 {
@@ -196,7 +191,7 @@ TEST(LabConnections, ThatAreRefusedCostNoThreadsAndHoldNobodyUp)
     LabServer server(ServerOf(1));
     LabClient served(server.Start());
     EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
-    const std::ptrdiff_t nThreads = Threads();
+    const size_t nThreads = Threads();
     std::vector<std::unique_ptr<Socket>> vecRefused;
     for (int nClient = 0; nClient < 300; ++nClient) {
         vecRefused.push_back(std::make_unique<Socket>(server.Port()));
@@ -207,6 +202,39 @@ TEST(LabConnections, ThatAreRefusedCostNoThreadsAndHoldNobodyUp)
     const auto start = std::chrono::steady_clock::now();
     server.Stop();
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+/// Whether the process comes to have so many descriptors: a server may learn late that a client is gone.
+bool ComeToDescriptors(size_t nDescriptors)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (OpenDescriptors() != nDescriptors && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return OpenDescriptors() == nDescriptors;
+}
+
+TEST(LabConnections, ThatAreRefusedLeaveNoDescriptorBehind)
+{
+    LabServer server(ServerOf(1));
+    const size_t nBefore = OpenDescriptors();
+    {
+        LabClient served(server.Start());
+        EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
+        const size_t nServing = OpenDescriptors();
+        for (int nTime = 1; nTime <= 2; ++nTime) {
+            std::vector<std::unique_ptr<Socket>> vecRefused;
+            for (int nClient = 0; nClient < 100; ++nClient) {
+                vecRefused.push_back(std::make_unique<Socket>(server.Port()));
+                ExpectNoRoom(*vecRefused.back());
+            }
+            vecRefused.clear();
+            EXPECT_TRUE(ComeToDescriptors(nServing)) << nTime;
+        }
+        Socket staying(server.Port());
+        ExpectNoRoom(staying);
+        server.Stop();
+    }
+    EXPECT_EQ(OpenDescriptors(), nBefore);
 }
 
 /// How many threads this process may have, as far as limits of its user and its container say.

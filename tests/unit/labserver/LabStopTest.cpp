@@ -60,6 +60,35 @@ TEST(LabStop, ARequestWhoseRestIsOnItsWayIsStoredAndAnswered)
     EXPECT_EQ(LabClient(server.Start()).Get("/lab/reports/cycle-data").json["count"], 1);
 }
 
+bool IsRefused(int nPort)
+{
+    try {
+        const Socket socket(nPort);
+        return false;
+    } catch (const std::runtime_error&) {
+        return true;
+    }
+}
+
+TEST(LabStop, WhoeverComesMeanwhileIsRefused)
+{
+    LabServer server;
+    const int nPort = server.Start();
+    Socket socket(nPort);
+    socket.Send(kReportHead);
+    socket.ReadUntil("\r\n\r\n");
+    bool bRefused = false;
+    g_fnBeforeLastWait = [&] { // the thread that listens may still be about to notice
+        for (const auto end = steady_clock::now() + kPromptly; steady_clock::now() < end && !bRefused;) {
+            bRefused = IsRefused(nPort);
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    };
+    g_bLastWaitIsWatched = true;
+    server.Stop();
+    EXPECT_TRUE(bRefused);
+}
+
 TEST(LabStop, ARequestThatComesByteByByteDoesNotHoldItUp)
 {
     LabServer server;

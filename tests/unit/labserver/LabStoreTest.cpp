@@ -95,6 +95,16 @@ TEST_F(LabDataFile, TheSeedIsPlantedOnce)
     EXPECT_EQ(m_pClient->Get("/lab/channel-rules").json["count"], nRules);
 }
 
+TEST_F(LabDataFile, ARowOfTheSeedThatTheOperatorReplacedStaysReplaced)
+{
+    Start();
+    EXPECT_EQ(m_pClient->Get("/vomd/system/whetherInCommon.action?dxtm=CELL-0002").json["common"], true);
+    m_pClient->Post("/lab/shared-barcodes", R"({"dxtm": "CELL-0002", "common": false})");
+    Stop();
+    Start();
+    EXPECT_EQ(m_pClient->Get("/vomd/system/whetherInCommon.action?dxtm=CELL-0002").json["common"], false);
+}
+
 TEST_F(LabDataFile, IdsAreNotGivenTwice)
 {
     Start();

@@ -57,7 +57,7 @@ TEST(LabTogether, AFaultStrikesAsOftenAsItSaysWhoeverAsks)
 
 TEST(LabTogether, ServersThatStartOnOneNewFilePlantItsSeedOnce)
 {
-    for (int nRound = 0; nRound < 10; ++nRound) {
+    for (int nRound = 0; nRound < 30; ++nRound) {
         const TemporaryFolder folder;
         const LabServerOptions options{"127.0.0.1", 0, folder.File("lab.db")};
         std::array<LabServer, 4> aServers{LabServer(options), LabServer(options), LabServer(options),
