@@ -1,5 +1,6 @@
 // The asynchronous road as a host walks it: a sender, a real socket, a server, a signal.
 
+#include "AnswerSpy.h"
 #include "ScriptedServer.h"
 
 #include "labserver/LabServer.h"
@@ -9,7 +10,6 @@
 #include <ktshttpagent/ResultVariants.h>
 
 #include <QCoreApplication>
-#include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
@@ -42,10 +42,10 @@ protected:
 
 TEST_F(AgentRoad, ASupportedVersionComesBackAsASignal)
 {
-    QSignalSpy spy(&m_response, &CUIAgentRsp::SigGetSupportVerRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigGetSupportVerRet);
     m_request.SendGetSupportVer(m_strHost, m_nPort, "1.1.0");
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
-    EXPECT_EQ(spy.front(), (QList<QVariant>{true, QStringLiteral("1.1.0")}));
+    ASSERT_TRUE(spy.Wait(1));
+    EXPECT_EQ(spy[0], (QList<QVariant>{true, QStringLiteral("1.1.0")}));
     ASSERT_EQ(m_server.Exchanges().size(), 1U);
     EXPECT_EQ(m_server.Exchanges().front().strTarget, "/vomd/system/GetSupportVer.action?t=1.1.0");
     EXPECT_EQ(m_server.Exchanges().front().strBody, "");
@@ -53,21 +53,21 @@ TEST_F(AgentRoad, ASupportedVersionComesBackAsASignal)
 
 TEST_F(AgentRoad, AnUnsupportedVersionIsAFailure)
 {
-    QSignalSpy spy(&m_response, &CUIAgentRsp::SigGetSupportVerRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigGetSupportVerRet);
     m_request.SendGetSupportVer(m_strHost, m_nPort, "no such version");
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
-    EXPECT_EQ(spy.front(), (QList<QVariant>{false, QString()}));
+    ASSERT_TRUE(spy.Wait(1));
+    EXPECT_EQ(spy[0], (QList<QVariant>{false, QString()}));
     EXPECT_EQ(m_server.Exchanges().front().strTarget,
               "/vomd/system/GetSupportVer.action?t=no%20such%20version");
 }
 
 TEST_F(AgentRoad, AServerThatIsNotThereIsAFailureSoon)
 {
-    QSignalSpy spy(&m_response, &CUIAgentRsp::SigGetSupportVerRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigGetSupportVerRet);
     const RefusingPort refusing;
     m_request.SendGetSupportVer(m_strHost, refusing.Port(), "1.1.0");
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
-    EXPECT_EQ(spy.front(), (QList<QVariant>{false, QString()}));
+    ASSERT_TRUE(spy.Wait(1));
+    EXPECT_EQ(spy[0], (QList<QVariant>{false, QString()}));
 }
 
 TEST_F(AgentRoad, ASignalIsEmittedOnTheDeliveringThreadAndQueuedOnTheReceivers)
@@ -91,10 +91,10 @@ TEST_F(AgentRoad, ARequestGoesToTheServerThatItsOwnCallNames)
 {
     LabServer other;
     const int nOtherPort = other.Start();
-    QSignalSpy spy(&m_response, &CUIAgentRsp::SigGetSupportVerRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigGetSupportVerRet);
     m_request.SendGetSupportVer(m_strHost, m_nPort, "1.1.0");
     m_request.SendGetSupportVer(m_strHost, nOtherPort, "1.1.0");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return spy.count() == 2; }, ENOUGH_MS));
+    ASSERT_TRUE(spy.Wait(2));
     EXPECT_EQ(m_server.Exchanges().size(), 1U);
     EXPECT_EQ(other.Exchanges().size(), 1U);
 }

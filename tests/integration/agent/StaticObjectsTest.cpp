@@ -1,13 +1,12 @@
 // What may be needed until the process is gone must not be destroyed before: each object that is destroyed at
 // the end of the process registers that with the C++ runtime, and here every registration is seen.
 
+#include "AnswerSpy.h"
 #include "LogFolder.h"
 #include "ScriptedServer.h"
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
-
-#include <QSignalSpy>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -103,12 +102,10 @@ protected:
     /// The request whose reply jsoncpp reads, and one whose exchange fails.
     void WaitForAnswers()
     {
-        QSignalSpy answers(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetUserInfoRet);
+        const AnswerSpy answers(&CUIAgentRsp::SigGetUserInfoRet);
         CUIAgentReq::Instance()->SendGetUserInfo("127.0.0.1", m_server.Port(), 1);
         CUIAgentReq::Instance()->SendGetUserInfo("127.0.0.1", m_refusing.Port(), 1);
-        while (answers.count() < 2 && answers.wait(ENOUGH_MS)) {
-        }
-        EXPECT_EQ(answers.count(), 2);
+        EXPECT_TRUE(answers.Wait(2));
     }
 
     static constexpr int ENOUGH_MS = 30'000;

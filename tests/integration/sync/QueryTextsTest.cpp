@@ -1,6 +1,7 @@
 // What the server reads of texts that a host hands in for a query: the lab server knows one barcode, and
 // whether it is found tells how the text arrived.
 
+#include "AnswerSpy.h"
 #include "SyncRoad.h"
 
 #include "labserver/LabServer.h"
@@ -51,9 +52,9 @@ protected:
     /// sender.
     void ExpectFound(const QString& strText, bool bFound)
     {
-        QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetWhetherInCommonRet);
+        const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
         m_request.SendGetWhetherInCommon(m_strHost, m_server.Port(), strText);
-        ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+        ASSERT_TRUE(spy.Wait(1));
         EXPECT_EQ(spy[0][0], true) << strText.toStdString();
         EXPECT_EQ(spy[0][1], bFound) << strText.toStdString();
 
@@ -129,9 +130,9 @@ TEST_F(QueryTexts, ABarcodeThatRewritesTheQueryDoesNotWhenItIsEscaped)
     const tagSRequestGetChannelCheckData req{1201, 107, "X&deviceId=OTHER&chl=9#", "KTS-0007", "8", "p"};
     const std::string strBefore = "/vomd/system/channelCheckData.action?chl=8&deviceId=KTS-0007&dxtm=";
     const auto SendByBoth = [&] {
-        QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetChannelCheckDataRet);
+        const AnswerSpy spy(&CUIAgentRsp::SigGetChannelCheckDataRet);
         m_request.SendGetChannelCheckData(m_strHost, m_server.Port(), req);
-        ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+        ASSERT_TRUE(spy.Wait(1));
         m_request.SendGetChannelCheckDataEx(m_strHost, m_server.Port(), ENOUGH_MS, req, m_bAllow,
                                             m_strReason);
     };
@@ -156,9 +157,9 @@ TEST_F(QueryTexts, BytesThatAreNoUtf8ArriveWhenTheyAreEscaped)
 {
     const tagSRequestGetChannelCheckData req{1201, 107, "\xff\xc3(#\xe7\x94", "KTS-0001", "3", "p"};
     m_request.SetQueryEscaping(true);
-    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetChannelCheckDataRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigGetChannelCheckDataRet);
     m_request.SendGetChannelCheckData(m_strHost, m_server.Port(), req);
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    ASSERT_TRUE(spy.Wait(1));
     m_request.SendGetChannelCheckDataEx(m_strHost, m_server.Port(), ENOUGH_MS, req, m_bAllow, m_strReason);
     ASSERT_EQ(m_server.Exchanges().size(), 2U);
     for (const LabExchange& seen : m_server.Exchanges()) {
@@ -173,9 +174,9 @@ TEST_F(QueryTexts, TheTextOfAChannelStatusReportIsEscapedToo)
     info.box = "1";
     info.chl = "2";
     m_request.SetQueryEscaping(true);
-    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigPostReportChlStatRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigPostReportChlStatRet);
     m_request.SendPostReportChlStatus(m_strHost, m_server.Port(), "a&b=1#é", info);
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    ASSERT_TRUE(spy.Wait(1));
     ASSERT_EQ(m_server.Exchanges().size(), 1U);
     EXPECT_EQ(m_server.Exchanges().front().strTarget,
               "/vomd/system/addstatuslog.action?t=a%26b%3D1%23%C3%A9");
@@ -204,28 +205,27 @@ TEST_F(QueryTexts, AHashCutsOffTheFieldsAfterItToo)
 
 TEST_F(QueryTexts, TheArgumentThatASignalRepeatsIsTheOneHandedIn)
 {
-    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetSupportVerRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigGetSupportVerRet);
     m_request.SendGetSupportVer(m_strHost, m_server.Port(), "1%2E1%2E0");
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    ASSERT_TRUE(spy.Wait(1));
     EXPECT_EQ(spy[0], (QList<QVariant>{true, "1%2E1%2E0"}));
     Add("supported-versions", {{"t", "2&x=#é"}, {"com", "2"}, {"ver", "2"}, {"supported", true}});
     m_request.SetQueryEscaping(true);
     m_request.SendGetSupportVer(m_strHost, m_server.Port(), "2&x=#é");
-    ASSERT_TRUE(spy.count() == 2 || spy.wait(ENOUGH_MS));
+    ASSERT_TRUE(spy.Wait(2));
     EXPECT_EQ(spy[1], (QList<QVariant>{true, "2&x=#é"}));
 }
 
 TEST_F(QueryTexts, AnEncodedCommaSplitsTheListOfBarcodesAllTheSame)
 {
-    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetProjectsRet);
-    for (const QString& strList : {QStringLiteral("CELL-0001,CELL-0002"), Encoded("CELL-0001,CELL-0002")}) {
-        m_request.SendGetProjects(m_strHost, m_server.Port(), {strList}, "1");
-        ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
-        spy.clear();
-    }
+    const AnswerSpy spy(&CUIAgentRsp::SigGetProjectsRet);
+    m_request.SendGetProjects(m_strHost, m_server.Port(), {"CELL-0001,CELL-0002"}, "1");
+    ASSERT_TRUE(spy.Wait(1));
+    m_request.SendGetProjects(m_strHost, m_server.Port(), {Encoded("CELL-0001,CELL-0002")}, "1");
+    ASSERT_TRUE(spy.Wait(2));
     m_request.SetQueryEscaping(true);
     m_request.SendGetProjects(m_strHost, m_server.Port(), {"CELL-0001", "CELL-0002"}, "1");
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    ASSERT_TRUE(spy.Wait(3));
     ASSERT_EQ(m_server.Exchanges().size(), 3U);
     EXPECT_EQ(m_server.Exchanges()[2].strTarget, m_server.Exchanges()[0].strTarget);
     EXPECT_EQ(m_server.Exchanges()[0].strReply, m_server.Exchanges()[1].strReply);

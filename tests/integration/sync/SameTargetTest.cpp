@@ -1,11 +1,10 @@
 // A text may travel both roads: through the asynchronous sender and through the blocking one. The server must
 // receive the same request target from both.
 
+#include "AnswerSpy.h"
 #include "SyncRoad.h"
 
 #include <ktshttpagent/CUIAgentRsp.h>
-
-#include <QSignalSpy>
 
 #include <string>
 #include <utility>
@@ -151,9 +150,9 @@ protected:
     std::pair<std::string, std::string> Targets(const QString& strText)
     {
         const ScriptedServer server(ServerStep{HttpReply(200, R"({"success":true,"common":true})")});
-        QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetWhetherInCommonRet);
+        const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
         m_request.SendGetWhetherInCommon(m_strHost, server.Port(), strText);
-        EXPECT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+        EXPECT_TRUE(spy.Wait(1));
         EXPECT_TRUE(
             m_request.SendGetWhetherInCommonEx(m_strHost, server.Port(), ENOUGH_MS, strText, m_bCommon));
         const std::vector<WireRequest> vecRequests = server.Requests();

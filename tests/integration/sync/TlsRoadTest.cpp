@@ -1,6 +1,7 @@
 // Servers that are named by address and port, asked with TLS through both interfaces: a real one, nginx,
 // whose certificates are made here.
 
+#include "AnswerSpy.h"
 #include "LogFolder.h"
 #include "Nginx.h"
 
@@ -10,7 +11,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QSignalSpy>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 
@@ -120,9 +120,9 @@ class TlsRoadToAGoodServer : public TlsRoadTo
 TEST_P(TlsRoadToAGoodServer, IsTakenByBothInterfaces)
 {
     CUIAgentReq& request = *CUIAgentReq::Instance();
-    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetWhetherInCommonRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
     request.SendGetWhetherInCommon(m_strHost, Port(), "X");
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    ASSERT_TRUE(spy.Wait(1));
     EXPECT_EQ(spy[0][0], true);
     EXPECT_EQ(spy[0][1], true);
 
@@ -151,9 +151,9 @@ class TlsRoadToABadServer : public TlsRoadTo
 TEST_P(TlsRoadToABadServer, FailsOnBothInterfacesAndNothingIsSentInClear)
 {
     CUIAgentReq& request = *CUIAgentReq::Instance();
-    QSignalSpy spy(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetWhetherInCommonRet);
+    const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
     request.SendGetWhetherInCommon(m_strHost, Port(), "SECRET");
-    ASSERT_TRUE(spy.count() == 1 || spy.wait(ENOUGH_MS));
+    ASSERT_TRUE(spy.Wait(1));
     EXPECT_EQ(spy[0][0], false);
 
     bool bCommon = false;
