@@ -5,6 +5,8 @@
 
 #include <QCoreApplication>
 
+#include <thread>
+
 namespace
 {
 
@@ -27,6 +29,25 @@ TEST_F(SyncRefused, WithoutAnApplicationACallSaysSo)
     EXPECT_FALSE(Check(server));
     ExpectRefused(m_request.LastOutcome(), "there is no QCoreApplication");
     EXPECT_TRUE(server.Requests().empty());
+}
+
+TEST_F(SyncRefused, OnTwoThreadsAtOnceEachCallSaysSo)
+{
+    constexpr int CALLS = 200;
+    int argc = 0;
+    const QCoreApplication application(argc, nullptr);
+    const auto Call = [&] {
+        for (int nCall = 0; nCall < CALLS; ++nCall) {
+            bool bAllow = true;
+            QString strReason;
+            EXPECT_FALSE(m_request.SendGetChannelCheckDataEx(m_strHost, 1, ENOUGH_MS, {}, bAllow, strReason));
+            ExpectRefused(m_request.LastOutcome(), "this is not the thread of CUIAgentReq");
+        }
+    };
+    std::thread one(Call);
+    std::thread other(Call);
+    one.join();
+    other.join();
 }
 
 SBlockingOutcome g_outcomeAtEnd;

@@ -68,6 +68,18 @@ protected:
         CUIAgentReq::Instance()->SendPostReportChlStatus("h", 80, "1", info);
     }
 
+    /// Waits for what another thread does. What is asked for must be read without order, so that the thread
+    /// sanitizer sees whether the two threads rely on an order that nothing gives them.
+    template <class Predicate>
+    static bool WaitUnordered(Predicate fnIsSo)
+    {
+        const auto tpEnd = std::chrono::steady_clock::now() + STUCK;
+        while (!fnIsSo() && std::chrono::steady_clock::now() < tpEnd) {
+            std::this_thread::yield();
+        }
+        return fnIsSo();
+    }
+
     std::thread m_delivering;
 };
 
@@ -120,6 +132,43 @@ TEST_F(AgentDelivery, ASenderReturnsWhileAReceiverIsAtWork)
     sent.set_value();
     m_delivering.join();
     EXPECT_TRUE(bSentMeanwhile) << "the sender waited for the receiver";
+}
+
+TEST_F(AgentDelivery, MayBeUnderWayOnTwoThreadsAtOnce)
+{
+    const AgentResponseProbe response;
+    std::atomic<int> nAtWork = 0;
+    const auto MeetsTheOther = [&] {
+        nAtWork.fetch_add(1, std::memory_order_relaxed);
+        return WaitUnordered([&] { return nAtWork.load(std::memory_order_relaxed) == 2; });
+    };
+    bool bMet = false;
+    QObject::connect(&response, &CUIAgentRsp::SigGetSupportVerRet, MeetsTheOther);
+    QObject::connect(&response, &CUIAgentRsp::SigPostReportChlStatRet, [&](bool) { bMet = MeetsTheOther(); });
+    Ask();
+    AnswerOnTheDeliveringThread();
+    ReportBadBox();
+    EXPECT_TRUE(bMet) << "one delivery waited for the end of the other";
+}
+
+TEST_F(AgentDelivery, DoesNotHoldUpTheEndOfAnotherInstance)
+{
+    auto pOther = std::make_unique<AgentResponseProbe>();
+    const AgentResponseProbe response;
+    std::atomic<bool> bBegun = false;
+    std::atomic<bool> bGone = false;
+    std::atomic<bool> bGoneMeanwhile = false;
+    QObject::connect(&response, &CUIAgentRsp::SigGetSupportVerRet, [&] {
+        bBegun.store(true, std::memory_order_relaxed);
+        bGoneMeanwhile = WaitUnordered([&] { return bGone.load(std::memory_order_relaxed); });
+    });
+    Ask();
+    AnswerOnTheDeliveringThread();
+    EXPECT_TRUE(WaitUnordered([&] { return bBegun.load(std::memory_order_relaxed); }));
+    pOther.reset();
+    bGone.store(true, std::memory_order_relaxed);
+    m_delivering.join();
+    EXPECT_TRUE(bGoneMeanwhile);
 }
 
 TEST_F(AgentDelivery, GoesOnWhileAReceiverRunsAnEventLoop)
