@@ -1,0 +1,74 @@
+// One thread tells another of a number by an event of Qt's:
+//   racing_host HOW WHEN
+// HOW is "signal", "call", or "record" for a signal with a record in a variant. Written "before" the event is
+// posted, the number is there for who handles it; "after", that is a race.
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QObject>
+#include <QVariant>
+
+#include <cstdio>
+#include <string>
+#include <thread>
+
+struct SRecord {
+    std::string strText;
+};
+Q_DECLARE_METATYPE(SRecord)
+
+namespace
+{
+
+class CSender : public QObject
+{
+    Q_OBJECT
+
+Q_SIGNALS:
+    void SigTold();
+    void SigRecord(const QVariant& varRecord);
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const std::string strHow = argc < 3 ? "" : argv[1];
+    const std::string strWhen = argc < 3 ? "" : argv[2];
+    int nNumber = 0;
+    int nRead = 0;
+    std::size_t nLength = 0;
+    QEventLoop loop;
+    const auto Handle = [&] {
+        nRead = nNumber;
+        loop.quit();
+    };
+    CSender sender;
+    QObject::connect(&sender, &CSender::SigTold, &loop, Handle);
+    QObject::connect(&sender, &CSender::SigRecord, &loop, [&](const QVariant& varRecord) {
+        nLength = varRecord.value<SRecord>().strText.size();
+        Handle();
+    });
+    std::thread other([&] {
+        if (strWhen == "before") {
+            nNumber = 1;
+        }
+        if (strHow == "signal") {
+            Q_EMIT sender.SigTold();
+        } else if (strHow == "record") {
+            Q_EMIT sender.SigRecord(QVariant::fromValue(SRecord{std::string(100, 'x')}));
+        } else {
+            QMetaObject::invokeMethod(&loop, Handle, Qt::QueuedConnection);
+        }
+        if (strWhen == "after") {
+            nNumber = 1;
+        }
+    });
+    loop.exec();
+    other.join();
+    std::printf("read %d and %zu characters\n", nRead, nLength);
+    return 0;
+}
+
+#include "RacingHost.moc"
