@@ -1,0 +1,112 @@
+#!/usr/bin/python3
+"""
+Puts faults into the production code, one at a time, and tells which ones the tests notice.
+
+All faults are compiled into one copy of the sources, each behind a switch, so a fault costs no build. Every test runs
+once to learn which places it comes to; a fault is tried on the tests that come to it, the nearest first, until one
+fails. What the plain build does not notice is tried on the builds with sanitizers, if they are asked for.
+"""
+
+import argparse
+import datetime
+import random
+import re
+import sys
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+from suite import Suite
+from tree import ROOMS, Tree, room_of
+
+AIM = 90 # per cent
+
+
+def judged_same(root):
+    """The faults that docs/testing.md calls no change, by their names."""
+    page = root / "docs/testing.md"
+    text = page.read_text() if page.exists() else ""
+    rows = re.findall(r"^\| `` (.+?) `` \| same \|", text, re.M)
+    return {row.replace("\\|", "|") for row in rows}
+
+
+def sample(tree, rooms, count, seed, same):
+    """@return for each room the faults to try"""
+    chosen = {}
+    for room in rooms:
+        points = sorted((p for p in tree.usable() if room_of(p.path) == room and p.name() not in same),
+                        key=lambda p: (p.path, p.edit.start, p.number))
+        chosen[room] = random.Random(f"{seed} {room}").sample(points, min(count, len(points)))
+    return chosen
+
+
+def attempt(suites, point, budget):
+    """@return which test notices the fault, and if none does, a word about that"""
+    words = []
+    for suite in suites:
+        name, reaching, ran = suite.notice(point.number, budget)
+        if name:
+            return f"{suite.preset}: {name}", ""
+        words.append(f"{suite.preset}: {ran} of {reaching} tests")
+    return None, ", ".join(words)
+
+
+def arguments():
+    parser = argparse.ArgumentParser(prog="./dev mutants", description="Tells which faults the tests notice.")
+    parser.add_argument("rooms", nargs="*", metavar="ROOM", help=f"all, or some of: {', '.join(ROOMS)}")
+    parser.add_argument("--seed", default=datetime.date.today().strftime("%Y%m%d"), help="chooses the faults; today's date")
+    parser.add_argument("--count", type=int, default=40, help="so many faults a room; 40")
+    parser.add_argument("--budget", type=float, default=120, help="seconds for each fault and build; 120")
+    parser.add_argument("--suites", default="dev,asan,tsan", help="the builds that try, in this order; dev,asan,tsan")
+    parser.add_argument("--jobs", type=int, default=3, help="so many tests at once; 3")
+    parser.add_argument("--only", help="those faults alone whose name has this text")
+    given = parser.parse_args()
+    unknown = [room for room in given.rooms if room not in ROOMS]
+    if unknown:
+        parser.error(f"no such room: {', '.join(unknown)}; there are {', '.join(ROOMS)}")
+    return given
+
+
+def main():
+    given = arguments()
+    tree = Tree(Path(__file__).resolve().parents[2])
+    tree.find()
+    presets = given.suites.split(",")
+    for preset in presets:
+        tree.build(preset)
+    suites = [Suite(tree, preset, given.jobs) for preset in presets]
+    suites[0].learn()
+    for suite in suites[1:]:
+        suite.learn_from(suites[0])
+    if suites[0].failing:
+        print(f"mutants: fail without a fault too, and are not asked: {', '.join(suites[0].failing)}")
+    same = judged_same(tree.root)
+    chosen = sample(tree, given.rooms or ROOMS, given.count, given.seed, same)
+    if given.only:
+        chosen = {room: [p for p in tree.usable() if room_of(p.path) == room and given.only in p.name()]
+                  for room in chosen}
+    print(f"mutants: seed {given.seed}, {sum(map(len, chosen.values()))} of {len(tree.usable())} faults, "
+          f"without {len(same)} that are judged to change nothing", flush=True)
+    sys.exit(report(chosen, suites, given))
+
+
+def report(chosen, suites, given):
+    """Prints the score of each room and the faults that no test noticed. @return the exit status"""
+    below = []
+    print(f"{'room':24} {'faults':>6} {'noticed':>7} {'score':>6}")
+    with ThreadPoolExecutor(given.jobs) as pool:
+        for room, points in chosen.items():
+            results = list(pool.map(lambda p: (p, *attempt(suites, p, given.budget)), points))
+            lost = [(p, word) for p, name, word in results if not name]
+            score = 100 * (len(points) - len(lost)) / len(points) if points else 100
+            print(f"{room:24} {len(points):6} {len(points) - len(lost):7} {score:5.1f}%", flush=True)
+            for point, word in lost:
+                print(f"  not noticed: line {point.line}: {point.name()} ({word})", flush=True)
+            if score < AIM:
+                below.append(room)
+    if below:
+        print(f"mutants: below {AIM} %: {', '.join(below)}")
+    return 1 if below else 0
+
+
+if __name__ == "__main__":
+    main()

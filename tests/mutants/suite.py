@@ -1,0 +1,144 @@
+"""The tests of one build of the copy: which places each comes to, and whether it notices a fault."""
+
+import json
+import mmap
+import os
+import signal
+import subprocess
+import tempfile
+import threading
+import time
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+HUNG = "hung"
+
+
+class Test:
+    def __init__(self, entry):
+        self.name = entry["name"]
+        self.command = entry["command"]
+        properties = {p["name"]: p["value"] for p in entry.get("properties", [])}
+        self.folder = properties.get("WORKING_DIRECTORY")
+        self.environment = dict(v.split("=", 1) for v in properties.get("ENVIRONMENT", []))
+        self.resources = properties.get("RESOURCE_LOCK", [])
+        self.seconds = 0.0
+        self.reached = frozenset()
+
+
+class Suite:
+    def __init__(self, tree, preset, jobs):
+        self.tree = tree
+        self.preset = preset
+        self.jobs = jobs
+        self.build = tree.copy / "build" / preset
+        self.home = tempfile.TemporaryDirectory()
+        self.resources = {}
+        listed = subprocess.run(["ctest", "--show-only=json-v1"], cwd=self.build, check=True, capture_output=True)
+        self.tests = [Test(entry) for entry in json.loads(listed.stdout)["tests"] if "command" in entry]
+        for test in self.tests:
+            for resource in test.resources:
+                self.resources.setdefault(resource, threading.Lock())
+        presets = json.loads((tree.root / "CMakePresets.json").read_text())["testPresets"]
+        self.environment = next((p.get("environment", {}) for p in presets if p["name"] == preset), {})
+
+    # -- one run
+
+    def run(self, test, patience, **environment):
+        """@return whether the test passed, and the seconds that it took; no longer than its patience"""
+        values = {k: v for k, v in os.environ.items() if not k.startswith(("CLOG_", "XDG_"))}
+        values.update(self.environment, **test.environment, **environment, HOME=self.home.name)
+        locks = [self.resources[r] for r in sorted(test.resources)]
+        for lock in locks:
+            lock.acquire()
+        begin = time.monotonic()
+        try:
+            process = subprocess.Popen(test.command, cwd=test.folder, env=values, start_new_session=True,
+                                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            try:
+                passed = process.wait(patience) == 0
+            except subprocess.TimeoutExpired:
+                passed = False
+            kill_group(process)
+        finally:
+            for lock in locks:
+                lock.release()
+        return passed, time.monotonic() - begin
+
+    # -- what each test comes to
+
+    def learn(self):
+        """Runs every test once without a fault and keeps what it came to, until something is built anew."""
+        store = self.tree.work / f"reached-{self.preset}.json"
+        stamp = self.stamp()
+        known = json.loads(store.read_text()) if store.exists() else {}
+        if known.get("stamp") != stamp:
+            print(f"mutants: runs the {len(self.tests)} tests once, to learn what each comes to", flush=True)
+            size = max(self.tree.points) + 1
+            with ThreadPoolExecutor(self.jobs) as pool:
+                tests = list(pool.map(lambda test: self.learn_one(test, size), self.tests))
+            known = {"stamp": stamp, "tests": {name: rest for name, *rest in tests}}
+            store.write_text(json.dumps(known))
+        self.failing = []
+        for test in self.tests:
+            passed, test.seconds, reached = known["tests"][test.name]
+            if passed:
+                test.reached = frozenset(reached)
+            else:
+                self.failing.append(test.name)
+
+    def learn_from(self, other):
+        """Takes over what another build's tests come to; here they take longer."""
+        known = {test.name: test for test in other.tests}
+        self.failing = []
+        for test in self.tests:
+            if test.name in known:
+                test.reached = known[test.name].reached
+                test.seconds = 5 * known[test.name].seconds
+
+    def learn_one(self, test, size):
+        with tempfile.NamedTemporaryFile(dir=self.home.name) as file:
+            file.truncate(size)
+            passed, seconds = self.run(test, 300, KTS_MUTANTS_REACHED=file.name)
+            with mmap.mmap(file.fileno(), size) as reached:
+                numbers = [n for n in self.tree.points if reached[n]]
+        return test.name, passed, seconds, numbers
+
+    def stamp(self):
+        built = [p for folder in ("bin", "lib") for p in (self.build / folder).rglob("*") if p.is_file()]
+        return [len(self.tree.points), len(built), max(p.stat().st_mtime for p in built)]
+
+    # -- whether a fault is noticed
+
+    def nearest(self, number):
+        """The tests that come to the place, first those that come to little else and are quick."""
+        reaching = [test for test in self.tests if number in test.reached]
+        return sorted(reaching, key=lambda test: len(test.reached) * (0.1 + test.seconds))
+
+    def notice(self, number, budget):
+        """
+        @return the test that fails with the fault and passes without it, or none; how many tests reach the place; and
+                how many of them ran within the budget of seconds
+        """
+        tests = self.nearest(number)
+        end = time.monotonic() + budget
+        for done, test in enumerate(tests):
+            if time.monotonic() > end:
+                return None, len(tests), done
+            passed, _ = self.run(test, self.patience(test), KTS_MUTANT=str(number))
+            if not passed and self.run(test, 4 * self.patience(test))[0]:
+                return test.name, len(tests), done + 1
+        return None, len(tests), len(tests)
+
+    @staticmethod
+    def patience(test):
+        return 10 + 5 * test.seconds
+
+
+def kill_group(process):
+    """Ends what the test left behind, too."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
