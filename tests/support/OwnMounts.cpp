@@ -53,3 +53,14 @@ std::string PutInPlaceOf(const std::filesystem::path& place, const std::filesyst
 {
     return ::mount(folder.c_str(), place.c_str(), nullptr, MS_BIND, nullptr) == 0 ? "" : Why(place.c_str());
 }
+
+std::string PutDiskInPlaceOf(const std::filesystem::path& place, std::size_t nBytes)
+{
+    const std::string strSize = "size=" + std::to_string(nBytes);
+    return ::mount("tmpfs", place.c_str(), "tmpfs", 0, strSize.c_str()) == 0 ? "" : Why(place.c_str());
+}
+
+std::string TakeFromPlaceOf(const std::filesystem::path& place)
+{
+    return ::umount(place.c_str()) == 0 ? "" : Why(place.c_str());
+}

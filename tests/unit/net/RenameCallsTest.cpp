@@ -1,16 +1,8 @@
 // What a download does where the file system, or the kernel, can't rename its file. The calls are this
 // program's own, which fail as the test says.
 
-#include "net/NAMDownload.h"
-
+#include "DownloadFixture.h"
 #include "ScriptedServer.h"
-
-#include <QDir>
-#include <QFile>
-#include <QPointer>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -65,34 +57,15 @@ extern "C" int rename(const char* szFrom, const char* szTo) noexcept
 namespace
 {
 
-constexpr int ENOUGH_MS = 30'000;
-
-class RenamingDownload : public ::testing::Test
+class RenamingDownload : public Download
 {
 protected:
     /// The network does its part, whatever becomes of the name.
-    void Run()
+    void ExpectBrought()
     {
         const ScriptedServer server(ServerStep{HttpReply(200, "content")});
-        auto* const pDownload = new NAMDownload(nullptr);
-        const QPointer<NAMDownload> pWatched(pDownload);
-        const QSignalSpy finished(pDownload, &NAMDownload::signal_NReply_finished);
-        ASSERT_TRUE(
-            pDownload->Start(QString::fromStdString(server.Url("/file")), m_folder.filePath("file.bin")));
-        ASSERT_TRUE(QTest::qWaitFor([&] { return pWatched.isNull(); }, ENOUGH_MS));
-        ASSERT_EQ(finished.count(), 1);
-        EXPECT_TRUE(finished.front().front().toBool());
+        EXPECT_TRUE(Run(QString::fromStdString(server.Url("/file"))));
     }
-
-    QStringList Files() const { return QDir(m_folder.path()).entryList(QDir::Files); }
-
-    QByteArray Content() const
-    {
-        QFile file(m_folder.filePath("file.bin"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-    }
-
-    const QTemporaryDir m_folder;
 };
 
 TEST_F(RenamingDownload, IsNotCopiedWhereItCannotBeRenamed)
@@ -100,9 +73,9 @@ TEST_F(RenamingDownload, IsNotCopiedWhereItCannotBeRenamed)
     for (const int nError : {EXDEV, EACCES, EIO}) {
         g_nRenameError = nError;
         g_nLinkError = nError;
-        Run();
+        ExpectBrought();
         EXPECT_TRUE(Files().isEmpty()) << "after " << nError;
-        QFile::remove(m_folder.filePath("file.bin"));
+        QFile::remove(Target());
     }
 }
 
@@ -110,10 +83,10 @@ TEST_F(RenamingDownload, IsLinkedWhereTheFileSystemCannotRenameSo)
 {
     for (const int nError : {EINVAL, ENOSYS}) {
         g_nRenameError = nError;
-        Run();
+        ExpectBrought();
         EXPECT_EQ(Files(), QStringList{"file.bin"}) << "after " << nError;
         EXPECT_EQ(Content(), "content");
-        QFile::remove(m_folder.filePath("file.bin"));
+        QFile::remove(Target());
     }
 }
 
@@ -122,10 +95,10 @@ TEST_F(RenamingDownload, ClaimsItsNameWhereThereAreNoLinksEither)
     g_nRenameError = EINVAL;
     for (const int nError : {EPERM, ENOSYS, EOPNOTSUPP}) {
         g_nLinkError = nError;
-        Run();
+        ExpectBrought();
         EXPECT_EQ(Files(), QStringList{"file.bin"}) << "after " << nError;
         EXPECT_EQ(Content(), "content");
-        QFile::remove(m_folder.filePath("file.bin"));
+        QFile::remove(Target());
     }
 }
 
@@ -135,10 +108,10 @@ TEST_F(RenamingDownload, LeavesATargetThatAppearsInTheLastMoment)
     g_bTargetAppears = true;
     for (const int nError : {0, EPERM}) {
         g_nLinkError = nError;
-        Run();
+        ExpectBrought();
         EXPECT_EQ(Files(), QStringList{"file.bin"});
         EXPECT_EQ(Content(), "") << "after " << nError;
-        QFile::remove(m_folder.filePath("file.bin"));
+        QFile::remove(Target());
     }
 }
 
@@ -147,7 +120,7 @@ TEST_F(RenamingDownload, LeavesNoClaimWhereItCannotBeRenamedAtAll)
     g_nRenameError = EINVAL;
     g_nLinkError = EPERM;
     g_nReplacingError = EIO;
-    Run();
+    ExpectBrought();
     EXPECT_TRUE(Files().isEmpty());
 }
 
