@@ -1,0 +1,205 @@
+// The network used again: by one QCoreApplication after the other, with requests under way whenever one goes,
+// and by very many managers. A program of its own, since it makes its applications itself.
+
+#include "net/NAManager.h"
+#include "net/NetworkUse.h"
+
+#include "DownloadFixture.h"
+#include "ProcessUse.h"
+#include "ScriptedServer.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QJsonObject>
+#include <QThread>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+constexpr int ROUNDS = 4;
+constexpr int MANAGERS = 100'000;
+
+/// A manager with a request sent to that server.
+QPointer<NAManager> Send(const ScriptedServer& server, int nMethod)
+{
+    auto* const pManager = new NAManager(nullptr);
+    pManager->SendRequest(QString::fromStdString(server.Url("/x")), "{}", nMethod);
+    return pManager;
+}
+
+class NetworkAgain : public Download
+{
+protected:
+    /// Runs something in a QCoreApplication of its own.
+    static void InAnApplication(const std::function<void()>& fnRun)
+    {
+        int argc = 0;
+        const QCoreApplication application(argc, nullptr);
+        fnRun();
+    }
+
+    /// One request of each kind is answered, on this thread.
+    void ExpectAnswers()
+    {
+        for (const int nMethod : {NAManager::METHOD_POST, NAManager::METHOD_GET}) {
+            const QPointer<NAManager> pManager = Send(m_answering, nMethod);
+            const QSignalSpy answers(pManager.data(), &NAManager::signal_reply_finished);
+            EXPECT_TRUE(QTest::qWaitFor([&] { return pManager.isNull(); }, ENOUGH_MS));
+            ASSERT_EQ(answers.count(), 1);
+            EXPECT_TRUE(answers.front().front().toBool());
+        }
+        EXPECT_TRUE(Run(QString::fromStdString(m_answering.Url("/file"))));
+        EXPECT_EQ(Content(), "{}");
+        QFile::remove(Target());
+    }
+
+    /// One request of each kind, of which none is answered.
+    std::vector<QPointer<QNetworkAccessManager>> Begin() const
+    {
+        auto* const pDownload = new NAMDownload(nullptr);
+        EXPECT_TRUE(pDownload->Start(QString::fromStdString(m_silent.Url("/file")), Target()));
+        return {Send(m_silent, NAManager::METHOD_POST).data(), Send(m_silent, NAManager::METHOD_GET).data(),
+                pDownload};
+    }
+
+    static void ExpectGone(const std::vector<QPointer<QNetworkAccessManager>>& vecManagers)
+    {
+        for (const auto& pManager : vecManagers) {
+            EXPECT_TRUE(pManager.isNull());
+        }
+    }
+
+    const ScriptedServer m_answering{ServerStep{HttpReply(200, "{}")}};
+    const ScriptedServer m_silent{Silent()};
+};
+
+TEST_F(NetworkAgain, WorksInOneApplicationAfterTheOther)
+{
+    for (std::size_t nRound = 1; nRound <= ROUNDS; ++nRound) {
+        std::vector<QPointer<QNetworkAccessManager>> vecManagers;
+        InAnApplication([&] {
+            PrepareNetwork();
+            EXPECT_FALSE(CBlockingCall().IsRefused());
+            ExpectAnswers();
+            vecManagers = Begin();
+            EXPECT_TRUE(QTest::qWaitFor([&] { return m_silent.Requests().size() == 3 * nRound; }, ENOUGH_MS));
+        });
+        ExpectGone(vecManagers);
+        EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
+        EXPECT_TRUE(m_silent.WaitForClosed(3 * nRound));
+    }
+}
+
+TEST_F(NetworkAgain, GoesWithItsApplicationBeforeARequestHasLeft)
+{
+    for (int nRound = 0; nRound < ROUNDS; ++nRound) {
+        std::vector<QPointer<QNetworkAccessManager>> vecManagers;
+        InAnApplication([&] { vecManagers = Begin(); });
+        ExpectGone(vecManagers);
+        EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
+    }
+    InAnApplication([&] { ExpectAnswers(); });
+}
+
+// The thread outlives the applications, and is using the network whenever one of them goes.
+TEST_F(NetworkAgain, OnAnotherThreadGoesWithEachApplication)
+{
+    QThread worker;
+    QObject anchor;
+    anchor.moveToThread(&worker);
+    std::vector<QPointer<QNetworkAccessManager>> vecManagers;
+    for (std::size_t nRound = 1; nRound <= ROUNDS; ++nRound) {
+        InAnApplication([&] {
+            worker.start(); // once, and again without effect
+            QMetaObject::invokeMethod(
+                &anchor,
+                [&] {
+                    ExpectAnswers();
+                    vecManagers = Begin();
+                },
+                Qt::BlockingQueuedConnection);
+            EXPECT_TRUE(m_silent.WaitForRequests(3 * nRound));
+        });
+        ExpectGone(vecManagers);
+        EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
+    }
+    worker.quit();
+    worker.wait();
+}
+
+// A blocking call ends with its application, and is not refused in the next one.
+TEST_F(NetworkAgain, ABlockingCallOnAnotherThreadEndsWithEachApplication)
+{
+    for (int nRound = 0; nRound < ROUNDS; ++nRound) {
+        std::thread worker;
+        InAnApplication([&] {
+            std::atomic<bool> bRuns = false;
+            bool bRefused = true;
+            worker = std::thread([&bRuns, &bRefused, this] {
+                const CBlockingCall call;
+                bRefused = call.IsRefused();
+                QEventLoop loop;
+                const QPointer<NAManager> pManager = Send(m_silent, NAManager::METHOD_GET);
+                QTimer::singleShot(0, &loop, [&bRuns] { bRuns = true; });
+                CBlockingCall::Run(loop);
+                EXPECT_TRUE(pManager.isNull());
+            });
+            EXPECT_TRUE(QTest::qWaitFor([&] { return bRuns.load(); }, ENOUGH_MS));
+            EXPECT_FALSE(bRefused);
+        });
+        worker.join();
+    }
+}
+
+TEST_F(NetworkAgain, IsDoneWhereNobodyWatches)
+{
+    InAnApplication([&] {
+        const QPointer<NAManager> pPost = Send(m_answering, NAManager::METHOD_POST);
+        const QPointer<NAMDownload> pDownload = new NAMDownload(nullptr);
+        EXPECT_TRUE(pDownload->Start(QString::fromStdString(m_answering.Url("/file")), Target()));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return pPost.isNull() && pDownload.isNull(); }, ENOUGH_MS));
+        EXPECT_EQ(Content(), "{}");
+        EXPECT_EQ(m_answering.Requests().size(), 2U);
+        const QPointer<NAManager> pRefused = new NAManager(nullptr);
+        pRefused->SendRequest("http://127.0.0.1:0/", "{}", NAManager::METHOD_POST);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return pRefused.isNull(); }, ENOUGH_MS));
+    });
+}
+
+// Were one of them still counted, the end of the process would wait for its thread in vain.
+TEST_F(NetworkAgain, AHundredThousandManagersLeaveNothing)
+{
+    InAnApplication([&] {
+        const auto fnMake = [](int nManagers) {
+            for (int nManager = 0; nManager < nManagers; ++nManager) {
+                NAManager manager(nullptr);
+                WatchInFlight(manager);
+                WatchInFlight(manager); // as with a second request
+                const CBlockingCall call;
+                EXPECT_FALSE(call.IsRefused());
+            }
+        };
+        ExpectAnswers();
+        fnMake(1'000);
+        const std::size_t nDescriptors = OpenDescriptors();
+        const std::size_t nBytes = HeapBytes();
+        fnMake(MANAGERS);
+        EXPECT_EQ(OpenDescriptors(), nDescriptors);
+        EXPECT_LT(HeapBytes(), nBytes + std::size_t{MANAGERS}) << "a byte of each";
+        const auto tpBegin = std::chrono::steady_clock::now();
+        std::thread(&EndNetworkUse).join();
+        EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(4));
+    });
+}
+
+} // namespace
