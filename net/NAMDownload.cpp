@@ -68,6 +68,10 @@ NAMDownload::~NAMDownload()
 // Opened so, the temporary file is a new one, and no link is followed to another.
 bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
 {
+    const CBlockingCall call; // an end that begins meanwhile waits until this is under way
+    if (call.IsRefused()) {
+        return false;
+    }
     const QUrl url(strUrl, QUrl::TolerantMode);
     const QString strUnique = QString::number(QRandomGenerator::global()->generate(), 16);
     auto pFile = std::make_unique<QFile>(strTarget + '.' + strUnique + ".part");

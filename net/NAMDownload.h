@@ -32,9 +32,9 @@ public:
 
     /// Begins the download. Redirects are followed where they lead to nothing less safe, by http and https
     /// only.
-    /// @return false when a download was begun before, when the URL is not one of http or https, or when no
-    ///         file can be made beside the target; then nothing is sent, no signal comes, and the object
-    ///         stays the caller's
+    /// @return false when a download was begun before, when the URL is not one of http or https, when no
+    ///         file can be made beside the target, or when the process or its QCoreApplication is ending;
+    ///         then nothing is sent, no signal comes, and the object stays the caller's
     bool Start(const QString& strUrl, const QString& strTarget);
 
 Q_SIGNALS:

@@ -17,7 +17,7 @@ class QNetworkAccessManager;
 /// first. Call it on the manager's thread, with each request.
 void WatchInFlight(QNetworkAccessManager& manager);
 
-/// A blocking call of this thread, from before its request is made.
+/// A blocking call of this thread, or one that begins a request, from before the request is made.
 class CBlockingCall
 {
 public:

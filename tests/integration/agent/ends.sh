@@ -21,12 +21,12 @@ export -f one_end
 
 kinds=("$@")
 [ ${#kinds[@]} -gt 0 ] || mapfile -t kinds < <("$host" kinds)
-printf '%-52s %7s %9s  %s\n' kind ends unclean 'statuses'
+printf '%-60s %7s %9s  %s\n' kind ends unclean 'statuses'
 result=0
 for kind in "${kinds[@]}"; do
   statuses=$(seq "$count" | xargs -P "$(($(nproc) * 3))" -I{} bash -c 'one_end "$@"' _ "$host" "$kind" {} 2>/dev/null | sort | uniq -c)
   unclean=$(awk '{ sum += $1 } END { print sum + 0 }' <<<"$statuses")
-  printf '%-52s %7d %9d  %s\n' "$kind" "$count" "$unclean" "$(awk 'NF { printf "%s (%d) ", $2, $1 }' <<<"$statuses")"
+  printf '%-60s %7d %9d  %s\n' "$kind" "$count" "$unclean" "$(awk 'NF { printf "%s (%d) ", $2, $1 }' <<<"$statuses")"
   [ "$unclean" = 0 ] || result=1
 done
 exit "$result"

@@ -20,6 +20,7 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -141,21 +142,21 @@ TEST_F(NetworkAgain, OnAnotherThreadGoesWithEachApplication)
 TEST_F(NetworkAgain, ABlockingCallOnAnotherThreadEndsWithEachApplication)
 {
     for (int nRound = 0; nRound < ROUNDS; ++nRound) {
+        std::promise<bool> refused;
         std::thread worker;
         InAnApplication([&] {
-            std::atomic<bool> bRuns = false;
-            bool bRefused = true;
-            worker = std::thread([&bRuns, &bRefused, this] {
+            worker = std::thread([&] {
                 const CBlockingCall call;
-                bRefused = call.IsRefused();
+                if (call.IsRefused()) {
+                    return refused.set_value(true);
+                }
                 QEventLoop loop;
                 const QPointer<NAManager> pManager = Send(m_silent, NAManager::METHOD_GET);
-                QTimer::singleShot(0, &loop, [&bRuns] { bRuns = true; });
+                QTimer::singleShot(0, &loop, [&refused] { refused.set_value(false); });
                 CBlockingCall::Run(loop);
                 EXPECT_TRUE(pManager.isNull());
             });
-            EXPECT_TRUE(QTest::qWaitFor([&] { return bRuns.load(); }, ENOUGH_MS));
-            EXPECT_FALSE(bRefused);
+            EXPECT_FALSE(refused.get_future().get());
         });
         worker.join();
     }
@@ -176,6 +177,57 @@ TEST_F(NetworkAgain, IsDoneWhereNobodyWatches)
     });
 }
 
+TEST_F(NetworkAgain, NoDownloadBeginsOnceTheProcessIsEnding)
+{
+    InAnApplication([&] {
+        EndNetworkUse();
+        NAMDownload download(nullptr);
+        EXPECT_FALSE(download.Start(QString::fromStdString(m_answering.Url("/file")), Target()));
+        EXPECT_TRUE(Files().isEmpty());
+        EXPECT_TRUE(m_answering.Requests().empty());
+    });
+}
+
+std::promise<void> g_begins;
+std::atomic<bool> g_bBegun = false;
+
+/// A download that takes its time to begin, and until the process is ending.
+class SlowlyBegunDownload : public NAMDownload
+{
+public:
+    using NAMDownload::NAMDownload;
+
+protected:
+    QNetworkReply* createRequest(Operation eOperation, const QNetworkRequest& request,
+                                 QIODevice* pBody) override
+    {
+        g_begins.set_value();
+        while (!HasNetworkUseEnded()) {
+            std::this_thread::yield();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // for an end that does not wait
+        QNetworkReply* const pReply = NAMDownload::createRequest(eOperation, request, pBody);
+        g_bBegun = true;
+        return pReply;
+    }
+};
+
+TEST_F(NetworkAgain, TheEndOfTheProcessWaitsForADownloadThatIsJustBegun)
+{
+    InAnApplication([&] {
+        const QString strUrl = QString::fromStdString(m_silent.Url("/file"));
+        // Which then sleeps until the process is gone.
+        std::thread([strUrl, strTarget = Target()] {
+            const QEventLoop loop; // with it comes what a timer needs
+            (new SlowlyBegunDownload(nullptr))->Start(strUrl, strTarget);
+        }).detach();
+        g_begins.get_future().wait();
+        EndNetworkUse();
+        EXPECT_TRUE(g_bBegun);
+        EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
+    });
+}
+
 // Were one of them still counted, the end of the process would wait for its thread in vain.
 TEST_F(NetworkAgain, AHundredThousandManagersLeaveNothing)
 {
@@ -189,12 +241,11 @@ TEST_F(NetworkAgain, AHundredThousandManagersLeaveNothing)
                 EXPECT_FALSE(call.IsRefused());
             }
         };
-        ExpectAnswers();
         fnMake(1'000);
         const std::size_t nDescriptors = OpenDescriptors();
         const std::size_t nBytes = HeapBytes();
         fnMake(MANAGERS);
-        EXPECT_EQ(OpenDescriptors(), nDescriptors);
+        EXPECT_LE(OpenDescriptors(), nDescriptors);
         EXPECT_LT(HeapBytes(), nBytes + std::size_t{MANAGERS}) << "a byte of each";
         const auto tpBegin = std::chrono::steady_clock::now();
         std::thread(&EndNetworkUse).join();

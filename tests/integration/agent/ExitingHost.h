@@ -1,0 +1,145 @@
+#pragma once
+
+// What the parts of exiting_host share.
+
+#include "ScriptedServer.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/CUIAgentRsp.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <future>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+using std::chrono::microseconds;
+
+constexpr int LONG_MS = 60'000;
+
+inline std::minstd_rand g_random; // NOLINT: seeded by main
+
+/// A length of time that the seed decides.
+inline microseconds UpTo(int nMilliseconds)
+{
+    return microseconds(std::uniform_int_distribution<int>(0, nMilliseconds * 1000)(g_random));
+}
+
+inline std::chrono::steady_clock::time_point g_tpExit = std::chrono::steady_clock::time_point::max();
+
+/// The process begins to end; from now on it has to be prompt.
+inline void NoteTheEnd()
+{
+    g_tpExit = std::chrono::steady_clock::now();
+}
+
+[[noreturn]] inline void Exit()
+{
+    NoteTheEnd();
+    std::exit(0);
+}
+
+// Servers within the process, which never end: the end of the process is what is watched.
+
+inline int SilentPort()
+{
+    static const ScriptedServer& server = *new ScriptedServer(Silent());
+    return server.Port();
+}
+
+inline int AnsweringPort()
+{
+    static const ScriptedServer& server = *new ScriptedServer(Ok());
+    return server.Port();
+}
+
+inline int RefusingPortNumber()
+{
+    static const RefusingPort& port = *new RefusingPort;
+    return port.Port();
+}
+
+inline QString BaseUrl(int nPort)
+{
+    return QStringLiteral("http://127.0.0.1:%1/").arg(nPort);
+}
+
+inline void Check(int nPort, int nTimeout = LONG_MS)
+{
+    bool bAllow = false;
+    QString strReason;
+    CUIAgentReq::Instance()->SendGetChannelCheckDataEx("127.0.0.1", nPort, nTimeout, {}, bAllow, strReason);
+}
+
+inline void InCommon(int nPort)
+{
+    bool bCommon = false;
+    CUIAgentReq::Instance()->SendGetWhetherInCommonEx("127.0.0.1", nPort, LONG_MS, "X", bCommon);
+}
+
+inline void Upload(int nPort)
+{
+    tagBatteryTestData data;
+    CUIAgentReq::Instance()->SendPostUploadDataEx("127.0.0.1", nPort, LONG_MS, data);
+}
+
+inline void CheckForEver(int nPort)
+{
+    for (;;) {
+        Check(nPort);
+    }
+}
+
+/// Calls a function on another thread after that time.
+inline void OnAnotherThread(microseconds delay, std::function<void()> fnCall)
+{
+    std::thread([delay, fnCall = std::move(fnCall)] {
+        std::this_thread::sleep_for(delay);
+        fnCall();
+    }).detach();
+}
+
+inline void ExitOnAnotherThread(microseconds delay)
+{
+    OnAnotherThread(delay, [] { Exit(); });
+}
+
+/// Calls a function from the event loop of this thread after that time.
+inline void FromTheLoop(microseconds delay, std::function<void()> fnCall)
+{
+    QTimer::singleShot(std::chrono::duration_cast<std::chrono::milliseconds>(delay), Qt::PreciseTimer,
+                       QCoreApplication::instance(), std::move(fnCall));
+}
+
+/// A way to end, by its name. Each ends the process, or returns from main.
+struct SKind {
+    std::string strName;
+    std::function<void()> fnRun;
+    bool bOwnThread = false;       ///< CUIAgentReq belongs to a thread of its own
+    void (*pfnBefore)() = nullptr; ///< called before anything of the library is made
+};
+
+/// Each end while each kind of work is in flight.
+std::vector<SKind> EndsDuringWork();
+
+/// Runs blocking calls on a thread of their own, which has CUIAgentReq, for a while.
+inline void OnAWorker(std::function<void()> fnCallForEver)
+{
+    std::promise<void> made;
+    std::thread([&made, fnCallForEver = std::move(fnCallForEver)] {
+        // It may call again at any time until the process is gone, so its object must last as long.
+        QObject::connect(CUIAgentReq::Instance(), &QObject::destroyed, [] { std::_Exit(4); });
+        made.set_value();
+        fnCallForEver();
+    }).detach();
+    made.get_future().wait();
+    std::this_thread::sleep_for(UpTo(30));
+}

@@ -1,0 +1,195 @@
+// Every end of a process while every kind of work is in flight: two tables, and their product.
+
+#include "ExitingHost.h"
+
+#include "net/NAMDownload.h"
+#include "net/NetworkUse.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+
+#include <chrono>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+namespace
+{
+
+/// What the agent is doing as the process ends. Only that which blocks does not return.
+struct SWork {
+    const char* szName;
+    void (*pfnBegin)();
+    bool bBlocks = false;
+};
+
+/// Where its event loop, or its blocking calls, run on; what ends the process is prepared before.
+struct SEnd {
+    const char* szName;
+    void (*pfnPrepare)(); ///< null where main itself ends the process
+    bool bReturnsFromMain = false;
+};
+
+int EitherPort(int nRequest)
+{
+    return nRequest % 2 == 0 ? SilentPort() : AnsweringPort();
+}
+
+/// A few, as the seed decides.
+int Some()
+{
+    return std::uniform_int_distribution<int>(1, 20)(g_random);
+}
+
+/// A server whose files never end.
+QString EndlessUrl()
+{
+    static const ScriptedServer& server = *new ScriptedServer([](const WireRequest&) {
+        ServerStep step{"HTTP/1.1 200 OK\r\n\r\n", ServerStep::Ending::Close};
+        step.strEndless = std::string(50'000, 'x');
+        step.pause = std::chrono::milliseconds(2);
+        return step;
+    });
+    return QString::fromStdString(server.Url("/file"));
+}
+
+void Query()
+{
+    for (int nLeft = Some(); nLeft > 0; --nLeft) {
+        CUIAgentReq::Instance()->SendGetSupportVer("127.0.0.1", EitherPort(nLeft), "1");
+    }
+}
+
+void Report()
+{
+    KTSStartPlugin::tagRepoIncubatorStatus status{"incubator", true, 25.0F};
+    for (int nLeft = Some(); nLeft > 0; --nLeft) {
+        CUIAgentReq::Instance()->SendPostReportIncubatorStatus("127.0.0.1", EitherPort(nLeft), status);
+    }
+}
+
+void QueryAndWait()
+{
+    for (int nCall = 0;; ++nCall) {
+        Check(EitherPort(nCall), nCall % 4 == 0 ? 5 : LONG_MS); // some leave their requests behind
+    }
+}
+
+void ReportAndWait()
+{
+    CUIAgentReq::Instance()->SendPostReportStepData_ORN(BaseUrl(AnsweringPort()), LONG_MS, "x");
+    for (;;) {
+        CUIAgentReq::Instance()->SendPostReportCycleDataEx(BaseUrl(SilentPort()), LONG_MS, "x");
+    }
+}
+
+void Download()
+{
+    const QString strFolder = QString::fromLocal8Bit(qgetenv("CLOG_DIR"));
+    for (int nLeft = Some(); nLeft > 0; --nLeft) {
+        const QString strUrl = nLeft % 3 == 0 ? EndlessUrl() : BaseUrl(EitherPort(nLeft));
+        const QString strTarget = QStringLiteral("%1/%2-%3").arg(strFolder).arg(::getpid()).arg(nLeft);
+        auto* const pDownload = new NAMDownload(nullptr);
+        QObject::connect(pDownload, &NAMDownload::signal_NReply_finished,
+                         [strTarget](bool) { QFile::remove(strTarget); });
+        if (!pDownload->Start(strUrl, strTarget)) {
+            std::_Exit(5);
+        }
+    }
+}
+
+/// Replies wait behind a slow receiver on the delivering thread, and for the loop of a slow host.
+void LetRepliesWait()
+{
+    const CUIAgentRsp* const pResponse = CUIAgentRsp::Instance();
+    const auto fnTakeTime = [] { std::this_thread::sleep_for(std::chrono::milliseconds(2)); };
+    QObject::connect(pResponse, &CUIAgentRsp::SigGetSupportVerRet, fnTakeTime);
+    QObject::connect(pResponse, &CUIAgentRsp::SigGetSupportVerRet, QCoreApplication::instance(), fnTakeTime);
+    for (int nLeft = 20; nLeft > 0; --nLeft) {
+        CUIAgentReq::Instance()->SendGetSupportVer("127.0.0.1", AnsweringPort(), "1");
+    }
+}
+
+const SWork WORKS[] = {
+    {"an-asynchronous-query", &Query},
+    {"an-asynchronous-report", &Report},
+    {"a-blocking-query", &QueryAndWait, true},
+    {"a-blocking-report", &ReportAndWait, true},
+    {"a-download", &Download},
+    {"the-wait-of-replies", &LetRepliesWait},
+};
+
+void ExitInAReceiver(const QObject* pContext, Qt::ConnectionType eType)
+{
+    const auto fnEnd = [delay = UpTo(20)] {
+        std::this_thread::sleep_for(delay);
+        Exit();
+    };
+    QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetUserInfoRet, pContext, fnEnd, eType);
+    CUIAgentReq::Instance()->SendGetUserInfo("127.0.0.1", RefusingPortNumber(), 1);
+}
+
+const SEnd ENDS[] = {
+    {"exit-on-the-delivering-thread", [] { ExitInAReceiver(CUIAgentRsp::Instance(), Qt::DirectConnection); }},
+    {"exit-in-a-queued-receiver",
+     [] { ExitInAReceiver(QCoreApplication::instance(), Qt::QueuedConnection); }},
+    {"exit-on-another-thread", [] { ExitOnAnotherThread(UpTo(30)); }},
+    {"exit-in-a-timer-slot", [] { FromTheLoop(UpTo(30), [] { Exit(); }); }},
+    {"quick-exit-on-another-thread", [] { OnAnotherThread(UpTo(30), [] { std::quick_exit(0); }); }},
+    {"immediate-exit-on-another-thread", [] { OnAnotherThread(UpTo(30), [] { std::_Exit(0); }); }},
+    {"exit-in-main", nullptr},
+    {"return-from-main", nullptr, true},
+};
+
+/// Handles this thread's events for a while.
+void HandleEvents()
+{
+    const microseconds length = UpTo(30);
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.nsecsElapsed() < length.count() * 1'000) {
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(microseconds(200));
+    }
+}
+
+void EndDuring(const SEnd& end, const SWork& work)
+{
+    PrepareNetwork(); // of the host's own net/: not while the process ends
+    if (end.pfnPrepare != nullptr) {
+        end.pfnPrepare();
+        work.pfnBegin();
+        QCoreApplication::exec();
+        std::_Exit(6); // which nothing ends but the process
+    }
+    if (work.bBlocks) {
+        OnAWorker(work.pfnBegin);
+    } else {
+        work.pfnBegin();
+        HandleEvents();
+    }
+    if (!end.bReturnsFromMain) {
+        Exit();
+    }
+    NoteTheEnd();
+}
+
+} // namespace
+
+std::vector<SKind> EndsDuringWork()
+{
+    std::vector<SKind> vecKinds;
+    for (const SEnd& end : ENDS) {
+        for (const SWork& work : WORKS) {
+            vecKinds.push_back({std::string(end.szName) + "-during-" + work.szName,
+                                [&end, &work] { EndDuring(end, work); },
+                                end.pfnPrepare == nullptr && work.bBlocks});
+        }
+    }
+    return vecKinds;
+}
