@@ -9,7 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -64,6 +66,12 @@ std::vector<std::string> Kinds()
     return vecKinds;
 }
 
+/// Whether a kind of end destroys nothing.
+bool EndsAtOnce(const std::string& strKind)
+{
+    return strKind.rfind("quick-exit", 0) == 0 || strKind.rfind("immediate-exit", 0) == 0;
+}
+
 class Exit : public ::testing::TestWithParam<std::string>
 {
 protected:
@@ -71,6 +79,14 @@ protected:
     {
         ::setenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent", 1);
         ::setenv("MALLOC_PERTURB_", "165", 1); // so that whoever reads what is freed notices
+    }
+
+    /// Files that the downloads of the hosts left behind.
+    std::ptrdiff_t PartsOfDownloads() const
+    {
+        const std::filesystem::directory_iterator files(m_log.Path());
+        return std::count_if(begin(files), end(files),
+                             [](const auto& file) { return file.path().extension() == ".part"; });
     }
 
     const LogFolder m_log;
@@ -82,6 +98,9 @@ TEST_P(Exit, IsClean)
         const Departure departure = Watch(KTS_EXITING_HOST, {GetParam(), std::to_string(nSeed)});
         EXPECT_TRUE(departure.bInTime) << nSeed;
         EXPECT_EQ(departure.nStatus, 0) << nSeed;
+    }
+    if (!EndsAtOnce(GetParam())) {
+        EXPECT_EQ(PartsOfDownloads(), 0) << "what there is of a download goes with it";
     }
 }
 

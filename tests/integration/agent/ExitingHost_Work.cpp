@@ -97,7 +97,7 @@ void Download()
         auto* const pDownload = new NAMDownload(nullptr);
         QObject::connect(pDownload, &NAMDownload::signal_NReply_finished,
                          [strTarget](bool) { QFile::remove(strTarget); });
-        if (!pDownload->Start(strUrl, strTarget)) {
+        if (strFolder.isEmpty() || !pDownload->Start(strUrl, strTarget)) {
             std::_Exit(5);
         }
     }
