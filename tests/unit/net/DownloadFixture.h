@@ -28,7 +28,11 @@ protected:
         const QPointer<NAMDownload> pWatched(pDownload);
         const QSignalSpy finished(pDownload, &NAMDownload::signal_NReply_finished);
         const QSignalSpy progress(pDownload, &NAMDownload::signal_NReply_downloadProgress);
-        EXPECT_TRUE(pDownload->Start(strUrl, Target()));
+        if (!pDownload->Start(strUrl, Target())) {
+            delete pDownload;
+            ADD_FAILURE() << "the download did not start";
+            return false;
+        }
         EXPECT_TRUE(QTest::qWaitFor([&] { return pWatched.isNull(); }, ENOUGH_MS))
             << "the object deletes itself";
         EXPECT_EQ(finished.count(), 1);
