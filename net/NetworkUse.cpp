@@ -47,6 +47,7 @@ struct SThreads {
     bool bProcessEnds = false;
     std::thread::id idEnding; ///< the thread that ends the process
 
+    bool IsEnding() const { return bProcessEnds || bApplicationEnds; }
     bool EndsElsewhere() const { return bProcessEnds && idEnding != std::this_thread::get_id(); }
     bool OthersAreDone() const
     {
@@ -176,7 +177,7 @@ void EndOfApplication()
 void WatchApplication(SThread& thread)
 {
     QCoreApplication* const pApplication = QCoreApplication::instance();
-    if (thread.pApplication == pApplication) {
+    if (pApplication == nullptr || thread.pApplication == pApplication) {
         return;
     }
     thread.pApplication = pApplication;
@@ -214,8 +215,15 @@ void WatchInFlight(QNetworkAccessManager& manager)
 CBlockingCall::CBlockingCall()
 {
     SThread* const pThread = ThisThread();
-    const std::lock_guard<std::mutex> lock(Threads().mutex);
-    m_bRefused = pThread == nullptr || Threads().bProcessEnds || Threads().bApplicationEnds;
+    std::unique_lock<std::mutex> lock(Threads().mutex);
+    m_bRefused = pThread == nullptr || Threads().IsEnding();
+    if (m_bRefused) {
+        return;
+    }
+    lock.unlock();
+    WatchApplication(*pThread); // before it counts on the application, which may end at any time
+    lock.lock();
+    m_bRefused = Threads().IsEnding();
     if (!m_bRefused) {
         ++pThread->nUses;
     }
@@ -227,7 +235,9 @@ CBlockingCall::~CBlockingCall()
     if (pThread == nullptr) {
         return;
     }
-    if (!m_bRefused) {
+    if (m_bRefused) {
+        EndAll(*pThread); // the end waits for it, and no event may be handled here before the next call
+    } else {
         Count(*pThread, -1);
     }
     SleepIfStopped(*pThread);

@@ -22,7 +22,8 @@ class CBlockingCall
 {
 public:
     CBlockingCall();
-    /// Once the process ends on another thread, this returns only after the sleep.
+    /// Where the call was refused, this thread's other requests are ended too. Once the process ends on
+    /// another thread, this returns only after the sleep.
     ~CBlockingCall();
     CBlockingCall(const CBlockingCall&) = delete;
     CBlockingCall& operator=(const CBlockingCall&) = delete;

@@ -25,7 +25,10 @@ constexpr std::chrono::milliseconds LONGEST_END{1'900}; // less than the pause a
 /// Registered before the library registers anything, so it is called last.
 void CheckThatTheEndWasPrompt()
 {
-    if (g_tpExit < std::chrono::steady_clock::now() - LONGEST_END) {
+    const auto length = std::chrono::steady_clock::now() - g_tpExit; // less than nothing without such an end
+    if (length > LONGEST_END) {
+        const auto nMs = std::chrono::duration_cast<std::chrono::milliseconds>(length).count();
+        std::fprintf(stderr, "the end took %lld ms\n", static_cast<long long>(nMs));
         std::_Exit(3);
     }
 }

@@ -33,7 +33,7 @@ inline microseconds UpTo(int nMilliseconds)
     return microseconds(std::uniform_int_distribution<int>(0, nMilliseconds * 1000)(g_random));
 }
 
-inline std::chrono::steady_clock::time_point g_tpExit = std::chrono::steady_clock::time_point::max();
+inline auto g_tpExit = std::chrono::steady_clock::time_point::max();
 
 /// The process begins to end; from now on it has to be prompt.
 inline void NoteTheEnd()
