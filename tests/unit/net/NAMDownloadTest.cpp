@@ -124,6 +124,15 @@ TEST_F(Download, FollowsARedirect)
     EXPECT_EQ(Content(), "content");
 }
 
+TEST_F(Download, FollowsARedirectToAnotherPort)
+{
+    const ScriptedServer other(ServerStep{HttpReply(200, "content")});
+    const ScriptedServer server(
+        ServerStep{HttpReply(302, "moved", "Location: " + other.Url("/new") + "\r\n")});
+    EXPECT_TRUE(Run(QString::fromStdString(server.Url("/old"))));
+    EXPECT_EQ(Content(), "content");
+}
+
 TEST_F(Download, KeepsATargetThatIsThereAndStillReportsWhatTheNetworkDid)
 {
     QFile existing(Target());
