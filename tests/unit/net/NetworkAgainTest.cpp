@@ -29,7 +29,11 @@ namespace
 {
 
 constexpr int ROUNDS = 4;
+#if defined(__SANITIZE_ADDRESS__)
+constexpr int MANAGERS = 20'000; // which take as long
+#else
 constexpr int MANAGERS = 100'000;
+#endif
 
 /// A manager with a request sent to that server.
 QPointer<NAManager> Send(const ScriptedServer& server, int nMethod)
@@ -136,8 +140,10 @@ TEST_F(NetworkAgain, OnAnotherThreadGoesWithEachApplication)
         ExpectGone(vecManagers);
         EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
     }
-    worker.quit();
-    worker.wait();
+    InAnApplication([&] { // for what Qt still has to delete there
+        worker.quit();
+        worker.wait();
+    });
 }
 
 // A blocking call ends with its application, and is not refused in the next one.
@@ -200,8 +206,8 @@ TEST_F(NetworkAgain, ARefusedCallEndsWhatItsThreadLeftBehind)
         QElapsedTimer clock;
         InAnApplication([&] {
             worker = std::thread([&] {
-                const QEventLoop loop; // with it comes what a request needs
-                const QPointer<NAManager> pManager = Send(m_silent, NAManager::METHOD_GET);
+                const QPointer<NAManager> pManager = new NAManager(nullptr);
+                WatchInFlight(*pManager);
                 sent.set_value();
                 while (!bGone) {
                     const bool bRefused = CBlockingCall().IsRefused();
@@ -270,6 +276,9 @@ protected:
 
 TEST_F(NetworkAgain, TheEndOfTheProcessWaitsForADownloadThatIsJustBegun)
 {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "what Qt has yet to delete on the thread that sleeps counts as leaked";
+#endif
     InAnApplication([&] {
         const QString strUrl = QString::fromStdString(m_silent.Url("/file"));
         // Which then sleeps until the process is gone.
