@@ -140,11 +140,11 @@ TEST_F(QueryTexts, ABarcodeThatRewritesTheQueryDoesNotWhenItIsEscaped)
     m_request.SetQueryEscaping(true);
     SendByBoth();
     ASSERT_EQ(m_server.Exchanges().size(), 4U);
-    for (const std::size_t nPlain : {0, 1}) {
+    for (const std::size_t nPlain : {0U, 1U}) {
         EXPECT_EQ(m_server.Exchanges()[nPlain].strTarget, strBefore + "X&deviceId=OTHER&chl=9");
         EXPECT_EQ(m_server.Exchanges()[nPlain].nStatus, 400); // what stood behind the barcode is cut off
     }
-    for (const std::size_t nEscaped : {2, 3}) {
+    for (const std::size_t nEscaped : {2U, 3U}) {
         EXPECT_EQ(m_server.Exchanges()[nEscaped].strTarget,
                   strBefore + "X%26deviceId%3DOTHER%26chl%3D9%23&purpose=p&wtNumId=1201&xmNameId=107");
         EXPECT_EQ(m_server.Exchanges()[nEscaped].nStatus, 200);

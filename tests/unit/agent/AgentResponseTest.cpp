@@ -173,7 +173,7 @@ using RecordCases = ::testing::Types<RecordCase<SResponseGetProject, 3103, Proje
                                      RecordCase<SResponseGetBatteryStatus, 3105, BattStatus>,
                                      RecordCase<SResponseGetAutoExport, 3106, AutoExport>,
                                      RecordCase<SResponseGetFtpFilePath, 3107, FtpFilePath>>;
-TYPED_TEST_SUITE(AgentRecord, RecordCases);
+TYPED_TEST_SUITE(AgentRecord, RecordCases, ); // C++17 wants something for "...", be it nothing
 
 TYPED_TEST(AgentRecord, TravelsInAVariantWithItsOwnSuccess)
 {

@@ -244,7 +244,7 @@ TEST_F(Download, ThatTheDiskHasNoPlaceForFails)
 {
     const SmallDisk disk(4'096);
     // Of the smaller one Qt keeps everything back until the file is closed.
-    for (const std::size_t nBytes : {5'000, 1'000'000}) {
+    for (const std::size_t nBytes : {5'000U, 1'000'000U}) {
         const ScriptedServer server(ServerStep{HttpReply(200, std::string(nBytes, 'x'))});
         EXPECT_FALSE(Run(QString::fromStdString(server.Url("/file")))) << nBytes;
         EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
