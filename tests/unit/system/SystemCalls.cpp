@@ -1,0 +1,176 @@
+#include "SystemCalls.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <map>
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+struct SFailure {
+    int nError;
+    int nAfter;
+    int nTimes;
+    std::function<void()> fnMeanwhile;
+};
+
+std::map<std::string, SFailure>& Failures()
+{
+    static std::map<std::string, SFailure> failures;
+    return failures;
+}
+
+bool g_bOtherUser = false;
+bool g_bOtherDevice = false;
+
+/// Counts a call. Returns whether it is to fail; then `errno` is set.
+bool Fails(const char* szCall)
+{
+    const auto it = Failures().find(szCall);
+    if (it == Failures().end() || it->second.nAfter-- > 0 || it->second.nTimes-- <= 0) {
+        return false;
+    }
+    it->second.fnMeanwhile();
+    errno = it->second.nError;
+    return true;
+}
+
+} // namespace
+
+FailingCall::FailingCall(const char* szCall, int nError, int nAfter, int nTimes,
+                         std::function<void()> fnMeanwhile)
+    : m_szCall(szCall)
+{
+    Failures()[szCall] = {nError, nAfter, nTimes, std::move(fnMeanwhile)};
+}
+
+FailingCall::~FailingCall()
+{
+    Failures().erase(m_szCall);
+}
+
+OtherUser::OtherUser()
+{
+    g_bOtherUser = true;
+}
+
+OtherUser::~OtherUser()
+{
+    g_bOtherUser = false;
+}
+
+OtherDevice::OtherDevice()
+{
+    g_bOtherDevice = true;
+}
+
+OtherDevice::~OtherDevice()
+{
+    g_bOtherDevice = false;
+}
+
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's --wrap names them so
+
+extern "C" {
+
+int __real_open(const char* szFile, int nFlags, ...);
+int __wrap_open(const char* szFile, int nFlags, ...);
+int __wrap_open(const char* szFile, int nFlags, ...)
+{
+    va_list arguments;
+    va_start(arguments, nFlags);
+    const mode_t nMode = (nFlags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return Fails("open") ? -1 : __real_open(szFile, nFlags, nMode);
+}
+
+int __real_fcntl(int nDescriptor, int nCommand, ...);
+int __wrap_fcntl(int nDescriptor, int nCommand, ...);
+int __wrap_fcntl(int nDescriptor, int nCommand, ...)
+{
+    va_list arguments;
+    va_start(arguments, nCommand);
+    void* const pArgument = va_arg(arguments, void*); // a number or a pointer, both are handed on so
+    va_end(arguments);
+    return Fails("fcntl") ? -1 : __real_fcntl(nDescriptor, nCommand, pArgument);
+}
+
+int __real_fstat(int nDescriptor, struct stat* pStatus);
+int __wrap_fstat(int nDescriptor, struct stat* pStatus);
+int __wrap_fstat(int nDescriptor, struct stat* pStatus)
+{
+    return Fails("fstat") ? -1 : __real_fstat(nDescriptor, pStatus);
+}
+
+int __real_lstat(const char* szFile, struct stat* pStatus);
+int __wrap_lstat(const char* szFile, struct stat* pStatus);
+int __wrap_lstat(const char* szFile, struct stat* pStatus)
+{
+    const int nResult = Fails("lstat") ? -1 : __real_lstat(szFile, pStatus);
+    if (nResult == 0 && g_bOtherDevice) {
+        ++pStatus->st_dev;
+    }
+    return nResult;
+}
+
+int __real_ftruncate(int nDescriptor, off_t nBytes);
+int __wrap_ftruncate(int nDescriptor, off_t nBytes);
+int __wrap_ftruncate(int nDescriptor, off_t nBytes)
+{
+    return Fails("ftruncate") ? -1 : __real_ftruncate(nDescriptor, nBytes);
+}
+
+ssize_t __real_write(int nDescriptor, const void* pBytes, size_t nBytes);
+ssize_t __wrap_write(int nDescriptor, const void* pBytes, size_t nBytes);
+ssize_t __wrap_write(int nDescriptor, const void* pBytes, size_t nBytes)
+{
+    if (Fails("write")) {
+        return errno == 0 ? 0 : -1;
+    }
+    return __real_write(nDescriptor, pBytes, nBytes);
+}
+
+int __real_fchmodat(int nFolder, const char* szFile, mode_t nMode, int nFlags);
+int __wrap_fchmodat(int nFolder, const char* szFile, mode_t nMode, int nFlags);
+int __wrap_fchmodat(int nFolder, const char* szFile, mode_t nMode, int nFlags)
+{
+    return Fails("fchmodat") ? -1 : __real_fchmodat(nFolder, szFile, nMode, nFlags);
+}
+
+int __real_chmod(const char* szFile, mode_t nMode);
+int __wrap_chmod(const char* szFile, mode_t nMode);
+int __wrap_chmod(const char* szFile, mode_t nMode)
+{
+    return Fails("chmod") ? -1 : __real_chmod(szFile, nMode);
+}
+
+uid_t __real_geteuid();
+uid_t __wrap_geteuid();
+uid_t __wrap_geteuid()
+{
+    return __real_geteuid() + (g_bOtherUser ? 1 : 0);
+}
+
+int __real_gethostname(char* pName, size_t nBytes);
+int __wrap_gethostname(char* pName, size_t nBytes);
+int __wrap_gethostname(char* pName, size_t nBytes)
+{
+    return Fails("gethostname") ? -1 : __real_gethostname(pName, nBytes);
+}
+
+int __real_eventfd(unsigned nCount, int nFlags);
+int __wrap_eventfd(unsigned nCount, int nFlags);
+int __wrap_eventfd(unsigned nCount, int nFlags)
+{
+    return Fails("eventfd") ? -1 : __real_eventfd(nCount, nFlags);
+}
+
+} // extern "C"
+
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
