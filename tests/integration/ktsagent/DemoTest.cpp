@@ -1,3 +1,4 @@
+#include "ContainsPattern.h"
 #include "KtsagentProcess.h"
 
 #include <gmock/gmock.h>
@@ -88,4 +89,16 @@ TEST_F(Demo, PrintsATableThatNamesEverySender)
     EXPECT_THAT(run.strOut, HasSubstr("no, as always"));
     EXPECT_THAT(run.strOut, HasSubstr("no, as intended"));
     EXPECT_THAT(run.strOut, Not(HasSubstr("NOT AS EXPECTED")));
+}
+
+// Whatever the reason, here that the library takes no reply of more than a byte.
+TEST_F(Demo, NamesEveryCallThatWentOtherwiseAndFails)
+{
+    qputenv("CHTTPCLIENT_MAX_REPLY_BYTES", "1");
+    const KtsagentRun run = Run({"demo"});
+
+    EXPECT_EQ(run.nExit, 1) << run.strErr;
+    EXPECT_THAT(run.strOut, ContainsPattern("\nsupport-ver [^\n]*NOT AS EXPECTED: refused or failed"));
+    EXPECT_THAT(run.strOut, ContainsPattern("\nreport-cycle [^\n]*sent"));
+    EXPECT_THAT(run.strOut, Not(HasSubstr(" 23 as expected")));
 }

@@ -80,6 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"ListForNumber", "{\"reason\": [1]}", ":1: field \"reason\" must be an integer"},
         BadFile{"FieldGivenTwice", "{\"com\": \"a\",\n\"com\": \"b\"}",
                 ":2: field \"com\" appears a second time"},
+        BadFile{"TextAlone", "\"name\"", ":1: the file must hold one object"},
         BadFile{"ListOfRecords", "[{}]", ":1: the file must hold one object"},
         BadFile{"DeepNesting", std::string(1000000, '['), ":1: the file must hold one object"}),
     [](const auto& param) { return std::string(param.param.szName); });

@@ -77,6 +77,14 @@ TEST_P(UnsafeTextOfAServer, IsTheSameValueInJson)
 INSTANTIATE_TEST_SUITE_P(Ranges, UnsafeTextOfAServer, testing::ValuesIn(UNSAFE_RANGES),
                          [](const auto& param) { return std::string(param.param.szName); });
 
+TEST_F(UnsafeText, WithASpaceAtAnEndIsInQuotes)
+{
+    for (const char* szTitle : {"\" x\"", "\"x \"", "\" \""}) {
+        EXPECT_THAT(AskForUser(szTitle).strOut, HasSubstr(std::string("title: ") + szTitle + "\n"));
+    }
+    EXPECT_THAT(AskForUser("\"x y\"").strOut, HasSubstr("title: x y\n"));
+}
+
 TEST_F(UnsafeText, ThatIsNotValidUtf8IsShownByteByByteAndIsValidJson)
 {
     for (const std::string& strBytes :

@@ -58,6 +58,10 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{"AlmostIPv6", {"batt-status", "--server", ":::1:99999", "--t", "1"}, "':::1' is no host"},
         WrongUsage{
             "UrlForServer", {"batt-status", "--server", "http://h:80", "--t", "1"}, "'http://h' is no host"},
+        WrongUsage{"BracketsAlone", {"batt-status", "--server", "[]:80", "--t", "1"}, "'[]' is no host"},
+        WrongUsage{"MoreBehindTheBracket",
+                   {"batt-status", "--server", "[::1]x]:80", "--t", "1"},
+                   "'[::1]x]' is no host"},
         WrongUsage{"UserIdThatIsNoNumber", {"user-info", "--server", "h:1", "--user-id", "7x"}, "7x"},
         WrongUsage{"UserIdOfNothing",
                    {"user-info", "--server", "h:1", "--userId", ""},
