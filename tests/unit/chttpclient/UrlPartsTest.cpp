@@ -52,6 +52,7 @@ INSTANTIATE_TEST_SUITE_P(
         UrlCase{"http://host/x@y", "http", "host", "http://host"},
         UrlCase{"http://[::1]:80/x", "http", "[::1]:80", "http://[::1]"},
         UrlCase{"http://[FE80::80]/x", "http", "[FE80::80]", "http://[fe80::80]"},
+        UrlCase{"Z9+x-y.a://host/x", "Z9+x-y.a", "host", "z9+x-y.a://host"},
         UrlCase{"http://user@[::1]:8080", "http", "user@[::1]:8080", "http://[::1]:8080"}));
 
 class RelativeReference : public ::testing::TestWithParam<std::string>
@@ -70,7 +71,8 @@ INSTANTIATE_TEST_SUITE_P(Texts, RelativeReference,
                                            "?t=a://b", "host:80/x", "127.0.0.1:80/x?t=a://b", "://host/x",
                                            "//host/x", " http://host/x", "\thttp://host/x",
                                            "\x01http://host/x", "ht tp://host/x", "ht\x01tp://host/x",
-                                           "4http://host/x", "\xC3\xA9http://host/x", "http\xC3\xA9://host/x",
+                                           "4http://host/x", "ht@p://host/x", "ht!p://host/x",
+                                           "\xC3\xA9http://host/x", "http\xC3\xA9://host/x",
                                            "http%3A//host/x"));
 
 } // namespace

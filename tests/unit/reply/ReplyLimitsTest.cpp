@@ -75,6 +75,11 @@ TEST(ReplyLimits, AnEmptyBodyHoldsNoValueTooMany)
     EXPECT_FALSE(HoldsMoreValues("", 1));
 }
 
+TEST(ReplyLimits, ASlashAtTheVeryEndBeginsNothing)
+{
+    EXPECT_FALSE(HoldsMoreValues(R"(["[[[[",1/)", 3));
+}
+
 /// Sets a variable for one test.
 class Variable
 {

@@ -1,0 +1,113 @@
+// What becomes of a packed body where zlib has no memory, or won't begin again. The functions of zlib are
+// this program's own, and fail as a test says.
+
+#include "platform/chttpclient/BodyDecoder.h"
+
+#include "Packed.h"
+#include "platform/reply/Inflater.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <string>
+
+using chttpclient::CBodyDecoder;
+
+namespace
+{
+
+constexpr std::size_t PLENTY = 1'000'000;
+
+const char* g_szFailing = ""; ///< the function of zlib that fails
+
+bool Fails(const char* szFunction)
+{
+    return g_szFailing == std::string(szFunction);
+}
+
+class FailingZlib : public ::testing::TestWithParam<const char*>
+{
+protected:
+    ~FailingZlib() override { g_szFailing = ""; }
+};
+
+} // namespace
+
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's --wrap names them so
+
+#pragma GCC visibility push(default) // for libraries that call them too: the linker demands it
+extern "C" {
+
+int __real_inflateInit2_(z_streamp pStream, int nWindow, const char* szVersion, int nSize);
+int __wrap_inflateInit2_(z_streamp pStream, int nWindow, const char* szVersion, int nSize);
+int __wrap_inflateInit2_(z_streamp pStream, int nWindow, const char* szVersion, int nSize)
+{
+    return Fails("inflateInit2_") ? Z_MEM_ERROR : __real_inflateInit2_(pStream, nWindow, szVersion, nSize);
+}
+
+int __real_inflate(z_streamp pStream, int nFlush);
+int __wrap_inflate(z_streamp pStream, int nFlush);
+int __wrap_inflate(z_streamp pStream, int nFlush)
+{
+    return Fails("inflate") ? Z_MEM_ERROR : __real_inflate(pStream, nFlush);
+}
+
+int __real_inflateReset(z_streamp pStream);
+int __wrap_inflateReset(z_streamp pStream);
+int __wrap_inflateReset(z_streamp pStream)
+{
+    return Fails("inflateReset") ? Z_STREAM_ERROR : __real_inflateReset(pStream);
+}
+
+} // extern "C"
+#pragma GCC visibility pop
+
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+
+TEST_P(FailingZlib, WithoutMemoryMakesABodyFailForThat)
+{
+    CBodyDecoder decoder(PLENTY);
+    ASSERT_EQ(decoder.AddCodings("gzip"), CURLE_OK);
+    g_szFailing = GetParam();
+    EXPECT_EQ(decoder.Write(Gzipped("text")), CURLE_OUT_OF_MEMORY);
+}
+
+INSTANTIATE_TEST_SUITE_P(Functions, FailingZlib, ::testing::Values("inflateInit2_", "inflate"));
+
+TEST_F(FailingZlib, ThatDoesNotBeginAgainMakesAFurtherMemberDamaged)
+{
+    CBodyDecoder decoder(PLENTY);
+    ASSERT_EQ(decoder.AddCodings("gzip"), CURLE_OK);
+    g_szFailing = "inflateReset";
+    EXPECT_EQ(decoder.Write(Gzipped("one") + Gzipped("two")), CURLE_BAD_CONTENT_ENCODING);
+}
+
+// Its first byte looks like one of zlib's frame, but for a window that is larger than any: it is the first of
+// a stored block, the bits behind whose kind mean nothing.
+TEST(FramelessDeflate, ThatBeginsAlmostLikeAFrameIsUnpacked)
+{
+    std::string strText;
+    CInflater inflater(CInflater::Format::Deflate);
+    const std::string strStored("\x88\x04\x00\xfb\xfftext\x01\x00\x00\xff\xff", 14);
+    EXPECT_EQ(inflater.Write(strStored,
+                             [&](std::string_view strPiece) {
+                                 strText += strPiece;
+                                 return true;
+                             }),
+              EUnpacked::Well);
+    EXPECT_EQ(strText, "text");
+    EXPECT_TRUE(inflater.IsComplete());
+}
+
+TEST(PackedBody, ThatIsEmptyIsComplete)
+{
+    EXPECT_TRUE(CInflater(CInflater::Format::Gzip).IsComplete());
+}
+
+// libcurl has such a limit too, so that a server can't reach this one.
+TEST(PackedBody, OfMoreThanFiveCodingsIsRefused)
+{
+    CBodyDecoder decoder(PLENTY);
+    EXPECT_EQ(decoder.AddCodings("gzip, deflate, gzip, deflate, gzip"), CURLE_OK);
+    EXPECT_EQ(decoder.AddCodings("gzip"), CURLE_BAD_CONTENT_ENCODING);
+}
