@@ -27,6 +27,15 @@ if(KTS_SANITIZE)
   add_link_options(-fsanitize=${KTS_SANITIZE})
 endif()
 
+if(KTS_COVERAGE)
+  # Counts stay in mapped files (%c), one a program or library (%m), so that they outlive a process that is killed, and
+  # so that thousands of processes need no more room than one. Processes and threads count at once, hence atomically.
+  set(counts -fprofile-instr-generate=${PROJECT_BINARY_DIR}/counts/%c%m.profraw)
+  add_compile_options(
+    ${counts} -fcoverage-mapping -fprofile-update=atomic "SHELL:-mllvm -runtime-counter-relocation")
+  add_link_options(${counts})
+endif()
+
 # Exports from a shared library what its list in cmake/exports names, and nothing else. On Windows there is no need:
 # what a header does not mark as exported is not.
 function(kts_export_only target list)
