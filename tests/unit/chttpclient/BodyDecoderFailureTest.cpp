@@ -82,20 +82,22 @@ TEST_F(FailingZlib, ThatDoesNotBeginAgainMakesAFurtherMemberDamaged)
     EXPECT_EQ(decoder.Write(Gzipped("one") + Gzipped("two")), CURLE_BAD_CONTENT_ENCODING);
 }
 
-// Its first byte looks like one of zlib's frame, but for a window that is larger than any: it is the first of
-// a stored block, the bits behind whose kind mean nothing.
+// Its first two bytes look like those of a frame, but for a window that is larger than any: a stored block of
+// 28 bytes, the first of whose bits behind its kind mean nothing.
 TEST(FramelessDeflate, ThatBeginsAlmostLikeAFrameIsUnpacked)
 {
+    const std::string strStored = std::string("\x88\x1c\x00\xe3\xff", 5) + "a text of twenty-eight bytes" +
+                                  std::string("\x01\x00\x00\xff\xff", 5);
+    ASSERT_EQ((0x88 * 256 + 0x1c) % 31, 0);
     std::string strText;
     CInflater inflater(CInflater::Format::Deflate);
-    const std::string strStored("\x88\x04\x00\xfb\xfftext\x01\x00\x00\xff\xff", 14);
     EXPECT_EQ(inflater.Write(strStored,
                              [&](std::string_view strPiece) {
                                  strText += strPiece;
                                  return true;
                              }),
               EUnpacked::Well);
-    EXPECT_EQ(strText, "text");
+    EXPECT_EQ(strText, "a text of twenty-eight bytes");
     EXPECT_TRUE(inflater.IsComplete());
 }
 

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <string_view>
@@ -80,8 +81,11 @@ TEST(LabInvitation, ThatDoesNotGetOutEndsTheConnection)
     Socket socket(server.Start());
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nContent-Length: 10\r\n"
                 "Expect: 100-continue\r\n\r\n");
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(socket.ReadAll(), "");
     EXPECT_TRUE(socket.IsClosed());
+    // Sooner than for a body that does not come.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(4500));
     g_bInvitationBreaks = false;
     g_nBroken = -1; // the number may be that of the next connection
     EXPECT_EQ(LabClient(server.Port()).Get("/lab/reports/cycle-data").json["count"], 0);

@@ -70,12 +70,11 @@ TEST(LabPatience, ABodyOfUnknownLengthForTheOperatorsPathsMustBeCalledJsonToo)
     EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 415 "));
 }
 
-/// Whether the server lets a client go that sends without a pause.
-bool IsCutOff(Socket& socket)
+/// Whether the server lets a client go that sends without a pause, before it has sent so many bytes.
+bool IsCutOff(Socket& socket, int nMost)
 {
-    const auto end = steady_clock::now() + std::chrono::seconds(60);
     try {
-        while (steady_clock::now() < end)
+        for (int nSent = 0; nSent < nMost; ++nSent)
             socket.Send("x");
     } catch (const std::runtime_error&) {
         return true;
@@ -90,7 +89,7 @@ TEST(LabPatience, AClientThatNeverPausesIsCutOffWhenItsTimeIsOver)
     LabServer server(options);
     Socket socket(server.Start());
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nContent-Length: 16000000\r\n\r\n");
-    EXPECT_TRUE(IsCutOff(socket));
+    EXPECT_TRUE(IsCutOff(socket, 15'000'000));
 }
 
 const std::string kTooLarge = "POST /posts HTTP/1.1\r\nContent-Length: 100000000\r\n\r\n";
@@ -100,7 +99,7 @@ TEST(LabPatience, ABodyThatIsNotWantedIsNotReadForLong)
     LabServer server;
     Socket socket(server.Start());
     socket.Send(kTooLarge);
-    EXPECT_TRUE(IsCutOff(socket));
+    EXPECT_TRUE(IsCutOff(socket, 15'000'000));
 }
 
 TEST(LabPatience, ABodyThatIsNotWantedNeedNotCome)
