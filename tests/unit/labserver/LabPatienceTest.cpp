@@ -99,7 +99,7 @@ TEST(LabPatience, ABodyThatIsNotWantedIsNotReadForLong)
     LabServer server;
     Socket socket(server.Start());
     socket.Send(kTooLarge);
-    EXPECT_TRUE(IsCutOff(socket, 15'000'000));
+    EXPECT_TRUE(IsCutOff(socket, 3'000'000));
 }
 
 TEST(LabPatience, ABodyThatIsNotWantedNeedNotCome)
