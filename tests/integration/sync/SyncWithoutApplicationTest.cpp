@@ -56,7 +56,7 @@ const SenderCase SENDERS[] = {
      }},
 };
 
-class SyncWithoutApplication : public SyncOutcome
+class SyncWhileApplicationsComeAndGo : public SyncOutcome
 {
 protected:
     void ExpectRefused(const SenderCase& sender)
@@ -73,7 +73,8 @@ protected:
     const ScriptedServer m_silent{NEVER};
 };
 
-class SyncWithoutApplication : public SyncWithoutApplication, public ::testing::WithParamInterface<SenderCase>
+class SyncWithoutApplication : public SyncWhileApplicationsComeAndGo,
+                               public ::testing::WithParamInterface<SenderCase>
 {
 };
 
@@ -90,7 +91,7 @@ TEST_P(SyncWithoutApplication, IsRefusedSoonBeforeAndAfterThereIsOne)
 INSTANTIATE_TEST_SUITE_P(Each, SyncWithoutApplication, ::testing::ValuesIn(SENDERS),
                          ::testing::PrintToStringParamName());
 
-TEST_F(SyncWithoutApplication, EachApplicationHasItsCallsAndEndsTheRequestsLeftBehind)
+TEST_F(SyncWhileApplicationsComeAndGo, EachApplicationHasItsCallsAndEndsTheRequestsLeftBehind)
 {
     for (std::size_t nRound = 1; nRound <= 3; ++nRound) {
         {
