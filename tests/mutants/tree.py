@@ -126,6 +126,7 @@ class Tree:
     def build(self, preset):
         """Builds the copy; a fault that does not compile is taken out, until the rest does."""
         header = Path(__file__).with_name("Mutants.h")
+        print(f"mutants: builds the copy with all faults, preset {preset}", flush=True)
         while True:
             self.write()
             build = self.copy / "build" / preset
