@@ -78,8 +78,8 @@ protected:
         });
     }
 
-    std::atomic<long> m_nAnswers = 0;
-    std::atomic<long> m_nContexts = 0;
+    std::atomic<std::size_t> m_nAnswers = 0;
+    std::atomic<std::size_t> m_nContexts = 0;
 };
 
 TEST_F(SameTime, ADeliveryAndHandlersThatAreRegisteredAndReleasedOverAndOver)
@@ -126,7 +126,7 @@ TEST_F(SameTime, ADeliveryThatFailsAndPathsThatAreReplaced)
 
 TEST_F(SameTime, ADeliveryAndAReceiverThatIsReplaced)
 {
-    std::atomic<long> nDeliveries = 0;
+    std::atomic<std::size_t> nDeliveries = 0;
     {
         const Meanwhile delivering([&] {
             ++nDeliveries;
