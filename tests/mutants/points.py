@@ -54,7 +54,7 @@ def one_line(text: bytes) -> str:
 
 def order_matters(first, second):
     """Two assignments can be swapped freely when neither names what the other one sets."""
-    targets = [re.fullmatch(r"([\w.>\-:\[\]]+) = [^;]*;", text) for text in (first, second)]
+    targets = [re.fullmatch(r'([\w.>\-:\[\]"]+) = [^;]*;', text) for text in (first, second)]
     if first == second:
         return False
     return not all(targets) or targets[0][1] in second or targets[1][1] in first
@@ -144,11 +144,22 @@ class Finder:
         if node.kind in (Kind.COMPOUND_STMT, Kind.IF_STMT, Kind.WHILE_STMT, Kind.FOR_STMT, Kind.CXX_FOR_RANGE_STMT,
                          Kind.CASE_STMT, Kind.DEFAULT_STMT):
             self.statements(node)
+        for child in self.run_time(node):
+            self.visit(child, node)
+
+    @staticmethod
+    def run_time(node):
+        """@return the children without what the compiler works out: labels, arguments of templates, sizes of arrays"""
         children = list(node.get_children())
         if node.kind == Kind.CASE_STMT:
-            children = children[1:]
-        for child in children:
-            self.visit(child, node)
+            return children[1:]
+        if node.kind == Kind.DECL_REF_EXPR:
+            return []
+        if node.kind == Kind.MEMBER_REF_EXPR:
+            return children[:1]
+        if node.kind in (Kind.VAR_DECL, Kind.FIELD_DECL) and node.type.kind == TypeKind.CONSTANTARRAY:
+            return [child for child in children if child.kind == Kind.INIT_LIST_EXPR]
+        return children
 
     def range(self, node):
         return node.extent.start.offset, node.extent.end.offset
