@@ -185,6 +185,13 @@ pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pf
     return pfnReal(pThread, pAttributes, RunWatched, pStart);
 }
 
+int __real_atexit(void (*pfnCall)());
+int __wrap_atexit(void (*pfnCall)());
+int __wrap_atexit(void (*pfnCall)())
+{
+    return Fails("atexit") ? -1 : __real_atexit(pfnCall);
+}
+
 CURL* __real_curl_easy_init();
 CURL* __wrap_curl_easy_init();
 CURL* __wrap_curl_easy_init()

@@ -4,9 +4,9 @@
 #include <string>
 
 /// Makes one call of the transport fail: the nth from now on of those that bear the name. The names are those
-/// of libcurl's functions, "pthread_create", "malloc" for libcurl's own allocations, and "operator new" for
-/// allocations on threads that were started while a failure was armed or since `WatchThreads`. A test program
-/// has one failure at a time. All functions may be called from any thread.
+/// of libcurl's functions, "atexit", "pthread_create", "malloc" for libcurl's own allocations, and "operator
+/// new" for allocations on threads that were started while a failure was armed or since `WatchThreads`. A
+/// test program has one failure at a time. All functions may be called from any thread.
 
 /// @param szCall     a text that stays, a literal
 /// @param nFailures  how many calls fail in a row

@@ -17,6 +17,7 @@ using testing::AnyOf;
 using testing::Contains;
 using testing::Each;
 using testing::Ge;
+using testing::HasSubstr;
 using testing::Le;
 
 namespace
@@ -178,11 +179,27 @@ TEST_P(TransportLoopFailure, ThatLastsDoesNotSpin)
     DisarmFailure();
     ExpectHealth();
     RepliesAfterShutdown(m_nSeen);
+    EXPECT_THAT(m_logFolder.Lines(),
+                AllOf(Contains(HasSubstr(std::string(GetParam()) + ": ")), Each(HasSubstr(" error "))));
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, TransportLoopFailure,
                          testing::Values("curl_multi_perform", "curl_multi_poll"),
                          [](const auto& call) { return std::string(call.param); });
+
+TEST_F(TransportFailure, ToRegisterForTheEndOfTheProcessIsMadeUpForByALaterStartWhichIsTheLastToDoSo)
+{
+    const auto nFailuresOfAStart = [](std::size_t nNth) {
+        ArmFailure("atexit", nNth, MANY);
+        EXPECT_TRUE(CHttpClientInit());
+        CHttpClientUnInit();
+        return DisarmFailure();
+    };
+    EXPECT_EQ(nFailuresOfAStart(1), 1U);
+    EXPECT_EQ(nFailuresOfAStart(1), 1U) << "a failure is taken for a success";
+    EXPECT_EQ(nFailuresOfAStart(2), 0U) << "one start registers twice";
+    EXPECT_EQ(nFailuresOfAStart(1), 0U) << "each start registers, and so takes memory";
+}
 
 TEST_F(TransportFailure, OfEveryAllocationOnTheTransportsThreadsLosesNoCallback)
 {

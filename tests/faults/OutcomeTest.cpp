@@ -158,6 +158,8 @@ INSTANTIATE_TEST_SUITE_P(
         Outcome{"SilenceInMidBody", Step(HalfReply(), Ending::Hold), -28, ""},
         Outcome{"ClosedWithoutReply", Step("", Ending::Close), -52, ""},
         Outcome{"ClosedInMidHeader", Step("HTTP/1.1 200 OK\r\nContent-Le", Ending::Close), -18, ""},
+        Outcome{"ClosedInMidHeaderAfterAnInterimReply",
+                Step("HTTP/1.1 102 Processing\r\n\r\nHTTP/1.1 200 OK\r\nContent-Le", Ending::Close), -18, ""},
         Outcome{"ClosedAfterAnInterimReply", Step("HTTP/1.1 102 Processing\r\n\r\n", Ending::Close), -52, ""},
         Outcome{"ResetInMidHeader", Step("HTTP/1.1 200 OK\r\nContent-Le", Ending::Reset), ResetError(-18),
                 ""},
