@@ -4,7 +4,8 @@
 // no-application (no QCoreApplication), destroy (end the SDK client), exit (end by exit(), not from main),
 // exit-in-callback (end by exit() from a receiver on the delivering thread), blocking (blocking calls that
 // time out at once, instead of reports), record-at-end (a record is asked for, and comes, while the process
-// ends; it exits with 3 when that is not the server's).
+// ends; it exits with 3 when that is not the server's), watch-objects (exits with 4 when CUIAgentReq and
+// CUIAgentRsp are not destroyed as the process ends).
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
@@ -45,8 +46,27 @@ void WaitForARecord()
     }
 }
 
+int g_nDestroyed = 0;
+
+void ExpectBothDestroyed()
+{
+    if (g_nDestroyed != 2) {
+        std::_Exit(4);
+    }
+}
+
+void Watch(const QObject* pObject)
+{
+    QObject::connect(pObject, &QObject::destroyed, [] { ++g_nDestroyed; });
+}
+
 void MakeSingletons(const Options& options)
 {
+    if (options.count("watch-objects") != 0) {
+        std::atexit(&ExpectBothDestroyed); // before they are made, hence called when they are gone
+        Watch(CUIAgentReq::Instance());
+        Watch(CUIAgentRsp::Instance());
+    }
     if (options.count("response-first") != 0) {
         CUIAgentRsp::Instance();
     }

@@ -87,6 +87,19 @@ TEST_P(ProcessEndAfterBlockingCalls, IsCleanWhileTheirRequestsAreStillUnderWay)
 INSTANTIATE_TEST_SUITE_P(Ways, ProcessEndAfterBlockingCalls, ::testing::Values("blocking", "blocking exit"),
                          [](const auto& way) { return way.index == 0 ? "return" : "exit"; });
 
+class ProcessEndOfTheObjects : public ::testing::TestWithParam<std::string>
+{
+};
+
+TEST_P(ProcessEndOfTheObjects, IsSeenByTheirHost)
+{
+    const ScriptedServer server(Ok());
+    EXPECT_EQ(RunHost(server.Port(), "watch-objects " + GetParam()), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, ProcessEndOfTheObjects, ::testing::Values("", "exit", "no-application"),
+                         &NameOf);
+
 class ProcessEndWithARecord : public ::testing::TestWithParam<std::string>
 {
 };

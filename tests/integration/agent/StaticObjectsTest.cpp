@@ -7,6 +7,7 @@
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +15,9 @@
 #include <dlfcn.h>
 
 #include <filesystem>
+#include <future>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -123,6 +126,30 @@ TEST_F(StaticObjects, OfTheLibraryAreNeverDestroyed)
     for (const char* const szOurs : {"libktshttpagent", "libchttpclient", "liblibclog", "libclog"}) {
         EXPECT_THAT(LibrariesOfObjects(), Each(Not(StartsWith(szOurs))));
     }
+}
+
+TEST_F(StaticObjects, ThatAnAnswerUsesAreMadeWithTheResponseObject)
+{
+    CUIAgentRsp::Instance();
+    const ScriptedServer server(ServerStep{HttpReply(200, R"({"success":true,"实验项目":[]})")});
+    std::promise<bool> projects;
+    std::promise<void> version;
+    QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetProjectsRet,
+                     [&](bool bSucc, const QVariant&) {
+                         projects.set_value(bSucc);
+                         throw std::runtime_error("a receiver's own trouble"); // which is logged
+                     });
+    QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetSupportVerRet,
+                     [&] { version.set_value(); });
+    auto& client = *VelCSDK::SDKFactory::GetInstance(); // the request object would make some of them, too
+    client.Init();
+    client.SetServerAddr("127.0.0.1", server.Port());
+    const std::size_t nBefore = CountRegistered();
+    client.GetProjects("A", "1");
+    EXPECT_TRUE(projects.get_future().get());
+    client.GetSupportVer("1"); // whose answer comes once the line about the first one is written
+    version.get_future().wait();
+    EXPECT_THAT(LibrariesOfObjects(nBefore), Each(Not(StartsWith("libQt5"))));
 }
 
 TEST_F(StaticObjects, ThatBlockingCallsUseAreMadeWithTheRequestObject)
