@@ -17,11 +17,13 @@ public:
     /// The time since it was made.
     qint64 Milliseconds() const { return m_clock.elapsed(); }
 
-private:
+protected:
     void Expire(QEventLoop& loop);
 
+    QTimer m_timer;
+
+private:
     const int m_nTimeoutMs;
     QElapsedTimer m_clock;
-    QTimer m_timer;
     bool m_bExpired = false;
 };

@@ -1,0 +1,54 @@
+#include "WaitTimer.h"
+
+#include <QEventLoop>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+/// Opens what lets a test do as a system does whose timers fire early.
+class WaitTimerProbe : public CWaitTimer
+{
+public:
+    using CWaitTimer::CWaitTimer;
+
+    void FireNow(QEventLoop& loop)
+    {
+        m_timer.stop(); // as a single shot is once it has fired
+        Expire(loop);
+    }
+
+    int Interval() const { return m_timer.interval(); }
+    bool IsRunning() const { return m_timer.isActive(); }
+};
+
+TEST(WaitTimer, ThatFiresEarlyFiresAgainOnceTheTimeHasPassed)
+{
+    constexpr int TIMEOUT_MS = 200;
+    QEventLoop loop;
+    WaitTimerProbe timer(loop, TIMEOUT_MS);
+    timer.FireNow(loop);
+    EXPECT_FALSE(timer.HasExpired());
+    QTimer::singleShot(60'000, &loop, &QEventLoop::quit); // for a timer that is never heard of again
+    loop.exec();
+    EXPECT_TRUE(timer.HasExpired());
+    EXPECT_GE(timer.Milliseconds(), TIMEOUT_MS);
+}
+
+TEST(WaitTimer, ThatFiresEarlyIsSetToTheTimeThatIsLeft)
+{
+    constexpr int TIMEOUT_MS = 3'600'000;
+    QEventLoop loop;
+    WaitTimerProbe timer(loop, TIMEOUT_MS);
+    while (timer.Milliseconds() < 5) { // until there is a difference to see
+    }
+    const qint64 nBefore = timer.Milliseconds();
+    timer.FireNow(loop);
+    EXPECT_TRUE(timer.IsRunning());
+    EXPECT_LE(timer.Interval(), TIMEOUT_MS - nBefore);
+    EXPECT_GE(timer.Interval(), TIMEOUT_MS - timer.Milliseconds());
+}
+
+} // namespace
