@@ -9,11 +9,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -90,6 +93,28 @@ TEST_F(AgentAgain, OfResponseObjectsMadeAndEndedInTurnTheLastOneMadeGetsTheAnswe
         Answer(1);
         EXPECT_EQ(spy.count(), 2) << nRound;
     }
+}
+
+TEST_F(AgentAgain, ResponseObjectsMayBeMadeAndEndedOnSeveralThreadsAtOnce)
+{
+    constexpr int TIMES = 1000;
+    constexpr std::size_t AT_ONCE = 10;
+    std::vector<std::thread> vecThreads(4);
+    for (std::thread& thread : vecThreads) {
+        thread = std::thread([] {
+            for (int nTime = 0; nTime < TIMES; ++nTime) {
+                const std::array<AgentResponseProbe, AT_ONCE> responses;
+            }
+        });
+    }
+    for (std::thread& thread : vecThreads) {
+        thread.join();
+    }
+    const AgentResponseProbe response;
+    const QSignalSpy spy(&response, &CUIAgentRsp::SigGetProjectsRet);
+    Ask();
+    Answer(1);
+    EXPECT_EQ(spy.count(), 1);
 }
 
 TEST_F(AgentAgain, ARequestObjectThatEndsTakesNoAnswerWithIt)
