@@ -279,4 +279,6 @@ TEST_F(TransportTest, AReplyWithoutReceiverHurtsNobody)
     ASSERT_TRUE(server.WaitForRequests(1));
     CHttpClientUnInit();
     EXPECT_THAT(m_replies.All(), IsEmpty());
+    EXPECT_THAT(m_logFolder.Lines(),
+                ElementsAre(testing::ContainsRegex("error .*no receiver for a reply of type 3104")));
 }

@@ -171,6 +171,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Packed{"OfOldServers", "Content-Encoding: x-gzip\r\n", Gzipped(Text()), 0, Text()},
                     Packed{"OfTwoCodings", "Content-Encoding: gzip, deflate\r\n", Deflated(Gzipped(Text())),
                            0, Text()},
+                    Packed{"OfTwoCodingsAmongBlanks", "Content-Encoding: gzip \t , \t deflate\r\n",
+                           Deflated(Gzipped(Text())), 0, Text()},
                     Packed{"OfTwoCodingsInnerCut", "Content-Encoding: gzip, deflate\r\n",
                            Deflated(Without(Gzipped(Text()), 1)), -61, ""},
                     Packed{"OfTwoCodingsOuterCut", "Content-Encoding: gzip, deflate\r\n",

@@ -1,5 +1,6 @@
 #include "AgentProbe.h"
 #include "EndpointSettings.h"
+#include "RecordingLog.h"
 #include "RecordingTransport.h"
 #include "SettingRows.h"
 #include "SyncWait.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <string>
 #include <thread>
 
 namespace
@@ -38,6 +40,21 @@ TEST_F(AgentRequest, TheRequestObjectInitialisesTheClientOnce)
     CUIAgentReq::Instance();
     EXPECT_THAT(RecordingTransport::Instance().vecCalls,
                 ::testing::ElementsAre("CHttpClientInit", "CHttpClientSetResponseCallBack"));
+}
+
+TEST_F(AgentRequest, StrictWaitsOfAnotherThreadAreNotSetAndThatIsLogged)
+{
+    CUIAgentReq& request = *CUIAgentReq::Instance();
+    for (const bool bStrict : {true, false}) {
+        request.SetStrictWaits(!bStrict);
+        ClearRecordedLog();
+        std::thread([&] { request.SetStrictWaits(bStrict); }).join();
+        EXPECT_EQ(request.HasStrictWaits(), !bStrict);
+        const std::string strText =
+            std::to_string(int{bStrict}) + " is not set: this is not the thread of CUIAgentReq";
+        EXPECT_THAT(RecordedLog(),
+                    ::testing::ElementsAre(RecordedLine{1, "CUIAgentReq::SetStrictWaits", 1, strText}));
+    }
 }
 
 // Hosts were built against it: a subclass has its own members behind these.
