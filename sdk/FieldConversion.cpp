@@ -28,7 +28,7 @@ bool IsInsideCharacter(char c)
 std::string Excerpt(const std::string& strText)
 {
     std::size_t nEnd = std::min(strText.size(), LONGEST_EXCERPT);
-    while (nEnd > 0 && nEnd < strText.size() && IsInsideCharacter(strText[nEnd])) {
+    while (nEnd > 0 && IsInsideCharacter(strText[nEnd])) { // at its end a text has a NUL
         --nEnd;
     }
     return strText.substr(0, nEnd);
