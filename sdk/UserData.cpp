@@ -9,19 +9,17 @@ namespace
 {
 
 template <int nType>
-bool FreeAs(int nActualType, void* pUserData) noexcept
+void FreeAs(int nActualType, void* pUserData) noexcept
 {
-    if (nActualType != nType) {
-        return false;
+    if (nActualType == nType) {
+        delete static_cast<typename UserDataOf<nType>::Type*>(pUserData);
     }
-    delete static_cast<typename UserDataOf<nType>::Type*>(pUserData);
-    return true;
 }
 
 template <int... nTypes>
 void FreeAsOneOf(int nActualType, void* pUserData) noexcept
 {
-    static_cast<void>((FreeAs<nTypes>(nActualType, pUserData) || ...));
+    (FreeAs<nTypes>(nActualType, pUserData), ...);
 }
 
 /// The user data of all requests that have no answer yet, with the types of their requests.

@@ -236,6 +236,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "box is \"x" + std::string(63, ' ') + "...\" (67 bytes): invalid stoi argument"},
         FailedField{"CutWithinACharacter", std::string(63, 'x') + "电", "2",
                     "box is \"" + std::string(63, 'x') + "...\" (66 bytes): invalid stoi argument"},
+        FailedField{"TextWithoutTheBeginningOfACharacter", std::string(1000, '\x80'), "2",
+                    "box is \"...\" (1000 bytes): invalid stoi argument"},
         FailedField{"Nul",
                     std::string("\0"
                                 "7",
