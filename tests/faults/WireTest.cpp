@@ -87,6 +87,12 @@ TEST_F(TransportWire, APostWithAnotherHeaderLineHasNoContentType)
     EXPECT_THAT(request.Header("Content-Type"), IsEmpty());
 }
 
+TEST_F(TransportWire, AHeaderLineMayHoldATabAndBytesBeyondAscii)
+{
+    const WireRequest request = Sent("{}", true, true, "X-Station: 5\t电芯");
+    EXPECT_THAT(request.Header("X-Station"), ElementsAre("X-Station: 5\t电芯"));
+}
+
 TEST_F(TransportWire, AnEmptyPostSaysSo)
 {
     const WireRequest request = Sent("", true, false, "");

@@ -91,6 +91,7 @@ TEST_F(EndpointSettings, AProfileThatCannotBeParsedLeavesTheBuiltInPathsAndSaysS
     EXPECT_EQ(PathOf(3103), BuiltIn(3103));
     ASSERT_EQ(RecordedLog().size(), 1U);
     EXPECT_EQ(RecordedLog().front().nLevel, 1);
+    EXPECT_EQ(RecordedLog().front().nLine, 1);
     EXPECT_THAT(RecordedLog().front().strText,
                 ::testing::AllOf(::testing::HasSubstr(PLUGIN), ::testing::HasSubstr("can't be parsed")));
 }
