@@ -85,7 +85,7 @@ protected:
 TEST_F(SameTime, ADeliveryAndHandlersThatAreRegisteredAndReleasedOverAndOver)
 {
     for (int nRound = 0; nRound < 20; ++nRound) {
-        const long nBefore = m_nAnswers;
+        const std::size_t nBefore = m_nAnswers;
         const CHttpClientResponse fnDeliver = m_transport.fnResponse;
         const Meanwhile delivering([&] {
             fnDeliver(YES, 3104, nullptr, 0);
@@ -98,7 +98,7 @@ TEST_F(SameTime, ADeliveryAndHandlersThatAreRegisteredAndReleasedOverAndOver)
         EXPECT_GT(m_nAnswers, nBefore) << "round " << nRound;
         CDataResponse::ReleaseInstance();
         delivering.WaitForOneMore();
-        const long nReleased = m_nAnswers;
+        const std::size_t nReleased = m_nAnswers;
         delivering.WaitForOneMore();
         EXPECT_EQ(m_nAnswers, nReleased) << "a reply found a handler that was forgotten, round " << nRound;
         m_client.Init();
