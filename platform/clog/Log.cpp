@@ -8,6 +8,7 @@
 
 #include <spdlog/logger.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -29,7 +30,7 @@ spdlog::level::level_enum SpdlogLevel(int nLevel)
 {
     static constexpr std::array LEVELS{spdlog::level::err, spdlog::level::warn, spdlog::level::info,
                                        spdlog::level::debug};
-    return LEVELS.at(nLevel < 1 ? 0 : static_cast<std::size_t>(nLevel) - 1);
+    return LEVELS.at(static_cast<std::size_t>(std::max(nLevel, 1)) - 1);
 }
 
 /// Takes the log's lock, unless it may be a thread that is no more which holds it.
@@ -92,7 +93,10 @@ void Log::Write(int nLevel, std::string_view line)
     if (!Lock(lock)) {
         return;
     }
-    if ((!IsOpen() && !Open()) || !Put(nLevel, line)) {
+    if (!IsOpen()) {
+        Open();
+    }
+    if (!Put(nLevel, line)) {
         ++m_nLost;
     }
 }
@@ -102,19 +106,18 @@ bool Log::IsOpen() const
     return m_pLogger != nullptr && IsLogFileInPlace(*m_pLogger->sinks().front(), m_pathFile);
 }
 
-bool Log::Open()
+/// Tries to, unless it is too early after a failure. Without an open log Put fails.
+void Log::Open()
 {
     if (std::chrono::steady_clock::now() < m_tpNextTry) {
-        return false;
+        return;
     }
     try {
         MakeLogger();
     } catch (const std::exception& error) {
         Fail(error.what());
-        return false;
     }
     WriteForeword();
-    return m_pLogger != nullptr;
 }
 
 void Log::MakeLogger()

@@ -42,7 +42,7 @@ private:
     Log();
 
     bool IsOpen() const;
-    bool Open();
+    void Open();
     void MakeLogger();
     void WriteForeword();
     bool Put(int nLevel, std::string_view line);

@@ -90,7 +90,6 @@ private:
         fs::rename(from, to, error);
         if (error) {
             m_file.Truncate(); // or it would grow without end
-            m_nBytes = 0;
             throw std::system_error(error, "Failed renaming " + from.string() + " to " + to.string());
         }
     }

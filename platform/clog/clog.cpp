@@ -4,6 +4,7 @@
 
 #include "platform/text/Escaping.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -42,7 +43,7 @@ void Log_Write(int level, const std::string& where, int line, const char* format
     va_start(arguments, format);
     try {
         Log& log = Log::Instance();
-        if (log.Takes(level < 1 ? 1 : level)) {
+        if (log.Takes(std::max(level, 1))) {
             const std::string strText = format == nullptr ? std::string() : Format(format, arguments);
             log.Write(level, EscapeUnsafe(where) + ':' + std::to_string(line) + ' ' + EscapeUnsafe(strText));
         }

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <system_error>
 
 namespace
 {
@@ -21,8 +20,8 @@ void ReadCount(const char* szName, std::size_t& nCount, std::vector<std::string>
     }
     int nValue = 0;
     const char* const pValueEnd = strValue->data() + strValue->size();
-    const auto [pEnd, error] = std::from_chars(strValue->data(), pValueEnd, nValue);
-    if (error == std::errc() && pEnd == pValueEnd && nValue > 0) {
+    const char* const pEnd = std::from_chars(strValue->data(), pValueEnd, nValue).ptr;
+    if (pEnd == pValueEnd && nValue > 0) { // a number too large leaves 0
         nCount = static_cast<std::size_t>(nValue);
         return;
     }
@@ -113,7 +112,7 @@ private:
         if (cKind == '*') {
             SkipBehind(m_text.find("*/", m_nPos + 1), 2);
         } else if (cKind == '/') {
-            SkipBehind(m_text.find_first_of("\r\n", m_nPos + 1), 1);
+            SkipBehind(m_text.find_first_of("\r\n", m_nPos), 1);
         }
     }
 

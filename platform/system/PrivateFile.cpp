@@ -158,10 +158,11 @@ void MakeFilePrivate(const std::filesystem::path& path)
         return;
     }
     const int nDescriptor = ::open(path.c_str(), O_RDONLY | CAREFULLY);
-    if (nDescriptor >= 0 && ::fstat(nDescriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+    if (nDescriptor < 0) {
+        return;
+    }
+    if (::fstat(nDescriptor, &status) == 0 && S_ISREG(status.st_mode)) {
         SetMode(nDescriptor, status);
     }
-    if (nDescriptor >= 0) {
-        ::close(nDescriptor);
-    }
+    ::close(nDescriptor);
 }

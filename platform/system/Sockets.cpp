@@ -125,8 +125,8 @@ bool ReusePort(Socket nSocket)
 
 bool MakeNonBlocking(Socket nSocket)
 {
-    const int nFlags = ::fcntl(nSocket, F_GETFL);
-    return nFlags >= 0 && ::fcntl(nSocket, F_SETFL, nFlags | O_NONBLOCK) == 0;
+    // Where there is no socket to ask for its flags, setting them fails too.
+    return ::fcntl(nSocket, F_SETFL, ::fcntl(nSocket, F_GETFL) | O_NONBLOCK) == 0;
 }
 
 bool WouldBlock()

@@ -70,6 +70,6 @@ StopSignal::~StopSignal()
 
 bool StopSignal::WaitFor(std::chrono::milliseconds patience) const
 {
-    pollfd raised{m_nDescriptor, POLLIN, 0};
+    pollfd raised{m_nDescriptor, POLLIN, {}};
     return PollSockets(&raised, 1, static_cast<int>(patience.count())) > 0;
 }

@@ -61,10 +61,10 @@ std::size_t ReadCharacter(std::string_view text, char32_t& character)
     const auto* const pForm = std::find_if(std::begin(FORMS), std::end(FORMS), [nLead](const SForm& form) {
         return (nLead & form.nMask) == form.nLead;
     });
-    if (pForm == std::end(FORMS) || text.size() < pForm->nBytes) {
+    if (pForm == std::end(FORMS)) {
         return 0;
     }
-    character = nLead & ~pForm->nMask;
+    character = nLead & ~pForm->nMask; // cut short, it stays below the first of its form
     for (const char c : text.substr(1, pForm->nBytes - 1)) {
         if ((Byte(c) & 0xc0U) != 0x80U) {
             return 0;
