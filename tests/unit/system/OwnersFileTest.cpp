@@ -3,6 +3,7 @@
 #include "platform/system/OwnersFile.h"
 
 #include "LogFolder.h"
+#include "ProcessUse.h"
 #include "SystemCalls.h"
 
 #include <gmock/gmock.h>
@@ -12,8 +13,10 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 using testing::StartsWith;
@@ -93,4 +96,78 @@ TEST_F(OpenFile, ThatWasThereAndIsGoneIsNoLink)
 {
     const FailingCall asking("lstat", ENOENT);
     EXPECT_NO_THROW(MakeOwnersFile(m_path));
+}
+
+TEST_F(OpenFile, OfAnotherUserIsTakenFromOthersWhereThatIsPossible)
+{
+    const OtherUser user;
+    KeepToOwner(m_path);
+    EXPECT_EQ(Mode(), fs::perms(0600));
+    fs::permissions(m_path, fs::perms(0644));
+    const FailingCall mode("fchmodat", EOPNOTSUPP);
+    KeepToOwner(m_path);
+    EXPECT_EQ(Mode(), fs::perms(0600));
+}
+
+TEST_F(OpenFile, ThatCanNotBeMadeSaysWhy)
+{
+    try {
+        MakeOwnersFile(m_folder.Path() / "missing" / "file");
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "it can't be made: No such file or directory");
+    }
+}
+
+TEST_F(OpenFile, KeepsWhatItsOwnerMayDo)
+{
+    for (const auto& [nBefore, nAfter] : {std::pair(0601U, 0600U), std::pair(0755U, 0700U)}) {
+        fs::permissions(m_path, fs::perms(nBefore));
+        KeepToOwner(m_path);
+        EXPECT_EQ(Mode(), fs::perms(nAfter));
+    }
+}
+
+TEST_F(OpenFile, WhoseModeTheSystemRefusesToSetIsNotTriedByAnotherCall)
+{
+    const FailingCall mode("fchmodat", EPERM);
+    KeepToOwner(m_path);
+    EXPECT_EQ(Mode(), fs::perms(0644));
+}
+
+TEST(FileOfItsOwner, OfAnotherUserThatIsNotOpenIsTakenAsItIs)
+{
+    const LogFolder folder;
+    MakeOwnersFile(folder.Path() / "file");
+    const OtherUser user;
+    const FailingCall mode("fchmodat", EPERM);
+    EXPECT_NO_THROW(KeepToOwner(folder.Path() / "file"));
+}
+
+// As in a program that has no standard input, whose descriptor is the first that is given again.
+TEST(FileOfItsOwner, IsMadeByAnyDescriptorWhateverTheUmask)
+{
+    const LogFolder folder;
+    const std::size_t nBefore = OpenDescriptors();
+    for (const char* szName : {"one", "two"}) {
+        const mode_t nMask = ::umask(0777);
+        MakeOwnersFile(folder.Path() / szName);
+        ::umask(nMask);
+        EXPECT_EQ(fs::status(folder.Path() / szName).permissions(), fs::perms(0600)) << szName;
+        ::close(STDIN_FILENO);
+        EXPECT_EQ(OpenDescriptors(), nBefore - 1) << szName;
+    }
+}
+
+TEST(FileOfItsOwner, IsNotMadeThroughALink)
+{
+    const LogFolder folder;
+    fs::create_symlink("target", folder.Path() / "link");
+    try {
+        MakeOwnersFile(folder.Path() / "link");
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "it is a symbolic link; name the file itself");
+    }
+    EXPECT_FALSE(fs::exists(folder.Path() / "target"));
 }

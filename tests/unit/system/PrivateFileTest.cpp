@@ -1,15 +1,16 @@
-// A file for its owner alone, and folders for it, where the system refuses what it seldom refuses.
+// A file for its owner alone, where the system refuses what it seldom refuses.
 
 #include "platform/system/PrivateFile.h"
 
 #include "LogFolder.h"
+#include "ProcessUse.h"
 #include "SystemCalls.h"
-#include "platform/system/PrivateFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -18,19 +19,17 @@
 #include <system_error>
 #include <utility>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
 namespace
 {
-
-std::size_t OpenDescriptors()
-{
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
 
 std::string Content(const fs::path& path)
 {
@@ -98,15 +97,25 @@ TEST_F(OwnFile, ThatCanNotBeEmptiedSaysSo)
 
 TEST_F(OwnFile, WithALeaseThatIsNotGivenUpIsNotWaitedForLong)
 {
-    const FailingCall opening("open", EWOULDBLOCK);
+    const FailingCall opening("open", EWOULDBLOCK, 0, 10);
+    const auto tpBegin = std::chrono::steady_clock::now();
     ExpectFailure(EWOULDBLOCK, "opening", [&] { PrivateFile file(m_path); });
+    EXPECT_GE(std::chrono::steady_clock::now() - tpBegin, std::chrono::milliseconds(90));
 }
 
 TEST_F(OwnFile, ThatTakesNothingOfATextIsFull)
 {
     PrivateFile file(m_path);
-    const FailingCall writing("write", 0);
+    const FailingCall writing("write", 0, 0, 1);
+    errno = EINTR; // of an earlier call
     ExpectFailure(ENOSPC, "writing to", [&] { file.Append("text"); });
+}
+
+TEST_F(OwnFile, TakesATextOfOneByte)
+{
+    PrivateFile file(m_path);
+    file.Append("x");
+    EXPECT_EQ(Content(m_path), "x");
 }
 
 TEST_F(OwnFile, IsWrittenOnAfterASignal)
@@ -130,6 +139,76 @@ TEST_F(OwnFile, ThatWasMovedIsClosedOnce)
     EXPECT_EQ(OpenDescriptors(), nBefore);
 }
 
+// As in a host that has no standard input. What an earlier call failed for does not matter.
+TEST_F(OwnFile, MayHaveTheFirstOfAllDescriptors)
+{
+    MakeOpenFile();
+    const std::size_t nBefore = OpenDescriptors();
+    ::close(STDIN_FILENO);
+    errno = EWOULDBLOCK;
+    {
+        const PrivateFile file(m_path);
+        EXPECT_EQ(OpenDescriptors(), nBefore);
+        EXPECT_EQ(::fcntl(STDIN_FILENO, F_GETFD), FD_CLOEXEC);
+    }
+    EXPECT_EQ(OpenDescriptors(), nBefore - 1);
+    fs::permissions(m_path, fs::perms(0644));
+    MakeFilePrivate(m_path);
+    EXPECT_EQ(Mode(m_path), 0600U);
+    EXPECT_EQ(OpenDescriptors(), nBefore - 1);
+}
+
+TEST_F(OwnFile, IsOpenedOnceALeaseOnItIsGivenUpInTheLastMoment)
+{
+    const FailingCall opening("open", EWOULDBLOCK, 0, 9);
+    EXPECT_NO_THROW(PrivateFile file(m_path));
+    EXPECT_EQ(Mode(m_path), 0600U);
+}
+
+// Whoever reads there would take the opening and closing for a writer that has come and gone.
+TEST_F(OwnFile, ThatIsAPipeIsNotEvenOpened)
+{
+    ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
+    const int nReader = ::open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_THROW(PrivateFile file(m_path), std::runtime_error);
+    pollfd reader{nReader, POLLIN, 0};
+    EXPECT_EQ(::poll(&reader, 1, 0), 0);
+    const int nWatch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(::inotify_add_watch(nWatch, m_path.c_str(), IN_OPEN), 0);
+    MakeFilePrivate(m_path);
+    pollfd opened{nWatch, POLLIN, 0};
+    EXPECT_EQ(::poll(&opened, 1, 0), 0);
+    ::close(nWatch);
+    ::close(nReader);
+}
+
+TEST_F(OwnFile, InWhosePlaceAPipeComesMeanwhileIsRefused)
+{
+    ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
+    const int nReader = ::open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const std::size_t nBefore = OpenDescriptors();
+    const FailingCall asking("lstat", ENOENT);
+    EXPECT_THROW(PrivateFile file(m_path), std::runtime_error);
+    EXPECT_EQ(OpenDescriptors(), nBefore);
+    ::close(nReader);
+}
+
+TEST_F(OwnFile, ThatIsAssignedIsTheOtherOne)
+{
+    const fs::path other = m_folder.Path() / "other";
+    std::optional<PrivateFile> optFile;
+    {
+        const OtherDevice device;
+        optFile.emplace(m_path);
+    }
+    *optFile = PrivateFile(other);
+    EXPECT_TRUE(optFile->IsInPlace());
+    optFile->Append("text");
+    EXPECT_EQ(Content(other), "text");
+    fs::remove(other);
+    EXPECT_FALSE(optFile->IsInPlace());
+}
+
 TEST_F(OwnFile, OfTheSameNumberOnAnotherDeviceIsAnother)
 {
     const PrivateFile file(m_path);
@@ -147,6 +226,30 @@ TEST_F(OwnFile, OfAnotherUserKeepsItsMode)
     EXPECT_EQ(Content(m_path), "earlier\ntext\n");
 }
 
+// Setting it anew would change the time at which the file's properties were last changed.
+TEST_F(OwnFile, ThatIsPrivateAlreadyIsLeftSo)
+{
+    ::umask(0);
+    const FailingCall mode("fchmod", EPERM, 0, FailingCall::ALWAYS,
+                           [] { ADD_FAILURE() << "the mode is set"; });
+    PrivateFile{m_path};
+    EXPECT_EQ(Mode(m_path), 0600U) << "it was made so";
+    PrivateFile{m_path};
+    MakeFilePrivate(m_path);
+}
+
+TEST_F(OwnFile, OfEarlierIsNotOpenedForWriting)
+{
+    MakeOpenFile();
+    const int nWatch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(::inotify_add_watch(nWatch, m_path.c_str(), IN_CLOSE_WRITE), 0);
+    MakeFilePrivate(m_path);
+    EXPECT_EQ(Mode(m_path), 0600U);
+    pollfd closed{nWatch, POLLIN, 0};
+    EXPECT_EQ(::poll(&closed, 1, 0), 0);
+    ::close(nWatch);
+}
+
 TEST_F(OwnFile, OfEarlierThatCanNotBeOpenedOrAskedAboutKeepsItsMode)
 {
     MakeOpenFile();
@@ -159,19 +262,4 @@ TEST_F(OwnFile, OfEarlierThatCanNotBeOpenedOrAskedAboutKeepsItsMode)
     EXPECT_EQ(OpenDescriptors(), nBefore);
     MakeFilePrivate(m_path);
     EXPECT_EQ(Mode(m_path), 0600U);
-}
-
-TEST(OwnFolder, IsMadeWhereTheProcessStands)
-{
-    const LogFolder folder;
-    const fs::path before = fs::current_path();
-    fs::current_path(folder.Path());
-    MakePrivateFolders("one");
-    fs::current_path(before);
-    EXPECT_EQ(Mode(folder.Path() / "one"), 0700U);
-}
-
-TEST(OwnFolder, WithoutANameIsRefused)
-{
-    EXPECT_THROW(MakePrivateFolders(""), fs::filesystem_error);
 }

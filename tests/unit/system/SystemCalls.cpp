@@ -1,5 +1,6 @@
 #include "SystemCalls.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <map>
@@ -28,6 +29,7 @@ std::map<std::string, SFailure>& Failures()
 
 bool g_bOtherUser = false;
 bool g_bOtherDevice = false;
+bool g_bLongMachineName = false;
 
 /// Counts a call. Returns whether it is to fail; then `errno` is set.
 bool Fails(const char* szCall)
@@ -37,7 +39,9 @@ bool Fails(const char* szCall)
         return false;
     }
     it->second.fnMeanwhile();
-    errno = it->second.nError;
+    if (it->second.nError != 0) {
+        errno = it->second.nError;
+    }
     return true;
 }
 
@@ -75,6 +79,16 @@ OtherDevice::~OtherDevice()
     g_bOtherDevice = false;
 }
 
+LongMachineName::LongMachineName()
+{
+    g_bLongMachineName = true;
+}
+
+LongMachineName::~LongMachineName()
+{
+    g_bLongMachineName = false;
+}
+
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's --wrap names them so
 
 extern "C" {
@@ -88,6 +102,27 @@ int __wrap_open(const char* szFile, int nFlags, ...)
     const mode_t nMode = (nFlags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
     return Fails("open") ? -1 : __real_open(szFile, nFlags, nMode);
+}
+
+int __real_renameat2(int nFolder, const char* szFrom, int nNewFolder, const char* szTo, unsigned nFlags);
+int __wrap_renameat2(int nFolder, const char* szFrom, int nNewFolder, const char* szTo, unsigned nFlags);
+int __wrap_renameat2(int nFolder, const char* szFrom, int nNewFolder, const char* szTo, unsigned nFlags)
+{
+    return Fails("renameat2") ? -1 : __real_renameat2(nFolder, szFrom, nNewFolder, szTo, nFlags);
+}
+
+int __real_link(const char* szFrom, const char* szTo);
+int __wrap_link(const char* szFrom, const char* szTo);
+int __wrap_link(const char* szFrom, const char* szTo)
+{
+    return Fails("link") ? -1 : __real_link(szFrom, szTo);
+}
+
+int __real_rename(const char* szFrom, const char* szTo);
+int __wrap_rename(const char* szFrom, const char* szTo);
+int __wrap_rename(const char* szFrom, const char* szTo)
+{
+    return Fails("rename") ? -1 : __real_rename(szFrom, szTo);
 }
 
 int __real_fcntl(int nDescriptor, int nCommand, ...);
@@ -105,7 +140,11 @@ int __real_fstat(int nDescriptor, struct stat* pStatus);
 int __wrap_fstat(int nDescriptor, struct stat* pStatus);
 int __wrap_fstat(int nDescriptor, struct stat* pStatus)
 {
-    return Fails("fstat") ? -1 : __real_fstat(nDescriptor, pStatus);
+    const int nResult = Fails("fstat") ? -1 : __real_fstat(nDescriptor, pStatus);
+    if (nResult == 0 && g_bOtherDevice) {
+        ++pStatus->st_dev;
+    }
+    return nResult;
 }
 
 int __real_lstat(const char* szFile, struct stat* pStatus);
@@ -131,9 +170,16 @@ ssize_t __wrap_write(int nDescriptor, const void* pBytes, size_t nBytes);
 ssize_t __wrap_write(int nDescriptor, const void* pBytes, size_t nBytes)
 {
     if (Fails("write")) {
-        return errno == 0 ? 0 : -1;
+        return Failures().at("write").nError == 0 ? 0 : -1;
     }
     return __real_write(nDescriptor, pBytes, nBytes);
+}
+
+int __real_fchmod(int nDescriptor, mode_t nMode);
+int __wrap_fchmod(int nDescriptor, mode_t nMode);
+int __wrap_fchmod(int nDescriptor, mode_t nMode)
+{
+    return Fails("fchmod") ? -1 : __real_fchmod(nDescriptor, nMode);
 }
 
 int __real_fchmodat(int nFolder, const char* szFile, mode_t nMode, int nFlags);
@@ -161,6 +207,10 @@ int __real_gethostname(char* pName, size_t nBytes);
 int __wrap_gethostname(char* pName, size_t nBytes);
 int __wrap_gethostname(char* pName, size_t nBytes)
 {
+    if (g_bLongMachineName) {
+        std::fill_n(pName, nBytes, 'x');
+        return 0;
+    }
     return Fails("gethostname") ? -1 : __real_gethostname(pName, nBytes);
 }
 

@@ -37,8 +37,8 @@ public:
     OtherUser& operator=(const OtherUser&) = delete;
 };
 
-/// Lets every name lead to another device than the open file lies on, for as long as the object lives: what
-/// `lstat` says.
+/// Lets every file lie on another device than it does, for as long as the object lives: what `lstat` and
+/// `fstat` say.
 class OtherDevice
 {
 public:
@@ -46,4 +46,15 @@ public:
     ~OtherDevice();
     OtherDevice(const OtherDevice&) = delete;
     OtherDevice& operator=(const OtherDevice&) = delete;
+};
+
+/// A machine whose name takes all the room that there is, and so has no end, for as long as the object lives:
+/// what `gethostname` says.
+class LongMachineName
+{
+public:
+    LongMachineName();
+    ~LongMachineName();
+    LongMachineName(const LongMachineName&) = delete;
+    LongMachineName& operator=(const LongMachineName&) = delete;
 };

@@ -1,0 +1,57 @@
+// Numbers that a host's environment holds.
+
+#include "platform/system/Environment.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <utility>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace
+{
+
+constexpr const char* NAME = "KTS_TEST_NUMBER";
+constexpr SNumberRange FROM_NOUGHT{0, 10};
+
+class NumberOfTheEnvironment : public testing::Test
+{
+protected:
+    std::int64_t Read(const char* szValue)
+    {
+        ::setenv(NAME, szValue, 1);
+        m_vecComplaints.clear();
+        return EnvironmentNumber(NAME, 3, FROM_NOUGHT, m_vecComplaints);
+    }
+
+    std::vector<std::string> m_vecComplaints;
+};
+
+} // namespace
+
+TEST_F(NumberOfTheEnvironment, IsTakenUpToBothEndsOfItsRange)
+{
+    for (const auto& [szValue, nNumber] : {std::pair("0", 0), std::pair("7", 7), std::pair("10", 10)}) {
+        EXPECT_EQ(Read(szValue), nNumber);
+        EXPECT_THAT(m_vecComplaints, IsEmpty());
+    }
+}
+
+TEST_F(NumberOfTheEnvironment, ThatIsNoneOrOutOfItsRangeIsComplainedOf)
+{
+    for (const char* szValue : {"", "x", "5x", " 5", "-1", "11", "9223372036854775808"}) {
+        EXPECT_EQ(Read(szValue), 3) << szValue;
+        EXPECT_THAT(m_vecComplaints, ElementsAre(std::string(NAME) + " is \"" + szValue +
+                                                 "\", no number from 0 to 10; 3 stays in force"));
+    }
+}
+
+TEST_F(NumberOfTheEnvironment, ThatIsNotThereIsNoReasonToComplain)
+{
+    ::unsetenv(NAME);
+    EXPECT_EQ(EnvironmentNumber(NAME, 3, FROM_NOUGHT, m_vecComplaints), 3);
+    EXPECT_THAT(m_vecComplaints, IsEmpty());
+}
