@@ -13,11 +13,15 @@
 #include <string>
 #include <thread>
 
+#include <poll.h>
+#include <sys/inotify.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::Contains;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -77,6 +81,19 @@ TEST(LogFailure, OfWritingASettingThatIsNotInForceSaysItLater)
                       Contains(HasSubstr("Log_Write:2 CLOG_LEVEL=\"" + strLong + "\" is no number"))));
 }
 
+TEST(LogFailure, IsOverForTheFirstLineAfterASecond)
+{
+    const LogFolder folder;
+    fs::create_directory(folder.File());
+    testing::internal::CaptureStderr();
+    Log_Write(1, "Failing", 1, "lost");
+    testing::internal::GetCapturedStderr();
+    fs::remove(folder.File());
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    Log_Write(1, "Failing", 2, "written");
+    EXPECT_THAT(folder.Lines(), ElementsAre(HasSubstr("lines lost: 1, "), EndsWith("Failing:2 written")));
+}
+
 TEST(LogFailure, OfMovingAFileAsideLosesItsLinesAndSaysSo)
 {
     const LogFolder folder;
@@ -89,6 +106,37 @@ TEST(LogFailure, OfMovingAFileAsideLosesItsLinesAndSaysSo)
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 HasSubstr("Failed renaming " + folder.File().string() + " to " + folder.File(1).string()));
     EXPECT_THAT(folder.Lines(), IsEmpty());
+}
+
+// A host may have all files open that it may have; the log has one of them, and takes no further one.
+TEST(LogFailure, OfAHostToOpenMoreFilesHindersNoLogThatWasRemoved)
+{
+    const LogFolder folder;
+    Log_Write(1, "Failing", 1, "first");
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    fs::remove(folder.File());
+    const int nNext = ::dup(STDERR_FILENO);
+    ::close(nNext);
+    const rlimit none{static_cast<rlim_t>(nNext), before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    Log_Write(1, "Failing", 2, "second");
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("Failing:2 second")));
+}
+
+TEST(LogFailure, IsNotLookedForByOpeningTheFileForEachLine)
+{
+    const LogFolder folder;
+    Log_Write(1, "Failing", 1, "first");
+    const int nWatch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(::inotify_add_watch(nWatch, folder.File().c_str(), IN_OPEN), 0);
+    Log_Write(1, "Failing", 2, "second");
+    pollfd opened{nWatch, POLLIN, 0};
+    EXPECT_EQ(::poll(&opened, 1, 0), 0);
+    static_cast<void>(folder.Lines());
+    EXPECT_EQ(::poll(&opened, 1, 0), 1) << "an opening shows";
+    ::close(nWatch);
 }
 
 TEST(LogFailure, OfFormattingLogsTheFormat)

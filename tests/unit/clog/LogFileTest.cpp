@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <string>
 #include <thread>
 
 using testing::ElementsAre;
@@ -91,6 +92,26 @@ TEST(LogFile, IsPutAsideWhenItIsFullAndTheOldestGoes)
     EXPECT_THAT(folder.Lines(), ElementsAre(HasSubstr("Rotation:4 ")));
     EXPECT_THAT(folder.Lines(1), ElementsAre(HasSubstr("Rotation:3 ")));
     EXPECT_THAT(folder.Lines(2), ElementsAre(HasSubstr("Rotation:2 ")));
+}
+
+TEST(LogFile, IsFilledToItsLastByte)
+{
+    const LogFolder folder;
+    ::setenv("CLOG_FILE_BYTES", "1000", 1);
+    Log_Write(1, "Full", 1, "%s", "");
+    const std::size_t nLine = folder.Lines().at(0).size() + 1;
+    Log_Write(1, "Full", 2, "%s", std::string(1000 - 2 * nLine, 'x').c_str());
+    EXPECT_THAT(FileNames(folder.Path()), ElementsAre("ktshttpagent.log"));
+    Log_Write(1, "Full", 3, "%s", "");
+    EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("Full:3 ")));
+}
+
+TEST(LogFile, IsNotPutAsideWhileItIsEmpty)
+{
+    const LogFolder folder;
+    ::setenv("CLOG_FILE_BYTES", "1", 1);
+    Log_Write(1, "Empty", 1, "text");
+    EXPECT_THAT(FileNames(folder.Path()), ElementsAre("ktshttpagent.log"));
 }
 
 TEST(LogFile, AlwaysStaysBelowItsSize)

@@ -6,15 +6,48 @@
 #include <gtest/gtest.h>
 #include <spdlog/spdlog.h>
 
+#include <array>
 #include <atomic>
 #include <cstdlib>
+#include <functional>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::SizeIs;
+
+namespace
+{
+
+constexpr std::size_t THREADS = 8;
+#if defined(_WIN32)
+constexpr std::size_t LONG_VALUE = 30'000; // the longest that Windows takes
+#else
+constexpr std::size_t LONG_VALUE = 32'000'000;
+#endif
+
+/// Calls a function on several threads, once all of them run.
+void OnThreadsAtOnce(const std::function<void(std::size_t nThread)>& fn)
+{
+    std::atomic<std::size_t> nToCome{THREADS};
+    std::vector<std::thread> vecThreads;
+    for (std::size_t nThread = 0; nThread < THREADS; ++nThread) {
+        vecThreads.emplace_back([&fn, &nToCome, nThread] {
+            for (--nToCome; nToCome > 0;) {
+                std::this_thread::yield();
+            }
+            fn(nThread);
+        });
+    }
+    for (std::thread& thread : vecThreads) {
+        thread.join();
+    }
+}
+
+} // namespace
 
 TEST(LogLifetime, ReachesBeyondStaticDestructorsAndAtexitHandlers)
 {
@@ -56,20 +89,18 @@ TEST(LogLifetime, TheFirstLineMayComeFromManyThreadsAtOnce)
 {
     const LogFolder folder;
     ::setenv("CLOG_FILES", "many", 1);
-    std::atomic<int> nToCome{8};
-    std::vector<std::thread> vecThreads;
-    for (int nThread = 0; nThread < 8; ++nThread) {
-        vecThreads.emplace_back([nThread, &nToCome] {
-            for (--nToCome; nToCome > 0;) {
-                std::this_thread::yield();
-            }
-            Log_Write(1, "First", nThread, "text");
-        });
-    }
-    for (std::thread& thread : vecThreads) {
-        thread.join();
-    }
+    OnThreadsAtOnce([](std::size_t nThread) { Log_Write(1, "First", static_cast<int>(nThread), "text"); });
     const std::vector<std::string> vecLines = folder.Lines();
-    ASSERT_THAT(vecLines, SizeIs(1 + 8));
+    ASSERT_THAT(vecLines, SizeIs(1 + THREADS));
     EXPECT_THAT(vecLines[0], testing::HasSubstr("CLOG_FILES=\"many\""));
+}
+
+// A setting of many megabytes takes so long to read that all threads ask for the log before it is made.
+TEST(LogLifetime, ThereIsOneLogHoweverManyThreadsAskForItAtOnce)
+{
+    const LogFolder folder;
+    ::setenv("CLOG_FILES", std::string(LONG_VALUE, 'x').c_str(), 1);
+    std::array<const char*, THREADS> folders{};
+    OnThreadsAtOnce([&](std::size_t nThread) { folders.at(nThread) = Log_Folder(); });
+    EXPECT_THAT(folders, testing::Each(folders.front()));
 }

@@ -111,8 +111,9 @@ TEST(LogPrivacy, IsGivenToFilesOfAnEarlierProcess)
     Write(folder.File(1), "before that\n", 0666);
     Write(folder.File(2), "long ago\n", 0604);
     Write(folder.File(4), "behind a gap\n", 0644);
+    Write(folder.File(5), "the oldest\n", 0644);
     Log_Write(1, "Next", 1, "text");
-    for (const std::size_t nAside : {0U, 1U, 2U, 4U}) {
+    for (const std::size_t nAside : {0U, 1U, 2U, 4U, 5U}) {
         EXPECT_EQ(Mode(folder.File(nAside)), "0600") << nAside;
     }
     EXPECT_THAT(folder.Lines(), ElementsAre("earlier", EndsWith("Next:1 text")));

@@ -1,3 +1,4 @@
+#include "ContainsPattern.h"
 #include "LogFolder.h"
 #include "platform/clog/clog.h"
 
@@ -123,6 +124,19 @@ INSTANTIATE_TEST_SUITE_P(
                        R"(CLOG_FILE_BYTES="5M" is no number from 1 to 1000000000000; 5242880 is in force)"},
         InvalidSetting{"CLOG_FILES", "1001",
                        R"(CLOG_FILES="1001" is no number from 0 to 1000; 5 is in force)"}));
+
+TEST(LogSettings, OfSeveralThatAreIgnoredEachIsNamedAsAnError)
+{
+    const LogFolder folder;
+    for (const char* szName : {"CLOG_LEVEL", "CLOG_FILE_BYTES", "CLOG_FILES"}) {
+        ::setenv(szName, "many", 1);
+    }
+    Log_Write(3, "Levels", 3, "text");
+    EXPECT_THAT(folder.Lines(),
+                ElementsAre(ContainsPattern(" error .* Log_Write:2 CLOG_FILES="),
+                            ContainsPattern(" error .* Log_Write:2 CLOG_FILE_BYTES="),
+                            ContainsPattern(" error .* Log_Write:2 CLOG_LEVEL="), EndsWith("Levels:3 text")));
+}
 
 TEST(LogSettings, AnIgnoredSettingIsNamedEvenWhereOnlyErrorsAreLogged)
 {
