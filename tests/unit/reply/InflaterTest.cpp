@@ -1,11 +1,13 @@
 // What unpacks one body after another, and several at once.
 
 #include "Packed.h"
+#include "ProcessUse.h"
 
 #include "platform/reply/Inflater.h"
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,6 +33,7 @@ std::string Unpack(CInflater& inflater, const std::string& strPacked, std::size_
     for (std::size_t nAt = 0; nAt < strPacked.size(); nAt += nPiece) {
         const EUnpacked eResult =
             inflater.Write(std::string_view(strPacked).substr(nAt, nPiece), [&](std::string_view strPart) {
+                EXPECT_FALSE(strPart.empty());
                 strText += strPart;
                 return true;
             });
@@ -51,6 +54,113 @@ TEST(Inflater, TakesAnyNumberOfMembers)
         EXPECT_TRUE(inflater.IsComplete()) << nMember;
         EXPECT_EQ(strText, TextOf(nMember));
     }
+}
+
+TEST(Inflater, TakesMembersThatComeAtOnceOrByteByByte)
+{
+    const std::string strText = TextOf(1) + std::string(1'000'000, 'x');
+    const std::string strPacked = Gzipped(strText) + Gzipped("") + Gzipped(strText);
+    for (const std::size_t nPiece : {strPacked.size(), std::size_t{1}}) {
+        CInflater inflater(CInflater::Format::Gzip);
+        EXPECT_TRUE(Unpack(inflater, strPacked, nPiece) == strText + strText) << nPiece;
+        EXPECT_TRUE(inflater.IsComplete()) << nPiece;
+    }
+}
+
+TEST(Inflater, IsCompleteBeforeTheFirstByteAndNotAfterIt)
+{
+    CInflater inflater(CInflater::Format::Gzip);
+    EXPECT_TRUE(inflater.IsComplete());
+    Unpack(inflater, Gzipped("text").substr(0, 1), 1);
+    EXPECT_FALSE(inflater.IsComplete());
+}
+
+struct Deflate {
+    const char* szName;
+    std::string strPacked;
+    std::string strText;
+
+    friend void PrintTo(const Deflate& row, std::ostream* pOut) { *pOut << row.szName; }
+};
+
+class Deflates : public ::testing::TestWithParam<Deflate>
+{
+};
+
+TEST_P(Deflates, AreUnpackedWithAndWithoutAFrame)
+{
+    for (const std::size_t nPiece : {GetParam().strPacked.size(), std::size_t{1}}) {
+        CInflater inflater(CInflater::Format::Deflate);
+        EXPECT_TRUE(Unpack(inflater, GetParam().strPacked, nPiece) == GetParam().strText) << nPiece;
+        EXPECT_TRUE(inflater.IsComplete()) << nPiece;
+    }
+}
+
+/// Without a frame, the text as it is. In the first byte five bits mean nothing, so it can be any; the second
+/// one is the length.
+std::string Stored(unsigned char nFirst, const std::string& strText)
+{
+    const auto cLength = static_cast<char>(strText.size());
+    return std::string{static_cast<char>(nFirst), cLength, '\0', static_cast<char>(~cLength), '\xff'} +
+           strText + std::string("\x01\0\0\xff\xff", 5);
+}
+
+// Each of the stored ones lacks another sign of a frame, and has the others.
+INSTANTIATE_TEST_SUITE_P(
+    Each, Deflates,
+    ::testing::Values(Deflate{"Framed", Deflated(TextOf(1)), TextOf(1)},
+                      Deflate{"Frameless", RawDeflated(TextOf(1)), TextOf(1)},
+                      Deflate{"FramelessOfTwoBytes", RawDeflated(""), ""},
+                      Deflate{"OfNoMethodOfAFrame", Stored(0x00, std::string(31, 'x')), std::string(31, 'x')},
+                      Deflate{"OfTooLargeAWindow", Stored(0x88, std::string(28, 'x')), std::string(28, 'x')},
+                      Deflate{"OfNoMultipleOf31", Stored(0x78, "text"), "text"}),
+    ::testing::PrintToStringParamName());
+
+TEST(Inflater, TakesNothingBehindTheEndOfADeflate)
+{
+    for (const std::string& strPacked : {Deflated("text"), RawDeflated("text")}) {
+        CInflater inflater(CInflater::Format::Deflate);
+        EXPECT_EQ(Unpack(inflater, strPacked, strPacked.size()), "text");
+        EXPECT_EQ(inflater.Write(strPacked, [](std::string_view /*strPart*/) { return true; }),
+                  EUnpacked::Damaged);
+    }
+}
+
+TEST(Inflater, EndsAtDamageAndWhereTheSinkTakesNoMore)
+{
+    const auto fnTakeNothing = [nCalls = 0](std::string_view /*strPart*/) mutable {
+        EXPECT_EQ(++nCalls, 1);
+        return false;
+    };
+    CInflater refused(CInflater::Format::Gzip);
+    EXPECT_EQ(refused.Write(Gzipped(TextOf(1)), fnTakeNothing), EUnpacked::Refused);
+    CInflater damaged(CInflater::Format::Gzip);
+    EXPECT_EQ(damaged.Write("This is no gzip.", fnTakeNothing), EUnpacked::Damaged);
+}
+
+TEST(Inflater, TakesTwiceTheLimitAndTwoKibibytesMore)
+{
+    const auto fnTakeAll = [](std::string_view /*strPart*/) { return true; };
+    CInflater inflater(CInflater::Format::Gzip);
+    inflater.Write(std::string(2 * (1000 + 1024) + 1, 'x'), fnTakeAll);
+    EXPECT_FALSE(inflater.HasTakenTooMuch(1000));
+    inflater.Write("x", fnTakeAll);
+    EXPECT_TRUE(inflater.HasTakenTooMuch(1000));
+}
+
+TEST(Inflater, LeavesNoMemoryBehind)
+{
+    const std::string strPacked = Gzipped(TextOf(1));
+    const auto fnUnpackOne = [&] {
+        CInflater inflater(CInflater::Format::Gzip);
+        Unpack(inflater, strPacked, 5000);
+    };
+    fnUnpackOne();
+    const std::size_t nBefore = HeapBytes();
+    for (int nBody = 0; nBody < 100; ++nBody) {
+        fnUnpackOne();
+    }
+    EXPECT_LT(HeapBytes(), nBefore + 100'000);
 }
 
 TEST(Inflater, CountsWhatItTookInAllPiecesOfAllMembers)

@@ -4,14 +4,21 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <new>
 #include <ostream>
 #include <string>
+
+#if !defined(_WIN32)
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
 
 namespace
 {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 /// Longer than any count in these tests, so that the size alone settles nothing.
 const std::string BLANKS(1000, ' ');
@@ -43,7 +50,7 @@ class CountedValues : public ::testing::TestWithParam<SCounted>
 TEST_P(CountedValues, AreTheirNumberExactly)
 {
     for (const std::string& strBody :
-         {GetParam().strBody + BLANKS, BLANKS + GetParam().strBody + "\r\n\t" + BLANKS}) {
+         {GetParam().strBody, GetParam().strBody + BLANKS, BLANKS + GetParam().strBody + "\r\n\t" + BLANKS}) {
         EXPECT_FALSE(HoldsMoreValues(strBody, GetParam().nValues));
         EXPECT_TRUE(HoldsMoreValues(strBody, GetParam().nValues - 1));
     }
@@ -56,6 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
         SCounted{"Array", "[1]", 2}, SCounted{"ArrayOfTwo", "[1,2]", 3}, SCounted{"Object", R"({"a":1})", 2},
         SCounted{"ObjectOfTwo", R"({"a":1 , "b":[]})", 3}, SCounted{"Nested", R"([[[]],{"a":{}}])", 5},
         SCounted{"OpenBrackets", "[[[[", 4}, SCounted{"EmptyArraysInAnArray", "[[],[],[]]", 4},
+        SCounted{"OpenBraces", "{{{{", 4}, SCounted{"CommasAlone", "  ,,,,", 5},
         SCounted{"CommasInAText", R"([",,,[[[{{{",1])", 3},
         SCounted{"EscapedQuote", R"(["\",[,[,[\"",1])", 3},
         SCounted{"EscapedBackslashAtTheEnd", R"(["\\",[1],"\\\\"])", 5},
@@ -64,6 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
         SCounted{"QuoteInAComment", "/*\"*/[" + Zeros(300) + "]", 301},
         SCounted{"QuoteInALineComment", "//\"\r[" + Zeros(300) + "]", 301},
         SCounted{"CommentThatEndsAtOnce", "/**/[" + Zeros(9) + "]", 10},
+        SCounted{"LineCommentThatEndsAtOnce", "//\n[" + Zeros(9) + "]", 10},
         SCounted{"StarThatEndsNoComment", "/*/[,[,*/[1]", 2}, SCounted{"CommentNeverClosed", "[1/*,,,", 2},
         SCounted{"CommentMarkInAText", R"(["/*",1,"//",2])", 5}, SCounted{"SlashAlone", "[1/,2]", 3},
         SCounted{"Many", "[" + Zeros(100'000) + "]", 100'001},
@@ -125,11 +134,71 @@ TEST(ReplyLimits, ThatAreNoNumbersInTheirRangeLeaveTheDefaultsAndAreComplainedOf
     }
 }
 
+TEST(ReplyLimits, CountNoMoreValuesThanBytes)
+{
+    for (const std::string strBody : {"", ",", "[,[,"}) {
+        EXPECT_FALSE(HoldsMoreValues(strBody, strBody.size())) << strBody;
+    }
+}
+
+TEST(ReplyLimits, AreComplainedOfOneAfterTheOther)
+{
+    const Variable values(REPLY_VALUES_VARIABLE, "x");
+    const Variable elements(LIST_ELEMENTS_VARIABLE, "y");
+    std::vector<std::string> vecComplaints;
+    ReadReplyLimits(vecComplaints);
+    EXPECT_THAT(vecComplaints,
+                ElementsAre(StartsWith(REPLY_VALUES_VARIABLE), StartsWith(LIST_ELEMENTS_VARIABLE)));
+}
+
 TEST(ReplyLimits, AreReadOnce)
 {
     const std::size_t nBefore = ReplyLimits().nValues;
     const Variable values(REPLY_VALUES_VARIABLE, "7");
     EXPECT_EQ(ReplyLimits().nValues, nBefore);
 }
+
+#if !defined(_WIN32)
+
+/// A text with memory behind it that can't be read.
+class GuardedText
+{
+public:
+    explicit GuardedText(const std::string& strText)
+        : m_nPage(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))),
+          m_nBytes((strText.size() + m_nPage - 1) / m_nPage * m_nPage),
+          m_pFirst(static_cast<char*>(::mmap(nullptr, m_nBytes + m_nPage, PROT_READ | PROT_WRITE,
+                                             MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
+    {
+        if (m_pFirst == MAP_FAILED || ::mprotect(m_pFirst + m_nBytes, m_nPage, PROT_NONE) != 0) {
+            throw std::bad_alloc();
+        }
+        m_text = {m_pFirst + m_nBytes - strText.size(), strText.size()};
+        strText.copy(m_pFirst + m_nBytes - strText.size(), strText.size());
+    }
+    ~GuardedText() { ::munmap(m_pFirst, m_nBytes + m_nPage); }
+    GuardedText(const GuardedText&) = delete;
+    GuardedText& operator=(const GuardedText&) = delete;
+
+    std::string_view Text() const { return m_text; }
+
+private:
+    const std::size_t m_nPage;
+    const std::size_t m_nBytes;
+    char* const m_pFirst;
+    std::string_view m_text;
+};
+
+TEST_P(CountedValues, AreCountedWithoutReadingBehindTheBody)
+{
+    const std::string& strBody = GetParam().strBody;
+    for (const std::size_t nBlanks : {std::size_t{0}, 128 - strBody.size() % 128}) { // many are read at once
+        const GuardedText body(std::string(nBlanks, ' ') + strBody);
+        EXPECT_FALSE(HoldsMoreValues(body.Text(), GetParam().nValues));
+        EXPECT_TRUE(HoldsMoreValues(body.Text(), GetParam().nValues - 1));
+    }
+}
+
+#endif
 
 } // namespace
