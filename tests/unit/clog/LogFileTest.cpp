@@ -114,6 +114,16 @@ TEST(LogFile, IsNotPutAsideWhileItIsEmpty)
     EXPECT_THAT(FileNames(folder.Path()), ElementsAre("ktshttpagent.log"));
 }
 
+TEST(LogFile, OfOneByteIsPutAside)
+{
+    const LogFolder folder;
+    ::setenv("CLOG_FILE_BYTES", "1", 1);
+    std::ofstream(folder.File()) << 'x';
+    Log_Write(1, "Next", 1, "text");
+    EXPECT_THAT(folder.Lines(1), ElementsAre("x"));
+    EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("Next:1 text")));
+}
+
 TEST(LogFile, AlwaysStaysBelowItsSize)
 {
     const LogFolder folder;

@@ -116,6 +116,19 @@ INSTANTIATE_TEST_SUITE_P(
                       Deflate{"OfNoMultipleOf31", Stored(0x78, "text"), "text"}),
     ::testing::PrintToStringParamName());
 
+// The last packed byte stands for hundreds of bytes, which may not all fit into the piece that is being
+// filled.
+TEST(Inflater, GivesWhatIsLeftWhenAPieceIsFull)
+{
+    for (std::size_t nOver = 0; nOver < 600; ++nOver) {
+        const std::string strText(16 * 1024 + nOver, 'x');
+        const std::string strPacked = RawDeflated(strText);
+        CInflater inflater(CInflater::Format::Deflate);
+        EXPECT_EQ(Unpack(inflater, strPacked, strPacked.size()).size(), strText.size());
+        EXPECT_TRUE(inflater.IsComplete()) << nOver;
+    }
+}
+
 TEST(Inflater, TakesNothingBehindTheEndOfADeflate)
 {
     for (const std::string& strPacked : {Deflated("text"), RawDeflated("text")}) {

@@ -165,6 +165,12 @@ TEST_F(OwnFile, IsOpenedOnceALeaseOnItIsGivenUpInTheLastMoment)
     EXPECT_EQ(Mode(m_path), 0600U);
 }
 
+TEST_F(OwnFile, IsNotTriedAgainWhereTheSystemRefusesItForAnotherReason)
+{
+    const FailingCall opening("open", EACCES, 0, 1);
+    ExpectFailure(EACCES, "opening", [&] { PrivateFile file(m_path); });
+}
+
 // Whoever reads there would take the opening and closing for a writer that has come and gone.
 TEST_F(OwnFile, ThatIsAPipeIsNotEvenOpened)
 {
