@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
         SCounted{"Array", "[1]", 2}, SCounted{"ArrayOfTwo", "[1,2]", 3}, SCounted{"Object", R"({"a":1})", 2},
         SCounted{"ObjectOfTwo", R"({"a":1 , "b":[]})", 3}, SCounted{"Nested", R"([[[]],{"a":{}}])", 5},
         SCounted{"OpenBrackets", "[[[[", 4}, SCounted{"EmptyArraysInAnArray", "[[],[],[]]", 4},
-        SCounted{"OpenBraces", "{{{{", 4}, SCounted{"SlashAtTheEnd", "[1/", 2},
+        SCounted{"OpenBraces", "{{{{", 4}, SCounted{"SlashAtTheEnd", R"(["[[[",1/)", 3},
         SCounted{"CommasAlone", "  ,,,,", 5}, SCounted{"CommasInAText", R"([",,,[[[{{{",1])", 3},
         SCounted{"EscapedQuote", R"(["\",[,[,[\"",1])", 3},
         SCounted{"EscapedBackslashAtTheEnd", R"(["\\",[1],"\\\\"])", 5},
