@@ -160,19 +160,6 @@ const std::vector<SKind>& Special()
              CallAtTheEnd();
              NoteTheEnd();
          }},
-        {"exit-in-main-and-a-call-after-the-librarys-end",
-         [] {
-             Check(AnsweringPort());
-             Exit();
-         },
-         false, &CallAtTheEnd},
-        {"return-from-main-and-a-call-after-the-librarys-end",
-         [] {
-             Check(AnsweringPort());
-             NoteTheEnd();
-         },
-         false, &CallAtTheEnd},
-        {"exit-in-main-and-a-first-call-after-the-librarys-end", [] { Exit(); }, false, &CallAtTheEnd},
     };
     return vecKinds;
 }
@@ -182,7 +169,8 @@ const std::vector<SKind>& Special()
 int main(int argc, char** argv)
 {
     const std::string strKind = argc < 2 ? "" : argv[1];
-    g_random.seed(argc < 3 ? 1 : static_cast<unsigned>(std::stoul(argv[2])) * 2'654'435'761U + 1);
+    g_random.seed(argc < 3 ? 1
+                           : static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) * 2'654'435'761U + 1);
     std::vector<SKind> vecKinds = Special();
     const std::vector<SKind> vecMore = EndsDuringWork();
     vecKinds.insert(vecKinds.end(), vecMore.begin(), vecMore.end());
@@ -192,9 +180,6 @@ int main(int argc, char** argv)
         } else if (strKind == kind.strName) {
             ::setenv("CHTTPCLIENT_DRAIN_MS", "100", 1); // for what is on its way to the silent server
             std::atexit(&CheckThatTheEndWasPrompt);
-            if (kind.pfnBefore != nullptr) {
-                kind.pfnBefore();
-            }
             const QCoreApplication application(argc, argv);
             if (!kind.bOwnThread) {
                 CUIAgentReq::Instance();

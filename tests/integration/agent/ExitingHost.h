@@ -123,8 +123,7 @@ inline void FromTheLoop(microseconds delay, std::function<void()> fnCall)
 struct SKind {
     std::string strName;
     std::function<void()> fnRun;
-    bool bOwnThread = false;       ///< CUIAgentReq belongs to a thread of its own
-    void (*pfnBefore)() = nullptr; ///< called before anything of the library is made
+    bool bOwnThread = false; ///< CUIAgentReq belongs to a thread of its own
 };
 
 /// Each end while each kind of work is in flight.
