@@ -1,35 +1,12 @@
 // What is on its way when a server is told to stop.
 
 #include "LabFixture.h"
+#include "Polls.h"
 #include "Socket.h"
 
-#include <atomic>
 #include <chrono>
-#include <dlfcn.h>
-#include <functional>
 #include <gmock/gmock.h>
-#include <poll.h>
 #include <thread>
-
-namespace
-{
-
-/// Called before the first wait for one socket alone: that of a connection which waits for the last time.
-std::function<void()> g_fnBeforeLastWait;
-std::atomic<bool> g_bLastWaitIsWatched = false;
-std::atomic<bool> g_bWaitsToSend = false; ///< whether a connection waits for its client to take a reply
-
-} // namespace
-
-extern "C" int poll(pollfd* pSockets, nfds_t nSockets, int nMilliseconds)
-{
-    if (nSockets == 1 && nMilliseconds > 0 && g_bLastWaitIsWatched.exchange(false))
-        g_fnBeforeLastWait();
-    if (pSockets->events == POLLOUT && nMilliseconds > 0)
-        g_bWaitsToSend = true;
-    static const auto pfn = reinterpret_cast<decltype(&poll)>(dlsym(RTLD_NEXT, "poll"));
-    return pfn(pSockets, nSockets, nMilliseconds);
-}
 
 namespace
 {
@@ -49,10 +26,9 @@ TEST(LabStop, ARequestWhoseRestIsOnItsWayIsStoredAndAnswered)
     Socket socket(server.Start());
     socket.Send(kReportHead);
     socket.ReadUntil("\r\n\r\n"); // from here on the server waits for the body
-    g_fnBeforeLastWait = [&] { socket.Send("[1]"); };
-    g_bLastWaitIsWatched = true;
+    WatchLastWait([&] { socket.Send("[1]"); });
     server.Stop();
-    EXPECT_FALSE(g_bLastWaitIsWatched);
+    EXPECT_FALSE(IsLastWaitToCome());
     const std::string strReply = socket.ReadAll();
     EXPECT_THAT(strReply, StartsWith("HTTP/1.1 200 "));
     EXPECT_THAT(strReply, testing::EndsWith("\"success\":true}"));
@@ -78,13 +54,12 @@ TEST(LabStop, WhoeverComesMeanwhileIsRefused)
     socket.Send(kReportHead);
     socket.ReadUntil("\r\n\r\n");
     bool bRefused = false;
-    g_fnBeforeLastWait = [&] { // the thread that listens may still be about to notice
+    WatchLastWait([&] { // the thread that listens may still be about to notice
         for (const auto end = steady_clock::now() + kPromptly; steady_clock::now() < end && !bRefused;) {
             bRefused = IsRefused(nPort);
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-    };
-    g_bLastWaitIsWatched = true;
+    });
     server.Stop();
     EXPECT_TRUE(bRefused);
 }
@@ -121,8 +96,7 @@ TEST(LabStop, AReplyThatNobodyTakesDoesNotHoldItUp)
     server.AddFault(fault);
     Socket socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");
-    while (!g_bWaitsToSend)
-        std::this_thread::yield();
+    ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nEvents == POLLOUT; }));
     const auto start = steady_clock::now();
     server.Stop();
     EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(3));

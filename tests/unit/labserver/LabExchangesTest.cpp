@@ -1,0 +1,82 @@
+// Which of its exchanges a server still tells.
+
+#include "LabFixture.h"
+#include "Socket.h"
+
+#include <cstddef>
+#include <gmock/gmock.h>
+#include <vector>
+
+namespace
+{
+
+constexpr size_t kMostBytes = size_t{64} * 1024 * 1024;
+constexpr size_t kLargestBody = size_t{16} * 1024 * 1024;
+
+std::vector<std::string> TargetsOf(const LabServer& server)
+{
+    std::vector<std::string> vecTargets;
+    for (const LabExchange& exchange : server.Exchanges())
+        vecTargets.push_back(exchange.strTarget);
+    return vecTargets;
+}
+
+/// Lets every answer be one character.
+LabFault ShortAnswers()
+{
+    LabFault fault;
+    fault.strPath = "posts";
+    fault.nCount = 1'000'000;
+    fault.eKind = LabFaultKind::Reply;
+    fault.strBody = "x";
+    return fault;
+}
+
+TEST(LabExchanges, OfSixtyFourMebibytesAreKeptAndOfMoreOnlyTheLatest)
+{
+    LabServer server;
+    server.AddFault(ShortAnswers());
+    LabClient client(server.Start());
+    const std::string strTarget = "/posts/0";
+    const size_t nBeside = strTarget.size() + 1;
+    for (const char cTarget : {'1', '2', '3', '4'})
+        client.Post("/posts/" + std::string{cTarget}, std::string(kLargestBody - nBeside, ' '));
+    size_t nBytes = 0;
+    for (const LabExchange& exchange : server.Exchanges())
+        nBytes += exchange.strTarget.size() + exchange.strBody.size() + exchange.strReply.size();
+    EXPECT_EQ(nBytes, kMostBytes);
+    EXPECT_THAT(TargetsOf(server), testing::ElementsAre("/posts/1", "/posts/2", "/posts/3", "/posts/4"));
+    client.Post("/posts/5", std::string(kLargestBody - nBeside + 1, ' ')); // a byte more than the first had
+    EXPECT_THAT(TargetsOf(server), testing::ElementsAre("/posts/3", "/posts/4", "/posts/5"));
+}
+
+TEST(LabExchanges, OfTenThousandAreKeptAndOfMoreOnlyTheLatest)
+{
+    constexpr int kMost = 10'000;
+    constexpr int kAtOnce = 100;
+    LabServer server;
+    server.AddFault(ShortAnswers());
+    Socket socket(server.Start());
+    const auto Ask = [&](int nFirst, int nRequests) {
+        std::string strRequests;
+        for (int nRequest = nFirst; nRequest < nFirst + nRequests; ++nRequest)
+            strRequests += "GET /posts/" + std::to_string(nRequest) + " HTTP/1.1\r\n\r\n";
+        socket.Send(strRequests);
+        const std::string strReplyEnd = "\r\n\r\nx";
+        for (int nReplies = 0; nReplies < nRequests;) {
+            const std::string strRead = socket.ReadUntil(strReplyEnd);
+            ASSERT_FALSE(strRead.empty());
+            for (size_t nEnd = 0; (nEnd = strRead.find(strReplyEnd, nEnd)) != std::string::npos; ++nEnd)
+                ++nReplies;
+        }
+    };
+    for (int nFirst = 0; nFirst < kMost; nFirst += kAtOnce)
+        Ask(nFirst, kAtOnce);
+    EXPECT_EQ(server.Exchanges().size(), size_t{kMost});
+    EXPECT_EQ(server.Exchanges().front().strTarget, "/posts/0");
+    Ask(kMost, 1);
+    EXPECT_EQ(server.Exchanges().size(), size_t{kMost});
+    EXPECT_EQ(server.Exchanges().front().strTarget, "/posts/1");
+}
+
+} // namespace

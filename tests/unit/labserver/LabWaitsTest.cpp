@@ -1,0 +1,137 @@
+// How long a server waits for a client, and for which ones.
+
+#include "LabFixture.h"
+#include "Polls.h"
+#include "ProcessUse.h"
+#include "Socket.h"
+
+#include <algorithm>
+#include <chrono>
+#include <gmock/gmock.h>
+#include <memory>
+#include <thread>
+
+namespace
+{
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using testing::AllOf;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Gt;
+using testing::IsEmpty;
+using testing::Le;
+using testing::Not;
+using testing::StartsWith;
+
+// What a server's threads wait for together: a connection with the stop, and the listener with the stop and
+// those it refused.
+constexpr nfds_t kConnection = 2;
+constexpr nfds_t kOneRefused = 3;
+constexpr nfds_t kMostRefused = 2 + 64;
+
+constexpr int kForEver = -1;
+
+LabServerOptions ServerOfOne()
+{
+    LabServerOptions options;
+    options.nMaxConnections = 1;
+    return options;
+}
+
+TEST(LabWaits, AMinuteForTheNextRequestAndFiveSecondsForTheNextBytes)
+{
+    LabServer server;
+    Socket socket(server.Start());
+    ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nMilliseconds > 0; }));
+    EXPECT_THAT(Patiences(kConnection), ElementsAre(kForEver, 60'000)); // the first is the listener's
+    socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nExpect: 100-continue\r\n"
+                "Content-Length: 3\r\n\r\n");
+    socket.ReadUntil("\r\n\r\n"); // from here on the server waits for the body
+    ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nMilliseconds == 5'000; }));
+    EXPECT_THAT(Patiences(kConnection), ElementsAre(kForEver, 5'000, 60'000));
+}
+
+TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
+{
+    LabServer server;
+    Socket socket(server.Start());
+    socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nContent-Length: 20000000\r\n\r\n");
+    EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 413 "));
+    ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nSockets == 1; }));
+    EXPECT_THAT(Patiences(1), ElementsAre(200));
+}
+
+TEST(LabWaits, TwoSecondsInAllForBytesThatComeNowAndThenAtAStop)
+{
+    LabServer server;
+    Socket socket(server.Start());
+    socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nExpect: 100-continue\r\n"
+                "Content-Length: 1000000\r\n\r\n");
+    socket.ReadUntil("\r\n\r\n");
+    std::thread slow([&] {
+        EXPECT_THROW(
+            while (true) {
+                socket.Send("1");
+                std::this_thread::sleep_for(milliseconds(20));
+            },
+            std::runtime_error); // the connection is gone
+    });
+    server.Stop();
+    slow.join();
+    std::vector<PollCall> vecLast = PollCalls();
+    vecLast.erase(std::remove_if(vecLast.begin(), vecLast.end(),
+                                 [](const PollCall& call) { return call.nSockets != 1; }),
+                  vecLast.end());
+    ASSERT_FALSE(vecLast.empty());
+    EXPECT_THAT(Patiences(1), Each(Le(200)));
+    EXPECT_LT(vecLast.back().begin - vecLast.front().begin, milliseconds(3500));
+}
+
+TEST(LabWaits, FiveSecondsForARefusedClientThatStays)
+{
+    LabServer server(ServerOfOne());
+    LabClient served(server.Start());
+    EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
+    const size_t nServing = OpenDescriptors();
+    Socket staying(server.Port());
+    EXPECT_THAT(staying.ReadAll(), StartsWith("HTTP/1.1 503 "));
+    ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nSockets == kOneRefused; }));
+    EXPECT_THAT(Patiences(kOneRefused), Each(AllOf(Gt(0), Le(5'000))));
+    const auto end = steady_clock::now() + std::chrono::seconds(30);
+    while (OpenDescriptors() > nServing + 1 && steady_clock::now() < end)
+        std::this_thread::sleep_for(milliseconds(10));
+    EXPECT_EQ(OpenDescriptors(), nServing + 1) << "our own end is open, the server's is closed";
+    EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
+}
+
+TEST(LabWaits, ForNoMoreThanSixtyFourRefusedClientsAtATime)
+{
+    LabServer server(ServerOfOne());
+    LabClient served(server.Start());
+    EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
+    std::vector<std::unique_ptr<Socket>> vecRefused;
+    for (int nClient = 0; nClient < 70; ++nClient) {
+        vecRefused.push_back(std::make_unique<Socket>(server.Port()));
+        EXPECT_THAT(vecRefused.back()->ReadAll(), StartsWith("HTTP/1.1 503 ")) << nClient;
+    }
+    EXPECT_THAT(Patiences(kMostRefused), Not(IsEmpty()));
+    EXPECT_THAT(Patiences(kMostRefused + 1), IsEmpty());
+}
+
+TEST(LabWaits, ARefusedClientMaySendMoreThanTheSystemKeeps)
+{
+    LabServer server(ServerOfOne());
+    LabClient served(server.Start());
+    EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
+    Socket talking(server.Port());
+    EXPECT_THAT(talking.ReadAll(), StartsWith("HTTP/1.1 503 "));
+    const std::string strPiece(100'000, 'x');
+    EXPECT_NO_THROW({
+        for (int nPiece = 0; nPiece < 100; ++nPiece)
+            talking.Send(strPiece);
+    });
+}
+
+} // namespace
