@@ -116,6 +116,14 @@ TEST_F(UnsafeText, ThatLooksLikeAnEscapeIsToldFromOne)
     EXPECT_THAT(AskForUser(R"("a\\x1b\u001b\"z")").strOut, HasSubstr("title: \"a\\\\x1b\\x1b\\\"z\"\n"));
 }
 
+TEST_F(UnsafeText, ThatIsEmptyOrHasASpaceAtAnEndIsShownInQuotes)
+{
+    for (const std::string strText : {"", " ", "a ", " a"}) {
+        EXPECT_THAT(AskForUser('"' + strText + '"').strOut, HasSubstr("title: \"" + strText + "\"\n"));
+    }
+    EXPECT_THAT(AskForUser("\"a a\"").strOut, HasSubstr("title: a a\n"));
+}
+
 TEST_F(UnsafeText, InTheReasonOfAnHttpErrorIsEscaped)
 {
     const ScriptedServer server(ServerStep{"HTTP/1.1 500 a\x1b[2Jb\xc2\x9b"
