@@ -100,3 +100,9 @@ TEST_F(Usage, HelpIsNoError)
     EXPECT_THAT(run.strOut, HasSubstr("--temperature"));
     EXPECT_EQ(run.strErr, "");
 }
+
+TEST_F(Usage, HelpTellsHowLongAnAnswerIsWaitedFor)
+{
+    EXPECT_THAT(Run({"in-common", "--help"}).strOut,
+                HasSubstr("by default 70000; with --sync by default 10000\n  --json "));
+}

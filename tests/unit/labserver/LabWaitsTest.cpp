@@ -53,14 +53,48 @@ TEST(LabWaits, AMinuteForTheNextRequestAndFiveSecondsForTheNextBytes)
     EXPECT_THAT(Patiences(kConnection), ElementsAre(kForEver, 5'000, 60'000));
 }
 
-TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
+TEST(LabWaits, AsLongForTheNextRequestAsItsRepliesPromise)
 {
     LabServer server;
     Socket socket(server.Start());
-    socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nContent-Length: 20000000\r\n\r\n");
-    EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 413 "));
-    ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nSockets == 1; }));
+    socket.Send("GET /posts/1 HTTP/1.1\r\n\r\n");
+    EXPECT_THAT(socket.ReadUntil("\"Test engineer\"}"),
+                testing::HasSubstr("\r\nKeep-Alive: timeout=60, max=2147483647\r\n"));
+}
+
+const std::string kTooLarge = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\n"
+                              "Content-Length: 20000000\r\n\r\n";
+
+TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
+{
+    LabServer server;
+    server.Start();
+    {
+        Socket socket(server.Port());
+        socket.Send(kTooLarge);
+        EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 413 "));
+    }
+    server.Stop(); // which waits for the connection
+    const std::vector<PollCall> vecCalls = PollCalls();
     EXPECT_THAT(Patiences(1), ElementsAre(200));
+    EXPECT_EQ(std::count_if(vecCalls.begin(), vecCalls.end(),
+                            [](const PollCall& call) { return call.nSockets == 1; }),
+              1)
+        << "no more once the client has left";
+}
+
+TEST(LabWaits, NotUntilTheClientIsTiredOfSendingARefusedBody)
+{
+    LabServer server;
+    Socket socket(server.Start());
+    socket.Send(kTooLarge);
+    const auto end = steady_clock::now() + std::chrono::seconds(30);
+    EXPECT_THROW(
+        while (steady_clock::now() < end) {
+            socket.Send("x");
+            std::this_thread::sleep_for(milliseconds(20));
+        },
+        std::runtime_error);
 }
 
 TEST(LabWaits, TwoSecondsInAllForBytesThatComeNowAndThenAtAStop)
