@@ -210,7 +210,9 @@ TEST_F(Operation, PrintsTextForPeopleWithoutJson)
                                       "        name: 测试前\n"
                                       "        lstStatus:\n"
                                       "          - 1\n"
-                                      "          - 2\n"));
+                                      "          - 2\n"
+                                      "      -\n"
+                                      "        id: 2\n"));
 }
 
 TEST_F(Operation, TakesBarcodesRepeatedAndWithCommas)
