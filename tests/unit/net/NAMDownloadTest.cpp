@@ -159,6 +159,12 @@ TEST_F(Download, IsOfHttpOnly)
     }
 }
 
+TEST_F(Download, BeginsByHttpsToo)
+{
+    NAMDownload download(nullptr);
+    EXPECT_TRUE(download.Start("https://127.0.0.1:0/x", Target())); // a port that nobody listens on
+}
+
 TEST_F(Download, FollowsARedirectToHttpOnly)
 {
     QTemporaryDir elsewhere;
