@@ -9,17 +9,19 @@ namespace
 {
 
 template <int nType>
-void FreeAs(int nActualType, void* pUserData) noexcept
+bool FreeAs(int nActualType, void* pUserData) noexcept
 {
-    if (nActualType == nType) {
-        delete static_cast<typename UserDataOf<nType>::Type*>(pUserData);
+    if (nActualType != nType) {
+        return false;
     }
+    delete static_cast<typename UserDataOf<nType>::Type*>(pUserData);
+    return true;
 }
 
 template <int... nTypes>
 void FreeAsOneOf(int nActualType, void* pUserData) noexcept
 {
-    (FreeAs<nTypes>(nActualType, pUserData), ...);
+    static_cast<void>((FreeAs<nTypes>(nActualType, pUserData) || ...));
 }
 
 /// The user data of all requests that have no answer yet, with the types of their requests.

@@ -185,12 +185,14 @@ pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pf
     return pfnReal(pThread, pAttributes, RunWatched, pStart);
 }
 
+#if !defined(__SANITIZE_THREAD__) // that sanitizer stands before it already
 int __real_atexit(void (*pfnCall)());
 int __wrap_atexit(void (*pfnCall)());
 int __wrap_atexit(void (*pfnCall)())
 {
     return Fails("atexit") ? -1 : __real_atexit(pfnCall);
 }
+#endif
 
 CURL* __real_curl_easy_init();
 CURL* __wrap_curl_easy_init();

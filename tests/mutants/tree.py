@@ -7,6 +7,7 @@ import pickle
 import re
 import shlex
 import subprocess
+from collections import Counter
 from concurrent.futures import ProcessPoolExecutor
 from pathlib import Path
 
@@ -90,7 +91,11 @@ class Tree:
         for index, path in enumerate(sorted(by_file)):
             found = nested(by_file[path].values())
             assert len(found) < NUMBERS_OF_A_FILE, path
+            seen = Counter()
             for place, point in enumerate(found):
+                seen[point.name()] += 1
+                if seen[point.name()] > 1:
+                    point.text += f" #{seen[point.name()]}"
                 point.number = (index + 1) * NUMBERS_OF_A_FILE + place
                 self.points[point.number] = point
 
