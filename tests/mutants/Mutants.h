@@ -1,8 +1,8 @@
 #pragma once
 
-// What the faults call that `./dev mutants` writes into a copy of the sources. One process has at most one fault
-// switched on: the one whose number stands in KTS_MUTANT. With KTS_MUTANTS_REACHED, the name of a file, a process
-// leaves in it which places it came to, one byte for each.
+// What the faults call that `./dev mutants` writes into a copy of the sources. One process has at most one
+// fault switched on: the one whose number stands in KTS_MUTANT. With KTS_MUTANTS_REACHED, the name of a file,
+// a process leaves in it which places it came to, one byte for each.
 
 #include <cstdio>
 #include <cstdlib>
@@ -30,8 +30,8 @@ inline unsigned char* MapReached() noexcept
     std::FILE* const pFile = std::fopen(pszFile, "r+e");
     void* pBytes = MAP_FAILED;
     if (pFile != nullptr && std::fseek(pFile, 0, SEEK_END) == 0) {
-        pBytes = ::mmap(nullptr, static_cast<std::size_t>(std::ftell(pFile)), PROT_READ | PROT_WRITE, MAP_SHARED,
-                        ::fileno(pFile), 0);
+        pBytes = ::mmap(nullptr, static_cast<std::size_t>(std::ftell(pFile)), PROT_READ | PROT_WRITE,
+                        MAP_SHARED, ::fileno(pFile), 0);
     }
     if (pFile != nullptr) {
         std::fclose(pFile);
@@ -49,7 +49,6 @@ inline bool IsOn(unsigned nMutant) noexcept
     return nMutant == nChosen;
 }
 
-
 } // namespace detail
 
 /// What the compiler computes is as it was, so that array sizes, case labels and static_asserts stay.
@@ -64,7 +63,8 @@ constexpr bool Not(unsigned nMutant, bool bValue) noexcept
 }
 
 /// A number becomes its successor, a truth its contrary, a time twice as long.
-template <typename T> constexpr T Changed(unsigned nMutant, T value) noexcept
+template <typename T>
+constexpr T Changed(unsigned nMutant, T value) noexcept
 {
     if constexpr (std::is_same_v<T, bool>) {
         return Not(nMutant, value);
@@ -76,13 +76,15 @@ template <typename T> constexpr T Changed(unsigned nMutant, T value) noexcept
 }
 
 /// A lock that is left out: what is locked is a mutex that no other thread knows.
-template <typename Mutex> Mutex& Lock(unsigned nMutant, Mutex& mutex) noexcept
+template <typename Mutex>
+Mutex& Lock(unsigned nMutant, Mutex& mutex) noexcept
 {
     static thread_local Mutex own;
     return On(nMutant) ? own : mutex;
 }
 
-template <typename Mutex> Mutex* Lock(unsigned nMutant, Mutex* pMutex) noexcept
+template <typename Mutex>
+Mutex* Lock(unsigned nMutant, Mutex* pMutex) noexcept
 {
     return &Lock(nMutant, *pMutex);
 }
