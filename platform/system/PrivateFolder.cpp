@@ -21,7 +21,7 @@ void MakePrivateFolders(const std::filesystem::path& path)
     if (std::filesystem::is_directory(path, error)) {
         return;
     }
-    if (path.has_parent_path()) {
+    if (path.has_relative_path() && path.has_parent_path()) { // the root has itself for a parent
         MakePrivateFolders(path.parent_path());
     }
     constexpr mode_t MODE = S_IRWXU;
