@@ -99,7 +99,7 @@ TEST(LogFile, IsFilledToItsLastByte)
     const LogFolder folder;
     ::setenv("CLOG_FILE_BYTES", "1000", 1);
     Log_Write(1, "Full", 1, "%s", "");
-    const std::size_t nLine = folder.Lines().at(0).size() + 1;
+    const auto nLine = static_cast<std::size_t>(std::filesystem::file_size(folder.File()));
     Log_Write(1, "Full", 2, "%s", std::string(1000 - 2 * nLine, 'x').c_str());
     EXPECT_THAT(FileNames(folder.Path()), ElementsAre("ktshttpagent.log"));
     Log_Write(1, "Full", 3, "%s", "");
