@@ -75,11 +75,15 @@ void Count(SThread& thread, int nChange)
     Threads().changed.notify_all();
 }
 
+/// Counts as a use itself: a manager says that it goes before it has waited for its thread of Qt's, which
+/// uses what goes with the process.
 void EndAll(SThread& thread)
 {
+    Count(thread, 1);
     while (!thread.vecManagers.empty()) {
         delete thread.vecManagers.back(); // which removes it from the list
     }
+    Count(thread, -1);
 }
 
 /// Where the process ends on another thread: lets this one sleep, once.

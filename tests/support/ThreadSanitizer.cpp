@@ -24,6 +24,11 @@ const char* __tsan_default_suppressions()
         // own and shares Qt's event queues.
         "called_from_lib:libQt5DBus.so\n"
 
+        // A connection's function object is destroyed by whoever drops the list that it stood in, which is
+        // ordered by Qt's locks. This names the function that empties the list, so it hides no call of the
+        // function object.
+        "race:QObjectPrivate::ConnectionData::deleteOrphaned\n"
+
         // A record in a variant is destroyed by its last owner, and they are counted inside Qt. This names
         // the function by which Qt's registry of types destroys a value, so it hides no other access than
         // those of that destruction.
