@@ -46,8 +46,6 @@ EndSignals::EndSignals()
     pthread_sigmask(SIG_BLOCK, &m_ends, nullptr);
 }
 
-EndSignals::~EndSignals() = default;
-
 void EndSignals::Wait() const
 {
     int nSignal = 0;

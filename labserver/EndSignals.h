@@ -11,7 +11,9 @@ class EndSignals
 {
 public:
     EndSignals();
+#if defined(_WIN32)
     ~EndSignals();
+#endif
     EndSignals(const EndSignals&) = delete;
     EndSignals& operator=(const EndSignals&) = delete;
 
