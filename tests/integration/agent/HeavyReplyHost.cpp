@@ -175,7 +175,7 @@ private:
 } // namespace
 
 int main(int argc, char** argv)
-{
+try {
     if (argc < 3 || std::freopen("/dev/null", "w", stderr) == nullptr) { // debug lines hold whole replies
         return 2;
     }
@@ -186,4 +186,7 @@ int main(int argc, char** argv)
     }
     host.Ask(argv[2]);
     return 0;
+} catch (const std::exception& error) {
+    std::puts(error.what());
+    return 3;
 }
