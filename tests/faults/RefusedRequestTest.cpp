@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(
                                      SchemelessUrl{"http:", "/x?t=a://b"},
                                      SchemelessUrl{"http:/", "/x?t=a://b"}, SchemelessUrl{"http:///", "/"})));
 
-/// A text that is no header line, and one that is none though it looks like one.
+/// A text that is not a header line, and one that looks like a header line but is malformed.
 struct HeaderLine {
     std::string strLine;
 
