@@ -129,11 +129,11 @@ class Finder:
         self.file = node.location.file.name if node.location.file else ""
         if self.relative(self.file):
             for child in node.get_children():
-                self.visit(child, node)
+                self.visit(child)
 
     # -- within the body of a function
 
-    def visit(self, node, parent):
+    def visit(self, node):
         if node.kind in NOT_ENTERED:
             return
         if node.kind == Kind.DECL_STMT and re.match(rb"(static\s+)?constexpr\b", self.text(node)):
@@ -145,7 +145,7 @@ class Finder:
                          Kind.CASE_STMT, Kind.DEFAULT_STMT):
             self.statements(node)
         for child in self.run_time(node):
-            self.visit(child, node)
+            self.visit(child)
 
     @staticmethod
     def run_time(node):
