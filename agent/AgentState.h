@@ -1,7 +1,8 @@
 #pragma once
 
-#include "BlockingOutcome.h"
 #include "LeftBehind.h"
+
+#include <ktshttpagent/BlockingOutcome.h>
 
 #include <QMap>
 #include <QString>

@@ -1,8 +1,7 @@
-#include "CUIAgentReq.h"
+#include <ktshttpagent/CUIAgentReq.h>
 
 #include "AgentState.h"
 #include "EndpointSettings.h"
-#include "IVelClientSDk.h"
 #include "Logging.h"
 #include "RequestCatalogue.h"
 #include "ServerUrl.h"
@@ -10,9 +9,11 @@
 #include "TlsSetting.h"
 
 #include "net/NetworkUse.h"
-#include "platform/clog/clog.h"
 #include "platform/reply/ExchangeLimits.h"
 #include "platform/system/ProcessEnd.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/clog.h>
 
 #include <QThread>
 

@@ -1,5 +1,6 @@
+#include <ktshttpagent/CUIAgentReq.h>
+
 #include "AgentState.h"
-#include "CUIAgentReq.h"
 
 #include "net/NetworkUse.h"
 

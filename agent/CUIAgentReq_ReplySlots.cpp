@@ -20,7 +20,7 @@
 // object is empty, and the other rules say no to that.
 // clang-format on
 
-#include "CUIAgentReq.h"
+#include <ktshttpagent/CUIAgentReq.h>
 
 #include "Logging.h"
 #include "RequestCatalogue.h"

@@ -1,11 +1,11 @@
-#include "CUIAgentReq.h"
+#include <ktshttpagent/CUIAgentReq.h>
 
 #include "FieldConversion.h"
 #include "RequestCatalogue.h"
 #include "RequestObjects.h"
 #include "VelClientSDk.h"
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <exception>
 #include <string>

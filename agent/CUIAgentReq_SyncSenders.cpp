@@ -1,7 +1,6 @@
-#include "CUIAgentReq.h"
+#include <ktshttpagent/CUIAgentReq.h>
 
 #include "AgentState.h"
-#include "IVelClientSDk.h"
 #include "QueryString.h"
 #include "RequestCatalogue.h"
 #include "RequestObjects.h"
@@ -10,8 +9,10 @@
 
 #include "net/NAManager.h"
 #include "net/NetworkUse.h"
-#include "platform/clog/clog.h"
 #include "platform/reply/ExchangeLimits.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/clog.h>
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

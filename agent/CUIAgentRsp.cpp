@@ -1,12 +1,13 @@
-#include "CUIAgentRsp.h"
+#include <ktshttpagent/CUIAgentRsp.h>
 
 #include "Deliveries.h"
-#include "IVelClientSDk.h"
 #include "Logging.h"
 #include "MovableRecord.h"
 #include "RequestCatalogue.h"
 
 #include "platform/system/ProcessEnd.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <QMetaType>
 

@@ -1,7 +1,8 @@
-#include "CUIAgentRsp.h"
+#include <ktshttpagent/CUIAgentRsp.h>
 
 #include "MovableRecord.h"
-#include "ResultVariants.h"
+
+#include <ktshttpagent/ResultVariants.h>
 
 #include <new>
 #include <string>

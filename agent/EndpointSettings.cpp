@@ -3,7 +3,7 @@
 #include "RequestCatalogue.h"
 #include "SettingsProfile.h"
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <QVariant>
 

@@ -1,6 +1,6 @@
 #include "MovableRecord.h"
 
-#include "ResultRecords.h"
+#include <ktshttpagent/ResultRecords.h>
 
 #include <utility>
 

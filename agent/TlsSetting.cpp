@@ -3,7 +3,7 @@
 #include "ServerUrl.h"
 #include "SettingsProfile.h"
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "BlockingOutcome.h"
 #include "WaitTimer.h"
+
+#include <ktshttpagent/BlockingOutcome.h>
 
 class NAManager;
 class QObject;

@@ -1,11 +1,12 @@
 // Decodes a list of projects again and again: prints the megabytes a second.
 
 #include "CDataResponse.h"
-#include "IVelClientSDk.h"
 #include "RequestCatalogue.h"
-#include "ResultRecords.h"
 
 #include "platform/reply/ReplyLimits.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/ResultRecords.h>
 
 #include <rapidjson/document.h>
 

@@ -1,7 +1,7 @@
 // A transport that sends nothing and a log that writes nothing, so that decoding is measured alone.
 
-#include "platform/chttpclient/chttpclient.h"
-#include "platform/clog/clog.h"
+#include <ktshttpagent/chttpclient.h>
+#include <ktshttpagent/clog.h>
 
 bool CHttpClientInit()
 {

@@ -15,7 +15,7 @@ endif()
 
 add_library(kts_options INTERFACE)
 target_compile_options(kts_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
-target_include_directories(kts_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_include_directories(kts_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 if(WIN32)
   # Windows 7 and later, headers without what nobody here needs, and with names that are no macros.
   target_compile_definitions(kts_options INTERFACE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE)

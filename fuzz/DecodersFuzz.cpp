@@ -12,9 +12,10 @@
 #include "Require.h"
 
 #include "sdk/CDataResponse.h"
-#include "sdk/IVelClientSDk.h"
 #include "sdk/UserData.h"
 #include "tests/unit/sdk/PayloadText.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <array>
 #include <cstdint>

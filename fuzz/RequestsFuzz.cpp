@@ -7,8 +7,9 @@
 #include "RecordingTransport.h"
 #include "Require.h"
 
-#include "sdk/IVelClientSDk.h"
 #include "sdk/RequestCatalogue.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <rapidjson/document.h>
 

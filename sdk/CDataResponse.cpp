@@ -1,12 +1,13 @@
 #include "CDataResponse.h"
 
-#include "IVelClientSDk.h"
 #include "RequestCatalogue.h"
 #include "UserData.h"
 
-#include "platform/chttpclient/chttpclient.h"
-#include "platform/clog/clog.h"
 #include "platform/reply/ReplyLimits.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/chttpclient.h>
+#include <ktshttpagent/clog.h>
 
 #include <json/reader.h>
 

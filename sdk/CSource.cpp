@@ -5,7 +5,7 @@
 #include "RequestCatalogue.h"
 #include "VelClientSDk.h"
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <memory>
 #include <new>

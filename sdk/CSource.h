@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ResultRecords.h"
+#include <ktshttpagent/ResultRecords.h>
 
 #include <string>
 

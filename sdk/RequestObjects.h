@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RequestRecords.h"
+#include <ktshttpagent/RequestRecords.h>
 
 #include <json/value.h>
 

@@ -1,7 +1,8 @@
 #include "ServerUrl.h"
 
-#include "platform/clog/clog.h"
 #include "platform/system/Environment.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <algorithm>
 #include <array>

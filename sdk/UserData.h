@@ -1,7 +1,8 @@
 #pragma once
 
 #include "RequestCatalogue.h"
-#include "RequestRecords.h"
+
+#include <ktshttpagent/RequestRecords.h>
 
 #include <memory>
 #include <string>

@@ -5,9 +5,10 @@
 #include "RequestCatalogue.h"
 #include "ServerUrl.h"
 
-#include "platform/chttpclient/chttpclient.h"
-#include "platform/clog/clog.h"
 #include "platform/reply/ReplyLimits.h"
+
+#include <ktshttpagent/chttpclient.h>
+#include <ktshttpagent/clog.h>
 
 #include <json/writer.h>
 

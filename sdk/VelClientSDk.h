@@ -1,8 +1,9 @@
 #pragma once
 
 #include "CSource.h"
-#include "IVelClientSDk.h"
 #include "UserData.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <json/value.h>
 

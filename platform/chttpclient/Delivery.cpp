@@ -1,7 +1,8 @@
 #include "Delivery.h"
 
-#include "platform/clog/clog.h"
 #include "platform/system/QuietThread.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <exception>
 #include <utility>

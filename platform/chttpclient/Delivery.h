@@ -1,7 +1,8 @@
 #pragma once
 
 #include "HttpExchange.h"
-#include "chttpclient.h"
+
+#include <ktshttpagent/chttpclient.h>
 
 #include <atomic>
 #include <chrono>

@@ -3,7 +3,7 @@
 #include "IdleConnections.h"
 #include "UrlParts.h"
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <algorithm>
 #include <new>

@@ -1,8 +1,9 @@
 #include "Transport.h"
 
-#include "platform/clog/clog.h"
 #include "platform/system/Environment.h"
 #include "platform/system/QuietThread.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <curl/curl.h>
 

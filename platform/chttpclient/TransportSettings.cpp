@@ -1,7 +1,8 @@
 #include "TransportSettings.h"
 
-#include "platform/clog/clog.h"
 #include "platform/system/Environment.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <cstdint>
 #include <limits>

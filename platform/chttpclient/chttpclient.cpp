@@ -1,4 +1,4 @@
-#include "chttpclient.h"
+#include <ktshttpagent/chttpclient.h>
 
 #include "Transport.h"
 

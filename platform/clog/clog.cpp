@@ -1,4 +1,4 @@
-#include "clog.h"
+#include <ktshttpagent/clog.h>
 
 #include "Log.h"
 

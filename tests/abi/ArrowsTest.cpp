@@ -39,7 +39,18 @@ const Room ROOMS[] = {
     {"apps/ktsagent", {"labserver", "ktshttpagent", "platform/text"}, true},
 };
 
+/// The public headers, and of which room each is the interface: it is held to the arrows of that room.
+const std::map<std::string, std::string> ROOM_OF_PUBLIC_HEADER = {
+    {"BlockingOutcome.h", "agent"}, {"CUIAgentReq.h", "agent"},    {"CUIAgentRsp.h", "agent"},
+    {"IVelClientSDk.h", "sdk"},     {"KtsExport.h", "sdk"},        {"RequestRecords.h", "sdk"},
+    {"ResultRecords.h", "sdk"},     {"ResultVariants.h", "agent"}, {"chttpclient.h", "platform/chttpclient"},
+    {"clog.h", "platform/clog"},
+};
+
+const std::string PUBLIC = "ktshttpagent";
+
 const fs::path SOURCE_DIR = KTS_SOURCE_DIR;
+const fs::path PUBLIC_DIR = SOURCE_DIR / "include" / PUBLIC;
 
 bool IsSource(const fs::path& path)
 {
@@ -74,11 +85,20 @@ std::vector<std::string> IncludesOf(std::istream& file)
     return vecIncludes;
 }
 
+bool IsPublic(const std::string& strInclude)
+{
+    return strInclude.rfind(PUBLIC + "/", 0) == 0;
+}
+
 /// The room that an included name leads to; empty for what is none of ours.
 std::string RoomOf(const std::string& strInclude, const Room& from)
 {
-    if (strInclude.rfind("ktshttpagent/", 0) == 0) {
-        return "ktshttpagent";
+    if (IsPublic(strInclude) && from.setMayInclude.count(PUBLIC) != 0) {
+        return PUBLIC;
+    }
+    const std::string strHeader = IsPublic(strInclude) ? strInclude.substr(PUBLIC.size() + 1) : strInclude;
+    if (const auto it = ROOM_OF_PUBLIC_HEADER.find(strHeader); it != ROOM_OF_PUBLIC_HEADER.end()) {
+        return it->second;
     }
     for (const Room& room : ROOMS) {
         if (strInclude.rfind(room.strName + "/", 0) == 0) {
@@ -114,6 +134,18 @@ std::string Violation(const Room& room, const std::string& strInclude)
     return room.strName + " may not include " + strTarget + ": " + strInclude;
 }
 
+/// What is wrong with an include line in a public header; empty for nothing. It has to be usable where no
+/// more than the public headers are installed: it includes them, the standard library, and Qt where its room
+/// may.
+std::string ViolationInPublic(const Room& room, const std::string& strInclude)
+{
+    const bool bStandard = strInclude.find_first_of("./") == std::string::npos;
+    if (!bStandard && ROOM_OF_PUBLIC_HEADER.count(strInclude) == 0) {
+        return "a public header may not include " + strInclude;
+    }
+    return Violation(room, strInclude);
+}
+
 const Room& Named(const std::string& strName)
 {
     for (const Room& room : ROOMS) {
@@ -135,6 +167,29 @@ TEST(Arrows, TheRuleItselfSeesAWrongInclude)
     EXPECT_THAT(Violation(Named("agent"), "IVelClientSDk.h"), IsEmpty());
     EXPECT_THAT(Violation(Named("agent"), "QString"), IsEmpty());
     EXPECT_THAT(Violation(Named("sdk"), "string"), IsEmpty());
+}
+
+TEST(Arrows, TheRuleItselfSeesAWrongIncludeOfAPublicHeader)
+{
+    EXPECT_THAT(Violation(Named("sdk"), "ktshttpagent/CUIAgentReq.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("platform/clog"), "ktshttpagent/chttpclient.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("net"), "ktshttpagent/clog.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("labserver"), "ktshttpagent/RequestRecords.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(Violation(Named("sdk"), "ktshttpagent/clog.h"), IsEmpty());
+    EXPECT_THAT(Violation(Named("agent"), "ktshttpagent/IVelClientSDk.h"), IsEmpty());
+    EXPECT_THAT(Violation(Named("apps/ktsagent"), "ktshttpagent/CUIAgentReq.h"), IsEmpty());
+}
+
+TEST(Arrows, TheRuleItselfSeesAWrongIncludeInAPublicHeader)
+{
+    EXPECT_THAT(ViolationInPublic(Named("sdk"), "QString"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(ViolationInPublic(Named("sdk"), "CUIAgentReq.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(ViolationInPublic(Named("sdk"), "RequestCatalogue.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(ViolationInPublic(Named("sdk"), "json/value.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(ViolationInPublic(Named("agent"), "agent/SyncWait.h"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(ViolationInPublic(Named("agent"), "QString"), IsEmpty());
+    EXPECT_THAT(ViolationInPublic(Named("agent"), "IVelClientSDk.h"), IsEmpty());
+    EXPECT_THAT(ViolationInPublic(Named("sdk"), "string"), IsEmpty());
 }
 
 TEST(Arrows, EveryIncludeFollowsThem)
@@ -159,6 +214,27 @@ TEST(Arrows, EveryIncludeFollowsThem)
         }
     }
     EXPECT_GT(nFiles, 40U) << "the source tree was not found";
+    EXPECT_THAT(vecViolations, IsEmpty());
+}
+
+TEST(Arrows, EveryIncludeOfAPublicHeaderFollowsThem)
+{
+    std::vector<std::string> vecViolations;
+    std::set<std::string> setFound;
+    for (const auto& entry : fs::directory_iterator(PUBLIC_DIR)) {
+        const std::string strHeader = entry.path().filename().string();
+        ASSERT_EQ(ROOM_OF_PUBLIC_HEADER.count(strHeader), 1U) << strHeader;
+        setFound.insert(strHeader);
+        std::ifstream file(entry.path());
+        for (const std::string& strInclude : IncludesOf(file)) {
+            if (const std::string strViolation =
+                    ViolationInPublic(Named(ROOM_OF_PUBLIC_HEADER.at(strHeader)), strInclude);
+                !strViolation.empty()) {
+                vecViolations.push_back(strHeader + ": " + strViolation);
+            }
+        }
+    }
+    EXPECT_EQ(setFound.size(), ROOM_OF_PUBLIC_HEADER.size());
     EXPECT_THAT(vecViolations, IsEmpty());
 }
 

@@ -5,8 +5,8 @@
 //
 // The server holds a request for /held until one for /release comes, and answers all others at once.
 
-#include "platform/chttpclient/chttpclient.h"
-#include "platform/clog/clog.h"
+#include <ktshttpagent/chttpclient.h>
+#include <ktshttpagent/clog.h>
 
 #include <atomic>
 #include <cerrno>

@@ -6,7 +6,7 @@
 // Where no more requests are to be sent, their URL is empty. Earlier requests go out in earlier lives of the
 // transport, each between a start and a stop; their callbacks print nothing.
 
-#include "platform/chttpclient/chttpclient.h"
+#include <ktshttpagent/chttpclient.h>
 
 #include <csignal>
 #include <cstdio>

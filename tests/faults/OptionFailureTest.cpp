@@ -6,7 +6,8 @@
 
 #include "FailingCalls.h"
 #include "LogFolder.h"
-#include "platform/chttpclient/chttpclient.h"
+
+#include <ktshttpagent/chttpclient.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

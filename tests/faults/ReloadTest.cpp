@@ -3,7 +3,8 @@
 #include "LoadedLibrary.h"
 #include "LogFolder.h"
 #include "ScriptedServer.h"
-#include "platform/chttpclient/chttpclient.h"
+
+#include <ktshttpagent/chttpclient.h>
 
 #include <gtest/gtest.h>
 

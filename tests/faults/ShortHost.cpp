@@ -3,8 +3,8 @@
 //
 //   short_host URL SHORTAGE
 
-#include "platform/chttpclient/chttpclient.h"
-#include "platform/clog/clog.h"
+#include <ktshttpagent/chttpclient.h>
+#include <ktshttpagent/clog.h>
 
 #include <chrono>
 #include <condition_variable>

@@ -2,7 +2,8 @@
 
 #include "LogFolder.h"
 #include "ScriptedServer.h"
-#include "platform/chttpclient/chttpclient.h"
+
+#include <ktshttpagent/chttpclient.h>
 
 #include <gtest/gtest.h>
 

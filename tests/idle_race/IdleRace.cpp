@@ -3,7 +3,8 @@
 #include "DelayingRelay.h"
 #include "LogFolder.h"
 #include "Nginx.h"
-#include "platform/chttpclient/chttpclient.h"
+
+#include <ktshttpagent/chttpclient.h>
 
 #include <algorithm>
 #include <condition_variable>

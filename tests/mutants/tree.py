@@ -13,8 +13,8 @@ from pathlib import Path
 
 from points import Finder
 
-ROOMS = ["agent", "net", "sdk", "labserver", "apps/ktsagent", "platform/chttpclient", "platform/clog",
-         "platform/reply", "platform/system", "platform/text"]
+ROOMS = ["include/ktshttpagent", "agent", "net", "sdk", "labserver", "apps/ktsagent", "platform/chttpclient",
+         "platform/clog", "platform/reply", "platform/system", "platform/text"]
 NUMBERS_OF_A_FILE = 4096
 
 

@@ -4,7 +4,7 @@
 
 #include "Whether.h"
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <string>
 

@@ -6,8 +6,8 @@
 
 #include "Whether.h"
 
-#include "platform/chttpclient/chttpclient.h"
-#include "platform/clog/clog.h"
+#include <ktshttpagent/chttpclient.h>
+#include <ktshttpagent/clog.h>
 
 #include <cstdarg>
 #include <future>

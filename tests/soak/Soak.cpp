@@ -7,7 +7,8 @@
 // Exit status: 0 kept, 1 broken.
 
 #include "ScriptedServer.h"
-#include "platform/chttpclient/chttpclient.h"
+
+#include <ktshttpagent/chttpclient.h>
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "RecordingLog.h"
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <array>
 #include <atomic>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/chttpclient/chttpclient.h"
+#include <ktshttpagent/chttpclient.h>
 
 #include <functional>
 #include <string>

@@ -2,7 +2,7 @@
 //   loading_host LIBRARY WAY URL-OF-A-REPORT [URL-OF-MORE-REQUESTS]
 // For each callback it prints a line: type, error. It says "unloaded" when it has unloaded the transport.
 
-#include "platform/chttpclient/chttpclient.h"
+#include <ktshttpagent/chttpclient.h>
 
 #include <chrono>
 #include <cstdio>

@@ -3,11 +3,12 @@
 #include "Registry.h"
 
 #include "AgentProbe.h"
-#include "CUIAgentReq.h"
-#include "IVelClientSDk.h"
 #include "RecordingLog.h"
 #include "RequestCatalogue.h"
 #include "SettingRows.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // A transport that sends nothing, prints what is asked of it, and answers every request at once.
 
-#include "platform/chttpclient/chttpclient.h"
+#include <ktshttpagent/chttpclient.h>
 
 #include <cstdio>
 #include <utility>

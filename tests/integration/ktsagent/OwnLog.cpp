@@ -1,6 +1,6 @@
 // A log as a site may put it in the place of ours: it has what the library calls, and no more.
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <cstdio>
 

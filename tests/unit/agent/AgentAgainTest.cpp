@@ -2,8 +2,9 @@
 
 #include "AgentProbe.h"
 #include "RecordingTransport.h"
-#include "ResultVariants.h"
 #include "VelClientSDk.h"
+
+#include <ktshttpagent/ResultVariants.h>
 
 #include <QSignalSpy>
 

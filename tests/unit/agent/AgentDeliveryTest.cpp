@@ -3,8 +3,9 @@
 // answers.
 
 #include "AgentProbe.h"
-#include "IVelClientSDk.h"
 #include "RecordingTransport.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>

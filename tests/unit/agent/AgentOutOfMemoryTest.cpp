@@ -7,11 +7,12 @@
 #include "LongOperations.h"
 #include "PayloadText.h"
 #include "RequestCatalogue.h"
-#include "ResultVariants.h"
 #include "SyncWait.h"
 #include "WaitWatch.h"
 
 #include "net/NAManager.h"
+
+#include <ktshttpagent/ResultVariants.h>
 
 #include <QCoreApplication>
 #include <QEvent>

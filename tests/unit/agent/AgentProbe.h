@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CUIAgentReq.h"
-#include "CUIAgentRsp.h"
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/CUIAgentRsp.h>
 
 /// Opens what hosts can't reach.
 class AgentResponseProbe : public CUIAgentRsp

@@ -5,7 +5,7 @@
 #include "RecordingLog.h"
 #include "RecordingTransport.h"
 
-#include "ResultRecords.h"
+#include <ktshttpagent/ResultRecords.h>
 
 #include <QSignalSpy>
 #include <QTemporaryDir>

@@ -1,8 +1,9 @@
 #include "AgentProbe.h"
-#include "IVelClientSDk.h"
 #include "RecordingTransport.h"
-#include "ResultVariants.h"
 #include "VelClientSDk.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/ResultVariants.h>
 
 #include <QSignalSpy>
 

@@ -1,9 +1,10 @@
-#include "CUIAgentReq.h"
-#include "IVelClientSDk.h"
 #include "RecordingLog.h"
 #include "RequestCatalogue.h"
 #include "SettingRows.h"
 #include "SettingsRoot.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

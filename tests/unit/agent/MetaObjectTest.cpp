@@ -1,9 +1,10 @@
 #include "App.h"
-#include "CUIAgentReq.h"
-#include "CUIAgentRsp.h"
 
 #include "net/NAMDownload.h"
 #include "net/NAManager.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/CUIAgentRsp.h>
 
 #include <QMetaMethod>
 

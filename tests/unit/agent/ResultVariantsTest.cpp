@@ -1,5 +1,6 @@
-#include "ResultVariants.h"
 #include "AgentProbe.h"
+
+#include <ktshttpagent/ResultVariants.h>
 
 #include <QSignalSpy>
 

@@ -1,9 +1,10 @@
-#include "CUIAgentReq.h"
-#include "CUIAgentRsp.h"
-#include "IVelClientSDk.h"
 #include "RecordingLog.h"
 #include "RecordingTransport.h"
 #include "ServerUrl.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/CUIAgentRsp.h>
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <QSignalSpy>
 #include <QTemporaryDir>

@@ -1,11 +1,12 @@
 // The same reply, judged by the three parsers that read replies: jsoncpp (user information), RapidJSON (the
 // other asynchronous queries) and Qt's (the blocking senders). docs/replies.md holds this table in words.
 
-#include "CUIAgentReq.h"
 #include "RecordingTransport.h"
-#include "ResultRecords.h"
 #include "ScriptedServer.h"
-#include "sdk/IVelClientSDk.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/ResultRecords.h>
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,10 @@
 #include "AgentProbe.h"
-#include "IVelClientSDk.h"
 #include "RecordingLog.h"
 #include "RecordingTransport.h"
 #include "SettingRows.h"
 #include "SettingsRoot.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
 
 #include <gmock/gmock.h>
 

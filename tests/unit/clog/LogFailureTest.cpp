@@ -1,7 +1,8 @@
 // What becomes of lines and settings where the log can't be written, moved aside or formatted.
 
 #include "LogFolder.h"
-#include "platform/clog/clog.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 #include "LogFolder.h"
 #include "ProcessUse.h"
-#include "platform/clog/clog.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

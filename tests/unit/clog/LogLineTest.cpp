@@ -1,7 +1,8 @@
 #include "ContainsPattern.h"
 #include "LogFolder.h"
 #include "UnsafeTexts.h"
-#include "platform/clog/clog.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

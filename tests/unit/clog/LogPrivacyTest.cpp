@@ -1,7 +1,8 @@
 // Whom the files of the log belong to, and that nothing but them is written.
 
 #include "LogFolder.h"
-#include "platform/clog/clog.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 #include "ContainsPattern.h"
 #include "LogFolder.h"
-#include "platform/clog/clog.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

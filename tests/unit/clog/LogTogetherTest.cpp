@@ -2,7 +2,8 @@
 
 #include "HostProcess.h"
 #include "LogFolder.h"
-#include "platform/clog/clog.h"
+
+#include <ktshttpagent/clog.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // A host that logs as it ends, in the way that its argument names.
 
-#include "platform/clog/clog.h"
+#include <ktshttpagent/clog.h>
 
 #include <cstdlib>
 #include <string>

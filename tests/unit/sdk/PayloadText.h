@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/ResultRecords.h"
+#include <ktshttpagent/ResultRecords.h>
 
 #include <string>
 

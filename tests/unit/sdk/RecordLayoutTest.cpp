@@ -1,5 +1,5 @@
-#include "sdk/RequestRecords.h"
-#include "sdk/ResultRecords.h"
+#include <ktshttpagent/RequestRecords.h>
+#include <ktshttpagent/ResultRecords.h>
 
 #include <gtest/gtest.h>
 

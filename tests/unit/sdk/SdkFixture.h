@@ -2,8 +2,9 @@
 
 #include "RecordingLog.h"
 #include "RecordingTransport.h"
-#include "sdk/IVelClientSDk.h"
-#include "sdk/ResultRecords.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/ResultRecords.h>
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,9 @@
 #include "RecordingLog.h"
-#include "platform/chttpclient/chttpclient.h"
 #include "sdk/CDataResponse.h"
-#include "sdk/IVelClientSDk.h"
-#include "sdk/ResultRecords.h"
+
+#include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/ResultRecords.h>
+#include <ktshttpagent/chttpclient.h>
 
 #include <gtest/gtest.h>
 
