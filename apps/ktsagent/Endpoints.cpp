@@ -7,6 +7,7 @@
 #include "platform/text/Escaping.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/RequestType.h>
 
 #include <algorithm>
 #include <iomanip>
@@ -18,8 +19,8 @@
 namespace
 {
 
-constexpr int FIRST_ID = 3100;
-constexpr int LAST_ID = 3115;
+constexpr int FIRST_ID = VelCSDK::RequestType::GetUserInfo;
+constexpr int LAST_ID = VelCSDK::RequestType::ReportStepDataOrn;
 
 struct Endpoint {
     int nId;

@@ -1,5 +1,7 @@
 #include "Operations.h"
 
+#include <ktshttpagent/RequestType.h>
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -41,26 +43,27 @@ SyncSender SyncReport(int nId, bool (CUIAgentReq::*pSend)(QString, int, std::str
             }};
 }
 
+namespace RequestType = VelCSDK::RequestType;
 using Req = CUIAgentReq;
 using Rsp = CUIAgentRsp;
 using Args = Arguments;
 
 const std::vector<Operation> OPERATIONS{
     {"user-info",
-     3100,
+     RequestType::GetUserInfo,
      "Who is this user?",
      {OPTION_SERVER, {"--userId,--user-id", "the user's number", &Args::userId}},
      [](Req& req, Args& a) { req.SendGetUserInfo(a.server.strIp, a.server.nPort, a.userId); },
      {&Rsp::SigGetUserInfoRet}},
     {"report-chl-status",
-     3101,
+     RequestType::ReportChlStatus,
      "Report one line of a channel's status log",
      {OPTION_SERVER, OPTION_T},
      [](Req& req, Args& a) { req.SendPostReportChlStatus(a.server.strIp, a.server.nPort, a.t, a.chlStatus); },
      {&Rsp::SigPostReportChlStatRet},
      RecordIn(&Args::chlStatus)},
     {"report-incubator",
-     3102,
+     RequestType::ReportIncubatorStatus,
      "Report an incubator's state",
      {OPTION_SERVER},
      [](Req& req, Args& a) {
@@ -69,25 +72,25 @@ const std::vector<Operation> OPERATIONS{
      {&Rsp::SigPostReportIncubatorStatusRet},
      RecordIn(&Args::incubatorStatus)},
     {"projects",
-     3103,
+     RequestType::GetProjects,
      "The test projects of cells",
      {OPTION_SERVER, OPTION_DXTM_LIST, OPTION_T},
      [](Req& req, Args& a) { req.SendGetProjects(a.server.strIp, a.server.nPort, a.dxtmList, a.t); },
      {&Rsp::SigGetProjectsRet, "vData"}},
     {"support-ver",
-     3104,
+     RequestType::GetSupportVer,
      "Is this version supported?",
      {OPTION_SERVER, OPTION_T},
      [](Req& req, Args& a) { req.SendGetSupportVer(a.server.strIp, a.server.nPort, a.t); },
      {&Rsp::SigGetSupportVerRet}},
     {"batt-status",
-     3105,
+     RequestType::GetBattStatus,
      "The states that batteries may be in",
      {OPTION_SERVER, OPTION_T},
      [](Req& req, Args& a) { req.SendGetBattStatus(a.server.strIp, a.server.nPort, a.t); },
      {&Rsp::SigGetBattStatusRet, "vData"}},
     {"auto-export",
-     3106,
+     RequestType::GetAutoExport,
      "The data of a cell's export file",
      {OPTION_SERVER, OPTION_BJTZSER, OPTION_CSXMSER, OPTION_DXTM},
      [](Req& req, Args& a) {
@@ -95,7 +98,7 @@ const std::vector<Operation> OPERATIONS{
      },
      {&Rsp::SigGetAutoExportRet, "vData"}},
     {"ftp-path",
-     3107,
+     RequestType::GetFtpFilePath,
      "Where test files are kept",
      {OPTION_SERVER, OPTION_BJTZSER, OPTION_CSXMSER, OPTION_SUPPLIER, OPTION_BATTERY_STATUS},
      [](Req& req, Args& a) {
@@ -104,7 +107,7 @@ const std::vector<Operation> OPERATIONS{
      },
      {&Rsp::SigGetFtpFilePathRet, "vData"}},
     {"channel-up-down",
-     3108,
+     RequestType::GetChannelUpDownPlatform,
      "Sets the server address; nothing is sent",
      {OPTION_SERVER},
      [](Req& req, Args& a) {
@@ -112,13 +115,13 @@ const std::vector<Operation> OPERATIONS{
      },
      NOTHING_SENT},
     {"channel-check",
-     3109,
+     RequestType::GetChannelCheckData,
      "May this channel start?",
      {OPTION_SERVER},
      [](Req& req, Args& a) { req.SendGetChannelCheckData(a.server.strIp, a.server.nPort, a.channelCheck); },
      {&Rsp::SigGetChannelCheckDataRet, "strMessage"},
      RecordIn(&Args::channelCheck),
-     SyncSender{3109,
+     SyncSender{RequestType::GetChannelCheckData,
                 [](Req& req, Args& a, int nTimeoutMs, NamedValues& vecOut) {
                     bool bAllow = false;
                     QString strReason;
@@ -128,13 +131,13 @@ const std::vector<Operation> OPERATIONS{
                     return bSucc;
                 }}},
     {"in-common",
-     3110,
+     RequestType::GetWhetherInCommon,
      "Is this cell barcode in common?",
      {OPTION_SERVER, OPTION_DXTM},
      [](Req& req, Args& a) { req.SendGetWhetherInCommon(a.server.strIp, a.server.nPort, a.dxtm); },
      {&Rsp::SigGetWhetherInCommonRet},
      nullptr,
-     SyncSender{3110,
+     SyncSender{RequestType::GetWhetherInCommon,
                 [](Req& req, Args& a, int nTimeoutMs, NamedValues& vecOut) {
                     bool bCommon = false;
                     const bool bSucc = req.SendGetWhetherInCommonEx(a.server.strIp, a.server.nPort,
@@ -143,48 +146,48 @@ const std::vector<Operation> OPERATIONS{
                     return bSucc;
                 }}},
     {"cdlx-files",
-     3111,
+     RequestType::GetCdlxFileListByDxtmList,
      "Sets the server address; nothing is sent",
      {OPTION_SERVER, OPTION_DXTM_LIST},
      [](Req& req, Args& a) { req.SendGetCdlxFileListByDxtmList(a.server.strIp, a.server.nPort, a.dxtmList); },
      NOTHING_SENT},
     {"upload-data",
-     3112,
+     RequestType::PostUploadData,
      "Report one battery test result",
      {OPTION_SERVER},
      [](Req& req, Args& a) { req.SendPostUploadData(a.server.strIp, a.server.nPort, a.batteryTestData); },
      NO_ANSWER,
      RecordIn(&Args::batteryTestData),
-     SyncSender{3112,
+     SyncSender{RequestType::PostUploadData,
                 [](Req& req, Args& a, int nTimeoutMs, NamedValues&) {
                     return req.SendPostUploadDataEx(a.server.strIp, a.server.nPort, nTimeoutMs,
                                                     a.batteryTestData);
                 },
                 false}},
     {"report-cycle",
-     3113,
+     RequestType::ReportCycleData,
      "Report cycle data",
      {OPTION_URL, OPTION_DATA},
      [](Req& req, Args& a) { req.SendPostReportCycleData(a.strUrl, a.strData.toStdString()); },
      NO_ANSWER,
      nullptr,
-     SyncReport(3113, &Req::SendPostReportCycleDataEx)},
+     SyncReport(RequestType::ReportCycleData, &Req::SendPostReportCycleDataEx)},
     {"report-step",
-     3113,
+     RequestType::ReportCycleData,
      "Report step data, to the cycle endpoint; with --sync to the step endpoint",
      {OPTION_URL, OPTION_DATA},
      [](Req& req, Args& a) { req.SendPostReportStepData(a.strUrl, a.strData.toStdString()); },
      NO_ANSWER,
      nullptr,
-     SyncReport(3114, &Req::SendPostReportStepDataEx)},
+     SyncReport(RequestType::ReportStepData, &Req::SendPostReportStepDataEx)},
     {"report-step-orn",
-     3115,
+     RequestType::ReportStepDataOrn,
      "Report step data to the ORN endpoint, always with --sync",
      {OPTION_URL, OPTION_BODY},
      nullptr,
      NO_ANSWER,
      nullptr,
-     SyncReport(3115, &Req::SendPostReportStepData_ORN)},
+     SyncReport(RequestType::ReportStepDataOrn, &Req::SendPostReportStepData_ORN)},
 };
 
 } // namespace
