@@ -3,7 +3,8 @@
 /// @file
 /// The ids of the request types: the numbers by which the library and its hosts tell the kinds of requests
 /// apart. They appear in `SBlockingOutcome::nType`, `CUIAgentReq::EndpointOrigin`,
-/// `VelCSDK::ResponseCallBack` and `VelCSDK::IVelClientSDk::SetUrlMap`. Constants only, for use on any thread.
+/// `VelCSDK::ResponseCallBack` and `VelCSDK::IVelClientSDk::SetUrlMap`. Constants only, for use on any
+/// thread.
 ///
 /// What a request takes and what comes back: CUIAgentReq.h and CUIAgentRsp.h; without Qt, IVelClientSDk.h.
 

@@ -4,6 +4,8 @@
 #include "UrlEncoding.h"
 #include "UrlParts.h"
 
+#include <ktshttpagent/chttpclient.h>
+
 #include <algorithm>
 #include <chrono>
 #include <new>
@@ -205,15 +207,15 @@ int CHttpTransfer::HttpError(CURLcode eResult) const
         return -static_cast<int>(eResult);
     }
     if (!m_body.IsComplete()) {
-        return -static_cast<int>(CURLE_BAD_CONTENT_ENCODING);
+        return CHttpOutcome::UnpackingFailed;
     }
     if (!m_bHeaderComplete) { // libcurl takes a connection that ends in mid-header for a reply without body
-        return -static_cast<int>(CURLE_PARTIAL_FILE);
+        return CHttpOutcome::EndedEarly;
     }
     long nStatus = 0;
     curl_easy_getinfo(m_pEasy.get(), CURLINFO_RESPONSE_CODE, &nStatus);
     if (nStatus == 0) {
-        return -static_cast<int>(CURLE_WEIRD_SERVER_REPLY);
+        return CHttpOutcome::InvalidReplyHeader;
     }
     return nStatus >= 200 && nStatus <= 299 ? 0 : static_cast<int>(nStatus);
 }

@@ -3,6 +3,7 @@
 #include "platform/system/Environment.h"
 #include "platform/system/QuietThread.h"
 
+#include <ktshttpagent/chttpclient.h>
 #include <ktshttpagent/clog.h>
 
 #include <curl/curl.h>
@@ -18,9 +19,6 @@ namespace
 
 // How long a stop waits for callbacks to return, on top of the drain time.
 constexpr std::chrono::seconds CALLBACK_GRACE{5};
-
-// Our own error, apart from libcurl's.
-constexpr int TOO_MANY_OUTSTANDING = -1000;
 
 /// libcurl's own start-up, once a process. It is never undone: the host may use libcurl too.
 bool StartLibcurl()
@@ -122,9 +120,9 @@ void CTransport::Send(SHttpExchange request)
     }
     const std::size_t nOwed = m_delivery.Owe();
     if (pLoop != nullptr && nOwed >= pLoop->Settings().nMaxOutstanding) {
-        exchange.front().nHttpError = TOO_MANY_OUTSTANDING;
+        exchange.front().nHttpError = CHttpOutcome::TooManyOutstanding;
     } else if (pLoop == nullptr || !pLoop->Submit(exchange)) {
-        exchange.front().nHttpError = -static_cast<int>(CURLE_FAILED_INIT);
+        exchange.front().nHttpError = CHttpOutcome::NotRunning;
     } else {
         return;
     }
