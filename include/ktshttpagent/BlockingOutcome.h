@@ -1,5 +1,10 @@
 #pragma once
 
+/// @file
+/// What became of a blocking call, for whoever may act on the server's own answer only.
+/// `CUIAgentReq::LastOutcome` (CUIAgentReq.h, which includes this header) tells it, on the thread of that
+/// object. The outcome is a copy, which belongs to who got it.
+
 #include <QString>
 #include <QtGlobal>
 
@@ -31,10 +36,11 @@ enum class EBlockingEnd {
     Interrupted = 8,
 };
 
-/// What became of one blocking call, see `CUIAgentReq::LastOutcome`. A copy, which belongs to who got it.
+/// What became of one blocking call, see `CUIAgentReq::LastOutcome`.
 struct SBlockingOutcome {
-    EBlockingEnd eEnd = EBlockingEnd::NoCall;
-    int nType = 0;       ///< request type id of the call: 3109, 3110, 3112 to 3115; 0 for `NoCall`
+    EBlockingEnd eEnd = EBlockingEnd::NoCall; ///< how the call ended
+    /// The request type id of the call (`VelCSDK::RequestType`): 3109, 3110, 3112 to 3115; 0 for `NoCall`.
+    int nType = 0;
     bool bSucc = false;  ///< what the call returned; with `Answered`: whether the server said yes
     int nHttpStatus = 0; ///< of the reply that ended the wait; 0 when none came
     QString strError; ///< why there is no answer to this call, in English; empty for `Answered` and `NoCall`

@@ -1,5 +1,15 @@
 #pragma once
 
+/// @file
+/// What a host asks and reports: `CUIAgentReq`, with asynchronous and blocking senders, and the settings of a
+/// site. The answers of the asynchronous ones are the signals of CUIAgentRsp.h; connect them before the first
+/// request. RequestRecords.h has the records that are handed in, ResultVariants.h those that come back,
+/// BlockingOutcome.h what became of a blocking call. Without Qt, take IVelClientSDk.h.
+///
+/// Threads: the one object belongs to the thread that first calls `CUIAgentReq::Instance()`, and its senders
+/// are called there. Ownership: the object is the library's to the end of the process; what is handed in is
+/// copied, or read before the call returns.
+
 #include "BlockingOutcome.h"
 #include "KtsExport.h"
 #include "RequestRecords.h"
@@ -43,7 +53,7 @@ public:
     /// The one instance, made by the first call, which also makes the SDK client and reads the endpoint
     /// paths. Safe from several threads.
     ///
-    /// The paths stand in four profiles: on Windows registry keys below HKEY_LOCAL_MACHINE\SOFTWARE\ZORVAL,
+    /// The paths stand in four profiles: on Windows registry keys below `HKEY_LOCAL_MACHINE\SOFTWARE\ZORVAL`,
     /// elsewhere INI files of the same path below the folder /etc/xdg/ktshttpagent, which the environment
     /// variable KTSHTTPAGENT_SETTINGS_ROOT replaces unless the process has rights that its caller may lack. A
     /// value that is missing or empty leaves the built-in path. Whether servers named by host and port are
@@ -58,8 +68,10 @@ public:
     /// profile and the name of the value that gave it.
     QString EndpointOrigin(int nType) const;
 
-    // In each sender `strIp` is the server's host name or address and `nPort` its port. An IPv6 address needs
-    // its brackets, "[::1]"; without them the request fails.
+    /// @name Asynchronous senders
+    /// In each sender, the blocking ones too, `strIp` is the server's host name or address and `nPort` its
+    /// port. An IPv6 address needs its brackets, "[::1]"; without them the request fails.
+    /// @{
 
     /// Who is this user? Answer: `CUIAgentRsp::SigGetUserInfoRet`.
     void SendGetUserInfo(QString strIp, int nPort, int userId);
@@ -106,30 +118,41 @@ public:
     /// Reports step data the way cycle data travels, to the cycle endpoint. No answer comes.
     void SendPostReportStepData(QString strUrl, std::string strData);
 
-    // The blocking senders. Each sends, runs an event loop of its own until the reply is judged or `nTimeout`
-    // milliseconds are over, and returns the judgement. While it waits, the host's events are handled, so
-    // further senders may be called from there: those of another kind nest, and the outer one returns after
-    // the inner one; one of the same kind sends its request and returns at once with what the record of the
-    // kind holds.
-    //
-    // After a time-out they return what the reply before brought, and false if there was none. A reply that
-    // comes later is still recorded, and ends the wait of a call that waits then. So the return value alone
-    // tells neither a time-out from a no nor a fresh yes from an old one: `LastOutcome` does, and with
-    // `SetStrictWaits` no reply but its own counts for a call. They need a QCoreApplication and the thread of
-    // this object; without, they log that and return false.
-    //
-    // A request that a call left behind, because it returned before the reply, is given up without a word
-    // when CHTTPCLIENT_TIMEOUT_MS (60 s), or `nTimeout` if that is longer, has passed since it was sent; and
-    // when a hundred others were left behind after it. Until then it goes on. A reply with a body of more
-    // than CHTTPCLIENT_MAX_REPLY_BYTES (64 MiB), unpacked, is a failed exchange. Both variables are read when
-    // this object is made.
+    /// @}
 
-    /// May this channel start? The four texts of `req` are query texts.
+    /// @name Blocking senders
+    /// Each sends, runs an event loop of its own until the reply is judged or `nTimeout` milliseconds are
+    /// over, and returns the judgement. While it waits, the host's events are handled, so further senders may
+    /// be called from there: those of another kind nest, and the outer one returns after the inner one; one
+    /// of the same kind sends its request and returns at once with what the record of the kind holds.
+    ///
+    /// After a time-out they return what the reply before brought, and false if there was none. A reply that
+    /// comes later is still recorded, and ends the wait of a call that waits then. So the return value alone
+    /// tells neither a time-out from a no nor a fresh yes from an old one: `LastOutcome` does, and with
+    /// `SetStrictWaits` no reply but its own counts for a call. They need a QCoreApplication and the thread
+    /// of this object; without, they log that and return false.
+    ///
+    /// A request that a call left behind, because it returned before the reply, is given up without a word
+    /// when CHTTPCLIENT_TIMEOUT_MS (60 s), or `nTimeout` if that is longer, has passed since it was sent; and
+    /// when a hundred others were left behind after it. Until then it goes on. A reply with a body of more
+    /// than CHTTPCLIENT_MAX_REPLY_BYTES (64 MiB), unpacked, is a failed exchange. Both variables are read
+    /// when this object is made.
+    /// @{
+
+    /// May this channel start?
+    /// @param strIp      the server's host name or address
+    /// @param nPort      its port
+    /// @param nTimeout   milliseconds
+    /// @param req        what is asked; its four texts are query texts
     /// @param bAllow     out: the server said "yes", in any case
     /// @param strReason  out: the server's reason
     bool SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeout, tagSRequestGetChannelCheckData req,
                                    bool& bAllow, QString& strReason);
-    /// Is this cell barcode in common? `strDxtm` is a query text.
+    /// Is this cell barcode in common?
+    /// @param strIp     the server's host name or address
+    /// @param nPort     its port
+    /// @param nTimeout  milliseconds
+    /// @param strDxtm   the barcode, a query text
     /// @param bCommon  out: it is
     bool SendGetWhetherInCommonEx(QString strIp, int nPort, int nTimeout, QString strDxtm, bool& bCommon);
     /// Reports one battery test result. Always returns false: no reply counts as a success.
@@ -142,6 +165,8 @@ public:
     /// Reports step data exactly as given, to the ORN endpoint. Every reply without a network error is a
     /// success.
     bool SendPostReportStepData_ORN(QString strUrl, int nTimeout, std::string strData);
+
+    /// @}
 
     /// What became of the last blocking call of this object, that is of the one that returned last: when
     /// calls nest, ask before the next call may be made. Only with `EBlockingEnd::Answered` are the return
@@ -180,17 +205,27 @@ public:
     bool HasQueryEscaping() const; ///< whether they are
 
 protected Q_SLOTS:
-    // Judge the reply to a blocking sender and end its wait. Their order is part of the interface.
+    /// @name Reply slots
+    /// Judge the reply to a blocking sender and end its wait. Their order is part of the interface.
+    /// @{
 
+    /// The reply to `SendGetChannelCheckDataEx`.
     void Slot_GetChannelCheckData_Reply(bool bSucc, QJsonObject object);
+    /// The reply to `SendGetWhetherInCommonEx`.
     void Slot_GetWhetherInCommon_Reply(bool bSucc, QJsonObject object);
+    /// The reply to `SendPostUploadDataEx`.
     void Slot_PostUploadData_Reply(bool bSucc, QJsonObject object);
+    /// The reply to `SendPostReportCycleDataEx`.
     void Slot_PostReportCycleData_Reply(bool bSucc, QJsonObject object);
+    /// The reply to `SendPostReportStepDataEx`.
     void Slot_PostReportStepData_Reply(bool bSucc, QJsonObject object);
+    /// The reply to `SendPostReportStepData_ORN`.
     void Slot_PostReportStepDataORN_Reply(bool bSucc, QJsonObject object);
 
+    /// @}
+
 protected:
-    CUIAgentReq();
+    CUIAgentReq(); ///< for `Instance()` and subclasses
 
     /// The base URL "http://HOST:PORT/", with TLS "https://HOST:PORT/"; nothing is checked.
     std::string JointServerInfo(std::string strIp, int nPort);

@@ -1,5 +1,13 @@
 #pragma once
 
+/// @file
+/// What comes back to a host: `CUIAgentRsp`, one signal for each asynchronous request of CUIAgentReq.h.
+/// Include ResultVariants.h where a record is taken out of a variant; ResultRecords.h says what is in it.
+///
+/// Threads: signals are emitted on the transport's delivering thread, with one exception, see `CUIAgentRsp`;
+/// a receiver connected with a context object gets them queued to that object's thread. Ownership: the object
+/// of `Instance()` is the library's to the end of the process; the arguments of a signal are copies.
+
 #include "KtsExport.h"
 
 #include <QObject>
@@ -37,7 +45,9 @@ public:
     ~CUIAgentRsp() override;
 
 Q_SIGNALS:
-    // The order of the signals is part of the interface: hosts may connect by index.
+    /// @name Answers
+    /// The order of the signals is part of the interface: hosts may connect by index.
+    /// @{
 
     /// Answer to `SendGetUserInfo`. `varData` holds a `USER_INFO`, a default one on failure.
     void SigGetUserInfoRet(bool bSucc, QVariant varData);
@@ -66,8 +76,10 @@ Q_SIGNALS:
     /// Never emitted: `SendGetCdlxFileListByDxtmList` sends no request.
     void SigGetCdlxFileListByDxtmListRet(bool bSucc, QStringList lstRet);
 
+    /// @}
+
 protected:
-    CUIAgentRsp();
+    CUIAgentRsp(); ///< for `Instance()` and subclasses
 
     /// Receives every decoded reply and emits the signal of its request type; types 3112 to 3115 and unknown
     /// ones emit nothing. No exception leaves it.
@@ -78,19 +90,36 @@ protected:
     /// @param nError     0 when exchange and decoding succeeded
     void OnResponse(int nType, const void* pRequest, const void* pResponse, int nError);
 
-    // One handler a request type, arguments as above.
+    /// @name Handlers
+    /// One for each request type, with the arguments of `OnResponse`.
+    /// @{
+
+    /// Emits `SigGetUserInfoRet`.
     void ProcGetUserInfo(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetProjectsRet`.
     void ProcGetProjects(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetSupportVerRet`.
     void ProcGetSupportVer(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetBattStatusRet`.
     void ProcGetBattStatus(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetAutoExportRet`.
     void ProcGetAutoExport(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetFtpFilePathRet`.
     void ProcGetFtpFilePath(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetChannelUpDownPlatformRet` for a failure; deliberately nothing for a success.
     void ProcGetChannelUpDownPlatform(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetChannelCheckDataRet`.
     void ProcGetChannelCheckData(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetWhetherInCommonRet`.
     void ProcGetWhetherInCommon(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigGetFtpFilePathRet` for a failure, and nothing for a success.
     void ProcGetCdlxFileListByDxtmList(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigPostReportChlStatRet`.
     void ProcPostReportChlStat(const void* pRequest, const void* pResponse, int nError);
+    /// Emits `SigPostReportIncubatorStatusRet`.
     void ProcPostReportIncubatorStatus(const void* pRequest, const void* pResponse, int nError);
+
+    /// @}
 
 private:
     Q_DISABLE_COPY(CUIAgentRsp)

@@ -1,5 +1,14 @@
 #pragma once
 
+/// @file
+/// The interface without Qt: the client of the laboratory server, and the factory that makes it. A host with
+/// Qt takes CUIAgentReq.h and CUIAgentRsp.h instead, which stand on this. The records are in RequestRecords.h
+/// and ResultRecords.h, the numbers of the requests in RequestType.h.
+///
+/// Threads: setting the server and sending belong to one thread at a time; replies come on the transport's
+/// delivering thread. Ownership: the client belongs to the factory; arguments are copied, and what the
+/// callback is handed lives only during that call.
+
 #include "KtsExport.h"
 #include "RequestRecords.h"
 
@@ -31,9 +40,12 @@ using ResponseCallBack = std::function<void(int, const void*, const void*, int)>
 ///
 /// The order of the operations is part of the interface: hosts call them by their place in the table.
 struct KTSHTTPAGENT_API IVelClientSDk {
-    IVelClientSDk() = default;
+    IVelClientSDk() = default; ///< for whatever implements the interface
+    /// A client is not copied: there is one a process.
+    /// @{
     IVelClientSDk(const IVelClientSDk&) = delete;
     IVelClientSDk& operator=(const IVelClientSDk&) = delete;
+    /// @}
 
     /// Ends the transport (which drains first) and forgets all decoders. See `SDKFactory::DestoryInstance`.
     virtual ~IVelClientSDk();

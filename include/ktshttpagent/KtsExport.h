@@ -1,5 +1,10 @@
 #pragma once
 
+/// @file
+/// The mark of what the library exports. A host needs nothing of it by itself: CUIAgentReq.h, CUIAgentRsp.h
+/// and IVelClientSDk.h include it.
+
+/// @def KTSHTTPAGENT_API
 /// Marks what the shared library ktshttpagent offers to its hosts; everything else stays hidden in it.
 #if defined(_WIN32)
 #if defined(KTSHTTPAGENT_BUILD)

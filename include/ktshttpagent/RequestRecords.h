@@ -1,10 +1,15 @@
 #pragma once
 
-#include <string>
+/// @file
+/// The records that a host hands in with a request. `CUIAgentReq` (CUIAgentReq.h) and
+/// `VelCSDK::IVelClientSDk` (IVelClientSDk.h) take them; what comes back stands in ResultRecords.h.
+///
+/// Their field order is their memory layout, which hosts share with the library: fields are only ever added
+/// at the end of a record, with a new library version. All texts are UTF-8.
+///
+/// Ownership and threads: plain values, which belong to the host; a call has read its record when it returns.
 
-// The records that a host hands in with a request. Their field order is their memory layout, which hosts
-// share with the library: fields are only ever added at the end of a record, with a new library version.
-// All texts are UTF-8.
+#include <string>
 
 /// What a channel-check query asks about (request 3109). Every field is sent under its own name, as a
 /// value of the URL's query; the texts are query texts (see `CUIAgentReq`), which are not encoded.
@@ -23,6 +28,8 @@ namespace KTSStartPlugin
 /// One line of a channel's status log (request 3101). A field is sent under its own name; where the value on
 /// the wire differs from the field, the field says so. The local machine's host name is added by the library.
 struct tagRepoChlStatusInfo {
+    /// Sent as it is, under its own name.
+    /// @{
     std::string PEXAVer;
     std::string action;
     std::string action_desc;
@@ -57,11 +64,12 @@ struct tagRepoChlStatusInfo {
     std::string dczt;
     std::string deviceModelType;
     std::string deviceRange;
+    /// @}
 };
 
 /// The state of one incubator (request 3102).
 struct tagRepoIncubatorStatus {
-    std::string name;
+    std::string name;         ///< sent as it is, under its own name
     bool status = false;      ///< true: idle, sent as "idle"; false: sent as "busy"
     float temperature = 0.0F; ///< sent as a number, widened to double
 };
@@ -70,6 +78,8 @@ struct tagRepoIncubatorStatus {
 
 /// One battery test result (request 3112). Every field is sent under its own name, as text.
 struct tagBatteryTestData {
+    /// Sent as it is, under its own name.
+    /// @{
     std::string siteNo;
     std::string batchNo;
     std::string resourceNo;
@@ -77,4 +87,5 @@ struct tagBatteryTestData {
     std::string dischargeCapacity;
     std::string voltage;
     std::string uploadTime;
+    /// @}
 };

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The ids of the request types: the numbers by which the library and its hosts tell the kinds of requests
-/// apart. They appear in `SBlockingOutcome::nType`, `CUIAgentReq::EndpointOrigin`,
+/// The ids of the request types: the numbers by which the library and its hosts tell kinds of requests apart.
+/// They appear in `SBlockingOutcome::nType`, `CUIAgentReq::EndpointOrigin`,
 /// `VelCSDK::ResponseCallBack` and `VelCSDK::IVelClientSDk::SetUrlMap`. Constants only, for use on any
 /// thread.
 ///

@@ -1,16 +1,22 @@
 #pragma once
 
+/// @file
+/// What the decoders make of the server's replies. A host with Qt finds these records inside the variants of
+/// `CUIAgentRsp` (CUIAgentRsp.h; ResultVariants.h makes the variants readable), one without in what
+/// `VelCSDK::ResponseCallBack` (IVelClientSDk.h) is handed. What is asked stands in RequestRecords.h.
+///
+/// All texts are UTF-8 as received, cut at their first NUL byte. A member that the reply lacks, or holds as
+/// another JSON type, leaves its field at the default.
+///
+/// A list has at most 250,000 elements, a reply 2,000,000 values, unless the environment says otherwise
+/// (KTSHTTPAGENT_MAX_LIST_ELEMENTS, KTSHTTPAGENT_MAX_REPLY_VALUES); one with more counts as a reply that
+/// can't be parsed.
+///
+/// Ownership and threads: plain values. A record from a variant is a copy, which belongs to the host; those
+/// that the callback is handed live only during that call, on the delivering thread.
+
 #include <string>
 #include <vector>
-
-// What the decoders make of the server's replies. All texts are UTF-8 as received, cut at their first NUL
-// byte. A member that the reply lacks, or holds as another JSON type, leaves its field at the default.
-//
-// A list has at most 250,000 elements, a reply 2,000,000 values, unless the environment says otherwise
-// (KTSHTTPAGENT_MAX_LIST_ELEMENTS, KTSHTTPAGENT_MAX_REPLY_VALUES); one with more counts as a reply that can't
-// be parsed.
-//
-// `bSuccess` is true exactly when the reply's member "success" was the JSON literal true.
 
 /// What the response callback gets with every decoded reply. Header and payload live only during that call.
 struct SResponseHeader {
@@ -53,7 +59,7 @@ struct SProjectItem {
 
 /// Test projects (request 3103).
 struct SResponseGetProject {
-    bool bSuccess = false;
+    bool bSuccess = false;                ///< member "success" was the literal true
     std::string strUserText;              ///< the second text of the query (its `t`)
     std::vector<SProjectItem> lstProject; ///< one item for each element of "实验项目", in its order
 };
@@ -67,14 +73,15 @@ struct SBatteryItem {
 
 /// Battery states (request 3105).
 struct SResponseGetBatteryStatus {
-    bool bSuccess = false;
+    bool bSuccess = false;                ///< member "success" was the literal true
     std::vector<SBatteryItem> lstBattery; ///< one item for each element of "全部电池状态", in its order
 };
 
-/// The data that an export file of a cell is filled with (request 3106); every text is the member of the
-/// same name in the object "result".
+/// The data that an export file of a cell is filled with (request 3106).
 struct SResponseGetAutoExport {
-    bool bSuccess = false;
+    bool bSuccess = false; ///< member "success" was the literal true
+    /// The member of the same name in the object "result".
+    /// @{
     std::string strAnodeMaterial;
     std::string strBatchNumber;
     std::string strContainerNumber;
@@ -95,18 +102,19 @@ struct SResponseGetAutoExport {
     std::string strTestType;
     std::string strThickRat;
     std::string strType;
+    /// @}
 };
 
 /// Where test files are kept on the FTP server (request 3107); both fields come from the object "result".
 struct SResponseGetFtpFilePath {
-    bool bSuccess = false;
+    bool bSuccess = false;      ///< member "success" was the literal true
     bool bPermit = false;       ///< member "permit"
     std::string strFtpFilePath; ///< member "ftpFilePath"
 };
 
 /// Whether a channel may start (request 3109).
 struct SResponseGetChannelCheckData {
-    bool bSuccess = false;
+    bool bSuccess = false;    ///< member "success" was the literal true
     std::string strMessage;   ///< member "message"
     std::string strAllowBoot; ///< member "allowBoot" of the object "result", a text such as "yes"
     std::string strReason;    ///< member "reason" of the object "result"
@@ -114,7 +122,7 @@ struct SResponseGetChannelCheckData {
 
 /// Whether a cell barcode is in common (request 3110).
 struct SResponseGetWhetherInCommon {
-    bool bSuccess = false;
+    bool bSuccess = false;  ///< member "success" was the literal true
     std::string strMessage; ///< member "message"
     bool bCommon = false;   ///< member "common" was the literal true
 };

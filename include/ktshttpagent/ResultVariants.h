@@ -1,13 +1,21 @@
 #pragma once
 
+/// @file
+/// The records that reach a host inside a QVariant of a `CUIAgentRsp` signal, as Qt meta-types; include this
+/// header wherever one is taken out. CUIAgentRsp.h says which signal carries which record, RequestRecords.h
+/// and ResultRecords.h what is in it.
+///
+/// A host takes a record out with `variant.value<SResponseGetProject>()`, or finds the type by the name
+/// written here: `SRequestGetChannelCheckData`, `SResponseGetAutoExport`, `SResponseGetBatteryStatus`,
+/// `SResponseGetChannelCheckData`, `SResponseGetFtpFilePath`, `SResponseGetProject`,
+/// `SResponseGetWhetherInCommon`, `USER_INFO`. A type is registered when a variant of it is first made.
+///
+/// Ownership and threads: variants copy deeply. Each owns its texts and lists, and may go to any thread.
+
 #include "RequestRecords.h"
 #include "ResultRecords.h"
 
 #include <QMetaType>
-
-// The records that reach a host inside a QVariant, as Qt meta-types. A host takes one out with
-// `variant.value<SResponseGetProject>()`, or finds the type by the name written here. A type is registered
-// when a variant of it is first made. Variants copy deeply: each owns its texts and lists.
 
 /// The name under which the request record of a channel check travels.
 using SRequestGetChannelCheckData = tagSRequestGetChannelCheckData;

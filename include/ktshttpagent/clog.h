@@ -1,7 +1,18 @@
 #pragma once
 
+/// @file
+/// The log of the library, which a host may write to as well: `Log_Write`, and `Log_Folder` for where to
+/// look. It is a shared library of its own; a site may put another one in its place.
+///
+/// What a host needs for its requests stands in CUIAgentReq.h; that writes to this log by itself.
+///
+/// Threads: both functions may be called from any thread. Ownership: a line's texts are written before the
+/// call returns, and none is kept.
+
 #include <string>
 
+/// @def LIBCLOG_API
+/// Marks what the shared library offers; everything else stays hidden in it.
 #if defined(_WIN32)
 #if defined(LIBCLOG_BUILD)
 #define LIBCLOG_API __declspec(dllexport)
@@ -12,6 +23,8 @@
 #define LIBCLOG_API __attribute__((visibility("default")))
 #endif
 
+/// @def LIBCLOG_PRINTF_LIKE
+/// Lets the compiler hold the arguments of `Log_Write` against its format.
 #if defined(__MINGW32__) // where printf alone means that of Windows' old C library
 #define LIBCLOG_PRINTF_LIKE __attribute__((format(gnu_printf, 4, 5)))
 #elif defined(__GNUC__)
@@ -28,12 +41,12 @@
 /// @param line    a number that tells its lines apart
 /// @param format  a printf format for the arguments behind it; a null pointer is an empty text
 ///
-/// Line feeds and other control characters in `where` and in the text are written as escapes (\n, \x1b), so
-/// a text can't pretend to be a line of its own; so is whatever else turns, hides or ends text, and each byte
-/// that is not valid UTF-8. May be called from any thread, and until the process ends:
-/// from static destructors and atexit handlers too. The line is in the file when the call returns. Never
-/// fails the caller: where the log can't be written, the line is lost, that is said once on standard error,
-/// and the log is tried anew every second.
+/// Line feeds and other control characters in `where` and in the text are written as escapes (`\n`, `\x1b`),
+/// so a text can't pretend to be a line of its own; so is whatever else turns, hides or ends text, and each
+/// byte that is not valid UTF-8. May be called from any thread, and until the process ends: from static
+/// destructors and atexit handlers too. The line is in the file when the call returns. Never fails the
+/// caller: where the log can't be written, the line is lost, that is said once on standard error, and the log
+/// is tried anew every second.
 ///
 /// Settings, read from the environment when the first line is written:
 ///

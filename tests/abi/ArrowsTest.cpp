@@ -41,10 +41,11 @@ const Room ROOMS[] = {
 
 /// The public headers, and of which room each is the interface: it is held to the arrows of that room.
 const std::map<std::string, std::string> ROOM_OF_PUBLIC_HEADER = {
-    {"BlockingOutcome.h", "agent"}, {"CUIAgentReq.h", "agent"},    {"CUIAgentRsp.h", "agent"},
-    {"IVelClientSDk.h", "sdk"},     {"KtsExport.h", "sdk"},        {"RequestRecords.h", "sdk"},
-    {"RequestType.h", "sdk"},
-    {"ResultRecords.h", "sdk"},     {"ResultVariants.h", "agent"}, {"chttpclient.h", "platform/chttpclient"},
+    {"BlockingOutcome.h", "agent"}, {"CUIAgentReq.h", "agent"},
+    {"CUIAgentRsp.h", "agent"},     {"IVelClientSDk.h", "sdk"},
+    {"KtsExport.h", "sdk"},         {"RequestRecords.h", "sdk"},
+    {"RequestType.h", "sdk"},       {"ResultRecords.h", "sdk"},
+    {"ResultVariants.h", "agent"},  {"chttpclient.h", "platform/chttpclient"},
     {"clog.h", "platform/clog"},
 };
 
