@@ -22,8 +22,9 @@ if(WIN32)
 endif()
 
 if(KTS_SANITIZE)
-  # Everything in the build carries the sanitizers, what CMake finds as a package does not.
-  add_compile_options(-fsanitize=${KTS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+  # Everything in the build carries the sanitizers, what CMake finds as a package does not. A report names functions and
+  # lines, which -g1 is enough for; more takes a tenth of the time of a compilation.
+  add_compile_options(-fsanitize=${KTS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)
   add_link_options(-fsanitize=${KTS_SANITIZE})
 endif()
 
