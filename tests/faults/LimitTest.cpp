@@ -40,7 +40,7 @@ TEST_F(TransportLimit, OfOutstandingRequestsRefusesTheOneAboveItAndSendsNothing)
     EXPECT_THAT(m_replies.UserData(), testing::UnorderedElementsAreArray(tokens.All()));
 }
 
-// The limit counts what is refused as little as what is answered.
+// Neither refused nor answered requests count towards the limit.
 TEST_F(TransportLimit, OfOutstandingRequestsIsTheSameEachTimeThatItIsReached)
 {
     constexpr std::size_t LIMIT = 10;
@@ -83,7 +83,7 @@ TEST_F(TransportLimit, OfOutstandingRequestsHasRoomAgainOnceTheyAreAnswered)
             Get(server.Url("/"));
             ++nSent;
         }
-        CHttpClientUnInit(); // returns when all is answered, the limit's count included
+        CHttpClientUnInit(); // when it returns, all is answered, and counted as such
         ASSERT_EQ(m_replies.Count(), nSent);
         ASSERT_TRUE(CHttpClientInit());
     }

@@ -1,4 +1,4 @@
-// What happens at the limits that Linux sets to a process.
+// What happens at the limits that Linux sets for a process.
 
 #include "HostProcess.h"
 #include "TransportTest.h"
@@ -20,7 +20,7 @@ class ProcessLimit : public TransportTest
 {
 };
 
-// Waiting on descriptors must work for numbers past those that select() can hold.
+// Waiting on descriptors must work beyond the numbers that select() can handle.
 TEST_F(ProcessLimit, OfSelectIsNone)
 {
     rlimit limit{};
@@ -44,7 +44,7 @@ TEST_F(ProcessLimit, OfSelectIsNone)
     }
 }
 
-/// A host whose process is short of something.
+/// A host whose process lacks some resource.
 class ShortHost : public testing::Test
 {
 protected:

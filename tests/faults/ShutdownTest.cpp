@@ -28,7 +28,8 @@ INSTANTIATE_TEST_SUITE_P(InThe, TransportShutdown, testing::Values(Life::First, 
                              return life.param == Life::First ? "FirstLife" : "LaterLife";
                          });
 
-/// The connections to one host: with 8 most requests are still queued, with 1000 all are on the network.
+/// The parameter is the number of connections to one host: with 8 most requests are still queued, with 1000
+/// all are on the network.
 class TransportShutdownInFlight : public TransportLife,
                                   public testing::WithParamInterface<std::tuple<long, Life>>
 {
@@ -70,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(Connections, TransportShutdownInFlight,
                                     (std::get<1>(row.param) == Life::First ? "" : "InALaterLife");
                          });
 
-// Were it taken for the default of 3 s, the answer would come.
+// If 0 were taken for the default of 3 s, the answer would arrive.
 TEST_P(TransportShutdown, WithoutDrainTimeCancelsAtOnce)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 0);

@@ -1,10 +1,10 @@
-// Servers that no request gets to.
+// Servers that no request can reach.
 
 #include "EachConnection.h"
 
 #include <ostream>
 
-/// Who is asked in vain, and what the callback hears.
+/// What can't be reached, and what the callback gets.
 struct Unreachable {
     enum class Peer {
         Refuses,
@@ -79,7 +79,7 @@ INSTANTIATE_TEST_SUITE_P(Peers, TransportUnreachable,
                                          -77})),
                          NameOnEachConnection());
 
-// A report that is too late for the kept connection needs a new one.
+// The report comes too late for the kept connection, and so needs a new one.
 TEST_F(TransportInTurn, AServerThatListensNoMoreIsReportedOnceThoughItsKeptConnectionIsOpen)
 {
     Set("CHTTPCLIENT_POST_IDLE_MS", 0L);
@@ -88,7 +88,7 @@ TEST_F(TransportInTurn, AServerThatListensNoMoreIsReportedOnceThoughItsKeptConne
     const CSocketsStartUp sockets;
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(0x7F000002); // where nobody else's connections take the port
+    address.sin_addr.s_addr = htonl(0x7F000002); // where no other connection takes the port
     auto* const pAddress = reinterpret_cast<sockaddr*>(&address);
     socklen_t nSize = sizeof address;
     const Socket nListener = OpenStreamSocket();
