@@ -1,6 +1,6 @@
-// A host that loads the transport, sends requests and ends in the way that its arguments name: loading_host
-//   LIBRARY WAY URL-OF-A-REPORT [URL-OF-MORE-REQUESTS] For each callback it prints a line: type, error. It
-//   says "unloaded" when it has unloaded the transport.
+// A host that loads the transport, sends requests and ends in the way that its arguments name:
+//   loading_host LIBRARY WAY URL-OF-A-REPORT [URL-OF-MORE-REQUESTS]
+// For each callback it prints a line: type, error. It says "unloaded" when it has unloaded the transport.
 
 #include "platform/chttpclient/chttpclient.h"
 

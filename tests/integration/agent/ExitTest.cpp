@@ -1,6 +1,5 @@
-// The process may end at any time while the agent is busy, blocking senders included. A few ends of each
-// kind;
-// ./dev ends tries thousands.
+// The process may end at any time while the agent is busy, even in a blocking call. This runs a few ends of
+// each kind; ./dev ends runs thousands.
 
 #include "HostProcess.h"
 #include "LogFolder.h"

@@ -36,7 +36,7 @@ extern "C" int fchmodat(int nFolder, const char* pszFile, mode_t nMode, int nFla
 namespace
 {
 
-/// A server that keeps its data in a file, at which a test can get behind its back.
+/// A server that keeps its data in a file, which the test can also change directly.
 class LabDataFile : public ::testing::Test
 {
 protected:
@@ -165,7 +165,7 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
     }
 }
 
-/// Who may do what with a file, as chmod takes it.
+/// The mode of a file, in the form that chmod takes.
 mode_t ModeOf(const std::string& strFile)
 {
     struct stat status = {};

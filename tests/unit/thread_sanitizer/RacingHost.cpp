@@ -1,6 +1,7 @@
-// One thread passes a number to another by an event of Qt's: racing_host HOW WHEN HOW is "signal", "call", or
-//   "record" for a signal with a record in a variant. WHEN is "before" if the number is written before the
-//   event is posted, so that the handler sees it; "after" is a race.
+// One thread passes a number to another by an event of Qt's:
+//   racing_host HOW WHEN
+// HOW is "signal", "call", or "record" for a signal with a record in a variant. WHEN is "before" if the
+// number is written before the event is posted, so that the handler sees it; "after" is a race.
 
 #include <QCoreApplication>
 #include <QEventLoop>
