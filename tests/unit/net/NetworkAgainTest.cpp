@@ -256,7 +256,7 @@ TEST_F(NetworkAgain, NoDownloadBeginsOnceTheProcessIsEnding)
 std::promise<void> g_begins;
 std::atomic<bool> g_bBegun = false;
 
-/// A download that starts slowly, and not before the process is ending.
+/// A download whose start lasts until the process is ending.
 class SlowlyBegunDownload : public NAMDownload
 {
 public:
