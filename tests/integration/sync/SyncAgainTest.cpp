@@ -1,5 +1,5 @@
-// Blocking calls made again: by objects that are made, ended and made again, in waits within waits within
-// waits, and after settings have changed in between.
+// Repeated blocking calls: by objects that are created, destroyed and created again, in waits nested three
+// deep, and after settings have changed in between.
 
 #include "SyncOutcome.h"
 
@@ -15,7 +15,7 @@ namespace
 constexpr int ROUNDS = 3;
 constexpr int UPLOAD = 3112;
 
-/// A host may have request objects of a class of its own, as many as it likes.
+/// A host may have any number of request objects of a class of its own.
 class Host : public CUIAgentReq
 {
 public:
@@ -41,7 +41,7 @@ protected:
         qputenv("CHTTPCLIENT_TIMEOUT_MS", "2000");
     }
 
-    /// Handles events until a server has closed as many connections.
+    /// Handles events until a server has closed that many connections.
     static void WaitForClosed(const ScriptedServer& closing, std::size_t nCount)
     {
         const ScriptedServer after([&](const WireRequest&) {
@@ -146,8 +146,8 @@ TEST_F(SyncAgain, ACallIsStrictWheneverThatIsOnAndNeverElse)
     }
 }
 
-/// A channel check, in whose wait the host asks whether in common, in whose wait it uploads; and in each of
-/// these waits it makes two more channel checks, which are answered with yes.
+/// A channel check; during its wait a query whether a barcode is in common; during that wait an upload.
+/// During each of these waits the host makes two more channel checks, which are answered with yes.
 class CNestedCalls
 {
 public:
@@ -171,9 +171,9 @@ public:
         m_vecEnds.push_back(m_host.LastOutcome());
     }
 
-    /// Of the calls of different kinds, in the order of their return.
+    /// The outcomes of the calls of different kinds, in the order of their return.
     const std::vector<SBlockingOutcome>& Ends() const { return m_vecEnds; }
-    /// How many of the checks within were told that another one is waiting.
+    /// How many of the inner checks were refused because another one was waiting.
     int Busy() const { return m_nBusy; }
 
 private:
@@ -200,7 +200,7 @@ private:
     }
 
     Host& m_host;
-    Gate m_gate; ///< opened in the innermost wait; whose answer comes first then is all the same
+    Gate m_gate; ///< opened in the innermost wait; the answers then may come in any order
     const ScriptedServer m_yes{ServerStep{YES}};
     const ScriptedServer m_upload{[this](const WireRequest&) { return m_gate.Then({NO}); }};
     const ScriptedServer m_common{[this](const WireRequest&) { return m_gate.Then({COMMON}); }};

@@ -1,5 +1,5 @@
-// Blocking calls of a process that makes one QCoreApplication after another. A program of its own, which has
-// none unless a test makes one.
+// Blocking calls of a process that creates one QCoreApplication after another. A separate program, which has
+// none unless a test creates one.
 
 #include "SyncOutcome.h"
 
@@ -14,7 +14,7 @@ constexpr int ROUNDS = 3;
 class SyncNewApplication : public SyncOutcome
 {
 protected:
-    /// Calls as the life of one application goes.
+    /// Makes calls throughout the life of one application.
     void Live(int nRound)
     {
         int argc = 0;
@@ -55,7 +55,7 @@ protected:
     SyncShortTime()
     {
         qputenv("CHTTPCLIENT_TIMEOUT_MS", "1000");
-    } // before the objects are made, which read it
+    } // set before the objects that read it are created
 };
 
 class SyncNewApplicationInTime : protected SyncShortTime, public SyncNewApplication
@@ -75,7 +75,7 @@ TEST_F(SyncNewApplicationInTime, GivesUpWhatItsCallsLeftBehindWhateverTheOneBefo
             return ServerStep{COMMON};
         });
         EXPECT_TRUE(InCommon(after));
-        EXPECT_FALSE(Check(m_silent, SHORT_MS)); // its deadline is watched as the application goes
+        EXPECT_FALSE(Check(m_silent, SHORT_MS)); // its deadline is being watched when the application ends
         EXPECT_TRUE(m_silent.WaitForRequests(nRequests + 1));
     }
 }

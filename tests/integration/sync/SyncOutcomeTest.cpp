@@ -1,4 +1,4 @@
-// What LastOutcome tells of blocking calls.
+// What LastOutcome tells about blocking calls.
 
 #include "SyncOutcome.h"
 #include "Wine.h"
@@ -27,7 +27,7 @@ TEST_F(SyncOutcome, IsNoCallBeforeTheFirst)
     EXPECT_EQ(Last().strError, "");
 }
 
-/// A server's step, and what it makes of a channel check with a short time-out.
+/// A server's step, and the outcome of a channel check with a short time-out.
 struct EndCase {
     const char* szName;
     ServerStep step;
@@ -188,7 +188,7 @@ TEST_F(SyncOutcome, OfASecondCallOfTheSameKindIsBusyAndTheFirstIsToldWhoseReplyC
     gate.Open();
 }
 
-int g_nCycleReplies = 0; ///< that have been recorded
+int g_nCycleReplies = 0; ///< those recorded so far
 
 void CountCycleReplies(QtMsgType, const QMessageLogContext& context, const QString& strText)
 {
@@ -197,8 +197,8 @@ void CountCycleReplies(QtMsgType, const QMessageLogContext& context, const QStri
     g_nCycleReplies += bRecorded ? 1 : 0;
 }
 
-/// A cycle report, in whose wait another call is made that keeps it from returning. Reports of cycle data log
-/// their replies.
+/// A cycle report during whose wait another call is made, which keeps it from returning. Reports of cycle
+/// data log their replies.
 class SyncNested : public SyncOutcome
 {
 protected:
@@ -210,8 +210,8 @@ protected:
         return m_request.SendPostReportCycleDataEx(Base(server), nTimeout, szData);
     }
 
-    /// Makes the inner call once the server of the outer one has that many requests, polls the condition from
-    /// there, and lets the inner call return when it holds.
+    /// Makes the inner call once the server of the outer one has that many requests, polls the condition in
+    /// it, and lets the inner call return when the condition holds.
     void CallInside(const ScriptedServer& outer, std::size_t nRequests, const std::function<bool()>& fnUntil)
     {
         QTimer::singleShot(1, [this, &outer, nRequests, fnUntil] {
@@ -253,7 +253,7 @@ TEST_F(SyncNested, CallsAreToldInTheOrderOfTheirReturn)
 
 TEST_F(SyncNested, AReplyThatComesAfterTheTimeOutButBeforeTheReturnIsTheAnswer)
 {
-    constexpr int LONG_MS = 1'000; // so that the inner call is made before it
+    constexpr int LONG_MS = 1'000; // long, so that the inner call is made before it
     Gate gate;
     QElapsedTimer clock;
     const ScriptedServer outer([&](const WireRequest&) { return gate.Then({SAVED}); });

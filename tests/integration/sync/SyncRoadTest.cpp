@@ -152,11 +152,11 @@ TEST_F(SyncRoad, AFailedExchangeIsANo)
     EXPECT_FALSE(m_bAllow);
 }
 
-/// Replies that are no answer or a bad one, for the channel check.
+/// Replies to the channel check that are no answer or a bad one.
 struct BadReply {
     const char* szName;
     ServerStep step;
-    bool bAnswered; ///< or else only the timer ends the wait
+    bool bAnswered; ///< otherwise only the timer ends the wait
 };
 
 class SyncBadReply : public SyncRoad, public ::testing::WithParamInterface<BadReply>

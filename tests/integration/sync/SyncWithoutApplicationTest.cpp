@@ -1,5 +1,5 @@
-// Blocking calls in a process that has no QCoreApplication, has one, and has it no more, again and again. In
-// a program of its own, which has none unless a test makes one.
+// Blocking calls in a process that has no QCoreApplication, then has one, then has none again, repeatedly. A
+// separate program, which has none unless a test creates one.
 
 #include "SyncOutcome.h"
 
