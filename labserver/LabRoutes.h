@@ -14,7 +14,7 @@ struct LabContext {
     LabFaults& faults;
 };
 
-/// A request on its way to its handler.
+/// A request as passed to its handler.
 struct LabRequest {
     const httplib::Request& http;
     std::string strTail; ///< what follows the route's path

@@ -58,7 +58,7 @@ NAMDownload::NAMDownload(QObject* parent) : QNetworkAccessManager(parent)
 NAMDownload::~NAMDownload()
 {
     if (m_pReply != nullptr) {
-        m_pReply->disconnect(this); // it is aborted with this object, which must not be signalled
+        m_pReply->disconnect(this); // its abort with this object must not be signalled
     }
     if (m_pFile != nullptr) {
         m_pFile->remove();

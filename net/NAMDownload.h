@@ -53,6 +53,6 @@ private:
     bool IsTooLarge() const;
 
     QPointer<QNetworkReply> m_pReply; ///< a child of this object; deletes itself after its end
-    std::unique_ptr<QFile> m_pFile;   ///< open while the download is under way
+    std::unique_ptr<QFile> m_pFile;   ///< open while the download is in progress
     QString m_strTarget;
 };

@@ -126,7 +126,7 @@ void StopOthers(std::unique_lock<std::mutex>& lock)
     Threads().changed.wait_for(lock, STOP_GRACE, [] { return Threads().OthersAreDone(); });
 }
 
-thread_local bool t_bGone = false; ///< tells static objects that are destroyed later
+thread_local bool t_bGone = false; ///< lets static objects that are destroyed later know
 
 /// Owns what a thread uses. Thread-local objects of a thread that calls exit() or returns from main are
 /// destroyed before any static object, and so before the objects that Qt's own threads use or are just
@@ -243,7 +243,7 @@ CBlockingCall::~CBlockingCall()
         return;
     }
     if (m_bRefused) {
-        EndAll(*pThread); // the end waits for them, and this thread may not handle events
+        EndAll(*pThread); // the end waits for them, and this thread might handle no more events
     } else {
         Count(*pThread, -1);
     }

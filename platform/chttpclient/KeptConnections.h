@@ -47,8 +47,7 @@ public:
     CKeptConnections(std::chrono::milliseconds maxIdle, std::size_t nMostKept);
 
     /// Notes that an exchange over a connection is finished.
-    /// @param tpIdle  the earliest moment at which the server can have begun to count idle time: when its
-    /// reply began
+    /// @param tpIdle  the earliest time from which the server may count idle time: the start of its reply
     void Keep(const SConnectionEnds& ends, Socket nSocket, Clock::time_point tpIdle);
 
     /// Whether a request may be sent on a kept connection: nothing was received on it while it was idle,

@@ -81,7 +81,7 @@ protected:
 TEST_P(TransportFailure, InExchangesGivesEachRequestItsCallbackAndThenAllIsWell)
 {
     Start();
-    ExpectHealth(); // connections are made, handles are kept
+    ExpectHealth(); // creates connections and what is kept
     for (std::size_t nNth = 1; nNth < MANY; ++nNth) {
         SCOPED_TRACE(std::string(GetParam()) + " fails, call " + std::to_string(nNth));
         ArmFailure(GetParam(), nNth);
