@@ -45,7 +45,7 @@ protected:
         }
         const char* const szPlace = curl_version_info(CURLVERSION_NOW)->capath;
         if (szPlace == nullptr) {
-            GTEST_SKIP() << "this libcurl knows no folder of authorities";
+            GTEST_SKIP() << "this libcurl supports no folder of authorities";
         }
         if (const std::string strWhyNot = OwnMounts(); !strWhyNot.empty()) {
             GTEST_SKIP() << strWhyNot;

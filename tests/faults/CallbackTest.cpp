@@ -71,7 +71,7 @@ TEST_F(TransportCallback, ThatBlocksMakesNoOtherRequestTimeOut)
     for (void* const pToken : tokens.All()) {
         Get(m_server.Url("/"), pToken);
     }
-    EXPECT_TRUE(m_server.WaitForRequests(51)) << "a blocked receiver held up the network";
+    EXPECT_TRUE(m_server.WaitForRequests(51)) << "a blocked receiver delayed the network";
     EXPECT_EQ(m_replies.All().size(), 1U);
     std::this_thread::sleep_for(TIMEOUT); // were they still in progress, they would time out
     gate.Open();

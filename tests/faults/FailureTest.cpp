@@ -202,7 +202,7 @@ TEST_F(TransportFailure, ToStartAThreadLeavesTheCallbackToTheSendersThreadAndIsL
 TEST_F(TransportFailure, ToRegisterForTheEndOfTheProcessIsMadeUpForByALaterStartWhichIsTheLastToDoSo)
 {
 #if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the thread sanitizer stands before the call that is to fail";
+    GTEST_SKIP() << "the thread sanitizer replaces the call that must fail";
 #endif
     const auto nFailuresOfAStart = [](std::size_t nNth) {
         ArmFailure("atexit", nNth, MANY);

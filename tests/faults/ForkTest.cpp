@@ -27,7 +27,7 @@ protected:
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
         const std::string strTest = testing::UnitTest::GetInstance()->current_test_info()->name();
         if (strTest.rfind("UnderLoad", 0) == 0) {
-            GTEST_SKIP() << "the sanitizer's allocator does not bear forks under load";
+            GTEST_SKIP() << "the sanitizer's allocator does not support forks under load";
         }
 #endif
     }
@@ -74,7 +74,7 @@ protected:
     void SetUp() override
     {
 #if defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "the sanitizer takes a child's thread for the one of its parent that has the same id";
+        GTEST_SKIP() << "the sanitizer confuses a child's thread with the parent's thread of the same id";
 #endif
     }
 };

@@ -79,7 +79,7 @@ TEST_F(TransportTest, AReportOfWhichOnlyTheHeadIsOutGoesOutAgainWhole)
         Post(server.Url("/second"), strReport);
         ASSERT_TRUE(m_replies.WaitFor(2 * nRound + 2));
         EXPECT_EQ(g_nReset, NO_LONGER);
-        ASSERT_THAT(server.Requests(), SizeIs(2 * nRound + 2)) << "whole ones";
+        ASSERT_THAT(server.Requests(), SizeIs(2 * nRound + 2)) << "the requests that arrived whole";
         EXPECT_TRUE(server.Requests().back().strBody == strReport);
         EXPECT_EQ(server.Accepted(), nRound + 2);
     }

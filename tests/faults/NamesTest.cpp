@@ -119,7 +119,7 @@ TEST_F(TransportNames, ThatAreBeingResolvedDoNotDelayShuttingDown)
     }
     WaitUntilResolving(8);
     CHttpClientUnInit();
-    EXPECT_THAT(m_replies.Errors(), Each(-42)) << "every callback is due before the call returns";
+    EXPECT_THAT(m_replies.Errors(), Each(-42)) << "every callback must come before the call returns";
     EXPECT_THAT(m_replies.UserData(), testing::UnorderedElementsAreArray(tokens.All()));
 }
 

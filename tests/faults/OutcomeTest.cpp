@@ -39,7 +39,7 @@ protected:
     void ExpectOutcome(bool bPost)
     {
         if (ServerHangsUp() && HasServed() && TheRow().step.ending == Ending::Reset && RunsUnderWine()) {
-            GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+            GTEST_SKIP() << "Wine does not report resets to programs";
         }
         SetTimes();
         Set("CHTTPCLIENT_MAX_REPLY_BYTES", MAX_REPLY);

@@ -63,7 +63,7 @@ protected:
 TEST_F(ShortHost, OfDescriptorsGetsAFailureAndGoesOnWhenThereAreSomeAgain)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer asks the system about addresses through descriptors of its own";
+    GTEST_SKIP() << "the sanitizer itself needs descriptors to check addresses";
 #endif
     EXPECT_THAT(Run("OfDescriptors").vecLines, ElementsAre("1 -7", "2 0"));
 }
@@ -71,7 +71,7 @@ TEST_F(ShortHost, OfDescriptorsGetsAFailureAndGoesOnWhenThereAreSomeAgain)
 TEST_F(ShortHost, OfDescriptorsAtTheStartGetsAnAnswerAndCanStartLater)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer asks the system about addresses through descriptors of its own";
+    GTEST_SKIP() << "the sanitizer itself needs descriptors to check addresses";
 #endif
     EXPECT_THAT(Run("OfDescriptorsAtTheStart").vecLines, ElementsAre(AnyOf("1 -2", "1 0"), "2 0"));
 }

@@ -181,7 +181,7 @@ TEST_F(TransportQuiet, RaisesNoSigpipeWhenTheServerBreaksOffALargeReport)
     }
     RepliesAfterShutdown(5);
     EXPECT_THAT(m_replies.Errors(), Each(testing::AnyOf(-55, -56)))
-        << "broken off in sending or in receiving";
+        << "reset while sending or while receiving";
     ASSERT_EQ(::sigaction(SIGPIPE, nullptr, &action), 0);
     EXPECT_EQ(action.sa_handler, SIG_DFL);
 }

@@ -33,7 +33,7 @@ protected:
             EXPECT_EQ(server.Accepted(), nConnection);
         }
         if (this->HasServed()) {
-            EXPECT_EQ(this->ServeWell(server), 1U) << "the connection was to stay";
+            EXPECT_EQ(this->ServeWell(server), 1U) << "the connection should have been kept";
         }
         this->ExpectNoMoreReplies();
     }

@@ -68,7 +68,7 @@ private:
 TEST_P(TransportSendAgain, IsNotDoneToAReportThatTheServerMayHaveSeen)
 {
     if (GetParam().ending == Ending::Reset && RunsUnderWine()) {
-        GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+        GTEST_SKIP() << "Wine does not report resets to programs";
     }
     Start();
     const ScriptedServer server(Script(), GetParam().answers);

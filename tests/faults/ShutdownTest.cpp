@@ -58,8 +58,8 @@ TEST_P(TransportShutdownInFlight, CancelsEachRequestOnceInBoundedTime)
     CHttpClientUnInit();
     const auto duration = std::chrono::steady_clock::now() - tpBegin;
     EXPECT_GE(duration, 200ms) << "the drain time was cut short";
-    EXPECT_LE(duration, 30s) << "less than the time of a request";
-    EXPECT_THAT(m_replies.Errors(), Each(-42)) << "every callback is due before the call returns";
+    EXPECT_LE(duration, 30s) << "must be less than the time-out of a request";
+    EXPECT_THAT(m_replies.Errors(), Each(-42)) << "every callback must come before the call returns";
     EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
 }
 

@@ -47,8 +47,8 @@ TEST_P(TransportUnreachable, IsReportedOnceAndCostsNoOtherRequest)
 {
 #if defined(_WIN32)
     if (Is(Peer::AuthoritiesMissing)) {
-        GTEST_SKIP() << "Windows reads the file only when a peer has shown its "
-                        "certificate; WindowsTlsTest has one";
+        GTEST_SKIP() << "Windows reads the file only after a peer has sent its "
+                        "certificate; WindowsTlsTest covers that";
     }
 #endif
     if (Is(Peer::AuthoritiesMissing)) {
@@ -60,7 +60,7 @@ TEST_P(TransportUnreachable, IsReportedOnceAndCostsNoOtherRequest)
     const ScriptedServer server(Ok());
     for (int nRound = 0; nRound < Rounds(); ++nRound) {
         if (HasServed()) {
-            EXPECT_EQ(ServeWell(server), 1U) << "its connection was to stay";
+            EXPECT_EQ(ServeWell(server), 1U) << "its connection should have been kept";
         }
         const ReceivedReply reply = Exchange(Url());
         EXPECT_EQ(reply.nHttpError, TheRow().nHttpError);

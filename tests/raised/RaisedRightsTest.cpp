@@ -43,7 +43,7 @@ protected:
         const std::vector<std::string> vecWhether = Run({"whether"});
         ASSERT_THAT(vecWhether, SizeIs(1)) << "the host does not run";
         if (vecWhether.front() != "raised") {
-            GTEST_SKIP() << "the system raises no program's rights here";
+            GTEST_SKIP() << "the system gives no program raised rights here";
         }
     }
 
@@ -97,13 +97,13 @@ TEST_F(LogWithRaisedRights, IsWrittenThereWhateverTheEnvironmentSays)
 {
     if (::geteuid() != 0) {
         GTEST_SKIP()
-            << "only root can write there, and put another folder there for a program with raised rights";
+            << "only root can write there, and mount another folder there for a program with raised rights";
     }
     if (const std::string strWhyNot = OwnMounts(); !strWhyNot.empty()) {
         GTEST_SKIP() << strWhyNot;
     }
     if (Run({"whether"}) != std::vector<std::string>{"raised"}) {
-        GTEST_SKIP() << "the system raises no program's rights in a namespace of its own";
+        GTEST_SKIP() << "the system gives no program raised rights in a separate namespace";
     }
     const LogFolder system;
     ASSERT_EQ(PutInPlaceOf("/var/log", system.Path()), "");

@@ -14,7 +14,7 @@ void CallWithFailing(int nNth, bool bFailsOn, const char* szCaller, Call fnCall)
         fnCall();
     } catch (...) {
         EndFailing();
-        ADD_FAILURE() << "something was thrown at " << szCaller;
+        ADD_FAILURE() << "an exception reached " << szCaller;
     }
     EndFailing();
 }

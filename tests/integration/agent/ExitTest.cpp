@@ -90,7 +90,7 @@ TEST_P(Exit, IsClean)
         EXPECT_EQ(departure.nStatus, 0) << nSeed;
     }
     if (!EndsAtOnce(GetParam())) {
-        EXPECT_EQ(PartsOfDownloads(), 0) << "what there is of a download goes with it";
+        EXPECT_EQ(PartsOfDownloads(), 0) << "a download left its partial file behind";
     }
 }
 

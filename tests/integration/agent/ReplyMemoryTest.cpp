@@ -138,7 +138,7 @@ long long Number(const Departure& departure, const std::string& strWord)
             return std::stoll(strLine.substr(strWord.size() + 1));
         }
     }
-    ADD_FAILURE() << "the host said no " << strWord;
+    ADD_FAILURE() << "the host printed no " << strWord;
     return -1;
 }
 

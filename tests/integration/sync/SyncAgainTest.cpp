@@ -72,7 +72,7 @@ TEST_F(SyncAgain, AnObjectMadeAfterAnotherBeginsAnew)
         Host host;
         EXPECT_EQ(host.LastOutcome().eEnd, EBlockingEnd::NoCall);
         EXPECT_FALSE(host.HasStrictWaits());
-        EXPECT_FALSE(host.Check(m_silent, SHORT_MS)) << "the yes that an earlier object got";
+        EXPECT_FALSE(host.Check(m_silent, SHORT_MS)) << "returned the yes that an earlier object had got";
         ExpectEnd(host, EBlockingEnd::TimedOut, 0, m_strTimeOut.c_str());
         host.SetStrictWaits(true);
         EXPECT_TRUE(host.Check(m_yes));
@@ -101,7 +101,7 @@ TEST_F(SyncAgain, AReplyToACallOfAnEndedObjectIsNobodys)
         pHost = std::make_unique<Host>();
         const ScriptedServer no([&](const WireRequest&) {
             gate.Open();
-            EXPECT_TRUE(late.WaitForClosed(1)) << "which it is once its reply was handled";
+            EXPECT_TRUE(late.WaitForClosed(1)) << "it is closed once its reply was handled";
             return ServerStep{NO};
         });
         EXPECT_FALSE(pHost->Check(no));
@@ -122,10 +122,10 @@ TEST_F(SyncAgain, EachOutcomeTellsOfItsOwnCallAlone)
         ExpectEnd(host, EBlockingEnd::TimedOut, 0, m_strTimeOut.c_str());
         EXPECT_TRUE(host.Check(m_yes));
         ExpectEnd(host, EBlockingEnd::Answered, 200, "");
-        EXPECT_TRUE(host.Check(list, 2'000)) << "the yes before";
+        EXPECT_TRUE(host.Check(list, 2'000)) << "should return the previous yes";
         ExpectEnd(host, EBlockingEnd::TimedOut, 200,
                   "no answer came within 2000 ms: the body is an array that does not begin with an object");
-        EXPECT_TRUE(host.Check(m_silent, SHORT_MS)) << "the yes before";
+        EXPECT_TRUE(host.Check(m_silent, SHORT_MS)) << "should return the previous yes";
         ExpectEnd(host, EBlockingEnd::TimedOut, 0, m_strTimeOut.c_str());
     }
 }
@@ -137,7 +137,8 @@ TEST_F(SyncAgain, ACallIsStrictWheneverThatIsOnAndNeverElse)
         host.SetStrictWaits(false);
         EXPECT_TRUE(host.Check(m_yes));
         ExpectEnd(host, EBlockingEnd::Answered, 200, "");
-        EXPECT_TRUE(host.Check(m_silent, SHORT_MS)) << "what the reply before brought, round " << nRound;
+        EXPECT_TRUE(host.Check(m_silent, SHORT_MS))
+            << "should return the previous reply's result, round " << nRound;
         host.SetStrictWaits(true);
         EXPECT_FALSE(host.Check(m_silent, SHORT_MS)) << "round " << nRound;
         EXPECT_FALSE(host.bAllow);

@@ -79,7 +79,7 @@ TEST_F(SyncGivenUp, RequestsAreGivenUpInSilence)
     EXPECT_TRUE(InCommon(good));
     ExpectEnd(EBlockingEnd::Answered, IN_COMMON, "");
     TimeOut(m_silent, 0);
-    EXPECT_TRUE(InCommon(m_silent, 1)) << "the record is what the last reply made it";
+    EXPECT_TRUE(InCommon(m_silent, 1)) << "should return the last reply's result";
 }
 
 TEST_F(SyncGivenUp, OneThatWasWaitedForLongerIsGivenUpWithItsWait)
@@ -113,7 +113,7 @@ TEST_F(SyncLeftBehind, OfMoreThanAHundredTheOldestIsGivenUp)
     std::cout << "threads " << nThreads << ", at most " << m_nPeakThreads << '\n';
     gate.Open();
     const ScriptedServer after([&](const WireRequest&) {
-        EXPECT_TRUE(second.WaitForClosed(1)) << "which it is once its reply was handled";
+        EXPECT_TRUE(second.WaitForClosed(1)) << "it is closed once its reply was handled";
         return ServerStep{YES};
     });
     EXPECT_TRUE(Check(after));

@@ -19,7 +19,8 @@ protected:
     {
         int argc = 0;
         const QCoreApplication application(argc, nullptr);
-        EXPECT_EQ(Check(m_silent, SHORT_MS), nRound > 1) << "what the last application's call brought";
+        EXPECT_EQ(Check(m_silent, SHORT_MS), nRound > 1)
+            << "should return the result of the last application's call";
         ExpectEnd(EBlockingEnd::TimedOut, CHECK, "no answer came");
         EXPECT_TRUE(Check(m_yes));
         ExpectEnd(EBlockingEnd::Answered, CHECK, "");
@@ -29,7 +30,7 @@ protected:
             QCoreApplication::quit();
         });
         QCoreApplication::exec();
-        EXPECT_TRUE(Check(m_silent, SHORT_MS)) << "the yes before";
+        EXPECT_TRUE(Check(m_silent, SHORT_MS)) << "should return the previous yes";
         EXPECT_TRUE(m_silent.WaitForRequests(2 * static_cast<std::size_t>(nRound)));
     }
 

@@ -44,7 +44,7 @@ class SyncOutcomeOf : public SyncOutcome, public ::testing::WithParamInterface<E
 TEST_P(SyncOutcomeOf, TellsWhatTheServerDid)
 {
     if (GetParam().step.ending == ServerStep::Ending::Reset && RunsUnderWine()) {
-        GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+        GTEST_SKIP() << "Wine does not report resets to programs";
     }
     const bool bTimesOut = GetParam().eEnd == EBlockingEnd::TimedOut;
     const ScriptedServer server(GetParam().step);
@@ -122,7 +122,7 @@ TEST_F(SyncOutcome, TellsAStaleYesFromAFreshOne)
     const ScriptedServer server(std::vector<ServerStep>{{YES}, NEVER});
     EXPECT_TRUE(Check(server));
     ExpectEnd(EBlockingEnd::Answered, CHECK, "");
-    EXPECT_TRUE(Check(server, SHORT_MS)) << "the yes of the reply before";
+    EXPECT_TRUE(Check(server, SHORT_MS)) << "should return the previous reply's yes";
     ExpectEnd(EBlockingEnd::TimedOut, CHECK, "no answer came within 200 ms");
     EXPECT_TRUE(Last().bSucc);
 }
@@ -279,7 +279,7 @@ TEST_F(SyncNested, ALateReplyThatReplacesTheOwnOneBeforeTheReturnIsToldAsAnother
         return bFirst ? ServerStep{SAVED} : (bLate ? gateLate : gateOwn).Then({SAVED});
     });
     EXPECT_TRUE(ReportCycle(outer, ENOUGH_MS, "1"));
-    EXPECT_TRUE(ReportCycle(outer, SHORT_MS, "2")) << "what the reply before brought";
+    EXPECT_TRUE(ReportCycle(outer, SHORT_MS, "2")) << "should return the previous reply's result";
     ExpectEnd(EBlockingEnd::TimedOut, CYCLE, "");
     CallInside(outer, 3, [&] {
         gateOwn.Open();

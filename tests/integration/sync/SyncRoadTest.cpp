@@ -166,7 +166,7 @@ class SyncBadReply : public SyncRoad, public ::testing::WithParamInterface<BadRe
 TEST_P(SyncBadReply, IsANoAndEndsTheWait)
 {
     if (GetParam().step.ending == ServerStep::Ending::Reset && RunsUnderWine()) {
-        GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+        GTEST_SKIP() << "Wine does not report resets to programs";
     }
     constexpr int TIMEOUT_MS = 400;
     const ScriptedServer server(GetParam().step);

@@ -208,7 +208,7 @@ TEST_F(SyncStrictBusy, ASecondCallReturnsNothingAndItsReplyChangesNothing)
     EXPECT_FALSE(CheckFromStale(m_no)) << "the reply to the second call ended the wait of the first";
     ExpectNothing(EBlockingEnd::Answered, "");
     ExpectBusyAndNothing();
-    EXPECT_EQ(m_late.Requests().size(), 1U) << "its request is sent";
+    EXPECT_EQ(m_late.Requests().size(), 1U) << "its request should be sent";
 }
 
 TEST_F(SyncStrictBusy, ASecondCallLeavesTheRecordOfAFirstOneThatIsNotStrict)
@@ -223,7 +223,7 @@ TEST_F(SyncStrictBusy, ASecondCallLeavesTheRecordOfAFirstOneThatIsNotStrict)
     m_request.SetStrictWaits(false);
     CheckInside(true);
     QTimer::singleShot(1, [&] { EXPECT_TRUE(InCommon(common)); });
-    EXPECT_TRUE(Check(m_silent, SHORT_MS)) << "what the reply before brought";
+    EXPECT_TRUE(Check(m_silent, SHORT_MS)) << "should return the previous reply's result";
     ExpectEnd(EBlockingEnd::TimedOut, CHECK, "");
     ExpectBusyAndNothing();
 }

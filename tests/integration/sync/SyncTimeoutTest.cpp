@@ -44,7 +44,7 @@ TEST_F(SyncTimeout, OfZeroReturnsWithoutWaitingAndTheRequestIsSentAllTheSame)
 {
     EXPECT_LT(TimeOut(0), qint64{ENOUGH_MS} * 1'000'000);
     EXPECT_TRUE(QTest::qWaitFor([&] { return m_silent.Requests().size() == 1; }, ENOUGH_MS))
-        << "which leaves as soon as the host handles events";
+        << "the request should be sent when the host handles events";
 }
 
 TEST_F(SyncTimeout, ThatIsNegativeLeavesTheEndToTheReply)

@@ -64,7 +64,7 @@ protected:
         QElapsedTimer clock;
         clock.start();
         EXPECT_FALSE(sender.pfnSend(m_request, m_server.Port()));
-        EXPECT_LT(clock.elapsed(), ENOUGH_MS / 2) << "longer than the pause of a report";
+        EXPECT_LT(clock.elapsed(), ENOUGH_MS / 2) << "the refused call took too long";
         ExpectEnd(EBlockingEnd::Refused, sender.nType, "there is no QCoreApplication");
         EXPECT_TRUE(m_server.Requests().empty());
     }

@@ -140,7 +140,7 @@ TEST_F(AgentAgain, TextsAreEscapedWheneverThatIsOnAndNeverElse)
         const bool bEscape = nRound % 2 == 0;
         request.SetQueryEscaping(bEscape);
         EXPECT_EQ(request.HasQueryEscaping(), bEscape);
-        EXPECT_EQ(AgentRequestProbe().HasQueryEscaping(), bEscape) << "another object is made";
+        EXPECT_EQ(AgentRequestProbe().HasQueryEscaping(), bEscape) << "a new object must not change that";
         request.SendGetBattStatus("h", 80, "NO#1");
         EXPECT_EQ(RecordingTransport::Instance().vecRequests.back().strUrl,
                   std::string("http://h:80/vomd/system/GetDxzt.action?t=") + (bEscape ? "NO%231" : "NO#1"));

@@ -304,8 +304,8 @@ TEST_P(TwoDeliveries, AreBothOverBeforeTheirInstanceIsDestroyedWhicheverIsOverFi
     });
     const auto tpBegin = std::chrono::steady_clock::now();
     pResponse.reset();
-    EXPECT_TRUE(late.bOver) << "the instance went while a receiver of its was at work";
-    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "nobody said that the receiver was done";
+    EXPECT_TRUE(late.bOver) << "the instance was destroyed while its receiver was running";
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "the end of the receiver was not noticed";
     release.join();
     (bFirstEarly ? secondThread : firstThread).join();
 }
@@ -333,7 +333,7 @@ TEST_F(AgentDelivery, ThatEndsItsInstanceFromWithinAnotherWaitsForThoseOfOtherTh
         });
         const auto tpBegin = std::chrono::steady_clock::now();
         pResponse.reset();
-        EXPECT_TRUE(atWork.bOver) << "the instance went while a receiver of its was at work";
+        EXPECT_TRUE(atWork.bOver) << "the instance was destroyed while its receiver was running";
         EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "it waited for itself";
     });
     m_delivering = std::thread(AskFor("1"));

@@ -218,7 +218,7 @@ TEST(AgentQueueOutOfMemory, CostsAtMostTheOneSignal)
         Answer(std::numeric_limits<int>::max());
         EXPECT_EQ(nSignals, 1) << "after " << nAllocation;
     }
-    EXPECT_GT(nMissed, 0) << "then Qt has become better, and this may be promised";
+    EXPECT_GT(nMissed, 0) << "Qt no longer loses signals, so this can be promised now";
     pResponse.reset();
     RecordingTransport::Instance().vecRequests.clear(); // each is answered
 }
@@ -292,9 +292,8 @@ protected:
 #if defined(__SANITIZE_THREAD__)
     void SetUp() override
     {
-        GTEST_SKIP()
-            << "where a program has an operator delete of its own, the sanitizer takes what Qt frees "
-               "for freed by the program";
+        GTEST_SKIP() << "if a program has its own operator delete, the sanitizer takes memory that Qt frees "
+                        "for memory freed by the program";
     }
 #endif
 

@@ -112,7 +112,7 @@ TEST(LogFailure, OfMovingAFileAsideLosesItsLinesAndSaysSo)
 TEST(LogFailure, OfAHostToOpenMoreFilesHindersNoLogThatWasRemoved)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "to look at memory, a sanitizer needs descriptors itself";
+    GTEST_SKIP() << "a sanitizer itself needs descriptors to inspect memory";
 #endif
     const LogFolder folder;
     Log_Write(1, "Failing", 1, "first");
@@ -138,7 +138,7 @@ TEST(LogFailure, IsNotLookedForByOpeningTheFileForEachLine)
     pollfd opened{nWatch, POLLIN, 0};
     EXPECT_EQ(::poll(&opened, 1, 0), 0);
     static_cast<void>(folder.Lines());
-    EXPECT_EQ(::poll(&opened, 1, 0), 1) << "an opening shows";
+    EXPECT_EQ(::poll(&opened, 1, 0), 1) << "opening a file must be noticed";
     ::close(nWatch);
 }
 

@@ -259,7 +259,7 @@ TEST(LogPrivacy, ADeviceIsLeftAlone)
 {
     const LogFolder folder;
     if (::mknod(folder.File().c_str(), S_IFCHR | 0666, ::makedev(1, 3)) != 0) {
-        GTEST_SKIP() << "only root makes devices, and not everywhere";
+        GTEST_SKIP() << "only root can create devices, and not everywhere";
     }
     ExpectLostLine(folder, "it is no regular file");
 }

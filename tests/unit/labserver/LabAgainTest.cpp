@@ -179,7 +179,7 @@ TEST(LabAgain, AStartThatFailsCanBeRepeated)
     for (int nTry = 0; nTry < 2; ++nTry) {
         EXPECT_THAT([&] { server.Start(); },
                     testing::ThrowsMessage<std::runtime_error>(HasSubstr("Address already in use")));
-        EXPECT_EQ(LabClient(nPort).Get("/posts/1").nStatus, 200) << "of the other one";
+        EXPECT_EQ(LabClient(nPort).Get("/posts/1").nStatus, 200) << "the other server should answer";
     }
     other.Stop();
     EXPECT_EQ(server.Start(), nPort);

@@ -257,9 +257,9 @@ TEST(LabConnections, AThousandIdleOnesAreKept)
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096); // both ends are in this process
     if (limit.rlim_cur < 2 * nMost + 100 || setrlimit(RLIMIT_NOFILE, &limit) != 0)
-        GTEST_SKIP() << "this process may not have so many descriptors: " << limit.rlim_cur;
+        GTEST_SKIP() << "this process may not have enough descriptors: " << limit.rlim_cur;
     if (MostThreads() < nMost + 100)
-        GTEST_SKIP() << "this process may not have so many threads: " << MostThreads();
+        GTEST_SKIP() << "this process may not have enough threads: " << MostThreads();
     LabServer server(ServerOf(nMost));
     server.Start();
     std::vector<std::unique_ptr<Socket>> vecClients;

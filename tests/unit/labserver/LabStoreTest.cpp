@@ -249,7 +249,7 @@ TEST(LabDataFiles, OnesOwnIsTakenWhereTheFileSystemKeepsNoModes)
 TEST(LabDataFiles, AnotherUsersFileThatIsOpenToAllIsRefused)
 {
     if (geteuid() != 0)
-        GTEST_SKIP() << "only root can be two users";
+        GTEST_SKIP() << "only root can act as two users";
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.File(".").c_str(), 0777), 0);
     std::ofstream(folder.File("lab.db")).flush();

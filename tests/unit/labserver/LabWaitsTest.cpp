@@ -81,7 +81,7 @@ TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
     EXPECT_EQ(std::count_if(vecCalls.begin(), vecCalls.end(),
                             [](const PollCall& call) { return call.nSockets == 1; }),
               1)
-        << "no more once the client has left";
+        << "it must not wait any more once the client has left";
 }
 
 TEST(LabWaits, NotUntilTheClientIsTiredOfSendingARefusedBody)

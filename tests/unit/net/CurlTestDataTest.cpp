@@ -92,7 +92,7 @@ TEST_P(NAManagerCurlTestData, IsAnsweredAtMostOnceAndHarmsNoOther)
         }
         return nNext == m_vecReplies.size() && lstRequests.size() <= NEVER_ENDED;
     };
-    EXPECT_TRUE(QTest::qWaitFor(endAndBegin, ENOUGH_MS)) << lstRequests.size() << " are not over";
+    EXPECT_TRUE(QTest::qWaitFor(endAndBegin, ENOUGH_MS)) << lstRequests.size() << " have not ended";
     const Request good(server.Url("/good"), GET);
     EXPECT_TRUE(QTest::qWaitFor([&] { return good.IsOver(); }, ENOUGH_MS));
     EXPECT_EQ(good.Answers(), 1);

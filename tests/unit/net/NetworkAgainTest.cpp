@@ -122,7 +122,7 @@ TEST_F(NetworkAgain, GoesWithItsApplicationBeforeARequestHasLeft)
 TEST_F(NetworkAgain, OnAnotherThreadGoesWithEachApplication)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "what Qt has yet to delete when there is no application counts as leaked";
+    GTEST_SKIP() << "objects that Qt still has to delete count as leaked when there is no application";
 #endif
     QThread worker;
     QObject anchor;
@@ -280,7 +280,7 @@ protected:
 TEST_F(NetworkAgain, TheEndOfTheProcessWaitsForADownloadThatIsJustBegun)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "what Qt has yet to delete on the thread that sleeps counts as leaked";
+    GTEST_SKIP() << "objects that Qt still has to delete on the sleeping thread count as leaked";
 #endif
     InAnApplication([&] {
         const QString strUrl = QString::fromStdString(m_silent.Url("/file"));
@@ -315,7 +315,7 @@ public:
 TEST_F(NetworkAgain, TheEndOfTheProcessWaitsUntilAManagerIsGoneWhole)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "what Qt has yet to delete on the thread that sleeps counts as leaked";
+    GTEST_SKIP() << "objects that Qt still has to delete on the sleeping thread count as leaked";
 #endif
     InAnApplication([&] {
         std::promise<void> sent;
@@ -350,7 +350,8 @@ TEST_F(NetworkAgain, AHundredThousandManagersLeaveNothing)
         const std::size_t nBytes = HeapBytes();
         fnMake(MANAGERS);
         EXPECT_LE(OpenDescriptors(), nDescriptors);
-        EXPECT_LT(HeapBytes(), nBytes + std::size_t{4} * MANAGERS) << "less than a pointer of each";
+        EXPECT_LT(HeapBytes(), nBytes + std::size_t{4} * MANAGERS)
+            << "must be less than a pointer for each manager";
         const auto tpBegin = std::chrono::steady_clock::now();
         std::thread(&EndNetworkUse).join();
         EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(4));
