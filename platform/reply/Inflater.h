@@ -54,7 +54,7 @@ private:
 
     const Format m_format;
     std::string m_strBegin;                ///< the first bytes, until the frame can be detected
-    std::unique_ptr<z_stream_s> m_pStream; ///< made then
+    std::unique_ptr<z_stream_s> m_pStream; ///< created then
     std::uint64_t m_nPacked = 0;
     bool m_bEnded = false;
     bool m_bSeenEnd = false;

@@ -63,8 +63,8 @@ TEST_P(TransportConnectionLimit, IsReachedAndKept)
     const auto nLimit = static_cast<std::size_t>(GetParam());
     Set("CHTTPCLIENT_HOST_CONNECTIONS", GetParam());
     Start();
-    // The first replies wait for as many requests as there may be connections: this shows that so many are
-    // really made.
+    // The first replies wait for as many requests as there may be connections, which shows that all of these
+    // are really opened.
     Gate gate;
     std::atomic<std::size_t> nSeen{0};
     const ScriptedServer server([&](const WireRequest&) {

@@ -117,7 +117,7 @@ TEST_F(TransportLimit, OfOutstandingRequestsIsAHundredThousandByDefault)
     for (int nRequest = 0; nRequest < 100'001; ++nRequest) {
         Get(server.Url("/"));
     }
-    CHttpClientUnInit(); // which waits a few seconds for so many callbacks, but no longer
+    CHttpClientUnInit(); // waits for all these callbacks, but only a few seconds
     ASSERT_TRUE(m_replies.WaitFor(100'001));
     EXPECT_THAT(m_replies.All(), SizeIs(100'001));
     EXPECT_THAT(m_replies.Errors(), Contains(-1000).Times(1));

@@ -29,7 +29,7 @@ std::size_t Entries(const char* szFolder)
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(szFolder), {}));
 }
 
-/// How often threads of the process have gone to sleep so far; a wake-up comes before each further time.
+/// How often threads of the process have gone to sleep so far. Each further sleep follows a wake-up.
 long Sleeps()
 {
     long nAll = 0;

@@ -9,8 +9,7 @@ struct Unreachable {
     enum class Peer {
         Refuses,
         NeverAnswers,      ///< a request for a connection
-        NeverShakesHands,  ///< connects, and is silent when encryption is to be
-                           ///< agreed on
+        NeverShakesHands,  ///< connects, but stays silent in the TLS handshake
         AuthoritiesMissing ///< of an encrypted connection
     };
 

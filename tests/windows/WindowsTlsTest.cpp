@@ -14,7 +14,7 @@
 #include <vector>
 
 #include <windows.h>
-// After it, whose types it uses.
+// Must follow windows.h, whose types it uses.
 #include <wincrypt.h>
 
 using testing::Each;

@@ -97,7 +97,7 @@ protected:
     }
 
     /// Answers while the n-th allocation fails, and all later ones when `bFailsOn`.
-    /// @return false when there were not so many
+    /// @return false when there were fewer allocations
     bool AnswerWithFailing(int nAllocation, bool bFailsOn, int nHttpError = 0)
     {
         GetParam().fnSend(m_client);
@@ -299,7 +299,7 @@ protected:
 
     /// Makes a blocking call's reply arrive while the n-th allocation fails, and all later ones when
     /// `bFailsOn`.
-    /// @return false when there were not so many
+    /// @return false when there were fewer allocations
     bool ReceiveWithFailing(int nAllocation, bool bFailsOn)
     {
         SyncWait& wait = *m_request.m_mapSyncWait.value(GetParam().nType);

@@ -19,7 +19,7 @@ struct Decoder {
     ArrayRule arrayRule;
     /// The payload as text; empty for an acknowledgement, which has none.
     string (*fnDescribe)(const SResponseHeader&);
-    /// The same for a payload in which only success and what the request told is set.
+    /// The same for a payload in which only the success and the request's own data are set.
     string (*fnDescribeEmpty)(bool bSuccess);
 };
 

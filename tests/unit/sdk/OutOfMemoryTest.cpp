@@ -51,7 +51,7 @@ class OutOfMemory : public SdkTest, public testing::WithParamInterface<Operation
 {
 protected:
     /// Answers while the n-th allocation fails, and all later ones when `bFailsOn`.
-    /// @return false when there were not so many
+    /// @return false when there were fewer allocations
     bool AnswerWithFailing(int nAllocation, bool bFailsOn, int nHttpError = 0)
     {
         m_answers = {};
