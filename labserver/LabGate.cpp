@@ -9,7 +9,7 @@
 namespace
 {
 
-constexpr int kDefaultPort = 80; ///< which clients omit in the header Host
+constexpr int kDefaultPort = 80; ///< which clients omit from the header Host
 constexpr std::string_view kScheme = "http://";
 
 /// A content type without its parameters.
