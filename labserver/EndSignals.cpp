@@ -36,8 +36,8 @@ void EndSignals::Wait() const
 
 #else
 
-// Blocked on this thread and those made after, to be waited for instead. They stay blocked: one more that
-// came while the program ends would otherwise kill it just before it is done.
+// Blocks the signals on this thread and on those that it creates later, so that they can be waited for. They
+// stay blocked: another signal while the program ends would otherwise kill it just before it is done.
 EndSignals::EndSignals()
 {
     sigemptyset(&m_ends);

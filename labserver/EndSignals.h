@@ -4,9 +4,9 @@
 #include <csignal>
 #endif
 
-/// The ways in which a user ends a program that runs until then: SIGTERM and SIGINT; on Windows Ctrl+C and
-/// the closing of its console. To be made before the program's threads are; only one at a time. On Linux no
-/// further one of them ends the process from then on, not even when the object is gone.
+/// The signals with which a user ends a long-running program: SIGTERM and SIGINT; on Windows, Ctrl+C and the
+/// closing of its console. Create it before the program's threads, and only one at a time. On Linux these
+/// signals no longer end the process from then on, not even after the object is destroyed.
 class EndSignals
 {
 public:

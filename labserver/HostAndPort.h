@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// The two as a URL names them: "127.0.0.1:8080", "[::1]:8080".
+/// Address and port as a URL holds them: "127.0.0.1:8080", "[::1]:8080".
 inline std::string HostAndPort(const std::string& strAddress, int nPort)
 {
     const bool bIPv6 = strAddress.find(':') != std::string::npos;

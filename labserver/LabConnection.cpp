@@ -8,18 +8,18 @@ namespace
 
 using std::chrono::milliseconds;
 
-/// For the next bytes of a request that has begun, or of a reply that the client is slow to take.
+/// How long to wait for more bytes of a request that has begun, or for a slow client to take more of a reply.
 constexpr milliseconds kNextBytes{5000};
-/// The same once the server is to stop: enough for what is on its way, too little to hold the stop up.
+/// The same once the server must stop: enough for bytes in transit, too short to delay the stop.
 constexpr milliseconds kPatienceAtStop{200};
-/// For all of a request, and again of its reply, once the server is to stop: bytes that come now and then
-/// would hold the stop up too.
+/// For a whole request, and again for its reply, once the server must stop: bytes that arrive now and then
+/// would delay the stop too.
 constexpr milliseconds kMostAtStop{2000};
 constexpr size_t kReadSize = 16384;
 
 } // namespace
 
-// Nothing here waits but by polling.
+// This class waits only by polling.
 LabConnection::LabConnection(Socket nSocket, const StopSignal& stop, milliseconds patience)
     : m_nSocket(nSocket), m_stop(stop), m_patience(patience)
 {
@@ -105,7 +105,7 @@ ssize_t LabConnection::write(const char* pBytes, size_t nSize)
     return static_cast<ssize_t>(nSize);
 }
 
-// Nothing in this server asks who is at the other end.
+// Nothing in this server needs the addresses.
 void LabConnection::get_remote_ip_and_port(std::string&, int&) const {}
 void LabConnection::get_local_ip_and_port(std::string&, int&) const {}
 
@@ -128,7 +128,7 @@ bool LabConnection::PollSocketOrStop(milliseconds patience) const
     return events[0].revents != 0;
 }
 
-/// Waits until the socket can be read or written, less long from the stop on.
+/// Waits until the socket can be read or written; for a shorter time once the server must stop.
 bool LabConnection::WaitForSocket(short nEvents)
 {
     if (TimeForNextBytes() == milliseconds(0))
@@ -141,7 +141,7 @@ bool LabConnection::WaitForSocket(short nEvents)
     return PollSocket(nEvents, std::min(TimeForNextBytes(), kPatienceAtStop));
 }
 
-/// Gets the next bytes of a request under way.
+/// Receives the next bytes of a request in progress.
 bool LabConnection::Fill()
 {
     // A client that sent "Expect: 100-continue" waits for what is written so far.

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-/// One client's connection as the HTTP server reads and writes it. A reply is gathered and sent in one piece,
-/// so that header and body never travel apart; and nothing here waits on after the server is told to stop.
-/// For the one thread that serves the connection.
+/// One client's connection as the HTTP server reads and writes it. A reply is buffered and sent in one piece,
+/// so that header and body are never sent separately. No function waits for long once the server is told to
+/// stop. To be used only by the thread that serves the connection.
 class LabConnection : public httplib::Stream
 {
 public:
@@ -19,34 +19,35 @@ public:
 
     /// @param nSocket closed with this object
     /// @param stop must outlive this object
-    /// @param patience how long a whole request may take to come in, and again its reply to go out
+    /// @param patience how long a whole request may take to arrive, and also its reply to be sent
     LabConnection(Socket nSocket, const StopSignal& stop, std::chrono::milliseconds patience);
     ~LabConnection() override;
     LabConnection(const LabConnection&) = delete;
     LabConnection& operator=(const LabConnection&) = delete;
 
     /// Waits for the first byte of a request.
-    /// @return false when there will be none: the client left or kept silent, or the server is to stop
+    /// @return false when there will be none: the client left or stayed silent, or the server must stop
     bool WaitForRequest();
 
-    /// Sends what was written since the last reply, as the marks below say.
+    /// Sends what was written since the last reply, in the way set by the functions below.
     /// @return whether the connection can be kept
     bool FinishReply();
 
-    /// Lets time pass before the request is answered; less of it when the server is to stop.
+    /// Delays the answer to the request; for a shorter time when the server must stop.
     void Pause(std::chrono::milliseconds time) const { m_stop.WaitFor(time); }
 
-    void TruncateReply() { m_eEnd = End::Truncated; } ///< half of this reply's body is to stay behind
-    void ResetReply() { m_eEnd = End::Reset; }        ///< a reset is to go out instead of this reply
+    void TruncateReply() { m_eEnd = End::Truncated; } ///< only half of this reply's body will be sent
+    void ResetReply() { m_eEnd = End::Reset; }        ///< a reset will be sent instead of this reply
     bool IsReset() const { return m_eEnd == End::Reset; }
 
-    /// This request's body is not going to be read: the connection ends with the reply, and what still comes
-    /// in is read away for a moment, since closing on unread bytes would reset the connection under the
-    /// reply.
+    /// This request's body will not be read: the connection ends after the reply. What still arrives is read
+    /// and discarded for a moment, since closing a connection with unread bytes resets it, and the reply
+    /// could be lost.
     void LeaveBodyUnread() { m_eEnd = End::BodyUnread; }
     bool IsBodyUnread() const { return m_eEnd == End::BodyUnread; }
 
-    /// This request is not served, nor its body read. The header of one is refused here, see LabHead.
+    /// This request is not served, and its body is not read. Called by this class itself when LabHead refuses
+    /// a header.
     void Refuse(const LabRefusal& refusal);
     const LabRefusal& Refusal() const { return m_refusal; }
 
@@ -75,11 +76,11 @@ private:
     Socket m_nSocket;
     const StopSignal& m_stop;
     const std::chrono::milliseconds m_patience;
-    std::chrono::steady_clock::time_point m_end; ///< of the request that is coming in, or of its reply
-    LabHead m_head;                              ///< of the request that is coming in
+    std::chrono::steady_clock::time_point m_end; ///< of the time for the incoming request, or for its reply
+    LabHead m_head;                              ///< of the incoming request
     LabRefusal m_refusal;
     End m_eEnd = End::Kept;
     std::string m_strOut;
     std::vector<char> m_vecIn; ///< bytes received
-    size_t m_nInRead = 0;      ///< how many of them are handed on
+    size_t m_nInRead = 0;      ///< how many of them were passed on
 };

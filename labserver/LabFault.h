@@ -6,13 +6,13 @@
 enum class LabFaultKind {
     Delay,    ///< nothing more: the request is handled as usual after the delay
     Reply,    ///< answered with the fault's status and body, without being handled
-    Truncate, ///< handled, but half of the reply's body is kept back and the connection closed
+    Truncate, ///< handled, but only half of the reply's body is sent before the connection is closed
     Reset,    ///< not handled, and the connection is reset instead of a reply
 };
 
 /// One scripted fault, for the next requests to one path.
 struct LabFault {
-    /// Request path, with or without a leading "/"; also meant are the paths below it ("posts": "posts/7").
+    /// Request path, with or without a leading "/". The paths below it are covered too ("posts": "posts/7").
     std::string strPath;
     int nCount = 1; ///< how many requests it hits
     LabFaultKind eKind = LabFaultKind::Delay;

@@ -51,7 +51,7 @@ std::string WithoutSlash(const std::string& strPath)
     return strPath.substr(strPath.compare(0, 1, "/") == 0 ? 1 : 0);
 }
 
-/// Whether a fault's path is a request's path or one above it.
+/// Whether a fault's path is a request's path or a parent of it.
 bool Covers(const std::string& strFaultPath, const std::string& strPath)
 {
     return strPath.compare(0, strFaultPath.size(), strFaultPath) == 0 &&

@@ -8,18 +8,18 @@
 #include <optional>
 #include <string>
 
-/// The scripted faults that are still to come. For any number of threads.
+/// The scripted faults that are still pending. Thread-safe.
 class LabFaults
 {
 public:
     void Add(LabFault fault);
     void Clear();
 
-    /// The oldest fault that is meant for a request to a path, counted down for it.
+    /// Returns the oldest fault that covers a request to a path, and reduces that fault's count by one.
     /// @param strPath with its leading "/"
     std::optional<LabFault> Take(const std::string& strPath);
 
-    /// What is pending, as FaultFromJson() reads it, oldest first.
+    /// The pending faults in the form that FaultFromJson() reads, oldest first.
     Json::Value ToJson() const;
 
 private:
@@ -27,7 +27,7 @@ private:
     std::list<LabFault> m_lstPending;
 };
 
-/// Reads a fault as operators write it: "path", "count" (1 without), at most one of "status" or "body",
-/// "truncate" and "reset", and "delayMs".
-/// @throws LabError (400) when it says nothing, or what no fault can do
+/// Reads a fault as operators write it: "path"; "count" (default 1); "delayMs"; and at most one of
+/// "truncate", "reset", and a reply given by "status", "body" or both.
+/// @throws LabError (400) when it describes no fault, or an impossible one
 LabFault FaultFromJson(const Json::Value& value);

@@ -9,7 +9,7 @@
 namespace
 {
 
-constexpr int kDefaultPort = 80; ///< which a client leaves out of the header Host
+constexpr int kDefaultPort = 80; ///< which clients omit from the header Host
 constexpr std::string_view kScheme = "http://";
 
 /// A content type without its parameters.
@@ -32,7 +32,8 @@ bool HasBody(const httplib::Request& request)
            request.get_header_value<uint64_t>("Content-Length") > 0;
 }
 
-/// Whether a browser, if it says who asks, says that it is its user or a page of the very same origin.
+/// Whether the request comes from the browser's user or from a page of the same origin, if the browser says
+/// so at all.
 bool IsAskedByUs(const httplib::Request& request)
 {
     if (!request.has_header("Sec-Fetch-Site"))
@@ -63,7 +64,7 @@ LabGate::LabGate(const std::string& strAddress, int nPort)
 
 LabRefusal LabGate::RefusalOf(const httplib::Request& request) const
 {
-    // Each of the two once, or a browser and this server might go by different ones.
+    // Neither header may occur twice: the browser and this server might use different ones.
     if (request.get_header_value_count("Host") != 1 || !IsOwn(request.get_header_value("Host")))
         return {403, "The operator's paths want a header Host that names this server, such as " +
                          m_vecOwn.front() + "; another name may be that of a web page."};

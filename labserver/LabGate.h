@@ -6,31 +6,31 @@
 #include <string>
 #include <vector>
 
-/// Whether a path, decoded, is one of the operator's: "/lab" or one below it.
+/// Whether a decoded path is an operator path: "/lab" or one below it.
 bool IsOperatorPath(const std::string& strPath);
 
-/// Tells the operator from a web page that a browser on his machine happens to show. Such a page can send
-/// requests here, and by a name of its own that it lets point to this machine it could even read the answers;
-/// but it can't keep the browser from saying where it comes from.
+/// Tells requests of the operator from those of a web page that a browser on the operator's machine happens
+/// to show. Such a page can send requests here, and it could even read the answers under a host name of its
+/// own that resolves to this machine; but it can't keep the browser from saying where it comes from.
 class LabGate
 {
 public:
-    /// @param strAddress the address or name that the server listens on, as it was told
+    /// @param strAddress the address or name that the server listens on, as configured
     /// @param nPort the port that it listens on
     LabGate(const std::string& strAddress, int nPort);
 
-    /// Why a request may not have the operator's path that it asks for: one that names another host than this
-    /// server, or none, or comes from a page of another site (403), or brings a body that is not called JSON
-    /// (415). Such a body a page may send anywhere, unasked.
+    /// Why a request to an operator path is refused: it names another host than this server, or none, or
+    /// comes from a page of another site (403), or it has a body whose content type is not JSON (415).
+    /// Browsers let a page send such a body to any site.
     LabRefusal RefusalOf(const httplib::Request& request) const;
 
 private:
     bool IsOwn(const std::string& strHost) const;
     bool IsOwnOrigin(const std::string& strOrigin) const;
 
-    std::vector<std::string> m_vecOwn; ///< as they stand in the header Host, in lower case
+    std::vector<std::string> m_vecOwn; ///< as in the header Host, in lower case
 };
 
-/// Adds to the reply for an operator's path what keeps a browser from showing it in, or giving it to, pages
-/// of others, and from keeping it.
+/// Adds headers to the reply for an operator path that keep a browser from showing it in pages of other
+/// sites, from giving it to them, and from caching it.
 void ProtectReply(httplib::Response& response);

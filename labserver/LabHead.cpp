@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Whether a header line is about ranges of the reply's body.
+/// Whether a header line asks for ranges of the reply's body.
 bool AsksForRanges(const std::string& strLine)
 {
     const std::string strName = LowerCase(strLine.substr(0, strLine.find(':')));
@@ -53,7 +53,7 @@ void LabHead::EndRequestLine()
     if (m_strLine.size() <= kMaxLine)
         return;
     m_refusal = {414, "The request target is too long."};
-    m_strLine.back() = '\n'; // an end, without which httplib would take it for no request
+    m_strLine.back() = '\n'; // a line end, without which httplib would see no request
 }
 
 void LabHead::EndHeaderLine()

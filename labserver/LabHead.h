@@ -5,32 +5,33 @@
 #include <cstddef>
 #include <string>
 
-/// The header of one request on its way from the connection to httplib, which would take one of any size. It
-/// passes line by line and within bounds. Lines that ask for ranges stay behind: no range is served, and each
-/// of many would be a copy of the reply.
+/// Passes the header of one request from the connection to httplib, line by line and within limits; httplib
+/// itself would accept a header of any size. Lines that ask for ranges are dropped: no range is served, and
+/// httplib would copy the reply for each of many ranges.
 class LabHead
 {
 public:
     /// The largest header, from the request line to the blank line; a larger one is answered 431.
     static constexpr std::size_t kMaxSize = std::size_t{64} * 1024;
-    /// The longest line with its end, as httplib has it too; a longer one is answered 414 when it is the
-    /// request line, else 431.
+    /// The longest line with its end, which is also httplib's limit; a longer one is answered 414 when it is
+    /// the request line, else 431.
     static constexpr std::size_t kMaxLine = 8192;
-    /// The most lines between the request line and the blank line; with more of them it is answered 431.
+    /// The most lines between the request line and the blank line; a header with more of them is answered
+    /// 431.
     static constexpr int kMaxLines = 100;
 
-    /// Takes bytes as they came, up to the end of a line. To be called when there is nothing to give, and
-    /// neither is the header over nor refused.
+    /// Takes received bytes, up to the end of a line. Call it when there is nothing left to give, and the
+    /// header is neither over nor refused.
     /// @return how many it took
     std::size_t Take(const char* pBytes, std::size_t nSize);
 
     /// Gives the next bytes of the line taken last. @return how many, 0 when more must be taken first
     std::size_t Give(char* pBytes, std::size_t nSize);
 
-    /// Whether the blank line was given: what comes then is the body.
+    /// Whether the blank line was given: what follows is the body.
     bool IsOver() const { return m_bBlankTaken && m_nGiven == m_strLine.size(); }
 
-    /// What is wrong with what was taken so far.
+    /// What is wrong with the bytes taken so far.
     const LabRefusal& Refusal() const { return m_refusal; }
 
 private:
@@ -38,7 +39,7 @@ private:
     void EndRequestLine();
     void EndHeaderLine();
 
-    std::string m_strTaking; ///< of a line whose end has not come yet
+    std::string m_strTaking; ///< of a line whose end has not arrived yet
     std::string m_strLine;   ///< the line to give
     std::size_t m_nGiven = 0;
     std::size_t m_nSize = 0;

@@ -15,11 +15,11 @@
 namespace
 {
 
-// httplib tells a handler nothing of the connection, but answers a request on the thread that serves it.
+// httplib does not tell a handler which connection it serves, but calls it on the thread of the connection.
 thread_local LabConnection* t_pConnection = nullptr;
 thread_local std::string t_strPath;
 
-/// What httplib is told that every request's path is, see TakePath().
+/// The path that httplib sees in every request, see TakePath().
 constexpr const char* kOnlyPath = "/";
 
 bool IsOneOf(const std::string& strMethod, std::initializer_list<const char*> lstMethods)
@@ -40,7 +40,7 @@ LabRefusal RefusalOf(const LabGate& gate, const httplib::Request& request)
         if (refusal.nStatus != 0)
             return refusal;
     }
-    // Of unknown length, a body could not be refused in time, or would last until the client leaves.
+    // A body of unknown length could not be refused in time, or would last until the client leaves.
     const bool bNeedsLength = IsOneOf(request.method, {"POST", "PUT", "PATCH"});
     if (request.has_header("Transfer-Encoding") || (bNeedsLength && !request.has_header("Content-Length")))
         return {411, "A body needs a Content-Length."};
@@ -56,15 +56,15 @@ bool IsBodyRead(const httplib::Request& request)
 }
 
 /// httplib finds a handler by regular expressions, and matching one against a path of a few thousand
-/// characters takes megabytes of stack. So it gets one short path to match for all requests; we know better
-/// which is which.
+/// characters takes megabytes of stack. So httplib gets the same short path for all requests, and the real
+/// path is kept here.
 void TakePath(httplib::Request& request)
 {
     t_strPath = std::move(request.path);
     request.path = kOnlyPath;
 }
 
-/// Sets right what httplib would otherwise make of a request's header.
+/// Corrects what httplib would otherwise do with a request's header.
 void PrepareRequest(const LabGate& gate, httplib::Request& request)
 {
     const LabRefusal refusal = RefusalOf(gate, request);
@@ -73,10 +73,11 @@ void PrepareRequest(const LabGate& gate, httplib::Request& request)
     else if (AnnouncedBody(request) > 0 && !IsBodyRead(request))
         t_pConnection->LeaveBodyUnread();
     TakePath(request);
-    // Bodies are JSON under any name: as a form one would be taken apart, and cut at 8 KB.
+    // Bodies are JSON, whatever their content type: httplib would parse one labelled as a form, and cut it at
+    // 8 KB.
     request.headers.erase("Content-Type");
-    // Neither are they unpacked, since a small one could unpack to gigabytes, nor are replies packed, so that
-    // what is recorded is what was sent.
+    // Bodies are not decompressed, since a small one could grow to gigabytes. Replies are not compressed, so
+    // that what is recorded is what was sent.
     request.headers.erase("Content-Encoding");
     request.headers.erase("Accept-Encoding");
 }
@@ -89,7 +90,8 @@ httplib::Server::HandlerResponse RefuseUnread(const httplib::Request&, httplib::
     return httplib::Server::HandlerResponse::Handled;
 }
 
-/// Gives a refusal that was made before any answer its status and the body that all refusals have.
+/// Gives a request that was refused before any answer the status of the refusal, and the body that all
+/// refusals have.
 void FillRefusal(const httplib::Request&, httplib::Response& response)
 {
     if (response.has_header("Content-Type"))
@@ -101,7 +103,7 @@ void FillRefusal(const httplib::Request&, httplib::Response& response)
     response.set_content(WriteJson(ErrorEnvelope(refusal.nStatus, refusal.strWhy)), kJsonContentType);
 }
 
-/// Sets right what httplib would otherwise say in a reply's header.
+/// Corrects what httplib would otherwise put into a reply's header.
 void PrepareReply(httplib::Response& response)
 {
     response.headers.erase("Accept-Ranges");
@@ -139,7 +141,7 @@ LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const La
     // What the replies' Keep-Alive header promises.
     set_keep_alive_timeout(LabConnection::kIdle.count());
     set_keep_alive_max_count(std::numeric_limits<int>::max());
-    // Not httplib's own choice, by which two servers of a user could listen on one port.
+    // Replaces httplib's default, with which two servers of a user could listen on one port.
     set_socket_options(ReusePort);
 }
 
@@ -155,7 +157,7 @@ int LabHttp::Start()
     m_pListener =
         std::make_unique<LabListener>(svr_sock_.exchange(NO_SOCKET), m_stop, m_options.nMaxConnections,
                                       [this](Socket nSocket) { Serve(nSocket); });
-    m_thread = StartQuietThread([this] { m_pListener->Run(); }); // the connections' threads inherit that
+    m_thread = StartQuietThread([this] { m_pListener->Run(); }); // the others inherit its signal mask
     return nPort;
 }
 
@@ -168,7 +170,8 @@ int LabHttp::Bind(const std::string& strAddress, int nPort)
         const std::string strWhy = errno != 0 ? std::strerror(errno) : "no such address";
         throw std::runtime_error("can't listen on " + HostAndPort(strAddress, nPort) + ": " + strWhy);
     }
-    // httplib allows five clients to wait for being accepted; a burst of more would wait a second each.
+    // httplib lets only five clients wait to be accepted; in a larger burst, each further client would wait a
+    // second.
     ::listen(svr_sock_, SOMAXCONN);
     return nGot;
 }

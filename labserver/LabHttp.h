@@ -15,8 +15,8 @@
 #include <csignal>
 #endif
 
-/// Remembers what the process does on SIGPIPE. httplib's server sets that to nothing, although it is the
-/// host's affair, and needless here: no write of ours raises the signal.
+/// Saves and restores what the process does on SIGPIPE. httplib's server makes the process ignore it. That is
+/// for the host to decide, and it is needless here: no write of ours raises the signal.
 class SigPipeKept
 {
 protected:
@@ -37,31 +37,31 @@ private:
 #endif
 };
 
-/// The HTTP side of the lab server: listens, gives every connection a thread, turns away from the operator's
-/// paths who has no business there, and lets one function answer every other request, whatever its method and
-/// path. Serves once: a server that was stopped is not started again.
+/// The HTTP side of the lab server: listens, gives every connection a thread, refuses requests to operator
+/// paths that do not come from the operator, and lets one function answer every other request, whatever its
+/// method and path. A stopped server can't be started again.
 class LabHttp : private SigPipeKept, private httplib::Server
 {
 public:
     /// The largest request body; a larger one is answered 413.
     static constexpr size_t kMaxBody = size_t{16} * 1024 * 1024;
 
-    /// Answers a request to a path, which is decoded and begins with "/". The request's own `path` says
-    /// nothing.
+    /// Answers a request to a path, which is decoded and begins with "/". The request's own `path` is
+    /// meaningless.
     using AnswerFunction =
         std::function<void(const std::string&, const httplib::Request&, httplib::Response&)>;
 
     /// @param fnAnswer runs on many threads at a time
-    /// @param fnSeal sees every reply to a request, those to malformed requests too, just before it leaves
+    /// @param fnSeal gets every reply, including those to malformed requests, just before it is sent
     LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const LabServerOptions& options);
     ~LabHttp() override; ///< stops it
 
     /// Listens as the options say and serves on threads of its own; returns at once.
     /// @return the port
-    /// @throws std::runtime_error when the address can't be had
+    /// @throws std::runtime_error when the address can't be bound
     int Start();
 
-    /// Ends listening, waits until every request under way is answered and every connection closed.
+    /// Stops listening, and waits until every request in progress is answered and every connection closed.
     void Stop();
 
     /// The connection of the request being answered on this thread.

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Deeper than any report; far from where reading would need more stack than a thread has.
+/// Deeper than any report, and far below the depth at which reading would overflow a thread's stack.
 constexpr int kMaxDepth = 256;
 
 bool IsUtf8(const std::string& strText)
@@ -65,7 +65,7 @@ Json::Value ErrorEnvelope(int nStatus, const std::string& strWhy)
     Json::Value envelope(Json::objectValue);
     envelope["success"] = false;
     envelope["code"] = nStatus;
-    // Some replies are read for their "message", the others for their "description".
+    // Clients read the "message" of some replies, and the "description" of the others.
     envelope["message"] = strWhy;
     envelope["description"] = strWhy;
     return envelope;

@@ -7,7 +7,7 @@
 /// The content type of every reply that no fault replaced.
 inline constexpr const char* kJsonContentType = "application/json; charset=utf-8";
 
-/// A request that can't be answered as wished: the HTTP status to answer with, and why in a sentence.
+/// A request that can't be fulfilled: the HTTP status to answer with, and a sentence that says why.
 class LabError : public std::runtime_error
 {
 public:
@@ -19,7 +19,7 @@ private:
 };
 
 /// Parses one JSON text in UTF-8 whose root is an object or an array.
-/// @throws LabError (400) on anything else, also on a text nested too deep
+/// @throws LabError (400) on anything else, including a text nested too deeply
 Json::Value ParseJson(const std::string& strText);
 
 /// The compact text of a value, in UTF-8.

@@ -15,7 +15,7 @@ using std::chrono::steady_clock;
 /// Time for a refused client to send its request and to read the refusal.
 constexpr milliseconds kRefusedStay{5000};
 constexpr size_t kMaxRefused = 64;
-/// Before the next try, when the machine has no descriptor or memory for a connection.
+/// The pause before the next try when the machine has no descriptor or memory for a connection.
 constexpr milliseconds kPause{10};
 
 std::string RefusalReply(int nMaxConnections)
@@ -27,7 +27,7 @@ std::string RefusalReply(int nMaxConnections)
            std::to_string(strBody.size()) + "\r\nContent-Type: " + kJsonContentType + "\r\n\r\n" + strBody;
 }
 
-/// Reads what has come, some of it at a time. @return whether more may come
+/// Reads and discards some of what has arrived. @return whether more may arrive
 bool ReadAway(Socket nSocket)
 {
     std::vector<char> vecBytes(16384);
@@ -70,7 +70,7 @@ LabRefusedClients::~LabRefusedClients()
 void LabRefusedClients::Add(Socket nSocket, const std::string& strReply)
 {
     MakeNonBlocking(nSocket);
-    // Nothing was sent before, so the system takes all of it.
+    // Nothing was sent before, so the system's buffer takes all of it.
     SendBytes(nSocket, strReply.data(), strReply.size());
     shutdown(nSocket, SHUT_WR);
     m_lstClients.push_back({nSocket, steady_clock::now() + kRefusedStay});
@@ -112,7 +112,7 @@ LabListener::LabListener(Socket nListener, const StopSignal& stop, int nMaxConne
       m_strRefusal(RefusalReply(nMaxConnections)),
       m_threads(nMaxConnections)
 {
-    // A client may leave between the poll and its acceptance, and that would wait for the next one.
+    // A client may leave between the poll and the accept, which would then wait for the next client.
     MakeNonBlocking(m_nListener);
 }
 

@@ -11,15 +11,15 @@
 #include <string>
 #include <vector>
 
-/// Gives every connection a thread, up to a number of them. A few threads for all would be used up by clients
-/// that keep idle connections, and leave the next client waiting.
+/// Gives every connection a thread, up to a maximum. A small pool of threads would be used up by clients that
+/// keep idle connections, and the next client would have to wait.
 class LabThreads
 {
 public:
     explicit LabThreads(int nMax) : m_nMax(nMax) {}
 
     /// Runs a function on a thread of its own.
-    /// @return false, without running it, when there are as many as may be, or no thread can be started
+    /// @return false, without running it, when the maximum is reached or no thread can be started
     bool Run(const std::function<void()>& fn);
 
     /// Waits until all of them have ended.
@@ -32,9 +32,9 @@ private:
     int m_nRunning = 0;
 };
 
-/// Clients that get a refusal instead of a connection. Each is kept for a moment, and what it sends is read
-/// away: closed at once, its connection would be reset by the request that is on its way, and the refusal be
-/// lost. Nothing here waits. For one thread.
+/// Clients that are refused because there are too many connections. Each is kept for a moment, and what it
+/// sends is read and discarded: if its connection were closed at once, the request in transit would reset it,
+/// and the refusal would be lost. No function blocks. For use by one thread.
 class LabRefusedClients
 {
 public:
@@ -43,13 +43,14 @@ public:
     LabRefusedClients(const LabRefusedClients&) = delete;
     LabRefusedClients& operator=(const LabRefusedClients&) = delete;
 
-    /// Sends a client its refusal. @param nSocket closed in time
+    /// Sends a client its refusal. @param nSocket closed later by this object
     void Add(Socket nSocket, const std::string& strReply);
 
-    /// Adds what to wait for, with poll() and for that many milliseconds; -1: for ever.
+    /// Adds the sockets to wait for with poll().
+    /// @return the time-out of the poll in milliseconds; -1 to wait for ever
     int AddTo(std::vector<pollfd>& vecSockets) const;
 
-    /// Serves those for whom something came, and lets go those who left or whose time is over.
+    /// Serves the clients that sent something, and closes those that left or whose time is over.
     /// @param pSockets what AddTo() added, after the poll
     void Serve(const pollfd* pSockets);
 
@@ -59,7 +60,7 @@ private:
         std::chrono::steady_clock::time_point end;
     };
 
-    std::deque<Client> m_lstClients; ///< the longest there first
+    std::deque<Client> m_lstClients; ///< oldest first
 };
 
 /// Accepts the connections of a server.
@@ -68,7 +69,7 @@ class LabListener
 public:
     /// @param nListener a listening socket, closed with this object at the latest
     /// @param stop must outlive this object
-    /// @param nMaxConnections at a time; a client beyond them is answered 503
+    /// @param nMaxConnections at a time; a further client is answered 503
     /// @param fnServe serves a connection and closes its socket; runs on a thread for each connection
     LabListener(Socket nListener, const StopSignal& stop, int nMaxConnections,
                 std::function<void(Socket)> fnServe);
@@ -76,7 +77,7 @@ public:
     LabListener(const LabListener&) = delete;
     LabListener& operator=(const LabListener&) = delete;
 
-    /// Accepts until the server is to stop, then listens no more.
+    /// Accepts connections until the server must stop, then stops listening.
     /// @return after the last connection has ended
     void Run();
 
@@ -87,7 +88,7 @@ private:
     Socket m_nListener;
     const StopSignal& m_stop;
     const std::function<void(Socket)> m_fnServe;
-    const std::string m_strRefusal; ///< to clients beyond the number
+    const std::string m_strRefusal; ///< for clients beyond the maximum
     LabThreads m_threads;
     LabRefusedClients m_refused;
 };

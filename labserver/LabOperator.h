@@ -2,7 +2,7 @@
 
 #include "labserver/LabRoutes.h"
 
-// What the operator of the server sets, and the faults that a test asks for.
+// Handlers for the data that the server's operator sets, and for the faults that a test asks for.
 
 /// Lists a table: {"count", "items"}, oldest first.
 LabHandler ListHandler(const LabTable& table);

@@ -16,7 +16,7 @@ Json::Value Success()
     return reply;
 }
 
-/// A refusal that is the answer: the server understood, and the laboratory has no such thing.
+/// A negative answer: the request is valid, but the laboratory has no such thing.
 Json::Value Unknown(const std::string& strWhy)
 {
     Json::Value reply(Json::objectValue);

@@ -2,8 +2,8 @@
 
 #include "labserver/LabRoutes.h"
 
-// The answers to what clients ask. A parameter that is missing, or that should be a number and isn't, is
-// refused with 400; one that is empty is taken as it is.
+// The answers to clients' queries. A parameter that is missing, or is not a number where it should be one, is
+// refused with 400; an empty one is accepted.
 
 Json::Value AnswerUserInfo(LabContext& context, const LabRequest& request);   ///< tail: the user's id
 Json::Value AnswerSupportVer(LabContext& context, const LabRequest& request); ///< t
@@ -19,7 +19,7 @@ Json::Value AnswerWhetherInCommon(LabContext& context, const LabRequest& request
 /// A text parameter of the request's query. @throws LabError (400) when it is missing
 std::string QueryText(const LabRequest& request, const std::string& strName);
 
-/// An integer, written in decimal and without anything else.
-/// @param strName what it is, for the refusal
+/// Reads a decimal integer; the text must hold nothing else.
+/// @param strName the integer's name, for the refusal
 /// @throws LabError (400)
 Json::Int64 IntegerOf(const std::string& strText, const std::string& strName);

@@ -12,7 +12,7 @@ namespace
 struct LabReportKind {
     std::string strName;
     const LabTable& table;
-    const LabTable* pElements = nullptr; ///< where the elements of a list stand; null: the row is the report
+    const LabTable* pElements = nullptr; ///< holds the elements of a list; null: the row is the report
     const char* pszQueryField = nullptr; ///< the field that comes in the query, not in the body
 };
 
@@ -53,7 +53,7 @@ std::int64_t StoreRow(LabStore& store, const LabReportKind& kind, const LabReque
     return nId;
 }
 
-/// A body that is no array counts as its own only element.
+/// A body that is not an array counts as a list with that one element.
 std::int64_t StoreList(LabStore& store, const LabReportKind& kind, const LabRequest& request)
 {
     const std::string& strBody = request.http.body;
@@ -74,7 +74,7 @@ std::int64_t StoreList(LabStore& store, const LabReportKind& kind, const LabRequ
     return nId;
 }
 
-/// One acknowledgement for all that clients judge one by: "success"; "code" and "message"; or "msg".
+/// One acknowledgement with everything that clients may check: "success"; "code" and "message"; or "msg".
 Json::Value Acknowledgement(std::int64_t nId)
 {
     Json::Value reply(Json::objectValue);

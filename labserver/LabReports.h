@@ -2,11 +2,11 @@
 
 #include "labserver/LabRoutes.h"
 
-/// Stores the reports of one kind: all of a report before it is acknowledged, or none of it.
+/// Stores the reports of one kind. A report is stored whole before it is acknowledged, or not at all.
 /// @param pszKind name of the kind, as in /lab/reports/NAME
 LabHandler ReportHandler(const char* pszKind);
 
-/// The reports of a kind (tail) as they were stored, oldest first: {"count": all that there are, "reports":
-/// [{"id", "receivedAt", "report"}]}. With the parameter "after", only those with a higher id; with "limit",
-/// the first so many of them.
+/// The reports of a kind (tail) as they were stored, oldest first: {"count": the number of all of them,
+/// "reports": [{"id", "receivedAt", "report"}]}. With the parameter "after", only those with a higher id;
+/// with "limit", at most that many of them.
 Json::Value ListReports(LabContext& context, const LabRequest& request);

@@ -46,7 +46,7 @@ const std::vector<LabRoute>& Routes()
     return vecRoutes;
 }
 
-/// Whether a route serves a path, and what the path has beyond the route's.
+/// Whether a route serves a path. @param strTail gets the rest of the path after the route's
 bool Serves(const LabRoute& route, const std::string& strPath, std::string& strTail)
 {
     if (route.strPath.back() != '/')

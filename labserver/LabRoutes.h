@@ -14,7 +14,7 @@ struct LabContext {
     LabFaults& faults;
 };
 
-/// A request on its way to its handler.
+/// A request as passed to its handler.
 struct LabRequest {
     const httplib::Request& http;
     std::string strTail; ///< what follows the route's path
@@ -24,6 +24,6 @@ struct LabRequest {
 /// @throws LabError for any other status, SqliteError when the store fails
 using LabHandler = std::function<Json::Value(LabContext&, const LabRequest&)>;
 
-/// Answers a request by the table of routes; a failure of any kind is an answer too.
+/// Answers a request according to the table of routes; a failure of any kind is answered too.
 void AnswerRequest(LabContext& context, const std::string& strPath, const httplib::Request& request,
                    httplib::Response& response);

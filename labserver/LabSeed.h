@@ -2,5 +2,5 @@
 
 class LabTransaction;
 
-/// Fills a new store with what a small laboratory would have in it. @throws SqliteError
+/// Fills a new store with the data of a small laboratory. @throws SqliteError
 void InsertSeed(LabTransaction& transaction);

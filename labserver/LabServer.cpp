@@ -22,7 +22,7 @@ size_t BytesOf(const LabExchange& exchange)
     return exchange.strTarget.size() + exchange.strBody.size() + exchange.strReply.size();
 }
 
-/// The latest exchanges. For any number of threads.
+/// The latest exchanges. Thread-safe.
 class ExchangeLog
 {
 public:
@@ -81,7 +81,7 @@ private:
     ExchangeLog m_exchanges;
     LabFaults m_faults;
     std::unique_ptr<LabStore> m_pStore;
-    std::unique_ptr<LabHttp> m_pHttp; ///< last, so that nothing is served once the others go
+    std::unique_ptr<LabHttp> m_pHttp; ///< last, so that serving ends before the others are destroyed
 };
 
 int LabServer::Impl::Start()
@@ -108,7 +108,7 @@ void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request&
         LabContext context{*m_pStore, m_faults};
         AnswerRequest(context, strPath, request, response);
     };
-    // The operator's paths are spared, or a fault could keep faults from being cleared.
+    // Operator paths are exempt, or a fault could keep faults from being cleared.
     const auto fault = IsOperatorPath(strPath) ? std::nullopt : m_faults.Take(strPath);
     if (fault)
         Fail(*fault, fnHandle, response);

@@ -15,16 +15,16 @@ struct LabServerOptions {
     /// How long a client may take to send a request once it has begun, and again to take the reply. A client
     /// that takes longer loses its connection, even if it sends or takes a byte now and then.
     std::chrono::milliseconds patience{60'000};
-    int nMaxConnections = 256; ///< at a time, each with a thread; a client beyond them is answered 503
+    int nMaxConnections = 256; ///< at a time, each with a thread; a further client is answered 503
 };
 
-/// One request as it arrived and what it was answered.
+/// One request as it arrived, and its answer.
 struct LabExchange {
     std::string strMethod;
-    std::string strTarget; ///< request target as it stood on the wire, query included
+    std::string strTarget; ///< request target as received, including the query
     std::string strBody;
     int nStatus = 0;      ///< 0 when the connection was reset instead
-    std::string strReply; ///< the whole body, also when a fault kept half of it back
+    std::string strReply; ///< the whole body, even if a fault let only half of it be sent
 };
 
 /// A stand-in laboratory server: answers and stores like a real one. Serves on threads of its own, on which
@@ -39,21 +39,22 @@ public:
 
     /// Listens and serves; returns at once. After a Stop it serves again, with everything that it kept.
     /// @return the port
-    /// @throws std::runtime_error when the address can't be had or the data file can't be opened
+    /// @throws std::runtime_error when the address can't be bound or the data file can't be opened
     int Start();
 
-    /// Ends serving after the requests under way are answered. May be called twice. A client that pauses in
-    /// sending one or in taking its reply loses its connection; so does one that needs 2 s more for either.
+    /// Stops serving after the requests in progress are answered. May be called twice. A client that pauses
+    /// in sending its request or taking its reply loses its connection; so does one that needs 2 s more for
+    /// either.
     void Stop();
 
     /// The port of the latest Start; 0 before it.
     int Port() const;
 
     /// The latest exchanges (at most 10,000, and at most 64 MiB of them), oldest first. An exchange is
-    /// among them before its reply leaves.
+    /// recorded before its reply is sent.
     std::vector<LabExchange> Exchanges() const;
 
-    /// Queues a fault behind those pending; also before Start. The same as POST /lab/faults.
+    /// Queues a fault after those pending; may be called before Start. The same as POST /lab/faults.
     void AddFault(LabFault fault);
 
 private:

@@ -10,10 +10,10 @@
 namespace
 {
 
-/// Kept in the file itself; goes up when a table changes.
+/// Stored in the file itself; incremented when a table changes.
 constexpr int kSchemaVersion = 1;
 
-/// How long other servers may be in the way.
+/// How long to wait for other servers that use the same file.
 constexpr std::chrono::milliseconds kBusyPatience{5000};
 constexpr std::chrono::milliseconds kBusyPause{10};
 
@@ -49,7 +49,7 @@ std::string CreateTableSql(const LabTable& table)
     return strSql + ')';
 }
 
-/// The table's columns as a list, each followed by a comma but the last.
+/// The table's columns, separated by commas.
 std::string ColumnList(const LabTable& table)
 {
     std::string strList;
@@ -65,7 +65,7 @@ int SchemaVersionOf(Sqlite& db)
     return query.Column(0, LabType::Integer).asInt();
 }
 
-/// Where two servers want this of a new file at the same moment, SQLite lets one fail instead of waiting.
+/// If two servers do this with a new file at the same moment, SQLite makes one fail instead of waiting.
 void TurnOnWal(Sqlite& db)
 {
     for (const auto end = std::chrono::steady_clock::now() + kBusyPatience;;) {
@@ -85,7 +85,7 @@ void TurnOnWal(Sqlite& db)
 LabStore::LabStore(const std::string& strFile) : m_db(strFile.empty() ? ":memory:" : strFile)
 {
     Prepare();
-    // Only now that it is known to be ours.
+    // Only now is the file known to be ours.
     for (const char* pszBeside : {"", "-wal", "-shm", "-journal"}) {
         if (!strFile.empty())
             KeepToOwner(strFile + pszBeside);
@@ -149,7 +149,8 @@ LabTransaction::~LabTransaction()
     try {
         m_db.Execute("ROLLBACK");
     } catch (const SqliteError&) {
-        // After some failures SQLite has rolled back already, and says so: what was wanted is done.
+        // After some failures SQLite has already rolled back, and reports that as an error: nothing is left
+        // to do.
     }
 }
 

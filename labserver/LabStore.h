@@ -9,19 +9,19 @@
 #include <string>
 #include <vector>
 
-/// A row as it is kept.
+/// A row as it is stored.
 struct LabRow {
     std::int64_t nId;          ///< higher than that of every row stored before it
     std::string strReceivedAt; ///< UTC, as 2024-05-31T08:15:30.123Z
     Json::Value members;       ///< an object with the table's fields
 };
 
-/// What the lab server keeps, in SQLite. For any number of threads.
+/// The lab server's data, in SQLite. Thread-safe.
 class LabStore
 {
 public:
-    /// Opens the store; a new one gets its tables and the seed data. The file, and what SQLite lays beside
-    /// it, is open to its owner alone from then on, even if it was made otherwise before.
+    /// Opens the store; a new one gets its tables and the seed data. From then on, only its owner can access
+    /// the file and those that SQLite creates beside it, whatever their modes were before.
     /// @param strFile empty keeps everything in memory
     /// @throws std::runtime_error when the file can't be opened, is a symbolic link, holds something else or
     /// can't be kept from other users
@@ -45,7 +45,8 @@ private:
     Sqlite m_db;
 };
 
-/// Changes of the store that are kept together or not at all. Others wait for the store as long as it lives.
+/// Changes to the store that are kept together or not at all. While the object exists, all others wait for
+/// the store.
 class LabTransaction
 {
 public:
@@ -57,7 +58,7 @@ public:
     /// Adds a row that RequireRow() accepts. @return its id @throws SqliteError
     std::int64_t Insert(const LabTable& table, const Json::Value& row);
 
-    /// Keeps the changes, for good when it returns. @throws SqliteError when they are not kept
+    /// Makes the changes permanent. @throws SqliteError when they are not kept
     void Commit();
 
 private:

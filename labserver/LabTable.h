@@ -18,20 +18,20 @@ struct LabField {
     LabType eType;
 };
 
-/// A table of the store, one column a field; at the same time the shape of the JSON objects that are its
-/// rows.
+/// A table of the store, with one column per field. It also defines the shape of the JSON objects that are
+/// its rows.
 struct LabTable {
     const char* pszName;
     std::vector<LabField> vecFields;
-    /// Fields, quoted and separated by commas, of which no two rows share the values: a new row replaces the
-    /// old one. Null: every row stays.
+    /// The key fields, quoted and separated by commas: a new row replaces the old one with the same key.
+    /// Null: every row stays.
     const char* pszUnique = nullptr;
 };
 
-/// Checks a value that stands for a field.
+/// Checks the member of an object that holds a field.
 /// @throws LabError (400), naming the field, when it is missing or of another type
 void RequireField(const Json::Value& object, const LabField& field);
 
-/// Checks that a value is an object with all the table's fields. Further members are no fault.
+/// Checks that a value is an object with all the table's fields. Further members are allowed.
 /// @throws LabError (400), naming the first field at fault
 void RequireRow(const Json::Value& object, const LabTable& table);

@@ -9,7 +9,7 @@ namespace labtables
 extern const LabTable Users;
 extern const LabTable Projects;
 extern const LabTable BatteryStates;
-extern const LabTable Cells; ///< what the automatic export says of a cell
+extern const LabTable Cells; ///< what the automatic export tells about a cell
 extern const LabTable FtpPaths;
 
 extern const LabTable SupportedVersions;
@@ -19,7 +19,8 @@ extern const LabTable SharedBarcodes;
 extern const LabTable ChannelStatus;
 extern const LabTable IncubatorStatus;
 extern const LabTable BatteryData;
-// A report of these kinds is a list of elements of any shape, which stand in the table beside.
+// A report of these kinds is a list of elements of any shape; each ...Elements table holds those of the table
+// before it.
 extern const LabTable CycleData;
 extern const LabTable CycleElements;
 extern const LabTable StepData;

@@ -10,7 +10,7 @@
 namespace
 {
 
-/// A name as SQLite takes it for that of a file, not for a URI that says how to open one.
+/// The name in a form that SQLite takes for a file's name, not for a URI.
 std::string FileName(const std::string& strFile)
 {
     return strFile.rfind("file:", 0) == 0 ? "./" + strFile : strFile;
@@ -25,7 +25,8 @@ SqliteError::SqliteError(sqlite3* pDb)
 
 Sqlite::Sqlite(const std::string& strFile)
 {
-    // SQLite would leave it to the umask who may read it. What it lays beside the file, it makes alike.
+    // SQLite would let the umask decide who may read the file. The files that it creates beside it get the
+    // same mode.
     if (strFile != ":memory:")
         MakeOwnersFile(strFile);
     if (sqlite3_open(FileName(strFile).c_str(), &m_pDb) == SQLITE_OK)

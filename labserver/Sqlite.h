@@ -11,13 +11,13 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-/// A failure of SQLite, in its own words.
+/// A failure of SQLite, with its own message.
 class SqliteError : public std::runtime_error
 {
 public:
     explicit SqliteError(sqlite3* pDb);
 
-    /// Whether another connection was in the way.
+    /// Whether another connection held a lock on the database.
     bool IsBusy() const { return m_bBusy; }
 
 private:
@@ -28,7 +28,7 @@ private:
 class Sqlite
 {
 public:
-    /// @param strFile made for its owner alone when there is none; ":memory:" for none
+    /// @param strFile created for its owner alone if it is missing; ":memory:" for no file
     /// @throws std::runtime_error
     explicit Sqlite(const std::string& strFile);
     ~Sqlite();

@@ -2,6 +2,6 @@
 
 class QNetworkAccessManager;
 
-/// Where the process runs with raised rights, keeps an access manager from the proxy that the environment
-/// names. A proxy that the host has given Qt stays in force.
+/// If the process runs with raised rights, keeps an access manager from using the proxy that the environment
+/// names. A proxy that the host has set in Qt stays in force.
 void AvoidEnvironmentsProxy(QNetworkAccessManager& manager);

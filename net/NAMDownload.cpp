@@ -30,11 +30,11 @@ struct ErrorOfReply : QNetworkReply {
     }
 };
 
-/// A file's name as the system takes it.
+/// A file's name in the form that the system takes.
 std::filesystem::path NativePath(const QString& strFile)
 {
 #if defined(Q_OS_WIN)
-    // In the form that may be of any length.
+    // The extended form, whose length is not limited.
     const QString strPath = QDir::toNativeSeparators(QFileInfo(strFile).absoluteFilePath());
     const bool bShare = strPath.startsWith("\\\\");
     return (bShare ? "\\\\?\\UNC" + strPath.mid(1) : "\\\\?\\" + strPath).toStdWString();
@@ -58,17 +58,17 @@ NAMDownload::NAMDownload(QObject* parent) : QNetworkAccessManager(parent)
 NAMDownload::~NAMDownload()
 {
     if (m_pReply != nullptr) {
-        m_pReply->disconnect(this); // it is aborted with this object, and must not report that
+        m_pReply->disconnect(this); // its abort with this object must not be signalled
     }
     if (m_pFile != nullptr) {
         m_pFile->remove();
     }
 }
 
-// Opened so, the temporary file is a new one, and no link is followed to another.
+// With these open flags the temporary file is always a new one, and no link is followed.
 bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
 {
-    const CBlockingCall call; // an end that begins meanwhile waits until this is under way
+    const CBlockingCall call; // an end of the process that begins meanwhile waits for this
     if (call.IsRefused()) {
         return false;
     }
@@ -82,13 +82,13 @@ bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
     m_strTarget = strTarget;
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    request.setRawHeader("Accept-Encoding", "identity"); // so that the length told is that of the file
+    request.setRawHeader("Accept-Encoding", "identity"); // so that the announced length is that of the file
     m_pReply = get(request);
     BoundBuffer(*m_pReply);
     connect(m_pReply, SIGNAL(readyRead()), this, SLOT(slot_NReply_readyRead()));
     connect(m_pReply, SIGNAL(downloadProgress(qint64, qint64)), this,
             SLOT(slot_NReply_downloadProgress(qint64, qint64)));
-    connect(m_pReply, &QNetworkReply::finished, this, &NAMDownload::CheckWhole); // before the next one
+    connect(m_pReply, &QNetworkReply::finished, this, &NAMDownload::CheckWhole); // called before the next one
     connect(m_pReply, SIGNAL(finished()), this, SLOT(slot_NReply_finished()));
     QTimer::singleShot(ExchangeLimits().timeout, Qt::PreciseTimer, m_pReply.data(), &QNetworkReply::abort);
     WatchInFlight(*this);
@@ -104,7 +104,7 @@ bool NAMDownload::IsTooLarge() const
 void NAMDownload::slot_NReply_readyRead()
 {
     if (m_pFile == nullptr) {
-        return; // it was aborted, and Qt had some more
+        return; // it was aborted, but Qt had more data
     }
     try {
         if (!IsTooLarge()) {
@@ -113,13 +113,13 @@ void NAMDownload::slot_NReply_readyRead()
                 return;
             }
         }
-    } catch (const std::bad_alloc&) { // which must not get into Qt's event loop
+    } catch (const std::bad_alloc&) { // which must not reach Qt's event loop
     }
-    m_pReply->abort(); // the download ends as a failed one, as on a full disk
+    m_pReply->abort(); // the download fails, as on a full disk
 }
 
-// Qt now and then takes a connection that breaks for the end of its reply, although bytes are missing. And
-// the last bytes of a file reach the disk, or find it full, only now.
+// Qt sometimes takes a broken connection for the end of the reply, although bytes are missing. And only now
+// are the last bytes of the file written to the disk, which may be full.
 void NAMDownload::CheckWhole()
 {
     const QVariant length = m_pReply->header(QNetworkRequest::ContentLengthHeader);

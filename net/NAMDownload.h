@@ -9,15 +9,15 @@
 
 class QNetworkReply;
 
-/// Downloads one file and then deletes itself. Make it with `new`, connect, and call `Start` once.
+/// Downloads one file and then deletes itself. Create it with `new`, connect, and call `Start` once.
 ///
-/// The file grows under a temporary name beside its target and takes the target's name when it is complete,
-/// so the target is there whole or not at all. A target that exists is left as it is, though it appeared
-/// meanwhile. What "whole" means the server must say: of a file whose length it does not tell (a chunked
-/// reply), Qt may take a connection that breaks for the end.
+/// The file is written under a temporary name beside its target and renamed when it is complete, so the
+/// target is either whole or missing. An existing target is left unchanged, even if it appeared meanwhile.
+/// Whether the file is whole can be checked only if the server announces its length: without that (a chunked
+/// reply), Qt may take a broken connection for the end of the file.
 ///
 /// A file larger than CHTTPCLIENT_MAX_REPLY_BYTES (64 MiB), or one that takes longer than
-/// CHTTPCLIENT_TIMEOUT_MS (60 s) in all, redirects included, is a failed download; see ExchangeLimits.h.
+/// CHTTPCLIENT_TIMEOUT_MS (60 s) in all, including redirects, makes the download fail; see ExchangeLimits.h.
 ///
 /// Threads: everything happens on the thread that owns it, whose event loop must run.
 class NAMDownload : public QNetworkAccessManager
@@ -27,21 +27,20 @@ class NAMDownload : public QNetworkAccessManager
 public:
     explicit NAMDownload(QObject* parent);
 
-    /// Ends a download that is under way, and removes what there is of it.
+    /// Aborts a download in progress, and removes its partial file.
     ~NAMDownload() override;
 
-    /// Begins the download. Redirects are followed where they lead to nothing less safe, by http and https
-    /// only.
-    /// @return false when a download was begun before, when the URL is not one of http or https, when no
-    ///         file can be made beside the target, or when the process or its QCoreApplication is ending;
-    ///         then nothing is sent, no signal comes, and the object stays the caller's
+    /// Starts the download. Redirects are followed within http and https, but not from https to http.
+    /// @return false when a download was started before, when the URL is not an http or https one, when no
+    ///         file can be created beside the target, or when the process or its QCoreApplication is ending;
+    ///         then nothing is sent, no signal is emitted, and the object remains the caller's
     bool Start(const QString& strUrl, const QString& strTarget);
 
 Q_SIGNALS:
-    /// The end: true when the network brought the whole file, and all of it was written. Whether it could be
-    /// given the target's name is not told.
+    /// The end: true when the whole file was received and written. It does not tell whether the file could be
+    /// renamed to the target.
     void signal_NReply_finished(bool IfSuccess);
-    /// How far the download is; only where the server told its size.
+    /// The progress; emitted only if the server announced the size.
     void signal_NReply_downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
 
 private Q_SLOTS:
@@ -54,6 +53,6 @@ private:
     bool IsTooLarge() const;
 
     QPointer<QNetworkReply> m_pReply; ///< a child of this object; deletes itself after its end
-    std::unique_ptr<QFile> m_pFile;   ///< open while the download is under way
+    std::unique_ptr<QFile> m_pFile;   ///< open while the download is in progress
     QString m_strTarget;
 };

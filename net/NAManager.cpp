@@ -21,7 +21,7 @@
 namespace
 {
 
-/// @param object  gets what the body holds
+/// @param object  gets the body's object
 SExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object)
 {
     using EKind = SExchangeEnd::EKind;
@@ -47,8 +47,9 @@ SExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object
     return {EKind::Object, nStatus, {}};
 }
 
-/// The text as a URL. Qt leaves brackets as they are in path and query, where no URL may hold them. They are
-/// encoded last: before, the escapes would mean something else beside a percent sign that begins none.
+/// The text as a URL. Qt leaves brackets in path and query as they are, although a URL must not hold them
+/// there. They are encoded last: if they were encoded before the parsing, a percent sign that begins no
+/// escape would change the meaning of their escapes.
 QUrl RequestUrl(const QString& strUrl)
 {
     QUrl url(strUrl, QUrl::TolerantMode);
@@ -82,8 +83,8 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     if (nMethod == METHOD_POST) {
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
     }
-    // Qt would say the same, and then unpack the reply. Together the two lines of a GET stand where Qt puts
-    // them; in a POST its Content-Length comes after them rather than before.
+    // Qt would send the same two lines itself, but then also unpack the reply. In a GET they stand where Qt
+    // would put them; in a POST, Content-Length follows them instead of preceding them.
     request.setRawHeader("Connection", "Keep-Alive");
     request.setRawHeader("Accept-Encoding", CReplyBody::CODINGS);
     QNetworkReply* const pReply = nMethod == METHOD_POST ? post(request, baBody) : get(request);
@@ -104,11 +105,11 @@ void NAManager::slot_reply_finished(QNetworkReply* reply)
     try {
         reply->deleteLater();
         deleteLater();
-    } catch (const std::bad_alloc&) { // both go with the thread's use of the network, see WatchInFlight
+    } catch (const std::bad_alloc&) { // both are deleted as WatchInFlight describes
     }
 }
 
-/// @param object  gets what the reply holds
+/// @param object  gets the reply's object
 SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
 {
     const int nStatus = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();

@@ -13,15 +13,16 @@
 class CReplyBody;
 class QNetworkReply;
 
-/// One request, one answer, and then it deletes itself. Make it with `new`, connect, call `SendRequest` once,
-/// and do not use it again. Who no longer waits for the answer may delete it while the exchange has not
-/// ended: the request is given up, and nobody is told.
+/// Sends one request, emits one answer, and then deletes itself. Create it with `new`, connect, call
+/// `SendRequest` once, and do not use it again. A caller that no longer waits for the answer may delete it
+/// while the exchange has not ended: the request is given up, and no signal is emitted.
 ///
-/// A body that is larger, unpacked, than CHTTPCLIENT_MAX_REPLY_BYTES (see ExchangeLimits.h), or that can't be
-/// unpacked, ends the exchange as soon as that is seen, like a network error. No time is limited here.
+/// A body whose unpacked size exceeds CHTTPCLIENT_MAX_REPLY_BYTES (see ExchangeLimits.h), or that can't be
+/// unpacked, ends the exchange as soon as that is detected, like a network error. There is no time limit
+/// here.
 ///
-/// Threads: everything happens on the thread that owns it, whose event loop must run until the answer is
-/// there, and once more to delete it.
+/// Threads: everything happens on the thread that owns it, whose event loop must run until the answer has
+/// arrived, and once more to delete the object.
 class NAManager : public QNetworkAccessManager
 {
     Q_OBJECT
@@ -33,23 +34,24 @@ public:
     explicit NAManager(QObject* parent);
     ~NAManager() override;
 
-    /// Sends. A POST carries the body as "application/json", a GET carries none. With any other method
-    /// nothing is sent, no signal ever comes, and the object stays the caller's.
-    /// @param strUrl  is encoded as a tolerant `QUrl` does
+    /// Sends the request. A POST carries the body as "application/json", a GET carries none. With any other
+    /// method nothing is sent, no signal is emitted, and the object remains the caller's.
+    /// @param strUrl  is encoded as by `QUrl` in its tolerant mode
     void SendRequest(QString strUrl, QByteArray baBody, int nMethod);
 
-    /// Sets who is told how the exchange ended: once, just before the answer, and also where no answer comes.
+    /// Sets the function that is told how the exchange ended: once, just before the answer, and also when no
+    /// answer is emitted.
     void SetEndReceiver(std::function<void(const SExchangeEnd&)> fnReceive);
 
-    /// Whether the exchange has ended. Then it may be handling its reply, and deletes itself.
+    /// Whether the exchange has ended. The object may then be handling its reply, and deletes itself.
     bool HasEnded() const { return m_bEnded; }
 
 Q_SIGNALS:
-    /// The answer, at most one: `bSucc` with the object that the body is, or the first element of the array
-    /// that it is; false with an empty object after a network error (an HTTP status of 400 or more is one)
-    /// and for a body that is no JSON object or array, or holds too many values (see ReplyLimits.h), or for
-    /// which there is no memory.
-    /// An empty array, or one that begins with anything but an object, is never answered.
+    /// The answer, emitted at most once. `bSucc` is true with the body's object, or with the first element if
+    /// the body is an array. It is false with an empty object after a network error (which includes an HTTP
+    /// status of 400 or more), and for a body that is not a JSON object or array, holds too many values (see
+    /// ReplyLimits.h), or for which there is no memory. For an empty array, or one that does not begin with
+    /// an object, no answer is emitted.
     void signal_reply_finished(bool bSucc, QJsonObject object);
     void signal_upload_progress(qint64 bytesSent, qint64 bytesTotal);
 

@@ -22,14 +22,14 @@
 namespace
 {
 
-// How long each request may take that nobody answers. They fail at once, unless the machine is in trouble.
+// How long each of the failing requests may take. They fail at once, unless the machine is in trouble.
 constexpr int PATIENCE_MS = 1'000;
-// How long the caller waits for both. They can't be made while the caller holds the lock of the system's
-// loader, as it does where it is the constructor of a static object of a library that is being loaded.
+// How long the caller waits for both requests. They can't be made while the caller holds the lock of the
+// dynamic loader, as the constructor of a static object does while its library is being loaded.
 constexpr std::chrono::seconds LONGEST_WAIT{3};
 
-/// Requests to the port that nothing can listen on: Qt makes all of its objects, and nothing leaves the
-/// machine.
+/// Sends requests to port 0, on which nothing can listen: Qt creates all of its objects, and nothing leaves
+/// the machine.
 void MakeFailingRequests()
 {
     QNetworkAccessManager manager;
@@ -45,7 +45,7 @@ void MakeFailingRequests()
     }
 }
 
-/// The requests, made on a thread of their own, so that no event of the host's is handled meanwhile.
+/// The requests, made on a thread of their own, so that no event of the host is handled meanwhile.
 struct SRequests {
     std::promise<void> made;
     std::future<void> end = made.get_future();
@@ -55,8 +55,8 @@ struct SRequests {
     });
 };
 
-/// Makes the requests, or goes on to wait for them.
-/// @return false when that took too long; then they go on
+/// Makes the requests, or continues to wait for them.
+/// @return false when they take too long; they go on then
 bool MadeRequestsInTime()
 {
     static SRequests& requests = *new SRequests; // never destroyed: the thread may still run then
@@ -78,14 +78,14 @@ void PrepareNetwork()
     }
     const std::lock_guard<std::mutex> lock(mutex);
     if (!bPrepared) {
-        const QNetworkAccessManager first; // some of what it makes belongs to the thread of the application
+        const QNetworkAccessManager first; // some of what it creates belongs to the application's thread
         try {
             if (MadeRequestsInTime()) {
                 AtProcessEnd(&EndNetworkUse);
                 bPrepared = true;
             }
         } catch (const std::system_error&) {
-            // There is no thread left for them; the next call tries again.
+            // No thread could be started; the next call tries again.
         }
     }
 }

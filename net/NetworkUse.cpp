@@ -18,15 +18,16 @@
 namespace
 {
 
-// How long an end waits for the other threads. A receiver that hangs must not keep the process from ending.
+// How long the end of the process or the application waits for the other threads. A receiver that hangs must
+// not keep the process from ending.
 constexpr std::chrono::seconds STOP_GRACE{5};
-// How long a stopped thread sleeps: longer than an end takes, unless several parts of it wait as long as they
-// may.
+// How long a stopped thread sleeps: longer than the end of the process takes, unless several steps of that
+// end use up their time limits.
 constexpr std::chrono::seconds SLEEP_OF_THE_STOPPED{10};
 
 /// What one thread is using.
 struct SThread {
-    QObject anchor; ///< lives in the thread, and so what is posted to it runs there
+    QObject anchor; ///< lives in the thread, so that calls posted to it run there
     std::vector<QNetworkAccessManager*> vecManagers;
     std::vector<QEventLoop*> vecLoops;       ///< of blocking calls, the innermost last
     QPointer<QCoreApplication> pApplication; ///< the one whose end is watched
@@ -38,7 +39,7 @@ struct SThread {
     bool bStopped = false; ///< it sleeps, or has slept
 };
 
-/// All threads.
+/// All threads that use the network.
 struct SThreads {
     std::mutex mutex; ///< guards all that follows
     std::condition_variable changed;
@@ -53,7 +54,7 @@ struct SThreads {
     {
         return std::none_of(vecThreads.begin(), vecThreads.end(), &IsBusyElsewhere);
     }
-    /// The child of a fork has none of the threads but one.
+    /// Only threads of this process count: of its parent's threads, the child of a fork has only one.
     static bool IsBusyElsewhere(const SThread* pThread)
     {
         return pThread->nUses != 0 && !pThread->bStopped && pThread->id != std::this_thread::get_id() &&
@@ -75,8 +76,8 @@ void Count(SThread& thread, int nChange)
     Threads().changed.notify_all();
 }
 
-/// Counts as a use itself: a manager says that it goes before it has waited for its thread of Qt's, which
-/// uses what goes with the process.
+/// Deletes the thread's managers. Counts as a use itself: a manager signals its destruction before it has
+/// waited for its internal Qt thread, and that thread uses objects that are destroyed as the process ends.
 void EndAll(SThread& thread)
 {
     Count(thread, 1);
@@ -86,7 +87,7 @@ void EndAll(SThread& thread)
     Count(thread, -1);
 }
 
-/// Where the process ends on another thread: lets this one sleep, once.
+/// If the process is ending on another thread, makes this one sleep, once.
 void SleepIfStopped(SThread& thread)
 {
     {
@@ -104,7 +105,7 @@ void SleepIfStopped(SThread& thread)
     std::this_thread::sleep_for(SLEEP_OF_THE_STOPPED);
 }
 
-/// Ends what the thread is using, called on it from its event loop.
+/// Ends the thread's use of the network; called on that thread, from its event loop.
 void Stop(SThread& thread)
 {
     SleepIfStopped(thread);
@@ -125,10 +126,11 @@ void StopOthers(std::unique_lock<std::mutex>& lock)
     Threads().changed.wait_for(lock, STOP_GRACE, [] { return Threads().OthersAreDone(); });
 }
 
-thread_local bool t_bGone = false; ///< so that a static object that goes later finds out
+thread_local bool t_bGone = false; ///< lets static objects that are destroyed later know
 
-/// What belongs to a thread goes before anything static when that thread calls exit() or returns from main,
-/// so also before what Qt's own threads are using or just making.
+/// Owns what a thread uses. Thread-local objects of a thread that calls exit() or returns from main are
+/// destroyed before any static object, and so before the objects that Qt's own threads use or are just
+/// creating.
 struct SOwner {
     SThread* const pThread = new SThread;
 
@@ -140,7 +142,7 @@ struct SOwner {
     ~SOwner()
     {
         t_bGone = true;
-        if (ThreadsAreGone()) { // for which each manager would wait, and one of which may hold a lock of Qt's
+        if (ThreadsAreGone()) { // a manager would wait for its thread, or for a lock of Qt's
             return;
         }
         EndAll(*pThread);
@@ -156,14 +158,15 @@ struct SOwner {
     SOwner& operator=(const SOwner&) = delete;
 };
 
-/// @return null once the thread is past its end
+/// @return null once the thread's owner object is destroyed
 SThread* ThisThread()
 {
     if (t_bGone) {
         return nullptr;
     }
     thread_local const SOwner owner;
-    // The analyzer takes it for an object that ends with this function; it ends with the thread.
+    // The analyzer assumes that the owner is destroyed when this function returns; it lives as long as the
+    // thread.
     return owner.pThread; // NOLINT(clang-analyzer-cplusplus.NewDelete)
 }
 
@@ -188,7 +191,7 @@ void WatchApplication(SThread& thread)
     qAddPostRoutine(&EndOfApplication);
     QObject::connect(pApplication, &QObject::destroyed, [] {
         const std::lock_guard<std::mutex> lock(Threads().mutex);
-        Threads().bApplicationEnds = false; // there may be another one
+        Threads().bApplicationEnds = false; // another one may follow
     });
 }
 
@@ -212,7 +215,7 @@ void WatchInFlight(QNetworkAccessManager& manager)
         vecLeft.erase(std::remove(vecLeft.begin(), vecLeft.end(), pGone), vecLeft.end());
         Count(*pThread, -1);
     };
-    // Direct, since `EndAll` relies on it also where the thread is past its end for Qt.
+    // Direct, since `EndAll` relies on the call even when Qt considers the thread finished.
     QObject::connect(&manager, &QObject::destroyed, &pThread->anchor, fnForget, Qt::DirectConnection);
 }
 
@@ -225,7 +228,7 @@ CBlockingCall::CBlockingCall()
         return;
     }
     lock.unlock();
-    WatchApplication(*pThread); // before it counts on the application, which may end at any time
+    WatchApplication(*pThread); // before it relies on the application, which may end at any time
     lock.lock();
     m_bRefused = Threads().IsEnding();
     if (!m_bRefused) {
@@ -240,7 +243,7 @@ CBlockingCall::~CBlockingCall()
         return;
     }
     if (m_bRefused) {
-        EndAll(*pThread); // the end waits for it, and no event may be handled here before the next call
+        EndAll(*pThread); // the end waits for them, and this thread might handle no more events
     } else {
         Count(*pThread, -1);
     }
@@ -254,8 +257,8 @@ void CBlockingCall::Run(QEventLoop& loop)
         return;
     }
     pThread->vecLoops.push_back(&loop);
-    // Within a handler of a posted event, Qt's GLib dispatcher takes up the other events posted before it
-    // only when it is woken up. Among them may be the one that sends the report of an outer call.
+    // While a posted event is being handled, Qt's GLib dispatcher handles the other events posted earlier
+    // only when it is woken up. One of them may be the event that sends the report of an outer call.
     if (QAbstractEventDispatcher* const pDispatcher = QAbstractEventDispatcher::instance()) {
         pDispatcher->wakeUp();
     }

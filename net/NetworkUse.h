@@ -5,24 +5,25 @@
 class QEventLoop;
 class QNetworkAccessManager;
 
-// Which threads are using Qt's network access, so that none goes on with it when the parts of Qt that it
-// works with go: at the end of its thread, of the QCoreApplication, of the process.
+// Tracks which threads are using Qt's network access, so that each of them stops before the parts of Qt that
+// it needs are destroyed: at the end of its thread, of the QCoreApplication or of the process.
 //
 // When the process ends on another thread, a thread that is using the network is stopped where it waits: its
-// access managers are deleted, and it sleeps until the process is gone. It does not return to code that would
-// go on in a process half taken down. For a host that nevertheless waits for that thread while it ends, the
-// sleep is bounded (10 s).
+// access managers are deleted, and it sleeps until the process is gone. So it does not return to code that
+// would run on in a half-destroyed process. In case the host waits for that thread while it ends, the sleep
+// is limited to 10 s.
 
-/// Keeps watch over an access manager that has a request under way: it is deleted at the end that comes
-/// first. Call it on the manager's thread, with each request.
+/// Watches an access manager that has a request in progress: the manager is deleted at the first of the three
+/// ends above. Call it on the manager's thread, for each request.
 void WatchInFlight(QNetworkAccessManager& manager);
 
-/// A blocking call of this thread, or one that begins a request, from before the request is made.
+/// Marks a blocking call of this thread, or a call that starts a request. Create it before the request is
+/// made.
 class CBlockingCall
 {
 public:
     CBlockingCall();
-    /// Where the call was refused, this thread's other requests are ended too. Once the process ends on
+    /// If the call was refused, this thread's other requests are ended too. If the process is ending on
     /// another thread, this returns only after the sleep.
     ~CBlockingCall();
     CBlockingCall(const CBlockingCall&) = delete;
@@ -31,23 +32,23 @@ public:
     /// Whether the process, or the QCoreApplication, is ending, so that no request may be made any more.
     bool IsRefused() const { return m_bRefused; }
 
-    /// Runs the loop until somebody, or the end, quits it.
+    /// Runs the loop until its user, or the end of the process or application, quits it.
     static void Run(QEventLoop& loop);
 
 private:
     bool m_bRefused;
 };
 
-/// Holds this thread back for that time, without handling events, or until the process begins to end.
+/// Makes this thread wait, without handling events, for that time or until the process begins to end.
 void HoldBack(std::chrono::milliseconds pause);
 
-/// Makes what Qt makes with the first requests, and registers `EndNetworkUse` after it, since what is made
-/// first is destroyed last. Once a process. Without a QCoreApplication it does nothing, and it gives up after
-/// 3 s; then it may be called again.
+/// Makes Qt create the objects that it creates with the first requests, and then registers `EndNetworkUse`,
+/// since what is created first is destroyed last. This is done once per process. Without a QCoreApplication
+/// it does nothing, and it gives up after 3 s; in both cases it may be called again.
 void PrepareNetwork();
 
-/// Ends all use of the network, as the process ends: that of this thread at once, that of the others within 5
-/// s. No further one begins.
+/// Ends all use of the network, when the process ends: that of this thread at once, that of the others within
+/// 5 s. No new use can begin.
 void EndNetworkUse();
 
 /// Whether `EndNetworkUse` was called.

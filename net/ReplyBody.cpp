@@ -13,10 +13,10 @@
 namespace
 {
 
-// More than Qt takes from a connection at a time: close to the bound it hands on one block with each reading.
+// More than Qt takes from a connection at a time: close to the limit, it passes on only one block per read.
 constexpr qint64 MOST_HELD = qint64{8} * 1024 * 1024;
 
-// What a QByteArray can hold, less what it adds to that.
+// What a QByteArray can hold, less its own overhead.
 constexpr std::size_t MOST_BYTES = std::numeric_limits<int>::max() - 1024;
 
 } // namespace
@@ -43,7 +43,7 @@ void CReplyBody::Receive()
         if (!TakeArrived()) {
             Abort();
         }
-    } catch (const std::bad_alloc&) { // which must not get into Qt's event loop
+    } catch (const std::bad_alloc&) { // which must not reach Qt's event loop
         m_bLacksMemory = true;
         m_baBytes.clear();
         Abort();
@@ -54,7 +54,7 @@ void CReplyBody::Abort()
 {
     try {
         m_reply.abort();
-    } catch (const std::bad_alloc&) { // then it ends by itself, or with the request
+    } catch (const std::bad_alloc&) { // then the reply ends by itself, or with the request
     }
 }
 
@@ -68,7 +68,7 @@ bool CReplyBody::TakeArrived()
     return m_pInflater != nullptr ? TakePacked(strPiece) : Take(strPiece);
 }
 
-// A body in any other coding is taken as it is, and left to whoever reads it.
+// A body in any other coding is collected as it is, and left to its reader.
 void CReplyBody::ChooseCoding()
 {
     const QByteArray baCoding = m_reply.rawHeader("Content-Encoding");
@@ -95,11 +95,11 @@ bool CReplyBody::TakePacked(std::string_view strBytes)
     const auto fnTake = [this](std::string_view strUnpacked) { return Take(strUnpacked); };
     switch (m_pInflater->Write(strBytes, fnTake)) {
     case EUnpacked::Refused:
-        return false; // and has said why
+        return false; // the error is set already
     case EUnpacked::NoMemory:
         throw std::bad_alloc();
     case EUnpacked::Damaged:
-        // What follows after the end of a body is left out.
+        // Bytes after the end of the packed body are ignored.
         return m_pInflater->HasSeenEnd() ||
                Fail(QStringLiteral("the reply's body is labelled %1, but can't be unpacked")
                         .arg(QString::fromLatin1(m_reply.rawHeader("Content-Encoding"))));

@@ -11,37 +11,37 @@
 class CInflater;
 class QNetworkReply;
 
-/// Keeps what Qt itself holds of a reply within some megabytes. Beyond, it stops receiving until they are
-/// read, so read whenever there is something.
+/// Limits what Qt itself buffers of a reply to some megabytes. At the limit, Qt stops receiving until they
+/// are read, so read whenever there is something to read.
 void BoundBuffer(QNetworkReply& reply);
 
-/// Collects the body of a reply while it arrives, unpacked, and ends the exchange where the body is larger
-/// than it may be. Qt would unpack at once whatever has arrived, a thousand times its size in memory; so its
-/// request has to name the codings itself, which leaves the unpacking to this.
+/// Collects and unpacks the body of a reply while it arrives, and ends the exchange if the body is too large.
+/// Qt would unpack everything that has arrived at once, which may take a thousand times its size in memory.
+/// So the request must name the codings itself, which makes Qt leave the unpacking to this class.
 class CReplyBody
 {
 public:
-    /// The value of "Accept-Encoding": what can be unpacked.
+    /// The value of "Accept-Encoding": the codings that can be unpacked.
     static constexpr const char* CODINGS = "gzip, deflate";
 
-    /// @param reply       outlives this; nothing of it was received yet
-    /// @param nMostBytes  the most that the body may have, unpacked; above some 2 GB, what Qt can keep counts
+    /// @param reply       must outlive this; nothing of it may have been received yet
+    /// @param nMostBytes  the largest allowed size of the unpacked body; at most some 2 GB, the limit of Qt
     CReplyBody(QNetworkReply& reply, std::size_t nMostBytes);
     ~CReplyBody();
     CReplyBody(const CReplyBody&) = delete;
     CReplyBody& operator=(const CReplyBody&) = delete;
 
-    /// Takes what has arrived, and aborts the reply, as the last thing, where it can't be taken. Call it
-    /// whenever there is something to read, and at the end.
+    /// Takes what has arrived; if it can't be taken, aborts the reply as its last step. Call it whenever
+    /// there is something to read, and at the end.
     void Receive();
 
-    /// Why the body can't be had; empty where it can, and where there was no memory for it.
+    /// Why there is no body; empty if there is one, and also if there was no memory for it.
     const QString& Error() const { return m_strError; }
 
     /// Whether there was no memory for the body.
     bool LacksMemory() const { return m_bLacksMemory; }
 
-    /// Gives the body away: what can be large is kept once.
+    /// Moves the body out, so that a large body is never stored twice.
     QByteArray TakeBytes() { return std::exchange(m_baBytes, {}); }
 
 private:

@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr const char* NOTE = "ktsTlsErrors"; ///< the property of a reply
+constexpr const char* NOTE = "ktsTlsErrors"; ///< a property of the reply
 
 } // namespace
 
@@ -26,7 +26,7 @@ void NoteTlsErrors(QNetworkAccessManager& manager)
                                  lstTexts += error.errorString();
                              }
                              pReply->setProperty(NOTE, lstTexts);
-                         } catch (const std::bad_alloc&) { // then less is said
+                         } catch (const std::bad_alloc&) { // then the text says less
                          }
                      });
 }

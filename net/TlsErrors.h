@@ -5,10 +5,10 @@
 class QNetworkAccessManager;
 class QNetworkReply;
 
-/// Notes what is wrong with the certificates that the manager's servers show, for `ErrorText`. They fail all
-/// the same. To be called on the manager's thread, once, before its first request.
+/// Records what is wrong with the certificates of the manager's servers, for `ErrorText`. The exchanges fail
+/// all the same. Call it once, on the manager's thread, before its first request.
 void NoteTlsErrors(QNetworkAccessManager& manager);
 
-/// Why an exchange of such a manager failed. Of a certificate Qt's own text says no more than that the
-/// handshake failed; here what is wrong with it follows.
+/// Why an exchange of such a manager failed. When a certificate is bad, Qt's own text says only that the
+/// handshake failed; this text adds what is wrong with the certificate.
 QString ErrorText(const QNetworkReply& reply);

@@ -8,7 +8,7 @@ namespace chttpclient
 namespace
 {
 
-/// What a TLS library has not got need not be switched off: Schannel knows no folders of authorities.
+/// An option that the TLS library lacks need not be switched off: Schannel has no folders of authorities.
 CURLcode AfterSwitchingOff(CURLcode eResult)
 {
     return eResult == CURLE_NOT_BUILT_IN ? CURLE_OK : eResult;
@@ -25,14 +25,14 @@ CURLcode SetAuthorities(CURL* pEasy, const std::string& strCaFile)
         {{CURLOPT_CAINFO, CURLOPT_CAPATH}, {CURLOPT_PROXY_CAINFO, CURLOPT_PROXY_CAPATH}}};
     for (const auto& [eFile, eFolder] : PEERS) {
         CURLcode eResult = curl_easy_setopt(pEasy, eFile, strCaFile.c_str());
-        if (eResult == CURLE_OK) { // a folder that libcurl was built with counts beside a file
+        if (eResult == CURLE_OK) { // libcurl's built-in folder would be used besides the file
             eResult = AfterSwitchingOff(curl_easy_setopt(pEasy, eFolder, static_cast<const char*>(nullptr)));
         }
         if (eResult != CURLE_OK) {
             return eResult;
         }
     }
-    // Of a file alone libcurl would remember the authorities for a day.
+    // Given only a file, libcurl would cache its authorities for a day.
     return AfterSwitchingOff(curl_easy_setopt(pEasy, CURLOPT_CA_CACHE_TIMEOUT, 0L));
 }
 

@@ -7,9 +7,9 @@
 namespace chttpclient
 {
 
-/// Makes a handle trust the authorities of a file and nobody else: for servers, and for proxies that are
+/// Makes a handle trust only the certificate authorities in a file, both for servers and for proxies that are
 /// reached over TLS. The file is read for each connection.
-/// @param strCaFile  empty to leave libcurl's own in force
+/// @param strCaFile  empty to keep libcurl's default
 CURLcode SetAuthorities(CURL* pEasy, const std::string& strCaFile);
 
 } // namespace chttpclient

@@ -8,11 +8,11 @@ namespace chttpclient
 namespace
 {
 
-// Each has a window of 32 KiB, and no server applies more than one.
+// Each coding takes a window of 32 KiB, and no server applies more than one.
 constexpr std::size_t MAX_CODINGS = 5;
 
-// Header lines of one name that may say how a body is packed. libcurl reads its whole list of lines for each
-// of them, which takes seconds where there are thousands. No server needs more than one or two.
+// The most header lines of one name that may name codings. libcurl searches its whole list of header lines
+// for each of them, which takes seconds if there are thousands. No server needs more than one or two.
 constexpr std::size_t MAX_CODING_LINES = 16;
 
 std::string_view Trimmed(std::string_view strText)
@@ -30,7 +30,7 @@ bool IsOneOf(std::string_view strName, std::initializer_list<std::string_view> n
     });
 }
 
-/// Of all but `Refused`.
+/// For every result except `Refused`.
 CURLcode CodeOf(EUnpacked eUnpacked)
 {
     switch (eUnpacked) {
@@ -98,7 +98,7 @@ CURLcode CBodyDecoder::Pass(Stages::iterator stage, std::string_view strBytes)
     if (stage->HasTakenTooMuch(m_nMaxBytes)) {
         return CURLE_FILESIZE_EXCEEDED;
     }
-    CURLcode eNext = CURLE_OK; // what the next stage says
+    CURLcode eNext = CURLE_OK; // the result of the next stage
     const EUnpacked eUnpacked = stage->Write(strBytes, [&](std::string_view strUnpacked) {
         eNext = Pass(std::next(stage), strUnpacked);
         return eNext == CURLE_OK;

@@ -13,26 +13,26 @@
 namespace chttpclient
 {
 
-/// Collects the body of a reply, and unpacks it where its header says that it is packed. libcurl could do so
-/// too, but 7.88 takes a packed body that ends early for a complete one.
+/// Collects the body of a reply, and unpacks it if the header says that it is packed (compressed). libcurl
+/// could do that too, but version 7.88 takes a truncated packed body for a complete one.
 class CBodyDecoder
 {
 public:
-    /// @param nMaxBytes  the most that the body may have, unpacked
+    /// @param nMaxBytes  the largest allowed size of the unpacked body
     explicit CBodyDecoder(std::size_t nMaxBytes) : m_nMaxBytes(nMaxBytes) {}
 
-    /// Takes all codings from the header of the reply that the handle receives. Call it before the first
-    /// byte.
+    /// Adds the codings named in the header of the reply that the handle is receiving. Call it before the
+    /// body's first byte.
     /// @return as `AddCodings`
     CURLcode AddCodingsOf(CURL* pEasy);
 
-    /// Takes the value of a Content-Encoding header: names in the order in which the codings were applied.
-    /// The value of a Transfer-Encoding header comes after it. Call it before the first byte.
-    /// @return CURLE_OK, or CURLE_BAD_CONTENT_ENCODING for a coding that is unknown, or for too many
+    /// Adds the codings named in the value of a Content-Encoding header, in the order in which they were
+    /// applied. Add the value of a Transfer-Encoding header after it. Call it before the body's first byte.
+    /// @return CURLE_OK, or CURLE_BAD_CONTENT_ENCODING for an unknown coding or too many codings
     CURLcode AddCodings(std::string_view strNames);
 
     /// @return CURLE_BAD_CONTENT_ENCODING for bytes that can't be unpacked, don't match their checksum, or
-    ///         follow after the end; CURLE_FILESIZE_EXCEEDED above the limit; CURLE_OUT_OF_MEMORY
+    ///         follow the end; CURLE_FILESIZE_EXCEEDED above the limit; CURLE_OUT_OF_MEMORY
     CURLcode Write(std::string_view strBytes) { return Pass(m_lstStages.begin(), strBytes); }
 
     /// Whether no coding expects more bytes.
@@ -47,7 +47,7 @@ private:
     CURLcode Pass(Stages::iterator stage, std::string_view strBytes);
 
     const std::size_t m_nMaxBytes;
-    Stages m_lstStages; ///< what was applied last is unpacked first
+    Stages m_lstStages; ///< the coding applied last is undone first
     std::string m_strBody;
 };
 

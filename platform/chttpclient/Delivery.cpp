@@ -12,14 +12,14 @@ namespace chttpclient
 namespace
 {
 
-/// Writes a line to the log, if that can be done: memory may have run out, which may be what the line is to
-/// tell of, and a site's own log may throw. The replies behind are delivered all the same.
+/// Writes a line to the log if possible. Memory may have run out, which may be just what the line reports,
+/// and a site's own log may throw; the replies that follow must be delivered all the same.
 template <class Say>
 void SayIfPossible(Say fnSay) noexcept
 {
     try {
         fnSay();
-    } catch (...) { // a line less
+    } catch (...) { // the line is lost
     }
 }
 
@@ -29,7 +29,7 @@ void CDelivery::SetReceiver(CHttpClientResponse fnReceiver)
 {
     auto pReceiver = std::make_shared<const CHttpClientResponse>(std::move(fnReceiver));
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_pReceiver.swap(pReceiver); // the earlier one goes after the lock is released
+    m_pReceiver.swap(pReceiver); // the previous one is destroyed after the lock is released
 }
 
 std::shared_ptr<const CHttpClientResponse> CDelivery::Receiver() const
@@ -52,7 +52,7 @@ void CDelivery::StartThread()
         return;
     }
     if (m_thread.joinable()) {
-        m_thread.join(); // it has left its loop, or is just about to return
+        m_thread.join(); // it has left its loop and is about to return
     }
     m_bStop = false;
     m_thread = StartQuietThread([this] { Run(); });
@@ -67,7 +67,7 @@ void CDelivery::Post(ExchangeList& exchanges)
             StartThread();
             m_lstWaiting.splice(m_lstWaiting.end(), exchanges);
             const bool bIdle = m_bIdle;
-            lock.unlock(); // the thread is not to wake up only to wait for it
+            lock.unlock(); // so that the thread does not wake up only to wait for it
             if (bIdle) {
                 m_wake.notify_one();
             }
@@ -127,8 +127,8 @@ void CDelivery::Run()
     m_ended.notify_all();
 }
 
-// One at a time: what waits behind a receiver that ends the process is still there to be delivered by that
-// end.
+// Takes one exchange at a time: if its receiver ends the process, the others are still in the list, and `End`
+// delivers them.
 void CDelivery::DeliverWaiting(std::unique_lock<std::mutex>& lock)
 {
     while (!m_lstWaiting.empty()) {
@@ -143,7 +143,7 @@ void CDelivery::DeliverWaiting(std::unique_lock<std::mutex>& lock)
 void CDelivery::Deliver(ExchangeList& exchanges)
 {
     for (; !exchanges.empty(); exchanges.pop_front()) {
-        m_nOwed.fetch_sub(1); // first: a receiver may send the next request, however low the limit is
+        m_nOwed.fetch_sub(1); // first: a receiver may send its next request even at a limit of one
         Deliver(exchanges.front());
     }
 }

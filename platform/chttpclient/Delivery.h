@@ -26,29 +26,29 @@ public:
     void SetReceiver(CHttpClientResponse fnReceiver);
     std::shared_ptr<const CHttpClientResponse> Receiver() const;
 
-    /// Starts the thread where none runs.
-    /// @throws std::system_error when no thread can be had
+    /// Starts the thread unless it is running.
+    /// @throws std::system_error when no thread can be started
     void Start();
 
-    /// Counts an exchange that is going to be posted.
-    /// @return how many were owed before
+    /// Counts an exchange that will be posted.
+    /// @return how many were counted and not yet delivered before
     std::size_t Owe() { return m_nOwed.fetch_add(1); }
 
-    /// Puts exchanges, each owed before, behind those that wait; the list is empty then. Where no thread can
-    /// be had, and after `End`, the receiver is called at once, on this thread.
+    /// Appends exchanges, each already counted by `Owe`, to the waiting ones, and leaves the list empty. If
+    /// no thread can be started, and after `End`, the receiver is called at once, on this thread.
     void Post(ExchangeList& exchanges);
 
-    /// Lets the thread end once everything is delivered, and waits for that. On the delivering thread itself,
-    /// or where a receiver blocks past the deadline, the thread is left to end by itself.
+    /// Makes the thread end once everything is delivered, and waits for that. When called on the delivering
+    /// thread itself, or when a receiver blocks past the deadline, the thread is left to end by itself.
     void Stop(Clock::time_point deadline);
 
-    /// Stops for good, as the process ends. What a call on the delivering thread itself finds waiting is
-    /// delivered by that very call, since it is not going to return to the thread's loop.
+    /// Stops for good, when the process ends. When called on the delivering thread itself, it delivers the
+    /// waiting exchanges, since that thread will not return to its loop.
     void End(Clock::time_point deadline);
 
     bool OnDeliveringThread() const;
 
-    /// For a fork: keeps everybody else out until it is over.
+    /// For a fork: locks out all other threads until it is over.
     void LockForFork() { m_mutex.lock(); }
     void UnlockAfterFork() { m_mutex.unlock(); }
 
@@ -60,12 +60,12 @@ private:
     void Deliver(const SHttpExchange& exchange);
 
     mutable std::mutex m_mutex;
-    std::condition_variable m_wake;  ///< the thread: something waits, or it is to stop
-    std::condition_variable m_ended; ///< a stopper: the thread is about to return
+    std::condition_variable m_wake;  ///< for the thread: an exchange waits, or it must stop
+    std::condition_variable m_ended; ///< for `Stop`: the thread is about to return
     std::shared_ptr<const CHttpClientResponse> m_pReceiver;
     ExchangeList m_lstWaiting;
     std::thread m_thread;
-    std::thread::id m_idThread; ///< of the running thread; none while none runs
+    std::thread::id m_idThread; ///< of the running thread; the default id while none runs
     bool m_bIdle = false;       ///< the thread sleeps
     bool m_bStop = false;
     bool m_bEnded = false;

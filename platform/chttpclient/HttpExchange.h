@@ -6,7 +6,7 @@
 namespace chttpclient
 {
 
-/// A request as it was handed in, and the one outcome that it comes to.
+/// A request as it was handed in, and its outcome.
 struct SHttpExchange {
     int nType = 0;
     std::string strUrl; ///< not encoded yet
@@ -19,8 +19,8 @@ struct SHttpExchange {
     int nHttpError = 0; ///< as chttpclient.h lists them
 };
 
-/// Exchanges on their way. One is made when its request is handed in, and moves from list to list until its
-/// callback has returned: nothing on that way needs memory that may not be there.
+/// Exchanges in progress. Each is allocated when its request is handed in, and then moves from list to list
+/// until its callback has returned, so that no later step can fail for lack of memory.
 using ExchangeList = std::list<SHttpExchange>;
 
 } // namespace chttpclient

@@ -17,12 +17,12 @@ namespace chttpclient
 namespace
 {
 
-// No server needs more; one that never ends its header is cut off here.
+// No server needs more; a header that never ends is cut off here.
 constexpr std::size_t MAX_HEADER_BYTES = std::size_t{256} * 1024;
 
 constexpr std::string_view CONTENT_TYPE = "content-type:";
 
-/// "Name: value" without a byte that could end the line early.
+/// Whether a line is "Name: value" and holds no byte that could end it early.
 bool IsHeaderLine(const std::string& strLine)
 {
     const auto isControl = [](char c) { return (c >= '\0' && c < ' ' && c != '\t') || c == '\x7F'; };
@@ -31,7 +31,7 @@ bool IsHeaderLine(const std::string& strLine)
            std::none_of(strLine.begin(), strLine.end(), isControl);
 }
 
-/// Without regard to case.
+/// Ignores case.
 bool BeginsWith(std::string_view strText, std::string_view strBegin)
 {
     return strText.size() >= strBegin.size() &&
@@ -96,16 +96,16 @@ void CHttpTransfer::SetConstantOptions()
     Set(CURLOPT_HEADERDATA, static_cast<void*>(this));
     Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_settings.connectTimeout.count()));
     Set(CURLOPT_TIMEOUT_MS, static_cast<long>(m_settings.timeout.count()));
-    Set(CURLOPT_MAXAGE_CONN, MAX_IDLE_SECONDS - 1); // libcurl means more than that, in whole seconds
+    Set(CURLOPT_MAXAGE_CONN, MAX_IDLE_SECONDS - 1); // closes those idle for longer, in whole seconds
     Set(CURLOPT_PROTOCOLS_STR, "http,https");
     Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    // What Qt's road asks for too; libcurl writes every name more into each request, at a cost.
+    // The same codings as on the blocking interface. libcurl writes every name into each request, at a cost.
     Set(CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
     Set(CURLOPT_HTTP_CONTENT_DECODING, 0L); // m_body does it
-    Set(CURLOPT_PATH_AS_IS, 1L);            // the path is the server's business, "/../" included
+    Set(CURLOPT_PATH_AS_IS, 1L);            // leaves the path, with any "/../", to the server
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2)); // and newer
-    Set(CURLOPT_QUICK_EXIT, 1L); // a slow name resolution holds nobody up
+    Set(CURLOPT_QUICK_EXIT, 1L); // don't wait for a slow name resolution
     if (!m_settings.bEnvironmentsProxy) {
         Set(CURLOPT_PROXY, "");
     }
@@ -116,7 +116,7 @@ void CHttpTransfer::SetConstantOptions()
 
 void CHttpTransfer::SetUrl()
 {
-    // libcurl would guess a missing scheme, and take the path's first part for a missing host.
+    // libcurl would guess a missing scheme, and take the first part of the path for a missing host.
     const std::optional<SUrlParts> parts = SplitUrl(Request().strUrl);
     if (!parts || (parts->strAuthority.empty() && BeginsWith(parts->strScheme, "http"))) {
         m_eSetUp = CURLE_URL_MALFORMAT;
@@ -141,7 +141,7 @@ void CHttpTransfer::SetHeaders()
         m_eSetUp = CURLE_BAD_FUNCTION_ARGUMENT;
         return;
     }
-    if (Request().bPost) { // a name without value: not sent, where libcurl would add it to a body
+    if (Request().bPost) { // a name without a value keeps libcurl from adding that header
         AppendHeader("Expect:");
         if (!BeginsWith(strHeader, CONTENT_TYPE)) {
             AppendHeader("Content-Type:");
@@ -153,11 +153,11 @@ void CHttpTransfer::SetHeaders()
     Set(CURLOPT_HTTPHEADER, m_pHeaders.get());
 }
 
-/// libcurl sends a request again when the kept connection that it went out on dies without a reply. A body
-/// that comes through a callback which can't go back keeps it from that once any of it is sent: the server
-/// may have seen a report, and must not get it twice. One of which no more than the head went out does go
-/// again. A report without a body always goes out on a new connection; one with a body uses a kept connection
-/// only while the server can't be closing it.
+/// libcurl retries a request when the kept connection it was sent on dies without a reply. But a POST is not
+/// retried once any of its body was sent: the server may have read it, and must not get it twice. The body
+/// comes from a callback that can't rewind, which keeps libcurl from such a retry; a POST of which only the
+/// header was sent is retried. A POST without a body always uses a new connection; one with a body uses a
+/// kept connection only while the server can't be closing it.
 void CHttpTransfer::SetMethod()
 {
     const SHttpExchange& request = Request();
@@ -170,13 +170,13 @@ void CHttpTransfer::SetMethod()
     }
 }
 
-/// libcurl starts the time-out anew here, but the request may have spent part of it already: on another kept
+/// libcurl restarts the time-out here, but the request may already have spent part of it on another kept
 /// connection, which died.
 CURLcode CHttpTransfer::BeginOnNewConnection()
 {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_tpEnd - Clock::now());
     m_bNeedsNewConnection = false;
-    Set(CURLOPT_TIMEOUT_MS, std::max(static_cast<long>(left.count()), 1L)); // 0 would be no time-out
+    Set(CURLOPT_TIMEOUT_MS, std::max(static_cast<long>(left.count()), 1L)); // 0 would mean no time-out
     Set(CURLOPT_FRESH_CONNECT, 1L);
     return m_eSetUp;
 }
@@ -185,7 +185,7 @@ void CHttpTransfer::NoteIdleConnection()
 {
     curl_socket_t nSocket = CURL_SOCKET_BAD;
     curl_easy_getinfo(m_pEasy.get(), CURLINFO_ACTIVESOCKET, &nSocket);
-    if (nSocket != CURL_SOCKET_BAD) { // it is kept
+    if (nSocket != CURL_SOCKET_BAD) { // the connection is kept
         m_kept.Keep(m_ends, nSocket, m_tpReply);
     }
 }
@@ -209,7 +209,7 @@ int CHttpTransfer::HttpError(CURLcode eResult) const
     if (!m_body.IsComplete()) {
         return CHttpOutcome::UnpackingFailed;
     }
-    if (!m_bHeaderComplete) { // libcurl takes a connection that ends in mid-header for a reply without body
+    if (!m_bHeaderComplete) { // libcurl takes a header that breaks off for a reply without a body
         return CHttpOutcome::EndedEarly;
     }
     long nStatus = 0;
@@ -220,7 +220,7 @@ int CHttpTransfer::HttpError(CURLcode eResult) const
     return nStatus >= 200 && nStatus <= 299 ? 0 : static_cast<int>(nStatus);
 }
 
-/// Any request may go out on a new connection.
+/// A new connection may carry any request.
 bool CHttpTransfer::MayUseConnection() const
 {
     long nConnects = 0;
@@ -228,8 +228,8 @@ bool CHttpTransfer::MayUseConnection() const
     return nConnects > 0 || m_kept.MayCarry(m_ends, Request().bPost);
 }
 
-/// The request is about to go out. It may be for the second time, when libcurl has taken some of the body
-/// already but could send none of it.
+/// Called when the request is about to be sent. This can be the second time, if libcurl has already taken
+/// some of the body but could send none of it.
 int CHttpTransfer::OnConnected(void* pSelf, char* szPeer, char* szOwn, int nPeerPort, int nOwnPort)
 {
     auto& transfer = *static_cast<CHttpTransfer*>(pSelf);

@@ -13,37 +13,37 @@
 namespace chttpclient
 {
 
-/// One exchange on a libcurl handle of its own. Lives on the I/O thread.
+/// One exchange with its own libcurl handle. Used on the I/O thread only.
 ///
-/// No handle is used for a second exchange: libcurl 7.88 keeps a pointer to the last header line of the reply
-/// before, frees that line, and writes past its end when the next reply begins its header with a folded line.
-/// Kept connections belong to the multi handle, so they are used again all the same.
+/// A handle is never used for a second exchange: libcurl 7.88 keeps a pointer to the last header line of the
+/// previous reply, frees that line, and writes past its end if the next reply's header begins with a folded
+/// line. Connections are reused all the same, since they belong to the multi handle.
 class CHttpTransfer
 {
 public:
     /// @param pShare  what all handles share; must outlive this
-    /// @throws std::bad_alloc when libcurl gives no handle
+    /// @throws std::bad_alloc when libcurl can't create a handle
     CHttpTransfer(const STransportSettings& settings, CURLSH* pShare, CKeptConnections& kept);
     CHttpTransfer(const CHttpTransfer&) = delete;
     CHttpTransfer& operator=(const CHttpTransfer&) = delete;
 
-    /// Makes the handle ready for the request of an exchange, the only one of its list, which is the caller's
-    /// again after `Finish`. Call both once.
-    /// @return CURLE_OK, or why the request can't be sent; `Finish` is due in both cases
+    /// Prepares the handle for the request of an exchange, the only one in its list. `Finish` returns it to
+    /// the caller. Call each of the two once.
+    /// @return CURLE_OK, or why the request can't be sent; call `Finish` in both cases
     CURLcode Begin(ExchangeList exchange);
 
     /// Whether the exchange ended because libcurl had chosen a kept connection that the request may not use.
     /// Nothing was sent on it, and it is closed.
     bool NeedsNewConnection() const { return m_bNeedsNewConnection; }
 
-    /// Makes the handle ready for the same request again, on a new connection and for the time that is left.
+    /// Prepares the handle for sending the same request again, on a new connection and within the time left.
     CURLcode BeginOnNewConnection();
 
-    /// Notes since when the connection of a complete exchange is idle. Due while the handle is still in its
-    /// multi handle.
+    /// Notes since when the connection of a finished exchange has been idle. Call it while the handle is
+    /// still in its multi handle.
     void NoteIdleConnection();
 
-    /// Ends the exchange with its outcome. The body is handed over where the server answered in full.
+    /// Ends the exchange and sets its outcome, which includes the body if the server answered in full.
     ExchangeList Finish(CURLcode eResult);
 
     CURL* Handle() const { return m_pEasy.get(); }
@@ -85,9 +85,9 @@ private:
     const STransportSettings& m_settings;
     CURLSH* const m_pShare;
     CKeptConnections& m_kept;
-    SConnectionEnds m_ends; ///< of the connection that the request goes out on
+    SConnectionEnds m_ends; ///< of the connection that the request is sent on
     bool m_bNeedsNewConnection = false;
-    Clock::time_point m_tpEnd;   ///< when the time-out of the exchange is over
+    Clock::time_point m_tpEnd;   ///< when the exchange times out
     Clock::time_point m_tpReply; ///< when the last status line came
     ExchangeList m_exchange;
     CBodyDecoder m_body;
@@ -95,7 +95,7 @@ private:
     std::size_t m_nHeaderBytes = 0;
     bool m_bHeaderComplete = false;
     bool m_bBodyBegun = false;
-    CURLcode m_eSetUp = CURLE_OK;   ///< the first failure of setting the handle up
+    CURLcode m_eSetUp = CURLE_OK;   ///< the first error while setting up the handle
     CURLcode m_eRefused = CURLE_OK; ///< why we ended the exchange ourselves
 };
 

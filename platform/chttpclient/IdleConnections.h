@@ -5,8 +5,8 @@
 namespace chttpclient
 {
 
-/// Closes the kept connections of a multi handle that have idled for so many whole seconds, and those that
-/// their servers closed. Other transfers of the handle move on meanwhile.
+/// Closes the kept connections of a multi handle that have been idle for that many whole seconds, and those
+/// that their servers have closed. Meanwhile the handle's other transfers may progress.
 void CloseIdleConnections(CURLM* pMulti, long nSeconds);
 
 } // namespace chttpclient

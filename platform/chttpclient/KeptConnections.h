@@ -10,12 +10,14 @@
 namespace chttpclient
 {
 
-// Servers close connections that idle, many after 5 s. No request uses one that has idled for so long.
+// Servers close idle connections, many of them after 5 s. No request uses a connection that has been idle for
+// this long.
 constexpr long MAX_IDLE_SECONDS = 4;
 
-/// The two ends of a connection, which tell it from all others that are open. Needs no memory of its own.
+/// The addresses and ports of a connection's two ends, which identify it among all open connections.
+/// Allocates no memory.
 struct SConnectionEnds {
-    using Address = std::array<char, 46>; ///< an IPv6 address as a text, with its end
+    using Address = std::array<char, 46>; ///< an IPv6 address as text, zero-terminated
 
     SConnectionEnds() = default;
     SConnectionEnds(std::string_view strPeer, std::string_view strOwn, int nPeer, int nOwn);
@@ -27,28 +29,29 @@ struct SConnectionEnds {
     int nOwnPort = 0;
 };
 
-/// Since when libcurl's kept connections are idle, and so which of them a request may go out on. A server
-/// closes a connection that idles for long, and a POST that meets the closing is lost: it can't be sent
-/// again, since the server may have read it before it closed.
+/// Remembers since when each of libcurl's kept connections has been idle, and so decides which of them a
+/// request may use. A server closes a connection that stays idle for long, and a POST sent at that moment is
+/// lost: it can't be sent again, since the server may have read it before it closed the connection.
 ///
-/// libcurl counts idle time in whole seconds only. And it does not see that a server ended a TLS connection:
-/// the alert that says so is data to it. A request that finds six such connections fails.
+/// libcurl alone does not suffice: it counts idle time in whole seconds only, and it does not notice that a
+/// server has ended a TLS connection, since it takes the closing alert for data. A request that meets six
+/// such connections fails.
 class CKeptConnections
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// @param maxIdle    a POST goes out on no connection that has idled for so long
-    /// @param nMostKept  the times of so many connections are remembered, the latest ones
+    /// @param maxIdle    a POST is not sent on a connection that has been idle for this long
+    /// @param nMostKept  for how many connections the times are remembered; the oldest is forgotten first
     /// @throws std::bad_alloc
     CKeptConnections(std::chrono::milliseconds maxIdle, std::size_t nMostKept);
 
     /// Notes that an exchange over a connection is finished.
-    /// @param tpIdle  when the server can have begun to count idle time: not before the reply began
+    /// @param tpIdle  the earliest time from which the server may count idle time: the start of its reply
     void Keep(const SConnectionEnds& ends, Socket nSocket, Clock::time_point tpIdle);
 
-    /// Whether a request may go out on a kept connection: nothing has come over it while it was idle, neither
-    /// its end nor bytes that nobody asked for, and for a POST it has not idled for too long.
+    /// Whether a request may be sent on a kept connection: nothing was received on it while it was idle,
+    /// neither its end nor unsolicited bytes, and for a POST it has not been idle for too long.
     bool MayCarry(const SConnectionEnds& ends, bool bPost) const;
 
 private:

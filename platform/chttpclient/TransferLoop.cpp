@@ -19,14 +19,14 @@ constexpr long MAX_KEPT_CONNECTIONS = 64;
 constexpr int IDLE_WAIT_MS = 3'600'000; // a request or the drain wakes the loop sooner
 
 #if defined(_WIN32)
-// Windows says only once that a socket can be written to. When that is missed, as happens with large bodies,
-// nothing but a look at all transfers moves them on.
+// Windows reports only once that a socket is writable. If that is missed, as happens with large bodies, a
+// transfer continues only when all transfers are checked.
 constexpr int ACTIVE_WAIT_MS = 50;
 #else
 constexpr int ACTIVE_WAIT_MS = IDLE_WAIT_MS;
 #endif
 
-/// The first of a list, as a list.
+/// Takes the first exchange off a list, as a list of its own.
 ExchangeList TakeFirst(ExchangeList& exchanges)
 {
     ExchangeList first;
@@ -43,7 +43,7 @@ CTransferLoop::CTransferLoop(const STransportSettings& settings, CDelivery& deli
       m_pMulti(curl_multi_init()),
       m_kept(settings.postIdle, MAX_KEPT_CONNECTIONS)
 {
-    // Without descriptors left libcurl makes a handle that can't be woken, and says so only here.
+    // With no descriptors left, libcurl creates a handle that can't be woken, and reports that only here.
     if (m_pMulti == nullptr || curl_multi_wakeup(m_pMulti.get()) != CURLM_OK || m_pShare == nullptr ||
         curl_share_setopt(m_pShare.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION) != CURLSHE_OK) {
         throw std::bad_alloc();
@@ -61,8 +61,8 @@ bool CTransferLoop::Submit(ExchangeList& exchange)
     }
     const bool bFirst = m_lstIncoming.empty();
     m_lstIncoming.splice(m_lstIncoming.end(), exchange);
-    lock.unlock(); // the loop is not to wake up only to wait for it
-    if (bFirst) {  // it takes all at once
+    lock.unlock(); // so that the loop does not wake up only to wait for it
+    if (bFirst) {  // the loop takes all waiting exchanges at once
         curl_multi_wakeup(m_pMulti.get());
     }
     return true;
@@ -89,7 +89,7 @@ void CTransferLoop::Run()
                       curl_multi_strerror(eError));
             CancelAll(CURLE_FAILED_INIT);
         }
-        if (!CollectFinished()) { // what a finished one made room for is performed first
+        if (!CollectFinished()) { // if any finished, others may have begun: perform them first
             Wait();
         }
     }
@@ -113,7 +113,7 @@ void CTransferLoop::Queue(ExchangeList& exchange)
     }
 }
 
-/// Starts what the lane has room for, and drops the lane when nothing is in it.
+/// Starts as many requests as the lane has room for, and removes the lane when it is empty.
 void CTransferLoop::FillLane(Lanes::iterator lane)
 {
     SLane& requests = lane->second;
@@ -149,7 +149,7 @@ void CTransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
     m_lstActive.splice(m_lstActive.end(), slot);
 }
 
-/// A new transfer; an empty list where there is no memory for one.
+/// A list of one new transfer; empty if there is no memory for it.
 CTransferLoop::Slots CTransferLoop::MakeSlot()
 {
     Slots slot;
@@ -161,7 +161,7 @@ CTransferLoop::Slots CTransferLoop::MakeSlot()
     return slot;
 }
 
-/// Ends every exchange that libcurl calls done. Returns whether there was one.
+/// Ends every exchange that libcurl reports as done. Returns whether there was any.
 bool CTransferLoop::CollectFinished()
 {
     bool bAny = false;
@@ -170,7 +170,7 @@ bool CTransferLoop::CollectFinished()
         if (pMessage->msg != CURLMSG_DONE) {
             continue;
         }
-        CURLcode eResult = pMessage->data.result; // the message goes with the handle
+        CURLcode eResult = pMessage->data.result; // removing the handle invalidates the message
         SSlot& slot = *static_cast<SSlot*>(CHttpTransfer::Of(pMessage->easy_handle));
         bAny = true;
         if (slot.NeedsNewConnection()) {
@@ -228,7 +228,7 @@ void CTransferLoop::CancelAll(CURLcode eReason)
     Refuse(incoming, eReason);
 }
 
-/// Whether the loop is to end: it drains, and nothing is left or the time is over.
+/// Whether the loop must end: it is draining, and nothing is left or the drain time is over.
 bool CTransferLoop::Drained()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -255,11 +255,11 @@ void CTransferLoop::Wait()
         Log_Write(1, "chttpclient::CTransferLoop::Wait", __LINE__, "curl_multi_poll: %s",
                   curl_multi_strerror(eError));
         CancelAll(CURLE_FAILED_INIT);
-        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // whatever is wrong, no spinning over it
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // no busy loop, whatever is wrong
     }
     if (Clock::now() >= m_tpCloseIdle) {
         m_tpCloseIdle = Clock::time_point::max();
-        CloseIdleConnections(m_pMulti.get(), MAX_IDLE_SECONDS - 1); // less by the difference of two clocks
+        CloseIdleConnections(m_pMulti.get(), MAX_IDLE_SECONDS - 1); // minus a tolerance between two clocks
     }
 }
 

@@ -17,29 +17,30 @@
 namespace chttpclient
 {
 
-/// What the I/O thread runs: requests wait in a lane for each host, and as many of a lane are on their way at
-/// once as a host may have connections. The time-out of a request starts when it leaves its lane.
+/// The loop of the I/O thread. Requests wait in one lane per host; as many requests of a lane are in progress
+/// at once as a host may have connections. A request's time-out starts when it leaves its lane.
 ///
-/// `Submit` and `Drain` may be called from any thread; all else belongs to the thread that calls `Run`.
+/// `Submit` and `Drain` may be called from any thread; everything else belongs to the thread that calls
+/// `Run`.
 class CTransferLoop
 {
 public:
     /// @param delivery  gets every exchange when it is over; must outlive the loop
-    /// @throws std::bad_alloc when libcurl gives no handle
+    /// @throws std::bad_alloc when libcurl can't create a handle
     CTransferLoop(const STransportSettings& settings, CDelivery& delivery);
     ~CTransferLoop();
     CTransferLoop(const CTransferLoop&) = delete;
     CTransferLoop& operator=(const CTransferLoop&) = delete;
 
     /// Takes an exchange over and wakes the loop.
-    /// @return false when the loop drains and takes none any more; the list is left as it was
+    /// @return false when the loop is draining and accepts no more exchanges; the list is then unchanged
     bool Submit(ExchangeList& exchange);
 
-    /// Lets `Run` return once every request has its outcome. What has none when the drain time is over is
-    /// cancelled.
+    /// Makes `Run` return once every request has its outcome. Requests without one when the drain time is
+    /// over are cancelled.
     void Drain();
 
-    /// Moves requests until drained.
+    /// Processes requests until the loop is drained.
     void Run();
 
     const STransportSettings& Settings() const { return m_settings; }
@@ -51,10 +52,10 @@ private:
         ExchangeList lstWaiting;
         std::size_t nActive = 0;
     };
-    using Lanes = std::map<std::string, SLane>; // whose iterators outlive every change but their own
+    using Lanes = std::map<std::string, SLane>; // an iterator stays valid until its own element is erased
     struct SSlot;
     using Slots = std::list<SSlot>;
-    /// A transfer, and where it stands while it is active.
+    /// A transfer, with its lane and its place in the list of active ones.
     struct SSlot : CHttpTransfer {
         using CHttpTransfer::CHttpTransfer;
         Lanes::iterator lane;
@@ -87,15 +88,15 @@ private:
         m_pShare; ///< TLS sessions, for the next connection to their server
     std::unique_ptr<CURLM, SMultiCleanup> m_pMulti;
 
-    std::mutex m_mutex; ///< guards the three members behind it
+    std::mutex m_mutex; ///< guards the next three members
     ExchangeList m_lstIncoming;
     bool m_bDraining = false;
     Clock::time_point m_tpDrainEnd;
 
     CKeptConnections m_kept;
-    Clock::time_point m_tpCloseIdle = Clock::time_point::max(); ///< when connections will have idled for long
+    Clock::time_point m_tpCloseIdle = Clock::time_point::max(); ///< when to close idle connections
 
-    Lanes m_mapLane; ///< by what `LaneKey` makes of the URL
+    Lanes m_mapLane; ///< the keys are made by `LaneKey`
     Slots m_lstActive;
 };
 

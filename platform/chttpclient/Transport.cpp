@@ -20,11 +20,11 @@ namespace
 // How long a stop waits for callbacks to return, on top of the drain time.
 constexpr std::chrono::seconds CALLBACK_GRACE{5};
 
-/// libcurl's own start-up, once a process. It is never undone: the host may use libcurl too.
+/// Initialises libcurl, once per process. This is never undone, since the host may use libcurl too.
 bool StartLibcurl()
 {
     static const bool bStarted = [] {
-        // libcurl opens the file that this one names as it starts, and has no option against that.
+        // libcurl opens the file named by this variable when it is initialised, and no option prevents that.
         RemoveVariableIfRightsAreRaised("SSLKEYLOGFILE");
         return curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
     }();
@@ -43,7 +43,8 @@ CTransport::CTransport(CTransport* pBeforeFork) : m_pBeforeFork(pBeforeFork)
     }
 }
 
-// A stop waits for callbacks to end, so one that wants to start or stop meanwhile must not wait for it.
+// A stop waits for callbacks to return. So a callback that starts or stops the transport itself must not wait
+// for that stop.
 std::unique_lock<std::mutex> CTransport::LockLife()
 {
     return m_delivery.OnDeliveringThread() ? std::unique_lock<std::mutex>(m_mutexLife, std::try_to_lock)

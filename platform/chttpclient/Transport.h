@@ -11,14 +11,14 @@
 namespace chttpclient
 {
 
-/// The transport between its start and its stop: a transfer loop on the I/O thread and the delivery of what
-/// it brings. A request that comes while it is stopped gets its reply too, a refusal.
+/// The transport: a transfer loop on the I/O thread, and the delivery of its results. It can be started and
+/// stopped repeatedly; a request sent while it is stopped is answered too, with a refusal.
 ///
-/// All operations may be called from any thread, the delivering one included.
+/// All operations may be called from any thread, including the delivering one.
 class CTransport
 {
 public:
-    /// @param pBeforeFork  in the child of a fork: the transport of before
+    /// @param pBeforeFork  in the child of a fork: the parent's transport
     explicit CTransport(CTransport* pBeforeFork = nullptr);
 
     /// Starts; does nothing when it runs already.
@@ -28,15 +28,15 @@ public:
     /// Drains and stops.
     void Stop();
 
-    /// Stops for good, as the process ends.
+    /// Drains and stops for good, when the process ends.
     void End();
 
-    /// @throws std::bad_alloc where there is no memory for the request, which then is not taken
+    /// @throws std::bad_alloc when there is no memory for the request, which is then not accepted
     void Send(SHttpExchange request);
     void SetReceiver(CHttpClientResponse fnReceiver) { m_delivery.SetReceiver(std::move(fnReceiver)); }
 
-    /// For a fork. The child has none of the threads, and locks in whatever state they were, so it needs a
-    /// new transport, a stopped one with the same receiver.
+    /// For a fork. The child has none of the threads, and its locks may be in any state, so it needs a new
+    /// transport: a stopped one with the same receiver.
     void LockForFork() { m_delivery.LockForFork(); }
     void UnlockAfterFork() { m_delivery.UnlockAfterFork(); }
 
@@ -51,7 +51,7 @@ private:
     std::shared_ptr<CTransferLoop> m_pLoop;
 
     CDelivery m_delivery;
-    /// Never used again, and never freed: what it holds is the parent's.
+    /// Not used after construction and never freed: what it holds belongs to the parent.
     [[maybe_unused]] CTransport* const m_pBeforeFork;
 };
 

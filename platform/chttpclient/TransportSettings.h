@@ -16,11 +16,11 @@ struct STransportSettings : SExchangeLimits {
     std::size_t nMaxOutstanding = 100'000;
     std::chrono::milliseconds drain{3'000};
     std::chrono::milliseconds postIdle{500};
-    std::string strCaFile;          ///< empty for libcurl's own
+    std::string strCaFile;          ///< empty for libcurl's default
     bool bEnvironmentsProxy = true; ///< whether libcurl takes a proxy from the environment
 };
 
-/// The settings that the environment gives. A value that can't be used is logged and leaves the default.
+/// Reads the settings from the environment. An unusable value is logged, and the default stays in force.
 STransportSettings ReadTransportSettings();
 
 } // namespace chttpclient

@@ -37,7 +37,7 @@ constexpr std::array<bool, 256> ForbiddenBytes()
 
 constexpr std::array<bool, 256> FORBIDDEN = ForbiddenBytes();
 
-/// How many bytes of a text are its scheme and its authority, where an IPv6 address stands in brackets.
+/// The length in bytes of a URL's scheme and authority; the authority may hold an IPv6 address in brackets.
 std::size_t LengthToAuthority(std::string_view strUrl)
 {
     const std::optional<SUrlParts> parts = SplitUrl(strUrl);
@@ -52,8 +52,8 @@ class CRawUrl
 public:
     explicit CRawUrl(std::string_view strUrl) : m_strUrl(strUrl), m_nToAuthority(LengthToAuthority(strUrl)) {}
 
-    /// Where the next byte that needs encoding stands, from `nFrom` on; the length of the text if there is no
-    /// such byte.
+    /// The position of the next byte that needs encoding, from `nFrom` on; the length of the text if there is
+    /// none.
     std::size_t FindEncodable(std::size_t nFrom) const
     {
         std::size_t nAt = nFrom;
@@ -83,7 +83,7 @@ std::string EncodeUrl(std::string_view strUrl)
 {
     const CRawUrl url(strUrl);
     std::size_t nAt = url.FindEncodable(0);
-    std::string strEncoded(strUrl.substr(0, nAt)); // mostly that is all
+    std::string strEncoded(strUrl.substr(0, nAt)); // usually the whole URL
     while (nAt < strUrl.size()) {
         const auto byte = static_cast<unsigned char>(strUrl[nAt]);
         strEncoded += '%';

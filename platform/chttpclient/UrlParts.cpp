@@ -7,7 +7,7 @@ namespace chttpclient
 namespace
 {
 
-// By bytes, not by <cctype>: a host's locale must not decide what a URL is.
+// Compares bytes and does not use <cctype>: the host's locale must not affect what counts as a URL.
 bool IsLetter(char c)
 {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');

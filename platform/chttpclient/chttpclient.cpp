@@ -20,8 +20,8 @@ using chttpclient::CTransport;
 // Never destroyed, so that a request from any static destructor still finds it.
 std::atomic<CTransport*> g_pTransport = nullptr;
 
-// Guards the making of the transport and of what ends it at exit. No static object within a function does
-// that: the child of a fork might find it half made for ever.
+// Guards the creation of the transport and the registration of its end at exit. A function's static object
+// would not do: the child of a fork could find it half constructed for ever.
 std::mutex g_mutexMaking;
 
 CTransport& Transport()
@@ -35,7 +35,7 @@ CTransport& Transport()
     return *g_pTransport;
 }
 
-/// Drains when the process ends without CHttpClientUnInit.
+/// Drains the transport when the process ends without CHttpClientUnInit.
 void EndAtExit()
 {
     Transport().End();
@@ -74,7 +74,7 @@ void AfterForkInChild()
     g_mutexMaking.unlock();
 }
 
-// Registered as the library is loaded: a fork that is under way already passes by what is registered
+// Registered when the library is loaded, since a fork in progress does not call handlers that are registered
 // meanwhile.
 const int g_nForksPrepared = pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
 
@@ -88,14 +88,15 @@ bool CHttpClientInit()
         return false;
     }
     const bool bRuns = Transport().Start();
-    // After libcurl is initialised, hence run before what libcurl's own libraries put up for the exit.
+    // Registered after libcurl is initialised, and so called before the exit handlers of libcurl's own
+    // libraries.
     RegisterEndAtExit();
     return bRuns;
 }
 
 void CHttpClientUnInit()
 {
-    if (!ThreadsAreGone()) { // whom it would wait for
+    if (!ThreadsAreGone()) { // a stop would wait for them
         Transport().Stop();
     }
 }

@@ -33,8 +33,8 @@ spdlog::level::level_enum SpdlogLevel(int nLevel)
     return LEVELS.at(static_cast<std::size_t>(std::max(nLevel, 1)) - 1);
 }
 
-/// Takes the log's lock, unless it may be a thread that is no more which holds it.
-/// @return whether the lock is ours
+/// Takes the log's lock, without waiting if a thread that no longer exists may hold it.
+/// @return whether the lock was taken
 bool Lock(std::unique_lock<std::mutex>& lock)
 {
     if (ThreadsAreGone()) {
@@ -46,7 +46,7 @@ bool Lock(std::unique_lock<std::mutex>& lock)
 
 } // namespace
 
-// Guards the making of the log and the writing of every line.
+// Guards the creation of the log and the writing of every line.
 std::mutex Log::s_mutex;
 
 #if !defined(_WIN32)
@@ -54,9 +54,9 @@ std::mutex Log::s_mutex;
 namespace
 {
 
-// A fork while another thread writes, or makes the log, must not leave the child with a lock that stays
-// taken. Registered as the library is loaded: a fork that is under way already passes by what is registered
-// meanwhile.
+// A fork while another thread writes to the log or creates it must not leave the child with a lock that is
+// never released. Registered when the library is loaded, since a fork in progress does not call handlers that
+// are registered meanwhile.
 const int g_nForksKeptOut = pthread_atfork([] { Log::LockForFork(); }, [] { Log::UnlockAfterFork(); },
                                            [] { Log::UnlockAfterFork(); });
 
@@ -67,7 +67,7 @@ const int g_nForksKeptOut = pthread_atfork([] { Log::LockForFork(); }, [] { Log:
 Log& Log::Instance()
 {
     static std::atomic<Log*> pLog = nullptr;
-    if (pLog == nullptr) { // no static object of its own: a child might find that half made
+    if (pLog == nullptr) { // not a static object: a forked child could find it half constructed
         std::unique_lock<std::mutex> lock(s_mutex, std::defer_lock);
         if (!Lock(lock)) {
             throw std::runtime_error("the thread that was making the log is no more");
@@ -106,7 +106,7 @@ bool Log::IsOpen() const
     return m_pLogger != nullptr && IsLogFileInPlace(*m_pLogger->sinks().front(), m_pathFile);
 }
 
-/// Tries to, unless it is too early after a failure. Without an open log Put fails.
+/// Tries to open the log, unless the last failure is too recent. While the log is not open, Put fails.
 void Log::Open()
 {
     if (std::chrono::steady_clock::now() < m_tpNextTry) {
@@ -136,7 +136,8 @@ void Log::MakeLogger()
     m_pLogger = std::move(pLogger);
 }
 
-/// What had to wait for an open log: lines that got lost, and settings that are not in force.
+/// Writes what had to wait until the log was open: how many lines were lost, and which settings are not in
+/// force.
 void Log::WriteForeword()
 {
     if (m_nLost != 0 &&
@@ -163,9 +164,9 @@ bool Log::Put(int nLevel, std::string_view line)
     return false;
 }
 
-/// After a failure spdlog's own sink, which writes on Windows, may hold no file at all, and a further line
-/// through it would crash. The one on Linux may hold a file that is no longer the one in its place. So either
-/// is given up, and made anew later.
+/// After a failure, spdlog's own sink (used on Windows) may have no open file, and writing another line
+/// through it would crash. The sink used on Linux may hold a file that is no longer the one at its path. So
+/// either sink is dropped, and created anew later.
 void Log::Fail(const std::string& strWhy)
 {
     m_strFailure = strWhy;

@@ -15,23 +15,23 @@ namespace spdlog
 class logger;
 }
 
-/// The log file of the process. Its logger is a private one: the host may use spdlog itself, and may shut
-/// that down, without either of the two noticing the other.
+/// The log file of the process. Its logger is a private one, so the host may use spdlog itself, and shut that
+/// down, without either affecting the other.
 class Log
 {
 public:
-    /// The one log, made by the first call. It is never destroyed: the last line of a process may come from a
-    /// static destructor.
+    /// The one log, created by the first call. It is never destroyed: the last line of a process may come
+    /// from a static destructor.
     static Log& Instance();
 
-    /// Its folder in UTF-8; empty when the environment names none. From any thread.
+    /// The log's folder in UTF-8; empty when the environment names none. From any thread.
     const char* Folder() const { return m_strFolder.c_str(); }
 
     /// Whether lines of this level are written. From any thread.
     bool Takes(int nLevel) const { return nLevel <= m_settings.nLevel; }
 
-    /// Appends one line, which must hold no line end. The line is in the file when the call returns, or it is
-    /// lost and counted. From any thread.
+    /// Appends one line, which must not contain a line end. When the call returns, the line is in the file,
+    /// or it is lost and was counted as lost. From any thread.
     /// @throw std::bad_alloc
     void Write(int nLevel, std::string_view line);
 
@@ -52,10 +52,10 @@ private:
     const std::filesystem::path m_pathFile;
     const std::string m_strFolder;
 
-    static std::mutex s_mutex; ///< guards all that follows, and the complaints in m_settings
+    static std::mutex s_mutex; ///< guards all members below, and the complaints in m_settings
     std::shared_ptr<spdlog::logger> m_pLogger;
-    std::string m_strFailure;                          ///< why a line or the opening failed last
-    std::chrono::steady_clock::time_point m_tpNextTry; ///< after a failure: when to open anew
+    std::string m_strFailure;                          ///< why the last write or opening failed
+    std::chrono::steady_clock::time_point m_tpNextTry; ///< after a failure: when to try again
     std::size_t m_nLost = 0;                           ///< lines lost since the log was last open
     bool m_bFailureSaid = false;
 };

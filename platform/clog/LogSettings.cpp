@@ -14,19 +14,19 @@ std::string Variable(const char* szName)
     return EnvironmentVariable(szName).value_or("");
 }
 
-/// The same as a path, whatever letters it holds.
+/// The variable's value, which is UTF-8, as a path.
 std::filesystem::path PathVariable(const char* szName)
 {
     return std::filesystem::u8path(Variable(szName));
 }
 
-/// @return the folder below which this user's programs keep their logs; empty when the environment has none
+/// @return the folder below which this user's programs keep their logs; empty when the environment names none
 std::filesystem::path StateFolder()
 {
 #if defined(_WIN32)
     return PathVariable("LOCALAPPDATA");
 #else
-    // A relative path in this variable is to be ignored, says the convention that it comes from.
+    // By the convention that defines this variable, a relative path in it is ignored.
     std::filesystem::path pathState = PathVariable("XDG_STATE_HOME");
     if (pathState.is_absolute()) {
         return pathState;
@@ -39,8 +39,8 @@ std::filesystem::path StateFolder()
 std::filesystem::path LogFolder()
 {
     if (RightsAreRaised()) {
-        // Of all folders that could be found without the environment, this is the one that no ordinary user
-        // decides about: below a home a link could lead a host with such rights anywhere.
+        // Found without the environment, and under no ordinary user's control. In a user's home, a symbolic
+        // link could lead a host with raised rights anywhere.
         return "/var/log/ktshttpagent";
     }
     const std::filesystem::path pathNamed = PathVariable("CLOG_DIR");

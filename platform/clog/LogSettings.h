@@ -14,5 +14,6 @@ struct LogSettings {
     std::vector<std::string> vecComplaints; ///< a sentence for each variable whose value is not in force
 };
 
-/// Reads the environment. What it says wrongly leaves the default in force and ends up in vecComplaints.
+/// Reads the settings from the environment. An invalid value leaves the default in force and is reported in
+/// vecComplaints.
 LogSettings ReadLogSettings();

@@ -18,7 +18,8 @@ namespace
 
 namespace fs = std::filesystem;
 
-// spdlog's own sink for such files opens whatever it finds under their names, and makes them readable to all.
+// Replaces spdlog's own rotating sink, which opens whatever exists under the files' names, and makes the
+// files readable by everyone.
 class FileSink final : public spdlog::sinks::base_sink<spdlog::details::null_mutex>
 {
 public:
@@ -29,7 +30,7 @@ public:
           m_file(m_path),
           m_nBytes(m_file.Size())
     {
-        // An earlier version made them readable to all.
+        // An earlier version made these files readable by everyone.
         for (std::size_t nAside = 1; nAside <= nFilesAside; ++nAside) {
             MakeFilePrivate(Aside(nAside));
         }
@@ -49,10 +50,10 @@ protected:
         m_nBytes += line.size();
     }
 
-    void flush_() override {} // nothing is held back
+    void flush_() override {} // nothing is buffered
 
 private:
-    /// The file of that number; 0 is the one that is written.
+    /// The path of the file with that number; 0 is the log file itself.
     fs::path Aside(std::size_t nNumber) const
     {
         fs::path path = m_path;
@@ -89,7 +90,7 @@ private:
         std::error_code error;
         fs::rename(from, to, error);
         if (error) {
-            m_file.Truncate(); // or it would grow without end
+            m_file.Truncate(); // otherwise it would grow without limit
             throw std::system_error(error, "Failed renaming " + from.string() + " to " + to.string());
         }
     }
@@ -98,7 +99,7 @@ private:
     const std::size_t m_nMostBytes;
     const std::size_t m_nFilesAside;
     PrivateFile m_file;
-    std::uintmax_t m_nBytes; ///< what it held, and what was written since; not what others wrote
+    std::uintmax_t m_nBytes; ///< its size when opened plus what we wrote since; not what others wrote
 };
 
 } // namespace

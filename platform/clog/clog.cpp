@@ -47,7 +47,7 @@ void Log_Write(int level, const std::string& where, int line, const char* format
             const std::string strText = format == nullptr ? std::string() : Format(format, arguments);
             log.Write(level, EscapeUnsafe(where) + ':' + std::to_string(line) + ' ' + EscapeUnsafe(strText));
         }
-    } catch (...) { // out of memory: a line less is better than a caller that fails for its log
+    } catch (...) { // out of memory: better to lose a line than to make the caller fail
     }
     va_end(arguments);
 }

@@ -7,21 +7,20 @@
 #include <string>
 #include <vector>
 
-// What one exchange with a server may take, on both interfaces alike. Settings from the environment:
+// The limits of one exchange with a server, the same on both interfaces. Settings from the environment:
 //
-// - CHTTPCLIENT_TIMEOUT_MS, in milliseconds, by default 60000: the time of a request, from its sending on.
-// For a
-//   blocking call it is the time after which a request that the call left behind is given up; for a download
-//   the time of the whole.
-// - CHTTPCLIENT_MAX_REPLY_BYTES, by default 67108864: the largest body of a reply, unpacked; the largest file
-//   of a download.
+// - CHTTPCLIENT_TIMEOUT_MS, in milliseconds, by default 60000: how long a request may take once it is sent. A
+//   request that outlives its blocking call is given up after this time. For a download, it is the time that
+//   the whole download may take.
+// - CHTTPCLIENT_MAX_REPLY_BYTES, by default 67108864: the largest unpacked body of a reply, and the largest
+//   file of a download.
 //
-// The transport reads them with each `CHttpClientInit`, and logs a value that is no decimal number or out of
-// its range, which leaves the default in force. The blocking interface reads them once, when `CUIAgentReq` is
-// made or a download is begun before, and leaves the logging to the transport: a site's own transport has to
-// do that too.
+// The transport reads them at each `CHttpClientInit`. It logs a value that is not a decimal number or is out
+// of range; the default then stays in force. The blocking interface reads them once, when `CUIAgentReq` is
+// created or, if earlier, when a download is started. It leaves the logging to the transport, so a site's own
+// transport must log such values too.
 
-// libcurl takes its times as a long, which has 32 bits on Windows.
+// libcurl takes times as a long, which has 32 bits on Windows.
 inline constexpr std::int64_t MAX_MILLISECONDS = std::numeric_limits<std::int32_t>::max();
 
 struct SExchangeLimits {
@@ -35,6 +34,6 @@ inline constexpr const char* REPLY_BYTES_VARIABLE = "CHTTPCLIENT_MAX_REPLY_BYTES
 /// The limits of the blocking interface. May be called from any thread.
 const SExchangeLimits& ExchangeLimits();
 
-/// The limits that the environment gives now.
-/// @param vecComplaints  gets a sentence for each variable that can't be used
+/// Reads the limits from the environment.
+/// @param vecComplaints  gets a sentence for each variable whose value can't be used
 SExchangeLimits ReadExchangeLimits(std::vector<std::string>& vecComplaints);

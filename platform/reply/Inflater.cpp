@@ -9,17 +9,18 @@
 namespace
 {
 
-// What inflateInit2 takes: a frame of zlib or gzip, told by its first bytes, or no frame.
+// Arguments of inflateInit2: a frame of zlib or gzip, detected by its first bytes, or no frame.
 constexpr int ANY_FRAME = MAX_WBITS + 32;
 constexpr int NO_FRAME = -MAX_WBITS;
 
 constexpr std::size_t FRAME_BEGIN = 2; // bytes that tell whether there is a frame
 constexpr std::size_t PIECE = std::size_t{16} * 1024;
 
-// What packed bytes may have on top of twice the limit for unpacked ones, halved.
+// There may be twice as many packed bytes as the sum of the limit for unpacked bytes and this margin.
 constexpr std::size_t PACKED_MARGIN = 1024;
 
-/// A frame of zlib begins with its method and a window of at most 32 KiB, in a multiple of 31.
+/// A zlib frame begins with two bytes that name the method and a window of at most 32 KiB, and that form a
+/// multiple of 31.
 bool BeginsZlibFrame(std::string_view strBytes)
 {
     const auto nFirst = static_cast<unsigned char>(strBytes[0]);
@@ -32,7 +33,7 @@ EUnpacked ErrorOf(int nZlib)
     switch (nZlib) {
     case Z_OK:
     case Z_STREAM_END:
-    case Z_BUF_ERROR: // it has nothing left to do
+    case Z_BUF_ERROR: // no further progress without more bytes
         return EUnpacked::Well;
     case Z_MEM_ERROR:
         return EUnpacked::NoMemory;
@@ -94,7 +95,7 @@ bool CInflater::BeginNextMember()
     return !m_bEnded;
 }
 
-/// Unpacks up to the end of the bytes or of the member, and takes off what it has read.
+/// Unpacks up to the end of the bytes or of the member, and removes the bytes read from the front.
 EUnpacked CInflater::Inflate(std::string_view& strPacked, const Sink& fnSink)
 {
     constexpr std::size_t MOST = std::numeric_limits<uInt>::max();

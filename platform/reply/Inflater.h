@@ -9,15 +9,15 @@
 
 struct z_stream_s;
 
-/// What became of unpacking some bytes.
+/// The result of unpacking some bytes.
 enum class EUnpacked {
     Well,
-    Damaged, ///< they can't be unpacked, don't match their checksum, or follow after the end
+    Damaged, ///< they can't be unpacked, don't match their checksum, or follow the end
     NoMemory,
     Refused, ///< the sink took no more
 };
 
-/// Unpacks gzip or deflate, piece by piece, and knows whether it has seen the end.
+/// Unpacks gzip or deflate data piece by piece, and knows whether it has reached the end.
 class CInflater
 {
 public:
@@ -25,7 +25,7 @@ public:
     using Sink = std::function<bool(std::string_view)>;
     enum class Format {
         Gzip,    ///< one member, or several in a row
-        Deflate, ///< in the frame of zlib, as it should be, or without a frame, as some servers send it
+        Deflate, ///< in a zlib frame, as it should be, or without a frame, as some servers send it
     };
 
     explicit CInflater(Format format);
@@ -35,14 +35,16 @@ public:
 
     EUnpacked Write(std::string_view strPacked, const Sink& fnSink);
 
-    /// Whether what was written is complete. Nothing at all is, too: servers also label empty bodies.
+    /// Whether what was written is complete. No bytes at all count as complete too, since servers also label
+    /// empty bodies as packed.
     bool IsComplete() const { return m_bEnded || m_nPacked == 0; }
 
-    /// Whether a member, or all, was unpacked to its end.
+    /// Whether the end of the data, or of one member, was reached at least once.
     bool HasSeenEnd() const { return m_bSeenEnd; }
 
-    /// Whether more was written than a body of that many bytes, unpacked, may take. A packed body is hardly
-    /// ever larger than the body itself; one that unpacks to little or nothing would not end otherwise.
+    /// Whether more was written than the packed form of a body of that many bytes may take. A packed body is
+    /// hardly ever larger than the unpacked one. Without this limit, a body that unpacks to little or nothing
+    /// could go on for ever.
     bool HasTakenTooMuch(std::size_t nMostUnpacked) const;
 
 private:
@@ -51,8 +53,8 @@ private:
     EUnpacked Inflate(std::string_view& strPacked, const Sink& fnSink);
 
     const Format m_format;
-    std::string m_strBegin;                ///< until there is enough of it to tell the frame
-    std::unique_ptr<z_stream_s> m_pStream; ///< from then on
+    std::string m_strBegin;                ///< the first bytes, until the frame can be detected
+    std::unique_ptr<z_stream_s> m_pStream; ///< created then
     std::uint64_t m_nPacked = 0;
     bool m_bEnded = false;
     bool m_bSeenEnd = false;

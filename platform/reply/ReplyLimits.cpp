@@ -21,7 +21,7 @@ void ReadCount(const char* szName, std::size_t& nCount, std::vector<std::string>
     int nValue = 0;
     const char* const pValueEnd = strValue->data() + strValue->size();
     const char* const pEnd = std::from_chars(strValue->data(), pValueEnd, nValue).ptr;
-    if (pEnd == pValueEnd && nValue > 0) { // a number too large leaves 0
+    if (pEnd == pValueEnd && nValue > 0) { // a number that is too large leaves nValue at 0
         nCount = static_cast<std::size_t>(nValue);
         return;
     }
@@ -44,17 +44,18 @@ bool IsBlank(char c)
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-/// 1 or 0, without a branch, so that many characters can be asked at once.
+/// Returns 1 or 0 without a branch, so that the compiler can test many characters at once.
 constexpr unsigned MayBringAValue(char c)
 {
     return static_cast<unsigned>(c == ',') + static_cast<unsigned>(c == '[') +
            static_cast<unsigned>(c == '{');
 }
 
-/// Commas and opening brackets, wherever they stand: there is at most one value for each, and the root.
+/// Counts commas and opening brackets wherever they occur: a text holds at most one value for each of them,
+/// and the root.
 std::size_t CountAtMost(std::string_view body) noexcept
 {
-    constexpr std::size_t BLOCK = 128; // so short that a byte holds its count, and known to the compiler
+    constexpr std::size_t BLOCK = 128; // its count fits into a byte, and the compiler knows the length
     std::size_t nCount = 1;
     while (body.size() >= BLOCK) {
         std::uint8_t nInBlock = 0;
@@ -76,8 +77,8 @@ class CStructure
 public:
     explicit CStructure(std::string_view text) : m_text(text) {}
 
-    /// The next character outside of texts, comments and blanks; of a text its opening quote. A NUL at the
-    /// end: no value begins with one.
+    /// The next character outside of strings, comments and white space; for a string, its opening quote. At
+    /// the end a NUL, with which no value begins.
     char Next() noexcept
     {
         while (m_nPos < m_text.size()) {
@@ -151,14 +152,14 @@ SReplyLimits ReadReplyLimits(std::vector<std::string>& vecComplaints)
 const SReplyLimits& ReplyLimits()
 {
     static const SReplyLimits limits = [] {
-        std::vector<std::string> vecComplaints; // whoever starts up first has logged them
+        std::vector<std::string> vecComplaints; // logged when the client is created
         return ReadReplyLimits(vecComplaints);
     }();
     return limits;
 }
 
-// A value takes a byte at least, and most replies are so short, or so poor in commas, that nothing has to be
-// looked at closely.
+// A value takes at least one byte. Most replies are so short, or hold so few commas, that an exact count is
+// not needed.
 bool HoldsMoreValues(std::string_view body, std::size_t nMost) noexcept
 {
     return body.size() > nMost && CountAtMost(body) > nMost && CountExceeds(body, nMost);

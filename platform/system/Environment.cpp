@@ -9,8 +9,8 @@
 
 #include <windows.h>
 
-// Asked of the system itself: a C runtime's copy is in the machine's code page, and stays behind when the
-// host, which may have another C runtime, changes a variable.
+// Read from the system itself: a C runtime's copy is in the machine's code page, and is out of date once the
+// host, which may use another C runtime, changes a variable.
 std::optional<std::string> EnvironmentVariable(const char* szName)
 {
     const std::wstring strName = WideText(szName);
@@ -23,7 +23,7 @@ std::optional<std::string> EnvironmentVariable(const char* szName)
         if (nSize == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND) {
             return std::nullopt;
         }
-    } while (nSize > strValue.size()); // longer than there was room for, the end included
+    } while (nSize > strValue.size()); // it did not fit, with its terminator
     strValue.resize(nSize);
     return Utf8Text(strValue);
 }

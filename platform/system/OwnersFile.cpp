@@ -38,10 +38,10 @@ bool SetMode(const std::string& strFile, mode_t nMode)
 
 void MakeOwnersFile(const std::string& strFile)
 {
-    // Never made through a link, which could be another user's and point anywhere.
+    // Never created through a symbolic link, which could be another user's and point anywhere.
     const int nFile = ::open(strFile.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (nFile >= 0) {
-        ::fchmod(nFile, S_IRUSR | S_IWUSR); // what the umask took away
+        ::fchmod(nFile, S_IRUSR | S_IWUSR); // restores what the umask removed
         ::close(nFile);
     } else if (errno != EEXIST) {
         ThrowError("it can't be made");
@@ -50,7 +50,7 @@ void MakeOwnersFile(const std::string& strFile)
     }
 }
 
-// By its name: opening the file and closing it again would end the locks that this process has on it.
+// Works on the name: opening and closing the file would release the locks that this process holds on it.
 void KeepToOwner(const std::string& strFile)
 {
     struct stat status = {};

@@ -16,7 +16,7 @@ namespace
 
 constexpr mode_t MODE = S_IRUSR | S_IWUSR;
 
-// No terminal is to become that of the process, and no pipe to be waited at.
+// Opening must not make a terminal the controlling one of the process, nor wait for the other end of a pipe.
 constexpr int CAREFULLY = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 std::string Failure(const char* szWhat, const std::string& strPath)
@@ -29,8 +29,8 @@ std::string NotOpened(const std::string& strPath)
     return Failure("opening", strPath) + " for writing";
 }
 
-/// A lease on the file makes opening fail, until its holder, a file server for example, has given it up as
-/// the system then asks of it. That mostly comes at once.
+/// While another process, such as a file server, holds a lease on the file, opening fails, and the system
+/// asks the holder to give it up. That usually happens at once.
 int OpenToAppend(const std::string& strPath)
 {
     constexpr int TRIES = 10;
@@ -51,7 +51,7 @@ void RefuseIfIrregular(const struct stat& status, const std::string& strPath)
     }
 }
 
-/// A file system that keeps no modes refuses, and is no reason not to write.
+/// Failure is ignored: a file system without modes is no reason not to write.
 void SetMode(int nDescriptor, const struct stat& status)
 {
     if (status.st_uid == ::geteuid() && (status.st_mode & ~static_cast<mode_t>(S_IFMT)) != MODE) {
@@ -75,14 +75,14 @@ PrivateFile::PrivateFile(const std::filesystem::path& path) : m_strPath(path.str
 {
     struct stat status {
     };
-    if (::lstat(m_strPath.c_str(), &status) == 0) { // opening it may already wake a reader, or start a device
+    if (::lstat(m_strPath.c_str(), &status) == 0) { // opening alone could wake a reader, or start a device
         RefuseIfIrregular(status, m_strPath);
     }
     m_nDescriptor = OpenToAppend(m_strPath);
     if (m_nDescriptor < 0) {
         throw std::system_error(errno, std::generic_category(), NotOpened(m_strPath));
     }
-    try { // it may be another one by now
+    try { // it may be another file by now
         status = Status(m_nDescriptor, m_strPath);
         RefuseIfIrregular(status, m_strPath);
     } catch (...) {
@@ -136,7 +136,7 @@ void PrivateFile::Append(std::string_view text)
         const ssize_t nWritten = ::write(m_nDescriptor, text.data(), text.size());
         if (nWritten > 0) {
             text.remove_prefix(static_cast<std::size_t>(nWritten));
-        } else if (nWritten == 0 || errno != EINTR) { // what took nothing will take nothing the next time
+        } else if (nWritten == 0 || errno != EINTR) { // a retry after 0 bytes would write 0 again
             throw std::system_error(nWritten == 0 ? ENOSPC : errno, std::generic_category(),
                                     Failure("writing to", m_strPath));
         }

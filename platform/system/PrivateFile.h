@@ -9,15 +9,16 @@
 
 // Not on Windows, where a file inherits its rights from its folder.
 
-/// A regular file that text is appended to, for its owner alone: its mode is 0600, whatever the umask and
-/// whatever it was before, unless it belongs to another user or its file system keeps no modes.
+/// A regular file that text is appended to and that only its owner can access: its mode becomes 0600,
+/// whatever the umask and its previous mode, unless it belongs to another user or its file system has no
+/// modes.
 ///
 /// Objects may be used by one thread at a time.
 class PrivateFile
 {
 public:
-    /// Opens the file, or makes it. A symbolic link in its place is not followed, and nothing but a regular
-    /// file is opened, so the call waits for nobody, but up to 0.1 s for the holder of a lease on the file.
+    /// Opens the file, or creates it. A symbolic link is not followed, and only a regular file is opened, so
+    /// the call waits for nothing except, up to 0.1 s, for the holder of a lease on the file.
     /// @throw std::exception that says why not
     explicit PrivateFile(const std::filesystem::path& path);
     ~PrivateFile();
@@ -26,14 +27,14 @@ public:
     PrivateFile(PrivateFile&& other) noexcept;
     PrivateFile& operator=(PrivateFile&& other) noexcept;
 
-    /// In bytes, whoever wrote them.
+    /// The file's size in bytes, whoever wrote them.
     /// @throw std::system_error
     std::uintmax_t Size() const;
 
-    /// Whether the file is still to be found at its path, rather than removed, moved away or replaced.
+    /// Whether the file is still at its path, and was not removed, moved away or replaced.
     bool IsInPlace() const;
 
-    /// Writes all of the text behind the end of the file.
+    /// Appends all of the text to the file.
     /// @throw std::system_error; a part of the text may be in the file then
     void Append(std::string_view text);
 
@@ -43,9 +44,9 @@ public:
 private:
     std::string m_strPath;
     int m_nDescriptor;
-    dev_t m_nDevice; ///< together with the next, which file it is
+    dev_t m_nDevice; ///< together with m_nFile, identifies the file
     ino_t m_nFile;
 };
 
-/// Takes a regular file of this user from everybody else, if it can be done; anything else it leaves alone.
+/// Gives a regular file of this user the mode 0600 if possible; leaves anything else alone.
 void MakeFilePrivate(const std::filesystem::path& path);

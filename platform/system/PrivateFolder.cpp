@@ -21,16 +21,16 @@ void MakePrivateFolders(const std::filesystem::path& path)
     if (std::filesystem::is_directory(path, error)) {
         return;
     }
-    if (path.has_relative_path() && path.has_parent_path()) { // the root has itself for a parent
+    if (path.has_relative_path() && path.has_parent_path()) { // the root is its own parent
         MakePrivateFolders(path.parent_path());
     }
     constexpr mode_t MODE = S_IRWXU;
     if (::mkdir(path.c_str(), MODE) == 0) {
-        // A umask may have taken rights from the owner too.
+        // The umask may have removed rights of the owner too.
         static_cast<void>(::fchmodat(AT_FDCWD, path.c_str(), MODE, AT_SYMLINK_NOFOLLOW));
     } else {
         const std::error_code failure(errno, std::generic_category());
-        if (!std::filesystem::is_directory(path, error)) { // nor did another process make it meanwhile
+        if (!std::filesystem::is_directory(path, error)) { // and no other process created it meanwhile
             throw std::filesystem::filesystem_error("cannot create directories", path, failure);
         }
     }

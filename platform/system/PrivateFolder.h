@@ -2,8 +2,7 @@
 
 #include <filesystem>
 
-/// Makes a folder, and those above it, where they are missing: for their owner alone, whatever the umask.
-/// Those that are there already stay as they are. On Windows a folder inherits its rights from the one that
-/// it is in.
+/// Creates a folder and its missing parents, accessible to their owner alone, whatever the umask. Existing
+/// folders are left unchanged. On Windows a folder inherits the access rights of its parent.
 /// @throw std::filesystem::filesystem_error
 void MakePrivateFolders(const std::filesystem::path& path);

@@ -13,7 +13,7 @@
 namespace
 {
 
-/// A function of a DLL that may or may not be there.
+/// A function of a DLL; null when the DLL is not loaded or does not have it.
 template <class Function>
 Function Find(const wchar_t* szLibrary, const char* szName)
 {
@@ -27,14 +27,14 @@ struct SHandlers {
     std::vector<void (*)()> vecCalls;
 };
 
-/// Never destroyed: the end of the process is what it is for.
+/// Never destroyed, since it is used when the process ends.
 SHandlers& Handlers()
 {
     static SHandlers& handlers = *new SHandlers;
     return handlers;
 }
 
-/// Called once for each handler and C runtime; those that an earlier call has taken are not called again.
+/// Called by each C runtime once for each handler. A handler that an earlier call has run is not run again.
 int __cdecl CallLast()
 {
     void (*pfnCall)() = nullptr;
@@ -68,7 +68,7 @@ bool AtProcessEnd(void (*pfnCall)())
         Handlers().vecCalls.push_back(pfnCall);
     }
     using Handler = int(__cdecl*)();
-    // The runtime of MinGW's programs, and that of programs which newer compilers make.
+    // The C runtime of MinGW's programs, and that of programs made by newer compilers.
     const auto pfnOnExit = Find<Handler(__cdecl*)(Handler)>(L"msvcrt.dll", "_onexit");
     const auto pfnAtExit = Find<int(__cdecl*)(Handler)>(L"ucrtbase.dll", "_crt_atexit");
     const bool bTakenByOld = pfnOnExit != nullptr && pfnOnExit(&CallLast) != nullptr;

@@ -1,20 +1,21 @@
 #pragma once
 
-/// Calls a function of this library as the process ends by exit() or by returning from main, while all
-/// threads still run. Those registered last are called first. The library stays loaded from now on.
+/// Registers a function of this library that is called when the process ends by exit() or by returning from
+/// main, while all threads still run. Those registered last are called first. The library stays loaded from
+/// now on.
 ///
-/// Linux: what atexit does. Windows: static destructors and atexit handlers of a DLL run when every other
-/// thread is gone already, and under a lock that a new thread would need; so the function is put up with the
-/// C runtimes of the process instead, as the program's own handlers are. A process that is ended by
-/// ExitProcess, or by a program with a C runtime linked into it, runs none of these.
-/// @return false when there was no memory for it; the function will not be called
+/// Linux: the same as atexit. Windows: static destructors and atexit handlers of a DLL run when every other
+/// thread is already gone, and under a lock that a new thread would need; so the function is registered with
+/// the C runtimes of the process instead, like the program's own handlers. It is not called when the process
+/// is ended by ExitProcess, or when the program is linked statically with its C runtime.
+/// @return false when there was no memory for the registration; the function will not be called
 bool AtProcessEnd(void (*pfnCall)());
 
-/// Keeps this library in the process to its end, whoever unloads it. Linux: nothing, its libraries are linked
-/// that way.
+/// Keeps this library loaded until the process ends, whoever unloads it. Does nothing on Linux, where the
+/// libraries are linked so that they stay loaded.
 void StayLoaded();
 
-/// Whether the process is past the point where its threads were ended. From then on nobody answers, and a
-/// lock may be held for ever by a thread that is no more. Always false on Linux, where threads run to the
-/// end.
+/// Whether the process is past the point where its other threads were ended. From then on no thread answers,
+/// and a thread that no longer exists may hold a lock for ever. Always false on Linux, where threads run to
+/// the end.
 bool ThreadsAreGone();

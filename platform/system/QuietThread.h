@@ -7,8 +7,8 @@
 #include <csignal>
 #endif
 
-/// Starts a thread that the process's signals never interrupt: they belong to the host's threads.
-/// @throws std::system_error when no thread can be had
+/// Starts a thread with all signals blocked: the process's signals are left to the host's threads.
+/// @throws std::system_error when no thread can be started
 template <class Function>
 std::thread StartQuietThread(Function&& fn)
 {

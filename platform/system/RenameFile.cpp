@@ -21,7 +21,7 @@ bool RenameWithoutReplacing(const std::filesystem::path& from, const std::filesy
 namespace
 {
 
-/// Takes the name by an empty file, which the renaming then replaces.
+/// Claims the name with an empty file, which the renaming then replaces.
 bool RenameOverClaim(const std::filesystem::path& from, const std::filesystem::path& to)
 {
     const int nClaim = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
@@ -46,13 +46,13 @@ bool RenameWithoutReplacing(const std::filesystem::path& from, const std::filesy
     if (errno != EINVAL && errno != ENOSYS) {
         return false;
     }
-    // The file system, or the kernel, knows no such renaming. A second name is never given in place of
-    // another.
+    // The file system or the kernel does not support such a renaming. A hard link never replaces an existing
+    // file.
     if (::link(from.c_str(), to.c_str()) == 0) {
         ::unlink(from.c_str());
         return true;
     }
-    // Some file systems, as those of memory sticks, have no second names either.
+    // Some file systems, such as those of memory sticks, have no hard links either.
     return (errno == EPERM || errno == ENOSYS || errno == EOPNOTSUPP) && RenameOverClaim(from, to);
 }
 

@@ -2,9 +2,9 @@
 
 #include <filesystem>
 
-/// Gives a file another name within its file system, in one step: nothing is ever replaced, though it appears
-/// at the last moment, and nothing is copied. On Linux, where the file system neither knows such a renaming
-/// nor second names for a file, it takes two steps: an empty file takes the name first, and only that is
+/// Renames a file within its file system in one step: nothing is copied, and an existing file is never
+/// replaced, even if it appears at the last moment. On Linux, if the file system supports neither such a
+/// renaming nor hard links, this takes two steps: an empty file claims the name first, and only that file is
 /// replaced.
 /// @return false when something has that name already, or when the file can't be renamed; then nothing
 /// changes

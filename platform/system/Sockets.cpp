@@ -16,7 +16,7 @@ namespace
 std::string PlainMachineName()
 {
     std::array<char, 256> name{};
-    // One byte is kept back, so that a name cut short still ends.
+    // One byte is reserved, so that a truncated name is still terminated.
     return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : std::string();
 }
 
@@ -45,7 +45,7 @@ Socket OpenStreamSocket()
 
 Socket AcceptConnection(Socket nListener)
 {
-    return ::accept(nListener, nullptr, nullptr); // inherits that from the listener
+    return ::accept(nListener, nullptr, nullptr); // like the listener, it is not inherited by child processes
 }
 
 void CloseSocket(Socket nSocket)
@@ -55,7 +55,7 @@ void CloseSocket(Socket nSocket)
 
 bool ReusePort(Socket nSocket)
 {
-    return SetSocketOption(nSocket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // what was left is no obstacle here
+    return SetSocketOption(nSocket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // old connections block no port here
 }
 
 bool MakeNonBlocking(Socket nSocket)
@@ -125,7 +125,7 @@ bool ReusePort(Socket nSocket)
 
 bool MakeNonBlocking(Socket nSocket)
 {
-    // Where there is no socket to ask for its flags, setting them fails too.
+    // With an invalid socket, setting the flags fails just as reading them does.
     return ::fcntl(nSocket, F_SETFL, ::fcntl(nSocket, F_GETFL) | O_NONBLOCK) == 0;
 }
 

@@ -16,8 +16,8 @@
 #include <unistd.h>
 #endif
 
-// Sockets under names that mean the same on both systems. What is called alike there anyway (bind, listen,
-// connect, ntohs) is used as it is.
+// Socket functions under names that mean the same on both systems. Functions with the same name on both
+// anyway (bind, listen, connect, ntohs) are used directly.
 
 #if defined(_WIN32)
 using Socket = SOCKET;
@@ -31,8 +31,8 @@ using Socket = int;
 constexpr Socket NO_SOCKET = -1;
 #endif
 
-/// Windows' sockets must be started before the first call and ended after the last one, each of both as often
-/// as the other; others in the process, the host among them, do the same for themselves. Nothing on Linux.
+/// Windows' sockets must be started up before the first call and cleaned up after the last one, equally
+/// often; other parts of the process, such as the host, do so for themselves. Does nothing on Linux.
 class CSocketsStartUp
 {
 public:
@@ -54,32 +54,31 @@ private:
     bool m_bUp;
 };
 
-/// A stream socket that programs started from here don't inherit; NO_SOCKET when there is none to be had.
+/// A stream socket that child processes don't inherit; NO_SOCKET on failure.
 Socket OpenStreamSocket();
-/// The next connection of a listening socket, NO_SOCKET when there will be none; not inherited either.
+/// Accepts the next connection of a listening socket, which is not inherited either; NO_SOCKET on failure.
 Socket AcceptConnection(Socket nListener);
 void CloseSocket(Socket nSocket);
 
-/// For a socket to be bound to a port that a server of before may just have left, and that no other server
-/// may share.
+/// Prepares a socket to be bound to a port that an earlier server may just have left, but that no other
+/// server may share.
 bool ReusePort(Socket nSocket);
 
-/// Lets calls that would wait return at once instead.
+/// Makes calls that would block return at once instead.
 bool MakeNonBlocking(Socket nSocket);
-/// Whether the last call failed only because it would have had to wait.
+/// Whether the last call failed only because it would have blocked.
 bool WouldBlock();
 /// Whether the last call failed only because a signal came.
 bool WasInterrupted();
-/// The error of the last call, as the C++ library names errors of its system category.
+/// The error of the last call, as a value of std::system_category().
 int SocketError();
 
-/// As send and recv, which take and return sizes of different types on the two systems; sending raises no
-/// signal.
+/// Like send and recv, whose sizes have different types on the two systems; sending raises no signal.
 /// @return negative on failure; receiving, 0 at the end of the connection
 std::ptrdiff_t SendBytes(Socket nSocket, const char* pBytes, std::size_t nBytes);
 std::ptrdiff_t ReceiveBytes(Socket nSocket, char* pBytes, std::size_t nBytes);
 
-/// As poll.
+/// Like poll.
 int PollSockets(pollfd* pSockets, std::size_t nSockets, int nMilliseconds);
 
 template <class Value>
@@ -88,5 +87,5 @@ bool SetSocketOption(Socket nSocket, int nLevel, int nOption, const Value& value
     return ::setsockopt(nSocket, nLevel, nOption, reinterpret_cast<const char*>(&value), sizeof value) == 0;
 }
 
-/// The name of the local machine in UTF-8; empty when it can't be had. Sockets must be up.
+/// The name of the local machine in UTF-8; empty when it can't be determined. A CSocketsStartUp must exist.
 std::string MachineName();

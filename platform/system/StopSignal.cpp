@@ -23,7 +23,7 @@ void Check(bool bSucc, const char* szCall)
 namespace
 {
 
-/// A datagram socket whose datagrams come back to it.
+/// A datagram socket that receives what it sends.
 Socket OpenEcho()
 {
     const Socket nSocket = ::socket(AF_INET, SOCK_DGRAM, 0);
@@ -55,7 +55,7 @@ StopSignal::StopSignal() : m_nDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
     Check(m_nDescriptor != NO_SOCKET, "eventfd");
 }
 
-// The write can't fail: the counter takes any number of raises that a process can live to make.
+// The write can't fail: no process lives long enough to make the counter overflow.
 void StopSignal::Raise()
 {
     eventfd_write(m_nDescriptor, 1);

@@ -4,11 +4,12 @@
 
 #include <chrono>
 
-/// Tells all of a server's threads, whatever they wait for, that it is to end. Raised once, for good.
+/// Tells all of a server's threads, whatever they are waiting for, that the server must end. It is raised
+/// once, for good.
 class StopSignal
 {
 public:
-    StopSignal(); ///< @throws std::system_error without a file descriptor left
+    StopSignal(); ///< @throws std::system_error when no file descriptor is left
     ~StopSignal();
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
@@ -19,10 +20,10 @@ public:
     /// @return whether it is raised
     bool WaitFor(std::chrono::milliseconds patience) const;
 
-    /// Readable from the moment that it is raised: for a poll() that waits for something else too.
+    /// Readable once the signal is raised, for a poll() that waits for something else too.
     Socket Descriptor() const { return m_nDescriptor; }
 
 private:
     const CSocketsStartUp m_sockets;
-    Socket m_nDescriptor; ///< on Windows, where only sockets are waited for along with sockets, one of these
+    Socket m_nDescriptor; ///< on Windows a socket, since only sockets can be polled there
 };

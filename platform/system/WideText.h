@@ -3,9 +3,10 @@
 #include <string>
 #include <string_view>
 
-/// Windows alone: UTF-8 as the system's own functions take text, and back. What is no UTF-8 becomes U+FFFD.
+/// Windows only: converts UTF-8 to the wide text that the system's functions take, and back. Invalid UTF-8
+/// becomes U+FFFD.
 std::wstring WideText(std::string_view strUtf8);
 std::string Utf8Text(std::wstring_view strWide);
 
-/// Windows alone: UTF-8 of a text in the machine's code page.
+/// Windows only: converts a text in the machine's code page to UTF-8.
 std::string Utf8OfCodePage(std::string_view strText);

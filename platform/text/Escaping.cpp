@@ -32,7 +32,7 @@ bool IsUnsafe(char32_t character)
     });
 }
 
-/// How a character of that many bytes begins in UTF-8, and the first that needs so many.
+/// How a UTF-8 character of that many bytes begins, and the first character that needs that many.
 struct SForm {
     unsigned nMask;
     unsigned nLead;
@@ -54,7 +54,7 @@ bool IsInUnicode(char32_t character)
 }
 
 /// Reads the character at the beginning of a text that is not empty.
-/// @return how many bytes it takes; 0 where there is none, since the first byte is not valid UTF-8
+/// @return how many bytes it takes; 0 if the text does not begin with a valid UTF-8 character
 std::size_t ReadCharacter(std::string_view text, char32_t& character)
 {
     const unsigned nLead = Byte(text.front());
@@ -64,7 +64,7 @@ std::size_t ReadCharacter(std::string_view text, char32_t& character)
     if (pForm == std::end(FORMS)) {
         return 0;
     }
-    character = nLead & ~pForm->nMask; // cut short, it stays below the first of its form
+    character = nLead & ~pForm->nMask; // if bytes are missing, it stays below the first of its form
     for (const char c : text.substr(1, pForm->nBytes - 1)) {
         if ((Byte(c) & 0xc0U) != 0x80U) {
             return 0;
@@ -81,8 +81,8 @@ std::size_t CountPlain(std::string_view text)
     return static_cast<std::size_t>(itEnd - text.begin());
 }
 
-/// @param fnEscape  appends what stands for an unsafe character, given its bytes; for a byte that is not
-///                  valid UTF-8 the character is a replacement
+/// @param fnEscape  appends the escape of an unsafe character, given its bytes; for a byte that is not valid
+///                  UTF-8 the character is the replacement character
 template <class Escape>
 std::string Escaped(std::string_view text, Escape fnEscape)
 {
@@ -155,7 +155,7 @@ std::string EscapeUnsafe(std::string_view text)
 std::string EscapeUnsafeInJson(std::string_view json)
 {
     return Escaped(json, [](std::string& strOut, char32_t character, std::string_view bytes) {
-        if (character < 0x20) { // in JSON never within a text
+        if (character < 0x20) { // in valid JSON never within a string
             strOut.append(bytes);
         } else if (character < FIRST_BEHIND_BMP) {
             AppendJsonEscape(strOut, character);

@@ -1,5 +1,5 @@
-// The rooms of the source tree depend on each other one way only: agent → sdk → platform, agent → net. These
-// tests read the include lines and the link lines.
+// The top-level folders of the source tree ("rooms") depend on each other in one direction only: agent → sdk
+// → platform, agent → net. These tests check the include lines and the link lines.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -92,7 +92,7 @@ bool IsPublic(const std::string& strInclude)
     return strInclude.rfind(PUBLIC + "/", 0) == 0;
 }
 
-/// The room that an included name leads to; empty for what is none of ours.
+/// The room of an included file; empty if the file is not ours.
 std::string RoomOf(const std::string& strInclude, const Room& from)
 {
     if (IsPublic(strInclude) && from.setMayInclude.count(PUBLIC) != 0) {

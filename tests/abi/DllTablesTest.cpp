@@ -1,5 +1,5 @@
-// What the DLLs export is held against the lists beside this file, and what they import against the libraries
-// that a site may replace.
+// Compares the exports of the DLLs with the lists beside this file, and their imports with the libraries that
+// a site may replace.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ namespace
 using ::testing::ContainerEq;
 using ::testing::IsSupersetOf;
 
-/// A library as the loader has laid it out in memory.
+/// A library as loaded into memory.
 class LoadedImage
 {
 public:
@@ -32,7 +32,7 @@ public:
         }
     }
 
-    /// The names in its export table, those of functions and objects in C++ as they stand in the source.
+    /// The names in its export table; those of C++ functions and objects are demangled.
     std::set<std::string> Exports() const
     {
         const auto& table = *At<IMAGE_EXPORT_DIRECTORY>(Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
@@ -79,8 +79,9 @@ private:
     const HMODULE m_hModule;
 };
 
-/// What the list names, as it comes to be exported here: with a class go all its static members, those of
-/// Qt's meta-objects too, and the name of a type is each library's own.
+/// The names in the list, adapted to what Windows exports: all static members of an exported class are
+/// exported too, including those of Qt's meta-objects, and type names are not exported, as each library has
+/// its own.
 std::set<std::string> ListedExports(const std::string& strName)
 {
     std::ifstream file(std::string(KTS_EXPORT_LISTS) + "/" + strName + ".exports");

@@ -1,5 +1,5 @@
-// What the shared libraries export is held against the lists beside this file: a line more is a promise made
-// by accident, a line less is a host that no longer starts.
+// Compares the exports of the shared libraries with the lists beside this file: an additional export is a
+// promise made by accident, a missing one is a host that no longer starts.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ std::set<std::string> ExportsOf(const std::string& strLibrary)
            std::fgets(line.data(), static_cast<int>(line.size()), pPipe.get()) != nullptr) {
         std::string strLine = line.data();
         strLine.erase(strLine.find_last_not_of('\n') + 1);
-        setExports.insert(strLine.substr(19)); // behind the address and the kind
+        setExports.insert(strLine.substr(19)); // after the address and the type
     }
     return setExports;
 }

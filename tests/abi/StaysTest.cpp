@@ -1,5 +1,5 @@
-// Qt keeps type ids and tables of ktshttpagent, and threads run in chttpclient: a host that closes a library
-// must not take away the code that they lead to.
+// Qt keeps pointers to type data of ktshttpagent, and threads run in chttpclient: when a host closes a
+// library, the code that these use must stay loaded.
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 #include <dlfcn.h>
 
-/// A shared library, by the path of its file.
+/// A shared library, identified by its file.
 struct SharedLibrary {
     const char* szName;
     const char* szFile;

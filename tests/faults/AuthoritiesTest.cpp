@@ -1,5 +1,5 @@
-// Whose certificates count: those of the system, or those of a file alone, in a tree of files where the
-// system's authorities are the test's own.
+// Which authorities are trusted: those of the system, or those of a file alone. The tests replace the
+// system's authorities by their own, in their own mount namespace.
 
 #include "Nginx.h"
 #include "OwnMounts.h"
@@ -20,12 +20,12 @@ namespace
 
 constexpr const char* NAME = "IP:127.0.0.2"; // where nginx listens
 
-/// A server, or a proxy that is reached over TLS, and what the callback hears.
+/// A server, or a proxy that is reached over TLS, and what the callback gets.
 struct TlsSigner {
     const char* szName;
     bool bProxy;
     const char* szSigner; ///< "System" for an authority of the system, "Other" for another one
-    const char* szFile;   ///< the one that the transport is told by CHTTPCLIENT_CA_FILE; null for none
+    const char* szFile;   ///< the signer named in CHTTPCLIENT_CA_FILE; null for none
     int nHttpError;
 
     friend void PrintTo(const TlsSigner& row, std::ostream* pOut) { *pOut << row.szName; }
@@ -45,7 +45,7 @@ protected:
         }
         const char* const szPlace = curl_version_info(CURLVERSION_NOW)->capath;
         if (szPlace == nullptr) {
-            GTEST_SKIP() << "this libcurl knows no folder of authorities";
+            GTEST_SKIP() << "this libcurl supports no folder of authorities";
         }
         if (const std::string strWhyNot = OwnMounts(); !strWhyNot.empty()) {
             GTEST_SKIP() << strWhyNot;
@@ -56,7 +56,7 @@ protected:
                         "location / { return 200 'from nginx'; }");
     }
 
-    /// Sends over TLS to nginx, as the server or as the proxy that is asked for one.
+    /// Sends a request over TLS to nginx, as the server or as the proxy for one.
     void GetFromNginx()
     {
         const std::string strNginx =
@@ -70,8 +70,8 @@ protected:
     fs::path Folder(const std::string& strAuthority) const { return m_folder.Path() / strAuthority; }
 
 private:
-    /// A folder as the system has it: an authority under the hash of its name, and a file of many. The file
-    /// holds one that signs nothing, so that what is accepted is accepted for the folder.
+    /// A folder like the system's: an authority under the hash of its name, and a file of authorities. The
+    /// file holds one that signs nothing, so that accepted certificates are accepted because of the folder.
     void PutSystemAuthorities(const fs::path& place)
     {
         const fs::path folder = Folder("authorities");

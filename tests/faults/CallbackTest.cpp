@@ -19,8 +19,7 @@ class TransportCallback : public TransportTest
 protected:
     TransportCallback() : m_server(Ok()) {}
 
-    /// Starts with a receiver that keeps the reply and then does what the test
-    /// wants with it.
+    /// Starts with a receiver that keeps the reply and then calls the test's function.
     void StartWith(CHttpClientResponse fnThen)
     {
         CHttpClientSetResponseCallBack(
@@ -72,9 +71,9 @@ TEST_F(TransportCallback, ThatBlocksMakesNoOtherRequestTimeOut)
     for (void* const pToken : tokens.All()) {
         Get(m_server.Url("/"), pToken);
     }
-    EXPECT_TRUE(m_server.WaitForRequests(51)) << "a blocked receiver held up the network";
+    EXPECT_TRUE(m_server.WaitForRequests(51)) << "a blocked receiver delayed the network";
     EXPECT_EQ(m_replies.All().size(), 1U);
-    std::this_thread::sleep_for(TIMEOUT); // were they still under way, they would time out
+    std::this_thread::sleep_for(TIMEOUT); // were they still in progress, they would time out
     gate.Open();
     RepliesAfterShutdown(51);
     EXPECT_THAT(m_replies.Errors(), Each(0));
@@ -130,7 +129,7 @@ TEST_F(TransportCallback, MayBeReplacedByItselfAndLivesUntilItReturns)
     EXPECT_TRUE(pWatched.expired());
 }
 
-// What a receiver holds is the host's, and may call the transport as it goes.
+// A receiver may hold objects of the host that call the transport when they are destroyed.
 TEST_F(TransportCallback, MaySendARequestWhenItIsDestroyed)
 {
     constexpr std::size_t RECEIVERS = 3;
@@ -198,8 +197,7 @@ TEST_F(TransportCallback, ComesExactlyOnceForEachRequestOfManyThreads)
     }
 }
 
-// Were the stop before remembered, each reply would have a thread of its own,
-// started for it.
+// If an earlier stop stayed in force, a new thread would be started for each reply.
 TEST_F(TransportCallback, RunsOnOneThreadAfterEachStart)
 {
     constexpr std::size_t REPLIES = 5;

@@ -63,7 +63,8 @@ TEST_P(TransportConnectionLimit, IsReachedAndKept)
     const auto nLimit = static_cast<std::size_t>(GetParam());
     Set("CHTTPCLIENT_HOST_CONNECTIONS", GetParam());
     Start();
-    // The first replies wait for as many requests as there may be connections: so many are really made.
+    // The first replies wait for as many requests as there may be connections, which shows that all of these
+    // are really opened.
     Gate gate;
     std::atomic<std::size_t> nSeen{0};
     const ScriptedServer server([&](const WireRequest&) {
@@ -83,14 +84,14 @@ TEST_P(TransportConnectionLimit, IsReachedAndKept)
     EXPECT_EQ(server.Accepted(), nLimit);
 }
 
-// However its requests end, each leaves its place to the next: answered, on a connection that broke, on a new
-// one in place of a kept one, or before it is sent.
+// A request makes room for the next one, however it ends: answered, on a broken connection, on a new
+// connection in place of a kept one, or before it is sent.
 TEST_P(TransportConnectionLimit, IsReachedAndKeptAgainAfterAllKindsOfEnds)
 {
     constexpr std::size_t ROUNDS = 3;
     const auto nLimit = static_cast<std::size_t>(GetParam());
     Set("CHTTPCLIENT_HOST_CONNECTIONS", GetParam());
-    Set("CHTTPCLIENT_POST_IDLE_MS", 0L); // no report goes out on a kept connection
+    Set("CHTTPCLIENT_POST_IDLE_MS", 0L); // no report is sent on a kept connection
     Start();
     std::deque<Gate> gates(ROUNDS);
     std::atomic<std::size_t> nRound{0};
@@ -174,8 +175,8 @@ TEST_F(TransportConnections, ToASilentHostHoldUpNoOther)
     EXPECT_THAT(m_replies.Errors(), Each(0));
 }
 
-// The server closes each connection right after its reply, without announcing that, so a next request may go
-// out over it just then.
+// The server closes each connection right after its reply without announcing that, so the next request may be
+// sent on it just then.
 TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleCostNoQuery)
 {
     Start();
@@ -199,8 +200,8 @@ TEST_F(TransportConnections, ThatTheServerClosedCostNoReport)
     EXPECT_EQ(server.Requests().size(), REPORTS);
 }
 
-// Without the wait for the closing, a report may meet it. Then it fails, in one of the ways in which a
-// connection can die under it, and the server has not seen it.
+// Since the test does not wait for the closing, a report may coincide with it. It then fails, in one of the
+// ways in which a connection can die, and the server has not received it.
 TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleNeverBringAReportTwice)
 {
     Start();
@@ -212,8 +213,8 @@ TEST_F(TransportConnections, ThatTheServerClosesWhenTheyAreIdleNeverBringAReport
               static_cast<std::size_t>(std::count(vecErrors.begin(), vecErrors.end(), 0)));
 }
 
-// The server breaks a kept connection in the moment in which the next request comes over it. libcurl then
-// sends the request again over a fresh one. One handle would do so only a few times.
+// The server resets a kept connection just when the next request arrives on it. libcurl then sends the
+// request again on a new one. With a single handle, it would do so only a few times.
 TEST_F(TransportConnections, ThatBreakWhenTheyAreUsedAgainAreReplacedHoweverOften)
 {
     Start();
@@ -237,13 +238,13 @@ TEST_F(TransportConnections, ThatBrokeAreNotUsedAgain)
     EXPECT_EQ(server.Accepted(), 2U);
 }
 
-// A restart leaves kept connections that the old process closed. Neither they nor what was refused meanwhile
-// may cost the requests that come later.
+// After a restart of the server, kept connections are closed by the old process. Neither they nor the
+// requests refused meanwhile may make later requests fail.
 TEST_F(TransportConnections, ToAServerThatWasRestartedAreNew)
 {
     Start();
     LabServerOptions options;
-    options.strAddress = "127.0.0.2"; // where nobody else's connections take the port while it is free
+    options.strAddress = "127.0.0.2"; // where no other connection takes the port while it is free
     options.nPort = RefusingPort().Port();
     const std::string strUrl = "http://" + options.strAddress + ":" + std::to_string(options.nPort) +
                                "/vomd/system/incubatorStatus.action";

@@ -1,4 +1,4 @@
-// Every reply of curl's own test suite, as it is and disfigured.
+// Every reply of curl's own test suite, unchanged and damaged.
 
 #include "CurlTestData.h"
 #include "TransportTest.h"
@@ -24,14 +24,15 @@ protected:
         ServerStep step = Ok();
         if (const std::string strTarget = request.Target(); strTarget.substr(0, 7) == "/reply/") {
             step.strReply = GetParam().fnApply(m_vecReplies.at(std::stoul(strTarget.substr(7))).strBytes);
-            step.patience = 10ms; // many don't say where they end
+            step.patience = 10ms; // many replies don't tell where they end
         } else if (strTarget == "/last") {
             step.ending = Ending::Close;
         }
         return step;
     }
 
-    /// On a connection of its own, and again after a good exchange; a server's requests go out one by one.
+    /// Sends it on a connection of its own, and again after a good exchange; a server gets one request at a
+    /// time.
     void Send(const ScriptedServer& server, std::size_t nReply)
     {
         const std::string strReply = "/reply/" + std::to_string(nReply);

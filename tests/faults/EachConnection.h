@@ -7,7 +7,7 @@
 #include <tuple>
 #include <utility>
 
-/// What the connection of a tested exchange has carried before, and the handle that made it.
+/// Whether the connection of a tested exchange is new or has carried exchanges before.
 enum class Connection { Fresh, HasServed };
 
 /// Exchanges one after the other, over one connection as long as it lasts.
@@ -16,14 +16,14 @@ class TransportInTurn : public TransportTest
 protected:
     TransportInTurn();
 
-    /// Makes a time so short that a busy machine may let any request time out.
+    /// Sets a time so short that any request may time out on a busy machine.
     void SetShortTime(const std::string& strName, long nMilliseconds);
 
     /// Sends a request.
     /// @return its number
     std::size_t Send(const std::string& strUrl, bool bPost = false, const std::string& strBody = "{}",
                      const std::string& strHeader = "");
-    /// Waits for the callback of a request, all that were sent to one server being answered in their order.
+    /// Waits for the callback of a request. Requests to one server are answered in their order.
     ReceivedReply AnswerTo(std::size_t nRequest);
     ReceivedReply Exchange(const std::string& strUrl, bool bPost = false, const std::string& strBody = "{}",
                            const std::string& strHeader = "")
@@ -31,14 +31,14 @@ protected:
         return AnswerTo(Send(strUrl, bPost, strBody, strHeader));
     }
 
-    /// A script that answers all requests of `ServeWell` well, and every other with the step.
+    /// A script that answers all requests of `ServeWell` well, and every other one with the step.
     static ScriptedServer::Script WellBut(ServerStep step);
 
-    /// Two good exchanges, the first with an empty reply; again where one timed out that may.
+    /// Makes two good exchanges, the first with an empty reply; repeats them if one timed out that may do so.
     /// @return the number of the connection that the second came over
     std::size_t ServeWell(const ScriptedServer& server);
 
-    /// The numbers of the connections that a request came over, one for each time.
+    /// The number of the connection of each request to the target.
     static std::vector<std::size_t> ConnectionsOf(const ScriptedServer& server, const std::string& strTarget);
 
     /// Shuts down, and expects that each request has had its one callback.
@@ -49,7 +49,7 @@ private:
     bool m_bShortTime = false;
 };
 
-/// The same with rows, each of which is tried on a fresh connection and on one that has served before.
+/// The same with rows, each of which is tested on a fresh connection and on one that has served before.
 template <class Row>
 class TransportOnEachConnection : public TransportInTurn,
                                   public testing::WithParamInterface<std::tuple<Row, Connection>>
@@ -60,7 +60,7 @@ protected:
     {
         return std::get<1>(TransportOnEachConnection::GetParam()) == Connection::HasServed;
     }
-    /// On a connection that has served, what is to happen happens twice.
+    /// On a connection that has served, the tested event happens twice.
     static int Rounds() { return HasServed() ? 2 : 1; }
 };
 
@@ -70,7 +70,7 @@ auto OnEachConnection(Rows rows)
     return testing::Combine(std::move(rows), testing::Values(Connection::Fresh, Connection::HasServed));
 }
 
-/// The name of the row, and where the connection has served before, so much.
+/// The name of the row, with a suffix if the connection has served before.
 struct NameOnEachConnection {
     template <class Row>
     std::string operator()(const testing::TestParamInfo<std::tuple<Row, Connection>>& info) const

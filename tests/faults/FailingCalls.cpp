@@ -20,7 +20,7 @@
 namespace
 {
 
-// Plain data: allocations ask while nothing else of the program may exist yet.
+// Plain data: allocations use it before anything else of the program may exist.
 std::atomic<const char*> g_szCall{nullptr};
 std::atomic<long> g_nUntilFailure{0}; ///< 1: the next call fails
 std::atomic<long> g_nToFail{0};
@@ -28,7 +28,7 @@ std::atomic<std::size_t> g_nFailed{0};
 std::atomic<bool> g_bWatchThreads{false};
 thread_local bool t_bWatched = false;
 
-/// Counts a call. Returns whether it is to fail.
+/// Counts a call. Returns whether it must fail.
 bool Fails(const char* szCall)
 {
     const char* const szArmed = g_szCall.load();
@@ -43,7 +43,8 @@ bool Fails(const char* szCall)
     return true;
 }
 
-/// An option that says whom to trust. Arrays: noting it must allocate nothing that could be made to fail.
+/// An option that sets trusted authorities. It uses arrays, since recording it must not allocate: an
+/// allocation could be made to fail.
 struct STrust {
     int nOption;
     std::array<char, 256> text;
@@ -144,7 +145,7 @@ bool WatchLibcurlAllocations()
                                 AllocateZeros) == CURLE_OK;
 }
 
-// Replaces the library's; what sizes and alignments exist lead here.
+// Replaces the library's; its variants for sizes and alignments lead here.
 void* operator new(std::size_t nBytes)
 {
     void* const pBytes =
@@ -185,7 +186,7 @@ pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pf
     return pfnReal(pThread, pAttributes, RunWatched, pStart);
 }
 
-#if !defined(__SANITIZE_THREAD__) // that sanitizer stands before it already
+#if !defined(__SANITIZE_THREAD__) // that sanitizer already replaces it
 int __real_atexit(void (*pfnCall)());
 int __wrap_atexit(void (*pfnCall)());
 int __wrap_atexit(void (*pfnCall)())
@@ -210,7 +211,7 @@ CURLcode __wrap_curl_easy_setopt(CURL* pEasy, int nOption, ...)
     }
     va_list arguments;
     va_start(arguments, nOption);
-    // Numbers, offsets and pointers are handed over alike.
+    // Numbers, offsets and pointers are passed in the same way.
     static_assert(sizeof(long) == sizeof(void*) && sizeof(curl_off_t) == sizeof(void*));
     void* const pValue = va_arg(arguments, void*);
     va_end(arguments);

@@ -1,4 +1,4 @@
-// Each call that the transport makes of libcurl, of the thread library and of the allocator fails in turn.
+// Each call that the transport makes to libcurl, the thread library and the allocator fails in turn.
 
 #include "FailingCalls.h"
 #include "TransportTest.h"
@@ -56,9 +56,9 @@ protected:
         return vecNew;
     }
 
-    /// The failure came and went: everything works. A failure that came last may still take the next request
-    /// with it, so that one only has to be answered. Where a test makes the time-out short, a busy machine
-    /// may need some tries.
+    /// Checks that everything works after the failure. The last failure may still affect the next request, so
+    /// that one only has to be answered. If a test makes the time-out short, a busy machine may need several
+    /// tries.
     void ExpectHealth()
     {
         constexpr int TIMED_OUT = -28;
@@ -81,7 +81,7 @@ protected:
 TEST_P(TransportFailure, InExchangesGivesEachRequestItsCallbackAndThenAllIsWell)
 {
     Start();
-    ExpectHealth(); // connections are made, handles are kept
+    ExpectHealth(); // creates connections and what is kept
     for (std::size_t nNth = 1; nNth < MANY; ++nNth) {
         SCOPED_TRACE(std::string(GetParam()) + " fails, call " + std::to_string(nNth));
         ArmFailure(GetParam(), nNth);
@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, TransportFailure,
                                          "curl_multi_poll", "pthread_create"),
                          [](const auto& call) { return std::string(call.param); });
 
-// An option that could not be set is a request that can't be sent as it was meant.
+// If an option can't be set, the request can't be sent as intended.
 class TransportRequestFailure : public TransportFailure
 {
 protected:
@@ -174,7 +174,7 @@ TEST_P(TransportLoopFailure, ThatLastsDoesNotSpin)
     ASSERT_THAT(NewErrors(3), Each(AnyOf(0, -2, -27))); // a quick server may answer before the loop polls
     const auto tpBefore = std::chrono::steady_clock::now();
     const double dBefore = Seconds(CLOCK_PROCESS_CPUTIME_ID);
-    std::this_thread::sleep_for(1s); // or longer, where the machine is busy
+    std::this_thread::sleep_for(1s); // or longer, if the machine is busy
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - tpBefore;
     EXPECT_LE(Seconds(CLOCK_PROCESS_CPUTIME_ID) - dBefore, 0.2 * passed.count());
     DisarmFailure();
@@ -202,7 +202,7 @@ TEST_F(TransportFailure, ToStartAThreadLeavesTheCallbackToTheSendersThreadAndIsL
 TEST_F(TransportFailure, ToRegisterForTheEndOfTheProcessIsMadeUpForByALaterStartWhichIsTheLastToDoSo)
 {
 #if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the thread sanitizer stands before the call that is to fail";
+    GTEST_SKIP() << "the thread sanitizer replaces the call that must fail";
 #endif
     const auto nFailuresOfAStart = [](std::size_t nNth) {
         ArmFailure("atexit", nNth, MANY);
@@ -234,7 +234,7 @@ TEST_F(TransportFailure, OfEveryAllocationOnTheTransportsThreadsLosesNoCallback)
     RepliesAfterShutdown(m_nSeen);
 }
 
-// A receiver that throws for want of memory leaves none for the line about it either.
+// When a receiver throws for lack of memory, there is none for the log line about it either.
 TEST_F(TransportFailure, OfMemoryForTheLineAboutAReceiverThatThrewLosesNoCallback)
 {
     WatchThreads(true);
@@ -256,7 +256,7 @@ TEST_F(TransportFailure, OfMemoryForTheLineAboutAReceiverThatThrewLosesNoCallbac
             });
         Get(m_server.Url("/"));
         ASSERT_THAT(NewErrors(1), Each(0));
-        // The failure may befall this one in place of the line, where the machine is busy.
+        // If the machine is busy, the failure may hit this request in place of the log line.
         Get(m_server.Url("/"));
         ASSERT_THAT(NewErrors(1), Each(AnyOf(0, -2, -27)));
         EXPECT_EQ(DisarmFailure(), 1U);
@@ -266,8 +266,8 @@ TEST_F(TransportFailure, OfMemoryForTheLineAboutAReceiverThatThrewLosesNoCallbac
     RepliesAfterShutdown(m_nSeen);
 }
 
-// libcurl has its own words for the memory that it could not get, and some losses it does not notice: it
-// sends a head without its body, say, and only the time-out ends that. So any error is good, if there is one.
+// libcurl reports a lack of memory with various errors, and does not notice some losses: it may send a head
+// without its body, for example, and only the time-out ends that. So any error is accepted.
 TEST_F(TransportFailure, OfEveryAllocationOfLibcurlLosesNoCallback)
 {
     Set("CHTTPCLIENT_TIMEOUT_MS", 1000);
@@ -287,7 +287,7 @@ TEST_F(TransportFailure, OfEveryAllocationOfLibcurlLosesNoCallback)
     RepliesAfterShutdown(m_nSeen);
 }
 
-// libcurl has authorities of its own, in a file and in a folder; the folder counts beside a file of ours.
+// libcurl has built-in authorities, in a file and in a folder; the folder would be used besides our file.
 class TransportTrust : public TransportTest
 {
 protected:

@@ -13,21 +13,21 @@ using testing::ElementsAre;
 using testing::Not;
 using testing::UnorderedElementsAre;
 
-/// A host that forks without exec. A drain time of a minute makes it show where a child drains requests that
-/// are its parent's.
+/// A host that forks without exec. With a drain time of a minute, a child that drained its parent's requests
+/// would be noticed.
 class ForkingHost : public testing::Test
 {
 protected:
     ForkingHost() { ::setenv("CHTTPCLIENT_DRAIN_MS", "60000", 1); }
 
-    /// A child begins with every lock as it was at the fork. Of the allocators, only the C library's sees to
-    /// its own; a sanitizer's may leave the child one that stays taken.
+    /// A child starts with every lock as it was at the fork. Of the allocators, only the C library's takes
+    /// care of its locks; a sanitizer's may leave the child a lock that is never released.
     void SetUp() override
     {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
         const std::string strTest = testing::UnitTest::GetInstance()->current_test_info()->name();
         if (strTest.rfind("UnderLoad", 0) == 0) {
-            GTEST_SKIP() << "the sanitizer's allocator does not bear forks under load";
+            GTEST_SKIP() << "the sanitizer's allocator does not support forks under load";
         }
 #endif
     }
@@ -74,7 +74,7 @@ protected:
     void SetUp() override
     {
 #if defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "the sanitizer takes a child's thread for the one of its parent that has the same id";
+        GTEST_SKIP() << "the sanitizer confuses a child's thread with the parent's thread of the same id";
 #endif
     }
 };
@@ -121,7 +121,7 @@ TEST_F(ForkingHost, UnderLoadHasNoChildThatHangs)
 
 TEST_F(ForkingHost, UnderLoadHasTheLinesOfItsChildrenInItsLog)
 {
-    ::setenv("CLOG_FILE_BYTES", "1000000000", 1); // no file is put aside
+    ::setenv("CLOG_FILE_BYTES", "1000000000", 1); // no file is rotated
     Fork("UnderLoad");
     EXPECT_THAT(m_logFolder.Lines(), Contains(testing::HasSubstr("forking_host:2 child")).Times(100));
 }

@@ -1,5 +1,5 @@
 // A host that forks without exec, at the moment that its second argument names. For each callback it prints a
-// line: who, type, error. The parent prints how its child ended, too.
+// line: process, type, error. The parent also prints how its child ended.
 //
 //   forking_host URL-OF-A-SERVER MOMENT
 //
@@ -27,8 +27,8 @@ const char* g_szWho = "parent";
 }
 
 #if defined(__SANITIZE_ADDRESS__)
-// A child has no threads but one. What only the stacks of the others led to is out of its reach, and none of
-// its business; the parent is searched for leaks.
+// A child has only one thread. It can't reach memory to which only the stacks of the other threads led, so
+// leaks are searched for in the parent only.
 extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off();
 extern "C" int __lsan_is_turned_off()
 {
@@ -40,7 +40,7 @@ extern "C" int __lsan_is_turned_off()
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options()
 {
-    return "die_after_fork=0"; // that the child starts threads is what is tried here
+    return "die_after_fork=0"; // the test is about children that start threads
 }
 #endif
 
@@ -55,7 +55,7 @@ constexpr std::chrono::seconds PROMPT{30}; // much less than the drain time, whi
 
 std::string g_strServer;
 
-std::atomic<int> g_nCallbacks{0}; // and no lock, which a fork might find taken
+std::atomic<int> g_nCallbacks{0}; // not a lock, which might be held at a fork
 
 void Say(const std::string& strText)
 {
@@ -83,7 +83,7 @@ void Send(int nType, const std::string& strPath)
     CHttpClientSendRequest(nType, g_strServer + strPath, "{}", nullptr, true, false, "");
 }
 
-/// Forks; the child does what it is to do and leaves through exit.
+/// Forks; the child calls the function and ends by exit().
 template <class Function>
 pid_t Fork(Function fnInChild)
 {
@@ -133,7 +133,7 @@ void StartSendAndStop()
     CHttpClientUnInit();
 }
 
-/// In two lives, each of which is forked again while it runs.
+/// Runs the transport twice, and forks again each time while it runs.
 void ForkAgainTwice()
 {
     for (int nLife = 1; nLife <= 2; ++nLife) {
@@ -145,7 +145,7 @@ void ForkAgainTwice()
     }
 }
 
-/// What a child does, by the name of the moment's second half.
+/// What a child does, as named by the second half of the moment.
 void ChildOf(std::string_view strMoment)
 {
     if (strMoment == "Sends") {
@@ -161,7 +161,7 @@ void ChildOf(std::string_view strMoment)
     }
 }
 
-/// A child of a parent with a request in flight, which is answered afterwards.
+/// Forks while the parent has a request in flight, which is answered afterwards.
 void ForkInFlight(std::string_view strMoment)
 {
     CHttpClientInit();
@@ -174,7 +174,7 @@ void ForkInFlight(std::string_view strMoment)
     CHttpClientUnInit();
 }
 
-/// A child that begins on the delivering thread, in the callback.
+/// Forks on the delivering thread, in a callback.
 void ForkInCallback()
 {
     CHttpClientSetResponseCallBack(
@@ -197,7 +197,7 @@ void ForkBeforeStart()
     AwaitChild(nChild);
 }
 
-/// Children of a parent that is at all times about to send or to log, and holds one lock or another.
+/// Forks while the parent is constantly sending and logging, and so holds one lock or another.
 void ForkUnderLoad()
 {
     constexpr int CHILDREN = 100;

@@ -1,5 +1,5 @@
-// A kept connection that is reset when the head of a report is out and nothing of its body. The program has a
-// send() and a recv() of its own, so that it is reset just then.
+// A kept connection that is reset when the head of a report was sent, but nothing of its body. The program
+// replaces send() and recv() to reset it just then.
 
 #include "TransportTest.h"
 
@@ -21,8 +21,8 @@ namespace
 constexpr int NOT_YET = -1;
 constexpr int NO_LONGER = -2;
 
-std::atomic<int> g_nWithHead{NOT_YET}; ///< the socket that the head went out on
-std::atomic<int> g_nReset{NOT_YET};    ///< the same from the moment that it is reset until that is seen
+std::atomic<int> g_nWithHead{NOT_YET}; ///< the socket on which the head was sent
+std::atomic<int> g_nReset{NOT_YET};    ///< the same socket, from its reset until the reset is noticed
 
 template <class Function>
 Function RealOne(const char* szName)
@@ -32,7 +32,7 @@ Function RealOne(const char* szName)
 
 } // namespace
 
-/// Stands before the C library's: lets the head of a POST to /second out, and finds the socket full for what
+/// Replaces the C library's: sends the head of a POST to /second, and reports the socket full for what
 /// follows.
 extern "C" __attribute__((visibility("default"))) ssize_t send(int nSocket, const void* pBytes,
                                                                std::size_t nBytes, int nFlags)
@@ -63,7 +63,7 @@ extern "C" __attribute__((visibility("default"))) ssize_t recv(int nSocket, void
     return pfnReal(nSocket, pBytes, nBytes, nFlags);
 }
 
-// As often as it happens: one handle would send again only a few times.
+// Repeatedly: with a single handle, libcurl would send again only a few times.
 TEST_F(TransportTest, AReportOfWhichOnlyTheHeadIsOutGoesOutAgainWhole)
 {
     constexpr std::size_t ROUNDS = 8;
@@ -79,7 +79,7 @@ TEST_F(TransportTest, AReportOfWhichOnlyTheHeadIsOutGoesOutAgainWhole)
         Post(server.Url("/second"), strReport);
         ASSERT_TRUE(m_replies.WaitFor(2 * nRound + 2));
         EXPECT_EQ(g_nReset, NO_LONGER);
-        ASSERT_THAT(server.Requests(), SizeIs(2 * nRound + 2)) << "whole ones";
+        ASSERT_THAT(server.Requests(), SizeIs(2 * nRound + 2)) << "the requests that arrived whole";
         EXPECT_TRUE(server.Requests().back().strBody == strReport);
         EXPECT_EQ(server.Accepted(), nRound + 2);
     }

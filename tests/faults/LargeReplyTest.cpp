@@ -5,7 +5,7 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-// After it, whose types it uses.
+// Must follow windows.h, whose types it uses.
 #include <psapi.h>
 #else
 #include <sys/resource.h>
@@ -28,7 +28,7 @@ const std::string& GzippedLetters()
 
 constexpr std::size_t GIGABYTE = 1'000'000'000;
 
-/// So many zeros and a few more, compressed as zlib does: a bit stream of 13 bits for each 258 of them.
+/// At least that many zeros, compressed as zlib does: 13 bits for each 258 of them.
 std::string DeflatedZeros(std::size_t nZeros)
 {
     std::string strBytes = "\x78\x01";
@@ -52,7 +52,7 @@ std::string DeflatedZeros(std::size_t nZeros)
     return strBytes;
 }
 
-/// The most memory that this process has had so far.
+/// The most memory that this process has used so far.
 std::size_t PeakResidentBytes()
 {
 #if defined(_WIN32)

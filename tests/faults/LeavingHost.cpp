@@ -1,9 +1,9 @@
-// A host that hands in a report and leaves, in the way that its second argument names, without ever shutting
-// the transport down properly. For each callback it prints a line: type, error.
+// A host that sends a report and then ends, in the way that its second argument names, without shutting the
+// transport down properly. For each callback it prints a line: type, error.
 //
 //   leaving_host URL-OF-THE-REPORT WAY [URL-OF-MORE-REQUESTS [URL-OF-EARLIER-REQUESTS]]
 //
-// Where no more requests are to be sent, their URL is empty. Earlier requests go out in earlier lives of the
+// The URL of more requests is empty if none must be sent. Earlier requests are sent in earlier lives of the
 // transport, each between a start and a stop; their callbacks print nothing.
 
 #include <ktshttpagent/chttpclient.h>
@@ -34,8 +34,8 @@ void Report(int nType, const std::string& strUrl)
     CHttpClientSendRequest(nType, strUrl, "{}", nullptr, true, true, "Content-Type: application/json");
 }
 
-/// Sends when static objects are destroyed; made before the transport starts, and so destroyed after it
-/// ended.
+/// Sends when static objects are destroyed. It is created before the transport starts, and so destroyed after
+/// the transport has ended.
 struct SendsAtTheEnd {
     std::string strUrl;
     ~SendsAtTheEnd() { Report(LAST, strUrl); }
@@ -47,7 +47,7 @@ struct UnInitsAtTheEnd {
 
 volatile std::sig_atomic_t g_bSignalled = 0;
 
-/// As a daemon ends: the handler of a signal, which comes from somebody else, sets a flag that main looks at.
+/// Ends as a daemon does: the handler of a signal from another process sets a flag that main checks.
 void WaitForTheFlagOfASignal()
 {
     std::signal(SIGTERM, [](int) { g_bSignalled = 1; });
@@ -57,7 +57,7 @@ void WaitForTheFlagOfASignal()
     }
 }
 
-/// Starts and stops the transport, each time with requests on their way.
+/// Starts and stops the transport, each time with requests in progress.
 void LiveBefore(const std::string& strUrl)
 {
     CHttpClientSetResponseCallBack([](const std::string&, int, void*, int) {});
@@ -70,8 +70,8 @@ void LiveBefore(const std::string& strUrl)
     }
 }
 
-/// Ends the process in a callback behind which others wait: the first one holds them up until all are there.
-/// There may be one outstanding request, and so the others are refused and need no server.
+/// Ends the process in a callback while further replies wait: the first callback blocks until all of them are
+/// there. Only one request may be outstanding, so the others are refused and need no server.
 void ExitWithRepliesWaiting(const std::string& strUrl)
 {
     static std::promise<void> handedIn;

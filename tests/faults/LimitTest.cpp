@@ -40,7 +40,7 @@ TEST_F(TransportLimit, OfOutstandingRequestsRefusesTheOneAboveItAndSendsNothing)
     EXPECT_THAT(m_replies.UserData(), testing::UnorderedElementsAreArray(tokens.All()));
 }
 
-// The limit counts what is refused as little as what is answered.
+// Neither refused nor answered requests count towards the limit.
 TEST_F(TransportLimit, OfOutstandingRequestsIsTheSameEachTimeThatItIsReached)
 {
     constexpr std::size_t LIMIT = 10;
@@ -83,7 +83,7 @@ TEST_F(TransportLimit, OfOutstandingRequestsHasRoomAgainOnceTheyAreAnswered)
             Get(server.Url("/"));
             ++nSent;
         }
-        CHttpClientUnInit(); // returns when all is answered, the limit's count included
+        CHttpClientUnInit(); // when it returns, all is answered, and counted as such
         ASSERT_EQ(m_replies.Count(), nSent);
         ASSERT_TRUE(CHttpClientInit());
     }
@@ -117,7 +117,7 @@ TEST_F(TransportLimit, OfOutstandingRequestsIsAHundredThousandByDefault)
     for (int nRequest = 0; nRequest < 100'001; ++nRequest) {
         Get(server.Url("/"));
     }
-    CHttpClientUnInit(); // which waits a few seconds for so many callbacks, but no longer
+    CHttpClientUnInit(); // waits for all these callbacks, but only a few seconds
     ASSERT_TRUE(m_replies.WaitFor(100'001));
     EXPECT_THAT(m_replies.All(), SizeIs(100'001));
     EXPECT_THAT(m_replies.Errors(), Contains(-1000).Times(1));

@@ -1,4 +1,4 @@
-// Names, and a resolver that is slow. The program has a resolver of its own, so nothing here depends on the
+// Host names, and a slow resolver. The program has a resolver of its own, so nothing here depends on the
 // network.
 
 #include "TransportTest.h"
@@ -21,7 +21,7 @@ namespace
 /// The slow resolver waits here.
 Gate& Resolver()
 {
-    static auto* const pGate = new Gate; // a resolver thread may outlive all else
+    static auto* const pGate = new Gate; // a resolver thread may outlive everything else
     return *pGate;
 }
 
@@ -38,8 +38,8 @@ void WaitUntilResolving(int nNames)
 
 } // namespace
 
-/// Stands before the C library's: names that end in ".slow" wait until the test lets them go, for ".invalid"
-/// nobody is found, and nor for ".slow" then.
+/// Replaces the C library's: names that end in ".slow" wait until the test opens the gate; neither they nor
+/// names that end in ".invalid" are found.
 extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char* szNode, const char* szService,
                                                                   const addrinfo* pHints, addrinfo** ppFound)
 {
@@ -63,7 +63,7 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char* sz
 class TransportNames : public TransportTest
 {
 protected:
-    /// No name is given up while a test still has to do with it, however slow the machine.
+    /// However slow the machine, no name is given up while a test still needs it.
     TransportNames() { Set("CHTTPCLIENT_CONNECT_TIMEOUT_MS", 60'000); }
     ~TransportNames() override { Resolver().Open(); }
 };
@@ -119,7 +119,7 @@ TEST_F(TransportNames, ThatAreBeingResolvedDoNotDelayShuttingDown)
     }
     WaitUntilResolving(8);
     CHttpClientUnInit();
-    EXPECT_THAT(m_replies.Errors(), Each(-42)) << "every callback is due before the call returns";
+    EXPECT_THAT(m_replies.Errors(), Each(-42)) << "every callback must come before the call returns";
     EXPECT_THAT(m_replies.UserData(), testing::UnorderedElementsAreArray(tokens.All()));
 }
 

@@ -1,4 +1,4 @@
-// What becomes of the closing of idle connections, and of the authorities for TLS, where libcurl refuses one
+// What happens to the closing of idle connections, and to the authorities for TLS, when libcurl refuses one
 // of the options that they need.
 
 #include "platform/chttpclient/Authorities.h"
@@ -30,7 +30,7 @@ class RefusedOption : public testing::Test
 protected:
     RefusedOption()
     {
-        // libcurl calls it with each request that begins.
+        // libcurl calls this for each request that begins.
         curl_multi_setopt(m_pMulti.get(), CURLMOPT_TIMERFUNCTION, &CountBeginning);
         curl_multi_setopt(m_pMulti.get(), CURLMOPT_TIMERDATA, &m_nBegun);
     }
@@ -59,7 +59,7 @@ extern "C" CURLcode __wrap_curl_global_init(long nFlags)
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
-// Without one of them the request that makes libcurl look might go out on the network.
+// Without one of these options, the request that triggers libcurl's check might be sent on the network.
 TEST_F(RefusedOption, LeavesIdleConnectionsAlone)
 {
     constexpr std::size_t OPTIONS = 6;
@@ -78,7 +78,7 @@ TEST_F(RefusedOption, LeavesIdleConnectionsAlone)
     EXPECT_GT(m_nBegun, 0);
 }
 
-// A connection must not be made that trusts others than the site says.
+// No connection may trust other authorities than those that the site has set.
 TEST_F(RefusedOption, OfAuthoritiesIsAFailure)
 {
     const Easy pEasy(curl_easy_init(), &curl_easy_cleanup);

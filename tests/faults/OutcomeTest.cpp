@@ -23,7 +23,7 @@ constexpr int LOST_REPORT = -65;
 
 } // namespace
 
-/// What the server does, and what the callback is to hear of it.
+/// What the server does, and what the callback must get.
 struct Outcome {
     const char* szName;
     ServerStep step;
@@ -39,7 +39,7 @@ protected:
     void ExpectOutcome(bool bPost)
     {
         if (ServerHangsUp() && HasServed() && TheRow().step.ending == Ending::Reset && RunsUnderWine()) {
-            GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+            GTEST_SKIP() << "Wine does not report resets to programs";
         }
         SetTimes();
         Set("CHTTPCLIENT_MAX_REPLY_BYTES", MAX_REPLY);
@@ -62,7 +62,8 @@ protected:
 private:
     static bool TimesOut() { return TheRow().nHttpError == TIMED_OUT; }
 
-    /// Without a byte in answer. On a used connection that costs a report, and a query goes out again.
+    /// Whether the server ends the connection without answering a byte. On a used connection, a report then
+    /// fails and a query is sent again.
     static bool ServerHangsUp()
     {
         const ServerStep& step = TheRow().step;
@@ -84,11 +85,11 @@ private:
         return bPost && HasServed() && ServerHangsUp() ? LOST_REPORT : TheRow().nHttpError;
     }
 
-    /// A request is sent once, over the connection that is there.
+    /// The connections expected for a request: it is sent once, over the existing connection.
     static testing::Matcher<std::vector<std::size_t>> ConnectionsOfA(bool bPost, std::size_t nConnection)
     {
         if (TimesOut()) {
-            return AnyOf(ElementsAre(nConnection), IsEmpty()); // it may not have got that far
+            return AnyOf(ElementsAre(nConnection), IsEmpty()); // it may not have been sent completely
         }
         if (!bPost && HasServed() && ServerHangsUp()) {
             return ElementsAre(nConnection, nConnection + 1);
@@ -147,8 +148,8 @@ INSTANTIATE_TEST_SUITE_P(
                 std::string(MAX_REPLY, 'x')})),
     NameOnEachConnection());
 
-// -56, a failure in receiving, stands for a reset and for chunks that can't be read; libcurl makes no
-// difference. A first line that is no HTTP is a protocol that we don't speak, -1.
+// -56, a failure in receiving, stands for a reset and for unreadable chunks alike. A first line that is not
+// HTTP is an unsupported protocol, -1.
 INSTANTIATE_TEST_SUITE_P(
     Faults, TransportOutcome,
     OnEachConnection(testing::Values(
@@ -192,7 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
                 ""})),
     NameOnEachConnection());
 
-// Quick or slow, a reply that never ends is ended by us: by a limit of size or by the time-out.
+// We end a reply that never ends, quick or slow: by the size limit or by the time-out.
 INSTANTIATE_TEST_SUITE_P(
     Endless, TransportOutcome,
     OnEachConnection(testing::Values(
@@ -209,8 +210,8 @@ INSTANTIATE_TEST_SUITE_P(
         Outcome{"Trailer", Endless(Chunked("1\r\nx\r\n0\r\n"), "X-More: and more\r\n"), -63, ""})),
     NameOnEachConnection());
 
-/// Replies with bytes behind their end, on a connection that stays. Each is given to a request, and the one
-/// behind it, which waits already, must not be answered with what is left over.
+/// Replies followed by surplus bytes, on a connection that is kept. The next request, which is already
+/// waiting, must not be answered with these bytes.
 class TransportLeftover : public TransportOutcome
 {
 };

@@ -30,7 +30,7 @@ std::string Without(std::string strBytes, std::size_t nAtEnd)
     return strBytes;
 }
 
-/// With one bit different in the byte that stands so far from the end.
+/// The bytes with one bit changed in the byte at that distance from the end.
 std::string Damaged(std::string strBytes, std::size_t nFromEnd)
 {
     char& c = strBytes.at(strBytes.size() - nFromEnd);
@@ -52,7 +52,7 @@ std::string Chunks(const std::string& strBody)
                               : Chunk(strBody.substr(0, nHalf)) + Chunk(strBody.substr(nHalf)) + "0\r\n\r\n";
 }
 
-/// The ways of a server to say where a body ends.
+/// The ways in which a server can tell where a body ends.
 std::vector<ServerStep> EachFraming(const std::string& strHeaderLines, const std::string& strBody)
 {
     const std::string strHead = "HTTP/1.1 200 OK\r\n" + strHeaderLines;
@@ -63,8 +63,8 @@ std::vector<ServerStep> EachFraming(const std::string& strHeaderLines, const std
 
 } // namespace
 
-/// Each reply is given twice, the second time on a connection that has served since, and never harms what
-/// follows.
+/// Each reply is sent twice, the second time on a connection that has served in between, and must not affect
+/// what follows.
 class TransportUnpacking : public TransportInTurn
 {
 protected:
@@ -188,7 +188,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Packed{"OfAnUnknownCoding", "Content-Encoding: utf-8\r\n", Text(), -61, ""}),
     testing::PrintToStringParamName());
 
-/// Whole replies, whose label is special in some way.
+/// Complete replies with a special label.
 struct Labelled {
     const char* szName;
     std::string strReply;

@@ -16,8 +16,8 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::StartsWith;
 
-/// A host that leaves without CHttpClientUnInit, in one of several ways, in the first life of its transport
-/// or in a later one.
+/// A host that ends without CHttpClientUnInit, in one of several ways, in the first life of its transport or
+/// in a later one.
 class LeavingHost : public testing::TestWithParam<std::tuple<const char*, bool>>
 {
 protected:
@@ -31,11 +31,11 @@ protected:
         return Watch(LEAVING_HOST, vecArguments);
     }
 
-    /// Enough for every answer, however slow the machine.
+    /// Enough time for every answer, however slow the machine.
     void SetUp() override { ::setenv("CHTTPCLIENT_DRAIN_MS", "60000", 1); }
 
-    /// What a host prints that leaves with a report and 20 requests to a silent server: the report is
-    /// answered or, where the machine is slow, cancelled as they are.
+    /// Expects what a host prints that ends with a report and 20 requests to a silent server in progress: the
+    /// report is answered or, if the machine is slow, cancelled like the others.
     static void ExpectOneOutcomeEach(const Departure& departure)
     {
         EXPECT_TRUE(departure.bInTime);
@@ -105,7 +105,7 @@ TEST_F(LeavingHost, InTheMidstOfAHandshakeEndsInBoundedTime)
 {
     ::setenv("CHTTPCLIENT_DRAIN_MS", "2000", 1);
     ::setenv("CHTTPCLIENT_CONNECT_TIMEOUT_MS", "60000", 1);
-    ::setenv("CHTTPCLIENT_HOST_CONNECTIONS", "1", 1); // each further handshake would read all authorities
+    ::setenv("CHTTPCLIENT_HOST_CONNECTIONS", "1", 1); // each further handshake would load all authorities
     const ScriptedServer server(Ok(200ms));
     const ScriptedServer serverSilent(Silent());
     const std::string strSilent = "https://127.0.0.1:" + std::to_string(serverSilent.Port()) + "/more";

@@ -1,4 +1,4 @@
-// What happens at the limits that Linux sets to a process.
+// What happens at the limits that Linux sets for a process.
 
 #include "HostProcess.h"
 #include "TransportTest.h"
@@ -20,7 +20,7 @@ class ProcessLimit : public TransportTest
 {
 };
 
-// Waiting on descriptors must work for numbers past those that select() can hold.
+// Waiting on descriptors must work beyond the numbers that select() can handle.
 TEST_F(ProcessLimit, OfSelectIsNone)
 {
     rlimit limit{};
@@ -44,7 +44,7 @@ TEST_F(ProcessLimit, OfSelectIsNone)
     }
 }
 
-/// A host whose process is short of something.
+/// A host whose process lacks some resource.
 class ShortHost : public testing::Test
 {
 protected:
@@ -63,7 +63,7 @@ protected:
 TEST_F(ShortHost, OfDescriptorsGetsAFailureAndGoesOnWhenThereAreSomeAgain)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer asks the system about addresses through descriptors of its own";
+    GTEST_SKIP() << "the sanitizer itself needs descriptors to check addresses";
 #endif
     EXPECT_THAT(Run("OfDescriptors").vecLines, ElementsAre("1 -7", "2 0"));
 }
@@ -71,7 +71,7 @@ TEST_F(ShortHost, OfDescriptorsGetsAFailureAndGoesOnWhenThereAreSomeAgain)
 TEST_F(ShortHost, OfDescriptorsAtTheStartGetsAnAnswerAndCanStartLater)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer asks the system about addresses through descriptors of its own";
+    GTEST_SKIP() << "the sanitizer itself needs descriptors to check addresses";
 #endif
     EXPECT_THAT(Run("OfDescriptorsAtTheStart").vecLines, ElementsAre(AnyOf("1 -2", "1 0"), "2 0"));
 }

@@ -48,10 +48,10 @@ TEST_F(TransportTest, AProxyIsNotAskedForAHostThatIsExempt)
     EXPECT_THAT(proxy.Requests(), IsEmpty());
 }
 
-/// A proxy that lets a request down, and what its callback hears.
+/// A proxy that fails a request, and what its callback gets.
 struct UselessProxy {
     const char* szName;
-    int nStatus; ///< of its reply to everything; 0 for none that listens
+    int nStatus; ///< of its reply to every request; 0 if nothing listens
     const char* szUrl;
     int nHttpError;
 
@@ -63,7 +63,7 @@ class TransportUselessProxy : public TransportOnEachConnection<UselessProxy>
 protected:
     static constexpr const char* OTHER_URL = "http://served.invalid/";
 
-    /// The proxy serves one host well.
+    /// Serves one host well.
     static ServerStep Answer(const WireRequest& request)
     {
         return Reply(request.Target() == OTHER_URL ? 200 : TheRow().nStatus);
@@ -86,7 +86,7 @@ TEST_P(TransportUselessProxy, IsReportedOnce)
         }
         EXPECT_EQ(Exchange(TheRow().szUrl).nHttpError, TheRow().nHttpError);
     }
-    if (HasServed()) { // no tunnel has such a target, and a proxy that refuses none at all
+    if (HasServed()) { // not seen in a tunnel, nor by a proxy that refuses connections
         EXPECT_THAT(ConnectionsOf(answering, TheRow().szUrl), testing::Each(1U));
     }
     ExpectNoMoreReplies();

@@ -1,4 +1,4 @@
-// What the host must not notice of the transport: signals, idle load, growth.
+// Effects of the transport that the host must not notice: signals, idle load, growth.
 
 #include "TransportTest.h"
 
@@ -29,7 +29,7 @@ std::size_t Entries(const char* szFolder)
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(szFolder), {}));
 }
 
-/// How often threads of the process have gone to sleep so far; a wake-up comes before each further time.
+/// How often threads of the process have gone to sleep so far. Each further sleep follows a wake-up.
 long Sleeps()
 {
     long nAll = 0;
@@ -52,7 +52,7 @@ double ProcessorSeconds()
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/// Whether the process hardly wakes up in that time, and takes hardly any of the processor's.
+/// Whether the process hardly wakes up in that time, and uses hardly any processor time.
 bool IsAtPeaceForTwoSeconds()
 {
     const double dProcessor = ProcessorSeconds();
@@ -83,7 +83,7 @@ void OnTick(int /*nSignal*/)
 class TransportQuiet : public TransportTest
 {
 protected:
-    /// Sends so many requests, a thousand at a time.
+    /// Sends that many requests, a thousand at a time.
     void Exchange(const ScriptedServer& server, std::size_t nRequests)
     {
         const std::size_t nEnd = m_replies.Count() + nRequests;
@@ -108,7 +108,7 @@ TEST_F(TransportQuiet, AfterAHundredThousandRequestsHasNoMoreThreadsAndDescripto
     const std::size_t nThreads = Entries("/proc/self/task");
     const std::size_t nDescriptors = Entries("/proc/self/fd");
     Exchange(server, 99'000);
-    EXPECT_LE(Entries("/proc/self/task"), nThreads + 8); // the server's: one a connection
+    EXPECT_LE(Entries("/proc/self/task"), nThreads + 8); // of the server: one per connection
     EXPECT_LE(Entries("/proc/self/fd"), nDescriptors + 16);
     // A connection that a slow machine leaves unused for more than 3 s is replaced.
     const auto nTimes = (std::chrono::steady_clock::now() - tpBegin) / 3s + 1;
@@ -122,8 +122,8 @@ TEST_F(TransportQuiet, AndIdleSleeps)
     Start();
     const ScriptedServer server(Ok());
     Exchange(server, 100);
-    // When the last exchange has settled is for the machine to say: a time of peace must come, sooner or
-    // later.
+    // How soon everything settles after the last exchange depends on the machine: a quiet time must come,
+    // sooner or later.
     bool bPeace = false;
     for (int nTry = 0; nTry < 20 && !bPeace; ++nTry) {
         bPeace = IsAtPeaceForTwoSeconds();
@@ -131,8 +131,8 @@ TEST_F(TransportQuiet, AndIdleSleeps)
     EXPECT_TRUE(bPeace);
 }
 
-// A host with an interval timer, a profiler say: its handler must run on the host's threads, and no exchange
-// may suffer.
+// A host with an interval timer, for example a profiler's: the handler must run on the host's threads, and no
+// exchange may fail.
 TEST_F(TransportQuiet, UnderAStormOfSignalsTakesNone)
 {
     sigset_t alarm{};
@@ -150,7 +150,7 @@ TEST_F(TransportQuiet, UnderAStormOfSignalsTakesNone)
     const itimerval everyMillisecond{{0, 1000}, {0, 1000}};
     ASSERT_EQ(::setitimer(ITIMER_REAL, &everyMillisecond, nullptr), 0);
 
-    Start(); // from a thread that takes the signal
+    Start(); // from a thread that receives the signal
     Exchange(server, 5000);
     while (g_nTicks < 100) {
         Exchange(server, 100);
@@ -181,7 +181,7 @@ TEST_F(TransportQuiet, RaisesNoSigpipeWhenTheServerBreaksOffALargeReport)
     }
     RepliesAfterShutdown(5);
     EXPECT_THAT(m_replies.Errors(), Each(testing::AnyOf(-55, -56)))
-        << "broken off in sending or in receiving";
+        << "reset while sending or while receiving";
     ASSERT_EQ(::sigaction(SIGPIPE, nullptr, &action), 0);
     EXPECT_EQ(action.sa_handler, SIG_DFL);
 }

@@ -14,12 +14,12 @@ struct UselessUrl {
     friend void PrintTo(const UselessUrl& row, std::ostream* pOut) { *pOut << '"' << row.szUrl << '"'; }
 };
 
-/// Requests that come to nothing before they are sent, the first of all or between good ones.
+/// Requests that fail before they are sent, as the very first or between good ones.
 template <class Row>
 class TransportRefusal : public TransportOnEachConnection<Row>
 {
 protected:
-    /// @param fnRefused  makes one such request of the server, and expects its refusal
+    /// @param fnRefused  makes one such request to the server, and expects its refusal
     template <class Refused>
     void ExpectThatNothingIsSent(Refused fnRefused)
     {
@@ -33,7 +33,7 @@ protected:
             EXPECT_EQ(server.Accepted(), nConnection);
         }
         if (this->HasServed()) {
-            EXPECT_EQ(this->ServeWell(server), 1U) << "the connection was to stay";
+            EXPECT_EQ(this->ServeWell(server), 1U) << "the connection should have been kept";
         }
         this->ExpectNoMoreReplies();
     }

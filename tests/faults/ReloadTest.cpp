@@ -42,7 +42,7 @@ bool WaitForGood(int nCount)
     return WaitFor(g_nGood, nCount);
 }
 
-/// The library while it is loaded.
+/// Loads the library for its own lifetime.
 class LoadedTransport
 {
 public:
@@ -87,7 +87,7 @@ ServerStep Answer(const WireRequest& request)
 class TransportReload : public testing::Test
 {
 protected:
-    /// What a stop finds under way is answered before it returns, however slow the machine.
+    /// However slow the machine, requests in progress at a stop are answered before it returns.
     TransportReload() { ::setenv("CHTTPCLIENT_DRAIN_MS", "60000", 1); }
 
     const LogFolder m_logFolder;
@@ -114,7 +114,7 @@ TEST_F(TransportReload, WithRequestsInFlightAndUnstoppedLosesNone)
         for (int nRequest = 0; nRequest < 8; ++nRequest) {
             transport.Send(m_server.Url("/late"));
         }
-    } // unloaded: the answers are still on their way
+    } // unloaded while the answers are still in transit
     EXPECT_TRUE(WaitForGood(80));
     const LoadedTransport transport;
     transport.Stop();
@@ -137,8 +137,8 @@ TEST_F(TransportReload, RightAfterAStopThatCancelledIsSafe)
     EXPECT_EQ(g_nOther + g_nGood, 0);
 }
 
-// As when a host and one of its plugins each bring the library: the copies know nothing of each other, share
-// libcurl, and one's end is not the other's.
+// As when a host and one of its plugins each have a copy of the library: the copies are independent of each
+// other, share libcurl, and one may end while the other goes on.
 TEST_F(TransportReload, OfASecondCopyMakesATransportOfItsOwn)
 {
     const std::filesystem::path pathCopy = m_logFolder.Path() / "second_copy.so";

@@ -10,7 +10,7 @@ using Ending = ServerStep::Ending;
 namespace
 {
 
-/// Bytes that a server sends in answer to a request.
+/// The bytes that a server sends as its reply.
 struct RawReply {
     const char* szName;
     const char* szBytes;
@@ -21,7 +21,7 @@ struct RawReply {
 } // namespace
 
 /// A reply that libcurl can't read, on a connection that carried good ones before. libcurl 7.88 keeps a
-/// pointer to the last header line of the reply before, which it has freed by then.
+/// pointer to the last header line of the previous reply, which it has freed by then.
 class TransportSecondReply : public TransportInTurn, public testing::WithParamInterface<RawReply>
 {
 };

@@ -28,11 +28,11 @@ ServerStep Gone(Ending ending)
 
 } // namespace
 
-/// A connection that dies under a request: what the server may have seen, how it goes, and how large the
-/// request is.
+/// A connection that dies during a request: what the server may have read, how the connection ends, and how
+/// large the request is.
 struct DyingConnection {
     const char* szName;
-    ScriptedServer::Answers answers; ///< on heads: dies with a part of the request read
+    ScriptedServer::Answers answers; ///< `Beginnings`: it dies when a part of the request was read
     Ending ending;
     std::size_t nBodyBytes;
 
@@ -42,9 +42,9 @@ struct DyingConnection {
 class TransportSendAgain : public TransportInTurn, public testing::WithParamInterface<DyingConnection>
 {
 protected:
-    static constexpr std::size_t ROUNDS = 2; // what one loss leaves behind may cost the next request
+    static constexpr std::size_t ROUNDS = 2; // what one loss leaves behind may harm the next request
 
-    /// Lets the connection down when one of these targets comes for the first time.
+    /// The server ends the connection when such a target is requested for the first time.
     static std::string DeadlyTarget(std::size_t nRound) { return "/deadly" + std::to_string(nRound); }
 
     ScriptedServer::Script Script()
@@ -63,12 +63,12 @@ private:
     std::atomic<std::size_t> m_nDeaths{0};
 };
 
-// The server may have acted on a report whose answer is lost; sent again, it would count twice. A report
-// without body, which libcurl would send again, goes out on a new connection, so that it does not.
+// The server may have acted on a report whose answer is lost; sent again, the report would count twice. A
+// report without a body, which libcurl would send again, uses a new connection to avoid that.
 TEST_P(TransportSendAgain, IsNotDoneToAReportThatTheServerMayHaveSeen)
 {
     if (GetParam().ending == Ending::Reset && RunsUnderWine()) {
-        GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+        GTEST_SKIP() << "Wine does not report resets to programs";
     }
     Start();
     const ScriptedServer server(Script(), GetParam().answers);
@@ -79,7 +79,7 @@ TEST_P(TransportSendAgain, IsNotDoneToAReportThatTheServerMayHaveSeen)
         if (BodyBytes() == 0) {
             EXPECT_EQ(reply.nHttpError, GetParam().ending == Ending::Close ? -52 : -56);
         } else if (GetParam().answers == ScriptedServer::Answers::Beginnings) {
-            EXPECT_THAT(reply.nHttpError, AnyOf(-55, -65)); // seen while sending, or while receiving
+            EXPECT_THAT(reply.nHttpError, AnyOf(-55, -65)); // noticed while sending, or while receiving
         } else {
             EXPECT_EQ(reply.nHttpError, -65);
         }
@@ -119,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
                         20 * MEGABYTE}),
     testing::PrintToStringParamName());
 
-/// What becomes of kept connections that idle.
+/// What happens to kept connections that are idle.
 class TransportIdleConnection : public TransportTest
 {
 protected:
@@ -138,7 +138,8 @@ protected:
     }
 };
 
-// Servers close what is idle for a second or more. One that closes just as we send would cost a report.
+// Servers close connections that were idle for a second or more. If one closes just as we send, a report is
+// lost.
 TEST_F(TransportIdleConnection, OfHalfASecondIsNotUsedByAReport)
 {
     const ScriptedServer server(Ok());
@@ -169,21 +170,21 @@ TEST_F(TransportIdleConnection, IsNeverUsedByAReportWhereTheSettingIsZero)
     EXPECT_EQ(server.Accepted(), 2U);
 }
 
-// The server may count the idle time from the beginning of its reply: what follows waits in its buffers.
+// The server may count idle time from the beginning of its reply, while the rest waits in its buffers.
 TEST_F(TransportIdleConnection, IsIdleFromTheBeginningOfAReplyOn)
 {
     const std::string strReply = HttpReply(200, "{}");
     ServerStep slow;
     slow.strReply = strReply.substr(0, strReply.size() - 1);
     slow.strEndless = strReply.back();
-    slow.pause = 1'500ms; // far more than the bound: a busy machine may read the beginning late
+    slow.pause = 1'500ms; // far more than the limit: a busy machine may read the beginning late
     const ScriptedServer server({slow, Ok()});
     Set("CHTTPCLIENT_POST_IDLE_MS", 100);
     SendTwo(server, true, 0ms);
     EXPECT_EQ(server.Accepted(), 2U);
 }
 
-// Some servers say 408 before they close an idle connection. That answers no request.
+// Some servers send a 408 before they close an idle connection. That is not a reply to any request.
 TEST_F(TransportIdleConnection, IsNotUsedOnceTheServerHasSpokenUnasked)
 {
     ServerStep farewell = Ok();
@@ -209,9 +210,9 @@ TEST_F(TransportIdleConnection, IsClosedThoughNoRequestComesEachTime)
     RepliesAfterShutdown(TIMES);
 }
 
-// When a kept connection dies, libcurl sends its query again by itself, here on a connection that the server
-// has spoken on unasked. The query then goes out on a new connection, within the time-out that it had from
-// the start.
+// When a kept connection dies, libcurl sends its query again by itself: here on another kept connection, on
+// which the server has sent unsolicited bytes. So the query moves to a new connection, within its original
+// time-out.
 TEST_F(TransportIdleConnection, ThatIsReplacedLateGivesItsRequestNoMoreTime)
 {
     constexpr auto TIMEOUT = 3000ms;

@@ -23,7 +23,7 @@ inline std::string Chunked(const std::string& strChunks)
     return "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + strChunks;
 }
 
-/// A reply that promises a body of 100 bytes and begins it.
+/// A reply that announces a body of 100 bytes but holds only its beginning.
 inline std::string HalfReply()
 {
     return "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf a body";
@@ -51,7 +51,7 @@ inline ServerStep Late(std::chrono::milliseconds delay, std::string strReply)
     return step;
 }
 
-/// The reply, and then the same bytes for ever, as fast as they go.
+/// The reply, and then the same bytes for ever, as fast as possible.
 inline ServerStep Endless(std::string strReply, const std::string& strEndless)
 {
     ServerStep step = Step(std::move(strReply), ServerStep::Ending::Hold);

@@ -1,4 +1,4 @@
-// A host that is short of something, as its second argument names. For each callback it prints a line: type,
+// A host that lacks the resource named by its second argument. For each callback it prints a line: type,
 // error.
 //
 //   short_host URL SHORTAGE
@@ -38,7 +38,7 @@ void Receive(const std::string& /*body*/, int nType, void* /*pUserData*/, int nH
     g_condition.notify_all();
 }
 
-/// Sends a request of a type that is its number, and waits for its callback.
+/// Sends a request whose type is the number, and waits for its callback.
 void Exchange(int nNumber)
 {
     CHttpClientSendRequest(nNumber, g_strUrl, "{}", nullptr, true, false, "");
@@ -56,7 +56,7 @@ void LimitSoftly(__rlimit_resource resource, rlim_t nLimit)
     }
 }
 
-/// Every descriptor that the process may have.
+/// Opens every descriptor that the process may have.
 std::vector<int> TakeAllDescriptors()
 {
     LimitSoftly(RLIMIT_NOFILE, 64);
@@ -93,8 +93,8 @@ void StartWithoutDescriptors()
     Exchange(2);
 }
 
-/// The disk is full for the log from its first kilobyte on, and later has room again. A receiver that throws
-/// makes the transport log.
+/// Simulates a disk that is full after the first kilobyte of the log, and later has room again. A receiver
+/// that throws makes the transport log.
 void FillTheDisk()
 {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -108,9 +108,9 @@ void FillTheDisk()
     for (int nNumber = 1; nNumber <= 20; ++nNumber) {
         Exchange(nNumber);
     }
-    CHttpClientUnInit(); // by now the transport has logged all
+    CHttpClientUnInit(); // by now the transport has logged everything
     LimitSoftly(RLIMIT_FSIZE, RLIM_INFINITY);
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // the log is tried anew every second
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // the log is reopened at most once a second
     Log_Write(1, "short_host", 1, "room again");
 }
 

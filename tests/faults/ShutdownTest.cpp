@@ -28,7 +28,8 @@ INSTANTIATE_TEST_SUITE_P(InThe, TransportShutdown, testing::Values(Life::First, 
                              return life.param == Life::First ? "FirstLife" : "LaterLife";
                          });
 
-/// The connections to one host: with 8 most requests are still queued, with 1000 all are on the network.
+/// The parameter is the number of connections to one host: with 8 most requests are still queued, with 1000
+/// all are on the network.
 class TransportShutdownInFlight : public TransportLife,
                                   public testing::WithParamInterface<std::tuple<long, Life>>
 {
@@ -57,8 +58,8 @@ TEST_P(TransportShutdownInFlight, CancelsEachRequestOnceInBoundedTime)
     CHttpClientUnInit();
     const auto duration = std::chrono::steady_clock::now() - tpBegin;
     EXPECT_GE(duration, 200ms) << "the drain time was cut short";
-    EXPECT_LE(duration, 30s) << "less than the time of a request";
-    EXPECT_THAT(m_replies.Errors(), Each(-42)) << "every callback is due before the call returns";
+    EXPECT_LE(duration, 30s) << "must be less than the time-out of a request";
+    EXPECT_THAT(m_replies.Errors(), Each(-42)) << "every callback must come before the call returns";
     EXPECT_THAT(m_replies.UserData(), UnorderedElementsAreArray(tokens.All()));
 }
 
@@ -70,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(Connections, TransportShutdownInFlight,
                                     (std::get<1>(row.param) == Life::First ? "" : "InALaterLife");
                          });
 
-// Were it taken for the default of 3 s, the answer would come.
+// If 0 were taken for the default of 3 s, the answer would arrive.
 TEST_P(TransportShutdown, WithoutDrainTimeCancelsAtOnce)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 0);

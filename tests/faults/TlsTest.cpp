@@ -9,13 +9,13 @@
 #include <optional>
 #include <ostream>
 
-/// A certificate of the server and how it is reached, and what the callback hears.
+/// A server's certificate, how the server is reached, and what the callback gets.
 struct TlsPeer {
     const char* szName;
     const char* szSubject;   ///< the names that the certificate is for
     const char* szDays;      ///< how long it is valid from now on
-    const char* szProtocols; ///< null for none: it speaks plainly
-    bool bCaFile;            ///< whether the transport is told the authority that signed it
+    const char* szProtocols; ///< null for none: it does not use TLS
+    bool bCaFile;            ///< whether the transport is given the authority that signed it
     int nHttpError;
 
     friend void PrintTo(const TlsPeer& row, std::ostream* pOut) { *pOut << row.szName; }
@@ -91,7 +91,7 @@ class TransportTlsFile : public TransportTls
 {
 };
 
-// What OpenSSL would take for the system's authorities.
+// The variables that tell OpenSSL where the system's authorities are.
 TEST_P(TransportTlsFile, IsNotThatOfOpenSslsVariables)
 {
     Set("SSL_CERT_FILE", CaFile());
@@ -102,7 +102,7 @@ TEST_P(TransportTlsFile, IsNotThatOfOpenSslsVariables)
     EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(-60));
 }
 
-// Whoever takes an authority out of the file need not start the host anew.
+// Removing an authority from the file takes effect without restarting the host.
 TEST_P(TransportTlsFile, IsReadForEachConnection)
 {
     Set("CHTTPCLIENT_CA_FILE", CaFile());
@@ -154,13 +154,13 @@ class TransportTlsClosed : public TransportTest, public testing::WithParamInterf
 };
 
 // A server announces the end of an encrypted connection before it closes it. libcurl takes the announcement
-// for data, and so each such connection for one that can be used, and gives up at the sixth.
+// for data, and so takes each such connection for a usable one, and gives up at the sixth.
 TEST_P(TransportTlsClosed, ConnectionsCostNoRequest)
 {
     if (!Nginx::IsInstalled()) {
         GTEST_SKIP() << "nginx is not installed; ./dev setup does it";
     }
-    constexpr std::size_t AT_ONCE = 24; // over so many connections, or nearly
+    constexpr std::size_t AT_ONCE = 24; // over about as many connections
     const LogFolder folder;
     ASSERT_TRUE(MakeCertificates(folder.Path(), "IP:127.0.0.1", "2")); // the relay's
     const Nginx nginx(folder.Path(), " ssl",
@@ -169,7 +169,7 @@ TEST_P(TransportTlsClosed, ConnectionsCostNoRequest)
     const DelayingRelay relay(Nginx::ADDRESS, nginx.Port(), std::chrono::milliseconds(0), 1);
     Set("CHTTPCLIENT_CA_FILE", (folder.Path() / "ca.pem").string());
     Set("CHTTPCLIENT_HOST_CONNECTIONS", AT_ONCE);
-    Set("CHTTPCLIENT_POST_IDLE_MS", 60'000); // its age alone forbids no connection
+    Set("CHTTPCLIENT_POST_IDLE_MS", 60'000); // so that age alone rules out no connection
     Start();
     const std::string strUrl = "https://127.0.0.1:" + std::to_string(relay.Port(0)) + "/vomd/x";
     for (std::size_t nRequest = 0; nRequest < AT_ONCE; ++nRequest) {

@@ -8,8 +8,8 @@ enum class Life { First, Later };
 class TransportLife : public TransportTest
 {
 protected:
-    /// Starts and stops several times. Each stop finds requests under way and waiting; some were answered
-    /// before, some come after.
+    /// Starts and stops the transport several times. At each stop, requests are in progress and waiting; some
+    /// were answered before, some are sent after it.
     static void LiveBefore()
     {
         constexpr std::size_t LIVES = 5;
@@ -38,7 +38,7 @@ protected:
             vecExpected.push_back(-2);
             ASSERT_TRUE(replies.WaitFor(vecExpected.size()));
         }
-        CHttpClientUnInit(); // waits for the callback that came last
+        CHttpClientUnInit(); // waits for the last callback
         CHttpClientSetResponseCallBack(nullptr);
         EXPECT_EQ(replies.Errors(), vecExpected);
         Set("CHTTPCLIENT_DRAIN_MS", 1000);

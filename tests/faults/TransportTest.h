@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-/// What one callback was called with, and where.
+/// What one callback was called with, and on which thread.
 struct ReceivedReply {
     std::string strBody;
     int nType = 0;
@@ -40,7 +40,7 @@ private:
     std::vector<ReceivedReply> m_vecReplies;
 };
 
-/// A door that callbacks wait at until the test opens it.
+/// A gate at which callbacks wait until the test opens it.
 class Gate
 {
 public:
@@ -54,8 +54,8 @@ private:
     bool m_bOpen = false;
 };
 
-/// A test of the transport through its four calls. Proxies of the environment are out of force, the log has a
-/// folder of its own, and shutting down drains for a second.
+/// A test of the transport through its four calls. Proxies of the environment are disabled, the log has a
+/// folder of its own, and the drain time is a second.
 class TransportTest : public testing::Test
 {
 protected:
@@ -77,15 +77,15 @@ protected:
     static void Post(const std::string& strUrl, const std::string& strBody, void* pUserData = nullptr,
                      int nType = TYPE);
 
-    /// Waits for that many replies, shuts down, and so leaves time for one too many to come.
-    /// @return all replies; the test has failed if they are not that many
+    /// Waits for that many replies and shuts down, which leaves time for a surplus reply to arrive.
+    /// @return all replies; the test fails if their number differs
     std::vector<ReceivedReply> RepliesAfterShutdown(std::size_t nCount);
 
     const LogFolder m_logFolder;
     ReceivedReplies m_replies;
 };
 
-/// Distinct user data for so many requests.
+/// Distinct user data for that many requests.
 class Tokens
 {
 public:

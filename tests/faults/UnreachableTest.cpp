@@ -1,16 +1,15 @@
-// Servers that no request gets to.
+// Servers that no request can reach.
 
 #include "EachConnection.h"
 
 #include <ostream>
 
-/// Who is asked in vain, and what the callback hears.
+/// What can't be reached, and what the callback gets.
 struct Unreachable {
     enum class Peer {
         Refuses,
         NeverAnswers,      ///< a request for a connection
-        NeverShakesHands,  ///< connects, and is silent when encryption is to be
-                           ///< agreed on
+        NeverShakesHands,  ///< connects, but stays silent in the TLS handshake
         AuthoritiesMissing ///< of an encrypted connection
     };
 
@@ -47,8 +46,8 @@ TEST_P(TransportUnreachable, IsReportedOnceAndCostsNoOtherRequest)
 {
 #if defined(_WIN32)
     if (Is(Peer::AuthoritiesMissing)) {
-        GTEST_SKIP() << "Windows reads the file only when a peer has shown its "
-                        "certificate; WindowsTlsTest has one";
+        GTEST_SKIP() << "Windows reads the file only after a peer has sent its "
+                        "certificate; WindowsTlsTest covers that";
     }
 #endif
     if (Is(Peer::AuthoritiesMissing)) {
@@ -60,7 +59,7 @@ TEST_P(TransportUnreachable, IsReportedOnceAndCostsNoOtherRequest)
     const ScriptedServer server(Ok());
     for (int nRound = 0; nRound < Rounds(); ++nRound) {
         if (HasServed()) {
-            EXPECT_EQ(ServeWell(server), 1U) << "its connection was to stay";
+            EXPECT_EQ(ServeWell(server), 1U) << "its connection should have been kept";
         }
         const ReceivedReply reply = Exchange(Url());
         EXPECT_EQ(reply.nHttpError, TheRow().nHttpError);
@@ -79,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(Peers, TransportUnreachable,
                                          -77})),
                          NameOnEachConnection());
 
-// A report that is too late for the kept connection needs a new one.
+// The report comes too late for the kept connection, and so needs a new one.
 TEST_F(TransportInTurn, AServerThatListensNoMoreIsReportedOnceThoughItsKeptConnectionIsOpen)
 {
     Set("CHTTPCLIENT_POST_IDLE_MS", 0L);
@@ -88,7 +87,7 @@ TEST_F(TransportInTurn, AServerThatListensNoMoreIsReportedOnceThoughItsKeptConne
     const CSocketsStartUp sockets;
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(0x7F000002); // where nobody else's connections take the port
+    address.sin_addr.s_addr = htonl(0x7F000002); // where no other connection takes the port
     auto* const pAddress = reinterpret_cast<sockaddr*>(&address);
     socklen_t nSize = sizeof address;
     const Socket nListener = OpenStreamSocket();

@@ -1,4 +1,4 @@
-// Uses of the transport that are allowed and rare.
+// Unusual but allowed uses of the transport.
 
 #include "TransportTest.h"
 
@@ -60,7 +60,7 @@ TEST_F(UnusualUse, OfAnEmptyReceiverLosesTheReplyAndSaysSo)
     EXPECT_THAT(m_logFolder.Lines(), Contains(HasSubstr("no receiver for a reply of type")));
 }
 
-// They can't wait for the stop, which waits for them.
+// They must not wait for the stop, which waits for the callback.
 TEST_F(UnusualUse, OfStartAndStopInACallbackWhileTheTransportStopsReturnsAtOnce)
 {
     Gate called;

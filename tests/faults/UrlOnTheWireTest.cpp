@@ -4,7 +4,7 @@
 
 #include <ostream>
 
-/// What follows host and port in the URL as it was handed in, and what the server sees of it.
+/// What follows host and port in the URL that is handed in, and what the server gets.
 struct UrlOnTheWire {
     const char* szName;
     std::string strHandedIn;

@@ -8,7 +8,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// What stands on the wire after one request to a server that answers everything.
+/// What is sent for one request to a server that answers everything.
 class TransportWire : public TransportTest
 {
 protected:
@@ -99,7 +99,7 @@ TEST_F(TransportWire, AnEmptyPostSaysSo)
     EXPECT_THAT(request.Header("Content-Length"), ElementsAre("Content-Length: 0"));
 }
 
-// Requests one after the other go out over one connection.
+// Successive requests use one connection.
 TEST_F(TransportWire, AGetCarriesNothingOfThePostBefore)
 {
     Sent("{\"t\":\"1\"}\n", true, true, "Content-Type: text/plain");
@@ -120,7 +120,7 @@ TEST_F(TransportWire, APostCarriesNothingOfThePostBefore)
     EXPECT_THAT(request.Header("Content-Length"), ElementsAre("Content-Length: 5"));
 }
 
-/// A request of one form.
+/// One form of request.
 struct Form {
     bool bPost;
     bool bCredentials;
@@ -128,7 +128,7 @@ struct Form {
     std::string strHeader;
 };
 
-// Each form after two of every form, over one connection.
+// Each form is sent after two requests of every form, over one connection.
 TEST_F(TransportWire, ARequestDependsOnNoneOfThoseBeforeIt)
 {
     Set("CHTTPCLIENT_POST_IDLE_MS", 60'000); // on a busy machine more than half a second may pass
@@ -143,10 +143,10 @@ TEST_F(TransportWire, ARequestDependsOnNoneOfThoseBeforeIt)
         return SentTo(form.bCredentials ? UrlWithCredentials() : Url(), form.strBody, form.bPost,
                       !form.strHeader.empty(), form.strHeader);
     };
-    std::vector<std::string> vecHeads; // as they are without any before
+    std::vector<std::string> vecHeads; // as sent by a new transport
     for (const Form& form : vecForms) {
         vecHeads.push_back(send(form).strHead);
-        for (int nTime = 2; nTime <= 3; ++nTime) { // the same again on the connection that it made
+        for (int nTime = 2; nTime <= 3; ++nTime) { // again, on the connection that it opened
             const WireRequest request = send(form);
             EXPECT_EQ(request.strHead, vecHeads.back());
             EXPECT_EQ(request.nConnection, vecHeads.size());

@@ -21,11 +21,11 @@ using Clock = std::chrono::steady_clock;
 namespace
 {
 
-// Fewer than the transport keeps connections, so that only their age closes them.
+// Together fewer than the connections that the transport keeps, so that only their age closes them.
 constexpr std::size_t DENSE_LANES = 40;
 constexpr std::size_t SPREAD_LANES = 10;
 constexpr std::size_t LANES = DENSE_LANES + SPREAD_LANES;
-constexpr auto MARGIN = 40ms; ///< before and after the moments of which any could be the unlucky one
+constexpr auto MARGIN = 40ms; ///< before and after the moments at which a report could be lost
 constexpr auto PATIENCE = 60s;
 
 /// The callback of one report, awaited by its sender.
@@ -59,7 +59,7 @@ private:
     Clock::time_point m_tpSet;
 };
 
-/// How long after a reply the lane sends its next report.
+/// How long after a reply a lane sends its next report.
 Clock::duration Pause(const RaceTrack& track, std::size_t nLane, std::size_t nRound, std::size_t nRounds)
 {
     const double dShift = static_cast<double>(nRound) / static_cast<double>(nRounds);

@@ -5,9 +5,9 @@
 #include <map>
 #include <string>
 
-/// A server that closes connections which idle for some time, and the line to it.
+/// A server that closes connections after some idle time, and the line to it.
 struct RaceTrack {
-    std::chrono::milliseconds serverIdle; ///< after this the server closes
+    std::chrono::milliseconds serverIdle; ///< idle time after which the server closes
     std::chrono::milliseconds roundTrip;
     bool bTls;
 };
@@ -24,10 +24,10 @@ struct RaceResult {
     std::string FailuresInWords() const;
 };
 
-/// Sends reports across the moment in which the server closes: over many connections at once, each report a
-/// chosen time after the reply to the one before. Most of the times lie around the closing, densely, from
-/// before its first byte can cross the first byte of a report on the line until after it has arrived; the
-/// others are spread over all times from 0 on. Each round moves them by a part of their distance.
+/// Sends reports around the moment at which the server closes: over many connections at once, each report a
+/// chosen time after the previous reply. Most of these times are packed densely around the closing: from
+/// before its first byte can cross the first byte of a report on the line, until after it has arrived. The
+/// others are spread over all times from 0 on. Each round shifts them by a fraction of their spacing.
 ///
 /// Uses this process's transport, which must not be started yet, and the log.
 /// @throws std::runtime_error when nginx or the transport can't be started

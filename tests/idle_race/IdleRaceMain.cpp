@@ -1,4 +1,5 @@
-// Reports sent across the moment in which the server closes their idle connection: one line of a table.
+// Sends reports around the moment at which the server closes their idle connection, and prints one line of a
+// table.
 //
 //   kts_idle_race IDLE_MS ROUND_TRIP_MS plain|tls ROUNDS
 //

@@ -1,4 +1,4 @@
-// A short run of what ./dev idle-race does at length.
+// A short version of what ./dev idle-race runs.
 
 #include "IdleRace.h"
 #include "Nginx.h"

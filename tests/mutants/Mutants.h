@@ -1,8 +1,8 @@
 #pragma once
 
-// What the faults call that `./dev mutants` writes into a copy of the sources. One process has at most one
-// fault switched on: the one whose number stands in KTS_MUTANT. With KTS_MUTANTS_REACHED, the name of a file,
-// a process leaves in it which places it came to, one byte for each.
+// Functions called by the faults that `./dev mutants` inserts into a copy of the sources. A process has at
+// most one fault switched on: the one with the number in KTS_MUTANT. If KTS_MUTANTS_REACHED names a file, the
+// process records in it which places were reached, one byte for each.
 
 #include <cstdio>
 #include <cstdlib>
@@ -26,7 +26,7 @@ inline unsigned char* MapReached() noexcept
     if (pszFile == nullptr) {
         return nullptr;
     }
-    // Not by open and fstat, which fail in tests that have their own.
+    // Avoids open and fstat, which fail in tests that replace them.
     std::FILE* const pFile = std::fopen(pszFile, "r+e");
     void* pBytes = MAP_FAILED;
     if (pFile != nullptr && std::fseek(pFile, 0, SEEK_END) == 0) {
@@ -51,7 +51,7 @@ inline bool IsOn(unsigned nMutant) noexcept
 
 } // namespace detail
 
-/// What the compiler computes is as it was, so that array sizes, case labels and static_asserts stay.
+/// During compilation no fault is on, so that array sizes, case labels and static_asserts are unchanged.
 constexpr bool On(unsigned nMutant) noexcept
 {
     return !__builtin_is_constant_evaluated() && detail::IsOn(nMutant);
@@ -62,7 +62,7 @@ constexpr bool Not(unsigned nMutant, bool bValue) noexcept
     return On(nMutant) ? !bValue : bValue;
 }
 
-/// A number becomes its successor, a truth its contrary, a time twice as long.
+/// A number is increased by one, a truth value negated, a time doubled.
 template <typename T>
 constexpr T Changed(unsigned nMutant, T value) noexcept
 {
@@ -75,7 +75,7 @@ constexpr T Changed(unsigned nMutant, T value) noexcept
     }
 }
 
-/// A lock that is left out: what is locked is a mutex that no other thread knows.
+/// Omits a lock: locks a mutex that no other thread uses.
 template <typename Mutex>
 Mutex& Lock(unsigned nMutant, Mutex& mutex) noexcept
 {

@@ -1,8 +1,8 @@
-// A host with raised rights that uses what works on Qt. Prints where the first endpoint setting is read, or
-// whether a request was answered.
+// A host with raised rights that uses the parts based on Qt. Prints where the first endpoint setting is read
+// from, or whether a request was answered.
 //
 //   raised_qt_host whether|setting
-//   raised_qt_host get URL [PORT]          PORT: of a proxy that the host itself tells Qt, on this machine
+//   raised_qt_host get URL [PORT]          PORT: of a proxy on this machine that the host itself sets in Qt
 //   raised_qt_host download URL FILE
 
 #include "EndpointSettings.h"

@@ -1,4 +1,4 @@
-// What the environment may say to a host that runs with rights which its caller has not got: nothing.
+// The environment must have no effect on a host that runs with rights that its caller lacks.
 
 #include "HostProcess.h"
 #include "LogFolder.h"
@@ -43,7 +43,7 @@ protected:
         const std::vector<std::string> vecWhether = Run({"whether"});
         ASSERT_THAT(vecWhether, SizeIs(1)) << "the host does not run";
         if (vecWhether.front() != "raised") {
-            GTEST_SKIP() << "the system raises no program's rights here";
+            GTEST_SKIP() << "the system gives no program raised rights here";
         }
     }
 
@@ -63,7 +63,7 @@ protected:
     const LogFolder m_folder; ///< of the environment
 };
 
-/// In octal digits, as chmod takes it.
+/// The mode in octal digits.
 std::string Mode(const fs::path& path)
 {
     struct stat status {
@@ -97,13 +97,13 @@ TEST_F(LogWithRaisedRights, IsWrittenThereWhateverTheEnvironmentSays)
 {
     if (::geteuid() != 0) {
         GTEST_SKIP()
-            << "only root can write there, and put another folder there for a program with raised rights";
+            << "only root can write there, and mount another folder there for a program with raised rights";
     }
     if (const std::string strWhyNot = OwnMounts(); !strWhyNot.empty()) {
         GTEST_SKIP() << strWhyNot;
     }
     if (Run({"whether"}) != std::vector<std::string>{"raised"}) {
-        GTEST_SKIP() << "the system raises no program's rights in a namespace of its own";
+        GTEST_SKIP() << "the system gives no program raised rights in a separate namespace";
     }
     const LogFolder system;
     ASSERT_EQ(PutInPlaceOf("/var/log", system.Path()), "");
@@ -158,7 +158,7 @@ class TransportTlsProxyWithRaisedRights : public TransportProxyWithRaisedRights
 {
 };
 
-// Nobody listens there, so there is no answer; what counts is that nobody else was asked.
+// Nobody listens there, so there is no answer; the test checks that no proxy was asked.
 TEST_P(TransportTlsProxyWithRaisedRights, IsNotTakenFromTheEnvironment)
 {
     ::setenv(GetParam(), m_proxy.Url("").c_str(), 1);
@@ -171,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(Variables, TransportTlsProxyWithRaisedRights,
                          testing::Values("https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"),
                          [](const auto& variable) { return std::string(variable.param); });
 
-// libcurl opens the file as it starts, and writes what it encrypts with there.
+// libcurl opens the file when it is initialised, and writes its session keys to it.
 TEST_F(TransportWithRaisedRights, WritesNoKeysForItsCaller)
 {
     const fs::path keys = m_folder.Path() / "keys";
@@ -190,7 +190,7 @@ protected:
         ::setenv("http_proxy", m_proxy.Url("").c_str(), 1);
     }
 
-    /// This machine, by an address that Qt does not take for it.
+    /// This machine, at an address that Qt does not recognise as local.
     std::string ServerUrl() const { return "http://0.0.0.0:" + std::to_string(m_server.Port()) + "/"; }
 
     const ServerStep m_yes{HttpReply(200, "{}")};

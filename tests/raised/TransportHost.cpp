@@ -1,5 +1,6 @@
-// A host with raised rights that sends one request by the transport, which it holds itself beside a log of
-// its own, so that none is written to the system's place for it. Prints the error and the body.
+// A host with raised rights that sends one request by the transport. The transport is linked into it together
+// with a log of its own, so that nothing is written to the system's log folder. Prints the error and the
+// body.
 //
 //   raised_transport_host whether
 //   raised_transport_host get URL

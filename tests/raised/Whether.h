@@ -5,13 +5,13 @@
 
 #include <sys/auxv.h>
 
-/// Prints whether the system takes this program for one with raised rights.
+/// Prints whether the system considers this program to have raised rights.
 inline void PrintWhether()
 {
     std::puts(::getauxval(AT_SECURE) != 0 ? "raised" : "as usual");
 }
 
-/// Ends the program without what sanitizers do then, which the system does not let such a program do.
+/// Ends the program without the final checks of sanitizers, which the system does not allow such a program.
 [[noreturn]] inline void Leave()
 {
     std::fflush(stdout);

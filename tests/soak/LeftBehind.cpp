@@ -1,5 +1,6 @@
-// Makes very many blocking calls that time out against a server that says nothing, and shows that a minute
-// later (CHTTPCLIENT_TIMEOUT_MS) neither threads nor descriptors of theirs are left, and never were too many.
+// Makes very many blocking calls that time out at a silent server, and shows that a minute later
+// (CHTTPCLIENT_TIMEOUT_MS) none of their threads and descriptors are left, and that there were never too
+// many.
 //
 //   kts_soak_waits [CALLS]        1000 by default, each with a time-out of 10 ms
 //
@@ -29,10 +30,10 @@ namespace
 {
 
 constexpr int TIMEOUT_MS = 10;
-constexpr std::size_t MOST_REQUESTS = 101; // left behind, and under way
+constexpr std::size_t MOST_REQUESTS = 101; // given up by their calls, and in progress
 constexpr std::chrono::seconds PATIENCE{10};
 
-/// Takes connections, since the system does that for it, and never looks at them.
+/// Listens but never accepts: the system completes the connections.
 class SilentPort
 {
 public:
@@ -89,7 +90,7 @@ int main(int nArguments, char** ppArguments)
     const std::size_t nCalls = nArguments > 1 ? std::strtoul(ppArguments[1], nullptr, 10) : 1'000;
     const QCoreApplication application(nArguments, ppArguments);
     const SilentPort server;
-    Call(1); // which nobody listens on: what is made once and stays
+    Call(1); // nobody listens there; creates what stays for the process
     QCoreApplication::processEvents(QEventLoop::AllEvents, 1'000);
     const SUse before;
     before.Print("before");

@@ -1,6 +1,6 @@
-// Sends very many requests through the transport, to a server in this process, and holds it to two promises:
-// exactly one callback a request, and no growth. Prints the resident size after the first requests and after
-// the last one.
+// Sends very many requests through the transport to a server in this process, and checks two promises:
+// exactly one callback per request, and no growth. Prints the resident size after the first requests and
+// after the last one.
 //
 //   kts_soak [REQUESTS]        1000000 by default
 //
@@ -30,7 +30,7 @@ constexpr std::size_t WARM_UP = 10'000;
 constexpr std::size_t OUTSTANDING = 1'000;
 constexpr std::size_t MARGIN_BYTES = std::size_t{8} * 1024 * 1024;
 
-/// One token a request, which counts its callbacks; and how many there were of all.
+/// One token per request, which counts its callbacks, and the total counts.
 struct SAccount {
     explicit SAccount(std::size_t nRequests) : vecCallbacks(nRequests) {}
 
@@ -39,7 +39,7 @@ struct SAccount {
         {
             const std::lock_guard<std::mutex> lock(mutex);
             auto& nCallbacks = *static_cast<std::uint8_t*>(pUserData);
-            nCallbacks = static_cast<std::uint8_t>(std::min(nCallbacks + 1, 255)); // never back to one
+            nCallbacks = static_cast<std::uint8_t>(std::min(nCallbacks + 1, 255)); // never wraps around
             ++nAll;
             nFailed += nHttpError < 0 ? 1 : 0;
         }
@@ -67,7 +67,7 @@ std::size_t ResidentBytes()
     return nPages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-/// Queries and reports; a body each, now and then a larger one, now and then an error status.
+/// Answers queries and reports with a body, now and then with a larger one or an error status.
 ServerStep Answer(const WireRequest& request)
 {
     ServerStep step;
@@ -120,7 +120,7 @@ int main(int nArguments, char** ppArguments)
     SendAll(server, account, WARM_UP, nRequests);
     const std::size_t nAfter = ResidentBytes();
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - tpBegin;
-    CHttpClientUnInit(); // callbacks too many come by now
+    CHttpClientUnInit(); // any surplus callbacks have come by now
     CHttpClientSetResponseCallBack(nullptr);
 
     const auto nOnce = static_cast<std::size_t>(

@@ -1,5 +1,5 @@
-// Writes beyond the end of a buffer, in the way that its argument names, and says so if it lived on. What a
-// protection ends it with differs from what happens by itself: an abort on Linux, on Windows status 3.
+// Writes beyond the end of a buffer, in the way that its argument names, and reports it if it survives. A
+// protection ends it recognisably: with an abort on Linux, with status 3 on Windows.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -41,7 +41,7 @@ LONG WINAPI end(EXCEPTION_POINTERS* exception)
     return buffer[3];
 }
 
-/// Ends the process itself: going on, the allocator might notice.
+/// Ends the process itself, since the allocator might detect the damage later.
 [[noreturn, gnu::noinline]] void overflowHeap(const std::string& text, std::size_t size)
 {
     volatile char* const kept = static_cast<char*>(std::malloc(size));
@@ -77,7 +77,7 @@ int main(int argc, char** argv)
     } else if (way == "array") {
         third = overflowArray(text);
     } else if (way == "heap") {
-        volatile std::size_t size = 16; // which the compiler can't know
+        volatile std::size_t size = 16; // unknown to the compiler
         overflowHeap(text, size);
     } else if (way == "large-frame") {
         third = largeFrame(count);

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Plays an archive to packaging/debian_source.sh, whole or tampered with in one way, and looks whether it took the
+# Offers packaging/debian_source.sh an archive, intact or tampered with in one way, and checks whether it accepted the
 # source, and why not:
 #   debian_source_test.sh CASE
-# The archive lies in a folder, so no network is needed. Of this machine's apt nothing is used but the programs:
-# lists, keys and settings are the test's own. Skips (77) where there is no apt.
+# The archive lies in a folder, so no network is needed. Only the programs of this machine's apt are used: lists,
+# keys and settings are the test's own. Skips (77) where there is no apt.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 case=$1
@@ -37,7 +37,7 @@ Dir::State::Lists "$folder/lists";
 Dir::State::Status "$folder/status";
 Dir::Cache "$folder/cache";
 CONF
-# Tells which options apt is called with, and plays what a case adds.
+# Prints the options that apt is called with, and does what a case adds.
 cat >"$folder/bin/apt-get" <<'SHIM'
 #!/bin/sh
 echo "$@" >>"${APT_CONFIG%/*}/calls"
@@ -46,14 +46,14 @@ echo "$@" >>"${APT_CONFIG%/*}/calls"
 SHIM
 chmod +x "$folder/bin/apt-get"
 export APT_CONFIG=$folder/apt.conf PATH=$folder/bin:$PATH LC_ALL=C KTS_ARCHIVE_KEYRING=$archive/archive-key.asc
-# The machine knew the archive before anybody tampered with that.
+# The machine knew the archive before it was tampered with.
 echo "deb [arch=amd64] copy:$archive stable main" >"$folder/sources.list"
 apt-get update >"$folder/log" 2>&1 || { cat "$folder/log"; exit 1; }
 
-# Other bytes, as many.
+# The same number of other bytes.
 tamper() { sed -i 's/N/M/' "$1"; }
 sum() { sha256sum <"$1" | cut -d ' ' -f 1; }
-# tamper_and_cover FILE LIST: and enters the new sum into the list that holds the old one.
+# tamper_and_cover FILE LIST: also replaces the old sum in the list by the new one.
 tamper_and_cover() {
   local old
   old=$(sum "$1")

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # How a library or program was built:
-#   hardening_test.sh ELF-FILE HARDENING-CHECK [landing-pads] OPTION...   hardening-check says it, with these options
-#   hardening_test.sh PE-FILE [unguarded]                                 unguarded: its stack is not looked at
+#   hardening_test.sh ELF-FILE HARDENING-CHECK [landing-pads] OPTION...   checked by hardening-check, with these options
+#   hardening_test.sh PE-FILE [unguarded]                                 unguarded: its stack is not checked
 # Skips (77) without hardening-check.
 set -euo pipefail
 export LC_ALL=C

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# overflow_test.sh STATUS PROGRAM WAY: the program Overflows stays within its buffer unharmed, and ends with the status
-# when it writes beyond.
+# overflow_test.sh STATUS PROGRAM WAY: checks that the program Overflows succeeds when it stays within its buffer, and
+# ends with the status when it writes beyond it.
 set -euo pipefail
 expected=$1 way=${*: -1}
 shift

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# paths_test.sh WHAT PATH...: none of the paths, which are folders of the building machine, stands in a file, or in any
-# file below a folder; neither as bytes nor as Windows' wide characters. A path that merely ends another one, as /build
-# does ./build, is not meant; one that follows a compiler's option is.
+# paths_test.sh WHAT PATH...: checks that none of the paths, which are folders of the building machine, occurs in a
+# file, or in any file below a folder; neither as bytes nor as Windows' wide characters. A path that is merely the end
+# of another one, as /build is of ./build, does not count; one that follows a compiler's option does.
 set -euo pipefail
 export LC_ALL=C
 what=$1

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# scripts_test.sh FOLDER: no script of the tree gives up a protection of apt's or a check of what was fetched, and none
-# writes to a temporary file whose name another user can guess.
+# scripts_test.sh FOLDER: checks that no script of the tree disables a protection of apt or a check of what was fetched,
+# and that none writes to a temporary file whose name another user can guess.
 set -euo pipefail
 cd "$1"
-files() { # those of the tree, and none of what builds and editors leave in it
+files() { # those of the tree, without what builds and editors leave in it
   if [ -e .git ] && git ls-files --error-unmatch dev >/dev/null 2>&1; then
     git ls-files -z --cached --others --exclude-standard -- . ':!tests/supply'
   else

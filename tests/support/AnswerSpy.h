@@ -10,9 +10,9 @@
 #include <cstddef>
 #include <vector>
 
-/// Notes the answers that a signal of `CUIAgentRsp` brings, each as the list of its arguments. The signal is
-/// emitted on the delivering thread, and there a QSignalSpy would write while the test reads; this one notes
-/// them on the thread that made it.
+/// Records the answers that a signal of `CUIAgentRsp` brings, each as the list of its arguments. The signal
+/// is emitted on the delivering thread, where a QSignalSpy would write while the test reads; this class
+/// records the answers on the thread that created it.
 class AnswerSpy
 {
 public:
@@ -25,7 +25,7 @@ public:
             Qt::QueuedConnection);
     }
 
-    /// Handles events until so many answers are there.
+    /// Handles events until that many answers have arrived.
     bool Wait(std::size_t nAnswers) const
     {
         constexpr int ENOUGH = 30'000;

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-/// Calls a function with the n-th allocation failing, and demands that it throws nothing at its caller.
-/// @param szCaller  who that is
+/// Calls a function while the n-th allocation fails, and checks that it throws nothing at its caller.
+/// @param szCaller  names the caller in messages
 template <class Call>
 void CallWithFailing(int nNth, bool bFailsOn, const char* szCaller, Call fnCall)
 {
@@ -14,7 +14,7 @@ void CallWithFailing(int nNth, bool bFailsOn, const char* szCaller, Call fnCall)
         fnCall();
     } catch (...) {
         EndFailing();
-        ADD_FAILURE() << "something was thrown at " << szCaller;
+        ADD_FAILURE() << "an exception reached " << szCaller;
     }
     EndFailing();
 }

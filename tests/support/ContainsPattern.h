@@ -5,7 +5,8 @@
 #include <regex>
 #include <string>
 
-/// A text in which a regular expression finds something. GoogleTest's own know no brackets on Windows.
+/// Matches a text in which a regular expression finds something. GoogleTest's own expressions support no
+/// brackets on Windows.
 MATCHER_P(ContainsPattern, strPattern, "")
 {
     return std::regex_search(arg, std::regex(std::string(strPattern)));

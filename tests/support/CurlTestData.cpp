@@ -21,7 +21,7 @@ bool IsHexDigit(char c)
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
 
-/// With bytes in place of their escapes, "%0d".
+/// The text with each escape, such as "%0d", replaced by its byte.
 std::string Unescaped(const std::string& strText)
 {
     std::string strBytes;
@@ -97,7 +97,7 @@ std::string FromBase64(const std::string& strText)
     return strBytes;
 }
 
-/// As curl's test servers send what stands between the tags of a section.
+/// What curl's test servers send for the text between the tags of a section.
 std::string BytesOfSection(std::string strText, const std::string& strAttributes)
 {
     const auto has = [&](const char* szAttribute) {
@@ -116,7 +116,7 @@ std::string BytesOfSection(std::string strText, const std::string& strAttributes
     return strText;
 }
 
-bool IsCondition(const std::string& strLine) // %if, %else, %endif: each side of it is as good
+bool IsCondition(const std::string& strLine) // %if, %else, %endif: both branches are kept
 {
     const std::size_t nText = std::min(strLine.find_first_not_of(' '), strLine.size());
     return strLine.compare(nText, 3, "%if") == 0 || strLine.compare(nText, 5, "%else") == 0 ||
@@ -153,7 +153,7 @@ std::string AsItIs(std::string strBytes)
     return strBytes;
 }
 
-/// As if the first header line continued the status line.
+/// Turns the first header line into a continuation of the status line.
 std::string WithItsFirstHeaderLineFolded(std::string strBytes)
 {
     const std::size_t nLine = strBytes.find('\n');

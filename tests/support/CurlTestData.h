@@ -4,17 +4,17 @@
 #include <string>
 #include <vector>
 
-/// A reply that curl's own test suite has a server send: right, wrong, or of another protocol altogether.
+/// A reply that a server sends in curl's own test suite: right, wrong, or of another protocol altogether.
 struct CurlTestReply {
     std::string strName; ///< "test1 data"
     std::string strBytes;
 };
 
 /// Every reply of curl's test data, which packaging/curl_test_data.sh fetches.
-/// @throws std::runtime_error where the data is missing
+/// @throws std::runtime_error when the data is missing
 std::vector<CurlTestReply> CurlTestReplies();
 
-/// What a test makes of each reply before it plays it.
+/// How a test changes each reply before a server sends it.
 struct CurlTestVariant {
     const char* szName;
     std::string (*fnApply)(std::string strBytes);

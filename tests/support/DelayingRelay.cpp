@@ -105,7 +105,7 @@ void DelayingRelay::Run()
     }
 }
 
-/// The stop signal, the listeners, and of each link the sides that still send.
+/// The stop signal, the listeners, and the sides of each link that still send.
 std::vector<pollfd> DelayingRelay::Watched() const
 {
     std::vector<pollfd> vecWatched{{m_stop.Descriptor(), POLLIN, 0}};
@@ -122,7 +122,7 @@ std::vector<pollfd> DelayingRelay::Watched() const
     return vecWatched;
 }
 
-/// Until the next piece is due.
+/// The time until the next piece is due.
 int DelayingRelay::WaitMilliseconds() const
 {
     auto wait = std::chrono::milliseconds(1000);
@@ -173,14 +173,14 @@ void DelayingRelay::Read(Way& way) const
     way.queue.push_back(std::move(piece));
 }
 
-/// Hands over what is due by now.
+/// Passes on what is due by now.
 void DelayingRelay::PassOn(Link& link, Way& way)
 {
     while (!way.queue.empty() && way.queue.front().tpDue <= Clock::now()) {
         Piece& piece = way.queue.front();
         if (piece.kind == Kind::Bytes) {
             const std::ptrdiff_t nSent =
-                SendBytes(way.nTo, piece.strBytes.data(), piece.strBytes.size()); // fails: its end will come
+                SendBytes(way.nTo, piece.strBytes.data(), piece.strBytes.size()); // or fails: the end follows
             if (nSent >= 0 && static_cast<std::size_t>(nSent) < piece.strBytes.size()) {
                 piece.strBytes.erase(0, static_cast<std::size_t>(nSent));
                 return;

@@ -12,14 +12,14 @@
 #include <thread>
 #include <vector>
 
-/// Stands between clients and one server on the loopback interface as a long line would: whatever either side
-/// sends, the end of its connection included, reaches the other one a fixed time later. It listens on several
-/// ports, so that clients take them for different servers.
+/// A relay between clients and one server on the loopback interface that simulates a long line: whatever
+/// either side sends, including the end of its connection, reaches the other a fixed time later. It listens
+/// on several ports, which clients take for different servers.
 class DelayingRelay
 {
 public:
     /// @param szServer  the server's address, a literal
-    /// @throws std::system_error without a socket left
+    /// @throws std::system_error when no socket is left
     DelayingRelay(const char* szServer, int nServerPort, std::chrono::milliseconds oneWay,
                   std::size_t nPorts);
     /// Breaks all connections.
@@ -30,7 +30,7 @@ public:
     int Port(std::size_t nPort) const { return m_vecListeners.at(nPort).nPort; }
     /// Connections accepted so far, on all ports.
     std::size_t Accepted() const;
-    /// Waits until the server has ended that many connections and the clients have been told.
+    /// Waits until the server has ended that many connections and the ends have reached the clients.
     /// @return false when that has not happened within 30 s
     bool WaitForServerEnds(std::size_t nCount) const;
 
@@ -47,13 +47,13 @@ private:
         Kind kind;
         std::string strBytes;
     };
-    /// One way through the relay.
+    /// One direction through the relay.
     struct Way {
         Socket nFrom;
         Socket nTo;
         std::deque<Piece> queue = {};
-        bool bReads = true; ///< the sender's end has not come yet
-        bool bDone = false; ///< its end has been passed on
+        bool bReads = true; ///< the sender has not ended its side yet
+        bool bDone = false; ///< the end has been passed on
     };
     struct Link {
         Way ways[2];

@@ -1,16 +1,16 @@
 #pragma once
 
-// Makes allocations of the calling thread fail. A program that is linked with this has allocation functions
-// of its own: malloc, calloc and realloc, on which all else rests, the libraries' allocations too. Where
-// those belong to others it is operator new: under a sanitizer, with realloc as far as the program's own
-// objects call it, and on Windows.
+// Makes allocations of the calling thread fail. A program that is linked with this replaces malloc, calloc
+// and realloc, through which all allocations go, including those of the libraries. Where these can't be
+// replaced, it replaces operator new instead: on Windows, and under a sanitizer, there together with the
+// calls of realloc in the program's own objects.
 
-/// Lets an allocation of this thread fail.
-/// @param nNth     counted from 1, the next one
-/// @param bFailsOn whether all after it fail too
+/// Makes an allocation of this thread fail.
+/// @param nNth     counted from 1, which is the next allocation
+/// @param bFailsOn whether all later ones fail too
 void FailAllocation(int nNth, bool bFailsOn);
 
-/// Ends that, and failing on.
+/// Ends all failing.
 void EndFailing() noexcept;
 
 /// Whether one has failed since `FailAllocation`.

@@ -19,7 +19,7 @@ namespace
 
 constexpr std::chrono::seconds PATIENCE{120};
 
-/// Everything that comes through the pipe until its other end closes.
+/// Reads everything from the pipe until its other end closes.
 /// @return whether it closed in time
 bool ReadToEnd(int nPipe, std::string& strText)
 {

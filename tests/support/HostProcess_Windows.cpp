@@ -16,7 +16,7 @@ namespace
 
 constexpr DWORD PATIENCE_MS = 120'000;
 
-/// As the C library's start-up code of the program takes it apart.
+/// Builds a command line that the program's C library splits into the same arguments.
 std::wstring CommandLine(const std::string& strProgram, const std::vector<std::string>& vecArguments)
 {
     std::string strLine = '"' + strProgram + '"';
@@ -26,7 +26,7 @@ std::wstring CommandLine(const std::string& strProgram, const std::vector<std::s
     return WideText(strLine);
 }
 
-/// Everything that comes through the pipe until its other end closes.
+/// Reads everything from the pipe until its other end closes.
 std::string ReadToEnd(HANDLE hPipe)
 {
     std::string strText;

@@ -20,7 +20,7 @@ public:
     LoadedLibrary(const LoadedLibrary&) = delete;
     LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
-    /// A function by the name that the linker knows it by.
+    /// Finds a function by its linker name.
     template <class Function>
     Function Find(const char* szName) const
     {

@@ -8,8 +8,8 @@
 /// The lines of a file without their ends; none when it does not exist.
 std::vector<std::string> LinesOf(const std::filesystem::path& pathFile);
 
-/// A temporary folder for the log of this process, named in CLOG_DIR. To be made before the first line is
-/// logged; the folder goes with the object.
+/// A temporary folder for the log of this process, named in CLOG_DIR. Create it before the first line is
+/// logged; the folder is removed with the object.
 class LogFolder
 {
 public:
@@ -20,7 +20,7 @@ public:
 
     const std::filesystem::path& Path() const { return m_path; }
 
-    /// The log file, or the one put aside as number nAside.
+    /// The path of the log file, or of the rotated one with the number nAside.
     std::filesystem::path File(std::size_t nAside = 0) const;
 
     /// The lines of that file.

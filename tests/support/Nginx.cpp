@@ -68,7 +68,7 @@ bool Nginx::IsInstalled()
 }
 
 Nginx::Nginx(const std::filesystem::path& folder, const std::string& strListen, const std::string& strServer)
-    : m_nPort(RefusingPort().Port()) // free, now that it is given back
+    : m_nPort(RefusingPort().Port()) // a port that was free a moment ago
 {
     WriteConfiguration(folder / "nginx.conf", std::string("listen ") + ADDRESS + ":" +
                                                   std::to_string(m_nPort) + strListen + ";\n" + strServer);

@@ -5,10 +5,10 @@
 
 #include <sys/types.h>
 
-/// Makes an authority (ca.pem) and a certificate for a server that it signed (server.pem, server.key).
+/// Creates an authority (ca.pem) and a server certificate signed by it (server.pem, server.key).
 /// @param strSubject    the names that the certificate is for, "IP:127.0.0.1"
 /// @param strDays       how long it is valid from now on
-/// @param strAuthority  the authority's name: OpenSSL looks for one by that
+/// @param strAuthority  the authority's name, by which OpenSSL finds it
 /// @return false when openssl failed; openssl.log in the folder says why
 bool MakeCertificates(const std::filesystem::path& folder, const std::string& strSubject,
                       const std::string& strDays, const std::string& strAuthority = "Authority");
@@ -17,13 +17,13 @@ bool MakeCertificates(const std::filesystem::path& folder, const std::string& st
 class Nginx
 {
 public:
-    /// It listens where no connection of anybody else takes a port that is free.
+    /// An address on which no other connection of the machine takes a free port.
     static constexpr const char* ADDRESS = "127.0.0.2";
 
     static bool IsInstalled();
 
     /// Starts it; `ADDRESS` and `Port` say where it listens.
-    /// @param folder     keeps its files, certificates that the configuration names among them
+    /// @param folder     holds its files, including certificates that the configuration names
     /// @param strListen  what follows the address in its `listen` line: " ssl"
     /// @param strServer  the rest of its `server` block
     /// @throws std::runtime_error when it does not listen in time

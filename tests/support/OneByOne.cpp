@@ -1,5 +1,5 @@
-// The library's objects are made once a process, and most settings are read once, so each test needs a
-// process of its own. ctest gives it one. A program that is started with several tests to run starts itself
+// The library creates its objects once per process and reads most settings once, so each test needs a process
+// of its own. ctest starts one for each test; a test program that is started for several tests starts itself
 // again for each of them.
 
 #include <gtest/gtest.h>
@@ -41,9 +41,9 @@ int RunAlone(const std::string& strTest)
         strCommand += '"' + strArgument + "\" ";
     }
     strCommand +=
-        "--gtest_brief=1 --gtest_filter=" + strTest; // of options that contradict, the last one counts
+        "--gtest_brief=1 --gtest_filter=" + strTest; // of contradicting options, the last one counts
 #if defined(_WIN32)
-    strCommand = '"' + strCommand + '"'; // its shell takes the outermost quotes away
+    strCommand = '"' + strCommand + '"'; // the shell of Windows removes the outermost quotes
 #endif
     return std::system(strCommand.c_str());
 }
@@ -82,7 +82,7 @@ int RunEachAlone()
 
 class OneByOne : public testing::Environment
 {
-    void SetUp() override // by now the program knows which tests it is to run
+    void SetUp() override // only now does the program know which tests to run
     {
         if (testing::UnitTest::GetInstance()->test_to_run_count() > 1) {
             std::exit(RunEachAlone());

@@ -1,5 +1,5 @@
-// A home folder for this process and those that it starts, so that no test writes into the home of its user:
-// what they log goes there unless the test names another folder. It is made before anything else runs.
+// A home folder for this process and those that it starts, so that no test writes into its user's home: their
+// logs go there unless the test names another folder. It is created before anything else runs.
 
 #include <cstdio>
 #include <cstdlib>

@@ -23,7 +23,7 @@ bool Write(const char* szFile, const std::string& strText)
     return file.good();
 }
 
-/// In a new user namespace a process is nobody until it says who it is: the same as before.
+/// In a new user namespace a process has no identity until it maps one: here the same as before.
 bool StayTheSameUser(uid_t nUser, gid_t nGroup)
 {
     const auto Itself = [](unsigned nId) { return std::to_string(nId) + ' ' + std::to_string(nId) + " 1"; };
@@ -37,7 +37,7 @@ std::string OwnMounts()
 {
     const uid_t nUser = ::geteuid();
     const gid_t nGroup = ::getegid();
-    if (::unshare(CLONE_NEWNS) != 0) { // which takes a right that root alone has outside of a user namespace
+    if (::unshare(CLONE_NEWNS) != 0) { // outside of a user namespace, only root may do this
         if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
             return Why("no namespaces for this user");
         }

@@ -11,8 +11,8 @@
 int setenv(const char* szName, const wchar_t* szValue, int /*nOverwrite*/)
 {
     const std::wstring strName = WideText(szName);
-    // The C library's copy too, where an empty value is none; so the system's, which the library reads, comes
-    // last.
+    // Sets the C library's copy too, in which an empty value removes the variable. So the system's variable,
+    // which the library reads, is set last.
     return ::_wputenv_s(strName.c_str(), szValue) == 0 &&
                    ::SetEnvironmentVariableW(strName.c_str(), szValue) != 0
                ? 0
@@ -36,7 +36,7 @@ char* mkdtemp(char* szTemplate)
     static std::atomic<unsigned> nMade{0};
     char* const pLetters = szTemplate + std::strlen(szTemplate) - 6;
     for (;;) {
-        // Of the processes that live at a time no two have the same number.
+        // No two processes that run at the same time have the same number.
         unsigned nName = (static_cast<unsigned>(::_getpid()) << 10U) + nMade++;
         for (int nLetter = 0; nLetter < 6; ++nLetter, nName /= 36) {
             pLetters[nLetter] = "abcdefghijklmnopqrstuvwxyz0123456789"[nName % 36];

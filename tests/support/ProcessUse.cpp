@@ -5,7 +5,7 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-// After it, whose types it uses.
+// Must follow windows.h, whose types it uses.
 #include <tlhelp32.h>
 #else
 #include <malloc.h>

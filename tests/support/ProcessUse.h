@@ -6,5 +6,5 @@
 std::size_t OpenDescriptors();
 /// Threads that this process has.
 std::size_t Threads();
-/// What the process's allocator has given out; always 0 where a sanitizer has one in its place.
+/// Bytes that the process has allocated; always 0 under a sanitizer, which replaces the allocator.
 std::size_t HeapBytes();

@@ -1,10 +1,11 @@
-// For every program with Qt in it that is built for the thread sanitizer, which Debian's Qt is not.
+// For every program that uses Qt and is built for the thread sanitizer, which Debian's Qt is not.
 //
-// One thread hands something to another by an event: a queued signal, a call of invokeMethod. Whoever handles
-// an event has seen all that the one who posted it did before. Qt's queue sees to that, but the sanitizer
-// can't see how; it is told here, for each event by itself, so that it takes nothing else for ordered.
+// A thread hands data to another by an event: a queued signal or a call of invokeMethod. Everything that the
+// posting thread did before happens before the event is handled. Qt's queue guarantees that, but the
+// sanitizer can't see how. This file tells it so, for each event separately, so that it takes nothing else
+// for ordered.
 //
-// Threads, locks and atomics of ours are the standard library's, which the sanitizer knows.
+// Our own threads, locks and atomics are the standard library's, which the sanitizer knows.
 
 #include <QCoreApplication>
 #include <QMetaObject>
@@ -15,7 +16,7 @@
 #include <dlfcn.h>
 #include <sanitizer/tsan_interface.h>
 
-// Of the sanitizer; no header of its declares them.
+// Functions of the sanitizer that none of its headers declares.
 extern "C" {
 void AnnotateIgnoreReadsBegin(const char* szFile, int nLine);
 void AnnotateIgnoreReadsEnd(const char* szFile, int nLine);
@@ -26,7 +27,7 @@ void AnnotateIgnoreWritesEnd(const char* szFile, int nLine);
 namespace
 {
 
-/// While this thread is in a function of Qt's that may post events.
+/// Above 0 while this thread is in a function of Qt's that may post events.
 thread_local int t_nPosting = 0;
 
 class CPosting
@@ -38,7 +39,7 @@ public:
     CPosting& operator=(const CPosting&) = delete;
 };
 
-/// Qt's own function, in whose place the program's stands.
+/// Qt's own function, which the program's function of the same name hides.
 template <class Function>
 Function* QtsOwn(const char* szMangledName)
 {
@@ -49,15 +50,15 @@ Function* QtsOwn(const char* szMangledName)
 bool BeforeHandling(void** ppReceiverAndEvent)
 {
     __tsan_acquire(ppReceiverAndEvent[1]);
-    return false; // the event is not handled by this
+    return false; // the event still has to be handled
 }
 
 const bool g_bRegistered = QInternal::registerCallback(QInternal::EventNotifyCallback, &BeforeHandling);
 
 } // namespace
 
-// Called by the sanitizer with every block of memory. Qt makes the event on the thread that posts it, so
-// among the blocks is each event; the others say nothing to anybody, since no event is handled at their
+// Called by the sanitizer for every allocated block. Qt allocates the event on the thread that posts it, so
+// each event is among the blocks; the other blocks have no effect, since no event is handled at their
 // addresses.
 extern "C" __attribute__((visibility("default"))) void __sanitizer_malloc_hook(const volatile void* pBlock,
                                                                                std::size_t)
@@ -67,8 +68,8 @@ extern "C" __attribute__((visibility("default"))) void __sanitizer_malloc_hook(c
     }
 }
 
-// The functions by which code of ours posts events. They stand before Qt's in every program, and the library
-// and Qt's other libraries find them first.
+// The functions through which our code posts events. Every program defines them, and so our library and Qt's
+// other libraries find them before Qt's own.
 
 /// Emits a signal: the moc's code calls it.
 void QMetaObject::activate(QObject* pSender, const QMetaObject* pMeta, int nSignal, void** ppArguments)
@@ -79,9 +80,10 @@ void QMetaObject::activate(QObject* pSender, const QMetaObject* pMeta, int nSign
     pfnReal(pSender, pMeta, nSignal, ppArguments);
 }
 
-/// Calls a function object: `QMetaObject::invokeMethod` is a template around it. The object is destroyed by
-/// its last owner, the caller or the event, and they are counted inside Qt. So that it is not destroyed there
-/// when that is the caller, this is an owner too, whose destroying the sanitizer does not look at.
+/// Calls a function object; `QMetaObject::invokeMethod` is a template around it. The object is destroyed by
+/// its last owner, the caller or the event; Qt counts the owners internally. This function is an owner too,
+/// so that the caller doesn't destroy the object inside Qt, and the sanitizer is told to ignore the
+/// destruction here.
 bool QMetaObject::invokeMethodImpl(QObject* pObject, QtPrivate::QSlotObjectBase* pSlot,
                                    Qt::ConnectionType eType, void* pReturned)
 {

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// A group that this process may give to its files and does not run as. Root may take any.
+/// A group that this process may give to its files but does not run as. Root may give any group.
 std::optional<gid_t> AnotherGroup()
 {
     constexpr gid_t NO_GROUP = 65534;

@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// A copy of a program that runs with raised rights: it has the set-group-id bit and a group that its caller
-/// is not running as. The system then tells its libraries not to trust the environment.
+/// A copy of a program that runs with raised rights: it has the set-group-id bit and a group other than its
+/// caller's. The system then tells its libraries not to trust the environment.
 class RaisedCopy
 {
 public:
@@ -13,8 +13,8 @@ public:
 
     const std::string& Program() const { return m_strCopy; }
 
-    /// Why the copy runs as its caller does; empty when it has the bit. Even then the system may pass over
-    /// it: on a file system that is mounted so, or for a process that may gain no rights.
+    /// Why the copy runs with its caller's rights; empty when it has the bit. Even then the system may ignore
+    /// the bit: on a file system mounted with nosuid, or for a process that must not gain rights.
     const std::string& WhyNot() const { return m_strWhyNot; }
 
 private:

@@ -17,9 +17,9 @@ struct RecordedLine {
     }
 };
 
-/// Stands in for libclog: keeps the lines of the process, in order. May be read from any thread.
+/// Replaces libclog: keeps the lines of the process, in order. May be called from any thread.
 std::vector<RecordedLine> RecordedLog();
 void ClearRecordedLog();
 
-/// Whether each call throws something that is no std::exception, as a site's own log may.
+/// Sets whether each call throws something that is not a std::exception, as a site's own log may.
 void LetLogThrow(bool bThrows);

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// One request as the transport was handed it.
+/// One request as it was handed to the transport.
 struct RecordedRequest {
     int nType = 0;
     std::string strUrl;
@@ -17,7 +17,7 @@ struct RecordedRequest {
     std::string strHeader;
 };
 
-/// Stands in for chttpclient: the four calls end here, nothing is sent, and a test answers by hand.
+/// Replaces chttpclient: the four calls end here, nothing is sent, and the test answers explicitly.
 class RecordingTransport
 {
 public:
@@ -26,7 +26,7 @@ public:
     /// Calls the registered callback with the oldest request that has no answer yet and forgets that request.
     void Reply(const std::string& strBody, int nHttpError = 0);
 
-    /// Answers everything that is still open, so that user data finds its owner. Exceptions are swallowed.
+    /// Answers every request that is still open, so that all user data is released. Exceptions are ignored.
     void ReplyAll(const std::string& strBody = "{}", int nHttpError = -42);
 
     std::vector<RecordedRequest> vecRequests; ///< all since the start of the process, in order

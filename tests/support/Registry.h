@@ -2,6 +2,6 @@
 
 #include <QStringList>
 
-/// Runs the system's own tool for the registry to its end.
+/// Runs the system's own registry tool to its end.
 /// @return whether it succeeded
 bool RunReg(const QStringList& lstArguments);

@@ -47,9 +47,9 @@ std::pair<Socket, int> BoundSocket()
     return {nSocket, ntohs(address.sin_port)};
 }
 
-/// Waits until the socket is ready for what is asked, or has failed.
-/// @param patience  0 for as long as it takes
-/// @return false when the server is to stop, or when patience is at its end
+/// Waits until the socket is ready for the requested events, or has failed.
+/// @param patience  0 to wait for ever
+/// @return false when the server must stop, or the time is over
 bool WaitUntilReady(Socket nSocket, short nEvents, const StopSignal& stop,
                     std::chrono::milliseconds patience = std::chrono::milliseconds(0))
 {
@@ -62,7 +62,7 @@ bool WaitUntilReady(Socket nSocket, short nEvents, const StopSignal& stop,
     return nReady != 0 && polled[1].revents == 0;
 }
 
-/// A connection, which is not blocking, until the server is to stop.
+/// A non-blocking connection, usable until the server must stop.
 struct Talk {
     const Socket nSocket;
     const StopSignal& stop;
@@ -87,7 +87,7 @@ bool Talk::SendAll(const std::string& strBytes, std::size_t nPiece) const
     return true;
 }
 
-/// Appends what has come in.
+/// Appends what has arrived.
 /// @return false at the end of the connection
 bool Talk::Receive(std::string& strBuffer) const
 {
@@ -115,8 +115,8 @@ std::size_t ContentLength(const WireRequest& request)
     return std::strtoul(vecLines[0].c_str() + vecLines[0].find(':') + 1, nullptr, 10);
 }
 
-/// Takes the next request off the connection, with so many bytes of its body at most; what follows stays in
-/// the buffer.
+/// Reads the next request from the connection, with at most that many bytes of its body; what follows stays
+/// in the buffer.
 /// @return false when the connection ends before that
 bool ReadRequest(const Talk& talk, std::string& strBuffer, WireRequest& request, std::size_t nMaxBody)
 {
@@ -328,7 +328,7 @@ void ScriptedServer::ServeRequests(Socket nSocket, std::size_t nConnection)
     }
 }
 
-/// @return whether the connection goes on
+/// @return whether the connection is kept
 bool ScriptedServer::Perform(Socket nSocket, const ServerStep& step)
 {
     if (!SendReply(nSocket, step)) {

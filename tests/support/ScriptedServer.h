@@ -15,9 +15,9 @@
 
 /// One request as it came over the wire.
 struct WireRequest {
-    std::string strHead; ///< request line and header lines, the empty line at their end included
+    std::string strHead; ///< request line and header lines, including the empty line at their end
     std::string strBody;
-    std::size_t nConnection = 0; ///< the number of its connection, counted from 1 in the order of accepting
+    std::size_t nConnection = 0; ///< the number of its connection, counted from 1 in the order of acceptance
 
     /// The request line without its end: "GET /path HTTP/1.1".
     std::string Line() const;
@@ -27,12 +27,12 @@ struct WireRequest {
     std::vector<std::string> Header(const std::string& strName) const;
 };
 
-/// What the server does once it has read a request: wait, send some bytes, then treat the connection somehow.
+/// What the server does once it has read a request: wait, send some bytes, then end or keep the connection.
 struct ServerStep {
     enum class Ending {
         KeepAlive, ///< reads the next request
-        Close,     ///< ends the connection in order (FIN)
-        Reset,     ///< breaks it off (RST)
+        Close,     ///< ends the connection normally (FIN)
+        Reset,     ///< resets it (RST)
         Hold,      ///< stays connected and silent until the client gives up or the server ends
     };
 
@@ -40,7 +40,7 @@ struct ServerStep {
     Ending ending = Ending::KeepAlive;
     std::chrono::milliseconds delay{0}; ///< before the first byte
     bool bByteByByte = false;           ///< each byte in a segment of its own
-    std::string strEndless = {};        ///< sent after that again and again, until the client gives up
+    std::string strEndless = {};        ///< then sent again and again, until the client gives up
     std::chrono::milliseconds pause{0}; ///< before each time
     /// How long a connection that is kept waits for its next request before it is closed; 0 for ever.
     std::chrono::milliseconds patience{0};
@@ -49,19 +49,20 @@ struct ServerStep {
 /// @return a complete reply with a Content-Length; strHeaderLines are further lines, each with its CR LF
 std::string HttpReply(int nStatus, const std::string& strBody, const std::string& strHeaderLines = "");
 
-/// Status 200 and an empty object, after that time.
+/// Status 200 and an empty object, after the delay.
 ServerStep Ok(std::chrono::milliseconds delay = std::chrono::milliseconds(0));
-/// Nothing, on a connection that stays.
+/// Sends nothing, and keeps the connection.
 ServerStep Silent();
 
-/// A server on the loopback interface that says exactly what it is told to, right or wrong, and keeps what it
-/// hears. A thread accepts, and each connection has one of its own. All members may be called from any
-/// thread.
+/// A server on the loopback interface that sends exactly what it is told to, right or wrong, and records what
+/// it receives. One thread accepts connections, and each connection has its own thread. All members may be
+/// called from any thread.
 class ScriptedServer
 {
 public:
-    /// When a request is answered: once it is read whole, or as soon as its head is there and the first byte
-    /// of its body. A server of the second kind should end the connection of a request that has a body.
+    /// When a request is answered: once it was read completely, or as soon as its head and the first byte of
+    /// its body have arrived. A server of the second kind should end the connection after a request with a
+    /// body.
     enum class Answers { Requests, Beginnings };
 
     /// Chooses the step for a request. Called on the connection's thread; it may block, but must have
@@ -70,7 +71,7 @@ public:
 
     explicit ScriptedServer(Script fnScript, Answers answers = Answers::Requests);
 
-    /// The steps are for the requests in the order of their arrival, the last one for all that follow.
+    /// The steps apply to the requests in the order of their arrival, the last step to all further requests.
     explicit ScriptedServer(std::vector<ServerStep> vecSteps, Answers answers = Answers::Requests);
 
     /// A server with the same step for every request.
@@ -87,10 +88,10 @@ public:
 
     /// Connections accepted so far.
     std::size_t Accepted() const;
-    /// The whole requests read so far, in the order in which they were complete.
+    /// The complete requests read so far, in the order of their completion.
     std::vector<WireRequest> Requests() const;
     /// Waits until that many requests have been read.
-    /// @return false when they have not come within 30 s
+    /// @return false when they have not arrived within 30 s
     bool WaitForRequests(std::size_t nCount) const;
     /// Waits until that many connections have been closed by the server, whichever side ended them.
     /// @return false when they have not been within 30 s
@@ -120,7 +121,7 @@ private:
     int m_nPort = 0;
     std::thread m_threadAccept;
 
-    mutable std::mutex m_mutex; ///< guards all that follows
+    mutable std::mutex m_mutex; ///< guards all members below
     mutable std::condition_variable m_condition;
     std::list<Connection> m_lstConnections; ///< those that are open, and some that no longer are
     std::size_t m_nAccepted = 0;
@@ -130,8 +131,8 @@ private:
     bool m_bStop = false;
 };
 
-/// A port of the loopback interface that refuses every connection: it is taken, so that nobody else can
-/// listen on it, but does not listen itself.
+/// A port of the loopback interface that refuses every connection: it is bound, so that nobody else can
+/// listen on it, but it does not listen itself.
 class RefusingPort
 {
 public:
@@ -149,7 +150,7 @@ private:
 };
 
 /// A port of the loopback interface that never answers a request for a connection, as if a firewall dropped
-/// it: its queue of connections not accepted is full.
+/// it: its backlog is full.
 class BlackHolePort
 {
 public:

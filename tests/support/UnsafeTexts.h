@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// Characters that may reach neither a terminal nor a log as they are, from the first to the last.
+/// A range of characters that must reach neither a terminal nor a log unescaped.
 struct UnsafeRange {
     const char* szName;
     char32_t first;
@@ -30,18 +30,18 @@ inline const std::vector<UnsafeRange> UNSAFE_RANGES{
     {"Tags", 0xe0000, 0xe007f},
 };
 
-/// Valid texts that stay byte for byte.
+/// Valid texts that are left unchanged.
 inline const std::vector<std::string> SAFE_TEXTS{
     "plain ASCII, ~ and \\n and {} and %s",
     "电池 60℃存储7天",
     "Użytkownik, naïve, Ωmega, привет",
-    "\u05e9\u05dc\u05d5\u05dd \u0645\u0631\u062d\u0628\u0627",                 // right to left by its letters
-    "\U0001F50B \U0001F469\u200d\U0001F52C \u2764\ufe0f \U0001F1E8\U0001F1F3", // joined, chosen, paired emoji
+    "\u05e9\u05dc\u05d5\u05dd \u0645\u0631\u062d\u0628\u0627", // letters written right to left
+    "\U0001F50B \U0001F469\u200d\U0001F52C \u2764\ufe0f \U0001F1E8\U0001F1F3", // joined and paired emoji
     "\u200c\u0915\u094d\u200d\u0937",
     "\ud7ff\ue000\ufffd\uffff\U00010000\U0010ffff",
 };
 
-/// Bytes of which none belongs to a valid character.
+/// Bytes none of which belongs to a valid character.
 inline const std::vector<std::string> INVALID_BYTES{
     "\x80",
     "\xbf",
@@ -83,7 +83,7 @@ inline std::string Utf8(char32_t c)
     return {static_cast<char>(0xf0U | c >> 18U), Next(12), Next(6), Next(0)};
 }
 
-/// The same as an escape: \n, \r, \t, and \xNN for each byte of the rest.
+/// The escape of the bytes: \n, \r, \t, and \xNN for each other byte.
 inline std::string EscapeOf(const std::string& strBytes)
 {
     std::string strEscape;

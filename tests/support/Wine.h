@@ -4,8 +4,8 @@
 #include <windows.h>
 #endif
 
-/// Whether this is Windows as Wine plays it. Its programs are not told of a connection that the other end
-/// resets: they see its end, or nothing at all where they have much to send or to receive.
+/// Whether this is Wine and not Windows. Under Wine, programs are not told that the other end has reset a
+/// connection: they see a normal end, or nothing at all when they have much to send or to receive.
 inline bool RunsUnderWine()
 {
 #if defined(_WIN32)
@@ -16,7 +16,7 @@ inline bool RunsUnderWine()
 }
 
 /// The error of a connection that the server resets.
-/// @param nAtAnEnd  the error of one that ends in order at the same place
+/// @param nAtAnEnd  the error of one that ends normally at the same point
 inline int ResetError(int nAtAnEnd)
 {
     return RunsUnderWine() ? nAtAnEnd : -56;

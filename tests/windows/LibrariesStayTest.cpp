@@ -1,5 +1,5 @@
-// Qt keeps type ids of ktshttpagent, and threads run in chttpclient: a host that frees the library must not
-// take away the code that they lead to.
+// Qt keeps pointers to type data of ktshttpagent, and threads run in chttpclient: when a host frees the
+// library, the code that these use must stay loaded.
 
 #include "LoadedLibrary.h"
 #include "LogFolder.h"

@@ -1,4 +1,4 @@
-// A host that loads the transport, hands in requests and leaves in the way that its arguments name:
+// A host that loads the transport, sends requests and ends in the way that its arguments name:
 //   loading_host LIBRARY WAY URL-OF-A-REPORT [URL-OF-MORE-REQUESTS]
 // For each callback it prints a line: type, error. It says "unloaded" when it has unloaded the transport.
 
@@ -61,7 +61,7 @@ void Send(int nType, const std::string& strUrl)
 int main(int nArguments, char** ppArguments)
 {
     const std::string strWay = ppArguments[2];
-    if (strWay == "ExitOfTheUniversalRuntime") { // there before the transport is, as in its own programs
+    if (strWay == "ExitOfTheUniversalRuntime") { // loaded before the transport, as in programs that use it
         ::LoadLibraryW(L"ucrtbase.dll");
     }
     const HMODULE hLibrary = ::LoadLibraryA(ppArguments[1]);

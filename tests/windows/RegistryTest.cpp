@@ -1,4 +1,4 @@
-// The endpoint paths that a site's registry gives, written by the system's own tool.
+// The endpoint paths given by a site's registry, written with the system's own tool.
 
 #include "Registry.h"
 
@@ -16,7 +16,7 @@
 namespace
 {
 
-/// A registry without settings. The tests come one at a time, each in a process of its own.
+/// A registry without settings. The tests run one at a time, each in a process of its own.
 class Registry : public ::testing::Test
 {
 protected:
@@ -29,7 +29,7 @@ protected:
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
-    /// @param szType  as the tool names the types of values
+    /// @param szType  the value's type, as the tool names it
     static void Write(const QString& strProfile, const QString& strName, const QString& strData,
                       const char* szType = "REG_SZ")
     {
@@ -128,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(OfType, RegistryValue,
                                            OtherValue{"REG_MULTI_SZ", "one\\0two", nullptr},
                                            OtherValue{"REG_SZ", "", nullptr}));
 
-/// A value that puts TLS on or off, and the scheme that servers named by address and port are asked by.
+/// A value that switches TLS on or off, and the scheme used for servers named by address and port.
 struct TlsValue {
     const char* szType;
     const char* szData;

@@ -1,4 +1,4 @@
-// A site's own chttpclient.dll beside its host is the one that the library calls.
+// The library calls a site's own chttpclient.dll that lies beside the host.
 
 #include "HostProcess.h"
 
@@ -9,7 +9,7 @@
 
 TEST(Replacement, OfTheTransportBesideTheHostIsTheOneThatIsCalled)
 {
-    ::setenv("PATH", LIBRARIES_FOLDER, 1); // where the other libraries are, and the tree's own transport too
+    ::setenv("PATH", LIBRARIES_FOLDER, 1); // the other libraries are there, and our own transport too
     const Departure departure = Watch(REPLACED_HOST, {"1", "3", "destroy"});
     EXPECT_TRUE(departure.bInTime);
     EXPECT_EQ(departure.nStatus, 0);

@@ -1,4 +1,4 @@
-// A transport that sends nothing, prints what is asked of it, and answers every request at once.
+// A transport that sends nothing, prints the calls made, and answers every request at once.
 
 #include <ktshttpagent/chttpclient.h>
 

@@ -1,4 +1,5 @@
-// Windows' sockets have to be started. What the library starts it ends, and what the host started stays.
+// Windows' sockets have to be started up. The library cleans up what it has started, and what the host has
+// started stays up.
 
 #include "platform/system/Sockets.h"
 #include "HostName.h"
@@ -10,7 +11,7 @@
 namespace
 {
 
-/// Whether sockets are up in this process: none can be had before.
+/// Whether sockets are up in this process: before, none can be created.
 bool AreUp()
 {
     const Socket nSocket = OpenStreamSocket();

@@ -1,5 +1,5 @@
-// The ways in which a process of Windows ends, with requests in flight. Its threads are gone before a DLL
-// hears of the end, unless the end goes through a C runtime that calls back first.
+// The ways in which a Windows process ends, with requests in flight. Its threads are gone before a DLL is
+// told of the end, unless the process ends through a C runtime that calls registered functions first.
 
 #include "HostProcess.h"
 #include "LogFolder.h"

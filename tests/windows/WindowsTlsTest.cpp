@@ -1,4 +1,5 @@
-// Encrypted exchanges by Windows' own TLS with a real server, which a script has started on this machine.
+// Encrypted exchanges, through Windows' own TLS, with a real server that a script has started on this
+// machine.
 
 #include "TransportTest.h"
 #include "Wine.h"
@@ -13,7 +14,7 @@
 #include <vector>
 
 #include <windows.h>
-// After it, whose types it uses.
+// Must follow windows.h, whose types it uses.
 #include <wincrypt.h>
 
 using testing::Each;
@@ -31,14 +32,14 @@ std::string UrlOf(const std::string& strServer)
     std::string strName;
     for (int nPort = 0; ports >> strName >> nPort;) {
         if (strName == strServer) {
-            // By name: libcurl on Windows compares no address with a certificate where it is given a CA file.
+            // By name: on Windows, libcurl given a CA file does not compare addresses with a certificate.
             return "https://localhost:" + std::to_string(nPort) + "/";
         }
     }
     throw std::runtime_error("no server " + strServer);
 }
 
-/// The authority among those that the user trusts, for as long as this lives.
+/// Adds the authority to those that the user trusts, for the lifetime of this object.
 class TrustedAuthority
 {
 public:
@@ -70,7 +71,7 @@ private:
 
 } // namespace
 
-/// A server, and what the callback hears when the authority comes from a file.
+/// A server, and what the callback gets when the authority comes from a file.
 struct WindowsPeer {
     const char* szServer;
     int nHttpError;

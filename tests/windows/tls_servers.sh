@@ -13,7 +13,7 @@ rm -rf "$folder"
 mkdir -p "$folder"
 cd "$folder"
 
-# RSA: Wine can check no signature by an elliptic curve.
+# RSA: Wine can't check signatures by elliptic curves.
 key() { openssl req -newkey rsa:2048 -nodes -batch "$@" 2>>openssl.log; }
 key -x509 -days 2 -keyout ca.key -out ca.pem -subj /CN=Authority
 # certificate NAME ALTERNATIVE-NAME DAYS

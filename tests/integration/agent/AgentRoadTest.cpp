@@ -1,4 +1,4 @@
-// The asynchronous road as a host walks it: a sender, a real socket, a server, a signal.
+// The asynchronous interface as a host uses it: a sender, a real socket, a server, a signal.
 
 #include "AnswerSpy.h"
 #include "ScriptedServer.h"
@@ -167,7 +167,7 @@ TEST_F(AgentRoad, EveryRequestOfABurstGetsExactlyItsOneSignal)
     }
     ASSERT_TRUE(QTest::qWaitFor([&] { return counts.Total() >= 10 * ROUNDS; }, 4 * ENOUGH_MS));
     EXPECT_EQ(counts.ByKind(), mapExpected);
-    QTest::qWait(0); // a signal too many would be queued by now
+    QTest::qWait(0); // any surplus signal would be queued by now
     EXPECT_EQ(counts.ByKind(), mapExpected);
 }
 

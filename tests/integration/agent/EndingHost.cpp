@@ -1,11 +1,11 @@
-// A host that sends and ends at once, in the way that its arguments name:
+// A host that sends requests and ends at once, in the way that its arguments name:
 //   ending_host PORT COUNT OPTION...
-// Options: response-first (make CUIAgentRsp before CUIAgentReq), no-response (never make it),
-// no-application (no QCoreApplication), destroy (end the SDK client), exit (end by exit(), not from main),
-// exit-in-callback (end by exit() from a receiver on the delivering thread), blocking (blocking calls that
-// time out at once, instead of reports), record-at-end (a record is asked for, and comes, while the process
-// ends; it exits with 3 when that is not the server's), watch-objects (exits with 4 when CUIAgentReq and
-// CUIAgentRsp are not destroyed as the process ends).
+// Options: response-first (create CUIAgentRsp before CUIAgentReq), no-response (never create it),
+// no-application (no QCoreApplication), destroy (end the SDK client), exit (end by exit(), not by returning
+// from main), exit-in-callback (end by exit() from a receiver on the delivering thread), blocking (blocking
+// calls that time out at once, instead of reports), record-at-end (a record is requested and received while
+// the process ends; the exit status is 3 when the record is not the server's), watch-objects (the exit status
+// is 4 when CUIAgentReq and CUIAgentRsp are not destroyed when the process ends).
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
@@ -29,7 +29,7 @@ using Options = std::set<std::string>;
 
 int g_nPort = 0;
 
-/// The request object is gone by then, the response object is not.
+/// By then the request object is destroyed, but the response object is not.
 void WaitForARecord()
 {
     std::promise<bool> came;
@@ -63,7 +63,7 @@ void Watch(const QObject* pObject)
 void MakeSingletons(const Options& options)
 {
     if (options.count("watch-objects") != 0) {
-        std::atexit(&ExpectBothDestroyed); // before they are made, hence called when they are gone
+        std::atexit(&ExpectBothDestroyed); // registered before them, so called after their destruction
         Watch(CUIAgentReq::Instance());
         Watch(CUIAgentRsp::Instance());
     }
@@ -71,7 +71,7 @@ void MakeSingletons(const Options& options)
         CUIAgentRsp::Instance();
     }
     if (options.count("record-at-end") != 0) {
-        std::atexit(&WaitForARecord); // before what else may be made, which is gone when it is called
+        std::atexit(&WaitForARecord); // registered before other objects, so called after they are destroyed
     }
     CUIAgentReq::Instance();
     if (options.count("no-response") == 0) {

@@ -1,6 +1,5 @@
-// The process may end at any time while the agent is busy, blocking senders included. A few ends of each
-// kind;
-// ./dev ends tries thousands.
+// The process may end at any time while the agent is busy, even in a blocking call. This runs a few ends of
+// each kind; ./dev ends runs thousands.
 
 #include "HostProcess.h"
 #include "LogFolder.h"
@@ -45,7 +44,7 @@ const std::string WORKS[] = {
     "the-wait-of-replies",
 };
 
-/// The special ones, and each end during each kind of work.
+/// The special kinds, and each end during each kind of work.
 std::vector<std::string> Kinds()
 {
     std::vector<std::string> vecKinds = SPECIAL;
@@ -57,7 +56,7 @@ std::vector<std::string> Kinds()
     return vecKinds;
 }
 
-/// Whether a kind of end destroys nothing.
+/// Whether this kind of end destroys nothing.
 bool EndsAtOnce(const std::string& strKind)
 {
     return strKind.rfind("quick-exit", 0) == 0 || strKind.rfind("immediate-exit", 0) == 0;
@@ -69,10 +68,10 @@ protected:
     Exit()
     {
         ::setenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent", 1);
-        ::setenv("MALLOC_PERTURB_", "165", 1); // so that whoever reads what is freed notices
+        ::setenv("MALLOC_PERTURB_", "165", 1); // so that use of freed memory is noticed
     }
 
-    /// Files that the downloads of the hosts left behind.
+    /// Counts the partial files that the hosts' downloads left behind.
     std::ptrdiff_t PartsOfDownloads() const
     {
         const std::filesystem::directory_iterator files(m_log.Path());
@@ -91,7 +90,7 @@ TEST_P(Exit, IsClean)
         EXPECT_EQ(departure.nStatus, 0) << nSeed;
     }
     if (!EndsAtOnce(GetParam())) {
-        EXPECT_EQ(PartsOfDownloads(), 0) << "what there is of a download goes with it";
+        EXPECT_EQ(PartsOfDownloads(), 0) << "a download left its partial file behind";
     }
 }
 

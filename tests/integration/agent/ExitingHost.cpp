@@ -1,8 +1,8 @@
 // A host whose process ends while its agent is busy:
 //   exiting_host KIND [SEED]
-// What ends it, and what the agent is doing then, is the kind: a name of the table at the end or of the ends
-// of ExitingHost_Work.cpp; "kinds" prints all. The seed decides how far the host has come by then. It exits
-// with 0 when the process ended as it should.
+// KIND determines what ends the process and what the agent is doing then. It is a name in the table at the
+// end of this file, or one of the ends in ExitingHost_Work.cpp; "kinds" prints all of them. SEED determines
+// how far the host gets before the end. The exit status is 0 when the process ended as it should.
 
 #include "ExitingHost.h"
 
@@ -20,12 +20,12 @@
 namespace
 {
 
-constexpr std::chrono::milliseconds LONGEST_END{1'900}; // less than the pause after a failed report
+constexpr std::chrono::milliseconds LONGEST_END{1'900}; // shorter than the pause after a failed report
 
 /// Registered before the library registers anything, so it is called last.
 void CheckThatTheEndWasPrompt()
 {
-    const auto length = std::chrono::steady_clock::now() - g_tpExit; // less than nothing without such an end
+    const auto length = std::chrono::steady_clock::now() - g_tpExit; // negative if no end was noted
     if (length > LONGEST_END) {
         const auto nMs = std::chrono::duration_cast<std::chrono::milliseconds>(length).count();
         std::fprintf(stderr, "the end took %lld ms\n", static_cast<long long>(nMs));
@@ -33,7 +33,8 @@ void CheckThatTheEndWasPrompt()
     }
 }
 
-/// Blocking calls of three kinds, one in the loop of the other; the last one runs `fnInnermost` in its loop.
+/// Makes blocking calls of three kinds, each in the event loop of the previous one; the last one runs
+/// `fnInnermost` in its loop.
 void NestedCalls(std::function<void()> fnInnermost)
 {
     FromTheLoop(UpTo(10), [fnInnermost] {
@@ -46,8 +47,8 @@ void NestedCalls(std::function<void()> fnInnermost)
     Check(SilentPort());
 }
 
-/// The agent on a thread of its own, which has made a blocking call and now waits for the process's end to
-/// tell it to return.
+/// Runs the agent on a thread of its own, which makes a blocking call and then waits for the end of the
+/// process to make it return.
 void IdleWorker()
 {
     static auto& end = *new std::promise<void>;
@@ -65,7 +66,7 @@ void IdleWorker()
     called.get_future().wait();
 }
 
-/// Makes blocking calls as a static object is destroyed, which are refused.
+/// Makes blocking calls, which are refused, while a static object is destroyed.
 struct SCallsAtTheEnd {
     const int nPort = AnsweringPort();
 
@@ -178,7 +179,7 @@ int main(int argc, char** argv)
         if (strKind == "kinds") {
             std::puts(kind.strName.c_str());
         } else if (strKind == kind.strName) {
-            ::setenv("CHTTPCLIENT_DRAIN_MS", "100", 1); // for what is on its way to the silent server
+            ::setenv("CHTTPCLIENT_DRAIN_MS", "100", 1); // for the requests to the silent server
             std::atexit(&CheckThatTheEndWasPrompt);
             const QCoreApplication application(argc, argv);
             if (!kind.bOwnThread) {

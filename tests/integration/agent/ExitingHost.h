@@ -1,6 +1,6 @@
 #pragma once
 
-// What the parts of exiting_host share.
+// Shared by the parts of exiting_host.
 
 #include "ScriptedServer.h"
 
@@ -27,7 +27,7 @@ constexpr int LONG_MS = 60'000;
 
 inline std::minstd_rand g_random; // NOLINT: seeded by main
 
-/// A length of time that the seed decides.
+/// A random length of time up to that many milliseconds.
 inline microseconds UpTo(int nMilliseconds)
 {
     return microseconds(std::uniform_int_distribution<int>(0, nMilliseconds * 1000)(g_random));
@@ -35,7 +35,7 @@ inline microseconds UpTo(int nMilliseconds)
 
 inline auto g_tpExit = std::chrono::steady_clock::time_point::max();
 
-/// The process begins to end; from now on it has to be prompt.
+/// Notes that the process begins to end; from now on it must be quick.
 inline void NoteTheEnd()
 {
     g_tpExit = std::chrono::steady_clock::now();
@@ -47,7 +47,7 @@ inline void NoteTheEnd()
     std::exit(0);
 }
 
-// Servers within the process, which never end: the end of the process is what is watched.
+// Servers within the process, which are never destroyed: the end of the process is what is tested.
 
 inline int SilentPort()
 {
@@ -119,22 +119,23 @@ inline void FromTheLoop(microseconds delay, std::function<void()> fnCall)
                        QCoreApplication::instance(), std::move(fnCall));
 }
 
-/// A way to end, by its name. Each ends the process, or returns from main.
+/// A way to end, with its name. It ends the process, or returns from main.
 struct SKind {
     std::string strName;
     std::function<void()> fnRun;
     bool bOwnThread = false; ///< CUIAgentReq belongs to a thread of its own
 };
 
-/// Each end while each kind of work is in flight.
+/// Every end combined with every kind of work in flight.
 std::vector<SKind> EndsDuringWork();
 
-/// Runs blocking calls on a thread of their own, which has CUIAgentReq, for a while.
+/// Runs blocking calls for a while on a thread of their own, which owns CUIAgentReq.
 inline void OnAWorker(std::function<void()> fnCallForEver)
 {
     std::promise<void> made;
     std::thread([&made, fnCallForEver = std::move(fnCallForEver)] {
-        // It may call again at any time until the process is gone, so its object must last as long.
+        // The thread may call again at any time until the process is gone, so the object must exist until
+        // then.
         QObject::connect(CUIAgentReq::Instance(), &QObject::destroyed, [] { std::_Exit(4); });
         made.set_value();
         fnCallForEver();

@@ -1,8 +1,8 @@
 // For exiting_host when it is built for the address sanitizer.
 //
-// When the process ends in the middle of a TLS handshake, now and then the thread of Qt's that carries it out
-// does not get round to freeing what OpenSSL made for the connection. The process is over, so nothing is
-// lost; leaks elsewhere are still found.
+// When the process ends in the middle of a TLS handshake, Qt's thread for it sometimes has no time to free
+// what OpenSSL allocated for the connection. That is harmless, since the process is over; leaks elsewhere are
+// still found.
 
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
 

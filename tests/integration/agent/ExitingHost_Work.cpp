@@ -21,17 +21,17 @@
 namespace
 {
 
-/// What the agent is doing as the process ends. Only that which blocks does not return.
+/// What the agent is doing when the process ends. Only work that blocks does not return.
 struct SWork {
     const char* szName;
     void (*pfnBegin)();
     bool bBlocks = false;
 };
 
-/// Where its event loop, or its blocking calls, run on; what ends the process is prepared before.
+/// An end of the process, prepared before the event loop or the blocking calls run.
 struct SEnd {
     const char* szName;
-    void (*pfnPrepare)(); ///< null where main itself ends the process
+    void (*pfnPrepare)(); ///< null if main itself ends the process
     bool bReturnsFromMain = false;
 };
 
@@ -40,7 +40,7 @@ int EitherPort(int nRequest)
     return nRequest % 2 == 0 ? SilentPort() : AnsweringPort();
 }
 
-/// A few, as the seed decides.
+/// A few; the seed determines how many.
 int Some()
 {
     return std::uniform_int_distribution<int>(1, 20)(g_random);
@@ -76,7 +76,7 @@ void Report()
 void QueryAndWait()
 {
     for (int nCall = 0;; ++nCall) {
-        Check(EitherPort(nCall), nCall % 4 == 0 ? 5 : LONG_MS); // some leave their requests behind
+        Check(EitherPort(nCall), nCall % 4 == 0 ? 5 : LONG_MS); // some leave requests in progress
     }
 }
 
@@ -103,7 +103,7 @@ void Download()
     }
 }
 
-/// Replies wait behind a slow receiver on the delivering thread, and for the loop of a slow host.
+/// Makes replies wait for a slow receiver on the delivering thread, and for the event loop of a slow host.
 void LetRepliesWait()
 {
     const CUIAgentRsp* const pResponse = CUIAgentRsp::Instance();
@@ -160,12 +160,12 @@ void HandleEvents()
 
 void EndDuring(const SEnd& end, const SWork& work)
 {
-    PrepareNetwork(); // of the host's own net/: not while the process ends
+    PrepareNetwork(); // for the host's own copy of net/; too late while the process ends
     if (end.pfnPrepare != nullptr) {
         end.pfnPrepare();
         work.pfnBegin();
         QCoreApplication::exec();
-        std::_Exit(6); // which nothing ends but the process
+        std::_Exit(6); // only the end of the process may end the loop
     }
     if (work.bBlocks) {
         OnAWorker(work.pfnBegin);

@@ -1,8 +1,8 @@
-// A host that sends one request and then says what the answer was and what it cost:
+// A host that sends one request and then prints the answer and its cost:
 //   heavy_reply_host PORT REQUEST [MEGABYTES]
-// With the third argument it may take no more than that much address space from then on. It prints the
-// answers that came, whether the last one was a success, and by how many bytes the resident size grew at
-// most, from just before the request until the answer was received.
+// MEGABYTES limits its address space from then on. It prints the number of answers, whether the last one was
+// a success, and by how many bytes the resident size grew at most, from just before the request until the
+// answer was received.
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
@@ -176,7 +176,7 @@ private:
 
 int main(int argc, char** argv)
 try {
-    if (argc < 3 || std::freopen("/dev/null", "w", stderr) == nullptr) { // debug lines hold whole replies
+    if (argc < 3 || std::freopen("/dev/null", "w", stderr) == nullptr) { // debug output holds whole replies
         return 2;
     }
     const QCoreApplication application(argc, argv);

@@ -1,4 +1,4 @@
-// While a library is being loaded, no other thread can load one; Qt's network access loads some.
+// While a library is being loaded, no other thread can load one, but Qt's network access loads some.
 
 #include <ktshttpagent/CUIAgentReq.h>
 

@@ -1,4 +1,4 @@
-// A library of a host that makes the agent while it is being loaded.
+// A library of a host that creates the agent while it is being loaded.
 
 #include <ktshttpagent/CUIAgentReq.h>
 

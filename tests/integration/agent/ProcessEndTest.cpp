@@ -1,5 +1,5 @@
-// A process that loads the library may end in any way, at any time: it ends soon, with its own exit status,
-// and what it reported just before still arrives.
+// A process that loads the library may end in any way, at any time: it ends soon and with its own exit
+// status, and its latest reports still arrive.
 
 #include "HostProcess.h"
 #include "LogFolder.h"
@@ -19,7 +19,7 @@ namespace
 
 constexpr int REPORTS = 50;
 
-/// The status of a host that has ended; 124 when it did not come to that in time.
+/// The exit status of a host; 124 when it did not end in time.
 int RunHost(int nPort, const std::string& strOptions, int nCount = REPORTS)
 {
     std::vector<std::string> vecArguments{std::to_string(nPort), std::to_string(nCount)};
@@ -47,7 +47,7 @@ protected:
 
 TEST_P(ProcessEnd, DeliversWhatWasReportedJustBefore)
 {
-    setenv("CHTTPCLIENT_DRAIN_MS", "60000", 1); // so that a machine that stalls for a while does not matter
+    setenv("CHTTPCLIENT_DRAIN_MS", "60000", 1); // so that a stalling machine does not matter
     LabServer server;
     const int nPort = server.Start();
     EXPECT_EQ(RunHost(nPort, GetParam()), 0);
@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, ProcessEnd,
                                            "no-application response-first destroy"),
                          &NameOf);
 
-// Each leaves a request of Qt's under way, with a thread of its own, in whatever state it is.
+// Each test leaves a request of Qt's in progress, in any state, with its own thread.
 class ProcessEndAfterBlockingCalls : public ::testing::TestWithParam<std::string>
 {
 };

@@ -1,5 +1,5 @@
-// What one reply may cost its host in memory, whatever the reply holds: at most 200 MB and eight times its
-// size. Each is received by a host in a process of its own.
+// How much memory one reply may cost its host, whatever it holds: at most 200 MB plus eight times its size.
+// Each reply is received by a host in a process of its own.
 
 #include "HostProcess.h"
 #include "LogFolder.h"
@@ -25,7 +25,7 @@ constexpr std::size_t VALUE_LIMIT = 2'000'000;
 constexpr std::size_t VALUE_LIMIT_OF_USERS = 250'000;
 constexpr std::size_t LARGEST_REPLY = std::size_t{60} * MILLION; // below the transport's own limit
 
-/// That many times the element, with a comma between two.
+/// The element repeated that many times, separated by commas.
 std::string List(const std::string& strElement, std::size_t nTimes)
 {
     const std::size_t nSize = nTimes == 0 ? 0 : (strElement.size() + 1) * nTimes - 1;
@@ -43,7 +43,7 @@ std::string Array(const std::string& strElement, std::size_t nTimes)
     return "[" + List(strElement, nTimes) + "]";
 }
 
-/// As much of it as the largest reply holds.
+/// The element repeated as often as fits into the largest reply.
 std::string Fill(const std::string& strElement)
 {
     return List(strElement, LARGEST_REPLY / (strElement.size() + 1));
@@ -64,7 +64,7 @@ std::string IdName(const std::string& strName, std::size_t nId)
     return '"' + strName + R"(":{"id":)" + std::to_string(nId) + R"(,"name":"a name of usual length"})";
 }
 
-/// What a laboratory with that many projects says.
+/// The reply of a laboratory with that many projects.
 std::string Projects(std::size_t nProjects)
 {
     std::string strList;
@@ -130,7 +130,7 @@ protected:
     LogFolder m_log;
 };
 
-/// The number after a word at the beginning of one of the lines.
+/// The number after a word at the beginning of a line.
 long long Number(const Departure& departure, const std::string& strWord)
 {
     for (const std::string& strLine : departure.vecLines) {
@@ -138,7 +138,7 @@ long long Number(const Departure& departure, const std::string& strWord)
             return std::stoll(strLine.substr(strWord.size() + 1));
         }
     }
-    ADD_FAILURE() << "the host said no " << strWord;
+    ADD_FAILURE() << "the host printed no " << strWord;
     return -1;
 }
 
@@ -157,11 +157,11 @@ TEST_P(HeavyReply, CostsNoMoreThan200MegabytesAndEightTimesItsSize)
     std::cout << strBody.size() << " bytes cost " << nGrowth << '\n';
 }
 
-/// A reply larger than any may be, and how it travels.
+/// A reply larger than allowed, and how it is transferred.
 struct STooLarge {
     const char* szName;
     ServerStep (*fnStep)();
-    const char* szMostBytes = "67108864"; ///< as is by default; less where the reply comes slowly
+    const char* szMostBytes = "67108864"; ///< the default; less if the reply comes slowly
 };
 
 void PrintTo(const STooLarge& reply, std::ostream* pStream)
@@ -171,7 +171,7 @@ void PrintTo(const STooLarge& reply, std::ostream* pStream)
 
 constexpr std::size_t TOO_LARGE = std::size_t{200} * MILLION;
 
-/// A success of so many bytes, packed to a thousandth.
+/// A large success, packed to a thousandth of its size.
 std::string PackedText()
 {
     return Gzipped(R"({"success":true,"x":")" + std::string(TOO_LARGE, 'x') + "\"}");
@@ -182,7 +182,7 @@ std::string PackedHead(const char* szLine)
     return std::string("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n") + szLine + "\r\n\r\n";
 }
 
-/// Slowly: Qt reads a chunk in one go for as long as there is always some more of it.
+/// Sent slowly, since Qt reads a chunk in one go as long as more of it is available.
 ServerStep Endless(const char* szLine)
 {
     ServerStep step{std::string("HTTP/1.1 200 OK\r\n") + szLine, ServerStep::Ending::Close};
@@ -245,8 +245,8 @@ class PackedHeavyReply : public ::testing::TestWithParam<SRequest>
 {
 };
 
-// As many values as fit the largest reply: gigabytes, were they remembered, and a thousandth of the reply as
-// it travels.
+// As many values as fit into the largest reply: they would take gigabytes if kept, but only a thousandth of
+// the reply's size is transferred.
 TEST_P(PackedHeavyReply, IsAFailureWithItsOneAnswer)
 {
     const LogFolder log;
@@ -266,7 +266,7 @@ TEST_P(PackedHeavyReply, IsAFailureWithItsOneAnswer)
     std::cout << strPacked.size() << " bytes, " << strBody.size() << " unpacked, cost " << nGrowth << '\n';
 }
 
-// Every request that is answered, on either interface.
+// Every request that gets an answer, on both interfaces.
 INSTANTIATE_TEST_SUITE_P(
     Each, PackedHeavyReply,
     ::testing::Values(SRequest{"User", "user"}, SRequest{"ChannelReport", "channel-report"},

@@ -1,5 +1,6 @@
-// What may be needed until the process is gone must not be destroyed before: each object that is destroyed at
-// the end of the process registers that with the C++ runtime, and here every registration is seen.
+// Objects that may be needed until the process is gone must not be destroyed before. Each object that is
+// destroyed at the end of the process is registered with the C++ runtime, and this test sees every
+// registration.
 
 #include "AnswerSpy.h"
 #include "LogFolder.h"
@@ -31,7 +32,7 @@ namespace
 {
 
 struct SRegistered {
-    const void* pObject; ///< null for a plain function, as atexit takes it
+    const void* pObject; ///< null for a plain function, as registered by atexit
     const void* pLibrary;
 };
 
@@ -68,7 +69,7 @@ std::vector<std::string> LibrariesOfObjects(std::size_t nFirst = 0)
 
 } // namespace
 
-// Takes the place of the C library's for the whole process.
+// Replaces the C library's for the whole process.
 extern "C" __attribute__((visibility("default"))) int __cxa_atexit(void (*pfnCall)(void*), void* pObject,
                                                                    void* pLibrary)
 {
@@ -102,7 +103,7 @@ protected:
         request.SendPostReportStepData_ORN(strBase, ENOUGH_MS, "x");
     }
 
-    /// The request whose reply jsoncpp reads, and one whose exchange fails.
+    /// Waits for the answer of the request whose reply jsoncpp reads, and of one whose exchange fails.
     void WaitForAnswers()
     {
         const AnswerSpy answers(&CUIAgentRsp::SigGetUserInfoRet);
@@ -137,17 +138,17 @@ TEST_F(StaticObjects, ThatAnAnswerUsesAreMadeWithTheResponseObject)
     QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetProjectsRet,
                      [&](bool bSucc, const QVariant&) {
                          projects.set_value(bSucc);
-                         throw std::runtime_error("a receiver's own trouble"); // which is logged
+                         throw std::runtime_error("a receiver's own trouble"); // it is logged
                      });
     QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetSupportVerRet,
                      [&] { version.set_value(); });
-    auto& client = *VelCSDK::SDKFactory::GetInstance(); // the request object would make some of them, too
+    auto& client = *VelCSDK::SDKFactory::GetInstance(); // the request object would create some of them too
     client.Init();
     client.SetServerAddr("127.0.0.1", server.Port());
     const std::size_t nBefore = CountRegistered();
     client.GetProjects("A", "1");
     EXPECT_TRUE(projects.get_future().get());
-    client.GetSupportVer("1"); // whose answer comes once the line about the first one is written
+    client.GetSupportVer("1"); // answered after the log line about the first one is written
     version.get_future().wait();
     EXPECT_THAT(LibrariesOfObjects(nBefore), Each(Not(StartsWith("libQt5"))));
 }

@@ -15,7 +15,7 @@ class Demo : public KtsagentProcess
 {
 };
 
-/// Every sender of the agent, as the demo's table names it.
+/// Every sender of the agent, named as in the demo's table.
 const QStringList ASYNC{"user-info",       "report-chl-status", "report-incubator", "projects",
                         "support-ver",     "batt-status",       "auto-export",      "ftp-path",
                         "channel-up-down", "channel-check",     "in-common",        "cdlx-files",
@@ -91,7 +91,7 @@ TEST_F(Demo, PrintsATableThatNamesEverySender)
     EXPECT_THAT(run.strOut, Not(HasSubstr("NOT AS EXPECTED")));
 }
 
-// Whatever the reason, here that the library takes no reply of more than a byte.
+// Here the calls fail because the library accepts no reply of more than one byte.
 TEST_F(Demo, NamesEveryCallThatWentOtherwiseAndFails)
 {
     qputenv("CHTTPCLIENT_MAX_REPLY_BYTES", "1");

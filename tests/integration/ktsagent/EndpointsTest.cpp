@@ -17,7 +17,7 @@ class Endpoints : public KtsagentProcess
 {
 #if defined(Q_OS_WIN)
 protected:
-    // Not to be found by the next test, which is another process on the same machine.
+    // Removes the settings, so that the next test, another process on this machine, does not find them.
     ~Endpoints() override
     {
         RunReg({"delete", "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL", "/f"});
@@ -89,7 +89,7 @@ TEST_F(Endpoints, NeitherDoesTlsOfTheSiteOrTheEnvironmentLeadTheDemoAstray)
 #if !defined(Q_OS_WIN)
 TEST_F(Endpoints, OfAHostileSiteDoATerminalNoHarm)
 {
-    // As QSettings writes them: \x1b is ESC, \x202e turns the direction.
+    // In QSettings' notation: \x1b is ESC, \x202e changes the direction of text.
     SetEndpoint("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin", "HttpUrlGetSupportVer",
                 "\"api\\x1b[2J\\x202e/ver\"");
 

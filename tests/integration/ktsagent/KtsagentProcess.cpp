@@ -15,8 +15,7 @@ namespace
 
 constexpr int PATIENCE_MS = 60000;
 
-/// What the program wrote, with the line ends that it wrote: on Windows the C library puts a CR before each
-/// LF.
+/// The program's output without the CR that the C library of Windows puts before each LF.
 std::string Lines(QByteArray text)
 {
 #if defined(Q_OS_WIN)

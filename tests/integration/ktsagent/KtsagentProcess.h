@@ -13,13 +13,13 @@
 
 #include <string>
 
-/// What one run of the program left.
+/// The result of one run of the program.
 struct KtsagentRun {
     int nExit = -1; ///< -1 when it crashed, or did not end in time and was killed
     std::string strOut;
     std::string strErr;
 
-    /// Standard output as a JSON object or list; fails the test when it is anything else.
+    /// Standard output as a JSON object or list; the test fails if it is anything else.
     QJsonObject Object() const;
     QJsonArray List() const;
     /// The arguments of the signal of that object.
@@ -39,7 +39,7 @@ protected:
     /// @return its path
     QString WriteFile(const QString& strName, const std::string& strText) const;
 
-    /// Gives the value of a profile, which is a registry path with "/" for its separators.
+    /// Sets a value in a profile, which is a registry path with "/" as the separator.
     void SetEndpoint(const QString& strProfile, const QString& strValue, const QString& strPath) const;
 
     LogFolder m_log;

@@ -1,4 +1,4 @@
-// Where ktsagent says that the log is, it is.
+// The log is where ktsagent says that it is.
 
 #include "KtsagentProcess.h"
 #include "ScriptedServer.h"
@@ -71,7 +71,7 @@ TEST_F(NamedLogFolder, IsNotNamedWhenTheEnvironmentHasNone)
     EXPECT_THAT(strSaid, Not(HasSubstr("(log: ")));
 }
 
-// Such a log writes where it likes, and may lack what only ktsagent asks for.
+// Such a log writes to a place of its own, and may lack the function that only ktsagent calls.
 TEST_F(NamedLogFolder, IsNotNamedWhenTheLogIsASitesOwn)
 {
     qputenv("LD_LIBRARY_PATH", OWN_LOG_FOLDER);

@@ -12,11 +12,11 @@ using testing::StartsWith;
 namespace
 {
 
-/// An operation that a fresh lab server answers with success.
+/// An operation that a new lab server answers with success.
 struct AnsweredOperation {
     const char* szName;
     int nId;
-    QStringList lstOptions; ///< beside the server
+    QStringList lstOptions; ///< besides the server
     const char* szSignal;   ///< the arguments of the signal, as JSON
 };
 
@@ -44,7 +44,7 @@ class AnsweredOperations : public Operation, public testing::WithParamInterface<
 class SilentOperations : public Operation, public testing::WithParamInterface<SilentOperation>
 {
 protected:
-    /// The two reports that take a base URL take it in place of the server.
+    /// The two reports that take a base URL get that instead of the server.
     QStringList Arguments() const
     {
         const bool bUrl = GetParam().lstOptions.contains("--data");

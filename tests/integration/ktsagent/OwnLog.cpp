@@ -1,4 +1,4 @@
-// A log as a site may put it in the place of ours: it has what the library calls, and no more.
+// A log with which a site may replace ours: it has only the function that the library calls.
 
 #include <ktshttpagent/clog.h>
 

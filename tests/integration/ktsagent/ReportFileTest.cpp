@@ -20,14 +20,14 @@ constexpr const char* NO_SUCH_FILE = "No such file";
 struct BadFile {
     const char* szName;
     std::string strText;
-    const char* szSaid; ///< behind the file's name
+    const char* szSaid; ///< after the file's name
 };
 
 class BadReportFile : public KtsagentProcess, public testing::WithParamInterface<BadFile>
 {
 };
 
-/// Sends reports to a lab server and looks at what arrived there.
+/// Sends reports to a lab server and checks what has arrived there.
 class ReportFile : public KtsagentProcess
 {
 protected:
@@ -105,7 +105,7 @@ TEST_F(ReportFile, FillsTheRecord)
     EXPECT_EQ(run.nExit, 0) << run.strErr;
     const QJsonObject arrived = Arrived();
     EXPECT_EQ(arrived["box"], 4);
-    EXPECT_EQ(arrived["chl"], "3"); // counted from 1 on the wire
+    EXPECT_EQ(arrived["chl"], "3"); // in requests counted from 1
     EXPECT_EQ(arrived["cycle"], 10);
     EXPECT_EQ(arrived["voltage"], 4.2001);
     EXPECT_EQ(arrived["com"], QString::fromUtf8("\u6d4b\n"));

@@ -14,14 +14,14 @@ using testing::StartsWith;
 namespace
 {
 
-/// How long a report that failed pauses.
+/// How long a failed report pauses.
 constexpr int PAUSE_MS = 2000;
 
-/// An operation by its blocking sender, against a fresh lab server.
+/// An operation called through its blocking sender, on a new lab server.
 struct SyncCall {
     const char* szName;
     int nId;
-    QStringList lstOptions; ///< beside the server
+    QStringList lstOptions; ///< besides the server
     int nExit;
     const char* szOutcome;
     const char* szReturned; ///< as JSON
@@ -93,7 +93,7 @@ const SyncCall REPORT_STEP_ORN{"report-step-orn",
 class Sync : public KtsagentProcess
 {
 protected:
-    /// Runs a call with --sync. The reports that take a base URL get it in place of the server.
+    /// Runs a call with --sync. The reports that take a base URL get that instead of the server.
     KtsagentRun RunSync(const SyncCall& call, int nPort, const QStringList& lstMore) const
     {
         const bool bUrl = call.lstOptions.contains("--data");

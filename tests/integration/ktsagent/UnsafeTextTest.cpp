@@ -1,4 +1,4 @@
-// What a server or a command line says reaches the terminal without harm to it or to who reads it.
+// Text of a server or a command line is printed so that it can harm neither the terminal nor its reader.
 
 #include "KtsagentProcess.h"
 #include "ScriptedServer.h"
@@ -18,7 +18,7 @@ const std::string HOSTILE = "\x1b[2Jx\n\u202eevil\u200b\u2028\U000e0041\xc2\x9b"
 const std::string SHOWN = "\\x1b[2Jx\\n\\xe2\\x80\\xaeevil\\xe2\\x80\\x8b\\xe2\\x80\\xa8\\xf3\\xa0\\x81\\x81"
                           "\\xc2\\x9b31m";
 
-/// As a member of a JSON object, where control characters below U+0020 must be escapes.
+/// The text for a JSON object, in which control characters below U+0020 must be escaped.
 std::string JsonText(std::string strText)
 {
     for (std::size_t nPos = 0; nPos < strText.size(); ++nPos) {
@@ -42,7 +42,7 @@ void ExpectHarmless(const KtsagentRun& run)
 class UnsafeText : public KtsagentProcess
 {
 protected:
-    /// Asks a server that says so for user information.
+    /// Asks a server for user information, which it answers with this title.
     KtsagentRun AskForUser(const std::string& strTitle, const QStringList& lstMore = {}) const
     {
         const ScriptedServer server(ServerStep{HttpReply(200, R"({"code":0,"title":)" + strTitle + "}")});
@@ -150,7 +150,7 @@ TEST_F(UnsafeText, InTheAgentsDebugLinesIsEscaped)
 
 TEST_F(UnsafeText, OfTheCommandLineIsEscapedInWhatIsSaidOfIt)
 {
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // by which arguments become bytes
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // the encoding of arguments
     const QString strHostile = QString::fromStdString(HOSTILE);
     const std::vector<QStringList> vecCalls
     {
@@ -161,7 +161,7 @@ TEST_F(UnsafeText, OfTheCommandLineIsEscapedInWhatIsSaidOfIt)
             {"user-info", "--server", "h:1", "--userId", strHostile},
             {"report-incubator", "--server", "h:1", "--status", strHostile},
             {"report-incubator", "--server", "h:1", "--file", "/no/" + strHostile},
-#if !defined(Q_OS_WIN) // which has no such names
+#if !defined(Q_OS_WIN) // Windows has no such names
             {"report-incubator", "--server", "h:1", "--file", WriteFile(strHostile, "{]")},
 #endif
             {"report-incubator", "--server", "h:1", "--file",
@@ -175,10 +175,10 @@ TEST_F(UnsafeText, OfTheCommandLineIsEscapedInWhatIsSaidOfIt)
     }
 }
 
-#if !defined(Q_OS_WIN) // where arguments are no bytes
+#if !defined(Q_OS_WIN) // Windows' arguments are not bytes
 TEST_F(UnsafeText, OfTheCommandLineMayBeNoUtf8)
 {
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1")); // a byte for each character
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1")); // one byte per character
     const KtsagentRun run = Run({QStringLiteral("no-such-\u00ff")});
     EXPECT_EQ(run.nExit, 2);
     EXPECT_THAT(run.strErr, HasSubstr("no-such-\\xff"));

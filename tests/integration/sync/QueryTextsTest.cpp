@@ -1,5 +1,5 @@
-// What the server reads of texts that a host hands in for a query: the lab server knows one barcode, and
-// whether it is found tells how the text arrived.
+// What the server reads from texts that a host passes for a query: the lab server knows one barcode, and
+// whether it finds that shows how the text arrived.
 
 #include "AnswerSpy.h"
 #include "SyncRoad.h"
@@ -29,7 +29,7 @@ class QueryTexts : public SyncRoad
 protected:
     QueryTexts() { m_server.Start(); }
 
-    /// Makes the server know a barcode.
+    /// Adds a barcode to the server.
     void Share(const QString& strBarcode)
     {
         Add("shared-barcodes", {{"dxtm", strBarcode}, {"common", true}});
@@ -48,8 +48,8 @@ protected:
         ASSERT_EQ(pReply->error(), QNetworkReply::NoError) << pReply->errorString().toStdString();
     }
 
-    /// Whether the server finds the barcode that it makes of a text, by the asynchronous and by the blocking
-    /// sender.
+    /// Expects whether the server finds the barcode that it reads from a text, through the asynchronous and
+    /// through the blocking sender.
     void ExpectFound(const QString& strText, bool bFound)
     {
         const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
@@ -69,7 +69,7 @@ protected:
 struct QueryText {
     const char* szName;
     QString strText;
-    QString strArrives; ///< when it goes out as it stands
+    QString strArrives; ///< when it is sent unchanged
 };
 
 class QueryTextsEach : public QueryTexts, public ::testing::WithParamInterface<QueryText>
@@ -142,7 +142,7 @@ TEST_F(QueryTexts, ABarcodeThatRewritesTheQueryDoesNotWhenItIsEscaped)
     ASSERT_EQ(m_server.Exchanges().size(), 4U);
     for (const std::size_t nPlain : {0U, 1U}) {
         EXPECT_EQ(m_server.Exchanges()[nPlain].strTarget, strBefore + "X&deviceId=OTHER&chl=9");
-        EXPECT_EQ(m_server.Exchanges()[nPlain].nStatus, 400); // what stood behind the barcode is cut off
+        EXPECT_EQ(m_server.Exchanges()[nPlain].nStatus, 400); // what followed the barcode is cut off
     }
     for (const std::size_t nEscaped : {2U, 3U}) {
         EXPECT_EQ(m_server.Exchanges()[nEscaped].strTarget,

@@ -1,5 +1,5 @@
-// A text may travel both roads: through the asynchronous sender and through the blocking one. The server must
-// receive the same request target from both.
+// A text may be sent through the asynchronous interface and through the blocking one. The server must receive
+// the same request target from both.
 
 #include "AnswerSpy.h"
 #include "SyncRoad.h"
@@ -139,14 +139,14 @@ std::vector<QString> AwkwardTexts()
     return vecTexts;
 }
 
-/// Texts with percent signs that the roads write differently when they are not escaped.
+/// Texts with percent signs that the two interfaces write differently when they are not escaped.
 constexpr const char* PERCENT_TEXTS[] = {"%41", "%7e%5f", "%2e%2E", "%25%41", "%e7%94%b5",
                                          "%3a", "%5e^",   "%20%",   "%%41",   "a%20b%zz"};
 
 class SameTarget : public SyncRoad
 {
 protected:
-    /// The request targets of both roads, the asynchronous one first.
+    /// The request targets of both interfaces, the asynchronous one first.
     std::pair<std::string, std::string> Targets(const QString& strText)
     {
         const ScriptedServer server(ServerStep{HttpReply(200, R"({"success":true,"common":true})")});
@@ -194,7 +194,7 @@ TEST_F(SameTarget, HoldsEveryTextWholeWhenItIsEscaped)
     }
 }
 
-// The bytes that went out before texts could be escaped at all.
+// The bytes that were sent before escaping was introduced.
 TEST_F(SameTarget, IsAsItEverWasWhileTextsAreNotEscaped)
 {
     const QString strText = "a \"<>\\^`{|}[]é&b=c+d;e/f?g,%41#h";
@@ -220,8 +220,8 @@ TEST_F(SameTarget, HoldsBracketsAsEscapes)
     EXPECT_EQ(strSync, strLine);
 }
 
-/// Texts with percent signs that the roads write differently. The asynchronous one leaves a valid escape as
-/// it stands and encodes a stray percent sign alone; Qt's tolerant URL has rules of its own.
+/// Texts with percent signs that the two interfaces write differently. The asynchronous one leaves a valid
+/// escape unchanged and encodes only a stray percent sign; Qt's tolerant URL has rules of its own.
 struct Difference {
     const char* szName;
     const char* szText;
@@ -244,17 +244,17 @@ TEST_P(DifferentTarget, IsWhatEachRoadMakesOfPercentSigns)
 INSTANTIATE_TEST_SUITE_P(
     OfEachRoad, DifferentTarget,
     ::testing::Values(
-        // Qt takes an escape away where the character needs none. The server reads the same.
+        // Qt removes an escape if the character needs none. The server reads the same text.
         Difference{"NeedlessEscape", "%41", "%41", "A"},
         Difference{"NeedlessTilde", "%7e%5f", "%7e%5f", "~_"},
         Difference{"NeedlessDots", "%2e%2E", "%2e%2E", ".."},
         Difference{"EscapedPercent", "%25%41", "%25%41", "%25A"},
-        // Qt writes the digits of an escape in capitals. The server reads the same.
+        // Qt writes the digits of an escape in capitals. The server reads the same text.
         Difference{"SmallDigits", "%e7%94%b5", "%e7%94%b5", "%E7%94%B5"},
         Difference{"SmallReserved", "%3a", "%3a", "%3A"},
         Difference{"SmallForbidden", "%5e^", "%5e%5E", "%5E%5E"},
-        // Qt takes one stray percent sign as a sign that nothing is escaped, and encodes all of them. Here
-        // the server reads two different texts; a host that means a percent sign writes %25.
+        // If one percent sign is stray, Qt assumes that nothing is escaped, and encodes all of them. Here the
+        // server reads two different texts; a host that means a percent sign must write %25.
         Difference{"StrayBehindEscape", "%20%", "%20%25", "%2520%25"},
         Difference{"StrayBeforeEscape", "%%41", "%25%41", "%25%2541"},
         Difference{"StrayAmongText", "a%20b%zz", "a%20b%25zz", "a%2520b%25zz"}),

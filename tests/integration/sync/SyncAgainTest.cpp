@@ -1,5 +1,5 @@
-// Blocking calls made again: by objects that are made, ended and made again, in waits within waits within
-// waits, and after settings have changed in between.
+// Repeated blocking calls: by objects that are created, destroyed and created again, in waits nested three
+// deep, and after settings have changed in between.
 
 #include "SyncOutcome.h"
 
@@ -15,7 +15,7 @@ namespace
 constexpr int ROUNDS = 3;
 constexpr int UPLOAD = 3112;
 
-/// A host may have request objects of a class of its own, as many as it likes.
+/// A host may have any number of request objects of a class of its own.
 class Host : public CUIAgentReq
 {
 public:
@@ -41,7 +41,7 @@ protected:
         qputenv("CHTTPCLIENT_TIMEOUT_MS", "2000");
     }
 
-    /// Handles events until a server has closed as many connections.
+    /// Handles events until a server has closed that many connections.
     static void WaitForClosed(const ScriptedServer& closing, std::size_t nCount)
     {
         const ScriptedServer after([&](const WireRequest&) {
@@ -72,7 +72,7 @@ TEST_F(SyncAgain, AnObjectMadeAfterAnotherBeginsAnew)
         Host host;
         EXPECT_EQ(host.LastOutcome().eEnd, EBlockingEnd::NoCall);
         EXPECT_FALSE(host.HasStrictWaits());
-        EXPECT_FALSE(host.Check(m_silent, SHORT_MS)) << "the yes that an earlier object got";
+        EXPECT_FALSE(host.Check(m_silent, SHORT_MS)) << "returned the yes that an earlier object had got";
         ExpectEnd(host, EBlockingEnd::TimedOut, 0, m_strTimeOut.c_str());
         host.SetStrictWaits(true);
         EXPECT_TRUE(host.Check(m_yes));
@@ -101,7 +101,7 @@ TEST_F(SyncAgain, AReplyToACallOfAnEndedObjectIsNobodys)
         pHost = std::make_unique<Host>();
         const ScriptedServer no([&](const WireRequest&) {
             gate.Open();
-            EXPECT_TRUE(late.WaitForClosed(1)) << "which it is once its reply was handled";
+            EXPECT_TRUE(late.WaitForClosed(1)) << "it is closed once its reply was handled";
             return ServerStep{NO};
         });
         EXPECT_FALSE(pHost->Check(no));
@@ -122,10 +122,10 @@ TEST_F(SyncAgain, EachOutcomeTellsOfItsOwnCallAlone)
         ExpectEnd(host, EBlockingEnd::TimedOut, 0, m_strTimeOut.c_str());
         EXPECT_TRUE(host.Check(m_yes));
         ExpectEnd(host, EBlockingEnd::Answered, 200, "");
-        EXPECT_TRUE(host.Check(list, 2'000)) << "the yes before";
+        EXPECT_TRUE(host.Check(list, 2'000)) << "should return the previous yes";
         ExpectEnd(host, EBlockingEnd::TimedOut, 200,
                   "no answer came within 2000 ms: the body is an array that does not begin with an object");
-        EXPECT_TRUE(host.Check(m_silent, SHORT_MS)) << "the yes before";
+        EXPECT_TRUE(host.Check(m_silent, SHORT_MS)) << "should return the previous yes";
         ExpectEnd(host, EBlockingEnd::TimedOut, 0, m_strTimeOut.c_str());
     }
 }
@@ -137,7 +137,8 @@ TEST_F(SyncAgain, ACallIsStrictWheneverThatIsOnAndNeverElse)
         host.SetStrictWaits(false);
         EXPECT_TRUE(host.Check(m_yes));
         ExpectEnd(host, EBlockingEnd::Answered, 200, "");
-        EXPECT_TRUE(host.Check(m_silent, SHORT_MS)) << "what the reply before brought, round " << nRound;
+        EXPECT_TRUE(host.Check(m_silent, SHORT_MS))
+            << "should return the previous reply's result, round " << nRound;
         host.SetStrictWaits(true);
         EXPECT_FALSE(host.Check(m_silent, SHORT_MS)) << "round " << nRound;
         EXPECT_FALSE(host.bAllow);
@@ -146,8 +147,8 @@ TEST_F(SyncAgain, ACallIsStrictWheneverThatIsOnAndNeverElse)
     }
 }
 
-/// A channel check, in whose wait the host asks whether in common, in whose wait it uploads; and in each of
-/// these waits it makes two more channel checks, which are answered with yes.
+/// A channel check; during its wait a query whether a barcode is in common; during that wait an upload.
+/// During each of these waits the host makes two more channel checks, which are answered with yes.
 class CNestedCalls
 {
 public:
@@ -171,9 +172,9 @@ public:
         m_vecEnds.push_back(m_host.LastOutcome());
     }
 
-    /// Of the calls of different kinds, in the order of their return.
+    /// The outcomes of the calls of different kinds, in the order of their return.
     const std::vector<SBlockingOutcome>& Ends() const { return m_vecEnds; }
-    /// How many of the checks within were told that another one is waiting.
+    /// How many of the inner checks were refused because another one was waiting.
     int Busy() const { return m_nBusy; }
 
 private:
@@ -200,7 +201,7 @@ private:
     }
 
     Host& m_host;
-    Gate m_gate; ///< opened in the innermost wait; whose answer comes first then is all the same
+    Gate m_gate; ///< opened in the innermost wait; the answers then may come in any order
     const ScriptedServer m_yes{ServerStep{YES}};
     const ScriptedServer m_upload{[this](const WireRequest&) { return m_gate.Then({NO}); }};
     const ScriptedServer m_common{[this](const WireRequest&) { return m_gate.Then({COMMON}); }};

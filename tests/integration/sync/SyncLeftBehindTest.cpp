@@ -1,4 +1,4 @@
-// What becomes of the requests that blocking calls leave behind at their time-outs.
+// What happens to the requests that blocking calls leave in progress when they time out.
 
 #include "ProcessUse.h"
 #include "SyncOutcome.h"
@@ -15,7 +15,7 @@ namespace
 
 constexpr std::size_t MOST_LEFT_BEHIND = 100;
 
-/// The time of a request, to be set before the objects are made, which read it.
+/// Sets the time-out of a request, which the objects read when they are created.
 class RequestTime
 {
 protected:
@@ -28,7 +28,7 @@ protected:
 class ShortTime : protected RequestTime
 {
 protected:
-    ShortTime() : RequestTime(1'000) {} // enough for a busy machine to connect
+    ShortTime() : RequestTime(1'000) {} // long enough for a busy machine to connect
 };
 
 class SyncLeftBehind : public SyncOutcome
@@ -55,7 +55,7 @@ class SyncGivenUp : public ShortTime, public SyncLeftBehind
 TEST_F(SyncGivenUp, RequestsLeaveNeitherThreadsNorDescriptors)
 {
     const ScriptedServer good(ServerStep{COMMON, ServerStep::Ending::Close});
-    EXPECT_TRUE(InCommon(good)); // what is made once and stays; its reply is what the time-outs return
+    EXPECT_TRUE(InCommon(good)); // creates what stays; the time-outs return this reply
     const ScriptedServer no(ServerStep{HttpReply(200, "{}"), ServerStep::Ending::Close});
     EXPECT_FALSE(InCommon(no));
     QTest::qWait(1);
@@ -79,7 +79,7 @@ TEST_F(SyncGivenUp, RequestsAreGivenUpInSilence)
     EXPECT_TRUE(InCommon(good));
     ExpectEnd(EBlockingEnd::Answered, IN_COMMON, "");
     TimeOut(m_silent, 0);
-    EXPECT_TRUE(InCommon(m_silent, 1)) << "the record is what the last reply made it";
+    EXPECT_TRUE(InCommon(m_silent, 1)) << "should return the last reply's result";
 }
 
 TEST_F(SyncGivenUp, OneThatWasWaitedForLongerIsGivenUpWithItsWait)
@@ -109,11 +109,11 @@ TEST_F(SyncLeftBehind, OfMoreThanAHundredTheOldestIsGivenUp)
     EXPECT_TRUE(second.WaitForRequests(1));
     TimeOut(m_silent, MOST_LEFT_BEHIND - 1);
     EXPECT_TRUE(first.WaitForClosed(1));
-    EXPECT_LE(m_nPeakThreads, nThreads + 2 * (MOST_LEFT_BEHIND + 1) + 10); // with those of the servers
+    EXPECT_LE(m_nPeakThreads, nThreads + 2 * (MOST_LEFT_BEHIND + 1) + 10); // including those of the servers
     std::cout << "threads " << nThreads << ", at most " << m_nPeakThreads << '\n';
     gate.Open();
     const ScriptedServer after([&](const WireRequest&) {
-        EXPECT_TRUE(second.WaitForClosed(1)) << "which it is once its reply was handled";
+        EXPECT_TRUE(second.WaitForClosed(1)) << "it is closed once its reply was handled";
         return ServerStep{YES};
     });
     EXPECT_TRUE(Check(after));

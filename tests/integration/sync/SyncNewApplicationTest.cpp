@@ -1,5 +1,5 @@
-// Blocking calls of a process that makes one QCoreApplication after another. A program of its own, which has
-// none unless a test makes one.
+// Blocking calls of a process that creates one QCoreApplication after another. A separate program, which has
+// none unless a test creates one.
 
 #include "SyncOutcome.h"
 
@@ -14,12 +14,13 @@ constexpr int ROUNDS = 3;
 class SyncNewApplication : public SyncOutcome
 {
 protected:
-    /// Calls as the life of one application goes.
+    /// Makes calls throughout the life of one application.
     void Live(int nRound)
     {
         int argc = 0;
         const QCoreApplication application(argc, nullptr);
-        EXPECT_EQ(Check(m_silent, SHORT_MS), nRound > 1) << "what the last application's call brought";
+        EXPECT_EQ(Check(m_silent, SHORT_MS), nRound > 1)
+            << "should return the result of the last application's call";
         ExpectEnd(EBlockingEnd::TimedOut, CHECK, "no answer came");
         EXPECT_TRUE(Check(m_yes));
         ExpectEnd(EBlockingEnd::Answered, CHECK, "");
@@ -29,7 +30,7 @@ protected:
             QCoreApplication::quit();
         });
         QCoreApplication::exec();
-        EXPECT_TRUE(Check(m_silent, SHORT_MS)) << "the yes before";
+        EXPECT_TRUE(Check(m_silent, SHORT_MS)) << "should return the previous yes";
         EXPECT_TRUE(m_silent.WaitForRequests(2 * static_cast<std::size_t>(nRound)));
     }
 
@@ -55,7 +56,7 @@ protected:
     SyncShortTime()
     {
         qputenv("CHTTPCLIENT_TIMEOUT_MS", "1000");
-    } // before the objects are made, which read it
+    } // set before the objects that read it are created
 };
 
 class SyncNewApplicationInTime : protected SyncShortTime, public SyncNewApplication
@@ -75,7 +76,7 @@ TEST_F(SyncNewApplicationInTime, GivesUpWhatItsCallsLeftBehindWhateverTheOneBefo
             return ServerStep{COMMON};
         });
         EXPECT_TRUE(InCommon(after));
-        EXPECT_FALSE(Check(m_silent, SHORT_MS)); // its deadline is watched as the application goes
+        EXPECT_FALSE(Check(m_silent, SHORT_MS)); // its deadline is being watched when the application ends
         EXPECT_TRUE(m_silent.WaitForRequests(nRequests + 1));
     }
 }

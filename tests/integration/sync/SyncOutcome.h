@@ -27,7 +27,7 @@ inline const std::string SAVED = HttpReply(200, R"({"code":"success","message":"
 inline const std::string COMMON = HttpReply(200, R"({"success":true,"common":true})");
 inline const ServerStep NEVER{"", ServerStep::Ending::Hold};
 
-/// Steps that wait until the test lets them go, but not for ever. To be destroyed after their server.
+/// Steps that wait until the test opens the gate, but not for ever. Destroy it after the server that uses it.
 class Gate
 {
 public:
@@ -45,13 +45,13 @@ private:
     std::atomic<bool> m_bOpen = false;
 };
 
-/// A host that asks how its blocking calls ended.
+/// A host that checks how its blocking calls ended.
 class SyncOutcome : public SyncRoad
 {
 protected:
     SBlockingOutcome Last() const { return m_request.LastOutcome(); }
 
-    /// The URL of a channel check as `SyncRoad` makes it.
+    /// The URL of a channel check made by `SyncRoad`.
     static std::string CheckUrl(int nPort)
     {
         return "http://127.0.0.1:" + std::to_string(nPort) +

@@ -1,4 +1,4 @@
-// What LastOutcome tells of blocking calls.
+// What LastOutcome tells about blocking calls.
 
 #include "SyncOutcome.h"
 #include "Wine.h"
@@ -27,7 +27,7 @@ TEST_F(SyncOutcome, IsNoCallBeforeTheFirst)
     EXPECT_EQ(Last().strError, "");
 }
 
-/// A server's step, and what it makes of a channel check with a short time-out.
+/// A server's step, and the outcome of a channel check with a short time-out.
 struct EndCase {
     const char* szName;
     ServerStep step;
@@ -44,7 +44,7 @@ class SyncOutcomeOf : public SyncOutcome, public ::testing::WithParamInterface<E
 TEST_P(SyncOutcomeOf, TellsWhatTheServerDid)
 {
     if (GetParam().step.ending == ServerStep::Ending::Reset && RunsUnderWine()) {
-        GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+        GTEST_SKIP() << "Wine does not report resets to programs";
     }
     const bool bTimesOut = GetParam().eEnd == EBlockingEnd::TimedOut;
     const ScriptedServer server(GetParam().step);
@@ -122,7 +122,7 @@ TEST_F(SyncOutcome, TellsAStaleYesFromAFreshOne)
     const ScriptedServer server(std::vector<ServerStep>{{YES}, NEVER});
     EXPECT_TRUE(Check(server));
     ExpectEnd(EBlockingEnd::Answered, CHECK, "");
-    EXPECT_TRUE(Check(server, SHORT_MS)) << "the yes of the reply before";
+    EXPECT_TRUE(Check(server, SHORT_MS)) << "should return the previous reply's yes";
     ExpectEnd(EBlockingEnd::TimedOut, CHECK, "no answer came within 200 ms");
     EXPECT_TRUE(Last().bSucc);
 }
@@ -188,7 +188,7 @@ TEST_F(SyncOutcome, OfASecondCallOfTheSameKindIsBusyAndTheFirstIsToldWhoseReplyC
     gate.Open();
 }
 
-int g_nCycleReplies = 0; ///< that have been recorded
+int g_nCycleReplies = 0; ///< those recorded so far
 
 void CountCycleReplies(QtMsgType, const QMessageLogContext& context, const QString& strText)
 {
@@ -197,8 +197,8 @@ void CountCycleReplies(QtMsgType, const QMessageLogContext& context, const QStri
     g_nCycleReplies += bRecorded ? 1 : 0;
 }
 
-/// A cycle report, in whose wait another call is made that keeps it from returning. Reports of cycle data log
-/// their replies.
+/// A cycle report during whose wait another call is made, which keeps it from returning. Reports of cycle
+/// data log their replies.
 class SyncNested : public SyncOutcome
 {
 protected:
@@ -210,8 +210,8 @@ protected:
         return m_request.SendPostReportCycleDataEx(Base(server), nTimeout, szData);
     }
 
-    /// Makes the inner call once the server of the outer one has that many requests, polls the condition from
-    /// there, and lets the inner call return when it holds.
+    /// Makes the inner call once the server of the outer one has that many requests, polls the condition in
+    /// it, and lets the inner call return when the condition holds.
     void CallInside(const ScriptedServer& outer, std::size_t nRequests, const std::function<bool()>& fnUntil)
     {
         QTimer::singleShot(1, [this, &outer, nRequests, fnUntil] {
@@ -253,7 +253,7 @@ TEST_F(SyncNested, CallsAreToldInTheOrderOfTheirReturn)
 
 TEST_F(SyncNested, AReplyThatComesAfterTheTimeOutButBeforeTheReturnIsTheAnswer)
 {
-    constexpr int LONG_MS = 1'000; // so that the inner call is made before it
+    constexpr int LONG_MS = 1'000; // long, so that the inner call is made before it
     Gate gate;
     QElapsedTimer clock;
     const ScriptedServer outer([&](const WireRequest&) { return gate.Then({SAVED}); });
@@ -279,7 +279,7 @@ TEST_F(SyncNested, ALateReplyThatReplacesTheOwnOneBeforeTheReturnIsToldAsAnother
         return bFirst ? ServerStep{SAVED} : (bLate ? gateLate : gateOwn).Then({SAVED});
     });
     EXPECT_TRUE(ReportCycle(outer, ENOUGH_MS, "1"));
-    EXPECT_TRUE(ReportCycle(outer, SHORT_MS, "2")) << "what the reply before brought";
+    EXPECT_TRUE(ReportCycle(outer, SHORT_MS, "2")) << "should return the previous reply's result";
     ExpectEnd(EBlockingEnd::TimedOut, CYCLE, "");
     CallInside(outer, 3, [&] {
         gateOwn.Open();

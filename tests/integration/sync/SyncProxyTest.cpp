@@ -1,5 +1,5 @@
-// Which proxies a blocking call takes from the environment. Qt decides that: these tests hold what the README
-// says.
+// Which proxies a blocking call takes from the environment. Qt decides that; these tests check what the
+// README says about it.
 
 #include "SyncRoad.h"
 
@@ -8,10 +8,10 @@
 namespace
 {
 
-/// This machine, by an address that Qt does not take for it.
+/// This machine, at an address that Qt does not recognise as local.
 const QString ELSEWHERE = "0.0.0.0";
 
-/// An environment, and whether a call asks the proxy.
+/// An environment, and whether a call uses the proxy.
 struct SyncProxyCase {
     const char* szName;
     const char* szVariable;

@@ -1,5 +1,5 @@
-// Blocking calls where nothing can be sent. A program of its own, which has no QCoreApplication unless a test
-// makes one.
+// Blocking calls when nothing can be sent. A separate program, which has no QCoreApplication unless a test
+// creates one.
 
 #include "SyncRoad.h"
 

@@ -10,8 +10,7 @@
 
 constexpr int ENOUGH_MS = 30'000;
 
-/// A host that calls blocking senders of a server. Each test is a process of its own, so its wait records are
-/// fresh.
+/// A host that calls blocking senders. Each test is a process of its own, so its wait records are new.
 class SyncRoad : public ::testing::Test
 {
 protected:

@@ -152,11 +152,11 @@ TEST_F(SyncRoad, AFailedExchangeIsANo)
     EXPECT_FALSE(m_bAllow);
 }
 
-/// Replies that are no answer or a bad one, for the channel check.
+/// Replies to the channel check that are no answer or a bad one.
 struct BadReply {
     const char* szName;
     ServerStep step;
-    bool bAnswered; ///< or else only the timer ends the wait
+    bool bAnswered; ///< otherwise only the timer ends the wait
 };
 
 class SyncBadReply : public SyncRoad, public ::testing::WithParamInterface<BadReply>
@@ -166,7 +166,7 @@ class SyncBadReply : public SyncRoad, public ::testing::WithParamInterface<BadRe
 TEST_P(SyncBadReply, IsANoAndEndsTheWait)
 {
     if (GetParam().step.ending == ServerStep::Ending::Reset && RunsUnderWine()) {
-        GTEST_SKIP() << "Wine tells its programs nothing of a reset";
+        GTEST_SKIP() << "Wine does not report resets to programs";
     }
     constexpr int TIMEOUT_MS = 400;
     const ScriptedServer server(GetParam().step);

@@ -1,4 +1,4 @@
-// Blocking calls that answer for themselves alone.
+// Strict blocking calls: each returns only the answer to its own request.
 
 #include "SyncOutcome.h"
 
@@ -12,7 +12,7 @@
 namespace
 {
 
-// The guide's example of a channel check, as docs/threads-and-waiting.md shows it.
+// The example of a channel check in docs/threads-and-waiting.md.
 enum class EStart { Allowed, Denied, NoAnswer };
 
 EStart MayStart(CUIAgentReq& agent, const QString& strIp, int nPort, int nTimeout,
@@ -34,7 +34,7 @@ class SyncStrict : public SyncOutcome
 protected:
     SyncStrict() { m_request.SetStrictWaits(true); }
 
-    /// Calls, as if an answer were there already, which the call has to take away.
+    /// Makes a call when a stale answer is already recorded, which the call must remove.
     bool CheckFromStale(const ScriptedServer& server, int nTimeout = ENOUGH_MS)
     {
         m_bAllow = true;
@@ -50,8 +50,8 @@ protected:
         EXPECT_FALSE(Last().bSucc);
     }
 
-    /// Handles events until the reply of that server, which keeps its connections, was handled: then the
-    /// connection goes.
+    /// Handles events until the reply of that server was handled: the server keeps its connection, so the
+    /// connection then ends with its manager.
     void WaitForReplyOf(const ScriptedServer& late)
     {
         const ScriptedServer after([&](const WireRequest&) {
@@ -61,7 +61,7 @@ protected:
         EXPECT_TRUE(InCommon(after));
     }
 
-    /// What a time-out returns when the mode is off: what the last reply recorded.
+    /// What a time-out returns when the mode is off, which is what the last reply recorded.
     bool Recorded()
     {
         m_request.SetStrictWaits(false);
@@ -73,7 +73,7 @@ protected:
     Gate m_gate;
     const ScriptedServer m_late{[this](const WireRequest&) { return m_gate.Then({YES}); }};
     const ScriptedServer m_silent{NEVER};
-    /// Says no after the late server's yes was handled.
+    /// Answers no after the late server's yes was handled.
     const ScriptedServer m_no{[this](const WireRequest&) {
         m_gate.Open();
         EXPECT_TRUE(m_late.WaitForClosed(1));
@@ -163,11 +163,11 @@ TEST_F(SyncStrict, ALateReplyStillCountsWhereNoStrictCallOfItsKindWasMade)
     EXPECT_FALSE(Check(m_late, SHORT_MS));
     m_request.SetStrictWaits(true);
     m_gate.Open();
-    WaitForReplyOf(m_late); // a strict call, of another kind
+    WaitForReplyOf(m_late); // during a strict call of another kind
     EXPECT_TRUE(Recorded());
 }
 
-/// A channel check in whose wait a second one is made, to the late server.
+/// A channel check during whose wait a second one is made, to the late server.
 class SyncStrictBusy : public SyncStrict
 {
 protected:
@@ -208,7 +208,7 @@ TEST_F(SyncStrictBusy, ASecondCallReturnsNothingAndItsReplyChangesNothing)
     EXPECT_FALSE(CheckFromStale(m_no)) << "the reply to the second call ended the wait of the first";
     ExpectNothing(EBlockingEnd::Answered, "");
     ExpectBusyAndNothing();
-    EXPECT_EQ(m_late.Requests().size(), 1U) << "its request is sent";
+    EXPECT_EQ(m_late.Requests().size(), 1U) << "its request should be sent";
 }
 
 TEST_F(SyncStrictBusy, ASecondCallLeavesTheRecordOfAFirstOneThatIsNotStrict)
@@ -223,7 +223,7 @@ TEST_F(SyncStrictBusy, ASecondCallLeavesTheRecordOfAFirstOneThatIsNotStrict)
     m_request.SetStrictWaits(false);
     CheckInside(true);
     QTimer::singleShot(1, [&] { EXPECT_TRUE(InCommon(common)); });
-    EXPECT_TRUE(Check(m_silent, SHORT_MS)) << "what the reply before brought";
+    EXPECT_TRUE(Check(m_silent, SHORT_MS)) << "should return the previous reply's result";
     ExpectEnd(EBlockingEnd::TimedOut, CHECK, "");
     ExpectBusyAndNothing();
 }
@@ -233,12 +233,12 @@ TEST_F(SyncStrictBusy, TheReplyToASecondCallThatIsNotStrictDoesNotEndTheWaitOfAS
     CheckInside(false);
     EXPECT_FALSE(CheckFromStale(m_no)) << "the reply to the second call ended the wait of the first";
     ExpectNothing(EBlockingEnd::Answered, "");
-    ExpectBusyAndNothing(); // the first has cleared the record
+    ExpectBusyAndNothing(); // the first call has cleared the record
 }
 
 TEST_F(SyncStrict, TheOwnReplyIsDroppedAfterTheTimeOutThoughTheCallHasNotReturned)
 {
-    constexpr int LONG_MS = 1'000; // so that the inner call is made before it
+    constexpr int LONG_MS = 1'000; // long, so that the inner call is made before it
     QElapsedTimer clock;
     const ScriptedServer inner([&](const WireRequest&) {
         while (clock.elapsed() <= LONG_MS + 100) {

@@ -1,4 +1,4 @@
-// How long a blocking sender waits for a server that says nothing.
+// How long a blocking sender waits for a silent server.
 
 #include "SyncRoad.h"
 
@@ -14,7 +14,7 @@ const ServerStep NEVER{"", ServerStep::Ending::Hold};
 class SyncTimeout : public SyncRoad
 {
 protected:
-    /// @return the nanoseconds that a call took whose server never answers
+    /// @return how many nanoseconds a call took whose server never answers
     qint64 TimeOut(int nTimeout)
     {
         QElapsedTimer clock;
@@ -26,8 +26,8 @@ protected:
     ScriptedServer m_silent{NEVER};
 };
 
-// The edge is exact from below, whatever the granularity of the timer. The values are such as a coarse timer
-// rounds in different ways, the waits start at different places within a millisecond.
+// A wait is never shorter than its time-out, whatever the granularity of the timer. A coarse timer rounds
+// these values in different ways, and the waits start at different points within a millisecond.
 TEST_F(SyncTimeout, NeverEndsTheWaitEarly)
 {
     constexpr qint64 NANOSECONDS = 1'000'000;
@@ -44,7 +44,7 @@ TEST_F(SyncTimeout, OfZeroReturnsWithoutWaitingAndTheRequestIsSentAllTheSame)
 {
     EXPECT_LT(TimeOut(0), qint64{ENOUGH_MS} * 1'000'000);
     EXPECT_TRUE(QTest::qWaitFor([&] { return m_silent.Requests().size() == 1; }, ENOUGH_MS))
-        << "which leaves as soon as the host handles events";
+        << "the request should be sent when the host handles events";
 }
 
 TEST_F(SyncTimeout, ThatIsNegativeLeavesTheEndToTheReply)

@@ -24,7 +24,7 @@ constexpr int SHORT_MS = 300;
 const std::string YES = HttpReply(200, R"({"success":true,"result":{"allowBoot":"yes","reason":"first"}})");
 const ServerStep NEVER{"", ServerStep::Ending::Hold};
 
-/// For a server's answer: it is kept back until the test has come so far, but not for ever.
+/// Delays a server's answer until the test sets the flag, but not for ever.
 void WaitUntil(const std::atomic<bool>& bSet)
 {
     const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
@@ -69,7 +69,7 @@ TEST_F(SyncRoad, ALateReplyIsStillRecorded)
     });
     EXPECT_FALSE(Check(server, SHORT_MS));
     bRelease = true;
-    // What the late reply recorded is what the next time-out returns.
+    // The next time-out returns what the late reply recorded.
     QElapsedTimer timer;
     timer.start();
     while (!Check(server, SHORT_MS) && timer.elapsed() < ENOUGH_MS) {
@@ -187,7 +187,7 @@ TEST_F(SyncRoad, ACallFromAnotherThreadIsRefused)
     EXPECT_TRUE(server.Requests().empty());
 }
 
-// A manager has a thread of its own for as long as it lives, so the threads count the managers too.
+// Each manager has its own thread while it exists, so the number of threads also counts the managers.
 TEST_F(SyncRoad, AThousandCallsLeaveNothingBehind)
 {
     ScriptedServer server(ServerStep{YES, ServerStep::Ending::Close});
@@ -200,7 +200,7 @@ TEST_F(SyncRoad, AThousandCallsLeaveNothingBehind)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         return nSucceeded;
     };
-    EXPECT_EQ(Call(100), 100); // what is made once and stays
+    EXPECT_EQ(Call(100), 100); // creates what stays for the process
     const std::size_t nDescriptors = OpenDescriptors();
     const std::size_t nThreads = Threads();
     const std::size_t nBytes = HeapBytes();
@@ -212,7 +212,7 @@ TEST_F(SyncRoad, AThousandCallsLeaveNothingBehind)
     EXPECT_TRUE(QTest::qWaitFor(Settled, ENOUGH_MS))
         << OpenDescriptors() << " descriptors after " << nDescriptors << ", " << Threads()
         << " threads after " << nThreads;
-    // Allocators and the threads of the test's server vary by some bytes a call; a manager takes thousands.
+    // Allocators and the threads of the test's server vary by some bytes per call; a manager takes thousands.
     EXPECT_LT(HeapBytes(), nBytes + 1'000 * std::size_t{200});
 }
 

@@ -1,5 +1,5 @@
-// Blocking calls in a process that has no QCoreApplication, has one, and has it no more, again and again. In
-// a program of its own, which has none unless a test makes one.
+// Blocking calls in a process that has no QCoreApplication, then has one, then has none again, repeatedly. A
+// separate program, which has none unless a test creates one.
 
 #include "SyncOutcome.h"
 
@@ -64,7 +64,7 @@ protected:
         QElapsedTimer clock;
         clock.start();
         EXPECT_FALSE(sender.pfnSend(m_request, m_server.Port()));
-        EXPECT_LT(clock.elapsed(), ENOUGH_MS / 2) << "longer than the pause of a report";
+        EXPECT_LT(clock.elapsed(), ENOUGH_MS / 2) << "the refused call took too long";
         ExpectEnd(EBlockingEnd::Refused, sender.nType, "there is no QCoreApplication");
         EXPECT_TRUE(m_server.Requests().empty());
     }

@@ -1,5 +1,5 @@
-// Servers that are named by address and port, asked with TLS through both interfaces: a real one, nginx,
-// whose certificates are made here.
+// Servers named by address and port, used with TLS through both interfaces: nginx, a real server, with
+// certificates that are created here.
 
 #include "AnswerSpy.h"
 #include "LogFolder.h"
@@ -30,9 +30,9 @@ struct RoadPeer {
     const char* szName;
     const char* szSubject;   ///< the names that the certificate is for
     const char* szDays;      ///< how long it is valid from now on
-    const char* szProtocols; ///< null for none: it speaks plainly
+    const char* szProtocols; ///< null for none: it does not use TLS
     bool bKnown;
-    const char* szWhy = ""; ///< what a blocking call says of it
+    const char* szWhy = ""; ///< what a blocking call tells about it
 };
 
 void PrintTo(const RoadPeer& peer, std::ostream* pStream)
@@ -83,7 +83,7 @@ protected:
     const QString m_strHost = Nginx::ADDRESS;
 
 private:
-    /// Makes both interfaces know an authority.
+    /// Makes both interfaces trust an authority.
     static void Trust(const std::filesystem::path& pathAuthority)
     {
         qputenv("CHTTPCLIENT_CA_FILE", QByteArray::fromStdString(pathAuthority.string()));
@@ -136,7 +136,7 @@ TEST_P(TlsRoadToAGoodServer, IsTakenByBothInterfaces)
     request.SendPostUploadDataEx(m_strHost, Port(), ENOUGH_MS, data);
     EXPECT_EQ(request.LastOutcome().eEnd, EBlockingEnd::Answered);
     EXPECT_EQ(request.LastOutcome().strUrl, Url(PATH_UPLOAD));
-    EXPECT_THAT(RequestsRead(), ::testing::HasSubstr(PATH_IN_COMMON)); // so there is something to be read
+    EXPECT_THAT(RequestsRead(), ::testing::HasSubstr(PATH_IN_COMMON)); // so requests are read at all
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, TlsRoadToAGoodServer,

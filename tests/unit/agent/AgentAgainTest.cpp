@@ -1,4 +1,5 @@
-// The objects of the agent made, ended and made again in one process, with requests under way at each end.
+// The objects of the agent created, destroyed and created again in one process, with requests in progress
+// each time.
 
 #include "AgentProbe.h"
 #include "RecordingTransport.h"
@@ -35,7 +36,7 @@ protected:
 
     static void Ask() { CUIAgentReq::Instance()->SendGetProjects("h", 80, {"A"}, "1"); }
 
-    /// Answers the oldest question that is open with a list of so many projects.
+    /// Answers the oldest open query with a list of that many projects.
     static void Answer(int nProjects)
     {
         std::string strProjects;
@@ -58,7 +59,7 @@ TEST_F(AgentAgain, AResponseObjectMadeAtTheSamePlaceGetsItsOwnAnswersOnly)
         auto* const pResponse = new (storage) AgentResponseProbe;
         auto spy = std::make_unique<QSignalSpy>(pResponse, &CUIAgentRsp::SigGetProjectsRet);
         if (nRound > 1) {
-            Answer(1); // to the question of the round before, which was left open
+            Answer(1); // to the previous round's query, which was left open
             ASSERT_EQ(spy->count(), 1) << nRound;
         }
         Ask();
@@ -69,7 +70,7 @@ TEST_F(AgentAgain, AResponseObjectMadeAtTheSamePlaceGetsItsOwnAnswersOnly)
         Ask();
         spy.reset();
         pResponse->~AgentResponseProbe();
-        std::memset(storage, 0, sizeof(storage)); // whoever uses it now fails
+        std::memset(storage, 0, sizeof(storage)); // any use of it now fails
         Answer(1);                                // to nobody
     }
 }
@@ -126,7 +127,7 @@ TEST_F(AgentAgain, ARequestObjectThatEndsTakesNoAnswerWithIt)
         auto pRequest = std::make_unique<AgentRequestProbe>();
         pRequest->SendGetProjects("h", 80, {"A"}, "1");
         pRequest.reset();
-        std::make_unique<AgentRequestProbe>().reset(); // which initialises the client once more
+        std::make_unique<AgentRequestProbe>().reset(); // the constructor initialises the client once more
         Answer(1);
         EXPECT_EQ(spy.count(), nRound);
         EXPECT_EQ(ProjectsIn(spy.back()), 1U);
@@ -140,7 +141,7 @@ TEST_F(AgentAgain, TextsAreEscapedWheneverThatIsOnAndNeverElse)
         const bool bEscape = nRound % 2 == 0;
         request.SetQueryEscaping(bEscape);
         EXPECT_EQ(request.HasQueryEscaping(), bEscape);
-        EXPECT_EQ(AgentRequestProbe().HasQueryEscaping(), bEscape) << "another object is made";
+        EXPECT_EQ(AgentRequestProbe().HasQueryEscaping(), bEscape) << "a new object must not change that";
         request.SendGetBattStatus("h", 80, "NO#1");
         EXPECT_EQ(RecordingTransport::Instance().vecRequests.back().strUrl,
                   std::string("http://h:80/vomd/system/GetDxzt.action?t=") + (bEscape ? "NO%231" : "NO#1"));
@@ -163,8 +164,8 @@ TEST_F(AgentAgain, EachRequestGoesToTheServerOfItsOwnCallWhateverWasAskedBefore)
     RecordingTransport::Instance().ReplyAll();
 }
 
-/// A record that the client's callback may move from, and then one at the same place that a subclass hands
-/// in.
+/// First a record that the client's callback may move from, then one at the same address that a subclass
+/// passes in.
 TEST_F(AgentAgain, ARecordMayBeMovedFromOnceAndOnlyWhileItIsDelivered)
 {
     AgentResponseProbe response;
@@ -174,7 +175,7 @@ TEST_F(AgentAgain, ARecordMayBeMovedFromOnceAndOnlyWhileItIsDelivered)
     header.pData = &record;
     const auto fnHandInAgain = [&] { response.OnResponse(3103, nullptr, &header, 0); };
     QObject::connect(&response, &CUIAgentRsp::SigGetProjectsRet, [&] {
-        if (spy.count() % 3 == 1) { // within the delivery, as it is known to be used up
+        if (spy.count() % 3 == 1) { // within the delivery, when it was certainly moved from
             record.lstProject.resize(2);
             fnHandInAgain();
             EXPECT_EQ(record.lstProject.size(), 2U);
@@ -191,7 +192,7 @@ TEST_F(AgentAgain, ARecordMayBeMovedFromOnceAndOnlyWhileItIsDelivered)
     }
 }
 
-/// A failed delivery leaves the mark of the record that it did not take.
+/// A failed delivery does not move from the record, whose mark remains set.
 TEST_F(AgentAgain, ARecordThatAFailedDeliveryLeftIsNotMovedFromAfterIt)
 {
     AgentResponseProbe response;

@@ -1,6 +1,6 @@
-// Receivers are foreign code: they may block, wait for the host's thread, open an event loop, or end the
-// object that called them. No other answer, no sender waits for them, and an instance affects only its own
-// answers.
+// Receivers are foreign code: they may block, wait for the host's thread, run an event loop, or destroy the
+// object that called them. Neither other answers nor senders wait for them, and an instance affects only its
+// own answers.
 
 #include "AgentProbe.h"
 #include "RecordingTransport.h"
@@ -27,10 +27,10 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// A wait that must end ends within this; where it does not, the process is stuck.
+/// A wait that must end does so within this time, or the process is stuck.
 constexpr auto STUCK = 20s;
 
-/// A host and the thread that delivers to it. The answers to its version queries are given by hand.
+/// A host and the thread that delivers to it. The test gives the answers to its version queries.
 class AgentDelivery : public ::testing::Test
 {
 protected:
@@ -49,7 +49,7 @@ protected:
 
     static void Ask() { CUIAgentReq::Instance()->SendGetSupportVer("h", 80, "1"); }
     static void Answer() { RecordingTransport::Instance().Reply(R"({"success":true})"); }
-    /// Asks about a version, whose answer is to be given on a thread of its own.
+    /// Asks about a version. Call the returned function on a separate thread to give the answer.
     static std::function<void()> AskFor(const char* szVersion)
     {
         CUIAgentReq::Instance()->SendGetSupportVer("h", 80, szVersion);
@@ -61,7 +61,7 @@ protected:
     }
     void AnswerOnTheDeliveringThread() { m_delivering = std::thread(&Answer); }
 
-    /// Reports with a box that is no number, which is answered within the call.
+    /// Reports a box that is not a number, which is answered within the call.
     static void ReportBadBox()
     {
         KTSStartPlugin::tagRepoChlStatusInfo info;
@@ -69,8 +69,8 @@ protected:
         CUIAgentReq::Instance()->SendPostReportChlStatus("h", 80, "1", info);
     }
 
-    /// Waits for what another thread does. What is asked for must be read without order, so that the thread
-    /// sanitizer sees whether the two threads rely on an order that nothing gives them.
+    /// Waits for what another thread does. The predicate must read with relaxed memory order, so that the
+    /// thread sanitizer sees whether the two threads rely on an order that nothing guarantees.
     template <class Predicate>
     static bool WaitUnordered(Predicate fnIsSo)
     {
@@ -300,13 +300,13 @@ TEST_P(TwoDeliveries, AreBothOverBeforeTheirInstanceIsDestroyedWhicheverIsOverFi
     (bFirstEarly ? firstThread : secondThread).join();
     SAtWork& late = bFirstEarly ? second : first;
     std::thread release([&late] {
-        std::this_thread::sleep_for(200ms); // for a destructor that would not wait
+        std::this_thread::sleep_for(200ms); // so that a destructor that does not wait fails
         late.release.set_value();
     });
     const auto tpBegin = std::chrono::steady_clock::now();
     pResponse.reset();
-    EXPECT_TRUE(late.bOver) << "the instance went while a receiver of its was at work";
-    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "nobody said that the receiver was done";
+    EXPECT_TRUE(late.bOver) << "the instance was destroyed while its receiver was running";
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "the end of the receiver was not noticed";
     release.join();
     (bFirstEarly ? secondThread : firstThread).join();
 }
@@ -329,12 +329,12 @@ TEST_F(AgentDelivery, ThatEndsItsInstanceFromWithinAnotherWaitsForThoseOfOtherTh
                      });
     QObject::connect(pResponse.get(), &CUIAgentRsp::SigPostReportChlStatRet, [&](bool) {
         release = std::thread([&atWork] {
-            std::this_thread::sleep_for(200ms); // for a destructor that would not wait
+            std::this_thread::sleep_for(200ms); // so that a destructor that does not wait fails
             atWork.release.set_value();
         });
         const auto tpBegin = std::chrono::steady_clock::now();
         pResponse.reset();
-        EXPECT_TRUE(atWork.bOver) << "the instance went while a receiver of its was at work";
+        EXPECT_TRUE(atWork.bOver) << "the instance was destroyed while its receiver was running";
         EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, 4s) << "it waited for itself";
     });
     m_delivering = std::thread(AskFor("1"));

@@ -1,6 +1,6 @@
-// Where memory runs out between the transport's callback and the host's receiver, the request still gets its
-// one signal: a failure, or all that belongs to a success. So does a blocking call get its end. Each
-// allocation is made to fail in turn.
+// When memory runs out between the transport's callback and the host's receiver, the request still gets its
+// one signal: a failure, or a complete success. A blocking call also ends. Each allocation is made to fail in
+// turn.
 
 #include "AgentProbe.h"
 #include "CallWithFailing.h"
@@ -29,7 +29,7 @@
 namespace
 {
 
-/// What an answer's signal carried, as text; the receivers below make it of its arguments.
+/// What an answer's signal carried, as text that the receivers below make from its arguments.
 struct SSignals {
     int nCount = 0;
     bool bSucc = false;
@@ -38,7 +38,7 @@ struct SSignals {
     template <class... Values>
     void Receive(bool bSuccess, const Values&... values)
     {
-        EndFailing(); // the receiver's own allocations are its own concern
+        EndFailing(); // the receiver's own allocations are not tested
         ++nCount;
         bSucc = bSuccess;
         strData.clear();
@@ -58,7 +58,7 @@ private:
                           Add<SResponseGetFtpFilePath>(varValue, "SResponseGetFtpFilePath", strText));
         return strText;
     }
-    /// @param strType  by its name, since asking for its number would register it
+    /// @param strType  the type's name, since asking for its number would register it
     template <class Record>
     static bool Add(const QVariant& varValue, const std::string& strType, std::string& strText)
     {
@@ -97,8 +97,8 @@ protected:
         SdkTest::TearDown();
     }
 
-    /// Answers with the n-th allocation failing, and all after it when `bFailsOn`.
-    /// @return false when there were not so many
+    /// Answers while the n-th allocation fails, and all later ones when `bFailsOn`.
+    /// @return false when there were fewer allocations
     bool AnswerWithFailing(int nAllocation, bool bFailsOn, int nHttpError = 0)
     {
         GetParam().fnSend(m_client);
@@ -122,7 +122,7 @@ protected:
     static void Check(const SSignals& signals, const std::string& strGood, int nAllocation)
     {
         EXPECT_EQ(signals.nCount, 1) << nAllocation;
-        if (signals.bSucc) { // it was not needed: then all is there
+        if (signals.bSucc) { // not needed, so all is there
             EXPECT_EQ(signals.strData, strGood) << nAllocation;
         } else {
             for (const char* const szYes : {"yes|", "true|"}) {
@@ -158,7 +158,7 @@ TEST_P(AgentOutOfMemory, IsAFailureWithItsOneSignal)
     EXPECT_GT(nFailures, 1);
 }
 
-// As the first of a process, which registers the types of its records with Qt.
+// The first answers of a process, which register the types of their records with Qt.
 TEST_P(AgentOutOfMemory, OfFirstAnswersIsAFailureWithItsOneSignal)
 {
     std::vector<SSignals> vecSignals;
@@ -185,10 +185,10 @@ TEST_P(AgentOutOfMemory, DoesNotKeepAFailedExchangeFromItsSignal)
 INSTANTIATE_TEST_SUITE_P(Each, AgentOutOfMemory, testing::ValuesIn(LongOperations()),
                          testing::PrintToStringParamName());
 
-#if defined(KTS_OWN_MALLOC) // elsewhere the leak checker would see what Qt then leaves behind
+#if defined(KTS_OWN_MALLOC) // elsewhere the leak checker would report what Qt leaks then
 
-// Whether a signal that Qt queues for a receiver finds memory is Qt's business. Where it finds none the
-// receiver misses it; the process, and the next answer, don't suffer.
+// When Qt has no memory to queue a signal, the receiver misses that signal; the process, and the next answer,
+// are not affected.
 TEST(AgentQueueOutOfMemory, CostsAtMostTheOneSignal)
 {
     auto& client = *VelCSDK::SDKFactory::GetInstance();
@@ -219,14 +219,14 @@ TEST(AgentQueueOutOfMemory, CostsAtMostTheOneSignal)
         Answer(std::numeric_limits<int>::max());
         EXPECT_EQ(nSignals, 1) << "after " << nAllocation;
     }
-    EXPECT_GT(nMissed, 0) << "then Qt has become better, and this may be promised";
+    EXPECT_GT(nMissed, 0) << "Qt no longer loses signals, so this can be promised now";
     pResponse.reset();
     RecordingTransport::Instance().vecRequests.clear(); // each is answered
 }
 
 #endif
 
-/// A reply of Qt's, complete.
+/// A complete reply of Qt's.
 class FinishedReply : public QNetworkReply
 {
 public:
@@ -262,7 +262,7 @@ const std::string REPLY = R"({"success":true,"common":true,"result":{"allowBoot"
                           LONG_TEXT + R"("},"code":"success","msg":")" + LONG_TEXT + R"(","message":")" +
                           LONG_TEXT + R"("})";
 
-/// Sends nothing: the reply is there.
+/// Sends nothing: the reply is already there.
 class AnsweredManager : public NAManager
 {
 public:
@@ -293,14 +293,14 @@ protected:
 #if defined(__SANITIZE_THREAD__)
     void SetUp() override
     {
-        GTEST_SKIP()
-            << "where a program has an operator delete of its own, the sanitizer takes what Qt frees "
-               "for freed by the program";
+        GTEST_SKIP() << "if a program has its own operator delete, the sanitizer takes memory that Qt frees "
+                        "for memory freed by the program";
     }
 #endif
 
-    /// Lets a blocking call's reply come with the n-th allocation failing, and all after it when `bFailsOn`.
-    /// @return false when there were not so many
+    /// Makes a blocking call's reply arrive while the n-th allocation fails, and all later ones when
+    /// `bFailsOn`.
+    /// @return false when there were fewer allocations
     bool ReceiveWithFailing(int nAllocation, bool bFailsOn)
     {
         SyncWait& wait = *m_request.m_mapSyncWait.value(GetParam().nType);
@@ -338,7 +338,7 @@ TEST_P(BlockingOutOfMemory, EndsTheCallAsAFailure)
             for (int nAllocation = 1; ReceiveWithFailing(nAllocation, bFailsOn); ++nAllocation) {
                 const SyncWait& wait = *m_request.m_mapSyncWait.value(GetParam().nType);
                 ASSERT_NE(m_outcome.eEnd, EBlockingEnd::TimedOut) << nAllocation;
-                if (m_outcome.eEnd == EBlockingEnd::Answered) { // it was not needed: then all is there
+                if (m_outcome.eEnd == EBlockingEnd::Answered) { // not needed, so all is there
                     EXPECT_EQ(m_outcome.bSucc, !bIsUpload) << nAllocation;
                     continue;
                 }

@@ -3,7 +3,7 @@
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
 
-/// Opens what hosts can't reach.
+/// Makes accessible what hosts can't reach.
 class AgentResponseProbe : public CUIAgentRsp
 {
 public:

@@ -1,4 +1,4 @@
-// What the agent does where a host, a site's own transport or a second object does what they rarely do.
+// What the agent does when a host, a site's own transport or a second object does something unusual.
 
 #include "AgentProbe.h"
 #include "MovableRecord.h"
@@ -82,10 +82,10 @@ TEST_F(AgentRare, AReportThatTheTransportThrowsAtSaysWhy)
 
 TEST_F(AgentRare, TheEndOfAnObjectDoesNotWaitForAnothersReceiver)
 {
-    constexpr auto GRACE = 5s; // for receivers of one's own
+    constexpr auto GRACE = 5s; // for an object's own receivers
     CUIAgentReq::Instance();
     auto pEnding = std::make_unique<AgentResponseProbe>();
-    const AgentResponseProbe delivering; // the one made last gets the answers
+    const AgentResponseProbe delivering; // the latest object gets the answers
     std::promise<void> begun;
     std::promise<void> open;
     QObject::connect(&delivering, &CUIAgentRsp::SigGetSupportVerRet, [&] {

@@ -57,7 +57,7 @@ TEST_F(AgentRequest, StrictWaitsOfAnotherThreadAreNotSetAndThatIsLogged)
     }
 }
 
-// Hosts were built against it: a subclass has its own members behind these.
+// Hosts were built with this size: the members of a subclass follow these.
 TEST_F(AgentRequest, TheObjectKeepsItsSize)
 {
     EXPECT_EQ(sizeof(CUIAgentReq), sizeof(QObject) + 2 * sizeof(void*));

@@ -17,7 +17,7 @@
 namespace
 {
 
-/// Watches all signals of a response object, by their place in its meta-object.
+/// Watches all signals of a response object, by their index in its meta-object.
 class SignalWatch
 {
 public:
@@ -30,8 +30,8 @@ public:
         }
     }
 
-    /// The arguments of the only emission there was.
-    /// @return empty, with a failure recorded, when it was another signal's, or not the only one
+    /// The arguments of the only emission.
+    /// @return empty, with a failure recorded, when another signal was emitted, or not exactly one
     QList<QVariant> Only(std::size_t nSignal) const
     {
         EXPECT_EQ(Count(), 1);
@@ -157,7 +157,7 @@ TEST_F(AgentResponse, FailedUserInformationCarriesADefaultRecord)
     EXPECT_EQ(data.value<USER_INFO>().author, "");
 }
 
-/// The handlers that hand a record over: what differs is the type, the signal and how to tell one record.
+/// The handlers that hand over a record: they differ in the type, the signal and how to recognise a record.
 template <class Record, int nRequestType, ESignal eSignal>
 struct RecordCase {
     using RecordType = Record;
@@ -174,7 +174,7 @@ using RecordCases = ::testing::Types<RecordCase<SResponseGetProject, 3103, Proje
                                      RecordCase<SResponseGetBatteryStatus, 3105, BattStatus>,
                                      RecordCase<SResponseGetAutoExport, 3106, AutoExport>,
                                      RecordCase<SResponseGetFtpFilePath, 3107, FtpFilePath>>;
-TYPED_TEST_SUITE(AgentRecord, RecordCases, ); // C++17 wants something for "...", be it nothing
+TYPED_TEST_SUITE(AgentRecord, RecordCases, ); // C++17 requires an argument for "...", even an empty one
 
 TYPED_TEST(AgentRecord, TravelsInAVariantWithItsOwnSuccess)
 {

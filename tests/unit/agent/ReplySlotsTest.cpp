@@ -13,7 +13,7 @@
 namespace
 {
 
-/// A reply to a slot, and what its record must hold after it.
+/// A reply to a slot, and what its record must hold afterwards.
 struct SlotCase {
     const char* szName;
     const char* szSlot;

@@ -9,7 +9,7 @@
 namespace
 {
 
-/// Each type under the name that hosts look it up by.
+/// Each type, with the name by which hosts look it up.
 struct VariantType {
     const char* szName;
     int (*fnId)();

@@ -32,7 +32,7 @@ protected:
     CUIAgentReq& m_request = *CUIAgentReq::Instance();
 };
 
-/// One sender with what must stand on the wire.
+/// One sender, and what it must send.
 struct SenderCase {
     const char* szName;
     std::function<void(CUIAgentReq&)> fnSend;
@@ -127,7 +127,7 @@ TEST_P(Sender, AsksAServerThatIsNamedByAddressAndPortByHttpsWithTls)
     VelCSDK::SetTls(true);
     GetParam().fnSend(m_request);
     std::string strUrl = GetParam().strUrl;
-    if (GetParam().nType != 3113) { // the one whose caller names a complete URL
+    if (GetParam().nType != 3113) { // for this type the caller names a complete URL
         strUrl.insert(4, "s");
     }
     EXPECT_EQ(Last().strUrl, strUrl);

@@ -1,6 +1,6 @@
 #pragma once
 
-// The four profiles, as their registry keys with "/" for the separator, and their values.
+// The four profiles, as their registry keys with "/" as the separator, and their values.
 
 constexpr const char* PLUGIN = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin";
 constexpr const char* ORN = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/ORN/NETCFG";
@@ -13,7 +13,7 @@ struct SettingRow {
     const char* szProfile;
 };
 
-// Held apart from the library's own table on purpose: this is what sites have in their registries.
+// Deliberately independent of the library's own table: this is what sites have in their registries.
 inline const SettingRow ROWS[] = {
     {"HttpUrlAddStatusLog", 3101, PLUGIN},
     {"HttpUrlAutoExport", 3106, PLUGIN},

@@ -1,4 +1,4 @@
-// Each request object reads the site's settings when it is made; nothing of an earlier reading is left.
+// Each request object reads the site's settings when it is created; nothing of an earlier reading remains.
 
 #include "AgentProbe.h"
 #include "RecordingTransport.h"
@@ -16,7 +16,7 @@ protected:
     SettingsAgain() { qunsetenv("KTSHTTPAGENT_TLS"); }
     ~SettingsAgain() override { RecordingTransport::Instance().ReplyAll(); }
 
-    /// The URL of a battery states query of a new request object, by either interface alike.
+    /// The URL of a battery states query of a new request object, the same on both interfaces.
     static std::string UrlOfANewObject(std::string* pOrigin = nullptr)
     {
         AgentRequestProbe request;
@@ -36,7 +36,7 @@ TEST_F(SettingsAgain, TlsIsOnForTheObjectsThatReadSoAndOffForThoseAfterIt)
 {
     for (int nRound = 1; nRound <= ROUNDS; ++nRound) {
         const bool bTls = nRound % 3 == 0;
-        const bool bSaid = nRound % 3 != 1; // or else the value is gone from the profile
+        const bool bSaid = nRound % 3 != 1; // otherwise the profile lacks the value
         Write(PLUGIN, bSaid ? (bTls ? "UseTls=on\n" : "UseTls=off\n") : "");
         EXPECT_EQ(UrlOfANewObject(),
                   std::string(bTls ? "https" : "http") + "://h:80/vomd/system/GetDxzt.action?t=1")

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-/// A settings root of the test's own. Each test is a process of its own, so the singletons are fresh.
+/// The test's own settings root. Each test is a process of its own, so the singletons are new.
 class SettingsRoot : public ::testing::Test
 {
 protected:

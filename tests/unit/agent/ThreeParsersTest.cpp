@@ -1,5 +1,5 @@
-// The same reply, judged by the three parsers that read replies: jsoncpp (user information), RapidJSON (the
-// other asynchronous queries) and Qt's (the blocking senders). docs/replies.md holds this table in words.
+// The same replies, read by the three parsers: jsoncpp (user information), RapidJSON (the other asynchronous
+// queries) and Qt's (the blocking senders). docs/replies.md describes this table.
 
 #include "RecordingTransport.h"
 #include "ScriptedServer.h"
@@ -20,12 +20,12 @@ namespace
 {
 
 constexpr int ENOUGH_MS = 30'000;
-constexpr int TIMEOUT_MS = 500; // for a reply that ends no wait
+constexpr int TIMEOUT_MS = 500; // for a reply that does not end the wait
 
 enum class EVerdict {
     Yes,
     No,
-    Waits, ///< the blocking sender goes on waiting
+    Waits, ///< the blocking sender continues to wait
 };
 
 struct SRow {
@@ -33,7 +33,7 @@ struct SRow {
     std::string strBody;
     int nUserInfo;     ///< result of a query for user information
     int nSupportVer;   ///< result of a query that reads the first element of an array
-    int nInCommon;     ///< result of a query to which any array is a success
+    int nInCommon;     ///< result of a query for which any array is a success
     EVerdict blocking; ///< of the same query's blocking sender
 };
 
@@ -99,7 +99,8 @@ TEST_P(ThreeParsers, JudgeAReplyAsTheTableSays)
     EXPECT_EQ(Result([](VelCSDK::IVelClientSDk& client) { client.GetWhetherInCommon("X"); }),
               GetParam().nInCommon);
 
-    // A wait that a reply ends as a failure brings a fresh no; one that it does not end, the yes before it.
+    // If the reply ends the wait as a failure, the call returns a new "no"; if it doesn't end the wait, the
+    // call returns the "yes" before it.
     const ScriptedServer server(
         {ServerStep{HttpReply(200, Reply(""))}, ServerStep{HttpReply(200, GetParam().strBody)}});
     bool bCommon = false;

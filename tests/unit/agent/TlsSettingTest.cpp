@@ -22,7 +22,7 @@ using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
-/// Lines of the log that say why TLS is on.
+/// The lines of the log that tell why TLS is on.
 std::vector<RecordedLine> DoubtsInLog()
 {
     std::vector<RecordedLine> vecLines = RecordedLog();
@@ -40,7 +40,7 @@ protected:
     TlsSetting() { qunsetenv("KTSHTTPAGENT_TLS"); }
     ~TlsSetting() override { RecordingTransport::Instance().ReplyAll(); }
 
-    /// The scheme that both interfaces ask a server by, which is named by address and port.
+    /// The scheme that both interfaces use for a server named by address and port.
     static std::string Scheme()
     {
         AgentRequestProbe request;
@@ -82,7 +82,7 @@ const SwitchWord WORDS[] = {
 class TlsSettingWord : public TlsSetting, public ::testing::WithParamInterface<SwitchWord>
 {
 protected:
-    /// @param strName  as the log names the place of the word
+    /// @param strName  the place of the value, as the log names it
     static void ExpectScheme(const std::string& strName)
     {
         EXPECT_EQ(Scheme(), GetParam().szScheme);
@@ -152,7 +152,7 @@ TEST_F(TlsSetting, InAnotherProfileIsNotSeen)
     EXPECT_EQ(Scheme(), "http");
 }
 
-/// A profile whose value Qt does not hand out as one text, and what comes of it.
+/// A profile whose value Qt does not return as one text, and the result.
 struct OddProfile {
     const char* szName;
     QByteArray text;
@@ -206,7 +206,7 @@ INSTANTIATE_TEST_SUITE_P(
         OddProfile{"InAnotherValue", "HttpUrlGetSyxm=UseTls=1\nUseTlsNot=1\n", "http", nullptr}),
     ::testing::PrintToStringParamName());
 
-// Who asked for nothing keeps what there always was. That the profile can't be read is said with the paths.
+// A site that has asked for nothing keeps the old behaviour. The unreadable profile is logged with the paths.
 TEST_F(TlsSetting, OfAProfileThatCannotBeReadIsOff)
 {
     QDir().mkpath(FileOf(PLUGIN)); // a folder where a file should be

@@ -8,7 +8,7 @@
 namespace
 {
 
-/// Opens what lets a test do as a system does whose timers fire early.
+/// Lets a test act like a system whose timers fire early.
 class WaitTimerProbe : public CWaitTimer
 {
 public:
@@ -16,7 +16,7 @@ public:
 
     void FireNow(QEventLoop& loop)
     {
-        m_timer.stop(); // as a single shot is once it has fired
+        m_timer.stop(); // like a single-shot timer that has fired
         Expire(loop);
     }
 
@@ -31,7 +31,7 @@ TEST(WaitTimer, ThatFiresEarlyFiresAgainOnceTheTimeHasPassed)
     WaitTimerProbe timer(loop, TIMEOUT_MS);
     timer.FireNow(loop);
     EXPECT_FALSE(timer.HasExpired());
-    QTimer::singleShot(60'000, &loop, &QEventLoop::quit); // for a timer that is never heard of again
+    QTimer::singleShot(60'000, &loop, &QEventLoop::quit); // in case the timer never fires again
     loop.exec();
     EXPECT_TRUE(timer.HasExpired());
     EXPECT_GE(timer.Milliseconds(), TIMEOUT_MS);
@@ -42,7 +42,7 @@ TEST(WaitTimer, ThatFiresEarlyIsSetToTheTimeThatIsLeft)
     constexpr int TIMEOUT_MS = 3'600'000;
     QEventLoop loop;
     WaitTimerProbe timer(loop, TIMEOUT_MS);
-    while (timer.Milliseconds() < 5) { // until there is a difference to see
+    while (timer.Milliseconds() < 5) { // until there is a measurable difference
     }
     const qint64 nBefore = timer.Milliseconds();
     timer.FireNow(loop);

@@ -1,5 +1,5 @@
-// What becomes of a packed body where zlib has no memory, or won't begin again. The functions of zlib are
-// this program's own, and fail as a test says.
+// What happens to a packed body when zlib has no memory, or can't be reset. This program replaces functions
+// of zlib, which fail as a test says.
 
 #include "platform/chttpclient/BodyDecoder.h"
 
@@ -35,7 +35,7 @@ protected:
 
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's --wrap names them so
 
-#pragma GCC visibility push(default) // for libraries that call them too: the linker demands it
+#pragma GCC visibility push(default) // required by the linker, since libraries call them too
 extern "C" {
 
 int __real_inflateInit2_(z_streamp pStream, int nWindow, const char* szVersion, int nSize);
@@ -82,8 +82,8 @@ TEST_F(FailingZlib, ThatDoesNotBeginAgainMakesAFurtherMemberDamaged)
     EXPECT_EQ(decoder.Write(Gzipped("one") + Gzipped("two")), CURLE_BAD_CONTENT_ENCODING);
 }
 
-// Its first two bytes look like those of a frame, but for a window that is larger than any: a stored block of
-// 28 bytes, the first of whose bits behind its kind mean nothing.
+// The first two bytes look like those of a frame, except that the window would be larger than possible: a
+// stored block of 28 bytes, in whose first byte the bits after the block type are unused.
 TEST(FramelessDeflate, ThatBeginsAlmostLikeAFrameIsUnpacked)
 {
     const std::string strStored = std::string("\x88\x1c\x00\xe3\xff", 5) + "a text of twenty-eight bytes" +
@@ -106,7 +106,7 @@ TEST(PackedBody, ThatIsEmptyIsComplete)
     EXPECT_TRUE(CInflater(CInflater::Format::Gzip).IsComplete());
 }
 
-// libcurl has such a limit too, so that a server can't reach this one.
+// libcurl has such a limit too, so a server can't reach this one.
 TEST(PackedBody, OfMoreThanFiveCodingsIsRefused)
 {
     CBodyDecoder decoder(PLENTY);

@@ -32,7 +32,7 @@ std::string InTwoMembers(const std::string& strText)
 class BodyCoding : public ::testing::TestWithParam<Coding>
 {
 protected:
-    /// More than a window of 32 KiB, which does not repeat itself too well.
+    /// A text of more than a window of 32 KiB, with few repetitions.
     static std::string Text()
     {
         std::string strText;
@@ -98,8 +98,8 @@ INSTANTIATE_TEST_SUITE_P(Each, BodyCoding,
                                            Coding{"Both", "gzip, deflate", &PackedTwice}),
                          [](const auto& row) { return std::string(row.param.szName); });
 
-// What unpacks to nothing would otherwise never reach a limit: a megabyte of blocks without content, packed
-// once more.
+// Data that unpacks to nothing would otherwise never reach a limit: a megabyte of empty blocks, packed once
+// more.
 TEST(BodyDecoder, HasALimitForWhatUnpacksToNothing)
 {
     std::string strEmptyBlocks;

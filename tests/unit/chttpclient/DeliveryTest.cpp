@@ -1,4 +1,4 @@
-// The thread that delivers, stopped while its receiver blocks, and after its end.
+// The delivering thread, stopped while its receiver blocks, and after its end.
 
 #include "platform/chttpclient/Delivery.h"
 
@@ -43,10 +43,10 @@ TEST(Delivery, WhoseReceiverBlocksPastTheDeadlineOfAStopGoesOnWithoutIt)
         delivery.Stop(CDelivery::Clock::now());
     }
     auto ended = done.get_future();
-    EXPECT_EQ(ended.wait_for(0s), std::future_status::timeout); // it has not waited
+    EXPECT_EQ(ended.wait_for(0s), std::future_status::timeout); // the stop has not waited
     open.set_value();
     ASSERT_EQ(ended.wait_for(PATIENCE), std::future_status::ready);
-    delivery.Stop(CDelivery::Clock::now() + PATIENCE); // has no thread to join any more
+    delivery.Stop(CDelivery::Clock::now() + PATIENCE); // no thread is left to join
     EXPECT_FALSE(delivery.OnDeliveringThread());
 }
 

@@ -43,7 +43,7 @@ public:
 
     Socket Client() const { return m_nClient; }
 
-    /// Has the client's end see something.
+    /// Sends something to the client's end.
     void SaySomething() const
     {
         EXPECT_EQ(SendBytes(m_nServer, "x", 1), 1);
@@ -80,7 +80,7 @@ SConnectionEnds Ends(int nOwnPort)
 class KeptConnections : public ::testing::Test
 {
 protected:
-    static constexpr auto MAX_IDLE = 1min; // what is young and what is old doesn't depend on the machine
+    static constexpr auto MAX_IDLE = 1min; // long, so that a slow machine does not matter
 
     static Clock::time_point Young() { return Clock::now(); }
     static Clock::time_point Old() { return Clock::now() - 2 * MAX_IDLE; }
@@ -134,7 +134,7 @@ TEST_F(KeptConnections, CarryNothingWhileTheServerHasSaidMoreThanItWasAskedFor)
     ExpectUse(Ends(1), false, false);
 }
 
-// The same ends may come again: the connection that had them first is closed by then.
+// The same ends may occur again, after the connection that had them first was closed.
 TEST_F(KeptConnections, AreJudgedByTheSocketOfTheirLastExchange)
 {
     const ConnectedPair ended;
@@ -153,7 +153,7 @@ TEST_F(KeptConnections, BeyondTheMostTakeThePlaceOfTheOneThatIdledLongest)
     m_kept.Keep(Ends(1), m_pair.Client(), tpNow - 2s);
     m_kept.Keep(Ends(2), m_pair.Client(), tpNow - 4s);
     m_kept.Keep(Ends(3), m_pair.Client(), tpNow - 3s);
-    m_kept.Keep(Ends(1), m_pair.Client(), tpNow - 5s); // known, and so takes nobody's place
+    m_kept.Keep(Ends(1), m_pair.Client(), tpNow - 5s); // already known, so it replaces no other one
     ExpectUse(Ends(2), true, true);
     const int nOrder[] = {1, 2, 3};
     int nNext = 4;

@@ -11,7 +11,7 @@ TEST(TransferLoop, TakesRequestsUntilItDrainsAndThenLeavesThemToTheirSender)
 {
     CDelivery delivery;
     CTransferLoop loop(STransportSettings(), delivery);
-    for (int nRequest = 0; nRequest < 3; ++nRequest) { // the first one, which wakes the loop, and others
+    for (int nRequest = 0; nRequest < 3; ++nRequest) { // the first one wakes the loop, the others don't
         ExchangeList exchange(1);
         EXPECT_TRUE(loop.Submit(exchange)) << nRequest;
         EXPECT_TRUE(exchange.empty()) << nRequest;

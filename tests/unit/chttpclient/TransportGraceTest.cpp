@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// Stopping, and stopping for good.
+/// The tests run with each of two operations: stopping, and stopping for good.
 class TransportGrace : public ::testing::TestWithParam<void (CTransport::*)()>
 {
 };
@@ -26,7 +26,7 @@ TEST_P(TransportGrace, ForAReceiverThatBlocksIsFiveSeconds)
         begun.set_value();
         release.get_future().wait();
     });
-    transport.Send(SHttpExchange()); // refused, since the transport was never started: an answer, too
+    transport.Send(SHttpExchange()); // refused, since the transport was never started; that is an answer too
     begun.get_future().wait();
     const auto tpBegin = std::chrono::steady_clock::now();
     (pReachable->*GetParam())();

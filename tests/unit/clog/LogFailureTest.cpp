@@ -1,4 +1,4 @@
-// What becomes of lines and settings where the log can't be written, moved aside or formatted.
+// What happens to lines and settings when the log can't be written, rotated or formatted.
 
 #include "LogFolder.h"
 
@@ -30,7 +30,7 @@ using testing::IsEmpty;
 namespace
 {
 
-/// The largest file that this process may write, for as long as the object lives.
+/// Limits the size of files that this process may write, for as long as the object lives.
 class SmallFiles
 {
 public:
@@ -49,7 +49,7 @@ private:
     rlimit m_before{};
 };
 
-/// Logs lines until the file holds one that ends so; the log tries again once a second.
+/// Logs lines until the file holds one that ends with the text; the log tries again once a second.
 void LogUntilWritten(const LogFolder& folder, const std::string& strText)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
@@ -72,7 +72,7 @@ TEST(LogFailure, OfWritingASettingThatIsNotInForceSaysItLater)
         testing::internal::CaptureStderr();
         Log_Write(1, "Failing", 1, "lost");
         EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("File too large"));
-        // The next try has to say first how many lines were lost, and fails at that.
+        // The next try first has to write how many lines were lost, and fails at that.
         std::this_thread::sleep_for(std::chrono::milliseconds(1'100));
         Log_Write(1, "Failing", 1, "lost");
     }
@@ -109,11 +109,11 @@ TEST(LogFailure, OfMovingAFileAsideLosesItsLinesAndSaysSo)
     EXPECT_THAT(folder.Lines(), IsEmpty());
 }
 
-// A host may have all files open that it may have; the log has one of them, and takes no further one.
+// A host may have reached its limit of open files. The log has one of them, and opens no further one.
 TEST(LogFailure, OfAHostToOpenMoreFilesHindersNoLogThatWasRemoved)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "to look at memory, a sanitizer needs descriptors itself";
+    GTEST_SKIP() << "a sanitizer itself needs descriptors to inspect memory";
 #endif
     const LogFolder folder;
     Log_Write(1, "Failing", 1, "first");
@@ -139,7 +139,7 @@ TEST(LogFailure, IsNotLookedForByOpeningTheFileForEachLine)
     pollfd opened{nWatch, POLLIN, 0};
     EXPECT_EQ(::poll(&opened, 1, 0), 0);
     static_cast<void>(folder.Lines());
-    EXPECT_EQ(::poll(&opened, 1, 0), 1) << "an opening shows";
+    EXPECT_EQ(::poll(&opened, 1, 0), 1) << "opening a file must be noticed";
     ::close(nWatch);
 }
 

@@ -49,7 +49,7 @@ void WriteFromManyThreads()
     }
 }
 
-/// That all of these lines are there, each whole, and each thread's in their order.
+/// Expects that all of these lines are there and complete, those of each thread in order.
 void ExpectAllOfManyThreads(const std::vector<std::string>& vecLines)
 {
     EXPECT_THAT(vecLines, SizeIs(WRITERS * LINES_EACH));
@@ -172,7 +172,7 @@ TEST(LogFile, HoldsNoFileOpenThatWasPutAsideOrRemoved)
         Log_Write(1, "Descriptors", nLine, "text");
     }
     EXPECT_EQ(OpenDescriptors(), nBefore);
-#if !defined(_WIN32) // which lets nobody remove a file that is open
+#if !defined(_WIN32) // Windows lets nobody remove an open file
     for (int nLine = 101; nLine <= 200; ++nLine) {
         std::filesystem::remove(folder.File());
         Log_Write(1, "Descriptors", nLine, "text");

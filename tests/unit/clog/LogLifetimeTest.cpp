@@ -25,12 +25,12 @@ namespace
 
 constexpr std::size_t THREADS = 8;
 #if defined(_WIN32)
-constexpr std::size_t LONG_VALUE = 30'000; // the longest that Windows takes
+constexpr std::size_t LONG_VALUE = 30'000; // about the longest that Windows allows
 #else
 constexpr std::size_t LONG_VALUE = 32'000'000;
 #endif
 
-/// Calls a function on several threads, once all of them run.
+/// Calls a function on several threads, when all of them are running.
 void OnThreadsAtOnce(const std::function<void(std::size_t nThread)>& fn)
 {
     std::atomic<std::size_t> nToCome{THREADS};
@@ -96,7 +96,7 @@ TEST(LogLifetime, TheFirstLineMayComeFromManyThreadsAtOnce)
     EXPECT_THAT(vecLines[0], testing::HasSubstr("CLOG_FILES=\"many\""));
 }
 
-// A setting of many megabytes takes so long to read that all threads ask for the log before it is made.
+// A setting of many megabytes takes so long to read that all threads ask for the log before it is created.
 TEST(LogLifetime, ThereIsOneLogHoweverManyThreadsAskForItAtOnce)
 {
     const LogFolder folder;

@@ -1,4 +1,4 @@
-// What becomes of lines while the log can't be written, the second time as the first.
+// What happens to lines while the log can't be written, the first time and again.
 
 #include "ContainsPattern.h"
 #include "LogFolder.h"
@@ -35,7 +35,7 @@ namespace
 {
 
 /// Writes lines until one of them is in the log.
-/// @return how many were lost before; -1 when none was heard in time
+/// @return how many were lost before; -1 when none was written in time
 int LostUntilHeard(const LogFolder& folder)
 {
     const auto tpEnd = std::chrono::steady_clock::now() + 20s;
@@ -49,7 +49,7 @@ int LostUntilHeard(const LogFolder& folder)
     return -1;
 }
 
-/// Writes lines for more than a second, so that the log is tried more than once.
+/// Writes lines for more than a second, so that the log tries more than once.
 /// @return how many
 int WriteThroughTries()
 {
@@ -61,7 +61,7 @@ int WriteThroughTries()
     return nWritten;
 }
 
-/// The line that says how many were lost.
+/// Matches the line that says how many were lost.
 testing::Matcher<std::string> Tells(int nLost)
 {
     return ContainsPattern("error .* Log_Write:1 lines lost: " + std::to_string(nLost) + ", .");
@@ -97,7 +97,7 @@ void RemoveObstacleAtLog(const LogFolder& folder)
     std::filesystem::remove(folder.File());
 }
 
-#if !defined(_WIN32) // which has none of these
+#if !defined(_WIN32) // Windows has none of these
 
 void LimitFileSizes(rlim_t nBytes)
 {
@@ -107,7 +107,7 @@ void LimitFileSizes(rlim_t nBytes)
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
 }
 
-/// There is no room behind what the log holds already. What goes to standard error is shorter.
+/// Leaves no room for the log to grow. The output on standard error is shorter.
 void FillDisk(const LogFolder& folder)
 {
     constexpr std::size_t ROOM = 65536;
@@ -132,7 +132,7 @@ void PutPipeInPlaceOfFile(const LogFolder& folder)
     ASSERT_EQ(::mkfifo(folder.File().c_str(), 0600), 0);
 }
 
-/// As a program that listens there leaves it behind.
+/// A socket such as a program that listened there leaves behind.
 void PutSocketInPlaceOfFile(const LogFolder& folder)
 {
     sockaddr_un address{};
@@ -247,7 +247,7 @@ TEST(LogOutages, ASettingThatIsNotInForceIsNamedInOneFileAlone)
     EXPECT_THAT(folder.Lines(), ElementsAre(EndsWith("Removed:2 after")));
 }
 
-// Who names the folder may be another than who reads the terminal.
+// The user who names the folder need not be the one who reads the terminal.
 TEST(LogOutages, WithAHostileNameIsNamedOnStandardErrorWithoutHarm)
 {
 #if defined(_WIN32)
@@ -268,7 +268,7 @@ TEST(LogOutages, WithAHostileNameIsNamedOnStandardErrorWithoutHarm)
     EXPECT_EQ(strSaid.find('\xff'), std::string::npos);
 }
 
-// The reason of a failure names the file too.
+// The reason for a failure names the file too.
 TEST(LogOutages, BelowAHostileNameGivesTheReasonOfAFailureWithoutHarm)
 {
 #if defined(_WIN32)

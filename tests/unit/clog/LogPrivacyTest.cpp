@@ -1,4 +1,4 @@
-// Whom the files of the log belong to, and that nothing but them is written.
+// Who can access the files of the log, and that nothing else is written.
 
 #include "LogFolder.h"
 
@@ -31,7 +31,7 @@ using testing::SizeIs;
 namespace
 {
 
-/// In octal digits, as chmod takes it.
+/// The mode in octal digits.
 std::string Mode(const fs::path& path)
 {
     struct stat status {
@@ -56,14 +56,14 @@ void Write(const fs::path& path, const std::string& strText, mode_t nMode)
     ASSERT_EQ(::chmod(path.c_str(), nMode), 0);
 }
 
-/// Every line puts aside the one before.
+/// Makes every line rotate the file with the previous one.
 void PutAsideEachLine()
 {
     ::setenv("CLOG_FILE_BYTES", "1", 1);
     ::setenv("CLOG_FILES", "3", 1);
 }
 
-/// Logs a line and expects that it is lost for a reason that holds these words.
+/// Logs a line and expects that it is lost for a reason that contains the text.
 void ExpectLostLine(const LogFolder& folder, const std::string& strReason)
 {
     testing::internal::CaptureStderr();
@@ -81,7 +81,7 @@ protected:
     LogUnderUmask() : m_nBefore(::umask(GetParam())) {}
     ~LogUnderUmask() override { ::umask(m_nBefore); }
 
-    const LogFolder m_folder; ///< made before the mask is set
+    const LogFolder m_folder; ///< created before the umask is set
 
 private:
     const mode_t m_nBefore;
@@ -133,11 +133,11 @@ extern "C" void GiveUpLease(int /*nSignal*/)
 
 } // namespace
 
-// As a file server does with a file that one of its clients keeps a copy of.
+// A file server takes such a lease on a file that one of its clients has cached.
 TEST(LogPrivacy, WaitsUntilALeaseOnTheFileIsGivenUpEachTime)
 {
     const LogFolder folder;
-    ::signal(SIGIO, GiveUpLease); // which the system sends once somebody opens the file
+    ::signal(SIGIO, GiveUpLease); // sent by the system when somebody opens the file
     for (const int nTime : {1, 2}) {
         fs::remove(folder.File());
         Write(folder.File(), "earlier\n", 0600);
@@ -231,7 +231,7 @@ TEST(LogPrivacy, LeavesAloneWhatLinksInThePlaceOfFilesPutAsidePointTo)
     EXPECT_FALSE(fs::is_symlink(folder.File(3)));
 }
 
-// To open a pipe for writing is to wait for a reader.
+// Opening a pipe for writing would wait for a reader.
 TEST(LogPrivacy, APipeHoldsUpNoCaller)
 {
     const LogFolder folder;
@@ -239,7 +239,7 @@ TEST(LogPrivacy, APipeHoldsUpNoCaller)
     testing::internal::CaptureStderr();
     std::future<void> written = std::async(std::launch::async, [] { Log_Write(1, "Pipe", 1, "text"); });
     EXPECT_EQ(written.wait_for(60s), std::future_status::ready);
-    const int nReader = ::open(folder.File().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); // lets it go
+    const int nReader = ::open(folder.File().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); // would release it
     written.wait();
     testing::internal::GetCapturedStderr();
     ::close(nReader);
@@ -260,7 +260,7 @@ TEST(LogPrivacy, ADeviceIsLeftAlone)
 {
     const LogFolder folder;
     if (::mknod(folder.File().c_str(), S_IFCHR | 0666, ::makedev(1, 3)) != 0) {
-        GTEST_SKIP() << "only root makes devices, and not everywhere";
+        GTEST_SKIP() << "only root can create devices, and not everywhere";
     }
     ExpectLostLine(folder, "it is no regular file");
 }

@@ -195,7 +195,7 @@ TEST(LogSettings, AFolderMayHaveAnyName)
     const LogFolder folder;
     const fs::path pathUser = folder.Path() / fs::u8path("Użytkownik 用户 \xF0\x9F\x94\x8B");
     ::setenv("CLOG_DIR", pathUser.c_str(), 1);
-    ::setenv("CLOG_FILE_BYTES", "1", 1); // so that files are put aside there too
+    ::setenv("CLOG_FILE_BYTES", "1", 1); // so that files are rotated there too
     WriteALineOfEachLevel();
     EXPECT_TRUE(fs::exists(pathUser / "ktshttpagent.log"));
     EXPECT_TRUE(fs::exists(pathUser / "ktshttpagent.2.log"));

@@ -1,4 +1,4 @@
-// Lines of many threads, and of two programs, while the log comes and goes.
+// Lines of many threads, and of two programs, while the log is repeatedly unavailable.
 
 #include "HostProcess.h"
 #include "LogFolder.h"
@@ -71,14 +71,14 @@ private:
     std::thread m_threads[4];
 };
 
-/// A log that is put out of reach again and again, of which no line gets lost meanwhile.
+/// A log that is put out of reach again and again, and keeps all files that were written.
 class KeptLog
 {
 public:
     /// Moves the log away and puts a folder in its place.
     void PutOutOfReach()
     {
-        do { // again where a writer has made a new file meanwhile
+        do { // again if a writer has created a new file meanwhile
             m_vecKept.push_back(m_folder.Path() / ("kept-" + std::to_string(m_vecKept.size())));
             fs::rename(m_folder.File(), m_vecKept.back(), m_error);
         } while (!fs::create_directory(m_folder.File(), m_error));

@@ -1,4 +1,4 @@
-// A host that logs as it ends, in the way that its argument names.
+// A host that logs while it ends, in the way that its argument names.
 
 #include <ktshttpagent/clog.h>
 
@@ -21,8 +21,8 @@ int main(int /*nArguments*/, char** ppArguments)
         Log_Write(1, "Main", 1, "last words");
         std::_Exit(0);
     }
-    // There before the log is, and so at its end after whatever the log itself could have left to be done
-    // then.
+    // Created before the log, and so destroyed after everything that the log could have registered for the
+    // end.
     static const SpeaksWhenDestroyed speaker;
     if (strWay == "leaving") {
         std::atexit([] { Log_Write(1, "AtExit", 1, "called"); });

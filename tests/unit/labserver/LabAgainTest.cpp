@@ -1,4 +1,4 @@
-// What a server does when it starts again, and a connection with its second request.
+// What a server does when it starts again, and with the second request of a connection.
 
 #include "LabFixture.h"
 #include "ProcessUse.h"
@@ -31,7 +31,7 @@ LabFault FaultAt(const std::string& strPath, int nCount, int nStatus)
     return fault;
 }
 
-/// The same options but for a port that was free just now.
+/// The same options with a port that was free just now.
 LabServerOptions OnOnePort(LabServerOptions options)
 {
     LabServer server;
@@ -39,7 +39,7 @@ LabServerOptions OnOnePort(LabServerOptions options)
     return options;
 }
 
-/// Clients that report without a pause until the server ends, and one whose answer a fault puts off for as
+/// Clients that report without a pause until the server ends, and one whose answer a fault delays for as
 /// long.
 class WorkInFlight
 {
@@ -63,7 +63,7 @@ public:
             std::this_thread::yield();
     }
 
-    /// To be called once the server has ended. @return how many reports were acknowledged
+    /// Call it after the server has ended. @return how many reports were acknowledged
     int End()
     {
         for (std::thread& thread : m_vecThreads)
@@ -78,8 +78,8 @@ private:
     std::vector<std::thread> m_vecThreads;
 };
 
-/// Lets a server serve once, and ends it with work in flight.
-/// @param nStored how many reports it has at least
+/// Runs a server once, and ends it with work in flight.
+/// @param nStored how many reports it holds at least
 void ServeOnce(LabServer& server, int nPort, int& nStored, const std::function<void()>& fnEnd)
 {
     ASSERT_EQ(server.Start(), nPort);
@@ -87,7 +87,7 @@ void ServeOnce(LabServer& server, int nPort, int& nStored, const std::function<v
         LabClient client(nPort);
         const int nFound = client.Get("/lab/reports/cycle-data?limit=0").json["count"].asInt();
         EXPECT_GE(nFound, nStored);
-        nStored = nFound; // the last ones before a stop may have lost their acknowledgement
+        nStored = nFound; // the last reports before a stop may have lost their acknowledgement
         ASSERT_EQ(client.Get("/lab/faults").json["count"], 0);
         EXPECT_EQ(client.Get("/posts/1").nStatus, 200);
     }
@@ -96,7 +96,7 @@ void ServeOnce(LabServer& server, int nPort, int& nStored, const std::function<v
     nStored += work.End();
 }
 
-/// Whether the process comes to have so many threads: one that was left to itself may end late.
+/// Waits until the process has that many threads, since a detached one may end late. Returns whether it does.
 bool ComeToThreads(std::size_t nThreads)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
@@ -179,7 +179,7 @@ TEST(LabAgain, AStartThatFailsCanBeRepeated)
     for (int nTry = 0; nTry < 2; ++nTry) {
         EXPECT_THAT([&] { server.Start(); },
                     testing::ThrowsMessage<std::runtime_error>(HasSubstr("Address already in use")));
-        EXPECT_EQ(LabClient(nPort).Get("/posts/1").nStatus, 200) << "of the other one";
+        EXPECT_EQ(LabClient(nPort).Get("/posts/1").nStatus, 200) << "the other server should answer";
     }
     other.Stop();
     EXPECT_EQ(server.Start(), nPort);
@@ -233,7 +233,7 @@ TEST(LabAgain, AReplyHasTheWholeTimeHoweverLateItIs)
     LabServer server(options);
     LabFault fault = FaultAt("posts", 1, 200);
     fault.nDelayMs = 4100;
-    fault.strBody = std::string(20'000'000, 'x'); // more than the system keeps for a connection
+    fault.strBody = std::string(20'000'000, 'x'); // more than the system buffers for a connection
     server.AddFault(fault);
     LabClient client(server.Start());
     EXPECT_EQ(client.Get("/posts/1").strBody.size(), fault.strBody.size());

@@ -1,4 +1,4 @@
-// Which of its exchanges a server still tells.
+// Which of its exchanges a server still reports.
 
 #include "LabFixture.h"
 #include "Socket.h"
@@ -21,7 +21,7 @@ std::vector<std::string> TargetsOf(const LabServer& server)
     return vecTargets;
 }
 
-/// Lets every answer be one character.
+/// Makes every answer one character long.
 LabFault ShortAnswers()
 {
     LabFault fault;
@@ -46,7 +46,7 @@ TEST(LabExchanges, OfSixtyFourMebibytesAreKeptAndOfMoreOnlyTheLatest)
         nBytes += exchange.strTarget.size() + exchange.strBody.size() + exchange.strReply.size();
     EXPECT_EQ(nBytes, kMostBytes);
     EXPECT_THAT(TargetsOf(server), testing::ElementsAre("/posts/1", "/posts/2", "/posts/3", "/posts/4"));
-    client.Post("/posts/5", std::string(kLargestBody - nBeside + 1, ' ')); // a byte more than the first had
+    client.Post("/posts/5", std::string(kLargestBody - nBeside + 1, ' ')); // one byte more than the first
     EXPECT_THAT(TargetsOf(server), testing::ElementsAre("/posts/3", "/posts/4", "/posts/5"));
 }
 

@@ -1,5 +1,5 @@
-// A server whose system has no descriptor for a connection, or speaks of one that is gone again. The calls
-// are this program's own, and fail as a test says.
+// A server whose system has no descriptor for a connection, or reports one that is already gone. This program
+// replaces the calls, which fail as a test says.
 
 #include "LabFixture.h"
 #include "Socket.h"
@@ -15,10 +15,10 @@
 namespace
 {
 
-std::atomic<int> g_nAcceptError = 0; ///< what the next acceptances fail with
+std::atomic<int> g_nAcceptError = 0; ///< the error of the next failing accepts
 std::atomic<int> g_nFailing = 0;     ///< how many of them
 
-/// Whether a connection breaks with the first bytes that invite its client to send a body.
+/// Whether a connection breaks when the server first invites its client to send a body.
 std::atomic<bool> g_bInvitationBreaks = false;
 std::atomic<int> g_nBroken = -1; ///< that connection
 
@@ -71,7 +71,7 @@ TEST_P(LabAcceptance, ThatFailsIsTriedAgain)
     EXPECT_EQ(g_nFailing, 0);
 }
 
-// No descriptor, no memory; and a client that left between the poll and its acceptance.
+// No descriptor, no memory, and a client that left between the poll and the accept.
 INSTANTIATE_TEST_SUITE_P(Errors, LabAcceptance, ::testing::Values(EMFILE, ENOBUFS, EAGAIN, ECONNABORTED));
 
 TEST(LabInvitation, ThatDoesNotGetOutEndsTheConnection)
@@ -84,7 +84,7 @@ TEST(LabInvitation, ThatDoesNotGetOutEndsTheConnection)
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(socket.ReadAll(), "");
     EXPECT_TRUE(socket.IsClosed());
-    // Sooner than for a body that does not come.
+    // Sooner than when a body does not arrive.
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(4500));
     g_bInvitationBreaks = false;
     g_nBroken = -1; // the number may be that of the next connection

@@ -8,7 +8,7 @@
 #include <json/json.h>
 #include <string>
 
-/// A reply as a client got it.
+/// A reply as received by a client.
 struct LabReply {
     int nStatus = 0; ///< 0 when there was none
     std::string strBody;
@@ -46,7 +46,7 @@ protected:
     }
 };
 
-/// A folder that goes with the object.
+/// A folder that is removed with the object.
 class TemporaryFolder
 {
 public:

@@ -14,7 +14,8 @@ using testing::StartsWith;
 
 const char* const kRule = R"({"deviceId": "D1", "chl": "9", "allowBoot": "no", "reason": "planted"})";
 
-/// What a web page could make a browser on this machine send to a lab server, and what its operator sends.
+/// Requests that a web page could make a browser on this machine send to a lab server, and those of its
+/// operator.
 class LabGateTest : public LabTest
 {
 protected:
@@ -23,7 +24,7 @@ protected:
         return strHost + ':' + std::to_string(m_server.Port());
     }
 
-    /// Sends a request as it stands but for the end of its header. @return the whole reply
+    /// Sends a request after adding the end of its header. @return the whole reply
     std::string Send(const std::string& strHead, const std::string& strBody = "") const
     {
         Socket socket(m_server.Port());

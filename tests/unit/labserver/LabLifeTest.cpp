@@ -12,7 +12,7 @@ namespace
 
 using std::chrono::steady_clock;
 
-/// No kept connection, delay or silent client may hold a stop up for longer, even on a busy machine.
+/// No kept connection, delay or silent client may delay a stop for longer, even on a busy machine.
 constexpr std::chrono::seconds kPromptly{5};
 
 void ExpectStopsPromptly(LabServer& server)
@@ -116,8 +116,8 @@ LabServerOptions ImpatientServer()
 class SlowClient
 {
 public:
-    /// Sends that, and then a byte now and then.
-    /// @return whether the server let it go before half a minute was over
+    /// Sends the beginning, and then a byte now and then.
+    /// @return whether the server closed the connection within half a minute
     bool IsCutOff(const std::string& strBegin)
     {
         const auto end = steady_clock::now() + std::chrono::seconds(30);
@@ -147,7 +147,7 @@ TEST(LabLife, AClientThatSendsAByteNowAndThenIsCutOff)
 
 TEST(LabLife, AClientThatDoesNotTakeItsReplyIsCutOff)
 {
-    constexpr size_t kLarge = 40'000'000; // more than the system keeps for a connection
+    constexpr size_t kLarge = 40'000'000; // more than the system buffers for a connection
     LabServer server(ImpatientServer());
     LabFault fault;
     fault.strPath = "posts";
@@ -156,7 +156,7 @@ TEST(LabLife, AClientThatDoesNotTakeItsReplyIsCutOff)
     server.AddFault(fault);
     Socket socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");
-    std::this_thread::sleep_for(std::chrono::seconds(2)); // less than it takes a server that is not impatient
+    std::this_thread::sleep_for(std::chrono::seconds(2)); // less than the default patience of a server
     EXPECT_LT(socket.ReadAll().size(), kLarge);
 }
 

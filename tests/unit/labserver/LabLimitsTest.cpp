@@ -39,13 +39,13 @@ protected:
     }
 };
 
-/// A header line of so many bytes, its end included.
+/// A header line of that many bytes, including its end.
 std::string LineOfSize(size_t nSize)
 {
     return "X: " + std::string(nSize - 5, 'x') + "\r\n";
 }
 
-/// A whole request of so many bytes, all of them header.
+/// A whole request of that many bytes, consisting of a header only.
 std::string HeaderOfSize(size_t nSize)
 {
     constexpr size_t kLine = 1000;
@@ -178,7 +178,7 @@ TEST(LabConnections, ThatEndMakeRoomForOthers)
     server.Start();
     for (int nClient = 0; nClient < 5; ++nClient) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        int nStatus = 0; // the server may learn later than we that the client before is gone
+        int nStatus = 0; // the server may notice late that the previous client is gone
         do
             nStatus = LabClient(server.Port()).Get("/posts/1").nStatus;
         while (nStatus != 200 && std::chrono::steady_clock::now() < end);
@@ -204,7 +204,8 @@ TEST(LabConnections, ThatAreRefusedCostNoThreadsAndHoldNobodyUp)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
-/// Whether the process comes to have so many descriptors: a server may learn late that a client is gone.
+/// Waits until the process has that many descriptors, since a server may notice late that a client is gone.
+/// Returns whether it does.
 bool ComeToDescriptors(size_t nDescriptors)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -237,11 +238,11 @@ TEST(LabConnections, ThatAreRefusedLeaveNoDescriptorBehind)
     EXPECT_EQ(OpenDescriptors(), nBefore);
 }
 
-/// How many threads this process may have, as far as limits of its user and its container say.
+/// How many threads this process may have, by the limits of its user and its container.
 rlim_t MostThreads()
 {
     rlimit limit{RLIM_INFINITY, RLIM_INFINITY};
-    if (geteuid() != 0) // whom no such limit binds
+    if (geteuid() != 0) // root has no such limit
         getrlimit(RLIMIT_NPROC, &limit);
     rlim_t nOfContainer = 0;
     if (std::ifstream("/sys/fs/cgroup/pids.max") >> nOfContainer) // the word "max" is no number
@@ -256,9 +257,9 @@ TEST(LabConnections, AThousandIdleOnesAreKept)
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096); // both ends are in this process
     if (limit.rlim_cur < 2 * nMost + 100 || setrlimit(RLIMIT_NOFILE, &limit) != 0)
-        GTEST_SKIP() << "this process may not have so many descriptors: " << limit.rlim_cur;
+        GTEST_SKIP() << "this process may not have enough descriptors: " << limit.rlim_cur;
     if (MostThreads() < nMost + 100)
-        GTEST_SKIP() << "this process may not have so many threads: " << MostThreads();
+        GTEST_SKIP() << "this process may not have enough threads: " << MostThreads();
     LabServer server(ServerOf(nMost));
     server.Start();
     std::vector<std::unique_ptr<Socket>> vecClients;

@@ -1,5 +1,4 @@
-// Clients that stay where they should leave, leave where they should stay, or come in numbers; and faults
-// that are none.
+// Clients that stay when they should leave, leave when they should stay, or are many; and invalid faults.
 
 #include "LabFixture.h"
 #include "Socket.h"
@@ -70,7 +69,7 @@ TEST(LabPatience, ABodyOfUnknownLengthForTheOperatorsPathsMustBeCalledJsonToo)
     EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 415 "));
 }
 
-/// Whether the server lets a client go that sends without a pause, before it has sent so many bytes.
+/// Whether the server disconnects a client that sends without a pause before it has sent that many bytes.
 bool IsCutOff(Socket& socket, int nMost)
 {
     try {
@@ -108,13 +107,13 @@ TEST(LabPatience, ABodyThatIsNotWantedNeedNotCome)
     Socket socket(server.Start());
     socket.Send(kTooLarge);
     EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 413 "));
-    server.Stop(); // waits until the server has let the connection go, though its client has not
+    server.Stop(); // waits until the server has closed the connection, although the client has not
     EXPECT_TRUE(socket.IsClosed());
 }
 
-constexpr size_t kLarge = 40'000'000; // more than the system keeps for a connection
+constexpr size_t kLarge = 40'000'000; // more than the system buffers for a connection
 
-/// A server whose users are all that large.
+/// Makes the reply about every user that large.
 void MakeReplyLarge(LabServer& server)
 {
     LabFault fault;

@@ -66,7 +66,7 @@ public:
         return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -WTERMSIG(nStatus);
     }
 
-    /// The port of the line that it prints when it listens; 0 when it printed something else.
+    /// The port in the line that it prints when it listens; 0 when it prints something else.
     int ReadPort()
     {
         const std::string strLine = OutLine();

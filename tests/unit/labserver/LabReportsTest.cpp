@@ -38,7 +38,7 @@ std::vector<RowKind> RowKinds()
     };
 }
 
-/// A kind of report that is a list of anything.
+/// A kind of report that is a list of elements of any shape.
 struct ListKind {
     std::string strName;
     std::string strTarget;
@@ -152,7 +152,7 @@ TEST_F(LabReports, AChannelStatusWithoutItsQueryParameterIsRefused)
 
 TEST_F(LabReports, AFormAsContentTypeDoesNotCutTheBody)
 {
-    // What some HTTP clients call a body that nobody gave a type.
+    // Some HTTP clients label a body so when no type is given.
     const std::string strBody = "[\"" + std::string(100'000, 'x') + "&a=b\"]";
     httplib::Client client("127.0.0.1", m_server.Port());
     const auto result =

@@ -1,4 +1,4 @@
-// What is on its way when a server is told to stop.
+// What happens to requests and replies in transit when a server is told to stop.
 
 #include "LabFixture.h"
 #include "Polls.h"
@@ -14,7 +14,7 @@ namespace
 using std::chrono::steady_clock;
 using testing::StartsWith;
 
-/// Longer than any client may hold up a stop, even on a busy machine.
+/// Longer than any client may delay a stop, even on a busy machine.
 constexpr std::chrono::seconds kPromptly{15};
 
 const std::string kReportHead = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\n"
@@ -54,7 +54,7 @@ TEST(LabStop, WhoeverComesMeanwhileIsRefused)
     socket.Send(kReportHead);
     socket.ReadUntil("\r\n\r\n");
     bool bRefused = false;
-    WatchLastWait([&] { // the thread that listens may still be about to notice
+    WatchLastWait([&] { // the listening thread may not have noticed yet
         for (const auto end = steady_clock::now() + kPromptly; steady_clock::now() < end && !bRefused;) {
             bRefused = IsRefused(nPort);
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -92,7 +92,7 @@ TEST(LabStop, AReplyThatNobodyTakesDoesNotHoldItUp)
     LabFault fault;
     fault.strPath = "posts";
     fault.eKind = LabFaultKind::Reply;
-    fault.strBody = std::string(40'000'000, 'x'); // more than the system keeps for a connection
+    fault.strBody = std::string(40'000'000, 'x'); // more than the system buffers for a connection
     server.AddFault(fault);
     Socket socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");

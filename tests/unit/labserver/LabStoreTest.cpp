@@ -36,7 +36,7 @@ extern "C" int fchmodat(int nFolder, const char* pszFile, mode_t nMode, int nFla
 namespace
 {
 
-/// A server that keeps its data in a file, at which a test can get behind its back.
+/// A server that keeps its data in a file, which the test can also change directly.
 class LabDataFile : public ::testing::Test
 {
 protected:
@@ -165,7 +165,7 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
     }
 }
 
-/// Who may do what with a file, as chmod takes it.
+/// The mode of a file, in the form that chmod takes.
 mode_t ModeOf(const std::string& strFile)
 {
     struct stat status = {};
@@ -249,7 +249,7 @@ TEST(LabDataFiles, OnesOwnIsTakenWhereTheFileSystemKeepsNoModes)
 TEST(LabDataFiles, AnotherUsersFileThatIsOpenToAllIsRefused)
 {
     if (geteuid() != 0)
-        GTEST_SKIP() << "only root can be two users";
+        GTEST_SKIP() << "only root can act as two users";
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.File(".").c_str(), 0777), 0);
     std::ofstream(folder.File("lab.db")).flush();

@@ -1,5 +1,5 @@
-// The tables' own checks and the database behind them, past the server that mostly asks nothing wrong of
-// them.
+// The tables' own checks and the database below them, without the server, which rarely passes anything wrong
+// to them.
 
 #include "LabFixture.h"
 
@@ -15,7 +15,7 @@ namespace
 
 using testing::HasSubstr;
 
-/// What a server says of a member that is to be of a type; empty when it takes it.
+/// What a server says about a member that must be of a type; empty when it accepts it.
 std::string ComplaintOf(const char* pszMember, LabType eType)
 {
     Json::Value object(Json::objectValue);

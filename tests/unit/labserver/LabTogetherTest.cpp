@@ -1,4 +1,4 @@
-// What happens to one server, or to one file, from many sides at once.
+// Simultaneous use of one server, or of one file.
 
 #include "LabFixture.h"
 

@@ -26,8 +26,8 @@ using testing::Le;
 using testing::Not;
 using testing::StartsWith;
 
-// What a server's threads wait for together: a connection with the stop, and the listener with the stop and
-// those it refused.
+// How many sockets a server's threads poll: a connection with the stop signal, and the listener with the stop
+// signal and the clients that it refused.
 constexpr nfds_t kConnection = 2;
 constexpr nfds_t kOneRefused = 3;
 constexpr nfds_t kMostRefused = 2 + 64;
@@ -46,7 +46,7 @@ TEST(LabWaits, AMinuteForTheNextRequestAndFiveSecondsForTheNextBytes)
     LabServer server;
     Socket socket(server.Start());
     ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nMilliseconds > 0; }));
-    EXPECT_THAT(Patiences(kConnection), ElementsAre(kForEver, 60'000)); // the first is the listener's
+    EXPECT_THAT(Patiences(kConnection), ElementsAre(kForEver, 60'000)); // kForEver is the listener's
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nExpect: 100-continue\r\n"
                 "Content-Length: 3\r\n\r\n");
     socket.ReadUntil("\r\n\r\n"); // from here on the server waits for the body
@@ -75,13 +75,13 @@ TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
         socket.Send(kTooLarge);
         EXPECT_THAT(socket.ReadAll(), AllOf(StartsWith("HTTP/1.1 413 "), Not(HasSubstr("Keep-Alive"))));
     }
-    server.Stop(); // which waits for the connection
+    server.Stop(); // waits for the connection
     const std::vector<PollCall> vecCalls = PollCalls();
     EXPECT_THAT(Patiences(1), ElementsAre(200));
     EXPECT_EQ(std::count_if(vecCalls.begin(), vecCalls.end(),
                             [](const PollCall& call) { return call.nSockets == 1; }),
               1)
-        << "no more once the client has left";
+        << "it must not wait any more once the client has left";
 }
 
 TEST(LabWaits, NotUntilTheClientIsTiredOfSendingARefusedBody)

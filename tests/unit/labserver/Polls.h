@@ -6,27 +6,27 @@
 #include <set>
 #include <vector>
 
-// All waits of this program pass here on their way to the system, whichever thread waits.
+// All poll() calls of this program are recorded here before they go to the system, whichever thread waits.
 
 /// A wait for sockets.
 struct PollCall {
     nfds_t nSockets;
-    short nEvents; ///< that the first socket is waited for
+    short nEvents; ///< awaited for the first socket
     int nMilliseconds;
     std::chrono::steady_clock::time_point begin;
 };
 
-/// Lets a function be called before the first wait for one socket alone: that of a connection which waits for
-/// the last time.
+/// Makes a function be called before the first wait for a single socket, which is the last wait of a
+/// connection.
 void WatchLastWait(std::function<void()> fnBefore);
-/// Whether that wait has yet to come.
+/// Whether that wait has not begun yet.
 bool IsLastWaitToCome();
 
-/// The waits since the program began, but for those that end at once.
+/// The waits since the program began, except those that end at once.
 std::vector<PollCall> PollCalls();
 
-/// How long those for so many sockets were to last at most.
+/// The time limits of the waits for that many sockets.
 std::set<int> Patiences(nfds_t nSockets);
 
-/// Whether such a wait comes before half a minute is over.
+/// Whether such a wait begins within half a minute.
 bool ComesToWait(const std::function<bool(const PollCall&)>& fnIsIt);

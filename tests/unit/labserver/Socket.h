@@ -14,11 +14,11 @@ public:
     void Send(const std::string& strBytes);
     /// Reads until the other side closes or resets, at most 30 seconds.
     std::string ReadAll();
-    /// Reads until what came ends in a text, or until the end.
+    /// Reads until the received bytes end with a text, or until the end.
     std::string ReadUntil(const std::string& strEnd);
 
     bool IsReset() const { return m_bReset; }   ///< after a read: whether it ended in a reset
-    bool IsClosed() const { return m_bClosed; } ///< after a read: whether it ended in an orderly close
+    bool IsClosed() const { return m_bClosed; } ///< after a read: whether it ended with a normal close
 
 private:
     bool ReadMore(std::string& strRead);

@@ -1,4 +1,4 @@
-// Every reply of curl's own test suite, played to the blocking interface's requests.
+// Every reply of curl's own test suite, sent to the blocking interface's requests.
 
 #include "net/NAManager.h"
 
@@ -26,8 +26,8 @@ constexpr std::size_t AT_ONCE = 64;
 constexpr int GET = NAManager::METHOD_GET;
 constexpr int POST = NAManager::METHOD_POST;
 
-// Qt 5.15 never ends a request whose reply breaks off in certain chunks. The time-out of a blocking sender
-// does.
+// Qt 5.15 never ends a request whose reply breaks off within certain chunks; the time-out of a blocking
+// sender ends it.
 constexpr std::size_t NEVER_ENDED = 10;
 
 /// One request and how often it was answered.
@@ -92,7 +92,7 @@ TEST_P(NAManagerCurlTestData, IsAnsweredAtMostOnceAndHarmsNoOther)
         }
         return nNext == m_vecReplies.size() && lstRequests.size() <= NEVER_ENDED;
     };
-    EXPECT_TRUE(QTest::qWaitFor(endAndBegin, ENOUGH_MS)) << lstRequests.size() << " are not over";
+    EXPECT_TRUE(QTest::qWaitFor(endAndBegin, ENOUGH_MS)) << lstRequests.size() << " have not ended";
     const Request good(server.Url("/good"), GET);
     EXPECT_TRUE(QTest::qWaitFor([&] { return good.IsOver(); }, ENOUGH_MS));
     EXPECT_EQ(good.Answers(), 1);

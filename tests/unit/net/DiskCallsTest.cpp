@@ -1,5 +1,5 @@
-// What a download makes of a disk that takes a part of what is written, or fails late. The calls are this
-// program's own, which do as the test says; the last test has a small disk of its own.
+// What a download does with a disk that accepts only part of the data, or fails late. This program replaces
+// the system calls, which do as a test says; the last test uses a small disk of its own.
 
 #include "DownloadFixture.h"
 #include "OwnMounts.h"
@@ -23,11 +23,11 @@ namespace
 
 constexpr std::size_t NO_LIMIT = SSIZE_MAX;
 
-std::atomic<std::size_t> g_nMostAtOnce = NO_LIMIT; ///< what one call writes at most
+std::atomic<std::size_t> g_nMostAtOnce = NO_LIMIT; ///< the most that one call writes
 std::atomic<std::size_t> g_nPlace = NO_LIMIT;      ///< what the disk has room for, in bytes
 std::atomic<bool> g_bFullForAMoment = false;       ///< it has room again after the first call that fails
 std::atomic<int> g_nInterruptions = 0;             ///< how many calls are interrupted before one writes
-std::atomic<int> g_nCloseError = 0;                ///< with which closing fails; 0 for not at all
+std::atomic<int> g_nCloseError = 0;                ///< the error of closing; 0 for none
 
 /// Whether a descriptor is that of a download's file.
 bool IsPart(int nDescriptor)
@@ -75,7 +75,7 @@ extern "C" __attribute__((visibility("default"))) int close(int nDescriptor)
 namespace
 {
 
-/// Of the smallest Qt keeps everything back until the file is closed.
+/// Of the smallest one, Qt buffers everything until the file is closed.
 constexpr std::size_t SIZES[] = {5'000, 20'000, 300'000};
 
 class DownloadToABadDisk : public Download
@@ -127,7 +127,7 @@ TEST_F(DownloadToABadDisk, ThatIsFullBeforeTheLastByteFails)
     }
 }
 
-// Nothing else would tell that bytes are missing.
+// Nothing else would show that bytes are missing.
 TEST_F(DownloadToABadDisk, ThatIsFullForAMomentFailsWhereTheServerTellsNoLengthToo)
 {
     g_bFullForAMoment = true;
@@ -140,7 +140,7 @@ TEST_F(DownloadToABadDisk, ThatIsFullForAMomentFailsWhereTheServerTellsNoLengthT
     }
 }
 
-// As a disk of the network tells, or one with quotas: what it took it may still lose.
+// A network disk, or one with quotas, may lose data that it has accepted, and report that only at the close.
 TEST_F(DownloadToABadDisk, ThatTellsAtTheClosingFails)
 {
     for (const int nError : {ENOSPC, EIO, EDQUOT}) {

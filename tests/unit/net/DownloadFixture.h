@@ -17,7 +17,7 @@
 
 constexpr int ENOUGH_MS = 30'000;
 
-/// Downloads into a folder of the test's own.
+/// Downloads into the test's own folder.
 class Download : public ::testing::Test
 {
 protected:

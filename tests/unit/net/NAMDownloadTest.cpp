@@ -29,7 +29,7 @@
 namespace
 {
 
-/// A reply as Qt's own is now and then when its connection breaks: it ends short of its length, and in order.
+/// A reply like Qt's own sometimes is when its connection breaks: it ends normally, but short of its length.
 class CutOffReply : public QNetworkReply
 {
 public:
@@ -162,7 +162,7 @@ TEST_F(Download, IsOfHttpOnly)
 TEST_F(Download, BeginsByHttpsToo)
 {
     NAMDownload download(nullptr);
-    EXPECT_TRUE(download.Start("https://127.0.0.1:0/x", Target())); // a port that nobody listens on
+    EXPECT_TRUE(download.Start("https://127.0.0.1:0/x", Target())); // nobody listens on this port
 }
 
 TEST_F(Download, FollowsARedirectToHttpOnly)
@@ -227,7 +227,7 @@ TEST_F(Download, HasTheTimeOfARequestForTheWhole)
 
 #if !defined(_WIN32)
 
-/// No file of this process grows beyond that size, as if the disk were full.
+/// Limits the size of this process's files, as if the disk were full.
 class SmallDisk
 {
 public:
@@ -249,7 +249,7 @@ private:
 TEST_F(Download, ThatTheDiskHasNoPlaceForFails)
 {
     const SmallDisk disk(4'096);
-    // Of the smaller one Qt keeps everything back until the file is closed.
+    // Of the smaller one, Qt buffers everything until the file is closed.
     for (const std::size_t nBytes : {5'000U, 1'000'000U}) {
         const ScriptedServer server(ServerStep{HttpReply(200, std::string(nBytes, 'x'))});
         EXPECT_FALSE(Run(QString::fromStdString(server.Url("/file")))) << nBytes;

@@ -109,7 +109,7 @@ TEST(NAManager, ARequestHasTheseLines)
     const std::string strHost = "Host: 127.0.0.1:" + std::to_string(server.Port()) + "\r\n";
     EXPECT_TRUE(Exchange(strUrl, {}, NAManager::METHOD_GET).bGone);
     EXPECT_TRUE(Exchange(strUrl, "{}", NAManager::METHOD_POST).bGone);
-    const auto fnWithoutLanguage = [](std::string strHead) { // which is that of the user
+    const auto fnWithoutLanguage = [](std::string strHead) { // the user's language
         const std::size_t nBegin = strHead.find("Accept-Language:");
         return strHead.erase(nBegin, strHead.find('\n', nBegin) + 1 - nBegin);
     };
@@ -181,7 +181,7 @@ TEST(NAManager, AnyOtherMethodSendsNothing)
     NAManager manager(nullptr);
     const QSignalSpy spy(&manager, &NAManager::signal_reply_finished);
     manager.SendRequest(QString::fromStdString(server.Url("/unknown")), "body", 2);
-    // A request that is sent after it and answered shows that nothing was on its way before.
+    // When a later request has been sent and answered, nothing was in transit before it.
     EXPECT_TRUE(Exchange(QString::fromStdString(server.Url("/known")), {}, NAManager::METHOD_GET).bGone);
     ASSERT_EQ(server.Requests().size(), 1U);
     EXPECT_EQ(server.Requests().front().Target(), "/known");

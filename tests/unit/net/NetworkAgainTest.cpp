@@ -1,5 +1,5 @@
-// The network used again: by one QCoreApplication after the other, with requests under way whenever one goes,
-// and by very many managers. A program of its own, since it makes its applications itself.
+// Repeated use of the network: in one QCoreApplication after the other, with requests in progress at the end
+// of each, and by very many managers. A separate program, since it creates its applications itself.
 
 #include "net/NAManager.h"
 #include "net/NetworkUse.h"
@@ -30,7 +30,7 @@ namespace
 
 constexpr int ROUNDS = 4;
 #if defined(__SANITIZE_ADDRESS__)
-constexpr int MANAGERS = 20'000; // which take as long
+constexpr int MANAGERS = 20'000; // under the sanitizer, these take as long
 #else
 constexpr int MANAGERS = 100'000;
 #endif
@@ -46,7 +46,7 @@ QPointer<NAManager> Send(const ScriptedServer& server, int nMethod)
 class NetworkAgain : public Download
 {
 protected:
-    /// Runs something in a QCoreApplication of its own.
+    /// Runs a function in a QCoreApplication of its own.
     static void InAnApplication(const std::function<void()>& fnRun)
     {
         int argc = 0;
@@ -54,7 +54,7 @@ protected:
         fnRun();
     }
 
-    /// One request of each kind is answered, on this thread.
+    /// Expects that one request of each kind is answered on this thread.
     void ExpectAnswers()
     {
         for (const int nMethod : {NAManager::METHOD_POST, NAManager::METHOD_GET}) {
@@ -69,7 +69,7 @@ protected:
         QFile::remove(Target());
     }
 
-    /// One request of each kind, of which none is answered.
+    /// Starts one request of each kind, none of which is answered.
     std::vector<QPointer<QNetworkAccessManager>> Begin() const
     {
         auto* const pDownload = new NAMDownload(nullptr);
@@ -118,11 +118,11 @@ TEST_F(NetworkAgain, GoesWithItsApplicationBeforeARequestHasLeft)
     InAnApplication([&] { ExpectAnswers(); });
 }
 
-// The thread outlives the applications, and is using the network whenever one of them goes.
+// The thread outlives the applications, and is using the network at the end of each of them.
 TEST_F(NetworkAgain, OnAnotherThreadGoesWithEachApplication)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "what Qt has yet to delete when there is no application counts as leaked";
+    GTEST_SKIP() << "objects that Qt still has to delete count as leaked when there is no application";
 #endif
     QThread worker;
     QObject anchor;
@@ -143,7 +143,7 @@ TEST_F(NetworkAgain, OnAnotherThreadGoesWithEachApplication)
         ExpectGone(vecManagers);
         EXPECT_TRUE(Files().isEmpty()) << Files().join(' ').toStdString();
     }
-    InAnApplication([&] { // for what Qt still has to delete there
+    InAnApplication([&] { // lets Qt delete what is left there
         worker.quit();
         worker.wait();
     });
@@ -173,7 +173,7 @@ TEST_F(NetworkAgain, ABlockingCallOnAnotherThreadEndsWithEachApplication)
     }
 }
 
-// Also where it is the first call of all, and its request is not made yet.
+// This also holds for the very first call, whose request is not made yet.
 TEST_F(NetworkAgain, TheEndOfEachApplicationWaitsForACallThatHasJustBegun)
 {
     for (int nRound = 0; nRound < ROUNDS; ++nRound) {
@@ -188,7 +188,7 @@ TEST_F(NetworkAgain, TheEndOfEachApplicationWaitsForACallThatHasJustBegun)
                 while (!CBlockingCall().IsRefused() && !bGone) {
                     std::this_thread::yield();
                 }
-                std::this_thread::sleep_for(std::chrono::milliseconds(50)); // for an end that does not wait
+                std::this_thread::sleep_for(std::chrono::milliseconds(50)); // so that a hasty end shows
                 bOver = true;
             });
             begun.get_future().wait();
@@ -199,7 +199,7 @@ TEST_F(NetworkAgain, TheEndOfEachApplicationWaitsForACallThatHasJustBegun)
     }
 }
 
-// Its thread handles no events, and so hears of the end by that alone.
+// Its thread handles no events, and so learns of the end by that call only.
 TEST_F(NetworkAgain, ARefusedCallEndsWhatItsThreadLeftBehind)
 {
     for (int nRound = 0; nRound < ROUNDS && !HasFailure(); ++nRound) {
@@ -256,7 +256,7 @@ TEST_F(NetworkAgain, NoDownloadBeginsOnceTheProcessIsEnding)
 std::promise<void> g_begins;
 std::atomic<bool> g_bBegun = false;
 
-/// A download that takes its time to begin, and until the process is ending.
+/// A download whose start lasts until the process is ending.
 class SlowlyBegunDownload : public NAMDownload
 {
 public:
@@ -270,7 +270,7 @@ protected:
         while (!HasNetworkUseEnded()) {
             std::this_thread::yield();
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // for an end that does not wait
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // so that a hasty end shows
         QNetworkReply* const pReply = NAMDownload::createRequest(eOperation, request, pBody);
         g_bBegun = true;
         return pReply;
@@ -280,13 +280,13 @@ protected:
 TEST_F(NetworkAgain, TheEndOfTheProcessWaitsForADownloadThatIsJustBegun)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "what Qt has yet to delete on the thread that sleeps counts as leaked";
+    GTEST_SKIP() << "objects that Qt still has to delete on the sleeping thread count as leaked";
 #endif
     InAnApplication([&] {
         const QString strUrl = QString::fromStdString(m_silent.Url("/file"));
-        // Which then sleeps until the process is gone.
+        // This thread then sleeps until the process is gone.
         std::thread([strUrl, strTarget = Target()] {
-            const QEventLoop loop; // with it comes what a timer needs
+            const QEventLoop loop; // creates what a timer needs
             (new SlowlyBegunDownload(nullptr))->Start(strUrl, strTarget);
         }).detach();
         g_begins.get_future().wait();
@@ -298,14 +298,14 @@ TEST_F(NetworkAgain, TheEndOfTheProcessWaitsForADownloadThatIsJustBegun)
 
 std::atomic<bool> g_bGone = false;
 
-/// What goes with its manager, but after the manager's last signal. So do Qt's own threads.
+/// An object that is destroyed with its manager, but after the manager's last signal, like Qt's own threads.
 class SlowlyGone : public QObject
 {
 public:
     using QObject::QObject;
     ~SlowlyGone() override
     {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // for an end that does not wait
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // so that a hasty end shows
         g_bGone = true;
     }
     SlowlyGone(const SlowlyGone&) = delete;
@@ -315,11 +315,11 @@ public:
 TEST_F(NetworkAgain, TheEndOfTheProcessWaitsUntilAManagerIsGoneWhole)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "what Qt has yet to delete on the thread that sleeps counts as leaked";
+    GTEST_SKIP() << "objects that Qt still has to delete on the sleeping thread count as leaked";
 #endif
     InAnApplication([&] {
         std::promise<void> sent;
-        // Which then sleeps until the process is gone.
+        // This thread then sleeps until the process is gone.
         std::thread([this, &sent] {
             QEventLoop loop;
             new SlowlyGone(Send(m_silent, NAManager::METHOD_GET));
@@ -332,7 +332,7 @@ TEST_F(NetworkAgain, TheEndOfTheProcessWaitsUntilAManagerIsGoneWhole)
     });
 }
 
-// Were one of them still counted, the end of the process would wait for its thread in vain.
+// If one of them were still counted, the end of the process would wait for its thread in vain.
 TEST_F(NetworkAgain, AHundredThousandManagersLeaveNothing)
 {
     InAnApplication([&] {
@@ -340,7 +340,7 @@ TEST_F(NetworkAgain, AHundredThousandManagersLeaveNothing)
             for (int nManager = 0; nManager < nManagers; ++nManager) {
                 NAManager manager(nullptr);
                 WatchInFlight(manager);
-                WatchInFlight(manager); // as with a second request
+                WatchInFlight(manager); // as for a second request
                 const CBlockingCall call;
                 EXPECT_FALSE(call.IsRefused());
             }
@@ -350,7 +350,8 @@ TEST_F(NetworkAgain, AHundredThousandManagersLeaveNothing)
         const std::size_t nBytes = HeapBytes();
         fnMake(MANAGERS);
         EXPECT_LE(OpenDescriptors(), nDescriptors);
-        EXPECT_LT(HeapBytes(), nBytes + std::size_t{4} * MANAGERS) << "less than a pointer of each";
+        EXPECT_LT(HeapBytes(), nBytes + std::size_t{4} * MANAGERS)
+            << "must be less than a pointer for each manager";
         const auto tpBegin = std::chrono::steady_clock::now();
         std::thread(&EndNetworkUse).join();
         EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(4));

@@ -1,5 +1,5 @@
-// What a download does where the file system, or the kernel, can't rename its file. The calls are this
-// program's own, which fail as the test says.
+// What a download does when the file system or the kernel can't rename its file. This program replaces the
+// system calls, which fail as a test says.
 
 #include "DownloadFixture.h"
 #include "ScriptedServer.h"
@@ -16,10 +16,10 @@
 namespace
 {
 
-std::atomic<int> g_nRenameError = 0; ///< with which renaming fails; 0 for not at all
+std::atomic<int> g_nRenameError = 0; ///< the error of renaming; 0 for none
 std::atomic<int> g_nLinkError = 0;
 std::atomic<int> g_nReplacingError = 0;
-std::atomic<bool> g_bTargetAppears = false; ///< in the moment before it is to be linked
+std::atomic<bool> g_bTargetAppears = false; ///< just before the file is linked to it
 
 } // namespace
 
@@ -60,7 +60,7 @@ namespace
 class RenamingDownload : public Download
 {
 protected:
-    /// The network does its part, whatever becomes of the name.
+    /// Expects that the whole file is received, whatever happens to its name.
     void ExpectBrought()
     {
         const ScriptedServer server(ServerStep{HttpReply(200, "content")});

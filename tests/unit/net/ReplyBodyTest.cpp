@@ -1,4 +1,4 @@
-// How large the body of a reply may be, however it travels and is packed.
+// The size limit of a reply's body, however it is transferred and packed.
 
 #include "net/NAManager.h"
 
@@ -39,7 +39,7 @@ std::string Json(std::size_t nBytes)
     return std::string(strFrame).insert(6, std::string(nBytes - strFrame.size(), 'x'));
 }
 
-/// In chunks of that many bytes, the last one shorter.
+/// The body in chunks of that many bytes, the last one shorter.
 std::string Chunked(const std::string& strBody, std::size_t nChunk)
 {
     std::string strChunks;

@@ -1,4 +1,4 @@
-// What unpacks one body after another, and several at once.
+// Unpacking one body after another, and several at once.
 
 #include "Packed.h"
 #include "ProcessUse.h"
@@ -15,7 +15,7 @@
 namespace
 {
 
-/// Longer than a piece in which it is unpacked.
+/// A text longer than the pieces in which it is unpacked.
 std::string TextOf(int nNumber)
 {
     std::string strText;
@@ -96,8 +96,8 @@ TEST_P(Deflates, AreUnpackedWithAndWithoutAFrame)
     }
 }
 
-/// Without a frame, the text as it is. In the first byte five bits mean nothing, so it can be any; the second
-/// one is the length.
+/// The text stored without compression and without a frame. Five bits of the first byte are unused, so it can
+/// have many values; the second byte is the length.
 std::string Stored(unsigned char nFirst, const std::string& strText)
 {
     const auto cLength = static_cast<char>(strText.size());
@@ -105,7 +105,7 @@ std::string Stored(unsigned char nFirst, const std::string& strText)
            strText + std::string("\x01\0\0\xff\xff", 5);
 }
 
-// Each of the stored ones lacks another sign of a frame, and has the others.
+// Each of the stored texts lacks a different sign of a frame, and has the others.
 INSTANTIATE_TEST_SUITE_P(
     Each, Deflates,
     ::testing::Values(Deflate{"Framed", Deflated(TextOf(1)), TextOf(1)},
@@ -116,8 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Deflate{"OfNoMultipleOf31", Stored(0x78, "text"), "text"}),
     ::testing::PrintToStringParamName());
 
-// The last packed byte stands for hundreds of bytes, which may not all fit into the piece that is being
-// filled.
+// The last packed byte stands for hundreds of bytes, which may not all fit into the current piece.
 TEST(Inflater, GivesWhatIsLeftWhenAPieceIsFull)
 {
     for (std::size_t nOver = 0; nOver < 600; ++nOver) {

@@ -20,7 +20,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-/// Longer than any count in these tests, so that the size alone settles nothing.
+/// Longer than any count in these tests, so that the size alone decides nothing.
 const std::string BLANKS(1000, ' ');
 
 struct SCounted {
@@ -160,7 +160,7 @@ TEST(ReplyLimits, AreReadOnce)
 
 #if !defined(_WIN32)
 
-/// A text with memory behind it that can't be read.
+/// A text followed by memory that can't be read.
 class GuardedText
 {
 public:

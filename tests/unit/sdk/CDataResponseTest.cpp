@@ -15,7 +15,7 @@ RecordedLine CallBackLine(int nLine, const std::string& strText)
     return {1, "VelCSDK::CDataResponse::CHttpCallBack", nLine, strText};
 }
 
-/// The road of a reply from the transport to a handler of its id (3104).
+/// The path of a reply from the transport to the handler of its id (3104).
 class ReplyRoad : public SdkTest
 {
 protected:

@@ -19,7 +19,7 @@ struct Decoder {
     ArrayRule arrayRule;
     /// The payload as text; empty for an acknowledgement, which has none.
     string (*fnDescribe)(const SResponseHeader&);
-    /// The same of a payload in which only success and what the request said is set.
+    /// The same for a payload in which only the success and the request's own data are set.
     string (*fnDescribeEmpty)(bool bSuccess);
 };
 
@@ -85,8 +85,8 @@ enum Outcome {
     SUCCEEDS,       ///< result 0, success true
     FAILS,          ///< result -1, success false
     EMPTY_ARRAY,    ///< result 0, success false
-    FIRST_SUCCEEDS, ///< as an object that succeeds, or as the decoder takes arrays
-    FIRST_FAILS,    ///< as an object that fails, or as the decoder takes arrays
+    FIRST_SUCCEEDS, ///< like an object that succeeds, or by the decoder's rule for arrays
+    FIRST_FAILS,    ///< like an object that fails, or by the decoder's rule for arrays
 };
 
 struct Reply {
@@ -100,7 +100,7 @@ void PrintTo(const Reply& reply, std::ostream* pStream)
     *pStream << reply.szName;
 }
 
-/// The outcome for a decoder, when arrays are settled.
+/// The outcome for a decoder, after applying its rule for arrays.
 Outcome OutcomeFor(const Decoder& decoder, Outcome outcome)
 {
     const bool bArray = outcome == FIRST_SUCCEEDS || outcome == FIRST_FAILS;
@@ -214,8 +214,8 @@ class DecoderReply : public SdkTest, public testing::WithParamInterface<Reply>
 class DecoderFrame : public SdkTest, public testing::WithParamInterface<Decoder>
 {
 protected:
-    /// Answers with `strBody`; gives the result, when the payload is what a decoder has that read nothing but
-    /// "success".
+    /// Answers with `strBody`. Returns the result if the payload is that of a decoder that has read nothing
+    /// but "success".
     std::optional<int> ResultOfEmptyReply(const string& strBody, int nHttpError = 0)
     {
         std::optional<int> result;
@@ -279,7 +279,7 @@ TEST_P(DecoderFrame, SurvivesAMillionNestedArraysAtTheRoot)
     });
     if (GetParam().arrayRule == ArrayRule::FirstElement) {
         EXPECT_EQ(nResult, -1);
-    } else { // a limit of depth makes a failed parse of it, no limit makes it an array like any other
+    } else { // with a depth limit the parse fails, without one it is an array like any other
         EXPECT_TRUE(nResult == -1 || nResult == 0) << nResult;
     }
 }

@@ -9,7 +9,7 @@ namespace
 {
 using std::string;
 
-/// A JSON value and what is read from it as text, as a 32-bit integer and as the literal true.
+/// A JSON value, and what is read from it as text, as a 32-bit integer and as the literal true.
 struct Value {
     string strJson;
     string strText;
@@ -54,7 +54,7 @@ const std::vector<Value>& Values()
     return vecValues;
 }
 
-/// What a decoder makes of a value: the rule, and so how the field reads as text.
+/// The rule by which a decoder reads a value, and so how the field appears as text.
 enum class Kind { Text, IntAsText, Int, IntInList, Bool };
 
 string Expected(Kind kind, const Value& value)
@@ -123,7 +123,7 @@ std::function<string(const SResponseHeader&)> Read(Field Record::*pField)
     return [pField](const SResponseHeader& header) { return AsText(Payload<Record>(header).*pField); };
 }
 
-/// Reads of the first project, `fnRead` says what.
+/// Reads from the first project what `fnRead` selects.
 std::function<string(const SResponseHeader&)> OfProject(string (*fnRead)(const SProjectItem&))
 {
     return [fnRead](const SResponseHeader& header) {
@@ -235,7 +235,7 @@ std::vector<Member> Members()
 class DecoderMember : public SdkTest, public testing::WithParamInterface<Member>
 {
 protected:
-    /// What the field reads after a reply, whose result must be `nResult`.
+    /// The field's text after a reply, whose result must be `nResult`.
     string FieldAfter(const string& strReply, int nResult = 0)
     {
         string strField = "never read";

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// As the parser's own allocators do.
+// The same as with the parser's own allocators.
 TEST(JsonMemory, GivesAndTakesMemory)
 {
     VelCSDK::SJsonMemory memory;
@@ -12,5 +12,5 @@ TEST(JsonMemory, GivesAndTakesMemory)
     pMemory = memory.Realloc(pMemory, 10, 1'000'000);
     ASSERT_NE(pMemory, nullptr);
     EXPECT_EQ(static_cast<char*>(pMemory)[9], 'x');
-    EXPECT_EQ(memory.Realloc(pMemory, 1'000'000, 0), nullptr); // and the leak checker sees nothing left
+    EXPECT_EQ(memory.Realloc(pMemory, 1'000'000, 0), nullptr); // and the leak checker reports nothing
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// A text that no string keeps within itself.
+/// A text too long for a string's internal buffer.
 inline const std::string LONG_TEXT = "a text that needs memory of its own";
 
 inline const Operation OP_LONG_CHL_STATUS{"ChlStatus", 3101, [](IVelClientSDk& c) {
@@ -24,7 +24,7 @@ inline const Operation OP_LONG_CHANNEL_CHECK{
 inline const Operation OP_LONG_IN_COMMON{"WhetherInCommon", 3110,
                                          [](IVelClientSDk& c) { c.GetWhetherInCommon(LONG_TEXT); }};
 
-/// The operations whose replies reach the receiver; what an answer repeats of a request is long.
+/// The operations whose replies reach the receiver, with long texts in what an answer repeats of its request.
 inline const std::vector<Operation>& LongOperations()
 {
     static const std::vector<Operation> vecOperations{
@@ -33,7 +33,7 @@ inline const std::vector<Operation>& LongOperations()
     return vecOperations;
 }
 
-/// A success for each of them, with long texts and so many values that a parser needs memory for them.
+/// A success for each of them, with long texts and enough values to make a parser allocate memory.
 inline std::string RichReply()
 {
     const std::string strText = '"' + LONG_TEXT + '"';

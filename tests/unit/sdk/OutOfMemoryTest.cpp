@@ -1,4 +1,4 @@
-// Where memory runs out in a decoder, its request still gets its one answer, a failure. Each allocation is
+// When memory runs out in a decoder, its request still gets its one answer, a failure. Each allocation is
 // made to fail in turn.
 
 #include "CallWithFailing.h"
@@ -12,7 +12,7 @@
 namespace
 {
 
-/// The record that came with an answer, all of it.
+/// The record that came with an answer, with all of its fields.
 std::string DescribePayload(int nType, const SResponseHeader& header)
 {
     namespace RequestType = VelCSDK::RequestType;
@@ -50,16 +50,16 @@ struct SAnswers {
 class OutOfMemory : public SdkTest, public testing::WithParamInterface<Operation>
 {
 protected:
-    /// Answers with the n-th allocation failing, and all after it when `bFailsOn`.
-    /// @return false when there were not so many
+    /// Answers while the n-th allocation fails, and all later ones when `bFailsOn`.
+    /// @return false when there were fewer allocations
     bool AnswerWithFailing(int nAllocation, bool bFailsOn, int nHttpError = 0)
     {
         m_answers = {};
         SAnswers* const pAnswers = &m_answers;
-        // Larger than what a std::function keeps within itself.
+        // Too large for the internal buffer of a std::function.
         const std::array<void*, 8> arLarge{pAnswers};
         m_client.SetResponseCallBack([arLarge](int nType, const void*, const void* pHeader, int nResult) {
-            EndFailing(); // the receiver's own allocations are its own concern
+            EndFailing(); // the receiver's own allocations are not tested
             auto* const pReceived = static_cast<SAnswers*>(arLarge[0]);
             ++pReceived->nCalls;
             pReceived->nResult = nResult;
@@ -73,7 +73,7 @@ protected:
         return HasFailed();
     }
 
-    /// The answer where memory is plentiful.
+    /// The answer when memory is plentiful.
     SAnswers GoodAnswer()
     {
         EXPECT_FALSE(AnswerWithFailing(std::numeric_limits<int>::max(), false));
@@ -105,7 +105,7 @@ TEST_P(OutOfMemory, IsAFailedReplyWithItsOneAnswer)
         for (int nAllocation = 1; AnswerWithFailing(nAllocation, bFailsOn); ++nAllocation) {
             ++nFailures;
             EXPECT_EQ(m_answers.nCalls, 1) << nAllocation;
-            if (m_answers.nResult != -1) { // it was not needed: then all is there
+            if (m_answers.nResult != -1) { // the allocation was not needed, so everything is there
                 EXPECT_EQ(m_answers.nResult, 0) << nAllocation;
                 EXPECT_EQ(m_answers.strPayload, good.strPayload) << nAllocation;
             } else if (good.strPayload != "none") {

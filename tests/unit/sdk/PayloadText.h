@@ -4,7 +4,7 @@
 
 #include <string>
 
-// The payload records as text, every field of them, so that a test compares a whole record at once.
+// The payload records as text with all of their fields, so that a test can compare a whole record at once.
 
 inline std::string Describe(bool bValue)
 {

@@ -6,7 +6,7 @@ namespace
 {
 const std::string BASE = "http://10.1.1.5:80/";
 
-/// A text as the caller hands it in, as JSON writes it, and as it stands in a query that escapes texts.
+/// A text as passed by the caller, as written in JSON, and as written in a query that escapes texts.
 struct Value {
     const char* szName;
     std::string strText;

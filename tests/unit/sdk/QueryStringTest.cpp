@@ -103,7 +103,7 @@ protected:
     QueryEscaping() { VelCSDK::SetQueryEscaping(true); }
 };
 
-/// Each character that stands as itself in an escaped value.
+/// All characters that are left unchanged in an escaped value.
 const std::string PLAIN = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~!$'()*,/:@";
 } // namespace
 

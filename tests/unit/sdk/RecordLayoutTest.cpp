@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <type_traits>
 
-// Hosts share the memory layout of these records with the library: each field must stand right behind the one
-// before it, nothing before the first and nothing behind the last.
+// Hosts share the memory layout of these records with the library: each field must directly follow the
+// previous one, with nothing before the first and nothing after the last.
 
 namespace
 {

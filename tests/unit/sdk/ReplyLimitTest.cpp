@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Sets limits, which the client reads as it is made.
+/// Sets limits, which the client reads when it is created.
 struct SLimits {
     SLimits()
     {
@@ -28,7 +28,7 @@ protected:
         return "[" + strZeros + "]";
     }
 
-    /// What the record says that is handed over with a reply of too many values.
+    /// Expects no success in the record that is handed over with a reply of too many values.
     template <class Record>
     void ExpectNoSuccess(const Operation& operation)
     {

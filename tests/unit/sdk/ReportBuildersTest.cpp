@@ -27,7 +27,7 @@ KTSStartPlugin::tagRepoChlStatusInfo NumberedInfo()
     return info;
 }
 
-/// A record each of whose fields holds a value of its own.
+/// A record in which each field has a different value.
 KTSStartPlugin::tagRepoChlStatusInfo WholeInfo()
 {
     KTSStartPlugin::tagRepoChlStatusInfo info;
@@ -68,7 +68,7 @@ KTSStartPlugin::tagRepoChlStatusInfo WholeInfo()
 class ReportBuilders : public SdkTest
 {
 protected:
-    /// The body that a status of this record is reported with.
+    /// The body with which a status of this record is reported.
     std::string BodyOf(KTSStartPlugin::tagRepoChlStatusInfo info)
     {
         m_client.ReportChlStatus("t", info);
@@ -184,7 +184,7 @@ TEST_F(ReportBuilders, BoxAndChannelAreReadAsStoiReadsThem)
     }
 }
 
-// One more than the largest int does not fit an int; the text on the wire has room for it.
+// One more than the largest int does not fit into an int, but it does fit into the text that is sent.
 TEST_F(ReportBuilders, TheLargestChannelIsStillSentOneHigher)
 {
     auto info = NumberedInfo();

@@ -1,6 +1,5 @@
 // What two threads may do at the same time: one delivers replies, the other is the host's. Most of these
-// tests find little by themselves; the thread sanitizer, under which they run too, finds each lock that is
-// missing.
+// tests find little by themselves; the thread sanitizer, under which they also run, finds every missing lock.
 
 #include "SdkFixture.h"
 
@@ -23,14 +22,14 @@ using VelCSDK::CDataResponse;
 constexpr int TIMES = 500;
 constexpr const char* YES = R"({"success":true})";
 
-/// So long that all threads are reading it before the first is done; Windows has no longer ones.
+/// So long that all threads start to read it before the first is done; Windows allows no longer ones.
 #if defined(_WIN32)
 constexpr std::size_t LONG_VARIABLE = 30'000;
 #else
 constexpr std::size_t LONG_VARIABLE = 2'000'000;
 #endif
 
-/// Does something again and again on a thread of its own, for as long as it exists.
+/// Calls a function again and again on a thread of its own, for as long as the object exists.
 class Meanwhile
 {
 public:
@@ -52,7 +51,7 @@ public:
     Meanwhile(const Meanwhile&) = delete;
     Meanwhile& operator=(const Meanwhile&) = delete;
 
-    /// Waits until it was done once more, from beginning to end.
+    /// Waits until the function was called once more, from beginning to end.
     void WaitForOneMore() const
     {
         for (const long nBefore = m_nSteps; m_nSteps < nBefore + 2;) {
@@ -140,7 +139,7 @@ TEST_F(SameTime, ADeliveryAndAReceiverThatIsReplaced)
     EXPECT_EQ(m_nAnswers, nDeliveries);
 }
 
-/// Requests on their way to the thread that answers them.
+/// Passes requests to the thread that answers them.
 class Wire
 {
 public:

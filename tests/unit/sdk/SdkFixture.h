@@ -85,7 +85,7 @@ const Record& Payload(const SResponseHeader& header)
     return *static_cast<const Record*>(header.pData);
 }
 
-/// The client over a recording transport, its decoders fresh, its server http://10.1.1.5:80/, its log empty.
+/// The client over a recording transport, with new decoders, the server http://10.1.1.5:80/ and an empty log.
 class SdkTest : public testing::Test
 {
 protected:
@@ -101,7 +101,7 @@ protected:
         ClearRecordedLog();
     }
 
-    /// Answers what a test left open, to decoders and a receiver that know nothing of the test any more.
+    /// Answers what a test left open, after replacing the decoders and the receiver.
     void TearDown() override
     {
         m_client.Init();
@@ -117,7 +117,7 @@ protected:
             });
     }
 
-    /// Sends, answers with `strBody` and hands the outcome, which must come exactly once, to `fnReceiver`.
+    /// Sends, answers with `strBody` and passes the outcome, which must come exactly once, to `fnReceiver`.
     void Ask(const Operation& operation, const std::string& strBody, const Receiver& fnReceiver,
              int nHttpError = 0)
     {

@@ -1,4 +1,4 @@
-// Servers that are named by host and port, as a host of the SDK alone asks them.
+// Servers named by host and port, as used by a host of the SDK without the agent.
 
 #include "SdkFixture.h"
 

@@ -26,7 +26,7 @@ std::vector<std::string> g_vecCalls;
 std::vector<Pending> g_vecPending;
 CHttpClientResponse g_fnResponse;
 
-/// The client, its decoders in place, that adds the type of each reply to `vecTypes`.
+/// A client with its decoders, which adds the type of each reply to `vecTypes`.
 IVelClientSDk* ClientReporting(std::vector<int>& vecTypes)
 {
     IVelClientSDk* pClient = SDKFactory::GetInstance();
@@ -37,7 +37,7 @@ IVelClientSDk* ClientReporting(std::vector<int>& vecTypes)
 }
 } // namespace
 
-// A transport that answers what is still open when it is ended, as one does that drains.
+// A transport that answers open requests when it is shut down, like one that drains.
 
 bool CHttpClientInit()
 {
@@ -67,7 +67,7 @@ void CHttpClientSendRequest(int nType, const std::string&, const std::string&, v
     g_vecPending.push_back({nType, pUserData});
 }
 
-// Each test ends the one client of its process, so each needs a process of its own.
+// Each test destroys the only client of its process, so each needs a process of its own.
 
 TEST(EndingTheClient, EndsTheTransportFirstSoRepliesThatDrainStillReachTheReceiver)
 {

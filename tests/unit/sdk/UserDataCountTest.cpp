@@ -1,5 +1,5 @@
-// Whatever becomes of a request, nothing stays of its user data, whatever its type, and nothing is freed that
-// was freed before: all memory of the process is counted.
+// Whatever happens to a request, of whatever type, its user data is freed completely and only once: all
+// memory of the process is counted.
 
 #include "SdkFixture.h"
 
@@ -41,7 +41,7 @@ namespace
 
 using VelCSDK::CDataResponse;
 
-/// A text that no string keeps within itself: user data that is freed as another type leaves it behind.
+/// A text too long for a string's internal buffer: if user data is freed as a wrong type, this memory leaks.
 std::string Long()
 {
     return std::string(100, 'x');
@@ -81,14 +81,14 @@ constexpr int CANCELLED = -42;
 struct SNotTaken : std::exception {
 };
 
-/// A request of each kind, made again and again, and each time ended in the way of the test.
+/// A request of each kind, made repeatedly, and ended each time in the test's way.
 class UserDataCount : public SdkTest, public testing::WithParamInterface<Operation>
 {
 protected:
     void TearDown() override
     {
         m_transport.fnOnSend = nullptr;
-        m_transport.vecRequests.clear(); // each was answered as its test wanted
+        m_transport.vecRequests.clear(); // each was answered as its test requires
         SdkTest::TearDown();
     }
 
@@ -123,7 +123,7 @@ protected:
     template <class Way>
     void ExpectNothingStaysOf(Way fnWay)
     {
-        AllocationsAfter(fnWay); // what is made once stays
+        AllocationsAfter(fnWay); // objects created once stay
         const long nBefore = AllocationsAfter(fnWay);
         for (int nTime = 0; nTime < 10; ++nTime) {
             EXPECT_EQ(AllocationsAfter(fnWay) - nBefore, 0) << "allocations stay, time " << nTime;

@@ -13,8 +13,8 @@
 namespace
 {
 
-/// Counts how often each of its objects is freed. None is really freed, so that no address is used twice.
-/// Under the address sanitizer they are: it knows more than a count.
+/// Counts how often each of its objects is freed. None is really freed, so that no address is used twice,
+/// except under the address sanitizer, which itself detects a second free.
 class CWatched
 {
 public:
@@ -108,7 +108,7 @@ constexpr const char* YES = "{\"success\":true,\"code\":0}";
 struct SNotTaken : std::exception {
 };
 
-/// A site's own transport, which answers and throws as a test tells it.
+/// A site's own transport, which answers and throws as a test requires.
 class HostileTransport : public SdkTest, public testing::WithParamInterface<Operation>
 {
 protected:
@@ -126,11 +126,11 @@ protected:
     void TearDown() override
     {
         m_transport.fnOnSend = nullptr;
-        m_transport.vecRequests.clear(); // each was answered as its test wanted
+        m_transport.vecRequests.clear(); // each was answered as its test requires
         SdkTest::TearDown();
     }
 
-    /// @return whether the operation threw what the transport did
+    /// @return whether the operation threw what the transport threw
     bool Send(const OnSend& fnOnSend)
     {
         m_transport.fnOnSend = [&](const RecordedRequest& request) {
@@ -186,7 +186,7 @@ TEST_P(HostileTransport, ThatThrowsAndAnswersLater)
     EXPECT_TRUE(Send([](const RecordedRequest&) { throw SNotTaken(); }));
     Answer(m_request);
     EXPECT_EQ(m_nAnswers, 1);
-    EXPECT_EQ(m_nContexts, 0); // it is gone
+    EXPECT_EQ(m_nContexts, 0); // the context is gone
     ExpectFreedOnce();
 }
 
@@ -245,7 +245,7 @@ TEST_P(HostileTransport, ThatAnswersAsAnotherTypeOfRequest)
     EXPECT_FALSE(Send([](const RecordedRequest&) {}));
     const int nOtherType = m_request.nType == 3109 ? 3103 : 3109;
     m_transport.fnResponse(YES, nOtherType, m_request.pUserData, 0);
-    EXPECT_EQ(m_nContexts, 0); // what it holds is of another kind
+    EXPECT_EQ(m_nContexts, 0); // what it holds is of another type
     Answer(m_request);
     EXPECT_EQ(m_nContexts, 1);
     EXPECT_EQ(m_nAnswers, 2);

@@ -24,8 +24,8 @@ std::ptrdiff_t CountOf(const std::string& strCall)
 }
 
 #if defined(__x86_64__) && !defined(_WIN32)
-/// The place of a virtual operation in the table of its class: the platform's C++ ABI keeps it in a pointer
-/// to the operation, as one more than the distance in bytes.
+/// The index of a virtual operation in the table of its class. The platform's C++ ABI stores it in a pointer
+/// to the operation, as the offset in bytes plus one.
 template <class Operation>
 std::ptrdiff_t TableIndex(Operation pOperation)
 {
@@ -40,8 +40,8 @@ std::ptrdiff_t TableIndex(Operation pOperation)
     return (representation.nFunction - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
 }
 
-/// Calls the operation of a slot by its place alone, as a host built against another copy of the header does.
-/// The destructor, slot 0, takes two entries of the table.
+/// Calls the operation of a slot by its index alone, as a host does that was built with another copy of the
+/// header. The destructor, slot 0, takes two entries of the table.
 template <class... Arguments>
 void CallSlot(IVelClientSDk& client, std::size_t nSlot, Arguments... arguments)
 {
@@ -246,7 +246,7 @@ TEST_F(VelClientSdk, HandsOutACopyOfTheReceiverUnderAnyKey)
     EXPECT_EQ(nCalls, 3);
 }
 
-/// A receiver that asks the client for its receiver when it is copied, once for each time that is wished.
+/// A receiver that asks the client for its receiver whenever it is copied, as often as the test wants.
 class AskingReceiver
 {
 public:

@@ -1,4 +1,4 @@
-// Numbers that a host's environment holds.
+// Numbers in a host's environment.
 
 #include "platform/system/Environment.h"
 

@@ -1,4 +1,4 @@
-// A file that others may not use, where the system refuses what it seldom refuses.
+// A file that others may not use, when the system refuses what it rarely refuses.
 
 #include "platform/system/OwnersFile.h"
 
@@ -41,7 +41,7 @@ protected:
 
 } // namespace
 
-// As the C library says where there is no /proc, in which it would look whether the file is a link.
+// The error of the C library without /proc, where it would check whether the file is a link.
 TEST_F(OpenFile, IsTakenFromOthersWhereTheSystemKnowsNoModeOfALink)
 {
     const FailingCall mode("fchmodat", EOPNOTSUPP);
@@ -91,7 +91,7 @@ TEST_F(OpenFile, ThatIsAFolderIsLeftAlone)
     EXPECT_EQ(fs::status(folder).permissions(), fs::perms(0755));
 }
 
-// Whoever opens it will find out what became of it.
+// The caller that then opens it will notice that it is gone.
 TEST_F(OpenFile, ThatWasThereAndIsGoneIsNoLink)
 {
     const FailingCall asking("lstat", ENOENT);
@@ -144,7 +144,7 @@ TEST(FileOfItsOwner, OfAnotherUserThatIsNotOpenIsTakenAsItIs)
     EXPECT_NO_THROW(KeepToOwner(folder.Path() / "file"));
 }
 
-// As in a program that has no standard input, whose descriptor is the first that is given again.
+// As in a program that has no standard input: its descriptor is the first to be reused.
 TEST(FileOfItsOwner, IsMadeByAnyDescriptorWhateverTheUmask)
 {
     const LogFolder folder;

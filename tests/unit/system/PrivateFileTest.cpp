@@ -1,4 +1,4 @@
-// A file for its owner alone, where the system refuses what it seldom refuses.
+// A file for its owner alone, when the system refuses what it rarely refuses.
 
 #include "platform/system/PrivateFile.h"
 
@@ -48,14 +48,14 @@ mode_t Mode(const fs::path& path)
 class OwnFile : public testing::Test
 {
 protected:
-    /// Makes one that everybody may read.
+    /// Creates one that everybody may read.
     void MakeOpenFile() const
     {
         std::ofstream(m_path) << "earlier\n";
         fs::permissions(m_path, fs::perms(0644));
     }
 
-    /// @param strDoing  what the error's text is to say that failed
+    /// @param strDoing  what failed, according to the error's text
     void ExpectFailure(int nError, const std::string& strDoing, const std::function<void()>& fn) const
     {
         try {
@@ -107,7 +107,7 @@ TEST_F(OwnFile, ThatTakesNothingOfATextIsFull)
 {
     PrivateFile file(m_path);
     const FailingCall writing("write", 0, 0, 1);
-    errno = EINTR; // of an earlier call
+    errno = EINTR; // left by an earlier call
     ExpectFailure(ENOSPC, "writing to", [&] { file.Append("text"); });
 }
 
@@ -139,7 +139,7 @@ TEST_F(OwnFile, ThatWasMovedIsClosedOnce)
     EXPECT_EQ(OpenDescriptors(), nBefore);
 }
 
-// As in a host that has no standard input. What an earlier call failed for does not matter.
+// As in a host that has no standard input. The error of an earlier call does not matter.
 TEST_F(OwnFile, MayHaveTheFirstOfAllDescriptors)
 {
     MakeOpenFile();
@@ -171,7 +171,7 @@ TEST_F(OwnFile, IsNotTriedAgainWhereTheSystemRefusesItForAnotherReason)
     ExpectFailure(EACCES, "opening", [&] { PrivateFile file(m_path); });
 }
 
-// Whoever reads there would take the opening and closing for a writer that has come and gone.
+// A reader of the pipe would take an open and close for a writer that came and went.
 TEST_F(OwnFile, ThatIsAPipeIsNotEvenOpened)
 {
     ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
@@ -232,12 +232,12 @@ TEST_F(OwnFile, OfAnotherUserKeepsItsMode)
     EXPECT_EQ(Content(m_path), "earlier\ntext\n");
 }
 
-// Setting it anew would change the time at which the file's properties were last changed.
+// Setting the mode again would change the time of the file's last status change.
 TEST_F(OwnFile, ThatIsPrivateAlreadyIsLeftSo)
 {
     ::umask(0);
     const FailingCall mode("fchmod", EPERM, 0, FailingCall::ALWAYS,
-                           [] { ADD_FAILURE() << "the mode is set"; });
+                           [] { ADD_FAILURE() << "the mode was set"; });
     PrivateFile{m_path};
     EXPECT_EQ(Mode(m_path), 0600U) << "it was made so";
     PrivateFile{m_path};

@@ -1,4 +1,4 @@
-// Folders for their owner alone, where the system refuses what it seldom refuses.
+// Folders for their owner alone, when the system refuses what it rarely refuses.
 
 #include "platform/system/PrivateFolder.h"
 

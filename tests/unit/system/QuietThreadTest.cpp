@@ -1,4 +1,4 @@
-// The host's signals are the business of the host's own threads.
+// The host's signals are handled by the host's own threads.
 
 #include "platform/system/QuietThread.h"
 
@@ -10,7 +10,7 @@
 namespace
 {
 
-/// Those of a program's usual signals that the calling thread keeps waiting.
+/// Those of a program's usual signals that the calling thread blocks.
 std::vector<int> BlockedSignals()
 {
     sigset_t mask;

@@ -1,5 +1,5 @@
-// What a caller is told of a renaming, and what that leaves, where the system knows no renaming that replaces
-// nothing. That the file is where it belongs is not enough: a caller that is told of a failure removes it.
+// What a renaming returns and leaves behind when the system does not support a renaming that replaces
+// nothing. It is not enough that the file has its new name: a caller that is told of a failure removes it.
 
 #include "platform/system/RenameFile.h"
 
@@ -22,13 +22,13 @@ namespace
 
 struct SRefusals {
     const char* szName;
-    int nRenaming; ///< with which a renaming that replaces nothing fails
-    int nLink;     ///< 0 where there are links
+    int nRenaming; ///< the error of a renaming that replaces nothing
+    int nLink;     ///< the same of a link; 0 where links work
 
     friend void PrintTo(const SRefusals& row, std::ostream* pOut) { *pOut << row.szName; }
 };
 
-/// Fails with this error, or not at all where there is none.
+/// Makes the call fail with this error; 0 for no failure.
 FailingCall Failing(const char* szCall, int nError)
 {
     return FailingCall(szCall, nError, 0, nError == 0 ? 0 : FailingCall::ALWAYS);
@@ -46,7 +46,7 @@ protected:
 
 } // namespace
 
-// As in a host that has no standard input, whose descriptor is the first that is given again.
+// As in a host that has no standard input: its descriptor is the first to be reused.
 TEST_P(FileToRename, HasItsNewNameAlone)
 {
     ::close(STDIN_FILENO);

@@ -1,4 +1,4 @@
-// Sockets and stop signals, where the system refuses what it seldom refuses.
+// Sockets and stop signals, when the system refuses what it rarely refuses.
 
 #include "platform/system/Sockets.h"
 
@@ -23,7 +23,7 @@ TEST(SocketsOfTheSystem, ThatDoNotStopBlockingSaySo)
     const Socket nSocket = OpenStreamSocket();
     ASSERT_NE(nSocket, NO_SOCKET);
     EXPECT_TRUE(MakeNonBlocking(nSocket));
-    for (const int nSucceeding : {0, 1}) { // asking for the flags, and setting them
+    for (const int nSucceeding : {0, 1}) { // reading the flags, and setting them
         const FailingCall flags("fcntl", EBADF, nSucceeding);
         EXPECT_FALSE(MakeNonBlocking(nSocket)) << nSucceeding;
     }

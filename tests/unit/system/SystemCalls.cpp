@@ -31,7 +31,7 @@ bool g_bOtherUser = false;
 bool g_bOtherDevice = false;
 bool g_bLongMachineName = false;
 
-/// Counts a call. Returns whether it is to fail; then `errno` is set.
+/// Counts a call. Returns whether it must fail; `errno` is then set.
 bool Fails(const char* szCall)
 {
     const auto it = Failures().find(szCall);
@@ -131,7 +131,7 @@ int __wrap_fcntl(int nDescriptor, int nCommand, ...)
 {
     va_list arguments;
     va_start(arguments, nCommand);
-    void* const pArgument = va_arg(arguments, void*); // a number or a pointer, both are handed on so
+    void* const pArgument = va_arg(arguments, void*); // a number or a pointer, both are passed on in this way
     va_end(arguments);
     return Fails("fcntl") ? -1 : __real_fcntl(nDescriptor, nCommand, pArgument);
 }

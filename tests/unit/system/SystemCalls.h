@@ -2,20 +2,19 @@
 
 #include <functional>
 
-/// Makes calls of the system fail, those of one name, for as long as the object lives. There can be several
-/// for different names. The program's own objects are concerned, and no library.
+/// Makes the system calls of one name fail, for as long as the object lives. There can be several objects,
+/// for different names. Only calls from the program's own code fail, none from libraries.
 class FailingCall
 {
 public:
     static constexpr int ALWAYS = 1'000'000;
 
     /// @param szCall  a literal, one of those that CMakeLists.txt lists
-    /// @param nError  what `errno` then says; 0 for a call that says success and has done nothing, which
-    /// `write`
-    ///                can do
+    /// @param nError  the `errno` of the failure; 0 for a call, such as `write`, that succeeds without doing
+    ///                anything
     /// @param nAfter  how many calls succeed before
     /// @param nTimes  how many then fail
-    /// @param fnMeanwhile  what another process does before such a failure
+    /// @param fnMeanwhile  does what another process would do before such a failure
     explicit FailingCall(
         const char* szCall, int nError, int nAfter = 0, int nTimes = ALWAYS,
         std::function<void()> fnMeanwhile = [] {});
@@ -27,7 +26,7 @@ private:
     const char* m_szCall;
 };
 
-/// Another user than the process's real one, for as long as the object lives: what `geteuid` says.
+/// Makes `geteuid` return another user than the process's real one, for as long as the object lives.
 class OtherUser
 {
 public:
@@ -37,8 +36,7 @@ public:
     OtherUser& operator=(const OtherUser&) = delete;
 };
 
-/// Lets every file lie on another device than it does, for as long as the object lives: what `lstat` and
-/// `fstat` say.
+/// Makes `lstat` and `fstat` report another device for every file, for as long as the object lives.
 class OtherDevice
 {
 public:
@@ -48,8 +46,7 @@ public:
     OtherDevice& operator=(const OtherDevice&) = delete;
 };
 
-/// A machine whose name takes all the room that there is, and so has no end, for as long as the object lives:
-/// what `gethostname` says.
+/// Makes `gethostname` fill the whole buffer, without a terminator, for as long as the object lives.
 class LongMachineName
 {
 public:

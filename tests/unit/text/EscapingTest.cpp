@@ -81,7 +81,7 @@ TEST(Escaping, ShowsEachByteThatIsNotValidUtf8)
     for (const std::string& strBytes : INVALID_BYTES) {
         EXPECT_EQ(EscapeUnsafe(strBytes), EscapeOf(strBytes));
         EXPECT_EQ(EscapeUnsafe("a" + strBytes + "b"), "a" + EscapeOf(strBytes) + "b");
-        // The character behind is read anew, whatever the bytes before it promised.
+        // The following character is read afresh, whatever the bytes before it announced.
         EXPECT_EQ(EscapeUnsafe(strBytes + "电" + strBytes), EscapeOf(strBytes) + "电" + EscapeOf(strBytes));
     }
 }

@@ -1,7 +1,7 @@
-// One thread tells another of a number by an event of Qt's:
+// One thread passes a number to another by an event of Qt's:
 //   racing_host HOW WHEN
-// HOW is "signal", "call", or "record" for a signal with a record in a variant. Written "before" the event is
-// posted, the number is there for who handles it; "after", that is a race.
+// HOW is "signal", "call", or "record" for a signal with a record in a variant. WHEN is "before" if the
+// number is written before the event is posted, so that the handler sees it; "after" is a race.
 
 #include <QCoreApplication>
 #include <QEventLoop>
