@@ -21,7 +21,8 @@ if(WIN32)
   # The fortify and stack protector options call the compiler's libssp. Linked statically, it adds no DLL to a host's
   # folder.
   string(APPEND CMAKE_CXX_STANDARD_LIBRARIES " -l:libssp.a")
-  # Windows touches the pages of a large frame in any case, and MinGW-w64 can't mark a program for Windows' shadow stacks.
+  # Windows touches the pages of a large frame in any case, and MinGW-w64 can't mark a program for Windows' shadow
+  # stacks.
   add_link_options(-Wl,--dynamicbase,--nxcompat,--high-entropy-va)
 else()
   add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)

@@ -1,5 +1,5 @@
-# The headers that hosts include as <ktshttpagent/NAME>. This is the only list of them: from it the staged include folder
-# is made, which the host programs of this project are built with and of which the zip for Windows contains a copy.
+# The headers that hosts include as <ktshttpagent/NAME>. The list stands here alone: the staged include folder, against
+# which the host programs of this tree are built, is made from it, and the zip for Windows holds a copy of that folder.
 
 set(KTS_PUBLIC_HEADERS
   sdk/KtsExport.h

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # To be sourced. Provides a folder in which apt may download with all its protections, and the options that prevent the
-# machine's settings from switching these off. Downloaded files belong to the user that apt downloads as; they are copied
-# elsewhere only after their checksums have been compared once more with those in the archive's signed index.
+# machine's settings from switching these off. Downloaded files belong to the user that apt downloads as; they are
+# copied elsewhere only after their checksums have been compared once more with those in the archive's signed index.
 
 # When run by root, apt downloads as a separate user, who can't write below a home folder. So everything happens here.
 apt_folder=$(mktemp -d)

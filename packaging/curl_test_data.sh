@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Prints the folder with the test data of curl's own test suite; tests of both HTTP interfaces send its replies. The data
-# is extracted once from Debian's source package and kept in the cache, under the upstream version of the installed
+# Prints the folder with the test data of curl's own test suite; tests of both HTTP interfaces send its replies. The
+# data is extracted once from Debian's source package and kept in the cache, under the upstream version of the installed
 # libcurl.
 #   --where  prints the folder whether it exists or not
 set -euo pipefail

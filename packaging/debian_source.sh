@@ -2,8 +2,8 @@
 # debian_source.sh FOLDER PACKAGE...: downloads the sources of Debian packages to a folder: the files that their .dsc
 # lists, not unpacked. PACKAGE is the name of a source package, or NAME=VERSION. Needs no root and does not change the
 # machine's own source lists: apt-get uses separate lists, made from those of the binary packages.
-# A file gets into the folder only if its checksum is in the index that Debian's archive signed, whatever other keys this
-# machine trusts. KTS_ARCHIVE_KEYRING names another keyring, for a mirror with its own signature.
+# A file gets into the folder only if its checksum is in the index that Debian's archive signed, whatever other keys
+# this machine trusts. KTS_ARCHIVE_KEYRING names another keyring, for a mirror with its own signature.
 set -euo pipefail
 folder=$1
 shift

@@ -10,8 +10,8 @@ mkdir -p "$WINEPREFIX"
 # starts, that program ends at once, without a message.
 /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1
 # The first program of a prefix starts Wine's services, and they inherit its output: a process that reads that output to
-# its end would wait for the services too. They end soon after the last program. So one program is kept running here, and
-# no later program is the first one.
+# its end would wait for the services too. They end soon after the last program. So one program is kept running here,
+# and no later program is the first one.
 "$here/wine.sh" wineboot -i </dev/null >/dev/null 2>&1
 "$here/wine.sh" winecfg -v win10 </dev/null >/dev/null 2>&1 # a fresh prefix imitates Windows 7
 nohup "$here/wine.sh" cmd /c "echo up & ping -n 100000 127.0.0.1" </dev/null >"$WINEPREFIX/up.txt" 2>/dev/null &

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# package_content_test.sh ZIP FOLDER...: checks the contents of the zip without running them. Its checksum must be the one
-# in the file next to it; every program and DLL must be built as cmake/KtsHardening.cmake says; and no file may contain
-# the name of one of the folders, in which it was built.
+# package_content_test.sh ZIP FOLDER...: checks the contents of the zip without running them. Its checksum must be the
+# one in the file next to it; every program and DLL must be built as cmake/KtsHardening.cmake says; and no file may
+# contain the name of one of the folders, in which it was built.
 set -euo pipefail
 tests=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../tests/supply" && pwd)
 zip=$1

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Makes archive/ anew: a Debian archive with one source package, for debian_source_test.sh. It is signed by a key that
-# is made here and thrown away; a second key, which is nobody's, signs the same index once more. All of it is dated
-# in the past, since apt refuses what was signed in the future. Needs gpg.
+# Creates archive/ again: a Debian archive with one source package, for debian_source_test.sh. It is signed with a key
+# that is created here and thrown away; the same index is also signed with a second key, which the archive does not use.
+# Everything is dated in the past, because apt refuses signatures from the future. Needs gpg.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 rm -rf archive
@@ -17,7 +17,7 @@ for name in archive stranger; do
   "${gpg[@]}" --armor --export "Test $name" >"$name-key.asc"
 done
 
-sums() { # of files, as a .dsc and a Release list them
+sums() { # prints the checksums of files in the format of a .dsc and a Release
   local file
   for file in "$@"; do
     printf ' %s %s %s\n' "$(sha256sum <"$file" | cut -d ' ' -f 1)" "$(stat -c %s "$file")" "$file"
@@ -37,7 +37,7 @@ echo "Nor this." >sample_1.0-1.debian.tar.xz
   printf 'Architecture: all\nFormat: 3.0 (quilt)\nDirectory: pool\nChecksums-Sha256:\n'
   sums sample_1.0-1.dsc sample_1.0.orig.tar.xz sample_1.0-1.debian.tar.xz
 } >../dists/stable/main/source/Sources
-# apt passes over an index with nothing in it.
+# apt ignores an empty index.
 printf 'Package: sample\nVersion: 1.0-1\nArchitecture: all\nFilename: pool/sample_1.0-1_all.deb\nSize: 1\n' \
   >../dists/stable/main/binary-amd64/Packages
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Ends a host in every way that it knows, so often each, at ever other moments, and prints a table:
+# Ends a host in each of its ways, COUNT times each, at changing moments, and prints a table:
 #   ends.sh HOST [COUNT [KIND...]]
 # Exits with 1 when one of the ends was not clean.
 set -euo pipefail
@@ -11,7 +11,7 @@ trap 'rm -rf "$folder"' EXIT
 export CLOG_DIR=$folder KTSHTTPAGENT_SETTINGS_ROOT=$folder MALLOC_PERTURB_=165
 
 # shellcheck disable=SC2317 # it is called by the shells that xargs starts
-# Prints the status of an end that was not clean: of a crash it is 128 and the signal, of a hang 124.
+# Prints the exit status of an end that was not clean: for a crash 128 plus the signal, for a hang 124.
 one_end() {
   local status=0
   timeout 60 "$1" "$2" "$3" >"$CLOG_DIR/$2-$3" 2>&1 || status=$?
