@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the benchmarks, runs each in turns with its baselines, and prints one table.
-# Needs nginx and valgrind; the words of ./dev install them. RUNS (5) is how often each one runs.
+# Needs nginx and valgrind, which ./dev bench installs. RUNS (5) is how often each one runs.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -20,7 +20,7 @@ stop_nginx() { [ -z "$nginx_pid" ] || { kill "$nginx_pid"; wait "$nginx_pid" || 
 
 answers() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
-# Debian's nginx in the temporary folder, on a free port: one that somebody else has makes nginx end at once.
+# Starts Debian's nginx in the temporary folder on a free port: nginx ends at once if the port is already in use.
 start_nginx() {
   PATH=$PATH:/usr/sbin
   for _ in {1..5}; do
@@ -39,7 +39,7 @@ start_nginx() {
   exit 1
 }
 
-# figures NAME COMMAND...: appends what one run prints to the series NAME.1, NAME.2, ...
+# figures NAME COMMAND...: runs the command once and appends each line of its output to the series NAME.1, NAME.2, ...
 figures() {
   local name=$1 number=0 figure
   shift
@@ -50,19 +50,19 @@ figures() {
   done <"$folder/out"
 }
 
-# in_turns NAME=COMMAND...: runs the commands one after the other, that as often as RUNS says, so that each of
-# them sees the same machine.
+# in_turns NAME=COMMAND...: runs all commands one after the other, and repeats that RUNS times, so that all of them run
+# under the same conditions.
 in_turns() {
-  local turn road
+  local turn entry
   for ((turn = 0; turn < runs; ++turn)); do
-    for road in "$@"; do
-      # shellcheck disable=SC2086 # the words of a command hold no blanks
-      figures "${road%%=*}" ${road#*=}
+    for entry in "$@"; do
+      # shellcheck disable=SC2086 # no argument of a command contains a blank
+      figures "${entry%%=*}" ${entry#*=}
     done
   done
 }
 
-# The instructions of one request: a long run less a short one, so that starting up cancels out.
+# Prints the instructions of one request: a long run minus a short one, so that the start-up cancels out.
 instructions() {
   local count sums=()
   for count in 500 2500; do
@@ -75,11 +75,12 @@ instructions() {
 
 median() { sort -g | awk '{ value[NR] = $1 } END { print (value[int((NR + 1) / 2)] + value[int(NR / 2) + 1]) / 2 }'; }
 
-# short FIGURE: as many digits as mean something.
+# short FIGURE: prints it with its significant digits only.
 short() { awk -v figure="$1" 'BEGIN { printf figure < 100 ? "%.1f" : "%.0f", figure }'; }
 
-# row WHAT UNIT OURS BASELINE RELATION REACH: a line of the table. The ratio is the median of those of the pairs,
-# and is to be at most or at least (RELATION: ≤, ≥) the reach; both are "-" where none is set.
+# row WHAT UNIT OURS BASELINE RELATION REACH: prints a line of the table. The ratio is the median of the ratios of the
+# pairs. REACH is the ratio that is aimed at, and RELATION says whether as a maximum (≤) or a minimum (≥); both are "-"
+# if there is no aim.
 row() {
   local ours base ratio verdict
   ours=$(median <"$folder/$3") base=$(median <"$folder/$4")
@@ -120,7 +121,7 @@ table() {
   row 'latency, host thread, 99th percentile' µs latency.2 latency-bare.2 - -
   row 'latency, direct receiver, median' µs latency-direct.1 latency-bare.1 ≤ 1.25
   row 'latency, direct receiver, 99th percentile' µs latency-direct.2 latency-bare.2 - -
-  row 'latency, direct receiver, against bare libcurl behind the same threads, median' µs latency-direct.1 latency-hops.1 - -
+  row 'latency, direct receiver, against bare libcurl with the same threads, median' µs latency-direct.1 latency-hops.1 - -
   row 'instructions a request, against the bare loop' instructions instructions.1 instructions-bare.1 ≤ 1.4
   row 'instructions a request, against Qt' instructions instructions.1 instructions-qt.1 - -
   row 'decoding 1,000 projects, against the bare parse' MB/s decode.1 decode-rapidjson.1 ≥ 0.7

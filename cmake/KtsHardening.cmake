@@ -1,13 +1,13 @@
-# What every library and program is built with so that a mistake in memory does not become an attacker's way in, and so
-# that none tells where it was built. Builds with sanitizers have none of it: these find such mistakes themselves, some
-# of it would be in their way, and nobody is given what they make.
+# Options for every library and program, so that attackers can't exploit memory errors, and so that no file contains the
+# name of a folder of the build machine. Builds with sanitizers don't use them: sanitizers find such errors themselves,
+# some of these options would interfere with them, and such builds are never shipped.
 if(KTS_SANITIZE)
   return()
 endif()
 include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 
-# Of two that fit, the later one is taken.
+# If both options match a path, the compiler uses the later one.
 add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
@@ -18,13 +18,15 @@ add_compile_options("$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${KTS_FORTIFY
 add_compile_options(-fstack-protector-strong)
 if(WIN32)
   add_compile_options(-ffile-prefix-map=${KTS_WINDOWS_PREFIX}=./prefix)
-  # The two above call the compiler's libssp. As an archive it is no further DLL for a host's folder.
+  # The fortify and stack protector options call the compiler's libssp. Linked statically, it adds no DLL to a host's
+  # folder.
   string(APPEND CMAKE_CXX_STANDARD_LIBRARIES " -l:libssp.a")
-  # Windows touches the pages of a large frame anyhow, and MinGW-w64 can't mark a program for its shadow stacks.
+  # Windows touches the pages of a large frame in any case, and MinGW-w64 can't mark a program for Windows' shadow
+  # stacks.
   add_link_options(-Wl,--dynamicbase,--nxcompat,--high-entropy-va)
 else()
   add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
-  foreach(flag -fcf-protection=full -fstack-clash-protection) # not every processor has got them
+  foreach(flag -fcf-protection=full -fstack-clash-protection) # not available on every processor
     string(MAKE_C_IDENTIFIER "KTS_HAS${flag}" known)
     check_cxx_compiler_flag(${flag} ${known})
     if(${known})

@@ -1,5 +1,5 @@
-# What the thread sanitizer has to be told of libraries that are not built for it goes into every program that uses
-# one of them: see the two files.
+# Some libraries are not built for the thread sanitizer. Every program that uses one of them is linked with a file that
+# tells the sanitizer about it: ThreadSanitizer.cpp and QtForThreadSanitizer.cpp say what, and why.
 if(NOT KTS_SANITIZE MATCHES thread)
   function(kts_tell_thread_sanitizer)
   endfunction()
@@ -10,7 +10,7 @@ set(support ${PROJECT_SOURCE_DIR}/tests/support)
 add_library(kts_thread_sanitizer OBJECT ${support}/ThreadSanitizer.cpp)
 target_link_libraries(kts_thread_sanitizer PRIVATE kts_options)
 
-# kts_tell_thread_sanitizer(TARGET [OBJECTS...]): into the programs that are linked with the target.
+# kts_tell_thread_sanitizer(TARGET [OBJECTS...]): adds these files to every program that links the target.
 function(kts_tell_thread_sanitizer target)
   foreach(objects kts_thread_sanitizer ${ARGN})
     set_property(TARGET ${target} APPEND PROPERTY INTERFACE_SOURCES

@@ -1,8 +1,8 @@
-# The packages that KTS_WINDOWS_PREFIX has as plain headers and libraries, under the names that they have on Linux.
+# The packages that KTS_WINDOWS_PREFIX contains as plain headers and libraries, with the same target names as on Linux.
 
 add_library(spdlog::spdlog INTERFACE IMPORTED)
 target_include_directories(spdlog::spdlog INTERFACE ${KTS_WINDOWS_PREFIX}/include)
-# Wide file names: a user's folder may be called anything.
+# Wide file names: the name of a user's folder may contain any characters.
 target_compile_definitions(spdlog::spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY SPDLOG_WCHAR_FILENAMES)
 
 add_library(CLI11::CLI11 INTERFACE IMPORTED)
@@ -14,7 +14,7 @@ target_link_libraries(PkgConfig::httplib INTERFACE ws2_32)
 
 set(RAPIDJSON_INCLUDE_DIRS ${KTS_WINDOWS_PREFIX}/include)
 
-# What the programs of this tree need beside them, whole: the build copies it next to them, packages take it along.
+# All DLLs that the programs need next to them: the build copies them there, and packages contain them.
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libstdc++-6.dll
   OUTPUT_VARIABLE compiler_runtime OUTPUT_STRIP_TRAILING_WHITESPACE)
 get_filename_component(compiler_runtime ${compiler_runtime} DIRECTORY)
@@ -27,5 +27,5 @@ set(KTS_WINDOWS_RUNTIME
   ${KTS_WINDOWS_PREFIX}/bin/libcurl.dll
   ${KTS_WINDOWS_PREFIX}/bin/libjsoncpp.dll
 )
-# Qt's test library is for the tests alone, and no part of a package.
+# Qt's test library is needed by the tests only, and is not part of a package.
 file(COPY ${KTS_WINDOWS_RUNTIME} ${KTS_WINDOWS_PREFIX}/bin/Qt5Test.dll DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})

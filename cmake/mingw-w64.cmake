@@ -1,8 +1,8 @@
 # Cross-builds for 64-bit Windows with Debian's mingw-w64; the tests run under Wine.
-# KTS_WINDOWS_PREFIX is where packaging/windows/dependencies.sh put Qt, libcurl and the rest.
+# KTS_WINDOWS_PREFIX is the folder into which packaging/windows/dependencies.sh installed Qt, libcurl and the rest.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
-# The -posix compilers: theirs is the C++ library that has std::thread and std::mutex.
+# The -posix compilers: only their C++ library has std::thread and std::mutex.
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
@@ -14,7 +14,7 @@ set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KTS_WINDOWS_PREFIX)
 set(CMAKE_PREFIX_PATH ${KTS_WINDOWS_PREFIX})
 set(ENV{PKG_CONFIG_LIBDIR} ${KTS_WINDOWS_PREFIX}/lib/pkgconfig)
 
-# Never look into /usr: its headers and libraries are the native system's.
+# Never look into /usr: its headers and libraries belong to the build machine.
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${KTS_WINDOWS_PREFIX})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

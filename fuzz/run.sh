@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs every fuzzer of preset "fuzz", each for the given number of seconds (60 when none is given), starting from
-# its stored corpus. What a fuzzer learns stays in the build folder; an input that breaks a rule is put to
-# build/fuzz/findings and makes this script fail. Such an input belongs into corpus/, next to the cure.
+# Runs every fuzzer of the preset "fuzz", each for the given number of seconds (60 by default), starting from its stored
+# corpus. New inputs that a fuzzer finds useful stay in the build folder. An input that breaks a rule is stored in
+# build/fuzz/findings and makes this script fail; add it to corpus/ together with the fix.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 

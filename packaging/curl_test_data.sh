@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Prints the folder with the test data of curl's own test suite, whose replies the tests of both HTTP interfaces play.
-# It is taken once from Debian's source package and kept in the cache, under the upstream version of the installed
+# Prints the folder with the test data of curl's own test suite; tests of both HTTP interfaces send its replies. The
+# data is extracted once from Debian's source package and kept in the cache, under the upstream version of the installed
 # libcurl.
-#   --where  prints the folder, there or not
+#   --where  prints the folder whether it exists or not
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
@@ -16,13 +16,13 @@ fetch() {
   work=$(mktemp -d "$folder.XXXXXX")
   trap 'rm -rf "$work"' EXIT
   printf -- '-- curl test data: fetching into %s\n' "$folder" >&2
-  # The installed version, or the latest one if the mirror no longer has that.
+  # The installed version, or the latest one if the mirror no longer has the installed one.
   "$here/debian_source.sh" "$work" "curl=$source_version" >"$work/log" 2>&1 ||
     "$here/debian_source.sh" "$work" curl >>"$work/log" 2>&1 || { tail -20 "$work/log" >&2; exit 1; }
   mkdir "$work/unpacked"
   tar -xf "$work"/curl_*.orig.tar.[gx]z -C "$work/unpacked" --strip-components=3 --wildcards '*/tests/data/test[0-9]*' \
     2>"$work/log" || { tail -20 "$work/log" >&2; exit 1; }
-  mv -T "$work/unpacked" "$folder" 2>/dev/null || [ -d "$folder" ] # somebody else may have been quicker
+  mv -T "$work/unpacked" "$folder" 2>/dev/null || [ -d "$folder" ] # another process may have been faster
 }
 
 [ "${1:-}" = --where ] || [ -d "$folder" ] || fetch

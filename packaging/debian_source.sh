@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# debian_source.sh FOLDER PACKAGE...: downloads the sources of Debian packages into a folder: what their .dsc names,
-# not unpacked. PACKAGE is the source package's name, or NAME=VERSION. Needs no root and leaves the machine's own
-# source lists as they are: apt-get gets lists of its own, made from those of the binary packages.
-# Nothing gets into the folder whose sum is not in the index that Debian's archive signed, whatever other keys this
-# machine trusts. KTS_ARCHIVE_KEYRING names another keyring, for a mirror that signs by itself.
+# debian_source.sh FOLDER PACKAGE...: downloads the sources of Debian packages to a folder: the files that their .dsc
+# lists, not unpacked. PACKAGE is the name of a source package, or NAME=VERSION. Needs no root and does not change the
+# machine's own source lists: apt-get uses separate lists, made from those of the binary packages.
+# A file gets into the folder only if its checksum is in the index that Debian's archive signed, whatever other keys
+# this machine trusts. KTS_ARCHIVE_KEYRING names another keyring, for a mirror with its own signature.
 set -euo pipefail
 folder=$1
 shift
@@ -13,7 +13,7 @@ folder=$(cd "$folder" && pwd)
 # shellcheck source=SCRIPTDIR/apt.sh
 . "$(dirname "${BASH_SOURCE[0]}")/apt.sh"
 
-# with_sources COMMAND OPTIONS...: one of apt's commands, with the lists of sources.
+# with_sources COMMAND OPTIONS...: runs one of apt's commands with these lists of sources.
 with_sources() {
   "$@" "${apt_protections[@]}" -o Dir::Etc::SourceList="$apt_folder/sources.list" -o Dir::Etc::SourceParts=/dev/null \
     -o Dir::State::Lists="$apt_folder/lists" -o Dir::Cache="$apt_folder"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Prints the program hardening-check: this machine's, or one in the cache. Of Debian's package devscripts that one file
-# is wanted; the package itself would bring half a hundred others. apt gets lists of its own, so that those of the
-# machine may be missing or out of date.
-#   --where  prints it, there or not
+# Prints the path of the program hardening-check: this machine's, or one in the cache. Only this one file of Debian's
+# package devscripts is extracted; installing the package would add some fifty others. apt uses separate lists, because
+# those of the machine may be missing or out of date.
+#   --where  prints the path whether the program exists or not
 set -euo pipefail
 program=$(command -v hardening-check) || program=${KTS_CACHE:-${XDG_CACHE_HOME:-~/.cache}/ktshttpagent}/hardening-check
 

@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
-# Cross-builds for Windows what the library and the lab server stand on: Qt, libcurl, jsoncpp and SQLite from
-# Debian's sources, googletest, and the header-only libraries. Everything goes into one folder of the cache, which
-# is named after the versions and options that made it and is used again by every later call. Prints that folder;
-# all else goes to stderr.
+# Cross-builds the dependencies of the library and the lab server for Windows: Qt, libcurl, jsoncpp and SQLite from
+# Debian's sources, googletest, and the header-only libraries. Everything is installed into one folder of the cache. Its
+# name contains a hash of all versions and options, so that later calls with the same ones use it again. Prints that
+# folder to stdout; all other output goes to stderr.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
-# The same versions that the native build uses: a -dev package here names the source to fetch.
+# The same versions that the native build uses: the installed -dev packages tell which sources to fetch.
 fromSource=(qtbase5-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libcpp-httplib-dev)
 fromHeaders=(rapidjson-dev libspdlog-dev libfmt-dev libcli11-dev googletest)
 toolchain=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev)
 
-# TLS is Windows' own in both HTTP roads; zlib is linked into libcurl, which unpacks replies with it. Debian's
-# tarball of Qt lacks what -sql-* and -accessibility would need.
+# Both HTTP interfaces use Windows' own TLS; zlib is linked into libcurl, for compressed replies. Debian's tarball of Qt
+# lacks the sources that -sql-* and -accessibility would need.
 qtOptions=(-opensource -confirm-license -xplatform win32-g++ -device-option CROSS_COMPILE=x86_64-w64-mingw32-
   -shared -release -no-gui -no-widgets -no-opengl -no-dbus -no-feature-sql -no-icu -no-openssl -schannel
   -qt-zlib -qt-pcre -qt-doubleconversion -nomake examples -nomake tests)
@@ -23,8 +23,8 @@ jsoncppOptions=(-DJSONCPP_WITH_TESTS=OFF -DJSONCPP_WITH_POST_BUILD_UNITTEST=OFF
   -DBUILD_SHARED_LIBS=ON -DBUILD_STATIC_LIBS=OFF -DBUILD_OBJECT_LIBS=OFF)
 googletestOptions=(-DBUILD_GMOCK=ON)
 sqliteOptions=(-O2 -DSQLITE_OMIT_LOAD_EXTENSION)
-# As the tree itself is built, see cmake/KtsHardening.cmake; but Qt, which hardly calls what they replace, without the
-# checking functions.
+# The same protections as for this project's own code, see cmake/KtsHardening.cmake. Qt is built without the checking
+# functions, because it hardly calls the functions that they replace.
 guards=(-fstack-protector-strong)
 checks=(-D_FORTIFY_SOURCE=2)
 guardLibrary=-l:libssp.a
@@ -46,7 +46,7 @@ jobs=${KTS_JOBS:-$(nproc)}
 
 say() { printf -- '-- windows dependencies: %s\n' "$*" >&2; }
 
-# Runs a command with its output in a log that is shown only when the command fails.
+# Runs a command and writes its output to a log; shows the end of the log only if the command fails.
 logged() {
   local log=$work/$1.log
   shift
@@ -63,7 +63,7 @@ fetch_sources() {
   unpack libjsoncpp jsoncpp
   unpack sqlite3 sqlite
   unpack cpp-httplib httplib
-  # MinGW's import libraries have lower-case names, and this file system cares.
+  # MinGW's import libraries have lower-case names, and this file system is case-sensitive.
   sed -i -e 's/-lSecur32/-lsecur32/' -e 's/"-lCrypt32"/"-lcrypt32"/' "$work/src/qtbase/src/network/ssl/ssl.pri"
   cat >>"$work/src/qtbase/mkspecs/win32-g++/qmake.conf" <<CONF
 QMAKE_CFLAGS += ${guards[@]} ${nameless[@]}
@@ -104,7 +104,7 @@ build_jsoncpp() { cross_cmake jsoncpp "$work/src/jsoncpp" "${jsoncppOptions[@]}"
 build_curl() { cross_cmake curl "$work/src/curl" "${curlOptions[@]}"; }
 build_googletest() { cross_cmake googletest /usr/src/googletest "${googletestOptions[@]}"; }
 
-# A static library: nothing but the lab server uses it.
+# A static library, because only the lab server uses it.
 build_sqlite() {
   rm -rf "$work/build/sqlite"
   mkdir -p "$work/build/sqlite" "$prefix/include" "$prefix/lib"
@@ -118,17 +118,17 @@ build_sqlite() {
   cd "$here"
 }
 
-# Copied, because a cross compiler that may look into /usr/include finds the native system's headers there too.
+# Copied, because a cross compiler with /usr/include in its search path would find the native system's headers too.
 copy_headers() {
   local name
   mkdir -p "$prefix/include"
   for name in rapidjson spdlog fmt CLI; do
     cp -rL "/usr/include/$name" "$prefix/include/"
   done
-  cp "$work/src/httplib/httplib.h" "$prefix/include/" # whole; the one that Debian installs wants a library
+  cp "$work/src/httplib/httplib.h" "$prefix/include/" # the complete header; the one that Debian installs needs a library
 }
 
-# Each step leaves a mark, so that a build that was cut short goes on where it stopped.
+# Each finished step leaves a marker file, so that an interrupted build continues where it stopped.
 step() {
   [ ! -e "$work/done/$1" ] || return 0
   say "$1"

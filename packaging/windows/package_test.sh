@@ -1,23 +1,23 @@
 #!/usr/bin/env bash
-# Unpacks the zip into an empty folder, runs ktsagent.exe from there, and builds a host against it:
+# Unpacks the zip into an empty folder, runs ktsagent.exe there, and builds a host against it:
 #   package_test.sh ZIP HOST-SOURCE TOOLCHAIN PREFIX
-# KTS_NATIVE_LABSERVER names a lab server of this machine.
+# KTS_NATIVE_LABSERVER is the path of a native lab server.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 zip=$1 source=$2 toolchain=$3 prefix=$4
-: "${KTS_NATIVE_LABSERVER:?the program ktslabserver of this machine; ./dev windows builds it}"
+: "${KTS_NATIVE_LABSERVER:?the path of a native ktslabserver; ./dev windows builds it}"
 
 folder=$(mktemp -d)
 trap 'kill "${server:-}" 2>/dev/null || true; rm -rf "$folder"' EXIT
 unzip -q "$zip" -d "$folder"
 cd "$folder"/*/bin
-unset WINEPATH # nothing but what the zip brought
+unset WINEPATH # so that only DLLs from the zip are found
 
 echo "-- demo"
 "$here/wine.sh" ktsagent.exe demo | tr -d '\r' >"$folder/demo.txt" || { cat "$folder/demo.txt"; exit 1; }
 tail -1 "$folder/demo.txt"
 
-echo "-- one request of each kind against the lab server of this machine"
+echo "-- one asynchronous and one blocking request to the native lab server"
 "$KTS_NATIVE_LABSERVER" >"$folder/server.txt" &
 server=$!
 until grep -q listening "$folder/server.txt"; do kill -0 "$server"; sleep 0.05; done
@@ -42,6 +42,7 @@ package=$(cd .. && pwd)
   -DKTS_WINDOWS_PREFIX="$prefix" -DCMAKE_BUILD_TYPE=Release -Dktshttpagent_DIR="$package/lib/cmake/ktshttpagent" &&
   ninja -C "$folder/host/build"; } >"$folder/host/log.txt" 2>&1 || { cat "$folder/host/log.txt"; exit 1; }
 cp "$folder/host/build/host.exe" .
-# The host of the README asks port 8080, where most likely nobody listens; either way it says what came of it.
+# The host from the README connects to port 8080, where most likely nothing listens; it prints "supported" or "not
+# supported" either way.
 "$here/wine.sh" host.exe 2>&1 | tr -d '\r' | tee "$folder/host.txt"
 grep -q 'supported' "$folder/host.txt"

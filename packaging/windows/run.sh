@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The work of ./dev windows: cross-builds the tree, packs it and runs its tests under Wine.
+# Implements ./dev windows: cross-builds the project, makes the zip and runs the tests under Wine.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 build=build/windows-mingw
@@ -12,15 +12,15 @@ KTS_WINDOWS_PREFIX=$("$scripts/dependencies.sh")
 export KTS_WINDOWS_PREFIX
 echo "$KTS_WINDOWS_PREFIX"
 
-say "the lab server of this machine"
+say "native lab server"
 [ -f build/dev/build.ninja ] || cmake --preset dev >/dev/null
 cmake --build --preset dev --target ktslabserver
 export KTS_NATIVE_LABSERVER=$PWD/build/dev/bin/ktslabserver
 
 say "build"
-"$scripts/fresh_prefix.sh" "$PWD/$build/wine" # the build runs the test programs for lists of their tests
+"$scripts/fresh_prefix.sh" "$PWD/$build/wine" # the build runs the test programs to list their tests
 trap '"$scripts/end_prefix.sh" "$PWD/$build/wine"; "$scripts/end_prefix.sh" "$PWD/$build/wine-registry"' EXIT
-# What an earlier build found in another prefix would stay in use.
+# Otherwise the build would go on using what an earlier configuration found in another prefix.
 fresh=()
 grep -qxE "KTS_WINDOWS_PREFIX:[A-Z]+=$KTS_WINDOWS_PREFIX" "$build/CMakeCache.txt" 2>/dev/null || fresh=(--fresh)
 cmake "${fresh[@]}" --preset windows-mingw >"$build-configure.log" 2>&1 || { cat "$build-configure.log"; exit 1; }
@@ -32,5 +32,5 @@ log=$build/test.log
 status=0
 ctest --preset windows-mingw --no-tests=error >"$log" 2>&1 || status=$?
 "$scripts/summary.sh" "$log" "$build/Testing/Temporary/LastTest.log" "$build/skipped-tests.txt"
-[ "$status" = 0 ] || echo "what they printed: $log"
+[ "$status" = 0 ] || echo "full output: $log"
 exit "$status"

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Reads what the tests of preset "coverage" counted: a table on the terminal, a page in build/coverage/html.
+"""Reads the counts of the tests of preset "coverage", prints a table and writes a page to build/coverage/html.
 
-A condition has two branches, true and false. One counts as covered when any test took it, in whichever program and
-instantiation. Fails when too few are covered, and when uncovered.tsv, the list of those that are not, is not right.
+A condition has two branches, true and false. A branch counts as covered if any test took it, in any program and
+template instantiation. Fails if too few are covered, or if uncovered.tsv, the list of those that are not, is not exact.
 """
 
 import collections
@@ -20,24 +20,24 @@ ROOT = Path(__file__).resolve().parents[2]
 BUILD = ROOT / "build/coverage"
 LIST = Path(__file__).with_name("uncovered.tsv")
 LLVM = "14"
-BASE = f"{ROOT}/./"  # how a source file's name begins for llvm-cov: the build itself tells none of its folders
+BASE = f"{ROOT}/./"  # llvm-cov's names of source files begin with this; the build itself records no folder names
 
 Place = collections.namedtuple("Place", "file line column end_line end_column")
-# As a row of the list names it. The same words can stand twice in a function; then there are two rows.
+# The first columns of a row in the list. The same condition can occur twice in a function; then there are two rows.
 Branch = collections.namedtuple("Branch", "file function condition way")
 
 
 def run(tool, *arguments):
-    # llvm-cov warns of every inline function that one program has and never calls, while another one does.
+    # llvm-cov warns about every inline function that one program contains but never calls, while another one does.
     done = subprocess.run([f"{tool}-{LLVM}", *map(str, arguments)], capture_output=True)
     if done.returncode != 0:
         sys.exit(f"coverage: {tool} failed: {done.stderr.decode()}")
     return done.stdout
 
 
-def run_llvm_cov(word, *arguments):
+def run_llvm_cov(command, *arguments):
     left_out = f"^{re.escape(str(ROOT))}/([.]/)?(tests|fuzz|bench|examples|build)/"
-    return run("llvm-cov", word, f"-compilation-dir={ROOT}", f"-ignore-filename-regex={left_out}", *arguments)
+    return run("llvm-cov", command, f"-compilation-dir={ROOT}", f"-ignore-filename-regex={left_out}", *arguments)
 
 
 def merge_counts():
@@ -47,7 +47,7 @@ def merge_counts():
 
 
 def counting_files():
-    """The programs and libraries of the build as llvm-cov takes them."""
+    """The programs and libraries of the build, as arguments for llvm-cov."""
     found = [path for path in sorted(BUILD.rglob("*")) if path.is_file() and not path.is_symlink() and
              (path.parent.name == "bin" or path.suffix == ".so")]
     return [found[0], *(f"-object={path}" for path in found[1:])]
@@ -67,7 +67,7 @@ class Sources:
         lines[-1] = lines[-1][:place.end_column - 1]
         lines[0] = lines[0][place.column - 1:]
         text = " ".join(b" ".join(lines).decode().split())
-        # Of a loop over a range, clang knows the colon only.
+        # For a range-based loop, clang gives only the place of the colon.
         return text if text != ":" else self.lines(place.file)[place.line - 1].strip(" {")
 
     def is_decided_by_the_compiler(self, place):
@@ -80,7 +80,7 @@ def room_of(file):
 
 
 def plain_name(mangled):
-    """Without the file before it, parameters, template arguments and numbers of lambdas."""
+    """The name without its file, parameters, template arguments and numbers of lambdas."""
     name = run("llvm-cxxfilt", mangled.rsplit(":", 1)[-1]).decode().strip()
     name = name.replace("(anonymous namespace)::", "").replace("'lambda'", "lambda")
     while True:
@@ -94,7 +94,7 @@ def plain_name(mangled):
 
 
 def read_branches(exported, sources):
-    """How often each condition of the rooms was true and false, and the function that it stands in."""
+    """How often each condition of the rooms was true and false, and in which function it is."""
     counts, functions = collections.defaultdict(lambda: [0, 0]), {}
     for function in exported["data"][0]["functions"]:
         for line, column, end_line, end_column, true, false, file_id, _, _ in function["branches"]:
@@ -130,7 +130,7 @@ def read_list():
 
 
 def compare_with_list(counts, functions, sources):
-    """What is wrong with the list, a line each."""
+    """The errors in the list, one line each."""
     rows, problems = read_list()
     problems = [f"not a row of this list: {row}" for row in problems]
     listed = {how: collections.Counter(Branch(*row[:4]) for row in rows if row[4:5] == [how])
@@ -168,7 +168,7 @@ def main():
     print(f"\nEach line with its branches: {page.relative_to(ROOT)}/index.html")
     problems = compare_with_list(counts, functions, sources)
     if per_cent < LEAST_PER_CENT:
-        problems.append(f"{per_cent:.1f} per cent of all branches are covered; {LEAST_PER_CENT} must be")
+        problems.append(f"{per_cent:.1f} per cent of all branches are covered; at least {LEAST_PER_CENT} are required")
     for problem in problems:
         print(f"coverage: {problem}", file=sys.stderr)
     return 1 if problems else 0

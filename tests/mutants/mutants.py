@@ -1,10 +1,10 @@
 #!/usr/bin/python3
 """
-Puts faults into the production code, one at a time, and tells which ones the tests notice.
+Puts faults into the production code, one at a time, and prints which ones the tests notice.
 
-All faults are compiled into one copy of the sources, each behind a switch, so a fault costs no build. Every test runs
-once to learn which places it comes to; a fault is tried on the tests that come to it, the nearest first, until one
-fails. What the plain build does not notice is tried on the builds with sanitizers, if they are asked for.
+All faults are compiled into one copy of the sources, each with a switch, so trying a fault needs no new build. Every
+test runs once to learn which places it reaches. A fault is tried with the tests that reach its place, the nearest first,
+until one fails. Faults that the plain build does not notice are tried with the other builds that --suites names.
 """
 
 import argparse
@@ -22,7 +22,7 @@ AIM = 90 # per cent
 
 
 def judged_same(root):
-    """The faults that docs/testing.md calls no change, by their names."""
+    """The names of the faults that docs/testing.md lists as having no effect."""
     page = root / "docs/testing.md"
     text = page.read_text() if page.exists() else ""
     rows = re.findall(r"^\| `` (.+?) `` \| same \|", text, re.M)
@@ -40,25 +40,25 @@ def sample(tree, rooms, count, seed, same):
 
 
 def attempt(suites, point, budget):
-    """@return which test notices the fault, and if none does, a word about that"""
-    words = []
+    """@return which test notices the fault; if none does, how many tests were tried"""
+    tried = []
     for suite in suites:
         name, reaching, ran = suite.notice(point.number, budget)
         if name:
             return f"{suite.preset}: {name}", ""
-        words.append(f"{suite.preset}: {ran} of {reaching} tests")
-    return None, ", ".join(words)
+        tried.append(f"{suite.preset}: {ran} of {reaching} tests")
+    return None, ", ".join(tried)
 
 
 def arguments():
-    parser = argparse.ArgumentParser(prog="./dev mutants", description="Tells which faults the tests notice.")
+    parser = argparse.ArgumentParser(prog="./dev mutants", description="Prints which faults the tests notice.")
     parser.add_argument("rooms", nargs="*", metavar="ROOM", help=f"all, or some of: {', '.join(ROOMS)}")
-    parser.add_argument("--seed", default=datetime.date.today().strftime("%Y%m%d"), help="chooses the faults; today's date")
-    parser.add_argument("--count", type=int, default=40, help="so many faults a room; 40")
-    parser.add_argument("--budget", type=float, default=120, help="seconds for each fault and build; 120")
-    parser.add_argument("--suites", default="dev,asan,tsan", help="the builds that try, in this order; dev,asan,tsan")
-    parser.add_argument("--jobs", type=int, default=3, help="so many tests at once; 3")
-    parser.add_argument("--only", help="those faults alone whose name has this text")
+    parser.add_argument("--seed", default=datetime.date.today().strftime("%Y%m%d"), help="seed for the choice; default: today's date")
+    parser.add_argument("--count", type=int, default=40, help="number of faults per room; default: 40")
+    parser.add_argument("--budget", type=float, default=120, help="seconds for each fault and build; default: 120")
+    parser.add_argument("--suites", default="dev,asan,tsan", help="builds to try, in this order; default: dev,asan,tsan")
+    parser.add_argument("--jobs", type=int, default=3, help="number of tests that run at the same time; default: 3")
+    parser.add_argument("--only", help="only the faults whose name contains this text")
     given = parser.parse_args()
     unknown = [room for room in given.rooms if room not in ROOMS]
     if unknown:
@@ -78,14 +78,14 @@ def main():
     for suite in suites[1:]:
         suite.learn_from(suites[0])
     if suites[0].failing:
-        print(f"mutants: fail without a fault too, and are not asked: {', '.join(suites[0].failing)}")
+        print(f"mutants: these tests fail without a fault too, and are not used: {', '.join(suites[0].failing)}")
     same = judged_same(tree.root)
     chosen = sample(tree, given.rooms or ROOMS, given.count, given.seed, same)
     if given.only:
         chosen = {room: [p for p in tree.usable() if room_of(p.path) == room and given.only in p.name()]
                   for room in chosen}
     print(f"mutants: seed {given.seed}, {sum(map(len, chosen.values()))} of {len(tree.usable())} faults, "
-          f"without {len(same)} that are judged to change nothing", flush=True)
+          f"without {len(same)} that are judged to have no effect", flush=True)
     sys.exit(report(chosen, suites, given))
 
 
@@ -96,11 +96,11 @@ def report(chosen, suites, given):
     with ThreadPoolExecutor(given.jobs) as pool:
         for room, points in chosen.items():
             results = list(pool.map(lambda p: (p, *attempt(suites, p, given.budget)), points))
-            lost = [(p, word) for p, name, word in results if not name]
+            lost = [(p, tried) for p, name, tried in results if not name]
             score = 100 * (len(points) - len(lost)) / len(points) if points else 100
             print(f"{room:24} {len(points):6} {len(points) - len(lost):7} {score:5.1f}%", flush=True)
-            for point, word in lost:
-                print(f"  not noticed: line {point.line}: {point.name()} ({word})", flush=True)
+            for point, tried in lost:
+                print(f"  not noticed: line {point.line}: {point.name()} ({tried})", flush=True)
             if score < AIM:
                 below.append(room)
     if below:

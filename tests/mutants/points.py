@@ -1,4 +1,4 @@
-"""The places of the production code that a fault can be put into, found in clang's syntax tree."""
+"""Finds the places of the production code into which a fault can be put, in clang's syntax tree."""
 
 import re
 from dataclasses import dataclass, field
@@ -26,7 +26,7 @@ NOT_ENTERED = {
 
 @dataclass
 class Edit:
-    """Text put before and after a piece of the source; {n} stands for the fault's number."""
+    """Text to insert before and after a piece of the source; {n} is replaced by the fault's number."""
     start: int
     end: int
     before: str
@@ -44,7 +44,7 @@ class Point:
     number: int = 0
 
     def name(self):
-        """Says which fault it is, whatever lines stand above it."""
+        """Identifies the fault, independently of its line number."""
         return f"{self.path}: {self.function}: {self.kind}: {self.text}"
 
 
@@ -53,7 +53,7 @@ def one_line(text: bytes) -> str:
 
 
 def order_matters(first, second):
-    """Two assignments can be swapped freely when neither names what the other one sets."""
+    """Two assignments can be swapped without effect if neither uses what the other one sets."""
     targets = [re.fullmatch(r'([\w.>\-:\[\]"]+) = [^;]*;', text) for text in (first, second)]
     if first == second:
         return False
@@ -61,7 +61,7 @@ def order_matters(first, second):
 
 
 class Finder:
-    """Finds the places of one translation unit, in the files that `wanted` says."""
+    """Finds the places of one translation unit, in the files that `wanted` accepts."""
 
     def __init__(self, root, wanted):
         self.root = root
@@ -149,7 +149,7 @@ class Finder:
 
     @staticmethod
     def run_time(node):
-        """@return the children without what the compiler works out: labels, arguments of templates, sizes of arrays"""
+        """@return the children except compile-time constants: labels, template arguments, array sizes"""
         children = list(node.get_children())
         if node.kind == Kind.CASE_STMT:
             return children[1:]
@@ -217,7 +217,7 @@ class Finder:
     # -- operators
 
     def operator(self, node):
-        """@return both sides and the operator between them, or none"""
+        """@return the left operand, the operator and the right operand; None, "" and None if there are none"""
         while node.kind in (Kind.UNEXPOSED_EXPR, Kind.PAREN_EXPR):
             inner = list(node.get_children())
             if len(inner) != 1:
@@ -235,7 +235,7 @@ class Finder:
         return sides[0], one_line(between).strip("() "), sides[1]
 
     def other(self, node, left, sign, right):
-        """The same operands with another operator, when the fault is on."""
+        """Adds a fault that uses another operator for the same operands."""
         changed = f"({one_line(self.text(left))}){sign}({one_line(self.text(right))})"
         if "//" in changed or "/*" in changed:
             return
@@ -315,10 +315,10 @@ class Finder:
             return left is not None and sign == "="
         if inner.kind == Kind.UNARY_OPERATOR:
             return b"++" in self.text(inner) or b"--" in self.text(inner)
-        return inner.kind in self.REMOVABLE and inner.spelling != "reserve" # saves time, and changes nothing
+        return inner.kind in self.REMOVABLE and inner.spelling != "reserve" # only saves time
 
     def after(self, node):
-        """@return where the statement's semicolon ends, or none"""
+        """@return the position after the statement's semicolon, or None"""
         match = re.compile(rb"\s*;").match(self.source(self.file), node.extent.end.offset)
         return match.end() if match else None
 

@@ -1,4 +1,4 @@
-"""The tests of one build of the copy: which places each comes to, and whether it notices a fault."""
+"""The tests of one build of the copy: which places each test reaches, and whether it notices a fault."""
 
 import json
 import mmap
@@ -45,7 +45,7 @@ class Suite:
     # -- one run
 
     def run(self, test, patience, **environment):
-        """@return whether the test passed, and the seconds that it took; no longer than its patience"""
+        """@return whether the test passed within `patience` seconds, and how many seconds it took"""
         values = {k: v for k, v in os.environ.items() if not k.startswith(("CLOG_", "XDG_"))}
         values.update(self.environment, **test.environment, **environment, HOME=self.home.name)
         locks = [self.resources[r] for r in sorted(test.resources)]
@@ -65,15 +65,15 @@ class Suite:
                 lock.release()
         return passed, time.monotonic() - begin
 
-    # -- what each test comes to
+    # -- what each test reaches
 
     def learn(self):
-        """Runs every test once without a fault and keeps what it came to, until something is built anew."""
+        """Runs every test once without a fault and stores which places it reached, until something is built again."""
         store = self.tree.work / f"reached-{self.preset}.json"
         stamp = self.stamp()
         known = json.loads(store.read_text()) if store.exists() else {}
         if known.get("stamp") != stamp:
-            print(f"mutants: runs the {len(self.tests)} tests once, to learn what each comes to", flush=True)
+            print(f"mutants: running the {len(self.tests)} tests once, to learn which places each reaches", flush=True)
             size = max(self.tree.points) + 1
             with ThreadPoolExecutor(self.jobs) as pool:
                 tests = list(pool.map(lambda test: self.learn_one(test, size), self.tests))
@@ -88,7 +88,7 @@ class Suite:
                 self.failing.append(test.name)
 
     def learn_from(self, other):
-        """Takes over what another build's tests come to; here they take longer."""
+        """Reuses which places another build's tests reach; in this build the tests take longer."""
         known = {test.name: test for test in other.tests}
         self.failing = []
         for test in self.tests:
@@ -111,14 +111,14 @@ class Suite:
     # -- whether a fault is noticed
 
     def nearest(self, number):
-        """The tests that come to the place, first those that come to little else and are quick."""
+        """The tests that reach the place; quick ones that reach few other places come first."""
         reaching = [test for test in self.tests if number in test.reached]
         return sorted(reaching, key=lambda test: len(test.reached) * (0.1 + test.seconds))
 
     def notice(self, number, budget):
         """
-        @return the test that fails with the fault and passes without it, or none; how many tests reach the place; and
-                how many of them ran within the budget of seconds
+        @return the test that fails with the fault and passes without it, or None; how many tests reach the place; and
+                how many of them ran within `budget` seconds
         """
         tests = self.nearest(number)
         end = time.monotonic() + budget
@@ -136,7 +136,7 @@ class Suite:
 
 
 def kill_group(process):
-    """Ends what the test left behind, too."""
+    """Also ends processes that the test started and did not end."""
     try:
         os.killpg(process.pid, signal.SIGKILL)
     except ProcessLookupError:

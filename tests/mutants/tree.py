@@ -1,4 +1,4 @@
-"""The copy of the sources that holds every fault, each switched off until a process is told its number."""
+"""The copy of the sources that contains every fault, each switched off until a process is given its number."""
 
 import hashlib
 import json
@@ -23,7 +23,7 @@ def room_of(path):
 
 
 def arguments_of(command):
-    """@return what libclang needs of a compiler's command line"""
+    """@return the part of a compiler's command line that libclang needs"""
     words = shlex.split(command)[1:]
     kept, skip = [], False
     for word in words:
@@ -66,7 +66,7 @@ class Tree:
         self.number([pickle.loads((cache / keys[path]).read_bytes()) for path in sorted(units)])
 
     def key(self, path, arguments):
-        """Changes with whatever a unit's places depend on."""
+        """A hash that changes with everything that a translation unit's places depend on."""
         digest = hashlib.sha256(" ".join(arguments).encode())
         finder = Path(__file__).with_name("points.py")
         headers = [h for h in self.tracked() if h.endswith(".h") and room_of(h)]
@@ -100,7 +100,7 @@ class Tree:
                 self.points[point.number] = point
 
     def unusable(self):
-        """Names of the faults that do not compile, found out by earlier builds."""
+        """Names of the faults that don't compile, according to earlier builds."""
         path = self.work / "unusable"
         return set(path.read_text().split("\n")) if path.exists() else set()
 
@@ -109,7 +109,7 @@ class Tree:
         return [point for point in self.points.values() if point.name() not in unusable]
 
     def write(self):
-        """Writes the files that are not yet as they should be, so that only these are built again."""
+        """Writes only the files that changed, so that only these are compiled again."""
         by_file = {}
         for point in self.usable():
             by_file.setdefault(point.path, []).append(point)
@@ -129,9 +129,9 @@ class Tree:
                 target.unlink()
 
     def build(self, preset):
-        """Builds the copy; a fault that does not compile is taken out, until the rest does."""
+        """Builds the copy; faults that don't compile are removed until the rest compiles."""
         header = Path(__file__).with_name("Mutants.h")
-        print(f"mutants: builds the copy with all faults, preset {preset}", flush=True)
+        print(f"mutants: building the copy with all faults, preset {preset}", flush=True)
         while True:
             self.write()
             build = self.copy / "build" / preset
@@ -151,7 +151,7 @@ class Tree:
         guilty = {p.name() for p in self.usable() if (p.path, p.line) in lines}
         if not guilty:
             raise SystemExit(f"mutants: the copy does not build:\n{output[-6000:]}")
-        print(f"mutants: {len(guilty)} faults do not compile and are left out", flush=True)
+        print(f"mutants: {len(guilty)} faults don't compile and are left out", flush=True)
         (self.work / "unusable").write_text("\n".join(sorted(self.unusable() | guilty)))
 
 
@@ -162,7 +162,7 @@ def run(command, folder):
 
 
 def nested(points):
-    """@return the faults from the first place to the last, the outer before the inner, without what crosses another"""
+    """@return the faults in the order of their places, outer before inner, without those that overlap another one"""
     kept, ends = [], []
     for point in sorted(points, key=lambda p: (p.edit.start, -p.edit.end, p.kind)):
         while ends and ends[-1] <= point.edit.start:
@@ -174,7 +174,7 @@ def nested(points):
 
 
 def with_faults(content, points):
-    """@return the source with the text of each fault around its place; no line moves"""
+    """@return the source with the text of each fault around its place; line numbers don't change"""
     out, open_edits, position = [], [], 0
 
     def close(limit):

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Offers packaging/debian_source.sh an archive, intact or tampered with in one way, and checks whether it accepted the
-# source, and why not:
+# Offers an archive to packaging/debian_source.sh, unchanged or tampered with in one way, and checks whether the script
+# accepts the source, and why not if it refuses it:
 #   debian_source_test.sh CASE
-# The archive lies in a folder, so no network is needed. Only the programs of this machine's apt are used: lists,
-# keys and settings are the test's own. Skips (77) where there is no apt.
+# The archive is in a folder, so no network is needed. Only the programs of this machine's apt are used; lists, keys and
+# settings are the test's own. Exits with 77 (skipped) if there is no apt.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 case=$1
@@ -11,7 +11,7 @@ command -v apt-get >/dev/null || { echo "skipped: this machine has no apt"; exit
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-chmod 755 "$folder" # apt reads an archive as a user of its own
+chmod 755 "$folder" # apt reads an archive as a separate user
 archive=$folder/archive
 cp -r "$here/archive" "$archive"
 chmod -R u+w,a+rX "$archive"
@@ -37,7 +37,7 @@ Dir::State::Lists "$folder/lists";
 Dir::State::Status "$folder/status";
 Dir::Cache "$folder/cache";
 CONF
-# Prints the options that apt is called with, and does what a case adds.
+# Records the options that apt is called with, and makes the changes that a case needs.
 cat >"$folder/bin/apt-get" <<'SHIM'
 #!/bin/sh
 echo "$@" >>"${APT_CONFIG%/*}/calls"
@@ -46,14 +46,14 @@ echo "$@" >>"${APT_CONFIG%/*}/calls"
 SHIM
 chmod +x "$folder/bin/apt-get"
 export APT_CONFIG=$folder/apt.conf PATH=$folder/bin:$PATH LC_ALL=C KTS_ARCHIVE_KEYRING=$archive/archive-key.asc
-# The machine knew the archive before it was tampered with.
+# The machine knows the archive from before it was tampered with.
 echo "deb [arch=amd64] copy:$archive stable main" >"$folder/sources.list"
 apt-get update >"$folder/log" 2>&1 || { cat "$folder/log"; exit 1; }
 
-# The same number of other bytes.
+# Changes bytes, but not the size.
 tamper() { sed -i 's/N/M/' "$1"; }
 sum() { sha256sum <"$1" | cut -d ' ' -f 1; }
-# tamper_and_cover FILE LIST: also replaces the old sum in the list by the new one.
+# tamper_and_cover FILE LIST: also replaces the old checksum in the list by the new one.
 tamper_and_cover() {
   local old
   old=$(sum "$1")

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# How a library or program was built:
-#   hardening_test.sh ELF-FILE HARDENING-CHECK [landing-pads] OPTION...   checked by hardening-check, with these options
-#   hardening_test.sh PE-FILE [unguarded]                                 unguarded: its stack is not checked
-# Skips (77) without hardening-check.
+# Checks how a library or program was built:
+#   hardening_test.sh ELF-FILE HARDENING-CHECK [landing-pads] OPTION...   with hardening-check and these options
+#   hardening_test.sh PE-FILE [unguarded]                                 unguarded: without checking its stack
+# Exits with 77 (skipped) without hardening-check.
 set -euo pipefail
 export LC_ALL=C
 file=$1
@@ -25,8 +25,8 @@ shift
 [ -x "$checker" ] || { echo "skipped: no hardening-check; packaging/hardening_check.sh, which ./dev test runs, fetches it"; exit 77; }
 if [ "${1:-}" = landing-pads ]; then
   shift
-  # Without the marks in its head that hardening-check looks for: the linker sets them only where each part has the
-  # instructions, and the C library's start files, which are part of everything, have none.
+  # Checked here, because hardening-check looks for marks in the file's header. The linker sets these only if all parts
+  # have the instructions, and the C library's start files, which are part of every program, don't have them.
   grep -qaP '\xf3\x0f\x1e\xfa' "$file" || fail "has no landing pads for indirect jumps"
   set -- --nocfprotection "$@"
 fi

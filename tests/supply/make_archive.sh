@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Creates archive/ anew: a Debian archive with one source package, for debian_source_test.sh. It is signed by a key that
-# is created here and thrown away; a second, unknown key signs the same index once more. Everything is dated in the
-# past, since apt refuses what was signed in the future. Needs gpg.
+# Creates archive/ again: a Debian archive with one source package, for debian_source_test.sh. It is signed with a key
+# that is created here and thrown away; the same index is also signed with a second key, which the archive does not use.
+# Everything is dated in the past, because apt refuses signatures from the future. Needs gpg.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 rm -rf archive
@@ -17,7 +17,7 @@ for name in archive stranger; do
   "${gpg[@]}" --armor --export "Test $name" >"$name-key.asc"
 done
 
-sums() { # of files, as a .dsc and a Release list them
+sums() { # prints the checksums of files in the format of a .dsc and a Release
   local file
   for file in "$@"; do
     printf ' %s %s %s\n' "$(sha256sum <"$file" | cut -d ' ' -f 1)" "$(stat -c %s "$file")" "$file"

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# scripts_test.sh FOLDER: checks that no script of the tree disables a protection of apt or a check of what was fetched,
-# and that none writes to a temporary file whose name another user can guess.
+# scripts_test.sh FOLDER: checks that no script of the project switches off a protection of apt or a check of fetched
+# files, and that none writes to a temporary file whose name another user can guess.
 set -euo pipefail
 cd "$1"
-files() { # those of the tree, without what builds and editors leave in it
+files() { # prints the files of the project, without those of builds and editors
   if [ -e .git ] && git ls-files --error-unmatch dev >/dev/null 2>&1; then
     git ls-files -z --cached --others --exclude-standard -- . ':!tests/supply'
   else
@@ -14,10 +14,10 @@ mapfile -t scripts < <(files |
   xargs -0 awk 'FNR == 1 && (/^#!.*sh$/ || /^# shellcheck shell=/) { print FILENAME } { nextfile }')
 [ ${#scripts[@]} -ge 15 ] || { echo "found no more than ${#scripts[@]} scripts"; exit 1; }
 result=0
-never() { # never WHY PATTERN
+never() { # never WHY PATTERN: fails if a script contains the pattern
   ! grep -nEi -e "$2" "${scripts[@]}" || { printf -- '-- %s\n' "$1"; result=1; }
 }
 never 'apt without its protections' 'sandbox.*=|allow-?unauthenticated(=(true|1|yes))?( |$)|trusted=yes|insecure[a-z]*=(true|1|yes)|force-yes'
-never 'unpacks or fetches without a check' '--no-check|--insecure|(curl|wget) .*-k '
-never 'a name that can be guessed' '/tmp/|TMPDIR[^}]*}?/[^ ]*\$\$'
+never 'unpacks or fetches without verification' '--no-check|--insecure|(curl|wget) .*-k '
+never 'a predictable name' '/tmp/|TMPDIR[^}]*}?/[^ ]*\$\$'
 exit "$result"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Starts nginx with a certificate of each kind: tls_servers.sh start FOLDER; "stop FOLDER" ends it. FOLDER/ports.txt
-# then has a line for each kind, its name and its port, and FOLDER/ca.pem is the authority that signed them.
+# tls_servers.sh start FOLDER: starts nginx with a certificate of each kind; "stop FOLDER" ends it. FOLDER/ports.txt then
+# has a line for each kind, with its name and its port, and FOLDER/ca.pem is the authority that signed them.
 set -euo pipefail
 folder=$2
 stop() { [ ! -e "$folder/nginx.pid" ] || kill "$(cat "$folder/nginx.pid")" 2>/dev/null || true; }
@@ -13,7 +13,7 @@ rm -rf "$folder"
 mkdir -p "$folder"
 cd "$folder"
 
-# RSA: Wine can't check signatures by elliptic curves.
+# RSA, because Wine can't verify signatures with elliptic curves.
 key() { openssl req -newkey rsa:2048 -nodes -batch "$@" 2>>openssl.log; }
 key -x509 -days 2 -keyout ca.key -out ca.pem -subj /CN=Authority
 # certificate NAME ALTERNATIVE-NAME DAYS

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Ends a host in every way that it knows, each COUNT times at different moments, and prints a table:
+# Ends a host in each of its ways, COUNT times each, at changing moments, and prints a table:
 #   ends.sh HOST [COUNT [KIND...]]
 # Exits with 1 when one of the ends was not clean.
 set -euo pipefail
@@ -10,8 +10,8 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 export CLOG_DIR=$folder KTSHTTPAGENT_SETTINGS_ROOT=$folder MALLOC_PERTURB_=165
 
-# shellcheck disable=SC2317 # called by the shells that xargs starts
-# Prints the status of an end that was not clean: 128 plus the signal after a crash, 124 after a hang.
+# shellcheck disable=SC2317 # it is called by the shells that xargs starts
+# Prints the exit status of an end that was not clean: for a crash 128 plus the signal, for a hang 124.
 one_end() {
   local status=0
   timeout 60 "$1" "$2" "$3" >"$CLOG_DIR/$2-$3" 2>&1 || status=$?
