@@ -3,7 +3,6 @@
 #include "AgentState.h"
 #include "EndpointSettings.h"
 #include "Logging.h"
-#include "RequestCatalogue.h"
 #include "ServerUrl.h"
 #include "SyncWait.h"
 #include "TlsSetting.h"
@@ -13,6 +12,7 @@
 #include "platform/system/ProcessEnd.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/RequestType.h>
 #include <ktshttpagent/clog.h>
 
 #include <QThread>

@@ -23,8 +23,9 @@
 #include <ktshttpagent/CUIAgentReq.h>
 
 #include "Logging.h"
-#include "RequestCatalogue.h"
 #include "SyncWait.h"
+
+#include <ktshttpagent/RequestType.h>
 
 #include <QDebug>
 #include <QJsonObject>

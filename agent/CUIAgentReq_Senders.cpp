@@ -1,10 +1,10 @@
 #include <ktshttpagent/CUIAgentReq.h>
 
 #include "FieldConversion.h"
-#include "RequestCatalogue.h"
-#include "RequestObjects.h"
 #include "VelClientSDk.h"
+#include "requests/ReportCycleData.h"
 
+#include <ktshttpagent/RequestType.h>
 #include <ktshttpagent/clog.h>
 
 #include <exception>
@@ -133,10 +133,10 @@ void CUIAgentReq::SendPostUploadData(QString strIp, int nPort, tagBatteryTestDat
 
 void CUIAgentReq::SendPostReportCycleData(QString strUrl, std::string strData)
 {
-    ClientFor(strUrl).ReportCycleData(JsonArrayOf(strData));
+    ClientFor(strUrl).ReportCycleData(Requests::ReportCycleData::JsonArrayOf(strData));
 }
 
 void CUIAgentReq::SendPostReportStepData(QString strUrl, std::string strData)
 {
-    ClientFor(strUrl).ReportStepData(JsonArrayOf(strData));
+    ClientFor(strUrl).ReportStepData(Requests::ReportCycleData::JsonArrayOf(strData));
 }

@@ -2,16 +2,19 @@
 
 #include "AgentState.h"
 #include "QueryString.h"
-#include "RequestCatalogue.h"
-#include "RequestObjects.h"
 #include "SyncWait.h"
 #include "WaitWatch.h"
+#include "requests/GetChannelCheckData.h"
+#include "requests/GetWhetherInCommon.h"
+#include "requests/PostUploadData.h"
+#include "requests/ReportCycleData.h"
 
 #include "net/NAManager.h"
 #include "net/NetworkUse.h"
 #include "platform/reply/ExchangeLimits.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/RequestType.h>
 #include <ktshttpagent/clog.h>
 
 #include <QCoreApplication>
@@ -65,7 +68,7 @@ QString WholeText(const std::string& strUtf8)
 std::string BatteryJson(const tagBatteryTestData& data)
 {
     QJsonObject object;
-    for (const SBatteryField& field : BATTERY_FIELDS) {
+    for (const auto& field : Requests::PostUploadData::FIELDS) {
         object.insert(QLatin1String(field.szName), WholeText(data.*field.pField));
     }
     return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
@@ -165,7 +168,7 @@ bool CUIAgentReq::SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeo
 {
     const SyncWait& wait = Exchange(
         Query(RequestType::GetChannelCheckData, SLOT(Slot_GetChannelCheckData_Reply(bool, QJsonObject)),
-              JointServerInfo(strIp.toStdString(), nPort), ChannelCheckObject(req)),
+              JointServerInfo(strIp.toStdString(), nPort), Requests::GetChannelCheckData::Query(req)),
         nTimeout);
     bAllow = wait.strResult.compare(QLatin1String("yes"), Qt::CaseInsensitive) == 0;
     strReason = wait.strReason;
@@ -175,10 +178,11 @@ bool CUIAgentReq::SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeo
 bool CUIAgentReq::SendGetWhetherInCommonEx(QString strIp, int nPort, int nTimeout, QString strDxtm,
                                            bool& bCommon)
 {
-    const SyncWait& wait = Exchange(
-        Query(RequestType::GetWhetherInCommon, SLOT(Slot_GetWhetherInCommon_Reply(bool, QJsonObject)),
-              JointServerInfo(strIp.toStdString(), nPort), WhetherInCommonObject(strDxtm.toStdString())),
-        nTimeout);
+    const SyncWait& wait = Exchange(Query(RequestType::GetWhetherInCommon,
+                                          SLOT(Slot_GetWhetherInCommon_Reply(bool, QJsonObject)),
+                                          JointServerInfo(strIp.toStdString(), nPort),
+                                          Requests::GetWhetherInCommon::Query(strDxtm.toStdString())),
+                                    nTimeout);
     bCommon = wait.bFlag;
     return wait.bSucc;
 }
@@ -195,7 +199,7 @@ bool CUIAgentReq::SendPostReportCycleDataEx(QString strUrl, int nTimeout, std::s
 {
     return ReportOrPause(Report(RequestType::ReportCycleData,
                                 SLOT(Slot_PostReportCycleData_Reply(bool, QJsonObject)), strUrl.toStdString(),
-                                JsonArrayOf(strData)),
+                                Requests::ReportCycleData::JsonArrayOf(strData)),
                          nTimeout);
 }
 
@@ -203,7 +207,7 @@ bool CUIAgentReq::SendPostReportStepDataEx(QString strUrl, int nTimeout, std::st
 {
     return ReportOrPause(Report(RequestType::ReportStepData,
                                 SLOT(Slot_PostReportStepData_Reply(bool, QJsonObject)), strUrl.toStdString(),
-                                JsonArrayOf(strData)),
+                                Requests::ReportCycleData::JsonArrayOf(strData)),
                          nTimeout);
 }
 

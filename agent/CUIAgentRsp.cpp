@@ -3,11 +3,11 @@
 #include "Deliveries.h"
 #include "Logging.h"
 #include "MovableRecord.h"
-#include "RequestCatalogue.h"
 
 #include "platform/system/ProcessEnd.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/RequestType.h>
 
 #include <QMetaType>
 

@@ -1,8 +1,8 @@
 #include "EndpointSettings.h"
 
-#include "RequestCatalogue.h"
 #include "SettingsProfile.h"
 
+#include <ktshttpagent/RequestType.h>
 #include <ktshttpagent/clog.h>
 
 #include <QVariant>

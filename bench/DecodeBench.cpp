@@ -1,19 +1,19 @@
 // Decodes a list of projects again and again: prints the megabytes a second.
 
 #include "CDataResponse.h"
-#include "RequestCatalogue.h"
 
 #include "platform/reply/ReplyLimits.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/RequestType.h>
 #include <ktshttpagent/ResultRecords.h>
-
-#include <rapidjson/document.h>
 
 #include <QByteArray>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <rapidjson/document.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -13,6 +13,7 @@
 
 #include "sdk/CDataResponse.h"
 #include "sdk/UserData.h"
+#include "sdk/requests/AllRequests.h"
 #include "tests/unit/sdk/PayloadText.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
@@ -48,10 +49,10 @@ struct SRoad {
                            int nResult); ///< null where the receiver isn't called
 };
 
-template <int nType>
+template <class Request>
 void* NewEmptyUserData()
 {
-    return NewUserData<nType>({});
+    return NewUserData<Request>({});
 }
 
 bool Succeeded(const SSupportVer& record)
@@ -97,18 +98,18 @@ void CheckAcknowledgement(const SResponseHeader& header, int nResult)
 SRoad RoadOf(int nType)
 {
     static const std::map<int, SRoad> ROADS{
-        {3100, {NewEmptyUserData<3100>, CheckUserInfo}},
-        {3101, {NewEmptyUserData<3101>, CheckAcknowledgement}},
+        {3100, {NewEmptyUserData<Requests::GetUserInfo>, CheckUserInfo}},
+        {3101, {NewEmptyUserData<Requests::ReportChlStatus>, CheckAcknowledgement}},
         {3102, {nullptr, CheckAcknowledgement}},
-        {3103, {NewEmptyUserData<3103>, CheckPayload<SResponseGetProject>}},
-        {3104, {NewEmptyUserData<3104>, CheckPayload<SSupportVer>}},
-        {3105, {NewEmptyUserData<3105>, CheckPayload<SResponseGetBatteryStatus>}},
-        {3106, {NewEmptyUserData<3106>, CheckPayload<SResponseGetAutoExport>}},
-        {3107, {NewEmptyUserData<3107>, CheckPayload<SResponseGetFtpFilePath>}},
-        {3109, {NewEmptyUserData<3109>, CheckPayload<SResponseGetChannelCheckData>}},
-        {3110, {NewEmptyUserData<3110>, CheckPayload<SResponseGetWhetherInCommon>}},
-        {3112, {NewEmptyUserData<3112>, nullptr}},
-        {3113, {NewEmptyUserData<3113>, nullptr}},
+        {3103, {NewEmptyUserData<Requests::GetProjects>, CheckPayload<SResponseGetProject>}},
+        {3104, {NewEmptyUserData<Requests::GetSupportVer>, CheckPayload<SSupportVer>}},
+        {3105, {NewEmptyUserData<Requests::GetBattStatus>, CheckPayload<SResponseGetBatteryStatus>}},
+        {3106, {NewEmptyUserData<Requests::GetAutoExport>, CheckPayload<SResponseGetAutoExport>}},
+        {3107, {NewEmptyUserData<Requests::GetFtpFilePath>, CheckPayload<SResponseGetFtpFilePath>}},
+        {3109, {NewEmptyUserData<Requests::GetChannelCheckData>, CheckPayload<SResponseGetChannelCheckData>}},
+        {3110, {NewEmptyUserData<Requests::GetWhetherInCommon>, CheckPayload<SResponseGetWhetherInCommon>}},
+        {3112, {NewEmptyUserData<Requests::PostUploadData>, nullptr}},
+        {3113, {NewEmptyUserData<Requests::ReportCycleData>, nullptr}},
     };
     const auto found = ROADS.find(nType);
     return found == ROADS.end() ? SRoad{nullptr, nullptr} : found->second;

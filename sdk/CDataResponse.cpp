@@ -1,15 +1,11 @@
 #include "CDataResponse.h"
 
+#include "CodeReply.h"
 #include "RequestCatalogue.h"
 #include "UserData.h"
 
-#include "platform/reply/ReplyLimits.h"
-
-#include <ktshttpagent/IVelClientSDk.h>
 #include <ktshttpagent/chttpclient.h>
 #include <ktshttpagent/clog.h>
-
-#include <json/reader.h>
 
 #include <new>
 #include <utility>
@@ -29,19 +25,6 @@ std::string Envelope(int nCode) noexcept
         return "{\"code\":" + std::to_string(nCode) + "}";
     } catch (const std::bad_alloc&) {
         return "{\"code\":-1}";
-    }
-}
-
-// A value of jsoncpp takes eight times the memory that one of RapidJSON takes.
-constexpr std::size_t VALUE_WEIGHT = 8;
-
-/// Nesting deeper than jsoncpp reads makes it throw; that is a failed parse like any other.
-bool Parse(const std::string& body, Json::Value& root)
-{
-    try {
-        return Json::Reader().parse(body, root, true);
-    } catch (const Json::Exception&) {
-        return false;
     }
 }
 
@@ -73,8 +56,8 @@ void CDataResponse::ReleaseInstance()
 {
     const std::shared_ptr<CDataResponse> pInstance = std::exchange(Holder(), nullptr);
     if (pInstance != nullptr) {
-        pInstance->m_bReleased = true;
-        const std::lock_guard<std::mutex> lock(pInstance->m_mutexHandler);
+        const std::lock_guard<std::mutex> lock(pInstance->m_mutex);
+        pInstance->m_pPaths = nullptr; // the log's lines name the built-in paths from here on
         pInstance->m_mapHandler.clear();
         pInstance->m_strBaseUrl.clear();
     }
@@ -82,13 +65,19 @@ void CDataResponse::ReleaseInstance()
 
 void CDataResponse::RegisterHandler(int nType, ResponseHandler fn)
 {
-    const std::lock_guard<std::mutex> lock(m_mutexHandler);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_mapHandler[nType] = std::move(fn);
 }
 
 void CDataResponse::SetBaseUrl(std::string url)
 {
     m_strBaseUrl = std::move(url);
+}
+
+void CDataResponse::SetEndpointPaths(std::shared_ptr<const EndpointPaths> pPaths)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_pPaths.swap(pPaths);
 }
 
 void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError)
@@ -104,7 +93,7 @@ void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUse
     }
     const std::optional<ResponseHandler> fnHandler = FindHandler(nType);
     if (!fnHandler || *fnHandler == nullptr) { // nobody takes the user data over
-        const CUserData dropped(nType, pUserData);
+        const UserData dropped(nType, pUserData);
     }
     if (fnHandler) {
         (*fnHandler)(strEnvelope.empty() ? body : strEnvelope, nType, pUserData);
@@ -114,32 +103,10 @@ void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUse
 void CDataResponse::JsonHeader(const std::string& body, Json::Value& root, int& nCode,
                                std::string& strDescription)
 {
-    const std::size_t nMost = ReplyLimits().nValues / VALUE_WEIGHT;
-    if (HoldsMoreValues(body, nMost)) {
-        Log_Write(1, "VelCSDK::CDataResponse::JsonHeader", 91,
-                  "Json::Reader error: more than %zu values (an eighth of %s) in %zu bytes", nMost,
-                  REPLY_VALUES_VARIABLE, body.size());
-        nCode = -1;
-        return;
-    }
-    if (body.empty() || !Parse(body, root)) {
-        Log_Write(1, "VelCSDK::CDataResponse::JsonHeader", 91, "%s", "Json::Reader error");
-        nCode = -1;
-        return;
-    }
-    if (!root.isObject()) {
-        return;
-    }
-    const Json::Value& members = root; // asking a constant object for a member adds none
-    if (const Json::Value& code = members["code"]; code.isInt()) {
-        nCode = code.asInt();
-    }
-    if (const Json::Value& description = members["description"]; description.isString()) {
-        strDescription = description.asCString();
-    }
+    ReadEnvelope(body, root, nCode, strDescription);
 }
 
-void CDataResponse::LogExchangeFailure(int nLine, int nType, int nHttpError) const noexcept
+void CDataResponse::LogExchangeFailure(int nLine, int nType, int nHttpError) noexcept
 {
     try {
         Log_Write(1, "VelCSDK::CDataResponse::CHttpCallBack", nLine, "proctol:%s http-error:%s",
@@ -148,15 +115,19 @@ void CDataResponse::LogExchangeFailure(int nLine, int nType, int nHttpError) con
     }
 }
 
-// Once the instance is released its client is being destroyed, and can't be asked any more.
-std::string CDataResponse::EndpointPath(int nType) const
+std::string CDataResponse::EndpointPath(int nType)
 {
-    return m_bReleased ? DefaultEndpointPath(nType) : SDKFactory::GetInstance()->GetUrl(nType);
+    std::shared_ptr<const EndpointPaths> pPaths;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        pPaths = m_pPaths;
+    }
+    return pPaths == nullptr ? DefaultEndpointPath(nType) : pPaths->Of(nType);
 }
 
 std::optional<ResponseHandler> CDataResponse::FindHandler(int nType)
 {
-    const std::lock_guard<std::mutex> lock(m_mutexHandler);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_mapHandler.find(nType);
     return found == m_mapHandler.end() ? std::nullopt : std::make_optional(found->second);
 }

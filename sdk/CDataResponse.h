@@ -1,8 +1,9 @@
 #pragma once
 
+#include "EndpointPaths.h"
+
 #include <json/value.h>
 
-#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -35,29 +36,30 @@ public:
 
     void SetBaseUrl(std::string url);
 
+    /// Sets where the log has the endpoint path of a failed exchange from, until the instance is released.
+    /// With none, it has the built-in path.
+    void SetEndpointPaths(std::shared_ptr<const EndpointPaths> pPaths);
+
     /// The transport's callback. A failure (`nHttpError` other than 0) reaches the handler as the envelope
     /// {"code":N}, a gateway's error page as {"code":7}. A reply without a handler is dropped, its user data
     /// freed. What the handler throws goes through.
     void CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError);
 
-    /// Parses a reply's body into `root` and reads its envelope: `nCode` from an integer "code",
-    /// `strDescription` from a text "description". What is missing or of another kind leaves the caller's
-    /// value alone; a body that doesn't parse, or holds too many values (see ReplyLimits.h), is logged and
-    /// sets `nCode` to -1.
+    /// As `ReadEnvelope`, see there.
     void JsonHeader(const std::string& body, Json::Value& root, int& nCode, std::string& strDescription);
 
 private:
     CDataResponse() = default;
 
     static std::shared_ptr<CDataResponse>& Holder();
-    std::string EndpointPath(int nType) const;
-    void LogExchangeFailure(int nLine, int nType, int nHttpError) const noexcept;
+    std::string EndpointPath(int nType);
+    void LogExchangeFailure(int nLine, int nType, int nHttpError) noexcept;
     std::optional<ResponseHandler> FindHandler(int nType);
 
     std::map<int, ResponseHandler> m_mapHandler;
-    std::string m_strBaseUrl;
-    std::atomic<bool> m_bReleased = false;
-    std::mutex m_mutexHandler; ///< a reply may still be on its way while the handlers are emptied
+    std::string m_strBaseUrl; ///< read by nobody; kept since the class is described with it
+    std::shared_ptr<const EndpointPaths> m_pPaths;
+    std::mutex m_mutex; ///< a reply may still be on its way while handlers and paths are emptied
 };
 
 } // namespace VelCSDK

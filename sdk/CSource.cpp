@@ -1,68 +1,21 @@
 #include "CSource.h"
 
 #include "CDataResponse.h"
-#include "DecodeFrame.h"
-#include "RequestCatalogue.h"
-#include "VelClientSDk.h"
+#include "UserData.h"
+#include "requests/AllRequests.h"
 
 #include <ktshttpagent/clog.h>
 
-#include <memory>
-#include <new>
+#include <exception>
+#include <type_traits>
+#include <utility>
 
 namespace VelCSDK
 {
-
-// Reports of type 3112 to 3115 have no decoder: their replies are dropped.
-const CSource::SRegistration CSource::REGISTRATIONS[] = {
-    {RequestType::GetUserInfo, &CSource::OnGetUserInfo},
-    {RequestType::ReportChlStatus, &CSource::OnReportAck},
-    {RequestType::ReportIncubatorStatus, &CSource::OnReportAck},
-    {RequestType::GetSupportVer, &CSource::OnGetSupportVer},
-    {RequestType::GetProjects, &CSource::OnGetProjects},
-    {RequestType::GetBattStatus, &CSource::OnGetBattStatus},
-    {RequestType::GetAutoExport, &CSource::OnGetAutoExport},
-    {RequestType::GetFtpFilePath, &CSource::OnGetFtpFilePath},
-    {RequestType::GetChannelUpDownPlatform, &CSource::OnIgnore},
-    {RequestType::GetChannelCheckData, &CSource::OnGetChannelCheckData},
-    {RequestType::GetWhetherInCommon, &CSource::OnGetWhetherInCommon},
-    {RequestType::GetCdlxFileListByDxtmList, &CSource::OnIgnore},
-};
-
-CSource::CSource()
+namespace
 {
-    for (const SRegistration& registration : REGISTRATIONS) {
-        CDataResponse::Instance()->RegisterHandler(
-            registration.nType,
-            // Two pointers: small enough to be copied for every reply without an allocation.
-            [this, &registration](const std::string& body, int nType, void* pUserData) {
-                (this->*registration.fnDecoder)(body, nType, pUserData);
-            });
-    }
-}
 
-void CSource::Notify(int nType, const void* pUser, const SResponseHeader& header, int nResult)
-{
-    auto* const pClient = static_cast<VelClientSDk*>(SDKFactory::GetInstance());
-    ResponseCallBack fnCopy;
-    std::shared_ptr<const ResponseCallBack> pHeld;
-    try {
-        fnCopy = pClient->GetResponseCallBack("source");
-    } catch (const std::bad_alloc&) { // a large one; the answer comes all the same
-        pHeld = pClient->HeldResponseCallBack();
-    }
-    const ResponseCallBack& fnResponse = pHeld != nullptr ? *pHeld : fnCopy;
-    fnResponse(nType, pUser, &header, nResult);
-}
-
-void CSource::HandOver(int nType, const void* pUser, const void* pPayload, int nResult)
-{
-    SResponseHeader header;
-    header.nCode = nResult;
-    header.pData = pPayload;
-    Notify(nType, pUser, header, nResult);
-}
-
+/// Says in the log why a reply was not decoded. Fails no caller, not even where memory has run out.
 void LogUndecoded(int nType, const std::exception& error) noexcept
 {
     try {
@@ -72,17 +25,98 @@ void LogUndecoded(int nType, const std::exception& error) noexcept
     }
 }
 
-void CSource::OnReportAck(const std::string& body, int nType, void* pUserData)
+/// Does a step of decoding.
+/// @return false where it threw, with a line in the log unless it was the log that threw
+template <class Step>
+bool Attempt(int nType, Step&& fnStep) noexcept
 {
-    const CUserData user(nType, pUserData);
-    int nResult = -1;
-    Attempt(nType, [&] { nResult = CReplyReader(body).Result(); });
-    HandOver(nType, user.Context(), nullptr, nResult);
+    try {
+        std::forward<Step>(fnStep)();
+        return true;
+    } catch (const std::exception& error) {
+        LogUndecoded(nType, error);
+    } catch (...) { // only a site's own log throws what is no std::exception
+    }
+    return false;
 }
 
-void CSource::OnIgnore(const std::string& /*body*/, int nType, void* pUserData)
+/// Parses and judges a reply, fills the header's result and message, and the record.
+template <class Request>
+void Read(const std::string& body, const typename Request::Arguments* pAsked, SResponseHeader& header,
+          typename Request::Record& record)
 {
-    const CUserData user(nType, pUserData);
+    const typename Request::Reply reply(body);
+    if constexpr (!std::is_same_v<typename Request::Record, NoRecord>) {
+        Request::Read(reply, pAsked, record);
+    }
+    header.strMessage = reply.Message();
+    header.nCode = reply.Result();
+}
+
+/// Fills the record of a reply that could not be read, with what it repeats of its request if with anything.
+template <class Request>
+void ReadNothing(int nType, const typename Request::Arguments* pAsked, typename Request::Record& record)
+{
+    record = {};
+    if constexpr (!std::is_same_v<typename Request::Record, NoRecord>) {
+        const bool bRead = Attempt(nType, [&] { Request::Read(typename Request::Reply(), pAsked, record); });
+        if (!bRead) {
+            record = {};
+        }
+    }
+}
+
+/// Frees the user data, and, unless the reply is an `IgnoredReply`, parses and judges the reply, fills the
+/// record of the request and hands it over.
+template <class Request>
+void Decode(const HostCallBack& host, const std::string& body, int nType, void* pUserData)
+{
+    const UserData user(nType, pUserData);
+    if constexpr (!std::is_same_v<typename Request::Reply, IgnoredReply>) {
+        const auto* const pAsked = user.Get<Request>();
+        SResponseHeader header;
+        header.nCode = -1;
+        typename Request::Record record;
+        if (!Attempt(nType, [&] { Read<Request>(body, pAsked, header, record); })) {
+            ReadNothing<Request>(nType, pAsked, record);
+        }
+        if constexpr (!std::is_same_v<typename Request::Record, NoRecord>) {
+            header.pData = &record;
+        }
+        CSource::Notify(host, nType, user.Context(), header, header.nCode);
+    }
+}
+
+template <class Request>
+void Register(const HostCallBack& host)
+{
+    if constexpr (!std::is_same_v<typename Request::Reply, UnregisteredReply>) {
+        CDataResponse::Instance()->RegisterHandler(
+            Request::FORM.nType,
+            // A reference: small enough to be copied for every reply without an allocation.
+            [&host](const std::string& body, int nType, void* pUserData) {
+                Decode<Request>(host, body, nType, pUserData);
+            });
+    }
+}
+
+template <class... Request>
+void RegisterAll(RequestList<Request...> /*all*/, const HostCallBack& host)
+{
+    (Register<Request>(host), ...);
+}
+
+} // namespace
+
+CSource::CSource(const HostCallBack& host)
+{
+    RegisterAll(AllRequests(), host);
+}
+
+void CSource::Notify(const HostCallBack& host, int nType, const void* pUser, const SResponseHeader& header,
+                     int nResult)
+{
+    host.Call(nType, pUser, &header, nResult);
 }
 
 } // namespace VelCSDK

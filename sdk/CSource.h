@@ -1,53 +1,29 @@
 #pragma once
 
-#include <ktshttpagent/ResultRecords.h>
+#include "HostCallBack.h"
 
-#include <string>
+#include <ktshttpagent/ResultRecords.h>
 
 namespace VelCSDK
 {
 
-enum class EArrayRoot;
-
-/// The decoders: one for each type of request whose reply is read. A decoder fills a payload record from the
-/// reply's body, hands it over once, whatever the body holds, and then frees the request's user data. A body
-/// beyond the limits of ReplyLimits.h, or one for which memory runs out, is a failure like one that can't be
-/// parsed, and a line in the log says why. Nobody else reads the payload once it is handed over.
+/// The decoders: one for each type of request whose reply is read. A decoder fills a record from the reply's
+/// body, hands it over once, whatever the body holds, and then frees the request's user data. A body beyond
+/// the limits of ReplyLimits.h, or one for which memory runs out, is a failure like one that can't be parsed,
+/// and a line in the log says why. Nobody else reads the record once it is handed over.
 ///
-/// Threads: decoders run on the transport's delivering thread; they keep nothing between two calls.
+/// Threads: decoders run on the transport's delivering thread, even while their `CSource` is replaced; they
+/// keep nothing between two calls.
 class CSource
 {
 public:
-    /// Registers the decoders with `CDataResponse`.
-    CSource();
+    /// Registers the decoders of all requests with `CDataResponse`.
+    /// @param host  what they hand the replies over to; it outlives the last delivery
+    explicit CSource(const HostCallBack& host);
 
-    /// Calls the client's response callback. Throws `std::bad_function_call` when none is set.
-    void Notify(int nType, const void* pUser, const SResponseHeader& header, int nResult);
-
-private:
-    using Decoder = void (CSource::*)(const std::string& body, int nType, void* pUserData);
-    struct SRegistration {
-        int nType;
-        Decoder fnDecoder;
-    };
-    static const SRegistration REGISTRATIONS[];
-
-    void OnGetUserInfo(const std::string& body, int nType, void* pUserData);
-    void OnReportAck(const std::string& body, int nType, void* pUserData);
-    void OnGetSupportVer(const std::string& body, int nType, void* pUserData);
-    void OnGetProjects(const std::string& body, int nType, void* pUserData);
-    void OnGetBattStatus(const std::string& body, int nType, void* pUserData);
-    void OnGetAutoExport(const std::string& body, int nType, void* pUserData);
-    void OnGetFtpFilePath(const std::string& body, int nType, void* pUserData);
-    void OnGetChannelCheckData(const std::string& body, int nType, void* pUserData);
-    void OnGetWhetherInCommon(const std::string& body, int nType, void* pUserData);
-    void OnIgnore(const std::string& body, int nType, void* pUserData);
-
-    template <class Read>
-    void Decode(const std::string& body, int nType, void* pUserData, EArrayRoot eArrayRoot, Read fnRead);
-
-    /// Notifies with a payload record and the result of reading the reply.
-    void HandOver(int nType, const void* pUser, const void* pPayload, int nResult);
+    /// Calls the host's response callback. Throws `std::bad_function_call` when none is set.
+    static void Notify(const HostCallBack& host, int nType, const void* pUser, const SResponseHeader& header,
+                       int nResult);
 };
 
 } // namespace VelCSDK

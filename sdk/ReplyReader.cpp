@@ -14,15 +14,15 @@ const std::string& CheckedBody(const std::string& strBody)
 {
     const std::size_t nMost = ReplyLimits().nValues;
     if (HoldsMoreValues(strBody, nMost)) {
-        throw CReplyTooLarge("more than " + std::to_string(nMost) + " values (" + REPLY_VALUES_VARIABLE +
-                             ") in " + std::to_string(strBody.size()) + " bytes");
+        throw ReplyTooLarge("more than " + std::to_string(nMost) + " values (" + REPLY_VALUES_VARIABLE +
+                            ") in " + std::to_string(strBody.size()) + " bytes");
     }
     return strBody;
 }
 
 } // namespace
 
-void* SJsonMemory::Realloc(void* pMemory, std::size_t /*nOldBytes*/, std::size_t nBytes)
+void* JsonMemory::Realloc(void* pMemory, std::size_t /*nOldBytes*/, std::size_t nBytes)
 {
     if (nBytes == 0) {
         Free(pMemory);
@@ -35,12 +35,12 @@ void* SJsonMemory::Realloc(void* pMemory, std::size_t /*nOldBytes*/, std::size_t
     return pNew;
 }
 
-void SJsonMemory::Free(void* pMemory)
+void JsonMemory::Free(void* pMemory)
 {
     std::free(pMemory);
 }
 
-SJsonElements CJsonObject::Array(std::string_view strName) const
+JsonElements JsonObject::Array(std::string_view strName) const
 {
     const JsonValue* const pValue = Find(strName);
     if (pValue == nullptr || !pValue->IsArray()) {
@@ -48,31 +48,33 @@ SJsonElements CJsonObject::Array(std::string_view strName) const
     }
     const std::size_t nMost = ReplyLimits().nListElements;
     if (pValue->Size() > nMost) {
-        throw CReplyTooLarge(std::to_string(pValue->Size()) + " elements in the list \"" +
-                             std::string(strName) + "\", more than " + std::to_string(nMost) + " (" +
-                             LIST_ELEMENTS_VARIABLE + ")");
+        throw ReplyTooLarge(std::to_string(pValue->Size()) + " elements in the list \"" +
+                            std::string(strName) + "\", more than " + std::to_string(nMost) + " (" +
+                            LIST_ELEMENTS_VARIABLE + ")");
     }
     return {pValue->Begin(), pValue->End()};
 }
 
 // The parse is iterative: it accepts the same texts as the recursive one, but no depth of nesting can exhaust
 // the stack. It leaves the texts where they are in the copy of the body, which is cheaper than a copy each.
-CReplyReader::CReplyReader(const std::string& strBody, EArrayRoot eArrayRoot)
-    : m_strBody(CheckedBody(strBody))
+ReplyReader::ReplyReader(const std::string& strBody, ArrayRoot eArrayRoot) : m_strBody(CheckedBody(strBody))
 {
     m_document.ParseInsitu<rapidjson::kParseIterativeFlag>(m_strBody.data());
     if (m_document.HasParseError()) {
-        m_nResult = -1;
-    } else if (!m_document.IsArray()) {
+        return;
+    }
+    if (!m_document.IsArray()) {
         Judge(m_document);
-    } else if (eArrayRoot == EArrayRoot::FirstElement && !m_document.Empty()) {
+    } else if (eArrayRoot == ArrayRoot::FirstElement && !m_document.Empty()) {
         Judge(m_document[0]);
+    } else {
+        m_nResult = 0;
     }
 }
 
-void CReplyReader::Judge(const JsonValue& root)
+void ReplyReader::Judge(const JsonValue& root)
 {
-    m_members = CJsonObject(&root);
+    m_members = JsonObject(&root);
     m_bSuccess = m_members.Bool("success").value_or(false);
     m_nResult = m_bSuccess ? 0 : -1;
 }

@@ -14,7 +14,7 @@ namespace VelCSDK
 
 /// Memory for RapidJSON, which takes it for granted that there is some.
 /// @throws std::bad_alloc
-struct SJsonMemory {
+struct JsonMemory {
     static const bool kNeedFree = true;
 
     void* Malloc(std::size_t nBytes) { return Realloc(nullptr, 0, nBytes); }
@@ -22,17 +22,17 @@ struct SJsonMemory {
     static void Free(void* pMemory);
 };
 
-using JsonPool = rapidjson::MemoryPoolAllocator<SJsonMemory>;
+using JsonPool = rapidjson::MemoryPoolAllocator<JsonMemory>;
 using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<>, JsonPool>;
-using JsonDocument = rapidjson::GenericDocument<rapidjson::UTF8<>, JsonPool, SJsonMemory>;
+using JsonDocument = rapidjson::GenericDocument<rapidjson::UTF8<>, JsonPool, JsonMemory>;
 
 /// What a reply holds exceeds a limit (see ReplyLimits.h).
-struct CReplyTooLarge : std::length_error {
+struct ReplyTooLarge : std::length_error {
     using std::length_error::length_error;
 };
 
 /// The elements of a JSON array, in order.
-struct SJsonElements {
+struct JsonElements {
     const JsonValue* pBegin = nullptr;
     const JsonValue* pEnd = nullptr;
 
@@ -43,10 +43,10 @@ struct SJsonElements {
 
 /// Looks members up in a JSON object, exactly and case-sensitively; of members of the same name the first
 /// counts. A value that is no object has no members. Lives no longer than the document that it looks into.
-class CJsonObject
+class JsonObject
 {
 public:
-    explicit CJsonObject(const JsonValue* pValue = nullptr)
+    explicit JsonObject(const JsonValue* pValue = nullptr)
         : m_pObject(pValue != nullptr && pValue->IsObject() ? pValue : nullptr)
     {
     }
@@ -60,10 +60,10 @@ public:
     /// A member that is true or false; nothing for anything else.
     std::optional<bool> Bool(std::string_view strName) const;
     /// An object member; an object without members for anything else.
-    CJsonObject Object(std::string_view strName) const;
+    JsonObject Object(std::string_view strName) const;
     /// The elements of an array member; none for anything else.
-    /// @throws CReplyTooLarge
-    SJsonElements Array(std::string_view strName) const;
+    /// @throws ReplyTooLarge
+    JsonElements Array(std::string_view strName) const;
 
 private:
     const JsonValue* Find(std::string_view strName) const;
@@ -72,7 +72,7 @@ private:
 };
 
 // Inline, so that a comparison with a name that is written out becomes one of a few words.
-inline const JsonValue* CJsonObject::Find(std::string_view strName) const
+inline const JsonValue* JsonObject::Find(std::string_view strName) const
 {
     if (m_pObject == nullptr) {
         return nullptr;
@@ -85,49 +85,52 @@ inline const JsonValue* CJsonObject::Find(std::string_view strName) const
     return nullptr;
 }
 
-inline std::string CJsonObject::Text(std::string_view strName) const
+inline std::string JsonObject::Text(std::string_view strName) const
 {
     const JsonValue* const pValue = Find(strName);
     return pValue != nullptr && pValue->IsString() ? std::string(pValue->GetString()) : std::string();
 }
 
-inline std::optional<int> CJsonObject::Int(std::string_view strName) const
+inline std::optional<int> JsonObject::Int(std::string_view strName) const
 {
     const JsonValue* const pValue = Find(strName);
     return pValue != nullptr && pValue->IsInt() ? std::make_optional(pValue->GetInt()) : std::nullopt;
 }
 
-inline std::string CJsonObject::IntText(std::string_view strName) const
+inline std::string JsonObject::IntText(std::string_view strName) const
 {
     const std::optional<int> nValue = Int(strName);
     return nValue ? std::to_string(*nValue) : std::string();
 }
 
-inline std::optional<bool> CJsonObject::Bool(std::string_view strName) const
+inline std::optional<bool> JsonObject::Bool(std::string_view strName) const
 {
     const JsonValue* const pValue = Find(strName);
     return pValue != nullptr && pValue->IsBool() ? std::make_optional(pValue->GetBool()) : std::nullopt;
 }
 
-inline CJsonObject CJsonObject::Object(std::string_view strName) const
+inline JsonObject JsonObject::Object(std::string_view strName) const
 {
-    return CJsonObject(Find(strName));
+    return JsonObject(Find(strName));
 }
 
 /// What an array at a reply's root means.
-enum class EArrayRoot {
+enum class ArrayRoot {
     FirstElement, ///< its first element is read as if it stood alone; an empty array is a success
     Success,      ///< any array is a success without content
 };
 
 /// A parsed reply: whether it is a success, and the object that its members are read from.
-class CReplyReader
+class ReplyReader
 {
 public:
-    /// @throws CReplyTooLarge, std::bad_alloc
-    explicit CReplyReader(const std::string& strBody, EArrayRoot eArrayRoot = EArrayRoot::FirstElement);
+    /// A reply that failed: it has no members.
+    ReplyReader() = default;
 
-    /// 0 when the member "success" is true, or when there was nothing to judge (see `EArrayRoot`); -1 when it
+    /// @throws ReplyTooLarge, std::bad_alloc
+    ReplyReader(const std::string& strBody, ArrayRoot eArrayRoot);
+
+    /// 0 when the member "success" is true, or when there was nothing to judge (see `ArrayRoot`); -1 when it
     /// is anything else or missing, or when the body doesn't parse.
     int Result() const { return m_nResult; }
 
@@ -135,7 +138,7 @@ public:
     bool Success() const { return m_bSuccess; }
 
     /// The object that the members are read from.
-    const CJsonObject& Members() const { return m_members; }
+    const JsonObject& Members() const { return m_members; }
 
 private:
     void Judge(const JsonValue& root);
@@ -147,9 +150,19 @@ private:
     alignas(std::max_align_t) std::array<char, VALUE_BYTES> m_arValues;
     JsonPool m_allocator{m_arValues.data(), m_arValues.size()};
     JsonDocument m_document{&m_allocator};
-    CJsonObject m_members;
-    int m_nResult = 0;
+    JsonObject m_members;
+    int m_nResult = -1;
     bool m_bSuccess = false;
+};
+
+/// A reply that is judged by its member "success".
+template <ArrayRoot eArrayRoot>
+struct SuccessReply : ReplyReader {
+    SuccessReply() = default;
+    explicit SuccessReply(const std::string& strBody) : ReplyReader(strBody, eArrayRoot) {}
+
+    /// Such a reply brings no description of its failure.
+    static std::string Message() { return {}; }
 };
 
 } // namespace VelCSDK

@@ -1,5 +1,7 @@
 #include "UserData.h"
 
+#include "requests/AllRequests.h"
+
 #include <mutex>
 #include <unordered_map>
 
@@ -8,31 +10,33 @@ namespace VelCSDK
 namespace
 {
 
-template <int nType>
-bool FreeAs(int nActualType, void* pUserData) noexcept
+/// @return whether the user data was that of a `Request`; then it is freed
+template <class Request>
+bool FreeAs(int nType, void* pUserData) noexcept
 {
-    if (nActualType != nType) {
+    if (nType != Request::FORM.nType) {
         return false;
     }
-    delete static_cast<typename UserDataOf<nType>::Type*>(pUserData);
+    delete static_cast<typename Request::Arguments*>(pUserData);
     return true;
 }
 
-template <int... nTypes>
-void FreeAsOneOf(int nActualType, void* pUserData) noexcept
+template <class... Request>
+void Free(RequestList<Request...> /*all*/, int nType, void* pUserData) noexcept
 {
-    static_cast<void>((FreeAs<nTypes>(nActualType, pUserData) || ...));
+    static_cast<void>((FreeAs<Request>(nType, pUserData) || ...));
 }
 
 /// The user data of all requests that have no answer yet, with the types of their requests.
-struct SUnderWay {
+struct RequestsUnderWay {
     std::mutex mutex;
     std::unordered_map<const void*, int> mapType;
 };
 
-SUnderWay& UnderWay()
+RequestsUnderWay& UnderWay()
 {
-    static SUnderWay& underWay = *new SUnderWay; // never destroyed: answers come until the process ends
+    static RequestsUnderWay& underWay =
+        *new RequestsUnderWay; // never destroyed: answers come until the process ends
     return underWay;
 }
 
@@ -41,7 +45,7 @@ bool TakeUnderWay(int nType, const void* pUserData) noexcept
     if (pUserData == nullptr) {
         return false;
     }
-    SUnderWay& underWay = UnderWay();
+    RequestsUnderWay& underWay = UnderWay();
     const std::lock_guard<std::mutex> lock(underWay.mutex);
     const auto found = underWay.mapType.find(pUserData);
     if (found == underWay.mapType.end() || found->second != nType) {
@@ -55,23 +59,19 @@ bool TakeUnderWay(int nType, const void* pUserData) noexcept
 
 void PutUnderWay(int nType, void* pUserData)
 {
-    SUnderWay& underWay = UnderWay();
+    RequestsUnderWay& underWay = UnderWay();
     const std::lock_guard<std::mutex> lock(underWay.mutex);
     underWay.mapType.emplace(pUserData, nType);
 }
 
-CUserData::CUserData(int nType, void* pUserData) noexcept
+UserData::UserData(int nType, void* pUserData) noexcept
     : m_nType(nType), m_pUserData(TakeUnderWay(nType, pUserData) ? pUserData : nullptr)
 {
 }
 
-CUserData::~CUserData()
+UserData::~UserData()
 {
-    FreeAsOneOf<RequestType::GetUserInfo, RequestType::ReportChlStatus, RequestType::GetProjects,
-                RequestType::GetSupportVer, RequestType::GetBattStatus, RequestType::GetAutoExport,
-                RequestType::GetFtpFilePath, RequestType::GetChannelCheckData,
-                RequestType::GetWhetherInCommon, RequestType::PostUploadData, RequestType::ReportCycleData>(
-        m_nType, m_pUserData);
+    Free(AllRequests(), m_nType, m_pUserData);
 }
 
 } // namespace VelCSDK

@@ -2,15 +2,12 @@
 
 #include "CDataResponse.h"
 #include "QueryString.h"
-#include "RequestCatalogue.h"
 #include "ServerUrl.h"
 
 #include "platform/reply/ReplyLimits.h"
 
 #include <ktshttpagent/chttpclient.h>
 #include <ktshttpagent/clog.h>
-
-#include <json/writer.h>
 
 #include <utility>
 #include <vector>
@@ -29,7 +26,7 @@ VelClientSDk::VelClientSDk()
         Log_Write(1, "VelCSDK::VelClientSDk::VelClientSDk", 1, "%s", strComplaint.c_str());
     }
     CHttpClientInit();
-    CDataResponse::Instance();
+    CDataResponse::Instance()->SetEndpointPaths(m_pPaths);
 }
 
 // The transport ends first: what it still delivers on its way out is decoded by decoders that are there.
@@ -43,7 +40,7 @@ void VelClientSDk::Init()
 {
     m_pSource.reset();
     m_pAux.reset();
-    m_pSource = std::make_unique<CSource>();
+    m_pSource = std::make_unique<CSource>(m_host);
     m_pAux = std::make_unique<SDKFactory>();
 }
 
@@ -60,55 +57,24 @@ void VelClientSDk::SetServerUrl(std::string url)
 
 void VelClientSDk::SetResponseCallBack(ResponseCallBack fn)
 {
-    auto pResponse = std::make_shared<const ResponseCallBack>(std::move(fn));
-    const std::lock_guard<std::mutex> lock(m_mutexResponse);
-    m_pResponse.swap(pResponse); // the earlier one goes after the lock is released
+    m_host.Set(std::move(fn));
 }
 
 void VelClientSDk::Reserved() {}
 
 void VelClientSDk::SetUrlMap(std::map<int, std::string> map)
 {
-    const std::lock_guard<std::mutex> lock(m_mutexUrl);
-    m_mapUrl.swap(map); // the earlier ones go after the lock is released
+    m_pPaths->Set(std::move(map));
 }
 
 std::string VelClientSDk::GetUrl(int id)
 {
-    const std::lock_guard<std::mutex> lock(m_mutexUrl);
-    const auto found = m_mapUrl.find(id);
-    return found != m_mapUrl.end() && !found->second.empty() ? found->second : DefaultEndpointPath(id);
+    return m_pPaths->Of(id);
 }
 
 ResponseCallBack VelClientSDk::GetResponseCallBack(const std::string& /*key*/) const
 {
-    // What is copied is the host's, and may do anything: nothing is locked meanwhile.
-    const std::shared_ptr<const ResponseCallBack> pResponse = HeldResponseCallBack();
-    return pResponse != nullptr ? *pResponse : ResponseCallBack();
-}
-
-std::shared_ptr<const ResponseCallBack> VelClientSDk::HeldResponseCallBack() const noexcept
-{
-    const std::lock_guard<std::mutex> lock(m_mutexResponse);
-    return m_pResponse;
-}
-
-std::string VelClientSDk::RequestUrl(int nType)
-{
-    return m_strBaseUrl + GetUrl(nType);
-}
-
-void VelClientSDk::HandToTransport(int nType, const std::string& strUrl, const std::string& strBody,
-                                   void* pUserData)
-{
-    const SRequestForm& form = *FindRequestForm(nType);
-    const std::string strHeader = form.szHeader;
-    CHttpClientSendRequest(nType, strUrl, strBody, pUserData, form.bPost, !strHeader.empty(), strHeader);
-}
-
-std::string WriteJson(const Json::Value& value)
-{
-    return Json::FastWriter().write(value);
+    return m_host.Copy();
 }
 
 IVelClientSDk* SDKFactory::GetInstance()

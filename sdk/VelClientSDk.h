@@ -1,15 +1,13 @@
 #pragma once
 
 #include "CSource.h"
-#include "UserData.h"
+#include "EndpointPaths.h"
+#include "HostCallBack.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
 
-#include <json/value.h>
-
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace VelCSDK
@@ -48,56 +46,25 @@ public:
     void ReportCycleData(std::string json) override;
     void ReportStepData(std::string json) override;
 
-    /// A copy of the response callback; empty when none is set. The key is not looked at.
+    /// A copy of the response callback; empty when none is set. The key is not looked at; it is kept since
+    /// callers are described as passing "source".
     ResponseCallBack GetResponseCallBack(const std::string& key) const;
-
-    /// The response callback itself, for whom there is no memory for a copy; null when none was ever set.
-    std::shared_ptr<const ResponseCallBack> HeldResponseCallBack() const noexcept;
 
 private:
     friend struct SDKFactory;
     VelClientSDk();
 
-    /// Base URL and endpoint path of a request.
-    std::string RequestUrl(int nType);
-
-    /// Sends a query: the members of `object` as query string and, for a transport that wants it, as body.
-    template <int nType>
-    void SendQuery(typename UserDataOf<nType>::Type userData, const Json::Value& object);
-
-    /// Sends a request whose user data is a new copy of `userData`. Where the transport throws, that is
+    /// Sends a request, whose user data is a copy of its arguments. Where the transport throws, that is
     /// freed, unless an answer took it over against the transport's contract.
-    template <int nType>
-    void Send(typename UserDataOf<nType>::Type userData, const std::string& strUrl,
-              const std::string& strBody);
-
-    /// Hands a request to the transport in the form that the catalogue gives its type.
-    static void HandToTransport(int nType, const std::string& strUrl, const std::string& strBody,
-                                void* pUserData);
+    /// @param more  what the request is made of beside the arguments that it keeps
+    template <class Request, class... More>
+    void Send(typename Request::Arguments arguments, const More&... more);
 
     std::unique_ptr<CSource> m_pSource; ///< null until `Init`
-    std::unique_ptr<SDKFactory> m_pAux; ///< null until `Init`
-    mutable std::mutex m_mutexResponse; ///< guards the callback, which a delivery may be asking for
-    std::shared_ptr<const ResponseCallBack> m_pResponse; ///< null until one is set
+    std::unique_ptr<SDKFactory> m_pAux; ///< null until `Init`; used by nobody, kept since it is described
     std::string m_strBaseUrl;
-    std::mutex m_mutexUrl; ///< guards the paths, one of which a delivery that failed may be asking for
-    std::map<int, std::string> m_mapUrl;
+    HostCallBack m_host;
+    const std::shared_ptr<EndpointPaths> m_pPaths = std::make_shared<EndpointPaths>();
 };
-
-/// The compact text of a JSON value, with a line feed at its end.
-std::string WriteJson(const Json::Value& value);
-
-template <int nType>
-void VelClientSDk::Send(typename UserDataOf<nType>::Type userData, const std::string& strUrl,
-                        const std::string& strBody)
-{
-    void* const pUserData = NewUserData<nType>(std::move(userData));
-    try {
-        HandToTransport(nType, strUrl, strBody, pUserData);
-    } catch (...) {
-        const CUserData takenBack(nType, pUserData);
-        throw;
-    }
-}
 
 } // namespace VelCSDK

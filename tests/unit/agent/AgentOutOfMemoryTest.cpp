@@ -6,12 +6,12 @@
 #include "CallWithFailing.h"
 #include "LongOperations.h"
 #include "PayloadText.h"
-#include "RequestCatalogue.h"
 #include "SyncWait.h"
 #include "WaitWatch.h"
 
 #include "net/NAManager.h"
 
+#include <ktshttpagent/RequestType.h>
 #include <ktshttpagent/ResultVariants.h>
 
 #include <QCoreApplication>

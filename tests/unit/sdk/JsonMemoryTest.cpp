@@ -5,7 +5,7 @@
 // The same as with the parser's own allocators.
 TEST(JsonMemory, GivesAndTakesMemory)
 {
-    VelCSDK::SJsonMemory memory;
+    VelCSDK::JsonMemory memory;
     void* pMemory = memory.Realloc(nullptr, 0, 10);
     ASSERT_NE(pMemory, nullptr);
     static_cast<char*>(pMemory)[9] = 'x';

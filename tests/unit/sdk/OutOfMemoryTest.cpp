@@ -4,7 +4,8 @@
 #include "CallWithFailing.h"
 #include "LongOperations.h"
 #include "PayloadText.h"
-#include "RequestCatalogue.h"
+
+#include <ktshttpagent/RequestType.h>
 
 #include <array>
 #include <limits>

@@ -1,6 +1,7 @@
 #include "SdkFixture.h"
 
 #include "sdk/UserData.h"
+#include "sdk/requests/AllRequests.h"
 
 namespace
 {
@@ -63,19 +64,19 @@ std::vector<std::string> OneText(const void* pUser)
 
 std::vector<std::string> ProjectTexts(const void* pUser)
 {
-    const auto& query = *static_cast<const VelCSDK::SProjectsQuery*>(pUser);
+    const auto& query = *static_cast<const VelCSDK::Requests::GetProjects::Arguments*>(pUser);
     return {query.dxtm, query.t};
 }
 
 std::vector<std::string> AutoExportTexts(const void* pUser)
 {
-    const auto& query = *static_cast<const VelCSDK::SAutoExportQuery*>(pUser);
+    const auto& query = *static_cast<const VelCSDK::Requests::GetAutoExport::Arguments*>(pUser);
     return {query.bjtzser, query.csxmser, query.dxtm};
 }
 
 std::vector<std::string> FtpPathTexts(const void* pUser)
 {
-    const auto& query = *static_cast<const VelCSDK::SFtpFilePathQuery*>(pUser);
+    const auto& query = *static_cast<const VelCSDK::Requests::GetFtpFilePath::Arguments*>(pUser);
     return {query.bjtzser, query.csxmser, query.supplier, query.batteryStatus};
 }
 

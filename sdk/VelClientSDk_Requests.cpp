@@ -1,0 +1,124 @@
+#include "VelClientSDk.h"
+
+#include "UserData.h"
+#include "requests/AllRequests.h"
+
+#include <ktshttpagent/chttpclient.h>
+
+#include <type_traits>
+#include <utility>
+
+namespace VelCSDK
+{
+namespace
+{
+
+void HandToTransport(const RequestForm& form, const std::string& strUrl, const std::string& strBody,
+                     void* pUserData)
+{
+    const std::string strHeader = form.szHeader;
+    CHttpClientSendRequest(form.nType, strUrl, strBody, pUserData, form.eMethod == Method::Post,
+                           !strHeader.empty(), strHeader);
+}
+
+} // namespace
+
+template <class Request, class... More>
+void VelClientSDk::Send(typename Request::Arguments arguments, const More&... more)
+{
+    static_assert(AllRequests::CONTAINS<Request>, "the list of requests lacks this one");
+    const RequestText text = Request::Outgoing(arguments, more...);
+    const std::string strUrl = m_strBaseUrl + GetUrl(Request::FORM.nType) + text.strAfterPath;
+    if constexpr (std::is_same_v<typename Request::Arguments, NoArguments>) {
+        HandToTransport(Request::FORM, strUrl, text.strBody, nullptr);
+    } else {
+        void* const pUserData = NewUserData<Request>(std::move(arguments));
+        try {
+            HandToTransport(Request::FORM, strUrl, text.strBody, pUserData);
+        } catch (...) {
+            const UserData takenBack(Request::FORM.nType, pUserData);
+            throw;
+        }
+    }
+}
+
+void VelClientSDk::GetUserInfo(int userId)
+{
+    Send<Requests::GetUserInfo>(userId);
+}
+
+void VelClientSDk::ReportChlStatus(std::string t, KTSStartPlugin::tagRepoChlStatusInfo& info)
+{
+    Send<Requests::ReportChlStatus>(std::move(t), info);
+}
+
+void VelClientSDk::ReportIncubatorStatus(KTSStartPlugin::tagRepoIncubatorStatus& status)
+{
+    Send<Requests::ReportIncubatorStatus>({}, status);
+}
+
+void VelClientSDk::GetProjects(std::string dxtm, std::string t)
+{
+    Send<Requests::GetProjects>({std::move(dxtm), std::move(t)});
+}
+
+void VelClientSDk::GetSupportVer(std::string t)
+{
+    Send<Requests::GetSupportVer>(std::move(t));
+}
+
+void VelClientSDk::GetBattStatus(std::string t)
+{
+    Send<Requests::GetBattStatus>(std::move(t));
+}
+
+void VelClientSDk::GetAutoExport(std::string bjtzser, std::string csxmser, std::string dxtm)
+{
+    Send<Requests::GetAutoExport>({std::move(bjtzser), std::move(csxmser), std::move(dxtm)});
+}
+
+void VelClientSDk::GetFtpFilePath(std::string bjtzser, std::string csxmser, std::string supplier,
+                                  std::string batteryStatus)
+{
+    Send<Requests::GetFtpFilePath>(
+        {std::move(bjtzser), std::move(csxmser), std::move(supplier), std::move(batteryStatus)});
+}
+
+void VelClientSDk::GetChannelCheckData(int wtNumId, int xmNameId, std::string dxtm, std::string deviceId,
+                                       std::string chl, std::string purpose)
+{
+    Send<Requests::GetChannelCheckData>(
+        {wtNumId, xmNameId, std::move(dxtm), std::move(deviceId), std::move(chl), std::move(purpose)});
+}
+
+void VelClientSDk::GetWhetherInCommon(std::string dxtm)
+{
+    Send<Requests::GetWhetherInCommon>(std::move(dxtm));
+}
+
+// The server has these two queries, but the operations deliberately send nothing.
+void VelClientSDk::GetChannelUpDownPlatform(int /*unused*/, int /*unused*/, std::string /*unused*/,
+                                            std::string /*unused*/, std::string /*unused*/,
+                                            std::string /*unused*/, int /*unused*/, std::string /*unused*/)
+{
+}
+
+void VelClientSDk::GetCdlxFileListByDxtmList(std::string /*dxtmList*/) {}
+
+void VelClientSDk::PostUploadData(tagBatteryTestData& data)
+{
+    Send<Requests::PostUploadData>(data);
+}
+
+void VelClientSDk::ReportCycleData(std::string json)
+{
+    Send<Requests::ReportCycleData>(std::move(json));
+}
+
+// Step data travels as cycle data: same endpoint, same id.
+void VelClientSDk::ReportStepData(std::string json)
+{
+    ReportCycleData(std::move(json));
+}
+
+} // namespace VelCSDK

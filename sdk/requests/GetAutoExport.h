@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Request.h"
+
+namespace VelCSDK::Requests
+{
+
+/// The data that an export file of a cell is filled with.
+///
+///     GET vomd/system/autoExport.action?bjtzser=B01&csxmser=C02&dxtm=CELL-1
+///     {"success":true,"result":{"strCustomer":"ACME","strBatchNumber":"24-07",...}}
+struct GetAutoExport {
+    static constexpr RequestForm FORM{RequestType::GetAutoExport, "vomd/system/autoExport.action",
+                                      Method::Get, NO_HEADER};
+    struct Arguments {
+        std::string bjtzser;
+        std::string csxmser;
+        std::string dxtm; ///< barcode
+    };
+    using Reply = SuccessReply<ArrayRoot::FirstElement>;
+    using Record = SResponseGetAutoExport;
+
+    static RequestText Outgoing(const Arguments& arguments);
+    static void Read(const Reply& reply, const Arguments* pAsked, Record& record);
+};
+
+} // namespace VelCSDK::Requests

@@ -1,0 +1,20 @@
+#include "GetWhetherInCommon.h"
+
+namespace VelCSDK::Requests
+{
+
+Json::Value GetWhetherInCommon::Query(const Arguments& dxtm)
+{
+    Json::Value query;
+    query["dxtm"] = dxtm;
+    return query;
+}
+
+void GetWhetherInCommon::Read(const Reply& reply, const Arguments* /*pAsked*/, Record& record)
+{
+    record.bSuccess = reply.Success();
+    record.strMessage = reply.Members().Text("message");
+    record.bCommon = reply.Members().Bool("common").value_or(false);
+}
+
+} // namespace VelCSDK::Requests

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Request.h"
+
+namespace VelCSDK::Requests
+{
+
+/// Whether a cell barcode is in common.
+///
+///     GET vomd/system/whetherInCommon.action?dxtm=CELL-1
+///     {"success":true,"message":"","common":false}
+///
+/// Any array as reply is a success that says nothing.
+struct GetWhetherInCommon {
+    static constexpr RequestForm FORM{RequestType::GetWhetherInCommon, "vomd/system/whetherInCommon.action",
+                                      Method::Get, NO_HEADER};
+    using Arguments = std::string; ///< `dxtm`, the barcode
+    using Reply = SuccessReply<ArrayRoot::Success>;
+    using Record = SResponseGetWhetherInCommon;
+
+    /// The members of the query, for the blocking interface too.
+    static Json::Value Query(const Arguments& dxtm);
+    static RequestText Outgoing(const Arguments& dxtm) { return QueryText(Query(dxtm)); }
+    static void Read(const Reply& reply, const Arguments* pAsked, Record& record);
+};
+
+} // namespace VelCSDK::Requests
