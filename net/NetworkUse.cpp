@@ -1,5 +1,6 @@
 #include "NetworkUse.h"
 
+#include "platform/system/NeverDestroyed.h"
 #include "platform/system/ProcessEnd.h"
 
 #include <QAbstractEventDispatcher>
@@ -61,11 +62,10 @@ struct SThreads {
     }
 };
 
-/// Never destroyed: the end of the process needs it.
 SThreads& Threads()
 {
-    static SThreads& threads = *new SThreads;
-    return threads;
+    static const NeverDestroyed<SThreads> threads; // the end of the process needs it
+    return *threads;
 }
 
 void Count(SThread& thread, int nChange)

@@ -4,6 +4,8 @@
 
 #if defined(_WIN32)
 
+#include "NeverDestroyed.h"
+
 #include <windows.h>
 
 #include <mutex>
@@ -27,11 +29,10 @@ struct SHandlers {
     std::vector<void (*)()> vecCalls;
 };
 
-/// Never destroyed: the end of the process is what it is for.
 SHandlers& Handlers()
 {
-    static SHandlers& handlers = *new SHandlers;
-    return handlers;
+    static const NeverDestroyed<SHandlers> handlers; // the end of the process is what it is for
+    return *handlers;
 }
 
 /// Called once for each handler and C runtime; those that an earlier call has taken are not called again.
