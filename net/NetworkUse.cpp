@@ -140,9 +140,14 @@ struct SOwner {
     ~SOwner()
     {
         t_bGone = true;
-        if (ThreadsAreGone()) { // for which each manager would wait, and one of which may hold a lock of Qt's
-            return;
-        }
+        // A manager waits for a thread of its own, and a thread that is no more may hold a lock of Qt's.
+        UnlessThreadsAreGone([this] { Leave(); });
+    }
+    SOwner(const SOwner&) = delete;
+    SOwner& operator=(const SOwner&) = delete;
+
+    void Leave() const
+    {
         EndAll(*pThread);
         {
             const std::lock_guard<std::mutex> lock(Threads().mutex);
@@ -152,8 +157,6 @@ struct SOwner {
         }
         delete pThread;
     }
-    SOwner(const SOwner&) = delete;
-    SOwner& operator=(const SOwner&) = delete;
 };
 
 /// @return null once the thread is past its end

@@ -84,41 +84,35 @@ const int g_nForksPrepared = pthread_atfork(&BeforeFork, &AfterForkInParent, &Af
 
 bool CHttpClientInit()
 {
-    if (ThreadsAreGone()) {
-        return false;
-    }
-    const bool bRuns = Transport().Start();
-    // After libcurl is initialised, hence run before what libcurl's own libraries put up for the exit.
-    RegisterEndAtExit();
-    return bRuns;
+    return UnlessThreadsAreGone([] {
+        const bool bRuns = Transport().Start();
+        // After libcurl is initialised, hence run before what libcurl's own libraries put up for the exit.
+        RegisterEndAtExit();
+        return bRuns;
+    });
 }
 
 void CHttpClientUnInit()
 {
-    if (!ThreadsAreGone()) { // whom it would wait for
-        Transport().Stop();
-    }
+    UnlessThreadsAreGone([] { Transport().Stop(); });
 }
 
 void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse)
 {
-    if (!ThreadsAreGone()) {
-        Transport().SetReceiver(std::move(fnResponse));
-    }
+    UnlessThreadsAreGone([&] { Transport().SetReceiver(std::move(fnResponse)); });
 }
 
 void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody, void* pUserData,
                             bool bPost, bool bHeader, const std::string& strHeader)
 {
-    if (ThreadsAreGone()) {
-        return;
-    }
-    chttpclient::SHttpExchange request;
-    request.nType = nType;
-    request.strUrl = strUrl;
-    request.strBody = strBody;
-    request.pUserData = pUserData;
-    request.bPost = bPost;
-    request.strHeader = bHeader ? strHeader : std::string();
-    Transport().Send(std::move(request));
+    UnlessThreadsAreGone([&] {
+        chttpclient::SHttpExchange request;
+        request.nType = nType;
+        request.strUrl = strUrl;
+        request.strBody = strBody;
+        request.pUserData = pUserData;
+        request.bPost = bPost;
+        request.strHeader = bHeader ? strHeader : std::string();
+        Transport().Send(std::move(request));
+    });
 }

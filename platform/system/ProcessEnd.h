@@ -18,3 +18,12 @@ void StayLoaded();
 /// lock may be held for ever by a thread that is no more. Always false on Linux, where threads run to the
 /// end.
 bool ThreadsAreGone();
+
+/// Calls a function that would wait for other threads, or for a lock of theirs, unless they are gone.
+/// @return what the function returns; where it is not called, false, null or 0, as its type has it
+template <class Function>
+auto UnlessThreadsAreGone(Function fn)
+{
+    using Result = decltype(fn());
+    return ThreadsAreGone() ? Result() : fn();
+}

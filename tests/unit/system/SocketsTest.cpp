@@ -4,7 +4,6 @@
 
 #include "ProcessUse.h"
 #include "SystemCalls.h"
-#include "platform/system/ProcessEnd.h"
 #include "platform/system/StopSignal.h"
 
 #include <gmock/gmock.h>
@@ -109,16 +108,4 @@ TEST(SignalToStop, IsWaitedForUntilItIsRaised)
         EXPECT_TRUE(stop.WaitFor(0ms)) << "it stays raised";
     }
     EXPECT_EQ(OpenDescriptors(), nBefore);
-}
-
-namespace
-{
-
-void Nothing() {}
-
-} // namespace
-
-TEST(CallAtTheEndOfTheProcess, IsPromised)
-{
-    EXPECT_TRUE(AtProcessEnd(Nothing));
 }
