@@ -2,15 +2,12 @@
 
 #include "Transport.h"
 
+#include "platform/system/AtFork.h"
 #include "platform/system/ProcessEnd.h"
 
 #include <atomic>
 #include <mutex>
 #include <utility>
-
-#if !defined(_WIN32)
-#include <pthread.h>
-#endif
 
 namespace
 {
@@ -48,8 +45,6 @@ void RegisterEndAtExit()
     bRegistered = bRegistered || AtProcessEnd(&EndAtExit);
 }
 
-#if !defined(_WIN32)
-
 void BeforeFork()
 {
     g_mutexMaking.lock();
@@ -74,11 +69,7 @@ void AfterForkInChild()
     g_mutexMaking.unlock();
 }
 
-// Registered as the library is loaded: a fork that is under way already passes by what is registered
-// meanwhile.
-const int g_nForksPrepared = pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
-
-#endif
+const bool g_bForksPrepared = AtFork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
 
 } // namespace
 
