@@ -1,7 +1,7 @@
 // Windows' sockets have to be started. What the library starts it ends, and what the host started stays.
 
-#include "platform/system/Sockets.h"
 #include "HostName.h"
+#include "labserver/StreamSockets.h"
 
 #include <gtest/gtest.h>
 
