@@ -19,7 +19,6 @@
 
 #if defined(_WIN32)
 constexpr Socket NO_SOCKET = INVALID_SOCKET;
-constexpr int SHUT_RD = SD_RECEIVE;
 constexpr int SHUT_WR = SD_SEND;
 constexpr int SHUT_RDWR = SD_BOTH;
 using socklen_t = int;

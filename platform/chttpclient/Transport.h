@@ -51,7 +51,7 @@ private:
     std::shared_ptr<CTransferLoop> m_pLoop;
 
     CDelivery m_delivery;
-    /// Never used again, and never freed: what it holds is the parent's.
+    /// Nothing reads it. It is kept to be no leak, and never freed: what it holds is the parent's.
     [[maybe_unused]] CTransport* const m_pBeforeFork;
 };
 
