@@ -3,6 +3,7 @@
 #include "AgentState.h"
 
 #include "net/NetworkUse.h"
+#include "platform/system/NeverDestroyed.h"
 
 #include <QThread>
 
@@ -21,9 +22,8 @@ struct SRefusedElsewhere {
 
 SRefusedElsewhere& RefusedElsewhere()
 {
-    static SRefusedElsewhere& refused =
-        *new SRefusedElsewhere; // never destroyed: the process's end may need it
-    return refused;
+    static const NeverDestroyed<SRefusedElsewhere> refused; // the process's end may need it
+    return *refused;
 }
 
 bool IsElsewhere(const QObject* pObject)

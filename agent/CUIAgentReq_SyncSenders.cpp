@@ -12,6 +12,7 @@
 #include "net/NAManager.h"
 #include "net/NetworkUse.h"
 #include "platform/reply/ExchangeLimits.h"
+#include "platform/system/NeverDestroyed.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
 #include <ktshttpagent/RequestType.h>
@@ -89,8 +90,8 @@ const char* WhyRefused(const CBlockingCall& call, const QObject* pAgent)
 /// The record of a call of which nothing may come: no reply has.
 const SyncWait& BlankWait()
 {
-    static const SyncWait& blank = *new SyncWait; // never destroyed: by then Qt may be gone
-    return blank;
+    static const NeverDestroyed<SyncWait> blank; // Qt may be gone when static objects are destroyed
+    return *blank;
 }
 
 /// How long a request may take that its call leaves behind, from the beginning of the call on.

@@ -1,5 +1,7 @@
 #include "Deliveries.h"
 
+#include "platform/system/NeverDestroyed.h"
+
 #include <condition_variable>
 #include <mutex>
 #include <set>
@@ -47,11 +49,10 @@ struct SDeliveries {
 namespace
 {
 
-/// Never destroyed: the end of the process needs it.
 SDeliveries& All()
 {
-    static SDeliveries& deliveries = *new SDeliveries;
-    return deliveries;
+    static const NeverDestroyed<SDeliveries> deliveries; // the end of the process needs it
+    return *deliveries;
 }
 
 } // namespace

@@ -1,15 +1,17 @@
 #include "Logging.h"
 
+#include "platform/system/NeverDestroyed.h"
+
 const QLoggingCategory& logReply()
 {
-    static const QLoggingCategory& category = *new QLoggingCategory("ktshttpagent.reply");
-    return category;
+    static const NeverDestroyed<QLoggingCategory> category("ktshttpagent.reply");
+    return *category;
 }
 
 const QLoggingCategory& logResponse()
 {
-    static const QLoggingCategory& category = *new QLoggingCategory("ktshttpagent.response", QtWarningMsg);
-    return category;
+    static const NeverDestroyed<QLoggingCategory> category("ktshttpagent.response", QtWarningMsg);
+    return *category;
 }
 
 void PrepareLogging()

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "labserver/LabHead.h"
-#include "platform/system/StopSignal.h"
+#include "labserver/StopSignal.h"
 
 #include <chrono>
 #include <httplib.h>

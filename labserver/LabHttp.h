@@ -4,7 +4,7 @@
 #include "labserver/LabGate.h"
 #include "labserver/LabListener.h"
 #include "labserver/LabServer.h"
-#include "platform/system/StopSignal.h"
+#include "labserver/StopSignal.h"
 
 #include <httplib.h>
 #include <memory>

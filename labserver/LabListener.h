@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/system/Sockets.h"
-#include "platform/system/StopSignal.h"
+#include "labserver/StopSignal.h"
+#include "labserver/StreamSockets.h"
 
 #include <chrono>
 #include <condition_variable>

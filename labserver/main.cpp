@@ -1,7 +1,7 @@
-#include "labserver/EndSignals.h"
 #include "labserver/HostAndPort.h"
 #include "labserver/LabServer.h"
 
+#include "platform/system/EndSignals.h"
 #include "platform/text/Escaping.h"
 
 #include <CLI/CLI.hpp>

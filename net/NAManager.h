@@ -63,9 +63,10 @@ private:
     SExchangeEnd Read(QNetworkReply& reply, QJsonObject& object);
     void Answer(QNetworkReply& reply);
 
+    // Nothing reads these three; they stay since the interface names them.
     int m_nMethod = METHOD_POST; ///< of the request sent
-    QString m_strReserved;       ///< unused
-    qint64 m_nReserved = 0;      ///< unused
+    QString m_strReserved;
+    qint64 m_nReserved = 0;
     std::function<void(const SExchangeEnd&)> m_fnEnd;
     bool m_bEnded = false;
     std::unique_ptr<CReplyBody> m_pBody; ///< of the reply, once the request is sent

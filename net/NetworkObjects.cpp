@@ -1,5 +1,6 @@
 #include "NetworkUse.h"
 
+#include "platform/system/NeverDestroyed.h"
 #include "platform/system/ProcessEnd.h"
 #include "platform/system/QuietThread.h"
 
@@ -59,7 +60,8 @@ struct SRequests {
 /// @return false when they take too long; they go on then
 bool MadeRequestsInTime()
 {
-    static SRequests& requests = *new SRequests; // never destroyed: the thread may still run then
+    static const NeverDestroyed<SRequests> made; // the thread may still run at the end of the process
+    SRequests& requests = *made;
     if (requests.end.wait_for(LONGEST_WAIT) != std::future_status::ready) {
         return false;
     }

@@ -1,5 +1,6 @@
 #include "NetworkUse.h"
 
+#include "platform/system/NeverDestroyed.h"
 #include "platform/system/ProcessEnd.h"
 
 #include <QAbstractEventDispatcher>
@@ -62,11 +63,10 @@ struct SThreads {
     }
 };
 
-/// Never destroyed: the end of the process needs it.
 SThreads& Threads()
 {
-    static SThreads& threads = *new SThreads;
-    return threads;
+    static const NeverDestroyed<SThreads> threads; // the end of the process needs it
+    return *threads;
 }
 
 void Count(SThread& thread, int nChange)
@@ -142,9 +142,14 @@ struct SOwner {
     ~SOwner()
     {
         t_bGone = true;
-        if (ThreadsAreGone()) { // a manager would wait for its thread, or for a lock of Qt's
-            return;
-        }
+        // A manager waits for a thread of its own, and a thread that is no more may hold a lock of Qt's.
+        UnlessThreadsAreGone([this] { Leave(); });
+    }
+    SOwner(const SOwner&) = delete;
+    SOwner& operator=(const SOwner&) = delete;
+
+    void Leave() const
+    {
         EndAll(*pThread);
         {
             const std::lock_guard<std::mutex> lock(Threads().mutex);
@@ -154,8 +159,6 @@ struct SOwner {
         }
         delete pThread;
     }
-    SOwner(const SOwner&) = delete;
-    SOwner& operator=(const SOwner&) = delete;
 };
 
 /// @return null once the thread's owner object is destroyed

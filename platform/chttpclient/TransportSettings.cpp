@@ -23,12 +23,6 @@ std::chrono::milliseconds ReadTime(const char* szName, std::chrono::milliseconds
         EnvironmentNumber(szName, time.count(), {nMin, MAX_MILLISECONDS}, vecComplaints));
 }
 
-std::size_t ReadCount(const char* szName, std::size_t nCount, std::int64_t nMax, Complaints& vecComplaints)
-{
-    return static_cast<std::size_t>(
-        EnvironmentNumber(szName, static_cast<std::int64_t>(nCount), {1, nMax}, vecComplaints));
-}
-
 } // namespace
 
 STransportSettings ReadTransportSettings()
@@ -38,10 +32,10 @@ STransportSettings ReadTransportSettings()
     settings.connectTimeout =
         ReadTime("CHTTPCLIENT_CONNECT_TIMEOUT_MS", settings.connectTimeout, 1, vecComplaints);
     static_cast<SExchangeLimits&>(settings) = ReadExchangeLimits(vecComplaints);
-    settings.nHostConnections =
-        ReadCount("CHTTPCLIENT_HOST_CONNECTIONS", settings.nHostConnections, 1'000, vecComplaints);
-    settings.nMaxOutstanding = ReadCount("CHTTPCLIENT_MAX_OUTSTANDING", settings.nMaxOutstanding,
-                                         std::numeric_limits<int>::max(), vecComplaints);
+    settings.nHostConnections = EnvironmentNumber("CHTTPCLIENT_HOST_CONNECTIONS", settings.nHostConnections,
+                                                  {1, 1'000}, vecComplaints);
+    settings.nMaxOutstanding = EnvironmentNumber("CHTTPCLIENT_MAX_OUTSTANDING", settings.nMaxOutstanding,
+                                                 {1, std::numeric_limits<int>::max()}, vecComplaints);
     settings.drain = ReadTime("CHTTPCLIENT_DRAIN_MS", settings.drain, 0, vecComplaints);
     settings.postIdle = ReadTime("CHTTPCLIENT_POST_IDLE_MS", settings.postIdle, 0, vecComplaints);
     settings.strCaFile = EnvironmentVariable("CHTTPCLIENT_CA_FILE").value_or("");

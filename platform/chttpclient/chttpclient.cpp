@@ -2,15 +2,12 @@
 
 #include "Transport.h"
 
+#include "platform/system/AtFork.h"
 #include "platform/system/ProcessEnd.h"
 
 #include <atomic>
 #include <mutex>
 #include <utility>
-
-#if !defined(_WIN32)
-#include <pthread.h>
-#endif
 
 namespace
 {
@@ -48,8 +45,6 @@ void RegisterEndAtExit()
     bRegistered = bRegistered || AtProcessEnd(&EndAtExit);
 }
 
-#if !defined(_WIN32)
-
 void BeforeFork()
 {
     g_mutexMaking.lock();
@@ -74,52 +69,41 @@ void AfterForkInChild()
     g_mutexMaking.unlock();
 }
 
-// Registered when the library is loaded, since a fork in progress does not call handlers that are registered
-// meanwhile.
-const int g_nForksPrepared = pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
-
-#endif
+const bool g_bForksPrepared = AtFork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
 
 } // namespace
 
 bool CHttpClientInit()
 {
-    if (ThreadsAreGone()) {
-        return false;
-    }
-    const bool bRuns = Transport().Start();
-    // Registered after libcurl is initialised, and so called before the exit handlers of libcurl's own
-    // libraries.
-    RegisterEndAtExit();
-    return bRuns;
+    return UnlessThreadsAreGone([] {
+        const bool bRuns = Transport().Start();
+        // Registered after libcurl is initialised, and so called before the exit handlers of its libraries.
+        RegisterEndAtExit();
+        return bRuns;
+    });
 }
 
 void CHttpClientUnInit()
 {
-    if (!ThreadsAreGone()) { // a stop would wait for them
-        Transport().Stop();
-    }
+    UnlessThreadsAreGone([] { Transport().Stop(); });
 }
 
 void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse)
 {
-    if (!ThreadsAreGone()) {
-        Transport().SetReceiver(std::move(fnResponse));
-    }
+    UnlessThreadsAreGone([&] { Transport().SetReceiver(std::move(fnResponse)); });
 }
 
 void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody, void* pUserData,
                             bool bPost, bool bHeader, const std::string& strHeader)
 {
-    if (ThreadsAreGone()) {
-        return;
-    }
-    chttpclient::SHttpExchange request;
-    request.nType = nType;
-    request.strUrl = strUrl;
-    request.strBody = strBody;
-    request.pUserData = pUserData;
-    request.bPost = bPost;
-    request.strHeader = bHeader ? strHeader : std::string();
-    Transport().Send(std::move(request));
+    UnlessThreadsAreGone([&] {
+        chttpclient::SHttpExchange request;
+        request.nType = nType;
+        request.strUrl = strUrl;
+        request.strBody = strBody;
+        request.pUserData = pUserData;
+        request.bPost = bPost;
+        request.strHeader = bHeader ? strHeader : std::string();
+        Transport().Send(std::move(request));
+    });
 }

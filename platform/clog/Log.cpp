@@ -2,6 +2,7 @@
 
 #include "LogSink.h"
 
+#include "platform/system/AtFork.h"
 #include "platform/system/PrivateFolder.h"
 #include "platform/system/ProcessEnd.h"
 #include "platform/text/Escaping.h"
@@ -15,10 +16,6 @@
 #include <exception>
 #include <stdexcept>
 #include <utility>
-
-#if !defined(_WIN32)
-#include <pthread.h>
-#endif
 
 namespace
 {
@@ -49,20 +46,14 @@ bool Lock(std::unique_lock<std::mutex>& lock)
 // Guards the creation of the log and the writing of every line.
 std::mutex Log::s_mutex;
 
-#if !defined(_WIN32)
-
 namespace
 {
 
-// A fork while another thread writes to the log or creates it must not leave the child with a lock that is
-// never released. Registered when the library is loaded, since a fork in progress does not call handlers that
-// are registered meanwhile.
-const int g_nForksKeptOut = pthread_atfork([] { Log::LockForFork(); }, [] { Log::UnlockAfterFork(); },
-                                           [] { Log::UnlockAfterFork(); });
+// A fork while another thread writes, or makes the log, must not leave the child with a lock that stays
+// taken.
+const bool g_bForksKeptOut = AtFork(&Log::LockForFork, &Log::UnlockAfterFork, &Log::UnlockAfterFork);
 
 } // namespace
-
-#endif
 
 Log& Log::Instance()
 {

@@ -2,7 +2,6 @@
 
 #include "platform/system/Environment.h"
 
-#include <charconv>
 #include <system_error>
 
 namespace
@@ -53,25 +52,15 @@ std::filesystem::path LogFolder()
     return pathState.empty() ? pathState : pathState / "ktshttpagent";
 }
 
-/// Puts the variable's value into `number` when it is a decimal number from `lowest` to `highest`.
+/// Puts the variable's value into `number` when it is a decimal number of the range. An empty value is none.
 template <typename Number>
-void ReadNumber(const char* szName, Number lowest, Number highest, Number& number,
+void ReadNumber(const char* szName, SNumberRange range, Number& number,
                 std::vector<std::string>& vecComplaints)
 {
-    const std::string strValue = Variable(szName);
-    if (strValue.empty()) {
-        return;
+    constexpr SComplaintWords WORDS{"=\"", "\" is no number from ", " is in force"};
+    if (!Variable(szName).empty()) {
+        number = EnvironmentNumber(szName, number, range, vecComplaints, WORDS);
     }
-    Number parsed{};
-    const char* const pEnd = strValue.data() + strValue.size();
-    const auto [pStop, error] = std::from_chars(strValue.data(), pEnd, parsed);
-    if (error == std::errc() && pStop == pEnd && parsed >= lowest && parsed <= highest) {
-        number = parsed;
-        return;
-    }
-    vecComplaints.push_back(std::string(szName) + "=\"" + strValue + "\" is no number from " +
-                            std::to_string(lowest) + " to " + std::to_string(highest) + "; " +
-                            std::to_string(number) + " is in force");
 }
 
 } // namespace
@@ -80,9 +69,8 @@ LogSettings ReadLogSettings()
 {
     LogSettings settings;
     settings.pathFolder = LogFolder();
-    ReadNumber("CLOG_LEVEL", 0, 4, settings.nLevel, settings.vecComplaints);
-    ReadNumber<std::size_t>("CLOG_FILE_BYTES", 1, 1'000'000'000'000, settings.nFileBytes,
-                            settings.vecComplaints);
-    ReadNumber<std::size_t>("CLOG_FILES", 0, 1000, settings.nFiles, settings.vecComplaints);
+    ReadNumber("CLOG_LEVEL", {0, 4}, settings.nLevel, settings.vecComplaints);
+    ReadNumber("CLOG_FILE_BYTES", {1, 1'000'000'000'000}, settings.nFileBytes, settings.vecComplaints);
+    ReadNumber("CLOG_FILES", {0, 1000}, settings.nFiles, settings.vecComplaints);
     return settings;
 }

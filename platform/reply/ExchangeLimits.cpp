@@ -8,8 +8,8 @@ SExchangeLimits ReadExchangeLimits(std::vector<std::string>& vecComplaints)
     SExchangeLimits limits;
     limits.timeout = std::chrono::milliseconds(EnvironmentNumber(
         EXCHANGE_TIMEOUT_VARIABLE, limits.timeout.count(), {1, MAX_MILLISECONDS}, vecComplaints));
-    limits.nMaxReplyBytes = static_cast<std::size_t>(EnvironmentNumber(
-        REPLY_BYTES_VARIABLE, static_cast<std::int64_t>(limits.nMaxReplyBytes), ANY_SIZE, vecComplaints));
+    limits.nMaxReplyBytes =
+        EnvironmentNumber(REPLY_BYTES_VARIABLE, limits.nMaxReplyBytes, ANY_SIZE, vecComplaints);
     return limits;
 }
 

@@ -2,31 +2,17 @@
 
 #include "platform/system/Environment.h"
 
-#include <array>
-#include <charconv>
 #include <cstdint>
 #include <limits>
-#include <optional>
 
 namespace
 {
 
 void ReadCount(const char* szName, std::size_t& nCount, std::vector<std::string>& vecComplaints)
 {
-    constexpr int HIGHEST = std::numeric_limits<std::int32_t>::max();
-    const std::optional<std::string> strValue = EnvironmentVariable(szName);
-    if (!strValue) {
-        return;
-    }
-    int nValue = 0;
-    const char* const pValueEnd = strValue->data() + strValue->size();
-    const char* const pEnd = std::from_chars(strValue->data(), pValueEnd, nValue).ptr;
-    if (pEnd == pValueEnd && nValue > 0) { // a number that is too large leaves nValue at 0
-        nCount = static_cast<std::size_t>(nValue);
-        return;
-    }
-    vecComplaints.push_back(std::string(szName) + " is \"" + *strValue + "\", not a number from 1 to " +
-                            std::to_string(HIGHEST) + "; " + std::to_string(nCount) + " stays in force");
+    constexpr SNumberRange RANGE{1, std::numeric_limits<std::int32_t>::max()};
+    constexpr SComplaintWords WORDS{" is \"", "\", not a number from ", " stays in force"};
+    nCount = EnvironmentNumber(szName, nCount, RANGE, vecComplaints, WORDS);
 }
 
 bool IsOpening(char c)

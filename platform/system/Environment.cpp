@@ -1,8 +1,5 @@
 #include "Environment.h"
 
-#include <charconv>
-#include <system_error>
-
 #if defined(_WIN32)
 
 #include "WideText.h"
@@ -61,21 +58,9 @@ void RemoveVariableIfRightsAreRaised(const char* szName)
 
 #endif
 
-std::int64_t EnvironmentNumber(const char* szName, std::int64_t nDefault, SNumberRange range,
-                               std::vector<std::string>& vecComplaints)
+std::string NumberComplaint(const SComplaintWords& words, const char* szName, const std::string& strValue,
+                            SNumberRange range, const std::string& strDefault)
 {
-    const std::optional<std::string> strValue = EnvironmentVariable(szName);
-    if (!strValue) {
-        return nDefault;
-    }
-    std::int64_t nValue = 0;
-    const char* const pValueEnd = strValue->data() + strValue->size();
-    const auto [pEnd, error] = std::from_chars(strValue->data(), pValueEnd, nValue);
-    if (error == std::errc() && pEnd == pValueEnd && nValue >= range.nMin && nValue <= range.nMax) {
-        return nValue;
-    }
-    vecComplaints.push_back(std::string(szName) + " is \"" + *strValue + "\", no number from " +
-                            std::to_string(range.nMin) + " to " + std::to_string(range.nMax) + "; " +
-                            std::to_string(nDefault) + " stays in force");
-    return nDefault;
+    return szName + (words.szBeforeValue + strValue) + words.szBehindValue + std::to_string(range.nMin) +
+           " to " + std::to_string(range.nMax) + "; " + strDefault + words.szEnd;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 /// The value of an environment variable, in UTF-8; nothing when it is not set, or when rights are raised.
@@ -23,7 +25,35 @@ struct SNumberRange {
     std::int64_t nMax;
 };
 
-/// The decimal number that a variable holds, if it lies in the range; otherwise the default.
+/// The words of a complaint about a value, in order: the variable's name, szBeforeValue, the value,
+/// szBehindValue, the range as "1 to 9", "; ", the default, szEnd.
+struct SComplaintWords {
+    const char* szBeforeValue = " is \"";
+    const char* szBehindValue = "\", no number from ";
+    const char* szEnd = " stays in force";
+};
+
+std::string NumberComplaint(const SComplaintWords& words, const char* szName, const std::string& strValue,
+                            SNumberRange range, const std::string& strDefault);
+
+/// The decimal number that a variable holds, if the type has it and it lies in the range; or else the
+/// default.
 /// @param vecComplaints  gets a sentence about a value that can't be used
-std::int64_t EnvironmentNumber(const char* szName, std::int64_t nDefault, SNumberRange range,
-                               std::vector<std::string>& vecComplaints);
+template <class Number>
+Number EnvironmentNumber(const char* szName, Number nDefault, SNumberRange range,
+                         std::vector<std::string>& vecComplaints, const SComplaintWords& words = {})
+{
+    const std::optional<std::string> strValue = EnvironmentVariable(szName);
+    if (!strValue) {
+        return nDefault;
+    }
+    Number nValue = 0;
+    const char* const pValueEnd = strValue->data() + strValue->size();
+    const auto [pEnd, error] = std::from_chars(strValue->data(), pValueEnd, nValue);
+    const auto nWide = static_cast<std::int64_t>(nValue); // below 0 where it has no room
+    if (error == std::errc() && pEnd == pValueEnd && nWide >= range.nMin && nWide <= range.nMax) {
+        return nValue;
+    }
+    vecComplaints.push_back(NumberComplaint(words, szName, *strValue, range, std::to_string(nDefault)));
+    return nDefault;
+}

@@ -4,6 +4,8 @@
 
 #if defined(_WIN32)
 
+#include "NeverDestroyed.h"
+
 #include <windows.h>
 
 #include <mutex>
@@ -27,11 +29,10 @@ struct SHandlers {
     std::vector<void (*)()> vecCalls;
 };
 
-/// Never destroyed, since it is used when the process ends.
 SHandlers& Handlers()
 {
-    static SHandlers& handlers = *new SHandlers;
-    return handlers;
+    static const NeverDestroyed<SHandlers> handlers; // the end of the process is what it is for
+    return *handlers;
 }
 
 /// Called by each C runtime once for each handler. A handler that an earlier call has run is not run again.

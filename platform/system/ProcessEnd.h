@@ -19,3 +19,12 @@ void StayLoaded();
 /// and a thread that no longer exists may hold a lock for ever. Always false on Linux, where threads run to
 /// the end.
 bool ThreadsAreGone();
+
+/// Calls a function that would wait for other threads, or for a lock of theirs, unless they are gone.
+/// @return what the function returns; where it is not called, false, null or 0, as its type has it
+template <class Function>
+auto UnlessThreadsAreGone(Function fn)
+{
+    using Result = decltype(fn());
+    return ThreadsAreGone() ? Result() : fn();
+}

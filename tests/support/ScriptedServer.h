@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/system/StopSignal.h"
+#include "labserver/StopSignal.h"
 
 #include <atomic>
 #include <chrono>

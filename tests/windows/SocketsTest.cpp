@@ -1,8 +1,8 @@
 // Windows' sockets have to be started up. The library cleans up what it has started, and what the host has
 // started stays up.
 
-#include "platform/system/Sockets.h"
 #include "HostName.h"
+#include "labserver/StreamSockets.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "KtsagentProcess.h"
+#include "ReportPause.h"
 #include "ScriptedServer.h"
 
 #include "labserver/LabServer.h"
@@ -14,10 +15,7 @@ using testing::StartsWith;
 namespace
 {
 
-/// How long a failed report pauses.
-constexpr int PAUSE_MS = 2000;
-
-/// An operation called through its blocking sender, on a new lab server.
+/// An operation by its blocking sender, against a fresh lab server.
 struct SyncCall {
     const char* szName;
     int nId;
@@ -210,7 +208,7 @@ TEST_F(Sync, ASilentServerHoldsUpAReportForTheTimeOutAndThePause)
     const KtsagentRun run = RunSync(REPORT_STEP, server.Port(), {"--timeout", "300", "--json"});
 
     EXPECT_EQ(run.nExit, 3) << run.strOut;
-    EXPECT_GE(run.Object()["milliseconds"].toInt(), PAUSE_MS + 300);
+    EXPECT_GE(run.Object()["milliseconds"].toInt(), REPORT_PAUSE_MS + 300);
 }
 
 TEST_F(Sync, AReplyThatEndsNoWaitLeavesItToTheTimeOut)
@@ -268,7 +266,7 @@ TEST_F(Sync, ThePauseOfAReportThatFailsCountsToTheCallAndNotToTheWait)
     EXPECT_EQ(run.nExit, 1) << run.strOut;
     EXPECT_EQ(run.Object()["outcome"], "failed");
     EXPECT_GE(run.Object()["milliseconds"].toInt(),
-              PAUSE_MS + run.Object()["exchange"].toObject()["milliseconds"].toInt());
+              REPORT_PAUSE_MS + run.Object()["exchange"].toObject()["milliseconds"].toInt());
 }
 
 TEST_F(Sync, AServerThatSaysNoEndsTheWait)

@@ -1,6 +1,7 @@
 // What LastOutcome tells about blocking calls.
 
 #include "SyncOutcome.h"
+#include "ReportPause.h"
 #include "Wine.h"
 
 #include <QCoreApplication>
@@ -114,7 +115,7 @@ TEST_F(SyncOutcome, LeavesOutThePauseOfAFailedReport)
     clock.start();
     EXPECT_FALSE(m_request.SendPostReportCycleDataEx(strBase, ENOUGH_MS, ""));
     ExpectEnd(EBlockingEnd::Failed, 3113, "refused");
-    EXPECT_LE(Last().nMilliseconds + 2'000, clock.elapsed());
+    EXPECT_LE(Last().nMilliseconds + REPORT_PAUSE_MS, clock.elapsed());
 }
 
 TEST_F(SyncOutcome, TellsAStaleYesFromAFreshOne)

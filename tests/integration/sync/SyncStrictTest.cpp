@@ -1,5 +1,6 @@
 // Strict blocking calls: each returns only the answer to its own request.
 
+#include "ReportPause.h"
 #include "SyncOutcome.h"
 
 #include <QElapsedTimer>
@@ -280,7 +281,7 @@ TEST_F(SyncStrict, AReportThatTimesOutFailsAfterOneThatWasSavedAndPauses)
     QElapsedTimer clock;
     clock.start();
     EXPECT_FALSE(m_request.SendPostReportCycleDataEx(Base(m_silent), 1, ""));
-    EXPECT_GE(clock.elapsed(), 2'000);
+    EXPECT_GE(clock.elapsed(), REPORT_PAUSE_MS);
     ExpectEnd(EBlockingEnd::TimedOut, CYCLE, "");
 }
 

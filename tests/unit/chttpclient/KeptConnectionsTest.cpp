@@ -1,5 +1,7 @@
 #include "platform/chttpclient/KeptConnections.h"
 
+#include "labserver/StreamSockets.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>

@@ -49,6 +49,23 @@ TEST_F(NumberOfTheEnvironment, ThatIsNoneOrOutOfItsRangeIsComplainedOf)
     }
 }
 
+TEST_F(NumberOfTheEnvironment, OfATypeWithoutSignHasNoSignAndNoMoreRoomThanTheRange)
+{
+    for (const char* szValue : {"-0", "-1", "18446744073709551615", "18446744073709551616"}) {
+        ::setenv(NAME, szValue, 1);
+        m_vecComplaints.clear();
+        EXPECT_EQ(EnvironmentNumber(NAME, std::uint64_t{3}, FROM_NOUGHT, m_vecComplaints), 3U) << szValue;
+        EXPECT_THAT(m_vecComplaints, testing::SizeIs(1)) << szValue;
+    }
+}
+
+TEST_F(NumberOfTheEnvironment, IsComplainedOfInTheCallersWords)
+{
+    ::setenv(NAME, "x", 1);
+    EnvironmentNumber(NAME, 3, FROM_NOUGHT, m_vecComplaints, {"=<", "> is not from ", " it is"});
+    EXPECT_THAT(m_vecComplaints, ElementsAre(std::string(NAME) + "=<x> is not from 0 to 10; 3 it is"));
+}
+
 TEST_F(NumberOfTheEnvironment, ThatIsNotThereIsNoReasonToComplain)
 {
     ::unsetenv(NAME);

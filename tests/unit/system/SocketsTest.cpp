@@ -1,33 +1,17 @@
-// Sockets and stop signals, when the system refuses what it rarely refuses.
+// Sockets, and the name of the machine, where the system refuses what it seldom refuses.
 
 #include "platform/system/Sockets.h"
 
-#include "ProcessUse.h"
 #include "SystemCalls.h"
-#include "platform/system/ProcessEnd.h"
-#include "platform/system/StopSignal.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <chrono>
 #include <string>
-#include <system_error>
 
-using namespace std::chrono_literals;
-using testing::HasSubstr;
-
-TEST(SocketsOfTheSystem, ThatDoNotStopBlockingSaySo)
+TEST(SocketsOfTheSystem, AreUpAtOnce)
 {
-    const Socket nSocket = OpenStreamSocket();
-    ASSERT_NE(nSocket, NO_SOCKET);
-    EXPECT_TRUE(MakeNonBlocking(nSocket));
-    for (const int nSucceeding : {0, 1}) { // reading the flags, and setting them
-        const FailingCall flags("fcntl", EBADF, nSucceeding);
-        EXPECT_FALSE(MakeNonBlocking(nSocket)) << nSucceeding;
-    }
-    CloseSocket(nSocket);
+    EXPECT_TRUE(CSocketsStartUp().IsUp());
 }
 
 TEST(NameOfTheMachine, IsEmptyWhereTheSystemTellsNone)
@@ -37,88 +21,8 @@ TEST(NameOfTheMachine, IsEmptyWhereTheSystemTellsNone)
     EXPECT_EQ(MachineName(), "");
 }
 
-TEST(SignalToStop, ThatCanNotBeHadSaysWhy)
-{
-    const FailingCall making("eventfd", EMFILE);
-    try {
-        const StopSignal stop;
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const std::system_error& error) {
-        EXPECT_EQ(error.code().value(), EMFILE);
-        EXPECT_THAT(error.what(), HasSubstr("eventfd"));
-    }
-}
-
 TEST(NameOfTheMachine, MayBeTooLongToEnd)
 {
     const LongMachineName name;
     EXPECT_EQ(MachineName(), std::string(255, 'x'));
-}
-
-TEST(SocketsOfTheSystem, AreThereAtOnceAndGoneWhenTheyAreClosed)
-{
-    EXPECT_TRUE(CSocketsStartUp().IsUp());
-    const std::size_t nBefore = OpenDescriptors();
-    const Socket nSocket = OpenStreamSocket();
-    EXPECT_EQ(OpenDescriptors(), nBefore + 1);
-    CloseSocket(nSocket);
-    EXPECT_EQ(OpenDescriptors(), nBefore);
-}
-
-TEST(SocketsOfTheSystem, TakeAPortThatWasLeftJustNow)
-{
-    const Socket nSocket = OpenStreamSocket();
-    EXPECT_TRUE(ReusePort(nSocket));
-    int nReuse = 0;
-    socklen_t nSize = sizeof nReuse;
-    ASSERT_EQ(::getsockopt(nSocket, SOL_SOCKET, SO_REUSEADDR, &nReuse, &nSize), 0);
-    EXPECT_NE(nReuse, 0);
-    CloseSocket(nSocket);
-    EXPECT_FALSE(ReusePort(NO_SOCKET));
-}
-
-TEST(SocketsOfTheSystem, BringBytesAndTellWhyTheyBringNone)
-{
-    int aSockets[2];
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, aSockets), 0);
-    ASSERT_TRUE(MakeNonBlocking(aSockets[1]));
-    char cByte = '-';
-    EXPECT_EQ(ReceiveBytes(aSockets[1], &cByte, 1), -1);
-    EXPECT_TRUE(WouldBlock());
-    EXPECT_FALSE(WasInterrupted());
-    EXPECT_EQ(SendBytes(aSockets[0], "a", 1), 1);
-    EXPECT_EQ(ReceiveBytes(aSockets[1], &cByte, 1), 1);
-    EXPECT_EQ(cByte, 'a');
-    CloseSocket(aSockets[1]);
-    EXPECT_EQ(SendBytes(aSockets[0], "a", 1), -1);
-    EXPECT_EQ(SocketError(), EPIPE);
-    EXPECT_FALSE(WouldBlock());
-    errno = EINTR;
-    EXPECT_TRUE(WasInterrupted());
-    CloseSocket(aSockets[0]);
-}
-
-TEST(SignalToStop, IsWaitedForUntilItIsRaised)
-{
-    const std::size_t nBefore = OpenDescriptors();
-    {
-        StopSignal stop;
-        EXPECT_FALSE(stop.WaitFor(0ms));
-        stop.Raise();
-        EXPECT_TRUE(stop.WaitFor(60s));
-        EXPECT_TRUE(stop.WaitFor(0ms)) << "it stays raised";
-    }
-    EXPECT_EQ(OpenDescriptors(), nBefore);
-}
-
-namespace
-{
-
-void Nothing() {}
-
-} // namespace
-
-TEST(CallAtTheEndOfTheProcess, IsPromised)
-{
-    EXPECT_TRUE(AtProcessEnd(Nothing));
 }

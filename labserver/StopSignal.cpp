@@ -1,4 +1,4 @@
-#include "StopSignal.h"
+#include "labserver/StopSignal.h"
 
 #include <system_error>
 

@@ -1,4 +1,4 @@
-#include "labserver/EndSignals.h"
+#include "EndSignals.h"
 
 #if defined(_WIN32)
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Sockets.h"
+#include "labserver/StreamSockets.h"
 
 #include <chrono>
 

@@ -1,0 +1,113 @@
+#include "labserver/StreamSockets.h"
+
+#if defined(_WIN32)
+
+Socket OpenStreamSocket()
+{
+    return ::WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0,
+                        WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
+}
+
+Socket AcceptConnection(Socket nListener)
+{
+    return ::accept(nListener, nullptr, nullptr); // inherits that from the listener
+}
+
+void CloseSocket(Socket nSocket)
+{
+    ::closesocket(nSocket);
+}
+
+bool ReusePort(Socket nSocket)
+{
+    return SetSocketOption(nSocket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // what was left is no obstacle here
+}
+
+bool MakeNonBlocking(Socket nSocket)
+{
+    u_long nOn = 1;
+    return ::ioctlsocket(nSocket, static_cast<long>(FIONBIO), &nOn) == 0;
+}
+
+bool WouldBlock()
+{
+    return ::WSAGetLastError() == WSAEWOULDBLOCK;
+}
+
+bool WasInterrupted()
+{
+    return false;
+}
+
+int SocketError()
+{
+    return ::WSAGetLastError();
+}
+
+std::ptrdiff_t SendBytes(Socket nSocket, const char* pBytes, std::size_t nBytes)
+{
+    return ::send(nSocket, pBytes, static_cast<int>(nBytes), 0);
+}
+
+std::ptrdiff_t ReceiveBytes(Socket nSocket, char* pBytes, std::size_t nBytes)
+{
+    return ::recv(nSocket, pBytes, static_cast<int>(nBytes), 0);
+}
+
+#else
+
+#include <cerrno>
+#include <fcntl.h>
+
+Socket OpenStreamSocket()
+{
+    return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+}
+
+Socket AcceptConnection(Socket nListener)
+{
+    return ::accept4(nListener, nullptr, nullptr, SOCK_CLOEXEC);
+}
+
+void CloseSocket(Socket nSocket)
+{
+    ::close(nSocket);
+}
+
+bool ReusePort(Socket nSocket)
+{
+    return SetSocketOption(nSocket, SOL_SOCKET, SO_REUSEADDR, 1);
+}
+
+bool MakeNonBlocking(Socket nSocket)
+{
+    // Where there is no socket to ask for its flags, setting them fails too.
+    return ::fcntl(nSocket, F_SETFL, ::fcntl(nSocket, F_GETFL) | O_NONBLOCK) == 0;
+}
+
+bool WouldBlock()
+{
+    return errno == EAGAIN;
+}
+
+bool WasInterrupted()
+{
+    return errno == EINTR;
+}
+
+int SocketError()
+{
+    return errno;
+}
+
+std::ptrdiff_t SendBytes(Socket nSocket, const char* pBytes, std::size_t nBytes)
+{
+    return ::send(nSocket, pBytes, nBytes, MSG_NOSIGNAL);
+}
+
+std::ptrdiff_t ReceiveBytes(Socket nSocket, char* pBytes, std::size_t nBytes)
+{
+    return ::recv(nSocket, pBytes, nBytes, 0);
+}
+
+#endif
