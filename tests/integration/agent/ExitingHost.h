@@ -4,6 +4,8 @@
 
 #include "ScriptedServer.h"
 
+#include "net/NetworkUse.h"
+
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
 
@@ -45,6 +47,17 @@ inline void NoteTheEnd()
 {
     NoteTheEnd();
     std::exit(0);
+}
+
+inline bool g_bNetworkPrepared = false;
+
+/// Makes ready for the end what the host's own net/ uses.
+inline void PrepareOwnNetwork()
+{
+    for (int nTry = 0; nTry < 20; ++nTry) { // each gives up after a while, and one that succeeds is the last
+        PrepareNetwork();
+    }
+    g_bNetworkPrepared = true;
 }
 
 // Servers within the process, which never end: the end of the process is what is watched.
