@@ -13,8 +13,9 @@ import subprocess
 import sys
 from pathlib import Path
 
-ROOMS = ("include/ktshttpagent", "agent", "net", "sdk", "platform/chttpclient", "platform/clog",
-         "platform/reply", "platform/system", "platform/text", "labserver", "apps/ktsagent")
+sys.path.append(str(Path(__file__).resolve().parents[1]))
+from rooms import ROOMS, room_of
+
 LEAST_PER_CENT = 92
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = ROOT / "build/coverage"
@@ -73,10 +74,6 @@ class Sources:
     def is_decided_by_the_compiler(self, place):
         before = self.lines(place.file)[place.line - 1].encode()[:place.column - 1].decode()
         return self.text(place) in ("true", "false") or re.search(r"\bif constexpr \($", before)
-
-
-def room_of(file):
-    return next((room for room in ROOMS if file.startswith(room + "/")), None)
 
 
 def plain_name(mangled):

@@ -226,6 +226,20 @@ curl_slist* __wrap_curl_slist_append(curl_slist* pList, const char* szText)
     return Fails("curl_slist_append") ? nullptr : __real_curl_slist_append(pList, szText);
 }
 
+CURLSHcode __real_curl_share_setopt(CURLSH* pShare, int nOption, ...);
+CURLSHcode __wrap_curl_share_setopt(CURLSH* pShare, int nOption, ...);
+CURLSHcode __wrap_curl_share_setopt(CURLSH* pShare, int nOption, ...)
+{
+    if (Fails("curl_share_setopt")) {
+        return CURLSHE_NOMEM;
+    }
+    va_list arguments;
+    va_start(arguments, nOption);
+    const int nShared = va_arg(arguments, int);
+    va_end(arguments);
+    return __real_curl_share_setopt(pShare, nOption, nShared);
+}
+
 CURLM* __real_curl_multi_init();
 CURLM* __wrap_curl_multi_init();
 CURLM* __wrap_curl_multi_init()

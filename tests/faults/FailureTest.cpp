@@ -10,6 +10,7 @@
 #include <chrono>
 #include <ctime>
 #include <new>
+#include <utility>
 
 using namespace std::chrono_literals;
 using testing::AllOf;
@@ -197,6 +198,36 @@ TEST_F(TransportFailure, ToStartAThreadLeavesTheCallbackToTheSendersThreadAndIsL
     EXPECT_THAT(m_replies.Errors(), testing::ElementsAre(-2)); // already
     EXPECT_THAT(m_logFolder.Lines(),
                 testing::ElementsAre(AllOf(HasSubstr(" error "), HasSubstr("no thread to deliver on: "))));
+}
+
+// Neither of its two threads, nor anything that its requests share, is done without.
+TEST_F(TransportFailure, ToHaveWhatTheTransportConsistsOfIsAFailedStart)
+{
+    CHttpClientSetResponseCallBack(Keeper());
+    const std::pair<const char*, std::size_t> FAILURES[] = {
+        {"pthread_create", 1}, {"pthread_create", 2}, {"curl_multi_init", 1}, {"curl_share_setopt", 1}};
+    for (const auto& [szCall, nNth] : FAILURES) {
+        SCOPED_TRACE(std::string(szCall) + " fails, call " + std::to_string(nNth));
+        ArmFailure(szCall, nNth);
+        EXPECT_FALSE(CHttpClientInit());
+        EXPECT_EQ(DisarmFailure(), 1U);
+        EXPECT_TRUE(CHttpClientInit());
+        CHttpClientUnInit();
+    }
+}
+
+// Were one of them still counted as under way, the stop would wait for it.
+TEST_F(TransportFailure, ThatEndsAllRequestsLeavesNoneToAStop)
+{
+    Set("CHTTPCLIENT_DRAIN_MS", 60'000);
+    Start();
+    ArmFailure("curl_multi_perform", 1, MANY);
+    SendThree();
+    EXPECT_THAT(NewErrors(3), Each(-2));
+    DisarmFailure();
+    const auto tpBefore = std::chrono::steady_clock::now();
+    CHttpClientUnInit();
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBefore, 30s);
 }
 
 TEST_F(TransportFailure, ToRegisterForTheEndOfTheProcessIsMadeUpForByALaterStartWhichIsTheLastToDoSo)

@@ -12,14 +12,9 @@ from concurrent.futures import ProcessPoolExecutor
 from pathlib import Path
 
 from points import Finder
+from rooms import room_of
 
-ROOMS = ["include/ktshttpagent", "agent", "net", "sdk", "labserver", "apps/ktsagent", "platform/chttpclient",
-         "platform/clog", "platform/reply", "platform/system", "platform/text"]
 NUMBERS_OF_A_FILE = 4096
-
-
-def room_of(path):
-    return next((room for room in ROOMS if path.startswith(room + "/")), None)
 
 
 def arguments_of(command):

@@ -20,12 +20,20 @@ namespace
 constexpr int ENDS_OF_EACH = 5;
 
 const std::vector<std::string> SPECIAL{
-    "exit-on-another-thread-while-answers-come",       "exit-on-another-thread-as-the-first-call-begins",
-    "exit-on-another-thread-during-nested-calls",      "exit-on-another-thread-during-a-loop-of-the-host",
-    "exit-on-another-thread-during-the-pause",         "exit-on-another-thread-after-a-time-out",
-    "exit-in-a-timer-slot-during-nested-calls",        "exit-in-main-that-waits-for-an-idle-worker",
-    "exit-on-another-thread-during-a-handshake",       "exit-on-another-thread-during-a-slot-of-the-host",
-    "exit-in-main-and-a-call-before-the-library-ends", "return-from-main-and-a-call-before-the-library-ends",
+    "exit-on-another-thread-while-answers-come",
+    "exit-on-another-thread-as-the-first-call-begins",
+    "exit-on-another-thread-during-nested-calls",
+    "exit-on-another-thread-during-a-loop-of-the-host",
+    "exit-on-another-thread-during-the-pause",
+    "exit-on-another-thread-after-a-time-out",
+    "exit-in-a-timer-slot-during-nested-calls",
+    "exit-in-main-that-waits-for-an-idle-worker",
+    "exit-on-another-thread-during-a-handshake",
+    "exit-on-another-thread-during-a-slot-of-the-host",
+    "exit-in-main-and-a-call-before-the-library-ends",
+    "return-from-main-and-a-call-before-the-library-ends",
+    "exit-in-main-and-a-first-request-before-the-network-ends",
+    "return-from-main-and-a-first-request-before-the-network-ends",
 };
 
 const std::string ENDS[] = {

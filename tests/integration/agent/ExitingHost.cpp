@@ -6,6 +6,8 @@
 
 #include "ExitingHost.h"
 
+#include "net/NAManager.h"
+
 #include <QCoreApplication>
 #include <QEventLoop>
 
@@ -23,9 +25,13 @@ namespace
 constexpr std::chrono::milliseconds LONGEST_END{1'900}; // shorter than the pause after a failed report
 
 /// Registered before the library registers anything, so it is called last.
-void CheckThatTheEndWasPrompt()
+void CheckTheEnd()
 {
-    const auto length = std::chrono::steady_clock::now() - g_tpExit; // negative if no end was noted
+    if (g_bNetworkPrepared && !HasNetworkUseEnded()) {
+        std::fputs("the end has not ended the use of the network\n", stderr);
+        std::_Exit(8);
+    }
+    const auto length = std::chrono::steady_clock::now() - g_tpExit; // less than nothing without such an end
     if (length > LONGEST_END) {
         const auto nMs = std::chrono::duration_cast<std::chrono::milliseconds>(length).count();
         std::fprintf(stderr, "the end took %lld ms\n", static_cast<long long>(nMs));
@@ -84,6 +90,20 @@ struct SCallsAtTheEnd {
 void CallAtTheEnd()
 {
     static const SCallsAtTheEnd object;
+}
+
+/// Sends a request as a static object is destroyed, and leaves it under way.
+struct SSendsAtTheEnd {
+    const QString strUrl = BaseUrl(SilentPort());
+
+    ~SSendsAtTheEnd() { (new NAManager(nullptr))->SendRequest(strUrl, {}, NAManager::METHOD_GET); }
+};
+
+/// The request is the first that this thread makes itself.
+void SendAtTheEnd()
+{
+    PrepareOwnNetwork();
+    static const SSendsAtTheEnd object;
 }
 
 const std::vector<SKind>& Special()
@@ -161,6 +181,16 @@ const std::vector<SKind>& Special()
              CallAtTheEnd();
              NoteTheEnd();
          }},
+        {"exit-in-main-and-a-first-request-before-the-network-ends",
+         [] {
+             SendAtTheEnd();
+             Exit();
+         }},
+        {"return-from-main-and-a-first-request-before-the-network-ends",
+         [] {
+             SendAtTheEnd();
+             NoteTheEnd();
+         }},
     };
     return vecKinds;
 }
@@ -179,8 +209,8 @@ int main(int argc, char** argv)
         if (strKind == "kinds") {
             std::puts(kind.strName.c_str());
         } else if (strKind == kind.strName) {
-            ::setenv("CHTTPCLIENT_DRAIN_MS", "100", 1); // for the requests to the silent server
-            std::atexit(&CheckThatTheEndWasPrompt);
+            ::setenv("CHTTPCLIENT_DRAIN_MS", "100", 1); // for what is on its way to the silent server
+            std::atexit(&CheckTheEnd);
             const QCoreApplication application(argc, argv);
             if (!kind.bOwnThread) {
                 CUIAgentReq::Instance();

@@ -4,6 +4,8 @@
 
 #include "ScriptedServer.h"
 
+#include "net/NetworkUse.h"
+
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
 
@@ -47,7 +49,18 @@ inline void NoteTheEnd()
     std::exit(0);
 }
 
-// Servers within the process, which are never destroyed: the end of the process is what is tested.
+inline bool g_bNetworkPrepared = false;
+
+/// Makes ready for the end what the host's own net/ uses.
+inline void PrepareOwnNetwork()
+{
+    for (int nTry = 0; nTry < 20; ++nTry) { // each gives up after a while, and one that succeeds is the last
+        PrepareNetwork();
+    }
+    g_bNetworkPrepared = true;
+}
+
+// Servers within the process, which never end: the end of the process is what is watched.
 
 inline int SilentPort()
 {

@@ -3,7 +3,6 @@
 #include "ExitingHost.h"
 
 #include "net/NAMDownload.h"
-#include "net/NetworkUse.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -160,7 +159,7 @@ void HandleEvents()
 
 void EndDuring(const SEnd& end, const SWork& work)
 {
-    PrepareNetwork(); // for the host's own copy of net/; too late while the process ends
+    PrepareOwnNetwork(); // not while the process ends
     if (end.pfnPrepare != nullptr) {
         end.pfnPrepare();
         work.pfnBegin();

@@ -165,6 +165,28 @@ TEST_P(ReplySlot, WritesItsJudgementIntoTheRecordOfItsRequest)
     }
 }
 
+// Whatever its request has had as an answer before.
+TEST_P(ReplySlot, LeavesNothingOfAnEarlierReplyInItsFields)
+{
+    const SlotCase& expected = GetParam();
+    SyncWait& wait = *m_request.m_mapSyncWait.value(expected.nType);
+    wait.bSucc = true;
+    wait.strResult = wait.strReason = wait.strMessage = "stale";
+    wait.bFlag = true;
+    wait.nCode = 5;
+    Receive(expected);
+    EXPECT_EQ(wait.bSucc, expected.bSucc);
+    if (expected.nType == 3109) {
+        EXPECT_EQ(wait.strResult, expected.strResult);
+        EXPECT_EQ(wait.strReason, expected.strReason);
+    } else if (expected.nType == 3110) {
+        EXPECT_EQ(wait.bFlag, expected.bFlag);
+    } else {
+        EXPECT_EQ(wait.nCode, expected.nCode);
+        EXPECT_EQ(wait.strMessage, expected.strMessage);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, ReplySlot, ::testing::ValuesIn(CASES),
                          [](const auto& reply) { return reply.param.szName; });
 
@@ -190,6 +212,23 @@ TEST_F(ReplySlots, ALaterNoReplacesAnEarlierYes)
     Receive({"", CHECK, 3109, true, {}, false});
     EXPECT_FALSE(m_request.m_mapSyncWait.value(3109)->bSucc);
     EXPECT_EQ(m_request.m_mapSyncWait.value(3109)->strResult, "");
+}
+
+TEST(WaitRecord, ThatIsClearedIsAsANewOne)
+{
+    SyncWait wait;
+    wait.bSucc = true;
+    wait.strResult = wait.strReason = wait.strMessage = "stale";
+    wait.bFlag = true;
+    wait.nCode = 5;
+    wait.Clear();
+    const SyncWait fresh;
+    EXPECT_EQ(wait.bSucc, fresh.bSucc);
+    EXPECT_EQ(wait.strResult, fresh.strResult);
+    EXPECT_EQ(wait.strReason, fresh.strReason);
+    EXPECT_EQ(wait.bFlag, fresh.bFlag);
+    EXPECT_EQ(wait.nCode, fresh.nCode);
+    EXPECT_EQ(wait.strMessage, fresh.strMessage);
 }
 
 std::vector<std::string> g_vecDebugLines;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <thread>
@@ -50,6 +51,42 @@ TEST(Delivery, WhoseReceiverBlocksPastTheDeadlineOfAStopGoesOnWithoutIt)
     EXPECT_FALSE(delivery.OnDeliveringThread());
 }
 
+// Its thread may not have begun to look by then.
+TEST(Delivery, ThatIsStoppedAtOnceHasDeliveredAll)
+{
+    constexpr int ROUNDS = 100;
+    CDelivery delivery;
+    std::atomic<int> nDelivered = 0;
+    delivery.SetReceiver([&](const std::string&, int, void*, int) { ++nDelivered; });
+    for (int nRound = 1; nRound <= ROUNDS; ++nRound) {
+        PostOne(delivery);
+        delivery.Stop(CDelivery::Clock::now() + PATIENCE);
+        EXPECT_EQ(nDelivered, nRound);
+    }
+}
+
+TEST(Delivery, EndedByAReceiverDeliversWhatWaitsBehindItBeforeTheEndReturns)
+{
+    static auto& delivery = *new CDelivery; // never destroyed: the thread may be in its last steps
+    constexpr int REPLIES = 3;
+    std::promise<void> posted;
+    int nDelivered = 0;
+    int nWhenEnded = 0;
+    delivery.SetReceiver([&](const std::string&, int, void*, int) {
+        if (++nDelivered == 1) {
+            posted.get_future().wait();
+            delivery.End(CDelivery::Clock::now() + PATIENCE);
+            nWhenEnded = nDelivered;
+        }
+    });
+    for (int nReply = 0; nReply < REPLIES; ++nReply) {
+        PostOne(delivery);
+    }
+    posted.set_value();
+    delivery.Stop(CDelivery::Clock::now() + PATIENCE); // waits for the thread
+    EXPECT_EQ(nWhenEnded, REPLIES);
+}
+
 TEST(Delivery, StartsNoThreadAfterItsEnd)
 {
     CDelivery delivery;
@@ -61,4 +98,26 @@ TEST(Delivery, StartsNoThreadAfterItsEnd)
     delivery.Start();
     PostOne(delivery);
     EXPECT_EQ(idReceiver, std::this_thread::get_id());
+}
+
+// The flag orders nothing: what the other thread knows of the end it has from the delivery's own lock.
+TEST(Delivery, WhoseEndAnotherThreadOnlyJustSawDeliversOnThatThread)
+{
+    CDelivery delivery;
+    std::thread::id idReceiver;
+    delivery.SetReceiver(
+        [&](const std::string&, int, void*, int) { idReceiver = std::this_thread::get_id(); });
+    delivery.Start();
+    std::atomic<bool> bEnded = false;
+    std::thread other([&] {
+        while (!bEnded.load(std::memory_order_relaxed)) {
+            std::this_thread::yield();
+        }
+        PostOne(delivery);
+    });
+    const std::thread::id idOther = other.get_id();
+    delivery.End(CDelivery::Clock::now() + PATIENCE);
+    bEnded.store(true, std::memory_order_relaxed);
+    other.join();
+    EXPECT_EQ(idReceiver, idOther);
 }

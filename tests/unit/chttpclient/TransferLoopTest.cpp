@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <string>
+
 using namespace chttpclient;
 
 namespace
@@ -20,6 +23,22 @@ TEST(TransferLoop, TakesRequestsUntilItDrainsAndThenLeavesThemToTheirSender)
     ExchangeList exchange(1);
     EXPECT_FALSE(loop.Submit(exchange));
     EXPECT_EQ(exchange.size(), 1U);
+}
+
+TEST(TransferLoop, ThatDrainsBeforeItHasTakenARequestStillSendsIt)
+{
+    int nError = 0;
+    CDelivery delivery;
+    delivery.SetReceiver([&nError](const std::string&, int, void*, int nHttpError) { nError = nHttpError; });
+    CTransferLoop loop(STransportSettings(), delivery);
+    ExchangeList exchange(1);
+    exchange.front().strUrl = "no URL";
+    delivery.Owe();
+    ASSERT_TRUE(loop.Submit(exchange));
+    loop.Drain();
+    loop.Run();
+    delivery.End(CDelivery::Clock::now() + std::chrono::seconds(60));
+    EXPECT_EQ(nError, -3) << "libcurl was not asked";
 }
 
 } // namespace

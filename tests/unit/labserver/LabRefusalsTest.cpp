@@ -117,8 +117,22 @@ TEST_F(LabRefusals, ABodyWithAGetIsNotTakenForTheNextRequest)
                 "GET /posts/2 HTTP/1.1\r\nHost: a\r\n\r\n\r\n");
     const std::string strReply = socket.ReadAll();
     EXPECT_THAT(strReply, StartsWith("HTTP/1.1 200 "));
+    EXPECT_THAT(strReply, testing::Not(HasSubstr("Keep-Alive")));
     EXPECT_TRUE(socket.IsClosed());
     EXPECT_EQ(m_server.Exchanges().size(), 1U);
+}
+
+TEST_F(LabRefusals, AClientThatLeavesItsConnectionToBeClosedIsToldSoOnce)
+{
+    Socket socket(m_server.Port());
+    socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\nConnection: close\r\nContent-Length: 2\r\n\r\n{}");
+    const std::string strReply = socket.ReadAll();
+    const std::string strLine = "\r\nConnection: ";
+    const size_t nFirst = strReply.find(strLine);
+    ASSERT_NE(nFirst, std::string::npos) << strReply;
+    EXPECT_EQ(strReply.substr(nFirst, strLine.size() + 7), strLine + "close\r\n");
+    EXPECT_EQ(strReply.find(strLine, nFirst + 1), std::string::npos) << strReply;
+    EXPECT_TRUE(socket.IsClosed());
 }
 
 TEST_F(LabRefusals, GarbageIsRefusedAndTheConnectionClosed)

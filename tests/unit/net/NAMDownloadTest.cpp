@@ -210,6 +210,17 @@ TEST_F(Download, WithoutEndIsCutOff)
     EXPECT_TRUE(Files().isEmpty());
 }
 
+// What comes faster than it can be written does not pile up.
+TEST_F(Download, IsHeldInMemoryToSomeMegabytesOnly)
+{
+    NAMDownload download(nullptr);
+    ASSERT_TRUE(download.Start("http://127.0.0.1:0/x", Target()));
+    const auto* const pReply = download.findChild<QNetworkReply*>();
+    ASSERT_NE(pReply, nullptr);
+    EXPECT_GT(pReply->readBufferSize(), 0) << "0 is for no limit";
+    EXPECT_LE(pReply->readBufferSize(), 16'000'000);
+}
+
 TEST_F(Download, HasTheTimeOfARequestForTheWhole)
 {
     qputenv("CHTTPCLIENT_TIMEOUT_MS", "300");

@@ -229,9 +229,11 @@ TEST(NAManagerEnd, IsToldOnceBeforeTheAnswerAndWhereNoneComes)
         std::vector<SExchangeEnd> vecEnds;
         pManager->SetEndReceiver([&](const SExchangeEnd& end) {
             EXPECT_EQ(spy.count(), 0);
+            EXPECT_TRUE(pWatched->HasEnded()) << "whoever is told may not delete it any more";
             vecEnds.push_back(end);
         });
         pManager->SendRequest(QString::fromStdString(server.Url("/x")), {}, NAManager::METHOD_GET);
+        EXPECT_FALSE(pManager->HasEnded());
         ASSERT_TRUE(QTest::qWaitFor([&] { return pWatched.isNull(); }, ENOUGH_MS));
         ASSERT_EQ(vecEnds.size(), 1U) << row.strReply;
         EXPECT_EQ(vecEnds[0].eKind, row.eKind) << row.strReply;
