@@ -33,8 +33,9 @@ public:
     explicit NAManager(QObject* parent);
     ~NAManager() override;
 
-    /// Sends. A POST carries the body as "application/json", a GET carries none. With any other method
-    /// nothing is sent, no signal ever comes, and the object stays the caller's.
+    /// Sends. A POST carries the body as "application/json", a GET carries none. With any other method, and
+    /// when the process or its QCoreApplication is ending, nothing is sent, no signal ever comes, and the
+    /// object stays the caller's.
     /// @param strUrl  is encoded as a tolerant `QUrl` does
     void SendRequest(QString strUrl, QByteArray baBody, int nMethod);
 
