@@ -78,6 +78,10 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     if (nMethod != METHOD_POST && nMethod != METHOD_GET) {
         return;
     }
+    const CBlockingCall call; // an end that begins meanwhile waits until the request is under way
+    if (call.IsRefused()) {
+        return;
+    }
     QNetworkRequest request;
     request.setUrl(RequestUrl(strUrl));
     if (nMethod == METHOD_POST) {

@@ -35,7 +35,8 @@ public:
     ~NAManager() override;
 
     /// Sends the request. A POST carries the body as "application/json", a GET carries none. With any other
-    /// method nothing is sent, no signal is emitted, and the object remains the caller's.
+    /// method, and when the process or its QCoreApplication is ending, nothing is sent, no signal is emitted,
+    /// and the object remains the caller's.
     /// @param strUrl  is encoded as by `QUrl` in its tolerant mode
     void SendRequest(QString strUrl, QByteArray baBody, int nMethod);
 

@@ -33,7 +33,13 @@ const std::vector<std::string> SPECIAL{
     "exit-in-main-and-a-call-before-the-library-ends",
     "return-from-main-and-a-call-before-the-library-ends",
     "exit-in-main-and-a-first-request-before-the-network-ends",
+    "exit-in-main-and-a-first-request-after-the-network-ends",
+    "exit-in-main-and-a-further-request-before-the-network-ends",
+    "exit-in-main-and-a-further-request-after-the-network-ends",
     "return-from-main-and-a-first-request-before-the-network-ends",
+    "return-from-main-and-a-first-request-after-the-network-ends",
+    "return-from-main-and-a-further-request-before-the-network-ends",
+    "return-from-main-and-a-further-request-after-the-network-ends",
 };
 
 const std::string ENDS[] = {

@@ -95,15 +95,23 @@ void CallAtTheEnd()
 /// Sends a request as a static object is destroyed, and leaves it under way.
 struct SSendsAtTheEnd {
     const QString strUrl = BaseUrl(SilentPort());
+    NAManager* const pManager = new NAManager(nullptr); // is nobody's where its request is refused
 
-    ~SSendsAtTheEnd() { (new NAManager(nullptr))->SendRequest(strUrl, {}, NAManager::METHOD_GET); }
+    ~SSendsAtTheEnd() { pManager->SendRequest(strUrl, {}, NAManager::METHOD_GET); }
 };
 
-/// The request is the first that this thread makes itself.
-void SendAtTheEnd()
+/// @param bFirst   whether the request is the first that this thread makes itself
+/// @param bBefore  whether it is made before the use of the network ends
+void SendAtTheEnd(bool bFirst, bool bBefore)
 {
-    PrepareOwnNetwork();
+    if (!bFirst) {
+        (new NAManager(nullptr))->SendRequest(BaseUrl(AnsweringPort()), {}, NAManager::METHOD_GET);
+    }
+    if (bBefore) {
+        PrepareOwnNetwork();
+    }
     static const SSendsAtTheEnd object;
+    PrepareOwnNetwork();
 }
 
 const std::vector<SKind>& Special()
@@ -183,12 +191,42 @@ const std::vector<SKind>& Special()
          }},
         {"exit-in-main-and-a-first-request-before-the-network-ends",
          [] {
-             SendAtTheEnd();
+             SendAtTheEnd(true, true);
+             Exit();
+         }},
+        {"exit-in-main-and-a-first-request-after-the-network-ends",
+         [] {
+             SendAtTheEnd(true, false);
+             Exit();
+         }},
+        {"exit-in-main-and-a-further-request-before-the-network-ends",
+         [] {
+             SendAtTheEnd(false, true);
+             Exit();
+         }},
+        {"exit-in-main-and-a-further-request-after-the-network-ends",
+         [] {
+             SendAtTheEnd(false, false);
              Exit();
          }},
         {"return-from-main-and-a-first-request-before-the-network-ends",
          [] {
-             SendAtTheEnd();
+             SendAtTheEnd(true, true);
+             NoteTheEnd();
+         }},
+        {"return-from-main-and-a-first-request-after-the-network-ends",
+         [] {
+             SendAtTheEnd(true, false);
+             NoteTheEnd();
+         }},
+        {"return-from-main-and-a-further-request-before-the-network-ends",
+         [] {
+             SendAtTheEnd(false, true);
+             NoteTheEnd();
+         }},
+        {"return-from-main-and-a-further-request-after-the-network-ends",
+         [] {
+             SendAtTheEnd(false, false);
              NoteTheEnd();
          }},
     };

@@ -12,6 +12,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QJsonObject>
+#include <QNetworkReply>
 #include <QThread>
 #include <QTimer>
 
@@ -250,6 +251,16 @@ TEST_F(NetworkAgain, NoDownloadBeginsOnceTheProcessIsEnding)
         EXPECT_FALSE(download.Start(QString::fromStdString(m_answering.Url("/file")), Target()));
         EXPECT_TRUE(Files().isEmpty());
         EXPECT_TRUE(m_answering.Requests().empty());
+    });
+}
+
+TEST_F(NetworkAgain, NoRequestIsMadeOnceTheProcessIsEnding)
+{
+    InAnApplication([&] {
+        EndNetworkUse();
+        NAManager manager(nullptr);
+        manager.SendRequest(QString::fromStdString(m_answering.Url("/x")), {}, NAManager::METHOD_GET);
+        EXPECT_EQ(manager.findChild<QNetworkReply*>(), nullptr);
     });
 }
 
