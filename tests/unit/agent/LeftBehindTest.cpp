@@ -69,7 +69,7 @@ private:
     int m_nTimers = 0;
 };
 
-class LeftBehind : public ::testing::Test
+class ARequestLeftBehind : public ::testing::Test
 {
 protected:
     QPointer<SlowManager> Leave(int nMilliseconds)
@@ -87,7 +87,7 @@ protected:
     std::unique_ptr<CLeftBehind> m_pLeftBehind = std::make_unique<CLeftBehind>();
 };
 
-TEST_F(LeftBehind, IsGivenUpAtItsDeadlineAndThenNoLongerLookedFor)
+TEST_F(ARequestLeftBehind, IsGivenUpAtItsDeadlineAndThenNoLongerLookedFor)
 {
     const TimerCount timers;
     ExpectGone(Leave(SOON_MS));
@@ -98,7 +98,7 @@ TEST_F(LeftBehind, IsGivenUpAtItsDeadlineAndThenNoLongerLookedFor)
     EXPECT_EQ(timers.Value(), nBefore);
 }
 
-TEST_F(LeftBehind, OutlivesWhatWatchesItUpToItsDeadline)
+TEST_F(ARequestLeftBehind, OutlivesWhatWatchesItUpToItsDeadline)
 {
     const QPointer<SlowManager> pManager = Leave(10 * SOON_MS);
     const QPointer<SlowManager> pGone = Leave(5 * SOON_MS);
@@ -109,7 +109,7 @@ TEST_F(LeftBehind, OutlivesWhatWatchesItUpToItsDeadline)
 }
 
 // Else it would be deleted under the function that handles its reply.
-TEST_F(LeftBehind, IsNotGivenUpWhileItHandlesItsReply)
+TEST_F(ARequestLeftBehind, IsNotGivenUpWhileItHandlesItsReply)
 {
     const QPointer<SlowManager> pManager = Leave(4 * SOON_MS);
     const QDeadlineTimer afterwards(4 * SOON_MS);
