@@ -12,5 +12,5 @@ struct SAgentState {
     QMap<int, QString> mapEndpointOrigin; ///< of the paths that the settings gave
     SBlockingOutcome lastOutcome;         ///< of the calls on the object's thread
     bool bStrictWaits = false;            ///< read once by each call
-    CLeftBehind leftBehind;
+    LeftBehind leftBehind;
 };

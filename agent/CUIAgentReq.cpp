@@ -58,7 +58,7 @@ CUIAgentReq* CUIAgentReq::Instance()
 CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
 {
     SDKFactory::GetInstance()->Init();
-    ExchangeLimits(); // read now, as the transport reads its own
+    ExchangeLimitsInForce(); // read now, as the transport reads its own
     ReadEndpoints();
     if (!TlsOfEnvironment()) {
         SetTls(ReadTlsSetting());
@@ -84,7 +84,7 @@ void CUIAgentReq::ReadEndpoints()
     const auto paths = ReadEndpointSettings();
     std::map<int, std::string> mapUrl;
     for (std::size_t nSetting = 0; nSetting < paths.size(); ++nSetting) {
-        const SEndpointSetting& setting = ENDPOINT_SETTINGS.at(nSetting);
+        const EndpointSetting& setting = ENDPOINT_SETTINGS.at(nSetting);
         if (setting.nType == 0) {
             continue;
         }

@@ -15,14 +15,14 @@ namespace
 
 /// The last call that was refused where the object's own state may not be touched: on another thread than the
 /// object's, or when the process is ending and the object may be gone.
-struct SRefusedElsewhere {
+struct RefusalElsewhere {
     std::mutex mutex; ///< guards what follows
     SBlockingOutcome outcome;
 };
 
-SRefusedElsewhere& RefusedElsewhere()
+RefusalElsewhere& RefusedElsewhere()
 {
-    static const NeverDestroyed<SRefusedElsewhere> refused; // the process's end may need it
+    static const NeverDestroyed<RefusalElsewhere> refused; // the process's end may need it
     return *refused;
 }
 

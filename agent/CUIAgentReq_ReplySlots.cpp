@@ -48,7 +48,7 @@ void Answer(SyncWait& wait, Judge fnJudge)
     try {
         fnJudge();
     } catch (const std::bad_alloc&) {
-        SExchangeEnd& end = wait.lastReply.exchange;
+        ExchangeEnd& end = wait.lastReply.exchange;
         end = NoMemoryFor(end.nHttpStatus);
     }
     wait.loop.quit();
@@ -59,7 +59,7 @@ void Answer(SyncWait& wait, Judge fnJudge)
 template <class Put>
 void Debug(Put fnPut)
 {
-    if (!logReply().isDebugEnabled()) {
+    if (!LogReply().isDebugEnabled()) {
         return;
     }
     try {
@@ -68,7 +68,7 @@ void Debug(Put fnPut)
         strLine.chop(1); // the stream puts a space behind each part
         const QByteArray baLine = strLine.toUtf8();
         strLine = QString(); // a reply may be large, and Qt is about to copy it once more
-        qCDebug(logReply, "%s", baLine.constData());
+        qCDebug(LogReply, "%s", baLine.constData());
     } catch (const std::bad_alloc&) { // a line less
     }
 }

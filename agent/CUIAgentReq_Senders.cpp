@@ -42,7 +42,7 @@ void AnswerUnsent(int nType)
 /// What kept a request from being sent, for the log.
 std::string Reason(const std::exception& error)
 {
-    const auto* const pField = dynamic_cast<const SFailedField*>(&error);
+    const auto* const pField = dynamic_cast<const FailedField*>(&error);
     return pField == nullptr ? error.what() : pField->Description() + ": " + error.what();
 }
 

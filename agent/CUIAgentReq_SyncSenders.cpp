@@ -76,7 +76,7 @@ std::string BatteryJson(const tagBatteryTestData& data)
 }
 
 /// Why a call can't be made; null where it can.
-const char* WhyRefused(const CBlockingCall& call, const QObject* pAgent)
+const char* WhyRefused(const BlockingCall& call, const QObject* pAgent)
 {
     if (call.IsRefused()) { // then the agent may be gone already
         return "the process or its QCoreApplication is ending";
@@ -97,11 +97,11 @@ const SyncWait& BlankWait()
 /// How long a request may take that its call leaves behind, from the beginning of the call on.
 QDeadlineTimer DeadlineOf(int nTimeout)
 {
-    return QDeadlineTimer(std::max(qint64{ExchangeLimits().timeout.count()}, qint64{nTimeout}));
+    return QDeadlineTimer(std::max(qint64{ExchangeLimitsInForce().timeout.count()}, qint64{nTimeout}));
 }
 
 /// Sees to a manager whose call is over.
-void Leave(NAManager& manager, const QDeadlineTimer& deadline, CLeftBehind& leftBehind)
+void Leave(NAManager& manager, const QDeadlineTimer& deadline, LeftBehind& leftBehind)
 {
     if (!manager.HasEnded()) {
         leftBehind.Add(manager, deadline);
@@ -116,7 +116,7 @@ void Leave(NAManager& manager, const QDeadlineTimer& deadline, CLeftBehind& left
 
 const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
 {
-    const CBlockingCall call;
+    const BlockingCall call;
     if (const char* const szWhy = WhyRefused(call, this)) {
         Log_Write(1, "CUIAgentReq::Exchange", 1, "request %d is refused: %s", request.nType, szWhy);
         SBlockingOutcome refused;
@@ -130,7 +130,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     SyncWait& wait = *m_mapSyncWait.value(request.nType);
     // Before the wait begins, so that it has passed for a request whose call waited for as long.
     const QDeadlineTimer deadline = DeadlineOf(nTimeout);
-    const CWaitWatch watch(wait, nTimeout, m_pState->bStrictWaits);
+    const WaitWatch watch(wait, nTimeout, m_pState->bStrictWaits);
     auto pMade = std::make_unique<NAManager>(nullptr);
     const QPointer<NAManager> pManager = pMade.get();
     if (!watch.IsStrictAndBusy()) {
@@ -141,7 +141,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
         request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery);
     pManager->SendRequest(strUrl, QByteArray::fromStdString(request.strBody), request.nMethod);
     static_cast<void>(pMade.release()); // from here on it deletes itself after its answer
-    CBlockingCall::Run(wait.loop);
+    BlockingCall::Run(wait.loop);
 
     SBlockingOutcome outcome = watch.Outcome();
     outcome.nType = request.nType;

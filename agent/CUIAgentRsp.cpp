@@ -28,7 +28,7 @@ constexpr std::chrono::seconds RECEIVER_GRACE{5};
 void LogThrown(int nType, const char* szWhat) noexcept
 {
     try {
-        qCWarning(logResponse, "a receiver of the answer to a request of type %d threw%s%s", nType,
+        qCWarning(LogResponse, "a receiver of the answer to a request of type %d threw%s%s", nType,
                   szWhat == nullptr ? "" : ": ", szWhat == nullptr ? "" : szWhat);
     } catch (...) { // a line less
     }
@@ -57,9 +57,9 @@ CUIAgentRsp::CUIAgentRsp()
     OpenDeliveries(*this);
     SDKFactory::GetInstance()->SetResponseCallBack(
         [this](int nType, const void* pRequest, const void* pResponse, int nError) {
-            const CDelivering delivering(this);
+            const Delivering delivering(this);
             if (delivering.IsAllowed()) {
-                const CMovableRecord movable(pResponse);
+                const MovableRecord movable(pResponse);
                 OnResponse(nType, pRequest, pResponse, nError);
             }
         });

@@ -36,7 +36,7 @@ QVariant VariantOf(const Record* pRecord)
     // The record comes into an empty one: of a copy that fails, Qt loses the memory.
     QVariant variant = QVariant::fromValue(Record());
     auto& record = *static_cast<Record*>(variant.data());
-    if (CMovableRecord::Take(pRecord)) {
+    if (MovableRecord::Take(pRecord)) {
         record = std::move(*const_cast<Record*>(pRecord));
     } else {
         record = *pRecord;
@@ -59,7 +59,7 @@ bool Made(Make fnMake)
 }
 
 /// The two arguments of most signals.
-struct SOutcome {
+struct Outcome {
     bool bSucc;
     QVariant vData;
 };
@@ -67,10 +67,10 @@ struct SOutcome {
 /// What the record of a response says of itself, and the record; a failure where there is none, or no memory
 /// for the variant.
 template <class Record>
-SOutcome OutcomeOf(const void* pResponse, int nError)
+Outcome OutcomeOf(const void* pResponse, int nError)
 {
     const auto* const pRecord = SuccessfulRecordOf<Record>(pResponse, nError);
-    SOutcome outcome{false, QVariant()};
+    Outcome outcome{false, QVariant()};
     if (pRecord != nullptr && Made([&] { outcome.vData = VariantOf(pRecord); })) {
         outcome.bSucc = pRecord->bSuccess;
     }
@@ -105,7 +105,7 @@ void CUIAgentRsp::ProcPostReportIncubatorStatus(const void* /*pRequest*/, const 
 
 void CUIAgentRsp::ProcGetProjects(const void* /*pRequest*/, const void* pResponse, int nError)
 {
-    const SOutcome outcome = OutcomeOf<SResponseGetProject>(pResponse, nError);
+    const Outcome outcome = OutcomeOf<SResponseGetProject>(pResponse, nError);
     Q_EMIT SigGetProjectsRet(outcome.bSucc, outcome.vData);
 }
 
@@ -120,19 +120,19 @@ void CUIAgentRsp::ProcGetSupportVer(const void* /*pRequest*/, const void* pRespo
 
 void CUIAgentRsp::ProcGetBattStatus(const void* /*pRequest*/, const void* pResponse, int nError)
 {
-    const SOutcome outcome = OutcomeOf<SResponseGetBatteryStatus>(pResponse, nError);
+    const Outcome outcome = OutcomeOf<SResponseGetBatteryStatus>(pResponse, nError);
     Q_EMIT SigGetBattStatusRet(outcome.bSucc, outcome.vData);
 }
 
 void CUIAgentRsp::ProcGetAutoExport(const void* /*pRequest*/, const void* pResponse, int nError)
 {
-    const SOutcome outcome = OutcomeOf<SResponseGetAutoExport>(pResponse, nError);
+    const Outcome outcome = OutcomeOf<SResponseGetAutoExport>(pResponse, nError);
     Q_EMIT SigGetAutoExportRet(outcome.bSucc, outcome.vData);
 }
 
 void CUIAgentRsp::ProcGetFtpFilePath(const void* /*pRequest*/, const void* pResponse, int nError)
 {
-    const SOutcome outcome = OutcomeOf<SResponseGetFtpFilePath>(pResponse, nError);
+    const Outcome outcome = OutcomeOf<SResponseGetFtpFilePath>(pResponse, nError);
     Q_EMIT SigGetFtpFilePathRet(outcome.bSucc, outcome.vData);
 }
 

@@ -7,13 +7,13 @@
 #include <set>
 
 /// All of them; all members are guarded by the mutex.
-struct SDeliveries {
+struct Deliveries {
     std::mutex mutex;
     std::condition_variable ended;
     std::set<const CUIAgentRsp*> setOpen;
-    CDelivering* pUnderWay = nullptr; ///< the latest, which knows the one before it
+    Delivering* pUnderWay = nullptr; ///< the latest, which knows the one before it
 
-    bool Begin(CDelivering& delivering) noexcept
+    bool Begin(Delivering& delivering) noexcept
     {
         const std::lock_guard<std::mutex> lock(mutex);
         if (setOpen.count(delivering.m_pInstance) == 0) {
@@ -24,10 +24,10 @@ struct SDeliveries {
         return true;
     }
 
-    void End(CDelivering& delivering) noexcept
+    void End(Delivering& delivering) noexcept
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        CDelivering** ppLink = &pUnderWay;
+        Delivering** ppLink = &pUnderWay;
         while (*ppLink != &delivering) {
             ppLink = &(*ppLink)->m_pNext;
         }
@@ -37,7 +37,7 @@ struct SDeliveries {
 
     bool IsUnderWayElsewhere(const CUIAgentRsp& instance) const
     {
-        const CDelivering* pDelivering = pUnderWay;
+        const Delivering* pDelivering = pUnderWay;
         while (pDelivering != nullptr && (pDelivering->m_pInstance != &instance ||
                                           pDelivering->m_idThread == std::this_thread::get_id())) {
             pDelivering = pDelivering->m_pNext;
@@ -49,9 +49,9 @@ struct SDeliveries {
 namespace
 {
 
-SDeliveries& All()
+Deliveries& All()
 {
-    static const NeverDestroyed<SDeliveries> deliveries; // the end of the process needs it
+    static const NeverDestroyed<Deliveries> deliveries; // the end of the process needs it
     return *deliveries;
 }
 
@@ -70,12 +70,12 @@ void CloseDeliveries(const CUIAgentRsp& instance, std::chrono::milliseconds long
     All().ended.wait_for(lock, longest, [&instance] { return !All().IsUnderWayElsewhere(instance); });
 }
 
-CDelivering::CDelivering(const CUIAgentRsp* pInstance) noexcept
+Delivering::Delivering(const CUIAgentRsp* pInstance) noexcept
     : m_pInstance(pInstance), m_bAllowed(All().Begin(*this))
 {
 }
 
-CDelivering::~CDelivering()
+Delivering::~Delivering()
 {
     if (m_bAllowed) {
         All().End(*this);

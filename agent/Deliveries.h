@@ -20,22 +20,22 @@ void CloseDeliveries(const CUIAgentRsp& instance, std::chrono::milliseconds long
 
 /// One delivery, from before to after the receivers run. It needs no memory: an answer is handed over where
 /// there is none left too.
-class CDelivering
+class Delivering
 {
 public:
     /// @param pInstance  may be gone; then nothing may be delivered
-    explicit CDelivering(const CUIAgentRsp* pInstance) noexcept;
-    ~CDelivering();
-    CDelivering(const CDelivering&) = delete;
-    CDelivering& operator=(const CDelivering&) = delete;
+    explicit Delivering(const CUIAgentRsp* pInstance) noexcept;
+    ~Delivering();
+    Delivering(const Delivering&) = delete;
+    Delivering& operator=(const Delivering&) = delete;
 
     bool IsAllowed() const { return m_bAllowed; }
 
 private:
-    friend struct SDeliveries;
+    friend struct Deliveries;
 
     const CUIAgentRsp* const m_pInstance;
     const std::thread::id m_idThread = std::this_thread::get_id();
-    CDelivering* m_pNext = nullptr; ///< in the list of those under way
+    Delivering* m_pNext = nullptr; ///< in the list of those under way
     const bool m_bAllowed;
 };

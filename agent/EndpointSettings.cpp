@@ -26,7 +26,7 @@ constexpr const char* PLIX = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\PLIX\\NETCFG
 } // namespace
 
 // User information has no setting. The step data value stands in two profiles, for two requests.
-const std::array<SEndpointSetting, 16> ENDPOINT_SETTINGS{{
+const std::array<EndpointSetting, 16> ENDPOINT_SETTINGS{{
     {PLUGIN, "HttpUrlAddStatusLog", RequestType::ReportChlStatus},
     {PLUGIN, "HttpUrlAutoExport", RequestType::GetAutoExport},
     {PLUGIN, "HttpUrlGetDxzt", RequestType::GetBattStatus},
@@ -55,7 +55,7 @@ const char* StatusText(QSettings::Status eStatus)
 
 /// The value of a setting, read anew.
 /// @return nothing when its profile can't be read
-std::optional<std::string> ReadValue(const SEndpointSetting& setting)
+std::optional<std::string> ReadValue(const EndpointSetting& setting)
 {
     const std::unique_ptr<QSettings> pSettings = OpenProfile(setting.szProfile);
     const QString strPath = pSettings->value(QString::fromLatin1(setting.szName), QVariant("")).toString();
@@ -75,7 +75,7 @@ std::array<std::string, ENDPOINT_SETTING_COUNT> ReadEndpointSettings()
     // Qt reports a broken file to its first reader only, and hands the others what it understood of it.
     std::set<std::string_view> setBroken;
     for (std::size_t nSetting = 0; nSetting < paths.size(); ++nSetting) {
-        const SEndpointSetting& setting = ENDPOINT_SETTINGS.at(nSetting);
+        const EndpointSetting& setting = ENDPOINT_SETTINGS.at(nSetting);
         if (setBroken.count(setting.szProfile) != 0) {
             continue;
         }
@@ -88,7 +88,7 @@ std::array<std::string, ENDPOINT_SETTING_COUNT> ReadEndpointSettings()
     return paths;
 }
 
-QString DescribeEndpointSetting(const SEndpointSetting& setting)
+QString DescribeEndpointSetting(const EndpointSetting& setting)
 {
     return ProfileLocation(setting.szProfile) + " " + QString::fromLatin1(setting.szName);
 }

@@ -18,7 +18,7 @@ int TimeTo(const QDeadlineTimer& deadline)
 
 } // namespace
 
-CLeftBehind::CLeftBehind()
+LeftBehind::LeftBehind()
 {
     m_timer.setSingleShot(true);
     QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] {
@@ -29,9 +29,9 @@ CLeftBehind::CLeftBehind()
     });
 }
 
-CLeftBehind::~CLeftBehind()
+LeftBehind::~LeftBehind()
 {
-    for (const SRequest& request : m_lstRequests) {
+    for (const Request& request : m_lstRequests) {
         NAManager* const pManager = request.pManager;
         if (pManager == nullptr || pManager->HasEnded()) {
             continue;
@@ -47,7 +47,7 @@ CLeftBehind::~CLeftBehind()
     }
 }
 
-void CLeftBehind::Add(NAManager& manager, QDeadlineTimer deadline)
+void LeftBehind::Add(NAManager& manager, QDeadlineTimer deadline)
 {
     m_lstRequests.push_back({&manager, deadline});
     GiveUpExpired();
@@ -59,10 +59,10 @@ void CLeftBehind::Add(NAManager& manager, QDeadlineTimer deadline)
 
 // At once rather than by deleteLater, which waits for an event loop that may never run. A manager that
 // handles its reply is none of these any more.
-void CLeftBehind::GiveUpExpired()
+void LeftBehind::GiveUpExpired()
 {
     QDeadlineTimer next(QDeadlineTimer::Forever);
-    m_lstRequests.remove_if([&next](const SRequest& request) {
+    m_lstRequests.remove_if([&next](const Request& request) {
         if (request.pManager == nullptr || request.pManager->HasEnded()) {
             return true;
         }

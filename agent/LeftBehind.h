@@ -15,29 +15,29 @@ class NAManager;
 ///
 /// Everything happens on the thread that made it. Its event loop has to run for a deadline to be noticed; a
 /// thread without one notices at its next blocking call.
-class CLeftBehind
+class LeftBehind
 {
 public:
     /// The most that there are at once.
     static constexpr std::size_t MOST = 100;
 
-    CLeftBehind();
+    LeftBehind();
     /// Leaves each of them to itself: it goes on to its deadline.
-    ~CLeftBehind();
-    CLeftBehind(const CLeftBehind&) = delete;
-    CLeftBehind& operator=(const CLeftBehind&) = delete;
+    ~LeftBehind();
+    LeftBehind(const LeftBehind&) = delete;
+    LeftBehind& operator=(const LeftBehind&) = delete;
 
     /// @param manager  its request is sent and not answered yet
     void Add(NAManager& manager, QDeadlineTimer deadline);
 
 private:
-    struct SRequest {
+    struct Request {
         QPointer<NAManager> pManager; ///< goes by itself after its reply, and at the end of the process
         QDeadlineTimer deadline;
     };
 
     void GiveUpExpired();
 
-    std::list<SRequest> m_lstRequests; ///< in the order in which they were left
-    QTimer m_timer;                    ///< to the next deadline
+    std::list<Request> m_lstRequests; ///< in the order in which they were left
+    QTimer m_timer;                   ///< to the next deadline
 };

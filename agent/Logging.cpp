@@ -2,13 +2,13 @@
 
 #include "platform/system/NeverDestroyed.h"
 
-const QLoggingCategory& logReply()
+const QLoggingCategory& LogReply()
 {
     static const NeverDestroyed<QLoggingCategory> category("ktshttpagent.reply");
     return *category;
 }
 
-const QLoggingCategory& logResponse()
+const QLoggingCategory& LogResponse()
 {
     static const NeverDestroyed<QLoggingCategory> category("ktshttpagent.response", QtWarningMsg);
     return *category;
@@ -16,7 +16,7 @@ const QLoggingCategory& logResponse()
 
 void PrepareLogging()
 {
-    logReply();
-    logResponse();
+    LogReply();
+    LogResponse();
     qFormatLogMessage(QtDebugMsg, QMessageLogContext(), QString());
 }

@@ -6,8 +6,8 @@
 // ends.
 
 /// Turned off with QT_LOGGING_RULES="ktshttpagent.reply=false" or QLoggingCategory::setFilterRules.
-const QLoggingCategory& logReply();
-const QLoggingCategory& logResponse();
+const QLoggingCategory& LogReply();
+const QLoggingCategory& LogResponse();
 
 /// Makes the categories, and what Qt makes with the first line that is logged.
 void PrepareLogging();

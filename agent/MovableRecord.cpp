@@ -11,18 +11,18 @@ thread_local const void* t_pRecord = nullptr;
 
 } // namespace
 
-CMovableRecord::CMovableRecord(const void* pResponse) noexcept
+MovableRecord::MovableRecord(const void* pResponse) noexcept
     : m_pOuter(std::exchange(
           t_pRecord, pResponse == nullptr ? nullptr : static_cast<const SResponseHeader*>(pResponse)->pData))
 {
 }
 
-CMovableRecord::~CMovableRecord()
+MovableRecord::~MovableRecord()
 {
     t_pRecord = m_pOuter;
 }
 
-bool CMovableRecord::Take(const void* pRecord) noexcept
+bool MovableRecord::Take(const void* pRecord) noexcept
 {
     const bool bMovable = pRecord != nullptr && pRecord == t_pRecord;
     if (bMovable) {

@@ -4,14 +4,14 @@
 /// copied: nobody reads it afterwards. It counts on the thread that made it.
 ///
 /// Whoever calls the handlers of `CUIAgentRsp` without one, as a subclass may, keeps its record unchanged.
-class CMovableRecord
+class MovableRecord
 {
 public:
     /// @param pResponse  the `SResponseHeader` from the decoder; may be null
-    explicit CMovableRecord(const void* pResponse) noexcept;
-    ~CMovableRecord();
-    CMovableRecord(const CMovableRecord&) = delete;
-    CMovableRecord& operator=(const CMovableRecord&) = delete;
+    explicit MovableRecord(const void* pResponse) noexcept;
+    ~MovableRecord();
+    MovableRecord(const MovableRecord&) = delete;
+    MovableRecord& operator=(const MovableRecord&) = delete;
 
     /// Whether this record may be moved from. Says yes once.
     static bool Take(const void* pRecord) noexcept;

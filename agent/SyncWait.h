@@ -6,9 +6,9 @@
 #include <QString>
 
 /// How the exchange of one call ended.
-struct SCallEnd {
+struct CallEnd {
     quint64 nCall = 0; ///< the call's number; 0 for none
-    SExchangeEnd exchange;
+    ExchangeEnd exchange;
 };
 
 /// What a blocking sender and its reply share, one record a request type. It is not reset before a request,
@@ -27,8 +27,8 @@ struct SyncWait {
     bool bWaiting = false;
     quint64 nCalls = 0;       ///< made so far; the number of the latest
     quint64 nReplies = 0;     ///< recorded so far
-    SCallEnd lastReply;       ///< the one recorded last
-    SCallEnd noAnswer;        ///< the last that came but is not recorded, since it is no answer
+    CallEnd lastReply;        ///< the one recorded last
+    CallEnd noAnswer;         ///< the last that came but is not recorded, since it is no answer
     quint64 nStrictCall = 0;  ///< the strict call that waits for its reply; 0 for none
     quint64 nDroppedUpTo = 0; ///< replies to this call and those before it are dropped
 

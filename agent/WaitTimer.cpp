@@ -2,7 +2,7 @@
 
 #include <QEventLoop>
 
-CWaitTimer::CWaitTimer(QEventLoop& loop, int nTimeoutMs) : m_nTimeoutMs(nTimeoutMs)
+WaitTimer::WaitTimer(QEventLoop& loop, int nTimeoutMs) : m_nTimeoutMs(nTimeoutMs)
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer); // the coarse one fires up to 5 % early
@@ -12,7 +12,7 @@ CWaitTimer::CWaitTimer(QEventLoop& loop, int nTimeoutMs) : m_nTimeoutMs(nTimeout
 }
 
 // Where the system's own timers count in ticks, a precise one may still fire within the last millisecond.
-void CWaitTimer::Expire(QEventLoop& loop)
+void WaitTimer::Expire(QEventLoop& loop)
 {
     constexpr qint64 NANOSECONDS = 1'000'000; // of a millisecond
     const qint64 nLeft = m_nTimeoutMs * NANOSECONDS - m_clock.nsecsElapsed();

@@ -7,10 +7,10 @@ class QEventLoop;
 
 /// Quits an event loop once a time has passed by the monotonic clock, and never before. A negative time is
 /// refused by Qt's timer and so never passes; a time of 0 passes as soon as the loop handles events.
-class CWaitTimer
+class WaitTimer
 {
 public:
-    CWaitTimer(QEventLoop& loop, int nTimeoutMs);
+    WaitTimer(QEventLoop& loop, int nTimeoutMs);
 
     /// Whether it has quit the loop.
     bool HasExpired() const { return m_bExpired; }

@@ -6,7 +6,7 @@
 
 #include <QPointer>
 
-CWaitWatch::CWaitWatch(SyncWait& wait, int nTimeoutMs, bool bStrict)
+WaitWatch::WaitWatch(SyncWait& wait, int nTimeoutMs, bool bStrict)
     : m_wait(wait),
       m_bStrict(bStrict),
       m_bBusy(wait.bWaiting),
@@ -23,7 +23,7 @@ CWaitWatch::CWaitWatch(SyncWait& wait, int nTimeoutMs, bool bStrict)
     }
 }
 
-CWaitWatch::~CWaitWatch()
+WaitWatch::~WaitWatch()
 {
     m_wait.bWaiting = m_bBusy;
     if (m_wait.nStrictCall == m_nCall) {
@@ -31,12 +31,12 @@ CWaitWatch::~CWaitWatch()
     }
 }
 
-void CWaitWatch::Follow(NAManager& manager, const QObject& receiver) const
+void WaitWatch::Follow(NAManager& manager, const QObject& receiver) const
 {
     // The manager may outlive the record, and this watch; which lasts as long as its call is the strict one.
     manager.SetEndReceiver([this, &manager, &receiver, &wait = m_wait,
                             pLoop = QPointer<QEventLoop>(&m_wait.loop), nCall = m_nCall,
-                            bStrict = m_bStrict](const SExchangeEnd& end) {
+                            bStrict = m_bStrict](const ExchangeEnd& end) {
         if (pLoop == nullptr) {
             return;
         }
@@ -44,7 +44,7 @@ void CWaitWatch::Follow(NAManager& manager, const QObject& receiver) const
                                                    : !bStrict && nCall > wait.nDroppedUpTo;
         if (!bCounts) {
             manager.disconnect(&receiver);
-        } else if (end.eKind == SExchangeEnd::EKind::NoObject) {
+        } else if (end.eKind == ExchangeEnd::Kind::NoObject) {
             wait.noAnswer = {nCall, end};
         } else {
             ++wait.nReplies;
@@ -53,7 +53,7 @@ void CWaitWatch::Follow(NAManager& manager, const QObject& receiver) const
     });
 }
 
-SBlockingOutcome CWaitWatch::Outcome() const
+SBlockingOutcome WaitWatch::Outcome() const
 {
     SBlockingOutcome outcome;
     outcome.bSucc = !IsStrictAndBusy() && m_wait.bSucc;
@@ -65,7 +65,7 @@ SBlockingOutcome CWaitWatch::Outcome() const
 // What counts is the reply recorded last, since that is what the call returns: when it came during the call,
 // it decides, even where the time-out had passed or another reply had ended the wait before, and only a call
 // nested in it kept this one from returning.
-void CWaitWatch::TellEnd(SBlockingOutcome& outcome) const
+void WaitWatch::TellEnd(SBlockingOutcome& outcome) const
 {
     if (m_bBusy) {
         outcome.eEnd = EBlockingEnd::Busy;
@@ -80,24 +80,24 @@ void CWaitWatch::TellEnd(SBlockingOutcome& outcome) const
     }
 }
 
-void CWaitWatch::TellReply(SBlockingOutcome& outcome) const
+void WaitWatch::TellReply(SBlockingOutcome& outcome) const
 {
-    const SCallEnd& reply = m_wait.lastReply;
+    const CallEnd& reply = m_wait.lastReply;
     outcome.nHttpStatus = reply.exchange.nHttpStatus;
     outcome.strError = reply.exchange.strError;
     if (reply.nCall != m_nCall) {
         outcome.eEnd = EBlockingEnd::OtherAnswer;
         outcome.strError = QStringLiteral("the reply to another call of this kind ended the wait") +
                            (outcome.strError.isEmpty() ? QString() : ": " + outcome.strError);
-    } else if (reply.exchange.eKind == SExchangeEnd::EKind::Unreadable) {
+    } else if (reply.exchange.eKind == ExchangeEnd::Kind::Unreadable) {
         outcome.eEnd = EBlockingEnd::Unreadable;
     } else {
-        outcome.eEnd = reply.exchange.eKind == SExchangeEnd::EKind::Object ? EBlockingEnd::Answered
-                                                                           : EBlockingEnd::Failed;
+        outcome.eEnd =
+            reply.exchange.eKind == ExchangeEnd::Kind::Object ? EBlockingEnd::Answered : EBlockingEnd::Failed;
     }
 }
 
-void CWaitWatch::TellTimeout(SBlockingOutcome& outcome) const
+void WaitWatch::TellTimeout(SBlockingOutcome& outcome) const
 {
     outcome.eEnd = EBlockingEnd::TimedOut;
     outcome.strError = QStringLiteral("no answer came within %1 ms").arg(m_nTimeoutMs);

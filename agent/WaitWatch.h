@@ -10,16 +10,16 @@ struct SyncWait;
 
 /// Watches the wait of one blocking call, from before its request is made, to say which replies count
 /// meanwhile, and afterwards how it ended.
-class CWaitWatch
+class WaitWatch
 {
 public:
     /// Begins the time-out.
     /// @param bStrict  only the reply to this very call counts, and only until its wait ends; the record is
     ///                 cleared, unless another call is waiting
-    CWaitWatch(SyncWait& wait, int nTimeoutMs, bool bStrict);
-    ~CWaitWatch();
-    CWaitWatch(const CWaitWatch&) = delete;
-    CWaitWatch& operator=(const CWaitWatch&) = delete;
+    WaitWatch(SyncWait& wait, int nTimeoutMs, bool bStrict);
+    ~WaitWatch();
+    WaitWatch(const WaitWatch&) = delete;
+    WaitWatch& operator=(const WaitWatch&) = delete;
 
     /// Whether the call is a strict one and another call is waiting, so that nothing may come of it.
     bool IsStrictAndBusy() const { return m_bStrict && m_bBusy; }
@@ -43,5 +43,5 @@ private:
     const quint64 m_nCall;
     const quint64 m_nRepliesBefore;
     const int m_nTimeoutMs;
-    const CWaitTimer m_timer;
+    const WaitTimer m_timer;
 };

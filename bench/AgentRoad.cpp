@@ -31,7 +31,7 @@ void ThrowUnless(bool bAllSucceeded)
 /// Sends from the host's thread and receives there.
 /// @param fnAnswered  called with every answer, before the next request is sent
 template <class Function>
-void ExchangeQueued(const SLoad& load, std::size_t nOutstanding, Function fnAnswered)
+void ExchangeQueued(const Load& load, std::size_t nOutstanding, Function fnAnswered)
 {
     QEventLoop loop;
     std::size_t nSent = 0;
@@ -59,7 +59,7 @@ void ExchangeQueued(const SLoad& load, std::size_t nOutstanding, Function fnAnsw
 /// thread.
 /// @param fnFree  called before every sending, as soon as fewer than `nOutstanding` are on their way
 template <class Function>
-void ExchangeDirect(const SLoad& load, std::size_t nOutstanding, Function fnFree)
+void ExchangeDirect(const Load& load, std::size_t nOutstanding, Function fnFree)
 {
     QSemaphore free(static_cast<int>(nOutstanding));
     std::atomic<bool> bAllSucceeded{true};
@@ -81,39 +81,39 @@ void ExchangeDirect(const SLoad& load, std::size_t nOutstanding, Function fnFree
 
 } // namespace
 
-double RateOfAgent(const SLoad& load)
+double RateOfAgent(const Load& load)
 {
-    const CStopwatch watch;
+    const Stopwatch watch;
     ExchangeQueued(load, MAX_OUTSTANDING, [] {});
     return static_cast<double>(load.nCount) / watch.Seconds();
 }
 
-double RateOfAgentDirect(const SLoad& load)
+double RateOfAgentDirect(const Load& load)
 {
-    const CStopwatch watch;
+    const Stopwatch watch;
     ExchangeDirect(load, MAX_OUTSTANDING, [] {});
     return static_cast<double>(load.nCount) / watch.Seconds();
 }
 
-Latencies LatencyOfAgent(const SLoad& load)
+Latencies LatencyOfAgent(const Load& load)
 {
-    CLaps laps;
+    Laps laps;
     ExchangeQueued(load, 1, [&laps] { laps.Next(); });
     return laps.Microseconds();
 }
 
-Latencies LatencyOfAgentDirect(const SLoad& load)
+Latencies LatencyOfAgentDirect(const Load& load)
 {
-    CLaps laps;
+    Laps laps;
     ExchangeDirect(load, 1, [&laps] { laps.Next(); });
     return laps.Microseconds();
 }
 
-Latencies LatencyOfSyncSender(const SLoad& load)
+Latencies LatencyOfSyncSender(const Load& load)
 {
     constexpr int TIMEOUT_MS = 10'000;
     const tagSRequestGetChannelCheckData request{1, 2, "dxtm", "device", "1-1", "purpose"};
-    CLaps laps;
+    Laps laps;
     for (std::size_t nSent = 0; nSent < load.nCount; ++nSent) {
         laps.Next();
         bool bAllow = false;

@@ -35,24 +35,24 @@ void ThrowUnless(bool bSucceeded)
 }
 
 /// A handle for each connection, each sent again as soon as it is done.
-class CBareLoop
+class BareLoop
 {
 public:
-    explicit CBareLoop(const SLoad& load) : m_pMulti(curl_multi_init()), m_nCount(load.nCount)
+    explicit BareLoop(const Load& load) : m_pMulti(curl_multi_init()), m_nCount(load.nCount)
     {
         for (Easy& pEasy : m_arEasy) {
             pEasy = MakeEasy("127.0.0.1", load.nPort);
             Start(pEasy.get());
         }
     }
-    ~CBareLoop()
+    ~BareLoop()
     {
         for (const Easy& pEasy : m_arEasy) {
             curl_multi_remove_handle(m_pMulti.get(), pEasy.get());
         }
     }
-    CBareLoop(const CBareLoop&) = delete;
-    CBareLoop& operator=(const CBareLoop&) = delete;
+    BareLoop(const BareLoop&) = delete;
+    BareLoop& operator=(const BareLoop&) = delete;
 
     void Run()
     {
@@ -109,17 +109,17 @@ Easy MakeEasy(const std::string& strHost, int nPort)
     return pEasy;
 }
 
-double RateOfBareLoop(const SLoad& load)
+double RateOfBareLoop(const Load& load)
 {
-    const CStopwatch watch;
-    CBareLoop(load).Run();
+    const Stopwatch watch;
+    BareLoop(load).Run();
     return static_cast<double>(load.nCount) / watch.Seconds();
 }
 
-Latencies LatencyOfBareCurl(const SLoad& load)
+Latencies LatencyOfBareCurl(const Load& load)
 {
     const Easy pEasy = MakeEasy("127.0.0.1", load.nPort);
-    CLaps laps;
+    Laps laps;
     for (std::size_t nDone = 0; nDone < load.nCount; ++nDone) {
         ThrowUnless(IsOk(pEasy.get(), curl_easy_perform(pEasy.get())));
         laps.Next();
@@ -129,7 +129,7 @@ Latencies LatencyOfBareCurl(const SLoad& load)
 
 // What the threads cost without the library: host, network and delivering thread hand a request over with
 // semaphores, and do nothing else.
-Latencies LatencyOfBareHandOvers(const SLoad& load)
+Latencies LatencyOfBareHandOvers(const Load& load)
 {
     QSemaphore sent;
     QSemaphore replied;
@@ -149,7 +149,7 @@ Latencies LatencyOfBareHandOvers(const SLoad& load)
             delivered.release();
         }
     });
-    CLaps laps;
+    Laps laps;
     for (std::size_t nRequest = 0; nRequest < load.nCount; ++nRequest) {
         sent.release();
         delivered.acquire();

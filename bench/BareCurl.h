@@ -5,15 +5,15 @@
 #include <memory>
 #include <string>
 
-struct SEasyCleanup {
+struct EasyCleanup {
     void operator()(CURL* pEasy) const { curl_easy_cleanup(pEasy); }
 };
-using Easy = std::unique_ptr<CURL, SEasyCleanup>;
+using Easy = std::unique_ptr<CURL, EasyCleanup>;
 
-struct SMultiCleanup {
+struct MultiCleanup {
     void operator()(CURLM* pMulti) const { curl_multi_cleanup(pMulti); }
 };
-using Multi = std::unique_ptr<CURLM, SMultiCleanup>;
+using Multi = std::unique_ptr<CURLM, MultiCleanup>;
 
 /// A handle that asks for the supported version and discards the reply.
 Easy MakeEasy(const std::string& strHost, int nPort);

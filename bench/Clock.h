@@ -4,7 +4,7 @@
 #include <vector>
 
 /// The time since it was made.
-class CStopwatch
+class Stopwatch
 {
 public:
     double Seconds() const { return Elapsed<std::ratio<1>>(); }
@@ -24,7 +24,7 @@ private:
 };
 
 /// The times from each call of `Next` to the following one.
-class CLaps
+class Laps
 {
 public:
     void Next()
@@ -33,13 +33,13 @@ public:
             m_vecMicroseconds.push_back(m_lap.Microseconds());
         }
         m_bRunning = true;
-        m_lap = CStopwatch();
+        m_lap = Stopwatch();
     }
 
     const std::vector<double>& Microseconds() const { return m_vecMicroseconds; }
 
 private:
     bool m_bRunning = false;
-    CStopwatch m_lap;
+    Stopwatch m_lap;
     std::vector<double> m_vecMicroseconds;
 };

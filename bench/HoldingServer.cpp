@@ -116,7 +116,7 @@ RequestCount* SharedCount()
 
 } // namespace
 
-CHoldingServer::CHoldingServer(std::size_t nAddresses) : m_pRequests(SharedCount())
+HoldingServer::HoldingServer(std::size_t nAddresses) : m_pRequests(SharedCount())
 {
     std::vector<int> vecListeners{Listen(0, 0)};
     m_nPort = PortOf(vecListeners.front());
@@ -134,13 +134,13 @@ CHoldingServer::CHoldingServer(std::size_t nAddresses) : m_pRequests(SharedCount
     }
 }
 
-CHoldingServer::~CHoldingServer()
+HoldingServer::~HoldingServer()
 {
     Kill();
     ::munmap(m_pRequests, sizeof(RequestCount));
 }
 
-void CHoldingServer::Kill()
+void HoldingServer::Kill()
 {
     if (m_pid > 0) {
         ::kill(m_pid, SIGKILL);
@@ -149,10 +149,10 @@ void CHoldingServer::Kill()
     }
 }
 
-void CHoldingServer::WaitForRequests(std::size_t nCount) const
+void HoldingServer::WaitForRequests(std::size_t nCount) const
 {
     constexpr double PATIENCE_SECONDS = 120;
-    for (const CStopwatch watch; Requests() < nCount;) {
+    for (const Stopwatch watch; Requests() < nCount;) {
         Check(watch.Seconds() < PATIENCE_SECONDS, "the requests have not arrived");
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }

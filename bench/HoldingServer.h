@@ -7,14 +7,14 @@
 
 /// A server that accepts and reads requests, and never answers. It is a process of its own, so that nothing
 /// of it counts as memory of this one; make it before this process has threads.
-class CHoldingServer
+class HoldingServer
 {
 public:
     /// @param nAddresses  listens on 127.0.0.1, 127.0.0.2 and so on, on the same port of each
-    explicit CHoldingServer(std::size_t nAddresses);
-    ~CHoldingServer();
-    CHoldingServer(const CHoldingServer&) = delete;
-    CHoldingServer& operator=(const CHoldingServer&) = delete;
+    explicit HoldingServer(std::size_t nAddresses);
+    ~HoldingServer();
+    HoldingServer(const HoldingServer&) = delete;
+    HoldingServer& operator=(const HoldingServer&) = delete;
 
     int Port() const { return m_nPort; }
 

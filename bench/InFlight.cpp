@@ -18,7 +18,7 @@
 namespace
 {
 
-std::string Host(const SFlight& flight, std::size_t nRequest)
+std::string Host(const Flight& flight, std::size_t nRequest)
 {
     return "127.0.0." + std::to_string(1 + nRequest % flight.nServers);
 }
@@ -39,10 +39,10 @@ double SettledBytes()
 
 } // namespace
 
-double BytesInFlightOfAgent(const SFlight& flight)
+double BytesInFlightOfAgent(const Flight& flight)
 {
     constexpr int PATIENCE_MS = 120'000;
-    CHoldingServer server(flight.nServers);
+    HoldingServer server(flight.nServers);
     QSemaphore answered;
     CUIAgentReq& request = *CUIAgentReq::Instance();
     QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetSupportVerRet,
@@ -61,9 +61,9 @@ double BytesInFlightOfAgent(const SFlight& flight)
     return fBytes / static_cast<double>(flight.nRequests);
 }
 
-double BytesInFlightOfBareLoop(const SFlight& flight)
+double BytesInFlightOfBareLoop(const Flight& flight)
 {
-    CHoldingServer server(flight.nServers);
+    HoldingServer server(flight.nServers);
     const Multi pMulti(curl_multi_init());
     std::vector<Easy> vecEasy;
     const double fBefore = SettledBytes();

@@ -33,9 +33,9 @@ void ThrowUnlessSuccess(QNetworkReply& reply)
 } // namespace
 
 // Qt opens six connections to a host, and leaves no choice.
-double RateOfQt(const SLoad& load)
+double RateOfQt(const Load& load)
 {
-    const CStopwatch watch;
+    const Stopwatch watch;
     QNetworkAccessManager manager;
     QEventLoop loop;
     std::size_t nSent = 0;
@@ -60,9 +60,9 @@ double RateOfQt(const SLoad& load)
     return static_cast<double>(load.nCount) / watch.Seconds();
 }
 
-Latencies LatencyOfOneShotQt(const SLoad& load)
+Latencies LatencyOfOneShotQt(const Load& load)
 {
-    CLaps laps;
+    Laps laps;
     for (std::size_t nSent = 0; nSent < load.nCount; ++nSent) {
         laps.Next();
         QEventLoop loop;

@@ -8,7 +8,7 @@
 // a figure stands for answered requests only. Each is called once a process.
 
 /// What to send: so many requests to the web server at 127.0.0.1.
-struct SLoad {
+struct Load {
     int nPort = 0;
     std::size_t nCount = 0;
 };
@@ -22,17 +22,17 @@ constexpr std::size_t CONNECTIONS = 8;
 using Latencies = std::vector<double>;
 
 // Requests a second: the query for the supported version.
-double RateOfAgent(const SLoad& load);       ///< the signal is received in the host's thread, queued
-double RateOfAgentDirect(const SLoad& load); ///< the signal is received in the delivering thread
-double RateOfBareLoop(const SLoad& load);    ///< libcurl's multi interface, which builds and decodes nothing
-double RateOfQt(const SLoad& load);          ///< QNetworkAccessManager with QJsonDocument
+double RateOfAgent(const Load& load);       ///< the signal is received in the host's thread, queued
+double RateOfAgentDirect(const Load& load); ///< the signal is received in the delivering thread
+double RateOfBareLoop(const Load& load);    ///< libcurl's multi interface, which builds and decodes nothing
+double RateOfQt(const Load& load);          ///< QNetworkAccessManager with QJsonDocument
 
 // The same query, one outstanding.
-Latencies LatencyOfAgent(const SLoad& load);       ///< until the host's thread has the signal, queued
-Latencies LatencyOfAgentDirect(const SLoad& load); ///< until the receiver has told the waiting host's thread
-Latencies LatencyOfBareCurl(const SLoad& load);    ///< curl_easy_perform on a kept connection
-Latencies LatencyOfBareHandOvers(const SLoad& load); ///< that, behind as many threads as ours goes through
+Latencies LatencyOfAgent(const Load& load);         ///< until the host's thread has the signal, queued
+Latencies LatencyOfAgentDirect(const Load& load);   ///< until the receiver has told the waiting host's thread
+Latencies LatencyOfBareCurl(const Load& load);      ///< curl_easy_perform on a kept connection
+Latencies LatencyOfBareHandOvers(const Load& load); ///< that, behind as many threads as ours goes through
 
 // A blocking channel check, each over a connection of its own.
-Latencies LatencyOfSyncSender(const SLoad& load); ///< SendGetChannelCheckDataEx
-Latencies LatencyOfOneShotQt(const SLoad& load);  ///< a QNetworkAccessManager and an event loop a request
+Latencies LatencyOfSyncSender(const Load& load); ///< SendGetChannelCheckDataEx
+Latencies LatencyOfOneShotQt(const Load& load);  ///< a QNetworkAccessManager and an event loop a request

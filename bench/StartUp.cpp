@@ -6,13 +6,13 @@
 #include <memory>
 #include <stdexcept>
 
-SStartUp MeasureStartUp(const std::string& strProgram)
+StartUpCosts MeasureStartUp(const std::string& strProgram)
 {
-    const CStopwatch watch;
+    const Stopwatch watch;
     // exec: the shell between becomes the host
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pHost(
         ::popen(("exec '" + strProgram + "'").c_str(), "r"), &::pclose);
-    SStartUp startUp;
+    StartUpCosts startUp;
     if (pHost == nullptr || std::fscanf(pHost.get(), "%lf", &startUp.fResidentBytes) != 1) {
         throw std::runtime_error(strProgram + " did not start");
     }

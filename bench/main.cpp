@@ -21,7 +21,7 @@ namespace
 using Figures = std::vector<double>;
 using Arguments = std::vector<std::string>;
 
-SLoad LoadOf(const Arguments& vecArguments)
+Load LoadOf(const Arguments& vecArguments)
 {
     return {std::stoi(vecArguments.at(0)), std::stoul(vecArguments.at(1))};
 }
@@ -32,20 +32,20 @@ double Quantile(Latencies vecSorted, double fShare)
     return vecSorted.at(static_cast<std::size_t>(fShare * static_cast<double>(vecSorted.size() - 1)));
 }
 
-template <double (*fnRate)(const SLoad&)>
+template <double (*fnRate)(const Load&)>
 Figures Rate(const Arguments& vecArguments)
 {
     return {fnRate(LoadOf(vecArguments))};
 }
 
-template <Latencies (*fnLatency)(const SLoad&)>
+template <Latencies (*fnLatency)(const Load&)>
 Figures MedianAndTail(const Arguments& vecArguments)
 {
     const Latencies vecLatency = fnLatency(LoadOf(vecArguments));
     return {Quantile(vecLatency, 0.5), Quantile(vecLatency, 0.99)};
 }
 
-template <double (*fnBytes)(const SFlight&)>
+template <double (*fnBytes)(const Flight&)>
 Figures InFlight(const Arguments& vecArguments)
 {
     return {fnBytes(
@@ -54,7 +54,7 @@ Figures InFlight(const Arguments& vecArguments)
 
 Figures StartUp(const Arguments& vecArguments)
 {
-    const SStartUp startUp = MeasureStartUp(vecArguments.at(0));
+    const StartUpCosts startUp = MeasureStartUp(vecArguments.at(0));
     return {startUp.fMilliseconds, startUp.fResidentBytes};
 }
 

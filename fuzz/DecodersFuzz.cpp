@@ -32,7 +32,7 @@ constexpr std::array ERRORS{
     0, 404, 502, -28, 7, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()};
 constexpr std::size_t HEAD_SIZE = 3;
 
-struct SReply {
+struct Reply {
     int nType;
     int nHttpError;
     bool bUserData;
@@ -43,7 +43,7 @@ struct SReply {
 };
 
 /// What the SDK knows of a request type, as far as its replies go.
-struct SRoad {
+struct Road {
     void* (*fnNewUserData)(); ///< null where a request carries none
     void (*fnCheckPayload)(const SResponseHeader& header,
                            int nResult); ///< null where the receiver isn't called
@@ -95,9 +95,9 @@ void CheckAcknowledgement(const SResponseHeader& header, int nResult)
     Require(nResult == 0 || nResult == -1, "the result is 0 or -1");
 }
 
-SRoad RoadOf(int nType)
+Road RoadOf(int nType)
 {
-    static const std::map<int, SRoad> ROADS{
+    static const std::map<int, Road> ROADS{
         {3100, {NewEmptyUserData<Requests::GetUserInfo>, CheckUserInfo}},
         {3101, {NewEmptyUserData<Requests::ReportChlStatus>, CheckAcknowledgement}},
         {3102, {nullptr, CheckAcknowledgement}},
@@ -112,10 +112,10 @@ SRoad RoadOf(int nType)
         {3113, {NewEmptyUserData<Requests::ReportCycleData>, nullptr}},
     };
     const auto found = ROADS.find(nType);
-    return found == ROADS.end() ? SRoad{nullptr, nullptr} : found->second;
+    return found == ROADS.end() ? Road{nullptr, nullptr} : found->second;
 }
 
-SReply ReadReply(const std::uint8_t* pData, std::size_t nSize)
+Reply ReadReply(const std::uint8_t* pData, std::size_t nSize)
 {
     return {pData[0] < 128 ? 3100 + (pData[0] & 0x0F) : pData[0], ERRORS.at(pData[1] % ERRORS.size()),
             pData[2] % 2 == 0,
@@ -123,7 +123,7 @@ SReply ReadReply(const std::uint8_t* pData, std::size_t nSize)
 }
 
 /// User information hands the failure's code on; the other decoders find no "success" in its envelope.
-int ResultOfFailedExchange(const SReply& reply)
+int ResultOfFailedExchange(const Reply& reply)
 {
     constexpr int GATEWAY_FAILURE = 7;
     if (reply.nType != 3100) {
@@ -132,7 +132,7 @@ int ResultOfFailedExchange(const SReply& reply)
     return reply.IsGatewayFailure() ? GATEWAY_FAILURE : reply.nHttpError;
 }
 
-void CheckHeader(const SReply& reply, const SResponseHeader& header, int nResult)
+void CheckHeader(const Reply& reply, const SResponseHeader& header, int nResult)
 {
     Require(header.nCode == nResult, "the header holds the result");
     Require(header.strExtra1.empty() && header.strExtra2.empty(), "the spare texts stay empty");
@@ -144,7 +144,7 @@ void CheckHeader(const SReply& reply, const SResponseHeader& header, int nResult
     fnCheckPayload(header, nResult);
 }
 
-void CheckLog(const SReply& reply)
+void CheckLog(const Reply& reply)
 {
     const std::size_t nFailures = (reply.nHttpError != 0 ? 1U : 0U) + (reply.IsGatewayFailure() ? 1U : 0U);
     const std::size_t nUnread = RecordedLog().size() - nFailures;
@@ -162,7 +162,7 @@ IVelClientSDk& Client()
 }
 
 /// @return how often the receiver was called
-int Deliver(const SReply& reply, void* pUserData)
+int Deliver(const Reply& reply, void* pUserData)
 {
     int nCalls = 0;
     Client().SetResponseCallBack([&](int nType, const void* pUser, const void* pHeader, int nResult) {
@@ -184,8 +184,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
         return 0;
     }
     ClearRecordedLog();
-    const SReply reply = ReadReply(pData, nSize);
-    const SRoad road = RoadOf(reply.nType);
+    const Reply reply = ReadReply(pData, nSize);
+    const Road road = RoadOf(reply.nType);
     const bool bUserData = reply.bUserData && road.fnNewUserData != nullptr;
     const int nCalls = Deliver(reply, bUserData ? road.fnNewUserData() : nullptr);
     Require(nCalls == (road.fnCheckPayload != nullptr ? 1 : 0), "one answer for what is answered, none else");

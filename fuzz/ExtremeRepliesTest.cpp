@@ -60,23 +60,23 @@ constexpr std::size_t TEN_MEGABYTES = 10 * MILLION;
 constexpr std::size_t HUNDRED_MEGABYTES = 100 * MILLION;
 
 /// What the three kinds of decoders make of a reply.
-struct SResults {
+struct Results {
     int nFirstElement; ///< those that read an array's first element
     int nAnyArray;     ///< those that any array is a success for
     int nUserInfo;     ///< the one that reads the envelope
 };
 
-constexpr SResults ALL_SUCCEED{0, 0, 0};
-constexpr SResults TOO_MANY_FOR_THE_ENVELOPE{0, 0, -1}; ///< whose reader takes an eighth of the values
-constexpr SResults ALL_FAIL{-1, -1, -1};
+constexpr Results ALL_SUCCEED{0, 0, 0};
+constexpr Results TOO_MANY_FOR_THE_ENVELOPE{0, 0, -1}; ///< whose reader takes an eighth of the values
+constexpr Results ALL_FAIL{-1, -1, -1};
 
-struct SExtreme {
+struct Extreme {
     const char* szName;
     string (*fnMake)();
-    SResults results;
+    Results results;
 };
 
-void PrintTo(const SExtreme& extreme, std::ostream* pStream)
+void PrintTo(const Extreme& extreme, std::ostream* pStream)
 {
     *pStream << extreme.szName;
 }
@@ -84,7 +84,7 @@ void PrintTo(const SExtreme& extreme, std::ostream* pStream)
 // The envelope reader reads a thousand levels, and numbers up to the largest double; the other reader has no
 // limit of depth, takes a number below the smallest double for zero, and both refuse what lies above the
 // largest.
-const SExtreme EXTREMES[] = {
+const Extreme EXTREMES[] = {
     {"OpenSquareBrackets", [] { return string(MILLION, '['); }, ALL_FAIL},
     {"ClosingSquareBrackets", [] { return string(MILLION, ']'); }, ALL_FAIL},
     {"OpenCurlyBrackets", [] { return string(MILLION, '{'); }, ALL_FAIL},
@@ -129,13 +129,13 @@ const SExtreme EXTREMES[] = {
 };
 
 // Too large to be tried on more than one decoder of each kind.
-const SExtreme LARGEST[] = {
+const Extreme LARGEST[] = {
     {"TextThatIsNoJson", [] { return string(HUNDRED_MEGABYTES, 'x'); }, ALL_FAIL},
     {"TextMember", [] { return SuccessWith("message", '"' + string(HUNDRED_MEGABYTES, 'x') + '"'); },
      ALL_SUCCEED},
 };
 
-int ResultFor(const Operation& operation, const SResults& results)
+int ResultFor(const Operation& operation, const Results& results)
 {
     switch (operation.nType) {
     case 3100:
@@ -148,22 +148,22 @@ int ResultFor(const Operation& operation, const SResults& results)
     }
 }
 
-class ExtremeReply : public SdkTest, public testing::WithParamInterface<std::tuple<Operation, SExtreme>>
+class ExtremeReply : public SdkTest, public testing::WithParamInterface<std::tuple<Operation, Extreme>>
 {
 };
 
-struct SExtremeCode {
+struct ExtremeCodeCase {
     const char* szName;
     const char* szCode;
     int nResult;
 };
 
-void PrintTo(const SExtremeCode& code, std::ostream* pStream)
+void PrintTo(const ExtremeCodeCase& code, std::ostream* pStream)
 {
     *pStream << code.szName;
 }
 
-class ExtremeCode : public SdkTest, public testing::WithParamInterface<SExtremeCode>
+class ExtremeCode : public SdkTest, public testing::WithParamInterface<ExtremeCodeCase>
 {
 };
 
@@ -206,26 +206,26 @@ TEST_P(ExtremeCode, OfAUserIsReadWhenItIsAnInteger)
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, ExtremeCode,
-                         testing::Values(SExtremeCode{"Huge", "1e300", 0},
-                                         SExtremeCode{"MinusHuge", "-1e300", 0},
-                                         SExtremeCode{"Tiny", "1e-300", 0},
-                                         SExtremeCode{"MinusZero", "-0", 0},
-                                         SExtremeCode{"MinusZeroPointZero", "-0.0", 0},
-                                         SExtremeCode{"AboveTheLargestDouble", "1E400", -1},
-                                         SExtremeCode{"BelowTheSmallestDouble", "1E-400", 0},
-                                         SExtremeCode{"SmallestInt", "-2147483648", -2147483647 - 1},
-                                         SExtremeCode{"BelowTheSmallestInt", "-2147483649", 0},
-                                         SExtremeCode{"LargestUnsigned", "18446744073709551615", 0}),
+                         testing::Values(ExtremeCodeCase{"Huge", "1e300", 0},
+                                         ExtremeCodeCase{"MinusHuge", "-1e300", 0},
+                                         ExtremeCodeCase{"Tiny", "1e-300", 0},
+                                         ExtremeCodeCase{"MinusZero", "-0", 0},
+                                         ExtremeCodeCase{"MinusZeroPointZero", "-0.0", 0},
+                                         ExtremeCodeCase{"AboveTheLargestDouble", "1E400", -1},
+                                         ExtremeCodeCase{"BelowTheSmallestDouble", "1E-400", 0},
+                                         ExtremeCodeCase{"SmallestInt", "-2147483648", -2147483647 - 1},
+                                         ExtremeCodeCase{"BelowTheSmallestInt", "-2147483649", 0},
+                                         ExtremeCodeCase{"LargestUnsigned", "18446744073709551615", 0}),
                          testing::PrintToStringParamName());
 
-struct SList {
+struct ListCase {
     const char* szName;
     Operation operation;
     string (*fnMake)(std::size_t nElements);
     std::size_t (*fnSize)(const SResponseHeader& header);
 };
 
-void PrintTo(const SList& list, std::ostream* pStream)
+void PrintTo(const ListCase& list, std::ostream* pStream)
 {
     *pStream << list.szName;
 }
@@ -236,7 +236,7 @@ std::size_t StatesOfTheFirst(const SResponseHeader& header)
     return lstBattery.empty() ? 0 : lstBattery.front().lstStatus.size();
 }
 
-const SList LISTS[] = {
+const ListCase LISTS[] = {
     {"Projects", OP_PROJECTS,
      [](std::size_t nElements) { return SuccessWith("实验项目", ArrayOf("{\"xh\":\"1\"}", nElements)); },
      [](const SResponseHeader& header) { return Payload<SResponseGetProject>(header).lstProject.size(); }},
@@ -252,7 +252,7 @@ const SList LISTS[] = {
      StatesOfTheFirst},
 };
 
-class ExtremeListOf : public SdkTest, public testing::WithParamInterface<SList>
+class ExtremeListOf : public SdkTest, public testing::WithParamInterface<ListCase>
 {
 };
 

@@ -42,13 +42,13 @@ void Replay(const fs::path& path)
 
 } // namespace
 
-int main(int nArguments, char** pszArguments)
+int main(int nArguments, char** ppArguments)
 {
     if (nArguments != 2) {
-        std::fprintf(stderr, "usage: %s CORPUS_FOLDER\n", pszArguments[0]);
+        std::fprintf(stderr, "usage: %s CORPUS_FOLDER\n", ppArguments[0]);
         return 2;
     }
-    const std::vector<fs::path> vecFiles = FilesOf(pszArguments[1]);
+    const std::vector<fs::path> vecFiles = FilesOf(ppArguments[1]);
     std::for_each(vecFiles.begin(), vecFiles.end(), Replay);
     std::printf("%zu files\n", vecFiles.size());
     return vecFiles.empty() ? 1 : 0;

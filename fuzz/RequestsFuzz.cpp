@@ -26,10 +26,10 @@ namespace
 using namespace VelCSDK;
 
 /// The arguments of an operation, handed out one by one.
-class CArguments
+class Arguments
 {
 public:
-    explicit CArguments(std::string_view strInput) : m_strLeft(strInput) {}
+    explicit Arguments(std::string_view strInput) : m_strLeft(strInput) {}
 
     std::string Text()
     {
@@ -46,7 +46,7 @@ private:
     std::string_view m_strLeft;
 };
 
-void SendChlStatus(IVelClientSDk& client, CArguments& arguments)
+void SendChlStatus(IVelClientSDk& client, Arguments& arguments)
 {
     const std::string strTick = arguments.Text();
     KTSStartPlugin::tagRepoChlStatusInfo info;
@@ -57,7 +57,7 @@ void SendChlStatus(IVelClientSDk& client, CArguments& arguments)
     client.ReportChlStatus(strTick, info);
 }
 
-void SendIncubatorStatus(IVelClientSDk& client, CArguments& arguments)
+void SendIncubatorStatus(IVelClientSDk& client, Arguments& arguments)
 {
     KTSStartPlugin::tagRepoIncubatorStatus status{arguments.Text(), true, 21.5F};
     client.ReportIncubatorStatus(status);
@@ -65,32 +65,32 @@ void SendIncubatorStatus(IVelClientSDk& client, CArguments& arguments)
 
 // In braces, since their contents, unlike the arguments of a call, are evaluated in order.
 
-void SendProjects(IVelClientSDk& client, CArguments& arguments)
+void SendProjects(IVelClientSDk& client, Arguments& arguments)
 {
     const std::array texts{arguments.Text(), arguments.Text()};
     client.GetProjects(texts[0], texts[1]);
 }
 
-void SendAutoExport(IVelClientSDk& client, CArguments& arguments)
+void SendAutoExport(IVelClientSDk& client, Arguments& arguments)
 {
     const std::array texts{arguments.Text(), arguments.Text(), arguments.Text()};
     client.GetAutoExport(texts[0], texts[1], texts[2]);
 }
 
-void SendFtpFilePath(IVelClientSDk& client, CArguments& arguments)
+void SendFtpFilePath(IVelClientSDk& client, Arguments& arguments)
 {
     const std::array texts{arguments.Text(), arguments.Text(), arguments.Text(), arguments.Text()};
     client.GetFtpFilePath(texts[0], texts[1], texts[2], texts[3]);
 }
 
-void SendUploadData(IVelClientSDk& client, CArguments& arguments)
+void SendUploadData(IVelClientSDk& client, Arguments& arguments)
 {
     tagBatteryTestData data{arguments.Text(), arguments.Text(), arguments.Text(), arguments.Text(),
                             arguments.Text(), arguments.Text(), arguments.Text()};
     client.PostUploadData(data);
 }
 
-void SendChannelCheck(IVelClientSDk& client, CArguments& arguments)
+void SendChannelCheck(IVelClientSDk& client, Arguments& arguments)
 {
     const tagSRequestGetChannelCheckData request{arguments.Number(), arguments.Number(), arguments.Text(),
                                                  arguments.Text(),   arguments.Text(),   arguments.Text()};
@@ -98,29 +98,29 @@ void SendChannelCheck(IVelClientSDk& client, CArguments& arguments)
                                request.purpose);
 }
 
-struct SOperation {
+struct Operation {
     int nType;
-    void (*fnSend)(IVelClientSDk& client, CArguments& arguments);
+    void (*fnSend)(IVelClientSDk& client, Arguments& arguments);
 };
 
 constexpr std::array OPERATIONS{
-    SOperation{3100,
-               [](IVelClientSDk& client, CArguments& arguments) { client.GetUserInfo(arguments.Number()); }},
-    SOperation{3101, SendChlStatus},
-    SOperation{3102, SendIncubatorStatus},
-    SOperation{3103, SendProjects},
-    SOperation{3104,
-               [](IVelClientSDk& client, CArguments& arguments) { client.GetSupportVer(arguments.Text()); }},
-    SOperation{3105,
-               [](IVelClientSDk& client, CArguments& arguments) { client.GetBattStatus(arguments.Text()); }},
-    SOperation{3106, SendAutoExport},
-    SOperation{3107, SendFtpFilePath},
-    SOperation{3109, SendChannelCheck},
-    SOperation{3110, [](IVelClientSDk& client,
-                        CArguments& arguments) { client.GetWhetherInCommon(arguments.Text()); }},
-    SOperation{3112, SendUploadData},
-    SOperation{
-        3113, [](IVelClientSDk& client, CArguments& arguments) { client.ReportCycleData(arguments.Text()); }},
+    Operation{3100,
+              [](IVelClientSDk& client, Arguments& arguments) { client.GetUserInfo(arguments.Number()); }},
+    Operation{3101, SendChlStatus},
+    Operation{3102, SendIncubatorStatus},
+    Operation{3103, SendProjects},
+    Operation{3104,
+              [](IVelClientSDk& client, Arguments& arguments) { client.GetSupportVer(arguments.Text()); }},
+    Operation{3105,
+              [](IVelClientSDk& client, Arguments& arguments) { client.GetBattStatus(arguments.Text()); }},
+    Operation{3106, SendAutoExport},
+    Operation{3107, SendFtpFilePath},
+    Operation{3109, SendChannelCheck},
+    Operation{3110, [](IVelClientSDk& client,
+                       Arguments& arguments) { client.GetWhetherInCommon(arguments.Text()); }},
+    Operation{3112, SendUploadData},
+    Operation{3113,
+              [](IVelClientSDk& client, Arguments& arguments) { client.ReportCycleData(arguments.Text()); }},
 };
 
 IVelClientSDk& Client()
@@ -136,9 +136,9 @@ IVelClientSDk& Client()
 }
 
 /// @return whether the operation took its arguments
-bool Send(const SOperation& operation, std::string_view strArguments)
+bool Send(const Operation& operation, std::string_view strArguments)
 {
-    CArguments arguments(strArguments);
+    Arguments arguments(strArguments);
     try {
         operation.fnSend(Client(), arguments);
         return true;
@@ -178,7 +178,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
         return 0;
     }
     RecordingTransport& transport = RecordingTransport::Instance();
-    const SOperation& operation = OPERATIONS.at(static_cast<std::size_t>(pData[0] - '0') % OPERATIONS.size());
+    const Operation& operation = OPERATIONS.at(static_cast<std::size_t>(pData[0] - '0') % OPERATIONS.size());
     const bool bSent = Send(operation, {reinterpret_cast<const char*>(pData) + 1, nSize - 1});
     Require(transport.vecRequests.size() == (bSent ? 1U : 0U), "what is taken is sent, once");
     for (const RecordedRequest& request : transport.vecRequests) {

@@ -22,10 +22,10 @@ namespace fs = std::filesystem;
 
 /// A settings root of the process's own, in memory where the system has such a folder. It goes with the
 /// process.
-class CSettingsRoot
+class SettingsRoot
 {
 public:
-    CSettingsRoot()
+    SettingsRoot()
     {
         const fs::path parent =
             fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
@@ -38,14 +38,14 @@ public:
         fs::create_directories(File().parent_path());
     }
 
-    ~CSettingsRoot()
+    ~SettingsRoot()
     {
         std::error_code error;
         fs::remove_all(m_root, error);
     }
 
-    CSettingsRoot(const CSettingsRoot&) = delete;
-    CSettingsRoot& operator=(const CSettingsRoot&) = delete;
+    SettingsRoot(const SettingsRoot&) = delete;
+    SettingsRoot& operator=(const SettingsRoot&) = delete;
 
     /// Qt keeps what it read of a file until the file's size or time changes: each text gets a time of its
     /// own.
@@ -63,7 +63,7 @@ private:
     fs::file_time_type m_time = fs::file_time_type::clock::now();
 };
 
-bool IsPluginSetting(const SEndpointSetting& setting)
+bool IsPluginSetting(const EndpointSetting& setting)
 {
     constexpr std::string_view PLUGIN = "KTSStartPlugin";
     const std::string_view strProfile = setting.szProfile;
@@ -74,7 +74,7 @@ bool IsPluginSetting(const SEndpointSetting& setting)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
 {
-    static CSettingsRoot root;
+    static SettingsRoot root;
     ClearRecordedLog();
     root.Write(pData, nSize);
     const std::array<std::string, ENDPOINT_SETTING_COUNT> paths = ReadEndpointSettings();

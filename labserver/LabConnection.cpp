@@ -9,13 +9,13 @@ namespace
 using std::chrono::milliseconds;
 
 /// How long to wait for more bytes of a request that has begun, or for a slow client to take more of a reply.
-constexpr milliseconds kNextBytes{5000};
+constexpr milliseconds NEXT_BYTES{5000};
 /// The same once the server must stop: enough for bytes in transit, too short to delay the stop.
-constexpr milliseconds kPatienceAtStop{200};
+constexpr milliseconds PATIENCE_AT_STOP{200};
 /// For a whole request, and again for its reply, once the server must stop: bytes that arrive now and then
 /// would delay the stop too.
-constexpr milliseconds kMostAtStop{2000};
-constexpr size_t kReadSize = 16384;
+constexpr milliseconds MOST_AT_STOP{2000};
+constexpr size_t READ_SIZE = 16384;
 
 } // namespace
 
@@ -37,7 +37,7 @@ LabConnection::~LabConnection()
 
 bool LabConnection::WaitForRequest()
 {
-    const bool bBegun = HasReceived() || PollSocketOrStop(kIdle);
+    const bool bBegun = HasReceived() || PollSocketOrStop(IDLE);
     BeginToWait();
     m_head = LabHead();
     return bBegun;
@@ -112,7 +112,7 @@ void LabConnection::get_local_ip_and_port(std::string&, int&) const {}
 milliseconds LabConnection::TimeForNextBytes() const
 {
     const auto left = std::chrono::duration_cast<milliseconds>(m_end - std::chrono::steady_clock::now());
-    return std::clamp(left, milliseconds(0), kNextBytes);
+    return std::clamp(left, milliseconds(0), NEXT_BYTES);
 }
 
 bool LabConnection::PollSocket(short nEvents, milliseconds patience) const
@@ -137,8 +137,8 @@ bool LabConnection::WaitForSocket(short nEvents)
     PollSockets(events, std::size(events), static_cast<int>(TimeForNextBytes().count()));
     if (events[1].revents == 0)
         return events[0].revents != 0;
-    m_end = std::min(m_end, std::chrono::steady_clock::now() + kMostAtStop);
-    return PollSocket(nEvents, std::min(TimeForNextBytes(), kPatienceAtStop));
+    m_end = std::min(m_end, std::chrono::steady_clock::now() + MOST_AT_STOP);
+    return PollSocket(nEvents, std::min(TimeForNextBytes(), PATIENCE_AT_STOP));
 }
 
 /// Receives the next bytes of a request in progress.
@@ -148,7 +148,7 @@ bool LabConnection::Fill()
     if (!Flush())
         return false;
     const bool bReady = WaitForSocket(POLLIN);
-    m_vecIn.resize(kReadSize);
+    m_vecIn.resize(READ_SIZE);
     const std::ptrdiff_t nGot = bReady ? ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) : 0;
     m_vecIn.resize(static_cast<size_t>(std::max<std::ptrdiff_t>(nGot, 0)));
     m_nInRead = 0;
@@ -173,9 +173,9 @@ bool LabConnection::Flush()
 void LabConnection::ReadAway()
 {
     shutdown(m_nSocket, SHUT_WR);
-    const auto end = std::chrono::steady_clock::now() + kPatienceAtStop;
-    m_vecIn.resize(kReadSize);
-    while (PollSocket(POLLIN, kPatienceAtStop) &&
+    const auto end = std::chrono::steady_clock::now() + PATIENCE_AT_STOP;
+    m_vecIn.resize(READ_SIZE);
+    while (PollSocket(POLLIN, PATIENCE_AT_STOP) &&
            ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) > 0 &&
            std::chrono::steady_clock::now() < end) {
     }

@@ -15,7 +15,7 @@ class LabConnection : public httplib::Stream
 {
 public:
     /// How long a kept connection may stay silent between two requests.
-    static constexpr std::chrono::seconds kIdle{60};
+    static constexpr std::chrono::seconds IDLE{60};
 
     /// @param nSocket closed with this object
     /// @param stop must outlive this object

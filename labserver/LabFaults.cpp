@@ -8,22 +8,22 @@
 namespace
 {
 
-constexpr int kMaxCount = 1'000'000;
-constexpr int kMaxDelayMs = 600'000;
+constexpr int MAX_COUNT = 1'000'000;
+constexpr int MAX_DELAY_MS = 600'000;
 
-constexpr LabField kPath{"path", LabType::Text};
-constexpr LabField aOptional[] = {
+constexpr LabField PATH_FIELD{"path", LabType::Text};
+constexpr LabField OPTIONAL_FIELDS[] = {
     {"count", LabType::Integer}, {"delayMs", LabType::Integer},  {"status", LabType::Integer},
     {"body", LabType::Text},     {"contentType", LabType::Text}, {"truncate", LabType::Flag},
     {"reset", LabType::Flag},
 };
 
 /// An optional integer member within bounds.
-int BoundedMember(const Json::Value& value, const char* pszName, int nDefault, int nLowest, int nHighest)
+int BoundedMember(const Json::Value& value, const char* szName, int nDefault, int nLowest, int nHighest)
 {
-    const Json::Int64 nValue = value.get(pszName, nDefault).asInt64();
+    const Json::Int64 nValue = value.get(szName, nDefault).asInt64();
     if (nValue < nLowest || nValue > nHighest)
-        throw LabError(400, "The member \"" + std::string(pszName) + "\" is not within " +
+        throw LabError(400, "The member \"" + std::string(szName) + "\" is not within " +
                                 std::to_string(nLowest) + " to " + std::to_string(nHighest) + ".");
     return static_cast<int>(nValue);
 }
@@ -125,16 +125,16 @@ LabFault FaultFromJson(const Json::Value& value)
 {
     if (!value.isObject())
         throw LabError(400, "The body is not a JSON object.");
-    RequireField(value, kPath);
-    for (const LabField& field : aOptional) {
-        if (value.isMember(field.pszName))
+    RequireField(value, PATH_FIELD);
+    for (const LabField& field : OPTIONAL_FIELDS) {
+        if (value.isMember(field.szName))
             RequireField(value, field);
     }
     LabFault fault;
     fault.strPath = value["path"].asString();
-    fault.nCount = BoundedMember(value, "count", 1, 1, kMaxCount);
+    fault.nCount = BoundedMember(value, "count", 1, 1, MAX_COUNT);
     fault.eKind = KindOf(value);
-    fault.nDelayMs = BoundedMember(value, "delayMs", 0, 0, kMaxDelayMs);
+    fault.nDelayMs = BoundedMember(value, "delayMs", 0, 0, MAX_DELAY_MS);
     fault.nStatus = BoundedMember(value, "status", fault.nStatus, 200, 599);
     fault.strBody =
         value.get("body", WriteJson(ErrorEnvelope(fault.nStatus, "A scripted fault."))).asString();

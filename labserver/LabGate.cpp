@@ -9,8 +9,8 @@
 namespace
 {
 
-constexpr int kDefaultPort = 80; ///< which clients omit from the header Host
-constexpr std::string_view kScheme = "http://";
+constexpr int DEFAULT_PORT = 80; ///< which clients omit from the header Host
+constexpr std::string_view SCHEME = "http://";
 
 /// A content type without its parameters.
 std::string MediaType(const std::string& strContentType)
@@ -46,9 +46,9 @@ bool IsAskedByUs(const httplib::Request& request)
 
 bool IsOperatorPath(const std::string& strPath)
 {
-    constexpr std::string_view strRoot = "/lab";
-    return strPath.compare(0, strRoot.size(), strRoot) == 0 &&
-           (strPath.size() == strRoot.size() || strPath[strRoot.size()] == '/');
+    constexpr std::string_view OPERATORS_ROOT = "/lab";
+    return strPath.compare(0, OPERATORS_ROOT.size(), OPERATORS_ROOT) == 0 &&
+           (strPath.size() == OPERATORS_ROOT.size() || strPath[OPERATORS_ROOT.size()] == '/');
 }
 
 LabGate::LabGate(const std::string& strAddress, int nPort)
@@ -57,7 +57,7 @@ LabGate::LabGate(const std::string& strAddress, int nPort)
     for (const std::string& strName : vecNames) {
         const std::string strWithPort = HostAndPort(strName, nPort);
         m_vecOwn.push_back(strWithPort);
-        if (nPort == kDefaultPort)
+        if (nPort == DEFAULT_PORT)
             m_vecOwn.push_back(strWithPort.substr(0, strWithPort.rfind(':')));
     }
 }
@@ -87,7 +87,7 @@ bool LabGate::IsOwn(const std::string& strHost) const
 
 bool LabGate::IsOwnOrigin(const std::string& strOrigin) const
 {
-    return strOrigin.compare(0, kScheme.size(), kScheme) == 0 && IsOwn(strOrigin.substr(kScheme.size()));
+    return strOrigin.compare(0, SCHEME.size(), SCHEME) == 0 && IsOwn(strOrigin.substr(SCHEME.size()));
 }
 
 void ProtectReply(httplib::Response& response)

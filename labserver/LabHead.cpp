@@ -20,10 +20,10 @@ std::size_t LabHead::Take(const char* pBytes, std::size_t nSize)
 {
     const char* const pEnd = std::find(pBytes, pBytes + nSize, '\n');
     const std::size_t nLine = static_cast<std::size_t>(pEnd - pBytes) + (pEnd == pBytes + nSize ? 0 : 1);
-    const std::size_t nTaken = std::min(nLine, kMaxLine + 1 - m_strTaking.size());
+    const std::size_t nTaken = std::min(nLine, MAX_LINE + 1 - m_strTaking.size());
     m_strTaking.append(pBytes, nTaken);
     m_nSize += nTaken;
-    if (m_strTaking.size() > kMaxLine || (!m_strTaking.empty() && m_strTaking.back() == '\n'))
+    if (m_strTaking.size() > MAX_LINE || (!m_strTaking.empty() && m_strTaking.back() == '\n'))
         EndLine();
     return nTaken;
 }
@@ -50,7 +50,7 @@ void LabHead::EndLine()
 void LabHead::EndRequestLine()
 {
     m_strLine.swap(m_strTaking);
-    if (m_strLine.size() <= kMaxLine)
+    if (m_strLine.size() <= MAX_LINE)
         return;
     m_refusal = {414, "The request target is too long."};
     m_strLine.back() = '\n'; // a line end, without which httplib would see no request
@@ -58,16 +58,16 @@ void LabHead::EndRequestLine()
 
 void LabHead::EndHeaderLine()
 {
-    if (m_nSize > kMaxSize) {
-        m_refusal = {431, "The request's header is larger than " + std::to_string(kMaxSize) + " bytes."};
+    if (m_nSize > MAX_SIZE) {
+        m_refusal = {431, "The request's header is larger than " + std::to_string(MAX_SIZE) + " bytes."};
     } else if (m_strTaking == "\r\n") {
         m_bBlankTaken = true;
         m_strLine.swap(m_strTaking);
-    } else if (m_strTaking.size() > kMaxLine) {
+    } else if (m_strTaking.size() > MAX_LINE) {
         m_refusal = {431,
-                     "A line of the request's header is longer than " + std::to_string(kMaxLine) + " bytes."};
-    } else if (m_nLines > kMaxLines) {
-        m_refusal = {431, "The request's header has more than " + std::to_string(kMaxLines) + " lines."};
+                     "A line of the request's header is longer than " + std::to_string(MAX_LINE) + " bytes."};
+    } else if (m_nLines > MAX_LINES) {
+        m_refusal = {431, "The request's header has more than " + std::to_string(MAX_LINES) + " lines."};
     } else if (!AsksForRanges(m_strTaking)) {
         m_strLine.swap(m_strTaking);
     }

@@ -12,13 +12,13 @@ class LabHead
 {
 public:
     /// The largest header, from the request line to the blank line; a larger one is answered 431.
-    static constexpr std::size_t kMaxSize = std::size_t{64} * 1024;
+    static constexpr std::size_t MAX_SIZE = std::size_t{64} * 1024;
     /// The longest line with its end, which is also httplib's limit; a longer one is answered 414 when it is
     /// the request line, else 431.
-    static constexpr std::size_t kMaxLine = 8192;
+    static constexpr std::size_t MAX_LINE = 8192;
     /// The most lines between the request line and the blank line; a header with more of them is answered
     /// 431.
-    static constexpr int kMaxLines = 100;
+    static constexpr int MAX_LINES = 100;
 
     /// Takes received bytes, up to the end of a line. Call it when there is nothing left to give, and the
     /// header is neither over nor refused.

@@ -20,7 +20,7 @@ thread_local LabConnection* t_pConnection = nullptr;
 thread_local std::string t_strPath;
 
 /// The path that httplib sees in every request, see TakePath().
-constexpr const char* kOnlyPath = "/";
+constexpr const char* ONLY_PATH = "/";
 
 bool IsOneOf(const std::string& strMethod, std::initializer_list<const char*> lstMethods)
 {
@@ -44,8 +44,8 @@ LabRefusal RefusalOf(const LabGate& gate, const httplib::Request& request)
     const bool bNeedsLength = IsOneOf(request.method, {"POST", "PUT", "PATCH"});
     if (request.has_header("Transfer-Encoding") || (bNeedsLength && !request.has_header("Content-Length")))
         return {411, "A body needs a Content-Length."};
-    if (AnnouncedBody(request) > LabHttp::kMaxBody)
-        return {413, "The body is larger than " + std::to_string(LabHttp::kMaxBody) + " bytes."};
+    if (AnnouncedBody(request) > LabHttp::MAX_BODY)
+        return {413, "The body is larger than " + std::to_string(LabHttp::MAX_BODY) + " bytes."};
     return {};
 }
 
@@ -61,7 +61,7 @@ bool IsBodyRead(const httplib::Request& request)
 void TakePath(httplib::Request& request)
 {
     t_strPath = std::move(request.path);
-    request.path = kOnlyPath;
+    request.path = ONLY_PATH;
 }
 
 /// Corrects what httplib would otherwise do with a request's header.
@@ -100,7 +100,7 @@ void FillRefusal(const httplib::Request&, httplib::Response& response)
     if (refusal.nStatus == 0)
         refusal = {response.status, "The request can't be read."};
     response.status = refusal.nStatus;
-    response.set_content(WriteJson(ErrorEnvelope(refusal.nStatus, refusal.strWhy)), kJsonContentType);
+    response.set_content(WriteJson(ErrorEnvelope(refusal.nStatus, refusal.strWhy)), JSON_CONTENT_TYPE);
 }
 
 /// Corrects what httplib would otherwise put into a reply's header.
@@ -129,7 +129,7 @@ LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const La
     for (const AddHandler pfnMethod :
          {AddHandler(&Server::Get), AddHandler(&Server::Post), AddHandler(&Server::Put),
           AddHandler(&Server::Patch), AddHandler(&Server::Delete), AddHandler(&Server::Options)})
-        (this->*pfnMethod)(kOnlyPath, fnHandle);
+        (this->*pfnMethod)(ONLY_PATH, fnHandle);
     set_pre_routing_handler(RefuseUnread);
     set_error_handler(Handler(FillRefusal));
     set_post_routing_handler([fnSeal](const httplib::Request& request, httplib::Response& response) {
@@ -137,9 +137,9 @@ LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const La
         fnSeal(request, response);
     });
     set_tcp_nodelay(true);
-    set_payload_max_length(kMaxBody);
+    set_payload_max_length(MAX_BODY);
     // What the replies' Keep-Alive header promises.
-    set_keep_alive_timeout(LabConnection::kIdle.count());
+    set_keep_alive_timeout(LabConnection::IDLE.count());
     set_keep_alive_max_count(std::numeric_limits<int>::max());
     // Replaces httplib's default, with which two servers of a user could listen on one port.
     set_socket_options(ReusePort);

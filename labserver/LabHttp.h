@@ -44,7 +44,7 @@ class LabHttp : private SigPipeKept, private httplib::Server
 {
 public:
     /// The largest request body; a larger one is answered 413.
-    static constexpr size_t kMaxBody = size_t{16} * 1024 * 1024;
+    static constexpr size_t MAX_BODY = size_t{16} * 1024 * 1024;
 
     /// Answers a request to a path, which is decoded and begins with "/". The request's own `path` is
     /// meaningless.

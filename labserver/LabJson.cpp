@@ -8,7 +8,7 @@ namespace
 {
 
 /// Deeper than any report, and far below the depth at which reading would overflow a thread's stack.
-constexpr int kMaxDepth = 256;
+constexpr int MAX_DEPTH = 256;
 
 bool IsUtf8(const std::string& strText)
 {
@@ -24,7 +24,7 @@ std::unique_ptr<Json::CharReader> MakeReader()
 {
     Json::CharReaderBuilder builder;
     Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["stackLimit"] = kMaxDepth;
+    builder["stackLimit"] = MAX_DEPTH;
     return std::unique_ptr<Json::CharReader>(builder.newCharReader());
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 
 /// The content type of every reply that no fault replaced.
-inline constexpr const char* kJsonContentType = "application/json; charset=utf-8";
+inline constexpr const char* JSON_CONTENT_TYPE = "application/json; charset=utf-8";
 
 /// A request that can't be fulfilled: the HTTP status to answer with, and a sentence that says why.
 class LabError : public std::runtime_error

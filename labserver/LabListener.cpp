@@ -13,10 +13,10 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 /// Time for a refused client to send its request and to read the refusal.
-constexpr milliseconds kRefusedStay{5000};
-constexpr size_t kMaxRefused = 64;
+constexpr milliseconds REFUSED_STAY{5000};
+constexpr size_t MAX_REFUSED = 64;
 /// The pause before the next try when the machine has no descriptor or memory for a connection.
-constexpr milliseconds kPause{10};
+constexpr milliseconds PAUSE{10};
 
 std::string RefusalReply(int nMaxConnections)
 {
@@ -24,7 +24,7 @@ std::string RefusalReply(int nMaxConnections)
         WriteJson(ErrorEnvelope(503, "The server has no room for another connection; it takes at most " +
                                          std::to_string(nMaxConnections) + " at a time."));
     return "HTTP/1.1 503 Service Unavailable\r\nConnection: close\r\nContent-Length: " +
-           std::to_string(strBody.size()) + "\r\nContent-Type: " + kJsonContentType + "\r\n\r\n" + strBody;
+           std::to_string(strBody.size()) + "\r\nContent-Type: " + JSON_CONTENT_TYPE + "\r\n\r\n" + strBody;
 }
 
 /// Reads and discards some of what has arrived. @return whether more may arrive
@@ -73,8 +73,8 @@ void LabRefusedClients::Add(Socket nSocket, const std::string& strReply)
     // Nothing was sent before, so the system's buffer takes all of it.
     SendBytes(nSocket, strReply.data(), strReply.size());
     shutdown(nSocket, SHUT_WR);
-    m_lstClients.push_back({nSocket, steady_clock::now() + kRefusedStay});
-    if (m_lstClients.size() > kMaxRefused) {
+    m_lstClients.push_back({nSocket, steady_clock::now() + REFUSED_STAY});
+    if (m_lstClients.size() > MAX_REFUSED) {
         CloseSocket(m_lstClients.front().nSocket);
         m_lstClients.pop_front();
     }
@@ -143,7 +143,7 @@ void LabListener::Accept()
         if (!m_threads.Run([this, nSocket] { m_fnServe(nSocket); }))
             m_refused.Add(nSocket, m_strRefusal);
     } else if (!WouldBlock()) {
-        m_stop.WaitFor(kPause);
+        m_stop.WaitFor(PAUSE);
     }
 }
 

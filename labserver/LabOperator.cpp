@@ -5,11 +5,11 @@
 namespace
 {
 
-Json::Value Listing(const char* pszName, const Json::Value& list)
+Json::Value Listing(const char* szName, const Json::Value& list)
 {
     Json::Value reply(Json::objectValue);
     reply["count"] = list.size();
-    reply[pszName] = list;
+    reply[szName] = list;
     return reply;
 }
 

@@ -25,9 +25,9 @@ Json::Value Unknown(const std::string& strWhy)
     return reply;
 }
 
-Json::Value WithoutMember(Json::Value object, const char* pszName)
+Json::Value WithoutMember(Json::Value object, const char* szName)
 {
-    object.removeMember(pszName);
+    object.removeMember(szName);
     return object;
 }
 
@@ -53,7 +53,7 @@ Json::Int64 IntegerOf(const std::string& strText, const std::string& strName)
 Json::Value AnswerUserInfo(LabContext& context, const LabRequest& request)
 {
     const auto vecRows =
-        context.store.Select(labtables::Users, R"(WHERE "id" = ?)", {IntegerOf(request.strTail, "id")});
+        context.store.Select(labtables::USERS, R"(WHERE "id" = ?)", {IntegerOf(request.strTail, "id")});
     if (vecRows.empty())
         throw LabError(404, "There is no such user.");
     Json::Value reply = vecRows.front().members;
@@ -64,7 +64,7 @@ Json::Value AnswerUserInfo(LabContext& context, const LabRequest& request)
 Json::Value AnswerSupportVer(LabContext& context, const LabRequest& request)
 {
     const auto vecRows =
-        context.store.Select(labtables::SupportedVersions, R"(WHERE "t" = ?)", {QueryText(request, "t")});
+        context.store.Select(labtables::SUPPORTED_VERSIONS, R"(WHERE "t" = ?)", {QueryText(request, "t")});
     if (vecRows.empty())
         return Unknown("This version is not known here.");
     const Json::Value& version = vecRows.front().members;
@@ -82,7 +82,7 @@ Json::Value AnswerProjects(LabContext& context, const LabRequest& request)
     Json::Value list(Json::arrayValue);
     for (std::string strCell; std::getline(cells, strCell, ',');) {
         for (const LabRow& row :
-             context.store.Select(labtables::Projects, R"(WHERE "dxtm" = ? ORDER BY row_id)", {strCell}))
+             context.store.Select(labtables::PROJECTS, R"(WHERE "dxtm" = ? ORDER BY row_id)", {strCell}))
             list.append(WithoutMember(row.members, "dxtm"));
     }
     Json::Value reply = Success();
@@ -94,7 +94,7 @@ Json::Value AnswerBattStatus(LabContext& context, const LabRequest& request)
 {
     QueryText(request, "t");
     Json::Value list(Json::arrayValue);
-    for (const LabRow& row : context.store.Select(labtables::BatteryStates))
+    for (const LabRow& row : context.store.Select(labtables::BATTERY_STATES))
         list.append(row.members);
     Json::Value reply = Success();
     reply["全部电池状态"] = list;
@@ -106,7 +106,7 @@ Json::Value AnswerAutoExport(LabContext& context, const LabRequest& request)
     QueryText(request, "bjtzser");
     QueryText(request, "csxmser");
     const auto vecRows =
-        context.store.Select(labtables::Cells, R"(WHERE "dxtm" = ?)", {QueryText(request, "dxtm")});
+        context.store.Select(labtables::CELLS, R"(WHERE "dxtm" = ?)", {QueryText(request, "dxtm")});
     if (vecRows.empty())
         return Unknown("There is no such cell.");
     Json::Value reply = Success();
@@ -117,41 +117,41 @@ Json::Value AnswerAutoExport(LabContext& context, const LabRequest& request)
 Json::Value AnswerFtpFilePath(LabContext& context, const LabRequest& request)
 {
     const auto vecRows = context.store.Select(
-        labtables::FtpPaths,
+        labtables::FTP_PATHS,
         R"(WHERE "bjtzser" = ? AND "csxmser" = ? AND "supplier" = ? AND "batteryStatus" = ?)",
         {QueryText(request, "bjtzser"), QueryText(request, "csxmser"), QueryText(request, "supplier"),
          QueryText(request, "batteryStatus")});
     if (vecRows.empty())
         return Unknown("There is no path for this.");
     Json::Value reply = Success();
-    for (const char* pszMember : {"ftpFilePath", "permit"})
-        reply["result"][pszMember] = vecRows.front().members[pszMember];
+    for (const char* szMember : {"ftpFilePath", "permit"})
+        reply["result"][szMember] = vecRows.front().members[szMember];
     return reply;
 }
 
 Json::Value AnswerChannelCheckData(LabContext& context, const LabRequest& request)
 {
-    for (const char* pszId : {"wtNumId", "xmNameId"})
-        IntegerOf(QueryText(request, pszId), pszId);
+    for (const char* szId : {"wtNumId", "xmNameId"})
+        IntegerOf(QueryText(request, szId), szId);
     QueryText(request, "dxtm");
     QueryText(request, "purpose");
     // The latest rule that covers the channel decides.
     const auto vecRows = context.store.Select(
-        labtables::ChannelRules, R"(WHERE ? GLOB "deviceId" AND ? GLOB "chl" ORDER BY row_id DESC LIMIT 1)",
+        labtables::CHANNEL_RULES, R"(WHERE ? GLOB "deviceId" AND ? GLOB "chl" ORDER BY row_id DESC LIMIT 1)",
         {QueryText(request, "deviceId"), QueryText(request, "chl")});
     if (vecRows.empty())
         return Unknown("No rule covers this channel.");
     Json::Value reply = Success();
     reply["message"] = "checked";
-    for (const char* pszMember : {"allowBoot", "reason"})
-        reply["result"][pszMember] = vecRows.front().members[pszMember];
+    for (const char* szMember : {"allowBoot", "reason"})
+        reply["result"][szMember] = vecRows.front().members[szMember];
     return reply;
 }
 
 Json::Value AnswerWhetherInCommon(LabContext& context, const LabRequest& request)
 {
     const auto vecRows =
-        context.store.Select(labtables::SharedBarcodes, R"(WHERE "dxtm" = ?)", {QueryText(request, "dxtm")});
+        context.store.Select(labtables::SHARED_BARCODES, R"(WHERE "dxtm" = ?)", {QueryText(request, "dxtm")});
     Json::Value reply = Success();
     reply["common"] = !vecRows.empty() && vecRows.front().members["common"].asBool();
     reply["message"] = "checked";

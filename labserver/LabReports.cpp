@@ -13,18 +13,18 @@ struct LabReportKind {
     std::string strName;
     const LabTable& table;
     const LabTable* pElements = nullptr; ///< holds the elements of a list; null: the row is the report
-    const char* pszQueryField = nullptr; ///< the field that comes in the query, not in the body
+    const char* szQueryField = nullptr;  ///< the field that comes in the query, not in the body
 };
 
 const LabReportKind& KindOf(const std::string& strName)
 {
     static const LabReportKind aKinds[] = {
-        {"channel-status", labtables::ChannelStatus, nullptr, "t"},
-        {"incubator-status", labtables::IncubatorStatus},
-        {"battery-data", labtables::BatteryData},
-        {"cycle-data", labtables::CycleData, &labtables::CycleElements},
-        {"step-data", labtables::StepData, &labtables::StepElements},
-        {"orn-step-data", labtables::OrnStepData, &labtables::OrnStepElements},
+        {"channel-status", labtables::CHANNEL_STATUS, nullptr, "t"},
+        {"incubator-status", labtables::INCUBATOR_STATUS},
+        {"battery-data", labtables::BATTERY_DATA},
+        {"cycle-data", labtables::CYCLE_DATA, &labtables::CYCLE_ELEMENTS},
+        {"step-data", labtables::STEP_DATA, &labtables::STEP_ELEMENTS},
+        {"orn-step-data", labtables::ORN_STEP_DATA, &labtables::ORN_STEP_ELEMENTS},
     };
     const auto* const pKind =
         std::find_if(std::begin(aKinds), std::end(aKinds),
@@ -44,8 +44,8 @@ std::string TextOf(const Json::Value& value, const std::string& strBody)
 std::int64_t StoreRow(LabStore& store, const LabReportKind& kind, const LabRequest& request)
 {
     Json::Value report = ParseJson(request.http.body);
-    if (kind.pszQueryField != nullptr && report.isObject())
-        report[kind.pszQueryField] = QueryText(request, kind.pszQueryField);
+    if (kind.szQueryField != nullptr && report.isObject())
+        report[kind.szQueryField] = QueryText(request, kind.szQueryField);
     RequireRow(report, kind.table);
     LabTransaction transaction(store);
     const std::int64_t nId = transaction.Insert(kind.table, report);
@@ -98,21 +98,21 @@ Json::Value ReportOf(LabStore& store, const LabReportKind& kind, const LabRow& r
 }
 
 /// An optional parameter that may not be negative.
-Json::Int64 CountOf(const LabRequest& request, const char* pszName, Json::Int64 nDefault)
+Json::Int64 CountOf(const LabRequest& request, const char* szName, Json::Int64 nDefault)
 {
-    if (!request.http.has_param(pszName))
+    if (!request.http.has_param(szName))
         return nDefault;
-    const Json::Int64 nValue = IntegerOf(QueryText(request, pszName), pszName);
+    const Json::Int64 nValue = IntegerOf(QueryText(request, szName), szName);
     if (nValue < 0)
-        throw LabError(400, std::string("\"") + pszName + "\" is negative.");
+        throw LabError(400, std::string("\"") + szName + "\" is negative.");
     return nValue;
 }
 
 } // namespace
 
-LabHandler ReportHandler(const char* pszKind)
+LabHandler ReportHandler(const char* szKind)
 {
-    const LabReportKind& kind = KindOf(pszKind);
+    const LabReportKind& kind = KindOf(szKind);
     return [&kind](LabContext& context, const LabRequest& request) {
         const auto pfnStore = kind.pElements == nullptr ? StoreRow : StoreList;
         return Acknowledgement(pfnStore(context.store, kind, request));
@@ -121,10 +121,10 @@ LabHandler ReportHandler(const char* pszKind)
 
 Json::Value ListReports(LabContext& context, const LabRequest& request)
 {
-    constexpr Json::Int64 nAll = -1; // what SQLite takes for no limit
+    constexpr Json::Int64 NO_LIMIT = -1; // what SQLite takes for no limit
     const LabReportKind& kind = KindOf(request.strTail);
     const Json::Int64 nAfter = CountOf(request, "after", 0);
-    const Json::Int64 nLimit = CountOf(request, "limit", nAll);
+    const Json::Int64 nLimit = CountOf(request, "limit", NO_LIMIT);
     Json::Value reports(Json::arrayValue);
     for (const LabRow& row :
          context.store.Select(kind.table, "WHERE row_id > ? ORDER BY row_id LIMIT ?", {nAfter, nLimit})) {

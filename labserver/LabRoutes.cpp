@@ -33,12 +33,12 @@ const std::vector<LabRoute>& Routes()
         {"POST", "/open/test-cabinet/add/kostrel/step", ReportHandler("step-data")},
         {"POST", "/core/api/public/orn/qm/autoWriteInspection", ReportHandler("orn-step-data")},
         {"GET", "/lab/reports/", ListReports},
-        {"GET", "/lab/channel-rules", ListHandler(labtables::ChannelRules)},
-        {"POST", "/lab/channel-rules", AddHandler(labtables::ChannelRules)},
-        {"GET", "/lab/shared-barcodes", ListHandler(labtables::SharedBarcodes)},
-        {"POST", "/lab/shared-barcodes", AddHandler(labtables::SharedBarcodes)},
-        {"GET", "/lab/supported-versions", ListHandler(labtables::SupportedVersions)},
-        {"POST", "/lab/supported-versions", AddHandler(labtables::SupportedVersions)},
+        {"GET", "/lab/channel-rules", ListHandler(labtables::CHANNEL_RULES)},
+        {"POST", "/lab/channel-rules", AddHandler(labtables::CHANNEL_RULES)},
+        {"GET", "/lab/shared-barcodes", ListHandler(labtables::SHARED_BARCODES)},
+        {"POST", "/lab/shared-barcodes", AddHandler(labtables::SHARED_BARCODES)},
+        {"GET", "/lab/supported-versions", ListHandler(labtables::SUPPORTED_VERSIONS)},
+        {"POST", "/lab/supported-versions", AddHandler(labtables::SUPPORTED_VERSIONS)},
         {"GET", "/lab/faults", ListFaults},
         {"POST", "/lab/faults", AddFault},
         {"DELETE", "/lab/faults", ClearFaults},
@@ -79,7 +79,7 @@ Json::Value Answer(LabContext& context, const std::string& strPath, const httpli
 void Refuse(httplib::Response& response, int nStatus, const std::string& strWhy)
 {
     response.status = nStatus;
-    response.set_content(WriteJson(ErrorEnvelope(nStatus, strWhy)), kJsonContentType);
+    response.set_content(WriteJson(ErrorEnvelope(nStatus, strWhy)), JSON_CONTENT_TYPE);
 }
 
 } // namespace
@@ -88,7 +88,7 @@ void AnswerRequest(LabContext& context, const std::string& strPath, const httpli
                    httplib::Response& response)
 {
     try {
-        response.set_content(WriteJson(Answer(context, strPath, request, response)), kJsonContentType);
+        response.set_content(WriteJson(Answer(context, strPath, request, response)), JSON_CONTENT_TYPE);
     } catch (const LabError& error) {
         Refuse(response, error.Status(), error.what());
     } catch (const std::exception& error) {

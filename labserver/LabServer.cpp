@@ -14,8 +14,8 @@
 namespace
 {
 
-constexpr size_t kMaxExchanges = 10'000;
-constexpr size_t kMaxExchangeBytes = size_t{64} * 1024 * 1024;
+constexpr size_t MAX_EXCHANGES = 10'000;
+constexpr size_t MAX_EXCHANGE_BYTES = size_t{64} * 1024 * 1024;
 
 size_t BytesOf(const LabExchange& exchange)
 {
@@ -31,7 +31,7 @@ public:
         const std::lock_guard lock(m_mutex);
         m_nBytes += BytesOf(exchange);
         m_lstExchanges.push_back(std::move(exchange));
-        while (m_lstExchanges.size() > kMaxExchanges || m_nBytes > kMaxExchangeBytes) {
+        while (m_lstExchanges.size() > MAX_EXCHANGES || m_nBytes > MAX_EXCHANGE_BYTES) {
             m_nBytes -= BytesOf(m_lstExchanges.front());
             m_lstExchanges.pop_front();
         }

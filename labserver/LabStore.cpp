@@ -11,11 +11,11 @@ namespace
 {
 
 /// Stored in the file itself; incremented when a table changes.
-constexpr int kSchemaVersion = 1;
+constexpr int SCHEMA_VERSION = 1;
 
 /// How long to wait for other servers that use the same file.
-constexpr std::chrono::milliseconds kBusyPatience{5000};
-constexpr std::chrono::milliseconds kBusyPause{10};
+constexpr std::chrono::milliseconds BUSY_PATIENCE{5000};
+constexpr std::chrono::milliseconds BUSY_PAUSE{10};
 
 const char* ColumnType(LabType eType)
 {
@@ -39,13 +39,13 @@ std::string Quoted(const std::string& strName)
 
 std::string CreateTableSql(const LabTable& table)
 {
-    std::string strSql = "CREATE TABLE " + Quoted(table.pszName) +
+    std::string strSql = "CREATE TABLE " + Quoted(table.szName) +
                          " (row_id INTEGER PRIMARY KEY AUTOINCREMENT,"
                          " received_at TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%fZ', 'now'))";
     for (const LabField& field : table.vecFields)
-        strSql += ", " + Quoted(field.pszName) + ' ' + ColumnType(field.eType) + " NOT NULL";
-    if (table.pszUnique != nullptr)
-        strSql += std::string(", UNIQUE (") + table.pszUnique + ") ON CONFLICT REPLACE";
+        strSql += ", " + Quoted(field.szName) + ' ' + ColumnType(field.eType) + " NOT NULL";
+    if (table.szUnique != nullptr)
+        strSql += std::string(", UNIQUE (") + table.szUnique + ") ON CONFLICT REPLACE";
     return strSql + ')';
 }
 
@@ -54,7 +54,7 @@ std::string ColumnList(const LabTable& table)
 {
     std::string strList;
     for (const LabField& field : table.vecFields)
-        strList += (strList.empty() ? "" : ", ") + Quoted(field.pszName);
+        strList += (strList.empty() ? "" : ", ") + Quoted(field.szName);
     return strList;
 }
 
@@ -68,7 +68,7 @@ int SchemaVersionOf(Sqlite& db)
 /// If two servers do this with a new file at the same moment, SQLite makes one fail instead of waiting.
 void TurnOnWal(Sqlite& db)
 {
-    for (const auto end = std::chrono::steady_clock::now() + kBusyPatience;;) {
+    for (const auto end = std::chrono::steady_clock::now() + BUSY_PATIENCE;;) {
         try {
             db.Execute("PRAGMA journal_mode = WAL");
             return;
@@ -76,7 +76,7 @@ void TurnOnWal(Sqlite& db)
             if (!error.IsBusy() || std::chrono::steady_clock::now() > end)
                 throw;
         }
-        std::this_thread::sleep_for(kBusyPause);
+        std::this_thread::sleep_for(BUSY_PAUSE);
     }
 }
 
@@ -86,26 +86,26 @@ LabStore::LabStore(const std::string& strFile) : m_db(strFile.empty() ? ":memory
 {
     Prepare();
     // Only now is the file known to be ours.
-    for (const char* pszBeside : {"", "-wal", "-shm", "-journal"}) {
+    for (const char* szBeside : {"", "-wal", "-shm", "-journal"}) {
         if (!strFile.empty())
-            KeepToOwner(strFile + pszBeside);
+            KeepToOwner(strFile + szBeside);
     }
 }
 
 void LabStore::Prepare()
 {
-    m_db.Execute("PRAGMA busy_timeout = " + std::to_string(kBusyPatience.count()));
+    m_db.Execute("PRAGMA busy_timeout = " + std::to_string(BUSY_PATIENCE.count()));
     TurnOnWal(m_db);
     LabTransaction fresh(*this);
     const int nVersion = SchemaVersionOf(m_db);
-    if (nVersion == kSchemaVersion)
+    if (nVersion == SCHEMA_VERSION)
         return;
     if (nVersion != 0)
         throw std::runtime_error("it is of another version of this server");
     for (const LabTable* pTable : labtables::All())
         m_db.Execute(CreateTableSql(*pTable));
     InsertSeed(fresh);
-    m_db.Execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+    m_db.Execute("PRAGMA user_version = " + std::to_string(SCHEMA_VERSION));
     fresh.Commit();
 }
 
@@ -115,7 +115,7 @@ std::vector<LabRow> LabStore::Select(const LabTable& table, const std::string& s
     const std::lock_guard lock(m_mutex);
     SqliteStatement query(m_db,
                           "SELECT row_id, received_at, " + ColumnList(table) + " FROM " +
-                              Quoted(table.pszName) + ' ' + strRest,
+                              Quoted(table.szName) + ' ' + strRest,
                           vecBound);
     std::vector<LabRow> vecRows;
     while (query.Step()) {
@@ -123,7 +123,7 @@ std::vector<LabRow> LabStore::Select(const LabTable& table, const std::string& s
                    Json::Value(Json::objectValue)};
         int nColumn = 2;
         for (const LabField& field : table.vecFields)
-            row.members[field.pszName] = query.Column(nColumn++, field.eType);
+            row.members[field.szName] = query.Column(nColumn++, field.eType);
         vecRows.push_back(std::move(row));
     }
     return vecRows;
@@ -132,7 +132,7 @@ std::vector<LabRow> LabStore::Select(const LabTable& table, const std::string& s
 std::int64_t LabStore::Count(const LabTable& table)
 {
     const std::lock_guard lock(m_mutex);
-    SqliteStatement query(m_db, "SELECT count(*) FROM " + Quoted(table.pszName));
+    SqliteStatement query(m_db, "SELECT count(*) FROM " + Quoted(table.szName));
     query.Step();
     return query.Column(0, LabType::Integer).asInt64();
 }
@@ -159,11 +159,11 @@ std::int64_t LabTransaction::Insert(const LabTable& table, const Json::Value& ro
     std::vector<Json::Value> vecBound;
     std::string strMarks;
     for (const LabField& field : table.vecFields) {
-        vecBound.push_back(row[field.pszName]);
+        vecBound.push_back(row[field.szName]);
         strMarks += strMarks.empty() ? "?" : ", ?";
     }
     SqliteStatement(m_db,
-                    "INSERT INTO " + Quoted(table.pszName) + " (" + ColumnList(table) + ") VALUES (" +
+                    "INSERT INTO " + Quoted(table.szName) + " (" + ColumnList(table) + ") VALUES (" +
                         strMarks + ')',
                     vecBound)
         .Step();

@@ -43,7 +43,7 @@ const char* NameOf(LabType eType)
 
 void RequireField(const Json::Value& object, const LabField& field)
 {
-    const std::string strName = field.pszName;
+    const std::string strName = field.szName;
     if (!object.isMember(strName))
         throw LabError(400, "The member \"" + strName + "\" is missing.");
     if (!Holds(object[strName], field.eType))

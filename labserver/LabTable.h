@@ -14,18 +14,18 @@ enum class LabType {
 };
 
 struct LabField {
-    const char* pszName;
+    const char* szName;
     LabType eType;
 };
 
 /// A table of the store, with one column per field. It also defines the shape of the JSON objects that are
 /// its rows.
 struct LabTable {
-    const char* pszName;
+    const char* szName;
     std::vector<LabField> vecFields;
     /// The key fields, quoted and separated by commas: a new row replaces the old one with the same key.
     /// Null: every row stays.
-    const char* pszUnique = nullptr;
+    const char* szUnique = nullptr;
 };
 
 /// Checks the member of an object that holds a field.

@@ -5,15 +5,15 @@ namespace
 
 using Type = LabType;
 
-LabTable ListTable(const char* pszName)
+LabTable ListTable(const char* szName)
 {
-    return {pszName, {{"isArray", Type::Flag}}};
+    return {szName, {{"isArray", Type::Flag}}};
 }
 
-LabTable ElementTable(const char* pszName)
+LabTable ElementTable(const char* szName)
 {
     return {
-        pszName,
+        szName,
         {{"report", Type::Integer}, {"position", Type::Integer}, {"element", Type::Text}},
         R"("report", "position")",
     };
@@ -24,13 +24,13 @@ LabTable ElementTable(const char* pszName)
 namespace labtables
 {
 
-const LabTable Users{
+const LabTable USERS{
     "user",
     {{"id", Type::Integer}, {"title", Type::Text}, {"author", Type::Text}, {"description", Type::Text}},
     R"("id")",
 };
 
-const LabTable Projects{
+const LabTable PROJECTS{
     "project",
     {{"dxtm", Type::Text},
      {"xh", Type::Text},
@@ -40,13 +40,13 @@ const LabTable Projects{
      {"项目名称", Type::Tree}},
 };
 
-const LabTable BatteryStates{
+const LabTable BATTERY_STATES{
     "battery_state",
     {{"id", Type::Integer}, {"name", Type::Text}, {"电池状态", Type::Tree}},
     R"("id")",
 };
 
-const LabTable Cells{
+const LabTable CELLS{
     "cell",
     {{"dxtm", Type::Text},
      {"strAnodeMaterial", Type::Text},
@@ -72,7 +72,7 @@ const LabTable Cells{
     R"("dxtm")",
 };
 
-const LabTable FtpPaths{
+const LabTable FTP_PATHS{
     "ftp_path",
     {{"bjtzser", Type::Text},
      {"csxmser", Type::Text},
@@ -83,25 +83,25 @@ const LabTable FtpPaths{
     R"("bjtzser", "csxmser", "supplier", "batteryStatus")",
 };
 
-const LabTable SupportedVersions{
+const LabTable SUPPORTED_VERSIONS{
     "supported_version",
     {{"t", Type::Text}, {"com", Type::Text}, {"ver", Type::Text}, {"supported", Type::Flag}},
     R"("t")",
 };
 
-const LabTable ChannelRules{
+const LabTable CHANNEL_RULES{
     "channel_rule",
     {{"deviceId", Type::Text}, {"chl", Type::Text}, {"allowBoot", Type::Text}, {"reason", Type::Text}},
     R"("deviceId", "chl")",
 };
 
-const LabTable SharedBarcodes{
+const LabTable SHARED_BARCODES{
     "shared_barcode",
     {{"dxtm", Type::Text}, {"common", Type::Flag}},
     R"("dxtm")",
 };
 
-const LabTable ChannelStatus{
+const LabTable CHANNEL_STATUS{
     "channel_status",
     {{"t", Type::Text},
      {"com", Type::Text},
@@ -137,12 +137,12 @@ const LabTable ChannelStatus{
      {"dczt", Type::Text}},
 };
 
-const LabTable IncubatorStatus{
+const LabTable INCUBATOR_STATUS{
     "incubator_status",
     {{"name", Type::Text}, {"status", Type::Text}, {"temperature", Type::Number}},
 };
 
-const LabTable BatteryData{
+const LabTable BATTERY_DATA{
     "battery_data",
     {{"siteNo", Type::Text},
      {"batchNo", Type::Text},
@@ -153,22 +153,33 @@ const LabTable BatteryData{
      {"uploadTime", Type::Text}},
 };
 
-const LabTable CycleData = ListTable("cycle_data");
-const LabTable CycleElements = ElementTable("cycle_element");
-const LabTable StepData = ListTable("step_data");
-const LabTable StepElements = ElementTable("step_element");
-const LabTable OrnStepData = ListTable("orn_step_data");
-const LabTable OrnStepElements = ElementTable("orn_step_element");
+const LabTable CYCLE_DATA = ListTable("cycle_data");
+const LabTable CYCLE_ELEMENTS = ElementTable("cycle_element");
+const LabTable STEP_DATA = ListTable("step_data");
+const LabTable STEP_ELEMENTS = ElementTable("step_element");
+const LabTable ORN_STEP_DATA = ListTable("orn_step_data");
+const LabTable ORN_STEP_ELEMENTS = ElementTable("orn_step_element");
 
 const std::vector<const LabTable*>& All()
 {
     static const std::vector<const LabTable*> vecAll = {
-        &Users,           &Projects,        &BatteryStates,
-        &Cells,           &FtpPaths,        &ChannelRules,
-        &ChannelStatus,   &SharedBarcodes,  &SupportedVersions,
-        &IncubatorStatus, &BatteryData,     &CycleData,
-        &CycleElements,   &StepData,        &StepElements,
-        &OrnStepData,     &OrnStepElements,
+        &USERS,
+        &PROJECTS,
+        &BATTERY_STATES,
+        &CELLS,
+        &FTP_PATHS,
+        &CHANNEL_RULES,
+        &CHANNEL_STATUS,
+        &SHARED_BARCODES,
+        &SUPPORTED_VERSIONS,
+        &INCUBATOR_STATUS,
+        &BATTERY_DATA,
+        &CYCLE_DATA,
+        &CYCLE_ELEMENTS,
+        &STEP_DATA,
+        &STEP_ELEMENTS,
+        &ORN_STEP_DATA,
+        &ORN_STEP_ELEMENTS,
     };
     return vecAll;
 }

@@ -6,27 +6,27 @@
 namespace labtables
 {
 
-extern const LabTable Users;
-extern const LabTable Projects;
-extern const LabTable BatteryStates;
-extern const LabTable Cells; ///< what the automatic export tells about a cell
-extern const LabTable FtpPaths;
+extern const LabTable USERS;
+extern const LabTable PROJECTS;
+extern const LabTable BATTERY_STATES;
+extern const LabTable CELLS; ///< what the automatic export tells about a cell
+extern const LabTable FTP_PATHS;
 
-extern const LabTable SupportedVersions;
-extern const LabTable ChannelRules; ///< "deviceId" and "chl" are patterns, in which "*" stands for any text
-extern const LabTable SharedBarcodes;
+extern const LabTable SUPPORTED_VERSIONS;
+extern const LabTable CHANNEL_RULES; ///< "deviceId" and "chl" are patterns, in which "*" stands for any text
+extern const LabTable SHARED_BARCODES;
 
-extern const LabTable ChannelStatus;
-extern const LabTable IncubatorStatus;
-extern const LabTable BatteryData;
+extern const LabTable CHANNEL_STATUS;
+extern const LabTable INCUBATOR_STATUS;
+extern const LabTable BATTERY_DATA;
 // A report of these kinds is a list of elements of any shape; each ...Elements table holds those of the table
 // before it.
-extern const LabTable CycleData;
-extern const LabTable CycleElements;
-extern const LabTable StepData;
-extern const LabTable StepElements;
-extern const LabTable OrnStepData;
-extern const LabTable OrnStepElements;
+extern const LabTable CYCLE_DATA;
+extern const LabTable CYCLE_ELEMENTS;
+extern const LabTable STEP_DATA;
+extern const LabTable STEP_ELEMENTS;
+extern const LabTable ORN_STEP_DATA;
+extern const LabTable ORN_STEP_ELEMENTS;
 
 /// All of the above.
 const std::vector<const LabTable*>& All();

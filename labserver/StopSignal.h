@@ -24,6 +24,6 @@ public:
     Socket Descriptor() const { return m_nDescriptor; }
 
 private:
-    const CSocketsStartUp m_sockets;
+    const SocketsStartUp m_sockets;
     Socket m_nDescriptor; ///< on Windows a socket, since only sockets can be polled there
 };

@@ -11,7 +11,7 @@
 namespace
 {
 
-constexpr int kExitUsage = 2;
+constexpr int EXIT_USAGE = 2;
 
 int Serve(const LabServerOptions& options)
 {
@@ -25,7 +25,7 @@ int Serve(const LabServerOptions& options)
     return EXIT_SUCCESS;
 }
 
-int ParseAndServe(int nArguments, char** ppszArguments)
+int ParseAndServe(int nArguments, char** ppArguments)
 {
     LabServerOptions options;
     CLI::App app("A stand-in laboratory server. Ends on SIGTERM or SIGINT.", "ktslabserver");
@@ -49,19 +49,19 @@ int ParseAndServe(int nArguments, char** ppszArguments)
             pApp, CLI::Error(error.get_name(), EscapeUnsafe(error.what()), error.get_exit_code()));
     });
     try {
-        app.parse(nArguments, ppszArguments);
+        app.parse(nArguments, ppArguments);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_SUCCESS : kExitUsage; // asking for help is no error
+        return app.exit(error) == 0 ? EXIT_SUCCESS : EXIT_USAGE; // asking for help is no error
     }
     return Serve(options);
 }
 
 } // namespace
 
-int main(int nArguments, char** ppszArguments)
+int main(int nArguments, char** ppArguments)
 {
     try {
-        return ParseAndServe(nArguments, ppszArguments);
+        return ParseAndServe(nArguments, ppArguments);
     } catch (const std::exception& error) {
         std::cerr << "ktslabserver: " << EscapeUnsafe(error.what()) << '\n';
         return EXIT_FAILURE;

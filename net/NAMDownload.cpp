@@ -68,7 +68,7 @@ NAMDownload::~NAMDownload()
 // With these open flags the temporary file is always a new one, and no link is followed.
 bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
 {
-    const CBlockingCall call; // an end of the process that begins meanwhile waits for this
+    const BlockingCall call; // an end of the process that begins meanwhile waits for this
     if (call.IsRefused()) {
         return false;
     }
@@ -90,7 +90,8 @@ bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
             SLOT(slot_NReply_downloadProgress(qint64, qint64)));
     connect(m_pReply, &QNetworkReply::finished, this, &NAMDownload::CheckWhole); // called before the next one
     connect(m_pReply, SIGNAL(finished()), this, SLOT(slot_NReply_finished()));
-    QTimer::singleShot(ExchangeLimits().timeout, Qt::PreciseTimer, m_pReply.data(), &QNetworkReply::abort);
+    QTimer::singleShot(ExchangeLimitsInForce().timeout, Qt::PreciseTimer, m_pReply.data(),
+                       &QNetworkReply::abort);
     WatchInFlight(*this);
     return true;
 }
@@ -98,7 +99,7 @@ bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
 bool NAMDownload::IsTooLarge() const
 {
     return static_cast<quint64>(m_pFile->pos() + m_pReply->bytesAvailable()) >
-           ExchangeLimits().nMaxReplyBytes;
+           ExchangeLimitsInForce().nMaxReplyBytes;
 }
 
 void NAMDownload::slot_NReply_readyRead()

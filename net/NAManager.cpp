@@ -22,29 +22,29 @@ namespace
 {
 
 /// @param object  gets the body's object
-SExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object)
+ExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object)
 {
-    using EKind = SExchangeEnd::EKind;
-    const std::size_t nMost = ReplyLimits().nValues;
+    using Kind = ExchangeEnd::Kind;
+    const std::size_t nMost = ReplyLimitsInForce().nValues;
     if (HoldsMoreValues({baBody.constData(), static_cast<std::size_t>(baBody.size())}, nMost)) {
         return {
-            EKind::Unreadable, nStatus,
+            Kind::Unreadable, nStatus,
             QStringLiteral("the body holds more than %1 values (%2)").arg(nMost).arg(REPLY_VALUES_VARIABLE)};
     }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(baBody, &error);
     if (error.error != QJsonParseError::NoError) {
         return {
-            EKind::Unreadable, nStatus,
+            Kind::Unreadable, nStatus,
             QStringLiteral("the body is not JSON: %1 at byte %2").arg(error.errorString()).arg(error.offset)};
     }
     const QJsonValue root = document.isObject() ? QJsonValue(document.object()) : document.array().at(0);
     if (!root.isObject()) { // undefined when the array is empty
-        return {EKind::NoObject, nStatus,
+        return {Kind::NoObject, nStatus,
                 QStringLiteral("the body is an array that does not begin with an object")};
     }
     object = root.toObject();
-    return {EKind::Object, nStatus, {}};
+    return {Kind::Object, nStatus, {}};
 }
 
 /// The text as a URL. Qt leaves brackets in path and query as they are, although a URL must not hold them
@@ -78,7 +78,7 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     if (nMethod != METHOD_POST && nMethod != METHOD_GET) {
         return;
     }
-    const CBlockingCall call; // an end that begins meanwhile waits until the request is under way
+    const BlockingCall call; // an end that begins meanwhile waits until the request is under way
     if (call.IsRefused()) {
         return;
     }
@@ -90,14 +90,14 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     // Qt would send the same two lines itself, but then also unpack the reply. In a GET they stand where Qt
     // would put them; in a POST, Content-Length follows them instead of preceding them.
     request.setRawHeader("Connection", "Keep-Alive");
-    request.setRawHeader("Accept-Encoding", CReplyBody::CODINGS);
+    request.setRawHeader("Accept-Encoding", ReplyBody::CODINGS);
     QNetworkReply* const pReply = nMethod == METHOD_POST ? post(request, baBody) : get(request);
-    m_pBody = std::make_unique<CReplyBody>(*pReply, ExchangeLimits().nMaxReplyBytes);
+    m_pBody = std::make_unique<ReplyBody>(*pReply, ExchangeLimitsInForce().nMaxReplyBytes);
     connect(pReply, &QNetworkReply::readyRead, this, [this] { m_pBody->Receive(); });
     WatchInFlight(*this);
 }
 
-void NAManager::SetEndReceiver(std::function<void(const SExchangeEnd&)> fnReceive)
+void NAManager::SetEndReceiver(std::function<void(const ExchangeEnd&)> fnReceive)
 {
     m_fnEnd = std::move(fnReceive);
 }
@@ -114,7 +114,7 @@ void NAManager::slot_reply_finished(QNetworkReply* reply)
 }
 
 /// @param object  gets the reply's object
-SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
+ExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
 {
     const int nStatus = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     try {
@@ -128,10 +128,10 @@ SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
             return NoMemoryFor(nStatus);
         }
         if (!m_pBody->Error().isEmpty()) {
-            return {SExchangeEnd::EKind::NetworkError, nStatus, m_pBody->Error()};
+            return {ExchangeEnd::Kind::NetworkError, nStatus, m_pBody->Error()};
         }
         if (reply.error() != QNetworkReply::NoError) {
-            return {SExchangeEnd::EKind::NetworkError, nStatus, ErrorText(reply)};
+            return {ExchangeEnd::Kind::NetworkError, nStatus, ErrorText(reply)};
         }
         return ReadBody(m_pBody->TakeBytes(), nStatus, object);
     } catch (const std::bad_alloc&) {
@@ -142,12 +142,12 @@ SExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
 void NAManager::Answer(QNetworkReply& reply)
 {
     QJsonObject object;
-    const SExchangeEnd end = Read(reply, object);
+    const ExchangeEnd end = Read(reply, object);
     if (m_fnEnd) {
         m_fnEnd(end);
     }
-    if (end.eKind != SExchangeEnd::EKind::NoObject) {
-        Q_EMIT signal_reply_finished(end.eKind == SExchangeEnd::EKind::Object, object);
+    if (end.eKind != ExchangeEnd::Kind::NoObject) {
+        Q_EMIT signal_reply_finished(end.eKind == ExchangeEnd::Kind::Object, object);
     }
 }
 

@@ -10,7 +10,7 @@
 #include <functional>
 #include <memory>
 
-class CReplyBody;
+class ReplyBody;
 class QNetworkReply;
 
 /// Sends one request, emits one answer, and then deletes itself. Create it with `new`, connect, call
@@ -42,7 +42,7 @@ public:
 
     /// Sets the function that is told how the exchange ended: once, just before the answer, and also when no
     /// answer is emitted.
-    void SetEndReceiver(std::function<void(const SExchangeEnd&)> fnReceive);
+    void SetEndReceiver(std::function<void(const ExchangeEnd&)> fnReceive);
 
     /// Whether the exchange has ended. The object may then be handling its reply, and deletes itself.
     bool HasEnded() const { return m_bEnded; }
@@ -61,14 +61,14 @@ private Q_SLOTS:
     void slot_upload_progress(qint64 bytesSent, qint64 bytesTotal);
 
 private:
-    SExchangeEnd Read(QNetworkReply& reply, QJsonObject& object);
+    ExchangeEnd Read(QNetworkReply& reply, QJsonObject& object);
     void Answer(QNetworkReply& reply);
 
     // Nothing reads these three; they stay since the interface names them.
     int m_nMethod = METHOD_POST; ///< of the request sent
     QString m_strReserved;
     qint64 m_nReserved = 0;
-    std::function<void(const SExchangeEnd&)> m_fnEnd;
+    std::function<void(const ExchangeEnd&)> m_fnEnd;
     bool m_bEnded = false;
-    std::unique_ptr<CReplyBody> m_pBody; ///< of the reply, once the request is sent
+    std::unique_ptr<ReplyBody> m_pBody; ///< of the reply, once the request is sent
 };

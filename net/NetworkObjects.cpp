@@ -47,7 +47,7 @@ void MakeFailingRequests()
 }
 
 /// The requests, made on a thread of their own, so that no event of the host is handled meanwhile.
-struct SRequests {
+struct Requests {
     std::promise<void> made;
     std::future<void> end = made.get_future();
     std::thread thread = StartQuietThread([this] {
@@ -60,8 +60,8 @@ struct SRequests {
 /// @return false when they take too long; they go on then
 bool MadeRequestsInTime()
 {
-    static const NeverDestroyed<SRequests> made; // the thread may still run at the end of the process
-    SRequests& requests = *made;
+    static const NeverDestroyed<Requests> made; // the thread may still run at the end of the process
+    Requests& requests = *made;
     if (requests.end.wait_for(LONGEST_WAIT) != std::future_status::ready) {
         return false;
     }

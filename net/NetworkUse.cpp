@@ -27,7 +27,7 @@ constexpr std::chrono::seconds STOP_GRACE{5};
 constexpr std::chrono::seconds SLEEP_OF_THE_STOPPED{10};
 
 /// What one thread is using.
-struct SThread {
+struct Thread {
     QObject anchor; ///< lives in the thread, so that calls posted to it run there
     std::vector<QNetworkAccessManager*> vecManagers;
     std::vector<QEventLoop*> vecLoops;       ///< of blocking calls, the innermost last
@@ -41,10 +41,10 @@ struct SThread {
 };
 
 /// All threads that use the network.
-struct SThreads {
+struct AllThreads {
     std::mutex mutex; ///< guards all that follows
     std::condition_variable changed;
-    std::vector<SThread*> vecThreads;
+    std::vector<Thread*> vecThreads;
     bool bApplicationEnds = false;
     bool bProcessEnds = false;
     std::thread::id idEnding; ///< the thread that ends the process
@@ -56,20 +56,20 @@ struct SThreads {
         return std::none_of(vecThreads.begin(), vecThreads.end(), &IsBusyElsewhere);
     }
     /// Only threads of this process count: of its parent's threads, the child of a fork has only one.
-    static bool IsBusyElsewhere(const SThread* pThread)
+    static bool IsBusyElsewhere(const Thread* pThread)
     {
         return pThread->nUses != 0 && !pThread->bStopped && pThread->id != std::this_thread::get_id() &&
                pThread->nProcess == QCoreApplication::applicationPid();
     }
 };
 
-SThreads& Threads()
+AllThreads& Threads()
 {
-    static const NeverDestroyed<SThreads> threads; // the end of the process needs it
+    static const NeverDestroyed<AllThreads> threads; // the end of the process needs it
     return *threads;
 }
 
-void Count(SThread& thread, int nChange)
+void Count(Thread& thread, int nChange)
 {
     const std::lock_guard<std::mutex> lock(Threads().mutex);
     thread.nUses += static_cast<std::size_t>(nChange);
@@ -78,7 +78,7 @@ void Count(SThread& thread, int nChange)
 
 /// Deletes the thread's managers. Counts as a use itself: a manager signals its destruction before it has
 /// waited for its internal Qt thread, and that thread uses objects that are destroyed as the process ends.
-void EndAll(SThread& thread)
+void EndAll(Thread& thread)
 {
     Count(thread, 1);
     while (!thread.vecManagers.empty()) {
@@ -88,7 +88,7 @@ void EndAll(SThread& thread)
 }
 
 /// If the process is ending on another thread, makes this one sleep, once.
-void SleepIfStopped(SThread& thread)
+void SleepIfStopped(Thread& thread)
 {
     {
         const std::lock_guard<std::mutex> lock(Threads().mutex);
@@ -106,7 +106,7 @@ void SleepIfStopped(SThread& thread)
 }
 
 /// Ends the thread's use of the network; called on that thread, from its event loop.
-void Stop(SThread& thread)
+void Stop(Thread& thread)
 {
     SleepIfStopped(thread);
     EndAll(thread);
@@ -117,8 +117,8 @@ void Stop(SThread& thread)
 
 void StopOthers(std::unique_lock<std::mutex>& lock)
 {
-    for (SThread* const pThread : Threads().vecThreads) {
-        if (SThreads::IsBusyElsewhere(pThread)) {
+    for (Thread* const pThread : Threads().vecThreads) {
+        if (AllThreads::IsBusyElsewhere(pThread)) {
             QMetaObject::invokeMethod(
                 &pThread->anchor, [pThread] { Stop(*pThread); }, Qt::QueuedConnection);
         }
@@ -131,22 +131,22 @@ thread_local bool t_bGone = false; ///< lets static objects that are destroyed l
 /// Owns what a thread uses. Thread-local objects of a thread that calls exit() or returns from main are
 /// destroyed before any static object, and so before the objects that Qt's own threads use or are just
 /// creating.
-struct SOwner {
-    SThread* const pThread = new SThread;
+struct Owner {
+    Thread* const pThread = new Thread;
 
-    SOwner()
+    Owner()
     {
         const std::lock_guard<std::mutex> lock(Threads().mutex);
         Threads().vecThreads.push_back(pThread);
     }
-    ~SOwner()
+    ~Owner()
     {
         t_bGone = true;
         // A manager waits for a thread of its own, and a thread that is no more may hold a lock of Qt's.
         UnlessThreadsAreGone([this] { Leave(); });
     }
-    SOwner(const SOwner&) = delete;
-    SOwner& operator=(const SOwner&) = delete;
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
 
     void Leave() const
     {
@@ -162,12 +162,12 @@ struct SOwner {
 };
 
 /// @return null once the thread's owner object is destroyed
-SThread* ThisThread()
+Thread* ThisThread()
 {
     if (t_bGone) {
         return nullptr;
     }
-    thread_local const SOwner owner;
+    thread_local const Owner owner;
     // The analyzer assumes that the owner is destroyed when this function returns; it lives as long as the
     // thread.
     return owner.pThread; // NOLINT(clang-analyzer-cplusplus.NewDelete)
@@ -175,7 +175,7 @@ SThread* ThisThread()
 
 void EndOfApplication()
 {
-    if (SThread* const pThread = ThisThread()) {
+    if (Thread* const pThread = ThisThread()) {
         EndAll(*pThread);
     }
     std::unique_lock<std::mutex> lock(Threads().mutex);
@@ -184,7 +184,7 @@ void EndOfApplication()
     }
 }
 
-void WatchApplication(SThread& thread)
+void WatchApplication(Thread& thread)
 {
     QCoreApplication* const pApplication = QCoreApplication::instance();
     if (pApplication == nullptr || thread.pApplication == pApplication) {
@@ -202,7 +202,7 @@ void WatchApplication(SThread& thread)
 
 void WatchInFlight(QNetworkAccessManager& manager)
 {
-    SThread* const pThread = ThisThread();
+    Thread* const pThread = ThisThread();
     if (pThread == nullptr) {
         return;
     }
@@ -222,9 +222,9 @@ void WatchInFlight(QNetworkAccessManager& manager)
     QObject::connect(&manager, &QObject::destroyed, &pThread->anchor, fnForget, Qt::DirectConnection);
 }
 
-CBlockingCall::CBlockingCall()
+BlockingCall::BlockingCall()
 {
-    SThread* const pThread = ThisThread();
+    Thread* const pThread = ThisThread();
     std::unique_lock<std::mutex> lock(Threads().mutex);
     m_bRefused = pThread == nullptr || Threads().IsEnding();
     if (m_bRefused) {
@@ -239,9 +239,9 @@ CBlockingCall::CBlockingCall()
     }
 }
 
-CBlockingCall::~CBlockingCall()
+BlockingCall::~BlockingCall()
 {
-    SThread* const pThread = ThisThread();
+    Thread* const pThread = ThisThread();
     if (pThread == nullptr) {
         return;
     }
@@ -253,9 +253,9 @@ CBlockingCall::~CBlockingCall()
     SleepIfStopped(*pThread);
 }
 
-void CBlockingCall::Run(QEventLoop& loop)
+void BlockingCall::Run(QEventLoop& loop)
 {
-    SThread* const pThread = ThisThread();
+    Thread* const pThread = ThisThread();
     if (pThread == nullptr) {
         return;
     }
@@ -275,14 +275,14 @@ void HoldBack(std::chrono::milliseconds pause)
         std::unique_lock<std::mutex> lock(Threads().mutex);
         Threads().changed.wait_for(lock, pause, [] { return Threads().bProcessEnds; });
     }
-    if (SThread* const pThread = ThisThread()) {
+    if (Thread* const pThread = ThisThread()) {
         SleepIfStopped(*pThread);
     }
 }
 
 void EndNetworkUse()
 {
-    if (SThread* const pThread = ThisThread()) {
+    if (Thread* const pThread = ThisThread()) {
         EndAll(*pThread);
     }
     std::unique_lock<std::mutex> lock(Threads().mutex);

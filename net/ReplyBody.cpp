@@ -26,15 +26,15 @@ void BoundBuffer(QNetworkReply& reply)
     reply.setReadBufferSize(MOST_HELD);
 }
 
-CReplyBody::CReplyBody(QNetworkReply& reply, std::size_t nMostBytes)
+ReplyBody::ReplyBody(QNetworkReply& reply, std::size_t nMostBytes)
     : m_reply(reply), m_nMostBytes(std::min(nMostBytes, MOST_BYTES))
 {
     BoundBuffer(reply);
 }
 
-CReplyBody::~CReplyBody() = default;
+ReplyBody::~ReplyBody() = default;
 
-void CReplyBody::Receive()
+void ReplyBody::Receive()
 {
     if (m_bLacksMemory || !m_strError.isEmpty()) {
         return;
@@ -50,7 +50,7 @@ void CReplyBody::Receive()
     }
 }
 
-void CReplyBody::Abort()
+void ReplyBody::Abort()
 {
     try {
         m_reply.abort();
@@ -58,7 +58,7 @@ void CReplyBody::Abort()
     }
 }
 
-bool CReplyBody::TakeArrived()
+bool ReplyBody::TakeArrived()
 {
     if (!std::exchange(m_bBegun, true)) {
         ChooseCoding();
@@ -69,17 +69,17 @@ bool CReplyBody::TakeArrived()
 }
 
 // A body in any other coding is collected as it is, and left to its reader.
-void CReplyBody::ChooseCoding()
+void ReplyBody::ChooseCoding()
 {
     const QByteArray baCoding = m_reply.rawHeader("Content-Encoding");
     if (baCoding.compare("gzip", Qt::CaseInsensitive) == 0) {
-        m_pInflater = std::make_unique<CInflater>(CInflater::Format::Gzip);
+        m_pInflater = std::make_unique<Inflater>(Inflater::Format::Gzip);
     } else if (baCoding.compare("deflate", Qt::CaseInsensitive) == 0) {
-        m_pInflater = std::make_unique<CInflater>(CInflater::Format::Deflate);
+        m_pInflater = std::make_unique<Inflater>(Inflater::Format::Deflate);
     }
 }
 
-bool CReplyBody::Take(std::string_view strBytes)
+bool ReplyBody::Take(std::string_view strBytes)
 {
     if (strBytes.size() > m_nMostBytes - static_cast<std::size_t>(m_baBytes.size())) {
         return Fail(QStringLiteral("the reply's body is larger than %1 bytes, unpacked (%2)")
@@ -90,20 +90,20 @@ bool CReplyBody::Take(std::string_view strBytes)
     return true;
 }
 
-bool CReplyBody::TakePacked(std::string_view strBytes)
+bool ReplyBody::TakePacked(std::string_view strBytes)
 {
     const auto fnTake = [this](std::string_view strUnpacked) { return Take(strUnpacked); };
     switch (m_pInflater->Write(strBytes, fnTake)) {
-    case EUnpacked::Refused:
+    case Unpacked::Refused:
         return false; // the error is set already
-    case EUnpacked::NoMemory:
+    case Unpacked::NoMemory:
         throw std::bad_alloc();
-    case EUnpacked::Damaged:
+    case Unpacked::Damaged:
         // Bytes after the end of the packed body are ignored.
         return m_pInflater->HasSeenEnd() ||
                Fail(QStringLiteral("the reply's body is labelled %1, but can't be unpacked")
                         .arg(QString::fromLatin1(m_reply.rawHeader("Content-Encoding"))));
-    case EUnpacked::Well:
+    case Unpacked::Well:
         break;
     }
     return !m_pInflater->HasTakenTooMuch(m_nMostBytes) ||
@@ -112,7 +112,7 @@ bool CReplyBody::TakePacked(std::string_view strBytes)
                     .arg(REPLY_BYTES_VARIABLE));
 }
 
-bool CReplyBody::Fail(QString strError)
+bool ReplyBody::Fail(QString strError)
 {
     m_strError = std::move(strError);
     return false;

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-class CInflater;
+class Inflater;
 class QNetworkReply;
 
 /// Limits what Qt itself buffers of a reply to some megabytes. At the limit, Qt stops receiving until they
@@ -18,7 +18,7 @@ void BoundBuffer(QNetworkReply& reply);
 /// Collects and unpacks the body of a reply while it arrives, and ends the exchange if the body is too large.
 /// Qt would unpack everything that has arrived at once, which may take a thousand times its size in memory.
 /// So the request must name the codings itself, which makes Qt leave the unpacking to this class.
-class CReplyBody
+class ReplyBody
 {
 public:
     /// The value of "Accept-Encoding": the codings that can be unpacked.
@@ -26,10 +26,10 @@ public:
 
     /// @param reply       must outlive this; nothing of it may have been received yet
     /// @param nMostBytes  the largest allowed size of the unpacked body; at most some 2 GB, the limit of Qt
-    CReplyBody(QNetworkReply& reply, std::size_t nMostBytes);
-    ~CReplyBody();
-    CReplyBody(const CReplyBody&) = delete;
-    CReplyBody& operator=(const CReplyBody&) = delete;
+    ReplyBody(QNetworkReply& reply, std::size_t nMostBytes);
+    ~ReplyBody();
+    ReplyBody(const ReplyBody&) = delete;
+    ReplyBody& operator=(const ReplyBody&) = delete;
 
     /// Takes what has arrived; if it can't be taken, aborts the reply as its last step. Call it whenever
     /// there is something to read, and at the end.
@@ -56,7 +56,7 @@ private:
     const std::size_t m_nMostBytes;
     bool m_bBegun = false;
     bool m_bLacksMemory = false;
-    std::unique_ptr<CInflater> m_pInflater; ///< null for a body that is not packed
+    std::unique_ptr<Inflater> m_pInflater; ///< null for a body that is not packed
     QByteArray m_baBytes;
     QString m_strError;
 };

@@ -29,7 +29,7 @@ bool Parse(const std::string& body, Json::Value& root)
 // The function name and the line number in the log are fixed: sites search for them.
 void ReadEnvelope(const std::string& body, Json::Value& root, int& nCode, std::string& strDescription)
 {
-    const std::size_t nMost = ReplyLimits().nValues / VALUE_WEIGHT;
+    const std::size_t nMost = ReplyLimitsInForce().nValues / VALUE_WEIGHT;
     if (HoldsMoreValues(body, nMost)) {
         Log_Write(1, "VelCSDK::CDataResponse::JsonHeader", 91,
                   "Json::Reader error: more than %zu values (an eighth of %s) in %zu bytes", nMost,

@@ -13,10 +13,10 @@ namespace
 constexpr std::size_t LONGEST_EXCERPT = 64;
 
 template <class Failure>
-class CFieldFailure : public Failure, public SFailedField
+class FieldFailure : public Failure, public FailedField
 {
 public:
-    CFieldFailure(const char* szWhat, SFailedField field) : Failure(szWhat), SFailedField(std::move(field)) {}
+    FieldFailure(const char* szWhat, FailedField field) : Failure(szWhat), FailedField(std::move(field)) {}
 };
 
 bool IsInsideCharacter(char c)
@@ -45,7 +45,7 @@ std::string WithoutNul(std::string strText)
 
 } // namespace
 
-std::string SFailedField::Description() const
+std::string FailedField::Description() const
 {
     const std::string strExcerpt = Excerpt(strHeld);
     std::string strDescription = std::string(szName) + " is \"" + WithoutNul(strExcerpt);
@@ -61,9 +61,9 @@ int FieldToInt(const char* szName, const std::string& strHeld)
     try {
         return std::stoi(strHeld);
     } catch (const std::invalid_argument&) {
-        throw CFieldFailure<std::invalid_argument>("invalid stoi argument", {szName, strHeld});
+        throw FieldFailure<std::invalid_argument>("invalid stoi argument", {szName, strHeld});
     } catch (const std::out_of_range&) {
-        throw CFieldFailure<std::out_of_range>("stoi argument out of range", {szName, strHeld});
+        throw FieldFailure<std::out_of_range>("stoi argument out of range", {szName, strHeld});
     }
 }
 

@@ -6,7 +6,7 @@ namespace VelCSDK
 {
 
 /// A field of a record whose text could not be converted. The exception of the failure has it as a base.
-struct SFailedField {
+struct FailedField {
     const char* szName;
     std::string strHeld;
 
@@ -17,7 +17,7 @@ struct SFailedField {
 /// The integer that a field's text holds, read as `std::stoi` reads it: leading white space and a sign are
 /// allowed, what follows the digits is ignored.
 /// @throws std::invalid_argument ("invalid stoi argument"), std::out_of_range ("stoi argument out of range"),
-///         each an `SFailedField` too
+///         each a `FailedField` too
 int FieldToInt(const char* szName, const std::string& strHeld);
 
 } // namespace VelCSDK

@@ -7,7 +7,7 @@ namespace VelCSDK
 
 std::string LocalHostName()
 {
-    const CSocketsStartUp sockets; // the name is theirs to tell, whatever else has started them
+    const SocketsStartUp sockets; // the name is theirs to tell, whatever else has started them
     return sockets.IsUp() ? MachineName() : std::string();
 }
 

@@ -12,7 +12,7 @@ namespace
 
 const std::string& CheckedBody(const std::string& strBody)
 {
-    const std::size_t nMost = ReplyLimits().nValues;
+    const std::size_t nMost = ReplyLimitsInForce().nValues;
     if (HoldsMoreValues(strBody, nMost)) {
         throw ReplyTooLarge("more than " + std::to_string(nMost) + " values (" + REPLY_VALUES_VARIABLE +
                             ") in " + std::to_string(strBody.size()) + " bytes");
@@ -46,7 +46,7 @@ JsonElements JsonObject::Array(std::string_view strName) const
     if (pValue == nullptr || !pValue->IsArray()) {
         return {};
     }
-    const std::size_t nMost = ReplyLimits().nListElements;
+    const std::size_t nMost = ReplyLimitsInForce().nListElements;
     if (pValue->Size() > nMost) {
         throw ReplyTooLarge(std::to_string(pValue->Size()) + " elements in the list \"" +
                             std::string(strName) + "\", more than " + std::to_string(nMost) + " (" +

@@ -45,22 +45,22 @@ void SayUnreadable(const std::string& strName, const std::string& strValue)
               strValue.c_str());
 }
 
-enum class ETls { Unread, Unsaid, Off, On };
+enum class TlsState { Unread, Unsaid, Off, On };
 
 // No locks here, not even those of function-local statics: the log that is told of an unreadable value may be
 // the site's own.
-std::atomic<ETls> g_eOfEnvironment = ETls::Unread;
-std::atomic<ETls> g_eInForce = ETls::Unsaid; ///< the environment's, until it is set
+std::atomic<TlsState> g_eOfEnvironment = TlsState::Unread;
+std::atomic<TlsState> g_eInForce = TlsState::Unsaid; ///< the environment's, until it is set
 
-ETls OnOrOff(bool bTls)
+TlsState OnOrOff(bool bTls)
 {
-    return bTls ? ETls::On : ETls::Off;
+    return bTls ? TlsState::On : TlsState::Off;
 }
 
 bool UsesTls()
 {
-    const ETls eInForce = g_eInForce;
-    return eInForce == ETls::Unsaid ? TlsOfEnvironment().value_or(false) : eInForce == ETls::On;
+    const TlsState eInForce = g_eInForce;
+    return eInForce == TlsState::Unsaid ? TlsOfEnvironment().value_or(false) : eInForce == TlsState::On;
 }
 
 } // namespace
@@ -76,19 +76,19 @@ bool ReadTlsSwitch(const std::string& strName, const std::string& strValue)
 
 std::optional<bool> TlsOfEnvironment()
 {
-    if (g_eOfEnvironment == ETls::Unread) {
+    if (g_eOfEnvironment == TlsState::Unread) {
         const std::optional<std::string> strValue = EnvironmentVariable(TLS_VARIABLE);
         const std::optional<bool> optTls = strValue ? SwitchOf(*strValue) : std::nullopt;
-        ETls eUnread = ETls::Unread;
+        TlsState eUnread = TlsState::Unread;
         // Another thread may be reading it too: the first one counts, and says it.
         const bool bFirst = g_eOfEnvironment.compare_exchange_strong(
-            eUnread, strValue ? OnOrOff(optTls.value_or(true)) : ETls::Unsaid);
+            eUnread, strValue ? OnOrOff(optTls.value_or(true)) : TlsState::Unsaid);
         if (bFirst && strValue && !optTls) {
             SayUnreadable(TLS_VARIABLE, *strValue);
         }
     }
-    const ETls eTls = g_eOfEnvironment;
-    return eTls == ETls::Unsaid ? std::nullopt : std::make_optional(eTls == ETls::On);
+    const TlsState eTls = g_eOfEnvironment;
+    return eTls == TlsState::Unsaid ? std::nullopt : std::make_optional(eTls == TlsState::On);
 }
 
 void SetTls(bool bTls)

@@ -19,7 +19,8 @@ IVelClientSDk::~IVelClientSDk() = default;
 
 VelClientSDk::VelClientSDk()
 {
-    ReplyLimits(); // read now: on the delivering thread it might be while the host changes its environment
+    ReplyLimitsInForce(); // read now: on the delivering thread it might be while the host changes its
+                          // environment
     std::vector<std::string> vecComplaints;
     ReadReplyLimits(vecComplaints);
     for (const std::string& strComplaint : vecComplaints) {

@@ -77,7 +77,7 @@ DemoRow RunCall(const AgentSession& session, LabServer& server, const DemoCall& 
     }
 
     const std::size_t nSeenBefore = server.Exchanges().size();
-    const int nTimeoutMs = call.eExpected == EOutcome::NoAnswerInTime ? SHORT_TIMEOUT_MS : PATIENCE_MS;
+    const int nTimeoutMs = call.eExpected == Outcome::NoAnswerInTime ? SHORT_TIMEOUT_MS : PATIENCE_MS;
     const Exchange exchange = (bSync ? RunSync : RunAsync)(session, operation, arguments, nTimeoutMs);
     if (operation.answer.bSends) {
         WaitUntil([&] { return server.Exchanges().size() > nSeenBefore; });

@@ -75,28 +75,28 @@ std::vector<DemoCall> AsyncCalls()
 {
     using Args = Arguments;
     return {
-        {"user-info", [](Args& a) { a.userId = 7; }, EOutcome::Success, 200},
-        {"report-chl-status", FillChlStatus, EOutcome::Success, 200},
+        {"user-info", [](Args& a) { a.userId = 7; }, Outcome::Success, 200},
+        {"report-chl-status", FillChlStatus, Outcome::Success, 200},
         {"report-incubator",
          [](Args& a) {
              a.incubatorStatus = {"INC-01", true, 25.5F};
          },
-         EOutcome::Success, 200},
+         Outcome::Success, 200},
         {"projects",
          [](Args& a) {
              a.dxtmList = QStringList{"CELL-0001", "CELL-0002"};
              a.t = "1.1.0";
          },
-         EOutcome::Success, 200},
-        {"support-ver", [](Args& a) { a.t = "1.1.0"; }, EOutcome::Success, 200},
-        {"batt-status", [](Args& a) { a.t = "1.1.0"; }, EOutcome::Success, 200},
+         Outcome::Success, 200},
+        {"support-ver", [](Args& a) { a.t = "1.1.0"; }, Outcome::Success, 200},
+        {"batt-status", [](Args& a) { a.t = "1.1.0"; }, Outcome::Success, 200},
         {"auto-export",
          [](Args& a) {
              a.bjtzser = "B01";
              a.csxmser = "C02";
              a.dxtm = "CELL-0001";
          },
-         EOutcome::Success, 200},
+         Outcome::Success, 200},
         {"ftp-path",
          [](Args& a) {
              a.bjtzser = "B01";
@@ -104,28 +104,28 @@ std::vector<DemoCall> AsyncCalls()
              a.supplier = "Harbour Storage";
              a.batteryStatus = "2";
          },
-         EOutcome::Success, 200},
-        {"channel-up-down", [](Args&) {}, EOutcome::NothingSent, NO_REQUEST},
-        {"channel-check", FillChannelCheck, EOutcome::Success, 200},
-        {"in-common", FillSharedBarcode, EOutcome::Success, 200},
-        {"cdlx-files", [](Args& a) { a.dxtmList = QStringList{"CELL-0001"}; }, EOutcome::NothingSent,
+         Outcome::Success, 200},
+        {"channel-up-down", [](Args&) {}, Outcome::NothingSent, NO_REQUEST},
+        {"channel-check", FillChannelCheck, Outcome::Success, 200},
+        {"in-common", FillSharedBarcode, Outcome::Success, 200},
+        {"cdlx-files", [](Args& a) { a.dxtmList = QStringList{"CELL-0001"}; }, Outcome::NothingSent,
          NO_REQUEST},
-        {"upload-data", FillTestData, EOutcome::Sent, 200},
-        {"report-cycle", FillCycle, EOutcome::Sent, 200},
-        {"report-step", FillStep, EOutcome::Sent, 200},
-        {"support-ver", [](Args& a) { a.t = "0.9.0"; }, EOutcome::RefusedOrFailed, 200},
-        {"batt-status", [](Args& a) { a.t = "1.1.0"; }, EOutcome::RefusedOrFailed, 502, BadGateway()},
+        {"upload-data", FillTestData, Outcome::Sent, 200},
+        {"report-cycle", FillCycle, Outcome::Sent, 200},
+        {"report-step", FillStep, Outcome::Sent, 200},
+        {"support-ver", [](Args& a) { a.t = "0.9.0"; }, Outcome::RefusedOrFailed, 200},
+        {"batt-status", [](Args& a) { a.t = "1.1.0"; }, Outcome::RefusedOrFailed, 502, BadGateway()},
     };
 }
 
 std::vector<DemoCall> SyncCalls()
 {
     return {
-        {"channel-check", FillChannelCheck, EOutcome::Success, 200},
-        {"in-common", FillSharedBarcode, EOutcome::NoAnswerInTime, 200, SlowServer()},
-        {"upload-data", FillTestData, EOutcome::NeverTrue, 200},
-        {"report-cycle", FillCycle, EOutcome::Success, 200},
-        {"report-step", FillStep, EOutcome::Success, 200},
-        {"report-step-orn", FillStep, EOutcome::Success, 200},
+        {"channel-check", FillChannelCheck, Outcome::Success, 200},
+        {"in-common", FillSharedBarcode, Outcome::NoAnswerInTime, 200, SlowServer()},
+        {"upload-data", FillTestData, Outcome::NeverTrue, 200},
+        {"report-cycle", FillCycle, Outcome::Success, 200},
+        {"report-step", FillStep, Outcome::Success, 200},
+        {"report-step-orn", FillStep, Outcome::Success, 200},
     };
 }

@@ -19,7 +19,7 @@ inline constexpr int NO_REQUEST = 0;
 struct DemoCall {
     std::string strOperation;
     std::function<void(Arguments&)> fnFill; ///< the arguments beside the server's address
-    EOutcome eExpected;
+    Outcome eExpected;
     int nExpectedStatus; ///< the server's HTTP status; `NO_REQUEST` when none is to arrive
     std::optional<LabFault> optFault = std::nullopt; ///< what is to befall it; the path is that of the call
 };

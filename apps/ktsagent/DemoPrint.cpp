@@ -17,11 +17,11 @@ std::string Verdict(const DemoRow& row)
     if (!row.bAsExpected) {
         return std::string("NOT AS EXPECTED: ") + info.szWord;
     }
-    if (info.eOutcome == EOutcome::NoAnswerInTime) {
+    if (info.eOutcome == Outcome::NoAnswerInTime) {
         return "time-out, as intended";
     }
     // What never succeeds needs no intention to fail.
-    const bool bIntended = info.eExit != ExitSuccess && info.eOutcome != EOutcome::NeverTrue;
+    const bool bIntended = info.eExit != ExitSuccess && info.eOutcome != Outcome::NeverTrue;
     return bIntended ? "no, as intended" : info.szWord;
 }
 

@@ -13,22 +13,22 @@ namespace
 {
 
 const OutcomeInfo OUTCOMES[] = {
-    {EOutcome::Success, "success", "", false, ExitSuccess},
-    {EOutcome::Refused, "refused", "the server answered, and did not say success", true, ExitNo},
-    {EOutcome::Failed, "failed", "", false, ExitNo}, // the call says why
-    {EOutcome::RefusedOrFailed, "refused or failed",
+    {Outcome::Success, "success", "", false, ExitSuccess},
+    {Outcome::Refused, "refused", "the server answered, and did not say success", true, ExitNo},
+    {Outcome::Failed, "failed", "", false, ExitNo}, // the call says why
+    {Outcome::RefusedOrFailed, "refused or failed",
      "bSucc is false: the server said no, or the exchange failed; of an exchange that failed the log says "
      "why",
      true, ExitNo},
-    {EOutcome::NeverTrue, "no, as always",
+    {Outcome::NeverTrue, "no, as always",
      "the server answered, and the call returned false as it always does: no reply counts as a success here",
      false, ExitNo},
-    {EOutcome::NoAnswerInTime, "no answer in time", "no answer came in time", false, ExitNoAnswer},
-    {EOutcome::Sent, "sent; this operation has no answer",
+    {Outcome::NoAnswerInTime, "no answer in time", "no answer came in time", false, ExitNoAnswer},
+    {Outcome::Sent, "sent; this operation has no answer",
      "it is delivered while the program ends, which waits for it for the transport's drain time "
      "(CHTTPCLIENT_DRAIN_MS, by default 3 s); a failure shows in the log alone",
      true, ExitSuccess},
-    {EOutcome::NothingSent, "nothing is sent", "", false, ExitSuccess},
+    {Outcome::NothingSent, "nothing is sent", "", false, ExitSuccess},
 };
 
 /// Whether the argument of the signal that only a decoded answer fills is filled.
@@ -40,36 +40,36 @@ bool HasServersAnswer(const Operation& operation, const NamedValues& vecArgument
     });
 }
 
-EOutcome OutcomeOf(const Operation& operation, const std::optional<NamedValues>& optSignal)
+Outcome OutcomeOf(const Operation& operation, const std::optional<NamedValues>& optSignal)
 {
     if (!operation.answer.bSends) {
-        return EOutcome::NothingSent;
+        return Outcome::NothingSent;
     }
     if (!operation.answer.signal) {
-        return EOutcome::Sent;
+        return Outcome::Sent;
     }
     if (!optSignal) {
-        return EOutcome::NoAnswerInTime;
+        return Outcome::NoAnswerInTime;
     }
     const bool bSucc = optSignal->front().second.toBool(); // every signal begins with it
     if (bSucc) {
-        return EOutcome::Success;
+        return Outcome::Success;
     }
-    return HasServersAnswer(operation, *optSignal) ? EOutcome::Refused : EOutcome::RefusedOrFailed;
+    return HasServersAnswer(operation, *optSignal) ? Outcome::Refused : Outcome::RefusedOrFailed;
 }
 
-EOutcome OutcomeOf(const SyncSender& sender, const SBlockingOutcome& blocking)
+Outcome OutcomeOf(const SyncSender& sender, const SBlockingOutcome& blocking)
 {
     switch (blocking.eEnd) {
     case EBlockingEnd::Answered:
         if (blocking.bSucc) {
-            return EOutcome::Success;
+            return Outcome::Success;
         }
-        return sender.bEverTrue ? EOutcome::Refused : EOutcome::NeverTrue;
+        return sender.bEverTrue ? Outcome::Refused : Outcome::NeverTrue;
     case EBlockingEnd::TimedOut:
-        return EOutcome::NoAnswerInTime;
+        return Outcome::NoAnswerInTime;
     default:
-        return EOutcome::Failed;
+        return Outcome::Failed;
     }
 }
 
@@ -89,7 +89,7 @@ void WriteBlockingOutcome(ValueWriter& writer, const SBlockingOutcome& blocking)
 
 } // namespace
 
-const OutcomeInfo& InfoOf(EOutcome eOutcome)
+const OutcomeInfo& InfoOf(Outcome eOutcome)
 {
     return *std::find_if(std::begin(OUTCOMES), std::end(OUTCOMES),
                          [&](const OutcomeInfo& info) { return info.eOutcome == eOutcome; });

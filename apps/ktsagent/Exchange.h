@@ -7,14 +7,14 @@
 #include <optional>
 
 /// The exit statuses of the program.
-enum EExit {
+enum ExitStatus {
     ExitSuccess = 0,
     ExitNo = 1, ///< the server said no, or the exchange failed
     ExitUsage = 2,
     ExitNoAnswer = 3, ///< no answer in time
 };
 
-enum class EOutcome {
+enum class Outcome {
     Success,
     Refused,
     Failed,
@@ -27,19 +27,19 @@ enum class EOutcome {
 
 /// What is known of an outcome.
 struct OutcomeInfo {
-    EOutcome eOutcome;
+    Outcome eOutcome;
     const char* szWord;   ///< as it is printed
     const char* szRemark; ///< for standard error; empty where all is said
     bool bLogged;         ///< whether the log may say more
-    EExit eExit;
+    ExitStatus eExit;
 };
 
-const OutcomeInfo& InfoOf(EOutcome eOutcome);
+const OutcomeInfo& InfoOf(Outcome eOutcome);
 
 /// One call of an operation and what came of it.
 struct Exchange {
     const Operation* pOperation;
-    EOutcome eOutcome;
+    Outcome eOutcome;
     /// From the call to the answer or to the end of waiting; of a blocking call the whole of it.
     std::int64_t nMilliseconds;
     /// The arguments of the signal; of a blocking call what it returned, and then its out-parameters.

@@ -44,7 +44,7 @@ template <class Record>
 std::vector<FieldSlot> FieldSlotsOf(Record& record)
 {
     return std::apply([&](const auto&... field) { return std::vector<FieldSlot>{SlotOf(record, field)...}; },
-                      FieldsOf<Record>);
+                      FIELDS_OF<Record>);
 }
 
 template std::vector<FieldSlot> FieldSlotsOf(tagSRequestGetChannelCheckData&);

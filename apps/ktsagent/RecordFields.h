@@ -30,10 +30,10 @@ struct WordField {
 
 /// A tuple of `Field` and `WordField`; there is one for each record type.
 template <class Record>
-inline constexpr auto FieldsOf = nullptr;
+inline constexpr auto FIELDS_OF = nullptr;
 
 template <>
-inline constexpr auto FieldsOf<tagSRequestGetChannelCheckData> = std::tuple{
+inline constexpr auto FIELDS_OF<tagSRequestGetChannelCheckData> = std::tuple{
     Field("wtNumId", &tagSRequestGetChannelCheckData::wtNumId),
     Field("xmNameId", &tagSRequestGetChannelCheckData::xmNameId),
     Field("dxtm", &tagSRequestGetChannelCheckData::dxtm),
@@ -43,7 +43,7 @@ inline constexpr auto FieldsOf<tagSRequestGetChannelCheckData> = std::tuple{
 };
 
 template <>
-inline constexpr auto FieldsOf<KTSStartPlugin::tagRepoChlStatusInfo> = std::tuple{
+inline constexpr auto FIELDS_OF<KTSStartPlugin::tagRepoChlStatusInfo> = std::tuple{
     Field("PEXAVer", &KTSStartPlugin::tagRepoChlStatusInfo::PEXAVer),
     Field("action", &KTSStartPlugin::tagRepoChlStatusInfo::action),
     Field("action_desc", &KTSStartPlugin::tagRepoChlStatusInfo::action_desc),
@@ -78,7 +78,7 @@ inline constexpr auto FieldsOf<KTSStartPlugin::tagRepoChlStatusInfo> = std::tupl
 };
 
 template <>
-inline constexpr auto FieldsOf<KTSStartPlugin::tagRepoIncubatorStatus> = std::tuple{
+inline constexpr auto FIELDS_OF<KTSStartPlugin::tagRepoIncubatorStatus> = std::tuple{
     Field("name", &KTSStartPlugin::tagRepoIncubatorStatus::name),
     WordField<KTSStartPlugin::tagRepoIncubatorStatus>{
         "status", &KTSStartPlugin::tagRepoIncubatorStatus::status, "idle", "busy"},
@@ -86,7 +86,7 @@ inline constexpr auto FieldsOf<KTSStartPlugin::tagRepoIncubatorStatus> = std::tu
 };
 
 template <>
-inline constexpr auto FieldsOf<tagBatteryTestData> = std::tuple{
+inline constexpr auto FIELDS_OF<tagBatteryTestData> = std::tuple{
     Field("siteNo", &tagBatteryTestData::siteNo),
     Field("batchNo", &tagBatteryTestData::batchNo),
     Field("resourceNo", &tagBatteryTestData::resourceNo),
@@ -97,47 +97,47 @@ inline constexpr auto FieldsOf<tagBatteryTestData> = std::tuple{
 };
 
 template <>
-inline constexpr auto FieldsOf<USER_INFO> = std::tuple{
+inline constexpr auto FIELDS_OF<USER_INFO> = std::tuple{
     Field("id", &USER_INFO::id),
     Field("title", &USER_INFO::title),
     Field("author", &USER_INFO::author),
 };
 
 template <>
-inline constexpr auto FieldsOf<SIdName> = std::tuple{
+inline constexpr auto FIELDS_OF<SIdName> = std::tuple{
     Field("id", &SIdName::id),
     Field("name", &SIdName::name),
 };
 
 template <>
-inline constexpr auto FieldsOf<SProjectItem> = std::tuple{
+inline constexpr auto FIELDS_OF<SProjectItem> = std::tuple{
     Field("xh", &SProjectItem::xh),         Field("wtdh", &SProjectItem::wtdh),
     Field("csType", &SProjectItem::csType), Field("xmClassify", &SProjectItem::xmClassify),
     Field("xmName", &SProjectItem::xmName),
 };
 
 template <>
-inline constexpr auto FieldsOf<SResponseGetProject> = std::tuple{
+inline constexpr auto FIELDS_OF<SResponseGetProject> = std::tuple{
     Field("bSuccess", &SResponseGetProject::bSuccess),
     Field("strUserText", &SResponseGetProject::strUserText),
     Field("lstProject", &SResponseGetProject::lstProject),
 };
 
 template <>
-inline constexpr auto FieldsOf<SBatteryItem> = std::tuple{
+inline constexpr auto FIELDS_OF<SBatteryItem> = std::tuple{
     Field("id", &SBatteryItem::id),
     Field("name", &SBatteryItem::name),
     Field("lstStatus", &SBatteryItem::lstStatus),
 };
 
 template <>
-inline constexpr auto FieldsOf<SResponseGetBatteryStatus> = std::tuple{
+inline constexpr auto FIELDS_OF<SResponseGetBatteryStatus> = std::tuple{
     Field("bSuccess", &SResponseGetBatteryStatus::bSuccess),
     Field("lstBattery", &SResponseGetBatteryStatus::lstBattery),
 };
 
 template <>
-inline constexpr auto FieldsOf<SResponseGetAutoExport> = std::tuple{
+inline constexpr auto FIELDS_OF<SResponseGetAutoExport> = std::tuple{
     Field("bSuccess", &SResponseGetAutoExport::bSuccess),
     Field("strAnodeMaterial", &SResponseGetAutoExport::strAnodeMaterial),
     Field("strBatchNumber", &SResponseGetAutoExport::strBatchNumber),
@@ -162,7 +162,7 @@ inline constexpr auto FieldsOf<SResponseGetAutoExport> = std::tuple{
 };
 
 template <>
-inline constexpr auto FieldsOf<SResponseGetFtpFilePath> = std::tuple{
+inline constexpr auto FIELDS_OF<SResponseGetFtpFilePath> = std::tuple{
     Field("bSuccess", &SResponseGetFtpFilePath::bSuccess),
     Field("bPermit", &SResponseGetFtpFilePath::bPermit),
     Field("strFtpFilePath", &SResponseGetFtpFilePath::strFtpFilePath),

@@ -37,14 +37,14 @@ template <class Record>
 void WriteRecord(ValueWriter& writer, const Record& record)
 {
     writer.StartObject();
-    std::apply([&](const auto&... field) { (WriteField(writer, record, field), ...); }, FieldsOf<Record>);
+    std::apply([&](const auto&... field) { (WriteField(writer, record, field), ...); }, FIELDS_OF<Record>);
     writer.EndObject();
 }
 
 template <class Value>
-inline constexpr bool IsList = std::is_same_v<Value, QStringList>;
+inline constexpr bool IS_LIST = std::is_same_v<Value, QStringList>;
 template <class Element>
-inline constexpr bool IsList<std::vector<Element>> = true;
+inline constexpr bool IS_LIST<std::vector<Element>> = true;
 
 template <class Value>
 void WriteValue(ValueWriter& writer, const Value& value)
@@ -57,7 +57,7 @@ void WriteValue(ValueWriter& writer, const Value& value)
         writer.Text(value);
     } else if constexpr (std::is_same_v<Value, QString>) {
         writer.Text(value.toStdString());
-    } else if constexpr (IsList<Value>) {
+    } else if constexpr (IS_LIST<Value>) {
         WriteList(writer, value);
     } else {
         WriteRecord(writer, value);

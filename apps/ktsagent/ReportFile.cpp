@@ -123,8 +123,9 @@ void ReadReportFile(const std::string& strFile, const std::vector<FieldSlot>& ve
     SlotFiller filler(vecSlots, stream);
     rapidjson::Reader reader;
     // Numbers stay text until the field's own type reads them, so none is rounded on the way.
-    constexpr auto nFlags = rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseValidateEncodingFlag;
-    const auto result = reader.Parse<nFlags>(stream, filler);
+    constexpr auto PARSE_FLAGS =
+        rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseValidateEncodingFlag;
+    const auto result = reader.Parse<PARSE_FLAGS>(stream, filler);
 
     const auto Line = [&](std::size_t nOffset) {
         return strFile + ":" + std::to_string(LineOf(strText, nOffset)) + ":";

@@ -31,12 +31,12 @@ bool IsOneOf(std::string_view strName, std::initializer_list<std::string_view> n
 }
 
 /// For every result except `Refused`.
-CURLcode CodeOf(EUnpacked eUnpacked)
+CURLcode CodeOf(Unpacked eUnpacked)
 {
     switch (eUnpacked) {
-    case EUnpacked::Well:
+    case Unpacked::Well:
         return CURLE_OK;
-    case EUnpacked::NoMemory:
+    case Unpacked::NoMemory:
         return CURLE_OUT_OF_MEMORY;
     default:
         return CURLE_BAD_CONTENT_ENCODING;
@@ -45,7 +45,7 @@ CURLcode CodeOf(EUnpacked eUnpacked)
 
 } // namespace
 
-CURLcode CBodyDecoder::AddCodingsOf(CURL* pEasy)
+CURLcode BodyDecoder::AddCodingsOf(CURL* pEasy)
 {
     for (const char* const szName : {"Content-Encoding", "Transfer-Encoding"}) {
         curl_header* pHeader = nullptr;
@@ -62,7 +62,7 @@ CURLcode CBodyDecoder::AddCodingsOf(CURL* pEasy)
     return CURLE_OK;
 }
 
-CURLcode CBodyDecoder::AddCodings(std::string_view strNames)
+CURLcode BodyDecoder::AddCodings(std::string_view strNames)
 {
     CURLcode eResult = CURLE_OK;
     while (eResult == CURLE_OK && !strNames.empty()) {
@@ -73,7 +73,7 @@ CURLcode CBodyDecoder::AddCodings(std::string_view strNames)
     return eResult;
 }
 
-CURLcode CBodyDecoder::AddCoding(std::string_view strName)
+CURLcode BodyDecoder::AddCoding(std::string_view strName)
 {
     if (IsOneOf(strName, {"", "identity", "none", "chunked"})) { // libcurl has put chunks together already
         return CURLE_OK;
@@ -82,11 +82,11 @@ CURLcode CBodyDecoder::AddCoding(std::string_view strName)
     if ((!bGzip && !IsOneOf(strName, {"deflate"})) || m_lstStages.size() == MAX_CODINGS) {
         return CURLE_BAD_CONTENT_ENCODING;
     }
-    m_lstStages.emplace_front(bGzip ? CInflater::Format::Gzip : CInflater::Format::Deflate);
+    m_lstStages.emplace_front(bGzip ? Inflater::Format::Gzip : Inflater::Format::Deflate);
     return CURLE_OK;
 }
 
-CURLcode CBodyDecoder::Pass(Stages::iterator stage, std::string_view strBytes)
+CURLcode BodyDecoder::Pass(Stages::iterator stage, std::string_view strBytes)
 {
     if (stage == m_lstStages.end()) {
         if (strBytes.size() > m_nMaxBytes - m_strBody.size()) {
@@ -99,17 +99,17 @@ CURLcode CBodyDecoder::Pass(Stages::iterator stage, std::string_view strBytes)
         return CURLE_FILESIZE_EXCEEDED;
     }
     CURLcode eNext = CURLE_OK; // the result of the next stage
-    const EUnpacked eUnpacked = stage->Write(strBytes, [&](std::string_view strUnpacked) {
+    const Unpacked eUnpacked = stage->Write(strBytes, [&](std::string_view strUnpacked) {
         eNext = Pass(std::next(stage), strUnpacked);
         return eNext == CURLE_OK;
     });
-    return eUnpacked == EUnpacked::Refused ? eNext : CodeOf(eUnpacked);
+    return eUnpacked == Unpacked::Refused ? eNext : CodeOf(eUnpacked);
 }
 
-bool CBodyDecoder::IsComplete() const
+bool BodyDecoder::IsComplete() const
 {
     return std::all_of(m_lstStages.begin(), m_lstStages.end(),
-                       [](const CInflater& stage) { return stage.IsComplete(); });
+                       [](const Inflater& stage) { return stage.IsComplete(); });
 }
 
 } // namespace chttpclient

@@ -15,11 +15,11 @@ namespace chttpclient
 
 /// Collects the body of a reply, and unpacks it if the header says that it is packed (compressed). libcurl
 /// could do that too, but version 7.88 takes a truncated packed body for a complete one.
-class CBodyDecoder
+class BodyDecoder
 {
 public:
     /// @param nMaxBytes  the largest allowed size of the unpacked body
-    explicit CBodyDecoder(std::size_t nMaxBytes) : m_nMaxBytes(nMaxBytes) {}
+    explicit BodyDecoder(std::size_t nMaxBytes) : m_nMaxBytes(nMaxBytes) {}
 
     /// Adds the codings named in the header of the reply that the handle is receiving. Call it before the
     /// body's first byte.
@@ -41,7 +41,7 @@ public:
     std::string TakeBody() { return std::move(m_strBody); }
 
 private:
-    using Stages = std::list<CInflater>;
+    using Stages = std::list<Inflater>;
 
     CURLcode AddCoding(std::string_view strName);
     CURLcode Pass(Stages::iterator stage, std::string_view strBytes);

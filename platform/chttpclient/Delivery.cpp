@@ -25,20 +25,20 @@ void SayIfPossible(Say fnSay) noexcept
 
 } // namespace
 
-void CDelivery::SetReceiver(CHttpClientResponse fnReceiver)
+void Delivery::SetReceiver(CHttpClientResponse fnReceiver)
 {
     auto pReceiver = std::make_shared<const CHttpClientResponse>(std::move(fnReceiver));
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_pReceiver.swap(pReceiver); // the previous one is destroyed after the lock is released
 }
 
-std::shared_ptr<const CHttpClientResponse> CDelivery::Receiver() const
+std::shared_ptr<const CHttpClientResponse> Delivery::Receiver() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_pReceiver;
 }
 
-void CDelivery::Start()
+void Delivery::Start()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_bEnded) {
@@ -46,7 +46,7 @@ void CDelivery::Start()
     }
 }
 
-void CDelivery::StartThread()
+void Delivery::StartThread()
 {
     if (m_idThread != std::thread::id()) {
         return;
@@ -59,7 +59,7 @@ void CDelivery::StartThread()
     m_idThread = m_thread.get_id();
 }
 
-void CDelivery::Post(ExchangeList& exchanges)
+void Delivery::Post(ExchangeList& exchanges)
 {
     try {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -82,7 +82,7 @@ void CDelivery::Post(ExchangeList& exchanges)
     Deliver(exchanges);
 }
 
-void CDelivery::Stop(Clock::time_point deadline)
+void Delivery::Stop(Clock::time_point deadline)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_bStop = true;
@@ -98,7 +98,7 @@ void CDelivery::Stop(Clock::time_point deadline)
     }
 }
 
-void CDelivery::End(Clock::time_point deadline)
+void Delivery::End(Clock::time_point deadline)
 {
     Stop(deadline);
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -108,13 +108,13 @@ void CDelivery::End(Clock::time_point deadline)
     }
 }
 
-bool CDelivery::OnDeliveringThread() const
+bool Delivery::OnDeliveringThread() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_idThread == std::this_thread::get_id();
 }
 
-void CDelivery::Run()
+void Delivery::Run()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_bStop || !m_lstWaiting.empty()) {
@@ -129,7 +129,7 @@ void CDelivery::Run()
 
 // Takes one exchange at a time: if its receiver ends the process, the others are still in the list, and `End`
 // delivers them.
-void CDelivery::DeliverWaiting(std::unique_lock<std::mutex>& lock)
+void Delivery::DeliverWaiting(std::unique_lock<std::mutex>& lock)
 {
     while (!m_lstWaiting.empty()) {
         ExchangeList next;
@@ -140,7 +140,7 @@ void CDelivery::DeliverWaiting(std::unique_lock<std::mutex>& lock)
     }
 }
 
-void CDelivery::Deliver(ExchangeList& exchanges)
+void Delivery::Deliver(ExchangeList& exchanges)
 {
     for (; !exchanges.empty(); exchanges.pop_front()) {
         m_nOwed.fetch_sub(1); // first: a receiver may send its next request even at a limit of one
@@ -148,7 +148,7 @@ void CDelivery::Deliver(ExchangeList& exchanges)
     }
 }
 
-void CDelivery::Deliver(const SHttpExchange& exchange)
+void Delivery::Deliver(const HttpExchange& exchange)
 {
     const std::shared_ptr<const CHttpClientResponse> pReceiver = Receiver();
     if (pReceiver == nullptr || *pReceiver == nullptr) {

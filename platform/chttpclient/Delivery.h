@@ -18,7 +18,7 @@ namespace chttpclient
 /// started by `Start`, and again by the first exchange after a stop.
 ///
 /// All operations may be called from any thread.
-class CDelivery
+class Delivery
 {
 public:
     using Clock = std::chrono::steady_clock;
@@ -57,7 +57,7 @@ private:
     void Run();
     void DeliverWaiting(std::unique_lock<std::mutex>& lock);
     void Deliver(ExchangeList& exchanges);
-    void Deliver(const SHttpExchange& exchange);
+    void Deliver(const HttpExchange& exchange);
 
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;  ///< for the thread: an exchange waits, or it must stop

@@ -7,7 +7,7 @@ namespace chttpclient
 {
 
 /// A request as it was handed in, and its outcome.
-struct SHttpExchange {
+struct HttpExchange {
     int nType = 0;
     std::string strUrl; ///< not encoded yet
     std::string strBody;
@@ -21,6 +21,6 @@ struct SHttpExchange {
 
 /// Exchanges in progress. Each is allocated when its request is handed in, and then moves from list to list
 /// until its callback has returned, so that no later step can fail for lack of memory.
-using ExchangeList = std::list<SHttpExchange>;
+using ExchangeList = std::list<HttpExchange>;
 
 } // namespace chttpclient

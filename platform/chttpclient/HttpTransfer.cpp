@@ -40,7 +40,7 @@ bool BeginsWith(std::string_view strText, std::string_view strBegin)
 
 } // namespace
 
-CHttpTransfer::CHttpTransfer(const STransportSettings& settings, CURLSH* pShare, CKeptConnections& kept)
+HttpTransfer::HttpTransfer(const TransportSettings& settings, CURLSH* pShare, KeptConnections& kept)
     : m_pEasy(curl_easy_init()),
       m_settings(settings),
       m_pShare(pShare),
@@ -52,14 +52,14 @@ CHttpTransfer::CHttpTransfer(const STransportSettings& settings, CURLSH* pShare,
     }
 }
 
-CHttpTransfer* CHttpTransfer::Of(CURL* pEasy)
+HttpTransfer* HttpTransfer::Of(CURL* pEasy)
 {
     char* pTransfer = nullptr;
     curl_easy_getinfo(pEasy, CURLINFO_PRIVATE, &pTransfer);
-    return reinterpret_cast<CHttpTransfer*>(pTransfer);
+    return reinterpret_cast<HttpTransfer*>(pTransfer);
 }
 
-CURLcode CHttpTransfer::Begin(ExchangeList exchange)
+CURLcode HttpTransfer::Begin(ExchangeList exchange)
 {
     m_exchange = std::move(exchange);
     m_tpEnd = Clock::now() + m_settings.timeout;
@@ -75,24 +75,24 @@ CURLcode CHttpTransfer::Begin(ExchangeList exchange)
 }
 
 template <class Value>
-void CHttpTransfer::Set(CURLoption eOption, Value value)
+void HttpTransfer::Set(CURLoption eOption, Value value)
 {
     if (m_eSetUp == CURLE_OK) {
         m_eSetUp = curl_easy_setopt(m_pEasy.get(), eOption, value);
     }
 }
 
-void CHttpTransfer::SetConstantOptions()
+void HttpTransfer::SetConstantOptions()
 {
     Set(CURLOPT_SHARE, m_pShare);
     Set(CURLOPT_PRIVATE, static_cast<void*>(this));
-    Set(CURLOPT_PREREQFUNCTION, &CHttpTransfer::OnConnected);
+    Set(CURLOPT_PREREQFUNCTION, &HttpTransfer::OnConnected);
     Set(CURLOPT_PREREQDATA, static_cast<void*>(this));
-    Set(CURLOPT_READFUNCTION, &CHttpTransfer::OnSend);
+    Set(CURLOPT_READFUNCTION, &HttpTransfer::OnSend);
     Set(CURLOPT_READDATA, static_cast<void*>(this));
-    Set(CURLOPT_WRITEFUNCTION, &CHttpTransfer::OnBody);
+    Set(CURLOPT_WRITEFUNCTION, &HttpTransfer::OnBody);
     Set(CURLOPT_WRITEDATA, static_cast<void*>(this));
-    Set(CURLOPT_HEADERFUNCTION, &CHttpTransfer::OnHeader);
+    Set(CURLOPT_HEADERFUNCTION, &HttpTransfer::OnHeader);
     Set(CURLOPT_HEADERDATA, static_cast<void*>(this));
     Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_settings.connectTimeout.count()));
     Set(CURLOPT_TIMEOUT_MS, static_cast<long>(m_settings.timeout.count()));
@@ -114,17 +114,17 @@ void CHttpTransfer::SetConstantOptions()
     }
 }
 
-void CHttpTransfer::SetUrl()
+void HttpTransfer::SetUrl()
 {
     // libcurl would guess a missing scheme, and take the first part of the path for a missing host.
-    const std::optional<SUrlParts> parts = SplitUrl(Request().strUrl);
+    const std::optional<UrlParts> parts = SplitUrl(Request().strUrl);
     if (!parts || (parts->strAuthority.empty() && BeginsWith(parts->strScheme, "http"))) {
         m_eSetUp = CURLE_URL_MALFORMAT;
     }
     Set(CURLOPT_URL, EncodeUrl(Request().strUrl).c_str());
 }
 
-void CHttpTransfer::AppendHeader(const char* szLine)
+void HttpTransfer::AppendHeader(const char* szLine)
 {
     curl_slist* const pList = curl_slist_append(m_pHeaders.get(), szLine);
     if (pList == nullptr) {
@@ -134,7 +134,7 @@ void CHttpTransfer::AppendHeader(const char* szLine)
     m_pHeaders.reset(pList);
 }
 
-void CHttpTransfer::SetHeaders()
+void HttpTransfer::SetHeaders()
 {
     const std::string& strHeader = Request().strHeader;
     if (!strHeader.empty() && !IsHeaderLine(strHeader)) {
@@ -158,9 +158,9 @@ void CHttpTransfer::SetHeaders()
 /// comes from a callback that can't rewind, which keeps libcurl from such a retry; a POST of which only the
 /// header was sent is retried. A POST without a body always uses a new connection; one with a body uses a
 /// kept connection only while the server can't be closing it.
-void CHttpTransfer::SetMethod()
+void HttpTransfer::SetMethod()
 {
-    const SHttpExchange& request = Request();
+    const HttpExchange& request = Request();
     Set(CURLOPT_FRESH_CONNECT, request.bPost && request.strBody.empty() ? 1L : 0L);
     if (request.bPost) {
         Set(CURLOPT_POST, 1L);
@@ -172,7 +172,7 @@ void CHttpTransfer::SetMethod()
 
 /// libcurl restarts the time-out here, but the request may already have spent part of it on another kept
 /// connection, which died.
-CURLcode CHttpTransfer::BeginOnNewConnection()
+CURLcode HttpTransfer::BeginOnNewConnection()
 {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_tpEnd - Clock::now());
     m_bNeedsNewConnection = false;
@@ -181,7 +181,7 @@ CURLcode CHttpTransfer::BeginOnNewConnection()
     return m_eSetUp;
 }
 
-void CHttpTransfer::NoteIdleConnection()
+void HttpTransfer::NoteIdleConnection()
 {
     curl_socket_t nSocket = CURL_SOCKET_BAD;
     curl_easy_getinfo(m_pEasy.get(), CURLINFO_ACTIVESOCKET, &nSocket);
@@ -190,9 +190,9 @@ void CHttpTransfer::NoteIdleConnection()
     }
 }
 
-ExchangeList CHttpTransfer::Finish(CURLcode eResult)
+ExchangeList HttpTransfer::Finish(CURLcode eResult)
 {
-    SHttpExchange& exchange = m_exchange.front();
+    HttpExchange& exchange = m_exchange.front();
     exchange.nHttpError = HttpError(m_eRefused != CURLE_OK ? m_eRefused : eResult);
     if (exchange.nHttpError >= 0) {
         exchange.strReply = m_body.TakeBody();
@@ -201,7 +201,7 @@ ExchangeList CHttpTransfer::Finish(CURLcode eResult)
 }
 
 /// 0 for a status of 200 to 299, any other status as it is, libcurl's error as a negative number.
-int CHttpTransfer::HttpError(CURLcode eResult) const
+int HttpTransfer::HttpError(CURLcode eResult) const
 {
     if (eResult != CURLE_OK) {
         return -static_cast<int>(eResult);
@@ -221,7 +221,7 @@ int CHttpTransfer::HttpError(CURLcode eResult) const
 }
 
 /// A new connection may carry any request.
-bool CHttpTransfer::MayUseConnection() const
+bool HttpTransfer::MayUseConnection() const
 {
     long nConnects = 0;
     curl_easy_getinfo(m_pEasy.get(), CURLINFO_NUM_CONNECTS, &nConnects);
@@ -230,24 +230,24 @@ bool CHttpTransfer::MayUseConnection() const
 
 /// Called when the request is about to be sent. This can be the second time, if libcurl has already taken
 /// some of the body but could send none of it.
-int CHttpTransfer::OnConnected(void* pSelf, char* szPeer, char* szOwn, int nPeerPort, int nOwnPort)
+int HttpTransfer::OnConnected(void* pSelf, char* szPeer, char* szOwn, int nPeerPort, int nOwnPort)
 {
-    auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
+    auto& transfer = *static_cast<HttpTransfer*>(pSelf);
     transfer.m_nSent = 0;
-    transfer.m_ends = SConnectionEnds(szPeer, szOwn, nPeerPort, nOwnPort);
+    transfer.m_ends = ConnectionEnds(szPeer, szOwn, nPeerPort, nOwnPort);
     transfer.m_bNeedsNewConnection = !transfer.MayUseConnection();
     return transfer.m_bNeedsNewConnection ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
 
-std::size_t CHttpTransfer::OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf)
+std::size_t HttpTransfer::OnSend(char* pBuffer, std::size_t nSize, std::size_t nCount, void* pSelf)
 {
-    auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
+    auto& transfer = *static_cast<HttpTransfer*>(pSelf);
     const std::size_t nBytes = transfer.Request().strBody.copy(pBuffer, nSize * nCount, transfer.m_nSent);
     transfer.m_nSent += nBytes;
     return nBytes;
 }
 
-CURLcode CHttpTransfer::TakeBody(std::string_view strBytes)
+CURLcode HttpTransfer::TakeBody(std::string_view strBytes)
 {
     try {
         const CURLcode eBegin = m_bBodyBegun ? CURLE_OK : m_body.AddCodingsOf(m_pEasy.get());
@@ -258,9 +258,9 @@ CURLcode CHttpTransfer::TakeBody(std::string_view strBytes)
     }
 }
 
-std::size_t CHttpTransfer::OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf)
+std::size_t HttpTransfer::OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf)
 {
-    auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
+    auto& transfer = *static_cast<HttpTransfer*>(pSelf);
     const std::size_t nBytes = nSize * nCount;
     transfer.m_eRefused = transfer.TakeBody({pData, nBytes});
     return transfer.m_eRefused == CURLE_OK ? nBytes : CURL_WRITEFUNC_ERROR;
@@ -268,7 +268,7 @@ std::size_t CHttpTransfer::OnBody(char* pData, std::size_t nSize, std::size_t nC
 
 /// A reply's header begins with its status line and ends with an empty one; after a status of 1xx another
 /// reply follows, after the body there may be trailer lines.
-void CHttpTransfer::NoteHeaderLine(std::string_view strLine)
+void HttpTransfer::NoteHeaderLine(std::string_view strLine)
 {
     if (strLine.substr(0, 5) == "HTTP/") {
         m_bHeaderComplete = false;
@@ -278,9 +278,9 @@ void CHttpTransfer::NoteHeaderLine(std::string_view strLine)
     }
 }
 
-std::size_t CHttpTransfer::OnHeader(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf)
+std::size_t HttpTransfer::OnHeader(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf)
 {
-    auto& transfer = *static_cast<CHttpTransfer*>(pSelf);
+    auto& transfer = *static_cast<HttpTransfer*>(pSelf);
     const std::size_t nBytes = nSize * nCount;
     transfer.m_nHeaderBytes += nBytes;
     transfer.NoteHeaderLine({pData, nBytes});

@@ -18,14 +18,14 @@ namespace chttpclient
 /// A handle is never used for a second exchange: libcurl 7.88 keeps a pointer to the last header line of the
 /// previous reply, frees that line, and writes past its end if the next reply's header begins with a folded
 /// line. Connections are reused all the same, since they belong to the multi handle.
-class CHttpTransfer
+class HttpTransfer
 {
 public:
     /// @param pShare  what all handles share; must outlive this
     /// @throws std::bad_alloc when libcurl can't create a handle
-    CHttpTransfer(const STransportSettings& settings, CURLSH* pShare, CKeptConnections& kept);
-    CHttpTransfer(const CHttpTransfer&) = delete;
-    CHttpTransfer& operator=(const CHttpTransfer&) = delete;
+    HttpTransfer(const TransportSettings& settings, CURLSH* pShare, KeptConnections& kept);
+    HttpTransfer(const HttpTransfer&) = delete;
+    HttpTransfer& operator=(const HttpTransfer&) = delete;
 
     /// Prepares the handle for the request of an exchange, the only one in its list. `Finish` returns it to
     /// the caller. Call each of the two once.
@@ -49,19 +49,19 @@ public:
     CURL* Handle() const { return m_pEasy.get(); }
 
     /// The transfer that a handle belongs to.
-    static CHttpTransfer* Of(CURL* pEasy);
+    static HttpTransfer* Of(CURL* pEasy);
 
 private:
-    using Clock = CKeptConnections::Clock;
+    using Clock = KeptConnections::Clock;
 
-    struct SEasyCleanup {
+    struct EasyCleanup {
         void operator()(CURL* pEasy) const { curl_easy_cleanup(pEasy); }
     };
-    struct SListCleanup {
+    struct ListCleanup {
         void operator()(curl_slist* pList) const { curl_slist_free_all(pList); }
     };
 
-    const SHttpExchange& Request() const { return m_exchange.front(); }
+    const HttpExchange& Request() const { return m_exchange.front(); }
 
     template <class Value>
     void Set(CURLoption eOption, Value value);
@@ -80,17 +80,17 @@ private:
     static std::size_t OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf);
     static std::size_t OnHeader(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf);
 
-    std::unique_ptr<curl_slist, SListCleanup> m_pHeaders; ///< the handle uses it
-    std::unique_ptr<CURL, SEasyCleanup> m_pEasy;
-    const STransportSettings& m_settings;
+    std::unique_ptr<curl_slist, ListCleanup> m_pHeaders; ///< the handle uses it
+    std::unique_ptr<CURL, EasyCleanup> m_pEasy;
+    const TransportSettings& m_settings;
     CURLSH* const m_pShare;
-    CKeptConnections& m_kept;
-    SConnectionEnds m_ends; ///< of the connection that the request is sent on
+    KeptConnections& m_kept;
+    ConnectionEnds m_ends; ///< of the connection that the request is sent on
     bool m_bNeedsNewConnection = false;
     Clock::time_point m_tpEnd;   ///< when the exchange times out
     Clock::time_point m_tpReply; ///< when the last status line came
     ExchangeList m_exchange;
-    CBodyDecoder m_body;
+    BodyDecoder m_body;
     std::size_t m_nSent = 0; ///< bytes of the body that libcurl has taken
     std::size_t m_nHeaderBytes = 0;
     bool m_bHeaderComplete = false;

@@ -14,50 +14,49 @@ bool HasNews(Socket nSocket)
     return PollSockets(&polled, 1, 0) != 0;
 }
 
-SConnectionEnds::Address AddressOf(std::string_view strText)
+ConnectionEnds::Address AddressOf(std::string_view strText)
 {
-    SConnectionEnds::Address address{};
+    ConnectionEnds::Address address{};
     strText.copy(address.data(), address.size());
     return address;
 }
 
 } // namespace
 
-SConnectionEnds::SConnectionEnds(std::string_view strPeer, std::string_view strOwn, int nPeer, int nOwn)
+ConnectionEnds::ConnectionEnds(std::string_view strPeer, std::string_view strOwn, int nPeer, int nOwn)
     : peer(AddressOf(strPeer)), own(AddressOf(strOwn)), nPeerPort(nPeer), nOwnPort(nOwn)
 {
 }
 
-bool SConnectionEnds::operator==(const SConnectionEnds& other) const
+bool ConnectionEnds::operator==(const ConnectionEnds& other) const
 {
     return nOwnPort == other.nOwnPort && nPeerPort == other.nPeerPort && peer == other.peer &&
            own == other.own;
 }
 
-CKeptConnections::CKeptConnections(std::chrono::milliseconds maxIdle, std::size_t nMostKept)
+KeptConnections::KeptConnections(std::chrono::milliseconds maxIdle, std::size_t nMostKept)
     : m_maxIdle(maxIdle), m_nMostKept(nMostKept)
 {
     m_vecKept.reserve(nMostKept); // so that nothing can fail later
 }
 
-void CKeptConnections::Keep(const SConnectionEnds& ends, Socket nSocket, Clock::time_point tpIdle)
+void KeptConnections::Keep(const ConnectionEnds& ends, Socket nSocket, Clock::time_point tpIdle)
 {
     auto kept = std::find_if(m_vecKept.begin(), m_vecKept.end(),
-                             [&ends](const SKept& other) { return other.ends == ends; });
+                             [&ends](const Kept& other) { return other.ends == ends; });
     if (kept == m_vecKept.end() && m_vecKept.size() < m_nMostKept) {
-        kept = m_vecKept.insert(kept, SKept{});
+        kept = m_vecKept.insert(kept, Kept{});
     } else if (kept == m_vecKept.end()) {
-        kept = std::min_element(m_vecKept.begin(), m_vecKept.end(), [](const SKept& one, const SKept& other) {
-            return one.tpIdle < other.tpIdle;
-        });
+        kept = std::min_element(m_vecKept.begin(), m_vecKept.end(),
+                                [](const Kept& one, const Kept& other) { return one.tpIdle < other.tpIdle; });
     }
-    *kept = SKept{ends, nSocket, tpIdle};
+    *kept = Kept{ends, nSocket, tpIdle};
 }
 
-bool CKeptConnections::MayCarry(const SConnectionEnds& ends, bool bPost) const
+bool KeptConnections::MayCarry(const ConnectionEnds& ends, bool bPost) const
 {
     const auto kept = std::find_if(m_vecKept.begin(), m_vecKept.end(),
-                                   [&ends](const SKept& other) { return other.ends == ends; });
+                                   [&ends](const Kept& other) { return other.ends == ends; });
     if (kept == m_vecKept.end()) { // forgotten
         return !bPost;
     }

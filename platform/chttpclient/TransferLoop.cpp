@@ -36,7 +36,7 @@ ExchangeList TakeFirst(ExchangeList& exchanges)
 
 } // namespace
 
-CTransferLoop::CTransferLoop(const STransportSettings& settings, CDelivery& delivery)
+TransferLoop::TransferLoop(const TransportSettings& settings, Delivery& delivery)
     : m_settings(settings),
       m_delivery(delivery),
       m_pShare(curl_share_init()),
@@ -51,9 +51,9 @@ CTransferLoop::CTransferLoop(const STransportSettings& settings, CDelivery& deli
     curl_multi_setopt(m_pMulti.get(), CURLMOPT_MAXCONNECTS, MAX_KEPT_CONNECTIONS);
 }
 
-CTransferLoop::~CTransferLoop() = default;
+TransferLoop::~TransferLoop() = default;
 
-bool CTransferLoop::Submit(ExchangeList& exchange)
+bool TransferLoop::Submit(ExchangeList& exchange)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     if (m_bDraining) {
@@ -68,7 +68,7 @@ bool CTransferLoop::Submit(ExchangeList& exchange)
     return true;
 }
 
-void CTransferLoop::Drain()
+void TransferLoop::Drain()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_bDraining = true;
@@ -76,7 +76,7 @@ void CTransferLoop::Drain()
     curl_multi_wakeup(m_pMulti.get());
 }
 
-void CTransferLoop::Run()
+void TransferLoop::Run()
 {
     while (!Drained()) {
         for (ExchangeList incoming = TakeIncoming(); !incoming.empty();) {
@@ -96,13 +96,13 @@ void CTransferLoop::Run()
     CancelAll(CURLE_ABORTED_BY_CALLBACK);
 }
 
-ExchangeList CTransferLoop::TakeIncoming()
+ExchangeList TransferLoop::TakeIncoming()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return std::exchange(m_lstIncoming, {});
 }
 
-void CTransferLoop::Queue(ExchangeList& exchange)
+void TransferLoop::Queue(ExchangeList& exchange)
 {
     try {
         const auto lane = m_mapLane.try_emplace(LaneKey(exchange.front().strUrl)).first;
@@ -114,9 +114,9 @@ void CTransferLoop::Queue(ExchangeList& exchange)
 }
 
 /// Starts as many requests as the lane has room for, and removes the lane when it is empty.
-void CTransferLoop::FillLane(Lanes::iterator lane)
+void TransferLoop::FillLane(Lanes::iterator lane)
 {
-    SLane& requests = lane->second;
+    Lane& requests = lane->second;
     while (!requests.lstWaiting.empty() && requests.nActive < m_settings.nHostConnections) {
         ExchangeList exchange = TakeFirst(requests.lstWaiting);
         Begin(exchange, lane);
@@ -126,14 +126,14 @@ void CTransferLoop::FillLane(Lanes::iterator lane)
     }
 }
 
-void CTransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
+void TransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
 {
     Slots slot = MakeSlot();
     if (slot.empty()) {
         Refuse(exchange, CURLE_OUT_OF_MEMORY);
         return;
     }
-    SSlot& transfer = slot.front();
+    Slot& transfer = slot.front();
     CURLcode eBegin = transfer.Begin(std::move(exchange));
     if (eBegin == CURLE_OK && curl_multi_add_handle(m_pMulti.get(), transfer.Handle()) != CURLM_OK) {
         eBegin = CURLE_FAILED_INIT;
@@ -150,7 +150,7 @@ void CTransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
 }
 
 /// A list of one new transfer; empty if there is no memory for it.
-CTransferLoop::Slots CTransferLoop::MakeSlot()
+TransferLoop::Slots TransferLoop::MakeSlot()
 {
     Slots slot;
     try {
@@ -162,7 +162,7 @@ CTransferLoop::Slots CTransferLoop::MakeSlot()
 }
 
 /// Ends every exchange that libcurl reports as done. Returns whether there was any.
-bool CTransferLoop::CollectFinished()
+bool TransferLoop::CollectFinished()
 {
     bool bAny = false;
     int nLeft = 0;
@@ -171,7 +171,7 @@ bool CTransferLoop::CollectFinished()
             continue;
         }
         CURLcode eResult = pMessage->data.result; // removing the handle invalidates the message
-        SSlot& slot = *static_cast<SSlot*>(CHttpTransfer::Of(pMessage->easy_handle));
+        Slot& slot = *static_cast<Slot*>(HttpTransfer::Of(pMessage->easy_handle));
         bAny = true;
         if (slot.NeedsNewConnection()) {
             eResult = BeginAgain(slot);
@@ -187,7 +187,7 @@ bool CTransferLoop::CollectFinished()
 }
 
 /// Starts a request again on a new connection.
-CURLcode CTransferLoop::BeginAgain(SSlot& slot)
+CURLcode TransferLoop::BeginAgain(Slot& slot)
 {
     curl_multi_remove_handle(m_pMulti.get(), slot.Handle());
     const CURLcode eBegin = slot.BeginOnNewConnection();
@@ -196,7 +196,7 @@ CURLcode CTransferLoop::BeginAgain(SSlot& slot)
     return bAdded || eBegin != CURLE_OK ? eBegin : CURLE_FAILED_INIT;
 }
 
-void CTransferLoop::End(SSlot& slot, CURLcode eResult)
+void TransferLoop::End(Slot& slot, CURLcode eResult)
 {
     slot.NoteIdleConnection();
     m_tpCloseIdle = Clock::now() + std::chrono::seconds(MAX_IDLE_SECONDS);
@@ -207,15 +207,15 @@ void CTransferLoop::End(SSlot& slot, CURLcode eResult)
     m_delivery.Post(finished);
 }
 
-void CTransferLoop::Refuse(ExchangeList& exchanges, CURLcode eReason)
+void TransferLoop::Refuse(ExchangeList& exchanges, CURLcode eReason)
 {
-    for (SHttpExchange& exchange : exchanges) {
+    for (HttpExchange& exchange : exchanges) {
         exchange.nHttpError = -static_cast<int>(eReason);
     }
     m_delivery.Post(exchanges);
 }
 
-void CTransferLoop::CancelAll(CURLcode eReason)
+void TransferLoop::CancelAll(CURLcode eReason)
 {
     while (!m_lstActive.empty()) {
         End(m_lstActive.front(), eReason);
@@ -229,14 +229,14 @@ void CTransferLoop::CancelAll(CURLcode eReason)
 }
 
 /// Whether the loop must end: it is draining, and nothing is left or the drain time is over.
-bool CTransferLoop::Drained()
+bool TransferLoop::Drained()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const bool bNothingLeft = m_lstIncoming.empty() && m_mapLane.empty();
     return m_bDraining && (bNothingLeft || Clock::now() >= m_tpDrainEnd);
 }
 
-int CTransferLoop::WaitMilliseconds()
+int TransferLoop::WaitMilliseconds()
 {
     Clock::time_point tpWake = m_tpCloseIdle;
     {
@@ -248,7 +248,7 @@ int CTransferLoop::WaitMilliseconds()
     return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, nLongest));
 }
 
-void CTransferLoop::Wait()
+void TransferLoop::Wait()
 {
     const CURLMcode eError = curl_multi_poll(m_pMulti.get(), nullptr, 0, WaitMilliseconds(), nullptr);
     if (eError != CURLM_OK) {

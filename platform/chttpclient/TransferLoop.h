@@ -22,15 +22,15 @@ namespace chttpclient
 ///
 /// `Submit` and `Drain` may be called from any thread; everything else belongs to the thread that calls
 /// `Run`.
-class CTransferLoop
+class TransferLoop
 {
 public:
     /// @param delivery  gets every exchange when it is over; must outlive the loop
     /// @throws std::bad_alloc when libcurl can't create a handle
-    CTransferLoop(const STransportSettings& settings, CDelivery& delivery);
-    ~CTransferLoop();
-    CTransferLoop(const CTransferLoop&) = delete;
-    CTransferLoop& operator=(const CTransferLoop&) = delete;
+    TransferLoop(const TransportSettings& settings, Delivery& delivery);
+    ~TransferLoop();
+    TransferLoop(const TransferLoop&) = delete;
+    TransferLoop& operator=(const TransferLoop&) = delete;
 
     /// Takes an exchange over and wakes the loop.
     /// @return false when the loop is draining and accepts no more exchanges; the list is then unchanged
@@ -43,28 +43,28 @@ public:
     /// Processes requests until the loop is drained.
     void Run();
 
-    const STransportSettings& Settings() const { return m_settings; }
+    const TransportSettings& Settings() const { return m_settings; }
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    struct SLane {
+    struct Lane {
         ExchangeList lstWaiting;
         std::size_t nActive = 0;
     };
-    using Lanes = std::map<std::string, SLane>; // an iterator stays valid until its own element is erased
-    struct SSlot;
-    using Slots = std::list<SSlot>;
+    using Lanes = std::map<std::string, Lane>; // an iterator stays valid until its own element is erased
+    struct Slot;
+    using Slots = std::list<Slot>;
     /// A transfer, with its lane and its place in the list of active ones.
-    struct SSlot : CHttpTransfer {
-        using CHttpTransfer::CHttpTransfer;
+    struct Slot : HttpTransfer {
+        using HttpTransfer::HttpTransfer;
         Lanes::iterator lane;
         Slots::iterator place;
     };
-    struct SShareCleanup {
+    struct ShareCleanup {
         void operator()(CURLSH* pShare) const { curl_share_cleanup(pShare); }
     };
-    struct SMultiCleanup {
+    struct MultiCleanup {
         void operator()(CURLM* pMulti) const { curl_multi_cleanup(pMulti); }
     };
 
@@ -74,26 +74,25 @@ private:
     void Begin(ExchangeList& exchange, Lanes::iterator lane);
     Slots MakeSlot();
     bool CollectFinished();
-    CURLcode BeginAgain(SSlot& slot);
-    void End(SSlot& slot, CURLcode eResult);
+    CURLcode BeginAgain(Slot& slot);
+    void End(Slot& slot, CURLcode eResult);
     void Refuse(ExchangeList& exchanges, CURLcode eReason);
     void CancelAll(CURLcode eReason);
     bool Drained();
     void Wait();
     int WaitMilliseconds();
 
-    const STransportSettings m_settings;
-    CDelivery& m_delivery;
-    std::unique_ptr<CURLSH, SShareCleanup>
-        m_pShare; ///< TLS sessions, for the next connection to their server
-    std::unique_ptr<CURLM, SMultiCleanup> m_pMulti;
+    const TransportSettings m_settings;
+    Delivery& m_delivery;
+    std::unique_ptr<CURLSH, ShareCleanup> m_pShare; ///< TLS sessions, for the next connection to their server
+    std::unique_ptr<CURLM, MultiCleanup> m_pMulti;
 
     std::mutex m_mutex; ///< guards the next three members
     ExchangeList m_lstIncoming;
     bool m_bDraining = false;
     Clock::time_point m_tpDrainEnd;
 
-    CKeptConnections m_kept;
+    KeptConnections m_kept;
     Clock::time_point m_tpCloseIdle = Clock::time_point::max(); ///< when to close idle connections
 
     Lanes m_mapLane; ///< the keys are made by `LaneKey`

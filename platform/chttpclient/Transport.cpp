@@ -33,7 +33,7 @@ bool StartLibcurl()
 
 } // namespace
 
-CTransport::CTransport(CTransport* pBeforeFork) : m_pBeforeFork(pBeforeFork)
+Transport::Transport(Transport* pBeforeFork) : m_pBeforeFork(pBeforeFork)
 {
     if (pBeforeFork != nullptr) {
         pBeforeFork->UnlockAfterFork();
@@ -45,13 +45,13 @@ CTransport::CTransport(CTransport* pBeforeFork) : m_pBeforeFork(pBeforeFork)
 
 // A stop waits for callbacks to return. So a callback that starts or stops the transport itself must not wait
 // for that stop.
-std::unique_lock<std::mutex> CTransport::LockLife()
+std::unique_lock<std::mutex> Transport::LockLife()
 {
     return m_delivery.OnDeliveringThread() ? std::unique_lock<std::mutex>(m_mutexLife, std::try_to_lock)
                                            : std::unique_lock<std::mutex>(m_mutexLife);
 }
 
-bool CTransport::Start()
+bool Transport::Start()
 {
     const std::unique_lock<std::mutex> life = LockLife();
     if (!life) {
@@ -65,7 +65,7 @@ bool CTransport::Start()
             throw std::runtime_error("libcurl can't be initialised");
         }
         m_delivery.Start();
-        auto pLoop = std::make_shared<CTransferLoop>(ReadTransportSettings(), m_delivery);
+        auto pLoop = std::make_shared<TransferLoop>(ReadTransportSettings(), m_delivery);
         m_thread = StartQuietThread([pLoop] { pLoop->Run(); });
         const std::lock_guard<std::mutex> lock(m_mutexLoop);
         m_pLoop = std::move(pLoop);
@@ -77,9 +77,9 @@ bool CTransport::Start()
     }
 }
 
-void CTransport::StopLoop()
+void Transport::StopLoop()
 {
-    std::shared_ptr<CTransferLoop> pLoop;
+    std::shared_ptr<TransferLoop> pLoop;
     {
         const std::lock_guard<std::mutex> lock(m_mutexLoop);
         pLoop = m_pLoop;
@@ -92,29 +92,29 @@ void CTransport::StopLoop()
     }
 }
 
-void CTransport::Stop()
+void Transport::Stop()
 {
     const std::unique_lock<std::mutex> life = LockLife();
     if (life) {
         StopLoop();
-        m_delivery.Stop(CDelivery::Clock::now() + CALLBACK_GRACE);
+        m_delivery.Stop(Delivery::Clock::now() + CALLBACK_GRACE);
     }
 }
 
-void CTransport::End()
+void Transport::End()
 {
     const std::unique_lock<std::mutex> life = LockLife();
     if (life) {
         StopLoop();
-        m_delivery.End(CDelivery::Clock::now() + CALLBACK_GRACE);
+        m_delivery.End(Delivery::Clock::now() + CALLBACK_GRACE);
     }
 }
 
-void CTransport::Send(SHttpExchange request)
+void Transport::Send(HttpExchange request)
 {
     ExchangeList exchange;
     exchange.push_back(std::move(request));
-    std::shared_ptr<CTransferLoop> pLoop;
+    std::shared_ptr<TransferLoop> pLoop;
     {
         const std::lock_guard<std::mutex> lock(m_mutexLoop);
         pLoop = m_pLoop;

@@ -15,11 +15,11 @@ namespace chttpclient
 /// stopped repeatedly; a request sent while it is stopped is answered too, with a refusal.
 ///
 /// All operations may be called from any thread, including the delivering one.
-class CTransport
+class Transport
 {
 public:
     /// @param pBeforeFork  in the child of a fork: the parent's transport
-    explicit CTransport(CTransport* pBeforeFork = nullptr);
+    explicit Transport(Transport* pBeforeFork = nullptr);
 
     /// Starts; does nothing when it runs already.
     /// @return whether it runs
@@ -32,7 +32,7 @@ public:
     void End();
 
     /// @throws std::bad_alloc when there is no memory for the request, which is then not accepted
-    void Send(SHttpExchange request);
+    void Send(HttpExchange request);
     void SetReceiver(CHttpClientResponse fnReceiver) { m_delivery.SetReceiver(std::move(fnReceiver)); }
 
     /// For a fork. The child has none of the threads, and its locks may be in any state, so it needs a new
@@ -48,11 +48,11 @@ private:
     std::thread m_thread;
 
     std::mutex m_mutexLoop; ///< guards the pointer
-    std::shared_ptr<CTransferLoop> m_pLoop;
+    std::shared_ptr<TransferLoop> m_pLoop;
 
-    CDelivery m_delivery;
+    Delivery m_delivery;
     /// Not used after construction and never freed: what it holds belongs to the parent.
-    [[maybe_unused]] CTransport* const m_pBeforeFork;
+    [[maybe_unused]] Transport* const m_pBeforeFork;
 };
 
 } // namespace chttpclient

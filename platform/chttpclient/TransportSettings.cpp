@@ -25,13 +25,13 @@ std::chrono::milliseconds ReadTime(const char* szName, std::chrono::milliseconds
 
 } // namespace
 
-STransportSettings ReadTransportSettings()
+TransportSettings ReadTransportSettings()
 {
     Complaints vecComplaints;
-    STransportSettings settings;
+    TransportSettings settings;
     settings.connectTimeout =
         ReadTime("CHTTPCLIENT_CONNECT_TIMEOUT_MS", settings.connectTimeout, 1, vecComplaints);
-    static_cast<SExchangeLimits&>(settings) = ReadExchangeLimits(vecComplaints);
+    static_cast<ExchangeLimits&>(settings) = ReadExchangeLimits(vecComplaints);
     settings.nHostConnections = EnvironmentNumber("CHTTPCLIENT_HOST_CONNECTIONS", settings.nHostConnections,
                                                   {1, 1'000}, vecComplaints);
     settings.nMaxOutstanding = EnvironmentNumber("CHTTPCLIENT_MAX_OUTSTANDING", settings.nMaxOutstanding,

@@ -10,7 +10,7 @@ namespace chttpclient
 {
 
 /// The transport's settings with their defaults; chttpclient.h says what each means.
-struct STransportSettings : SExchangeLimits {
+struct TransportSettings : ExchangeLimits {
     std::chrono::milliseconds connectTimeout{10'000};
     std::size_t nHostConnections = 8;
     std::size_t nMaxOutstanding = 100'000;
@@ -21,6 +21,6 @@ struct STransportSettings : SExchangeLimits {
 };
 
 /// Reads the settings from the environment. An unusable value is logged, and the default stays in force.
-STransportSettings ReadTransportSettings();
+TransportSettings ReadTransportSettings();
 
 } // namespace chttpclient

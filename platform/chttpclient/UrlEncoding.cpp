@@ -40,17 +40,17 @@ constexpr std::array<bool, 256> FORBIDDEN = ForbiddenBytes();
 /// The length in bytes of a URL's scheme and authority; the authority may hold an IPv6 address in brackets.
 std::size_t LengthToAuthority(std::string_view strUrl)
 {
-    const std::optional<SUrlParts> parts = SplitUrl(strUrl);
+    const std::optional<UrlParts> parts = SplitUrl(strUrl);
     return parts ? static_cast<std::size_t>(parts->strAuthority.data() - strUrl.data()) +
                        parts->strAuthority.size()
                  : 0;
 }
 
 /// A text, and which of its bytes need encoding.
-class CRawUrl
+class RawUrl
 {
 public:
-    explicit CRawUrl(std::string_view strUrl) : m_strUrl(strUrl), m_nToAuthority(LengthToAuthority(strUrl)) {}
+    explicit RawUrl(std::string_view strUrl) : m_strUrl(strUrl), m_nToAuthority(LengthToAuthority(strUrl)) {}
 
     /// The position of the next byte that needs encoding, from `nFrom` on; the length of the text if there is
     /// none.
@@ -81,7 +81,7 @@ private:
 
 std::string EncodeUrl(std::string_view strUrl)
 {
-    const CRawUrl url(strUrl);
+    const RawUrl url(strUrl);
     std::size_t nAt = url.FindEncodable(0);
     std::string strEncoded(strUrl.substr(0, nAt)); // usually the whole URL
     while (nAt < strUrl.size()) {

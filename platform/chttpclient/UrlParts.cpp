@@ -40,7 +40,7 @@ std::string LowerCase(std::string_view strText)
 
 } // namespace
 
-std::optional<SUrlParts> SplitUrl(std::string_view strUrl)
+std::optional<UrlParts> SplitUrl(std::string_view strUrl)
 {
     constexpr std::string_view AUTHORITY_MARK = "://";
     const std::size_t nScheme = std::min(strUrl.find_first_of("/?#:"), strUrl.size());
@@ -49,12 +49,12 @@ std::optional<SUrlParts> SplitUrl(std::string_view strUrl)
         return std::nullopt;
     }
     const std::string_view strRest = strUrl.substr(nScheme + AUTHORITY_MARK.size());
-    return SUrlParts{strUrl.substr(0, nScheme), strRest.substr(0, strRest.find_first_of("/?#"))};
+    return UrlParts{strUrl.substr(0, nScheme), strRest.substr(0, strRest.find_first_of("/?#"))};
 }
 
 std::string LaneKey(std::string_view strUrl)
 {
-    const std::optional<SUrlParts> parts = SplitUrl(strUrl);
+    const std::optional<UrlParts> parts = SplitUrl(strUrl);
     if (!parts) {
         return {};
     }

@@ -12,21 +12,21 @@
 namespace
 {
 
-using chttpclient::CTransport;
+using chttpclient::Transport;
 
 // Never destroyed, so that a request from any static destructor still finds it.
-std::atomic<CTransport*> g_pTransport = nullptr;
+std::atomic<Transport*> g_pTransport = nullptr;
 
 // Guards the creation of the transport and the registration of its end at exit. A function's static object
 // would not do: the child of a fork could find it half constructed for ever.
 std::mutex g_mutexMaking;
 
-CTransport& Transport()
+Transport& TheTransport()
 {
     if (g_pTransport == nullptr) {
         const std::lock_guard<std::mutex> lock(g_mutexMaking);
         if (g_pTransport == nullptr) {
-            g_pTransport = new CTransport;
+            g_pTransport = new Transport;
         }
     }
     return *g_pTransport;
@@ -35,7 +35,7 @@ CTransport& Transport()
 /// Drains the transport when the process ends without CHttpClientUnInit.
 void EndAtExit()
 {
-    Transport().End();
+    TheTransport().End();
 }
 
 void RegisterEndAtExit()
@@ -64,7 +64,7 @@ void AfterForkInParent()
 void AfterForkInChild()
 {
     if (g_pTransport != nullptr) {
-        g_pTransport = new CTransport(g_pTransport);
+        g_pTransport = new Transport(g_pTransport);
     }
     g_mutexMaking.unlock();
 }
@@ -76,7 +76,7 @@ const bool g_bForksPrepared = AtFork(&BeforeFork, &AfterForkInParent, &AfterFork
 bool CHttpClientInit()
 {
     return UnlessThreadsAreGone([] {
-        const bool bRuns = Transport().Start();
+        const bool bRuns = TheTransport().Start();
         // Registered after libcurl is initialised, and so called before the exit handlers of its libraries.
         RegisterEndAtExit();
         return bRuns;
@@ -85,25 +85,25 @@ bool CHttpClientInit()
 
 void CHttpClientUnInit()
 {
-    UnlessThreadsAreGone([] { Transport().Stop(); });
+    UnlessThreadsAreGone([] { TheTransport().Stop(); });
 }
 
 void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse)
 {
-    UnlessThreadsAreGone([&] { Transport().SetReceiver(std::move(fnResponse)); });
+    UnlessThreadsAreGone([&] { TheTransport().SetReceiver(std::move(fnResponse)); });
 }
 
 void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody, void* pUserData,
                             bool bPost, bool bHeader, const std::string& strHeader)
 {
     UnlessThreadsAreGone([&] {
-        chttpclient::SHttpExchange request;
+        chttpclient::HttpExchange request;
         request.nType = nType;
         request.strUrl = strUrl;
         request.strBody = strBody;
         request.pUserData = pUserData;
         request.bPost = bPost;
         request.strHeader = bHeader ? strHeader : std::string();
-        Transport().Send(std::move(request));
+        TheTransport().Send(std::move(request));
     });
 }

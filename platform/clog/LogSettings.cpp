@@ -54,10 +54,10 @@ std::filesystem::path LogFolder()
 
 /// Puts the variable's value into `number` when it is a decimal number of the range. An empty value is none.
 template <typename Number>
-void ReadNumber(const char* szName, SNumberRange range, Number& number,
+void ReadNumber(const char* szName, NumberRange range, Number& number,
                 std::vector<std::string>& vecComplaints)
 {
-    constexpr SComplaintWords WORDS{"=\"", "\" is no number from ", " is in force"};
+    constexpr ComplaintWords WORDS{"=\"", "\" is no number from ", " is in force"};
     if (!Variable(szName).empty()) {
         number = EnvironmentNumber(szName, number, range, vecComplaints, WORDS);
     }

@@ -2,10 +2,10 @@
 
 #include "platform/system/Environment.h"
 
-SExchangeLimits ReadExchangeLimits(std::vector<std::string>& vecComplaints)
+ExchangeLimits ReadExchangeLimits(std::vector<std::string>& vecComplaints)
 {
-    constexpr SNumberRange ANY_SIZE{1, std::numeric_limits<std::int64_t>::max()};
-    SExchangeLimits limits;
+    constexpr NumberRange ANY_SIZE{1, std::numeric_limits<std::int64_t>::max()};
+    ExchangeLimits limits;
     limits.timeout = std::chrono::milliseconds(EnvironmentNumber(
         EXCHANGE_TIMEOUT_VARIABLE, limits.timeout.count(), {1, MAX_MILLISECONDS}, vecComplaints));
     limits.nMaxReplyBytes =
@@ -13,9 +13,9 @@ SExchangeLimits ReadExchangeLimits(std::vector<std::string>& vecComplaints)
     return limits;
 }
 
-const SExchangeLimits& ExchangeLimits()
+const ExchangeLimits& ExchangeLimitsInForce()
 {
-    static const SExchangeLimits limits = [] {
+    static const ExchangeLimits limits = [] {
         std::vector<std::string> vecComplaints; // the transport logs them
         return ReadExchangeLimits(vecComplaints);
     }();

@@ -23,7 +23,7 @@
 // libcurl takes times as a long, which has 32 bits on Windows.
 inline constexpr std::int64_t MAX_MILLISECONDS = std::numeric_limits<std::int32_t>::max();
 
-struct SExchangeLimits {
+struct ExchangeLimits {
     std::chrono::milliseconds timeout{60'000};
     std::size_t nMaxReplyBytes = std::size_t{64} * 1024 * 1024;
 };
@@ -32,8 +32,8 @@ inline constexpr const char* EXCHANGE_TIMEOUT_VARIABLE = "CHTTPCLIENT_TIMEOUT_MS
 inline constexpr const char* REPLY_BYTES_VARIABLE = "CHTTPCLIENT_MAX_REPLY_BYTES";
 
 /// The limits of the blocking interface. May be called from any thread.
-const SExchangeLimits& ExchangeLimits();
+const ExchangeLimits& ExchangeLimitsInForce();
 
 /// Reads the limits from the environment.
 /// @param vecComplaints  gets a sentence for each variable whose value can't be used
-SExchangeLimits ReadExchangeLimits(std::vector<std::string>& vecComplaints);
+ExchangeLimits ReadExchangeLimits(std::vector<std::string>& vecComplaints);

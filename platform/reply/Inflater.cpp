@@ -28,57 +28,57 @@ bool BeginsZlibFrame(std::string_view strBytes)
     return (nFirst & 0x0FU) == Z_DEFLATED && (nFirst >> 4U) <= 7 && (nFirst * 256U + nSecond) % 31 == 0;
 }
 
-EUnpacked ErrorOf(int nZlib)
+Unpacked ErrorOf(int nZlib)
 {
     switch (nZlib) {
     case Z_OK:
     case Z_STREAM_END:
     case Z_BUF_ERROR: // no further progress without more bytes
-        return EUnpacked::Well;
+        return Unpacked::Well;
     case Z_MEM_ERROR:
-        return EUnpacked::NoMemory;
+        return Unpacked::NoMemory;
     default:
-        return EUnpacked::Damaged;
+        return Unpacked::Damaged;
     }
 }
 
 } // namespace
 
-CInflater::CInflater(Format format) : m_format(format) {}
+Inflater::Inflater(Format format) : m_format(format) {}
 
-CInflater::~CInflater()
+Inflater::~Inflater()
 {
     if (m_pStream != nullptr) {
         inflateEnd(m_pStream.get());
     }
 }
 
-EUnpacked CInflater::Write(std::string_view strPacked, const Sink& fnSink)
+Unpacked Inflater::Write(std::string_view strPacked, const Sink& fnSink)
 {
     m_nPacked += strPacked.size();
     if (m_pStream == nullptr) {
         m_strBegin += strPacked;
         if (m_strBegin.size() < FRAME_BEGIN) {
-            return EUnpacked::Well;
+            return Unpacked::Well;
         }
-        if (const EUnpacked eBegin = Begin(); eBegin != EUnpacked::Well) {
+        if (const Unpacked eBegin = Begin(); eBegin != Unpacked::Well) {
             return eBegin;
         }
         strPacked = m_strBegin;
     }
-    EUnpacked eResult = EUnpacked::Well;
-    while (eResult == EUnpacked::Well && !strPacked.empty()) {
-        eResult = m_bEnded && !BeginNextMember() ? EUnpacked::Damaged : Inflate(strPacked, fnSink);
+    Unpacked eResult = Unpacked::Well;
+    while (eResult == Unpacked::Well && !strPacked.empty()) {
+        eResult = m_bEnded && !BeginNextMember() ? Unpacked::Damaged : Inflate(strPacked, fnSink);
     }
     return eResult;
 }
 
-bool CInflater::HasTakenTooMuch(std::size_t nMostUnpacked) const
+bool Inflater::HasTakenTooMuch(std::size_t nMostUnpacked) const
 {
     return m_nPacked / 2 > nMostUnpacked + PACKED_MARGIN;
 }
 
-EUnpacked CInflater::Begin()
+Unpacked Inflater::Begin()
 {
     const bool bFrame = m_format == Format::Gzip || BeginsZlibFrame(m_strBegin);
     auto pStream = std::make_unique<z_stream>();
@@ -89,14 +89,14 @@ EUnpacked CInflater::Begin()
     return ErrorOf(nResult);
 }
 
-bool CInflater::BeginNextMember()
+bool Inflater::BeginNextMember()
 {
     m_bEnded = m_format != Format::Gzip || inflateReset(m_pStream.get()) != Z_OK;
     return !m_bEnded;
 }
 
 /// Unpacks up to the end of the bytes or of the member, and removes the bytes read from the front.
-EUnpacked CInflater::Inflate(std::string_view& strPacked, const Sink& fnSink)
+Unpacked Inflater::Inflate(std::string_view& strPacked, const Sink& fnSink)
 {
     constexpr std::size_t MOST = std::numeric_limits<uInt>::max();
     z_stream& stream = *m_pStream;
@@ -111,7 +111,7 @@ EUnpacked CInflater::Inflate(std::string_view& strPacked, const Sink& fnSink)
         nResult = inflate(&stream, Z_NO_FLUSH);
         const std::string_view strUnpacked(piece.data(), piece.size() - stream.avail_out);
         if (!strUnpacked.empty() && !fnSink(strUnpacked)) {
-            return EUnpacked::Refused;
+            return Unpacked::Refused;
         }
     } while (nResult == Z_OK && stream.avail_out == 0);
     strPacked.remove_prefix(nOffered - stream.avail_in);

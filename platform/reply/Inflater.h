@@ -10,7 +10,7 @@
 struct z_stream_s;
 
 /// The result of unpacking some bytes.
-enum class EUnpacked {
+enum class Unpacked {
     Well,
     Damaged, ///< they can't be unpacked, don't match their checksum, or follow the end
     NoMemory,
@@ -18,7 +18,7 @@ enum class EUnpacked {
 };
 
 /// Unpacks gzip or deflate data piece by piece, and knows whether it has reached the end.
-class CInflater
+class Inflater
 {
 public:
     /// Takes unpacked bytes; false ends the unpacking.
@@ -28,12 +28,12 @@ public:
         Deflate, ///< in a zlib frame, as it should be, or without a frame, as some servers send it
     };
 
-    explicit CInflater(Format format);
-    ~CInflater();
-    CInflater(const CInflater&) = delete;
-    CInflater& operator=(const CInflater&) = delete;
+    explicit Inflater(Format format);
+    ~Inflater();
+    Inflater(const Inflater&) = delete;
+    Inflater& operator=(const Inflater&) = delete;
 
-    EUnpacked Write(std::string_view strPacked, const Sink& fnSink);
+    Unpacked Write(std::string_view strPacked, const Sink& fnSink);
 
     /// Whether what was written is complete. No bytes at all count as complete too, since servers also label
     /// empty bodies as packed.
@@ -48,9 +48,9 @@ public:
     bool HasTakenTooMuch(std::size_t nMostUnpacked) const;
 
 private:
-    EUnpacked Begin();
+    Unpacked Begin();
     bool BeginNextMember();
-    EUnpacked Inflate(std::string_view& strPacked, const Sink& fnSink);
+    Unpacked Inflate(std::string_view& strPacked, const Sink& fnSink);
 
     const Format m_format;
     std::string m_strBegin;                ///< the first bytes, until the frame can be detected

@@ -10,8 +10,8 @@ namespace
 
 void ReadCount(const char* szName, std::size_t& nCount, std::vector<std::string>& vecComplaints)
 {
-    constexpr SNumberRange RANGE{1, std::numeric_limits<std::int32_t>::max()};
-    constexpr SComplaintWords WORDS{" is \"", "\", not a number from ", " stays in force"};
+    constexpr NumberRange RANGE{1, std::numeric_limits<std::int32_t>::max()};
+    constexpr ComplaintWords WORDS{" is \"", "\", not a number from ", " stays in force"};
     nCount = EnvironmentNumber(szName, nCount, RANGE, vecComplaints, WORDS);
 }
 
@@ -58,10 +58,10 @@ std::size_t CountAtMost(std::string_view body) noexcept
 }
 
 /// Steps through the characters of a JSON text that belong to its structure.
-class CStructure
+class Structure
 {
 public:
-    explicit CStructure(std::string_view text) : m_text(text) {}
+    explicit Structure(std::string_view text) : m_text(text) {}
 
     /// The next character outside of strings, comments and white space; for a string, its opening quote. At
     /// the end a NUL, with which no value begins.
@@ -116,7 +116,7 @@ bool CountExceeds(std::string_view body, std::size_t nMost) noexcept
 {
     std::size_t nValues = 1; // the root
     bool bOpened = false;
-    for (CStructure structure(body); !structure.AtEnd() && nValues <= nMost;) {
+    for (Structure structure(body); !structure.AtEnd() && nValues <= nMost;) {
         const char c = structure.Next();
         const bool bFirstElement = bOpened && c != '\0' && !IsClosing(c);
         nValues += (bFirstElement ? 1U : 0U) + (c == ',' ? 1U : 0U);
@@ -127,17 +127,17 @@ bool CountExceeds(std::string_view body, std::size_t nMost) noexcept
 
 } // namespace
 
-SReplyLimits ReadReplyLimits(std::vector<std::string>& vecComplaints)
+ReplyLimits ReadReplyLimits(std::vector<std::string>& vecComplaints)
 {
-    SReplyLimits limits;
+    ReplyLimits limits;
     ReadCount(REPLY_VALUES_VARIABLE, limits.nValues, vecComplaints);
     ReadCount(LIST_ELEMENTS_VARIABLE, limits.nListElements, vecComplaints);
     return limits;
 }
 
-const SReplyLimits& ReplyLimits()
+const ReplyLimits& ReplyLimitsInForce()
 {
-    static const SReplyLimits limits = [] {
+    static const ReplyLimits limits = [] {
         std::vector<std::string> vecComplaints; // logged when the client is created
         return ReadReplyLimits(vecComplaints);
     }();

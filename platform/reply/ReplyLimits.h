@@ -27,7 +27,7 @@
 // most that one value takes, apart from its text, was measured: 64 bytes with RapidJSON, 100 with Qt, 272
 // with jsoncpp.
 
-struct SReplyLimits {
+struct ReplyLimits {
     std::size_t nValues = 2'000'000;
     std::size_t nListElements = 250'000;
 };
@@ -36,11 +36,11 @@ inline constexpr const char* REPLY_VALUES_VARIABLE = "KTSHTTPAGENT_MAX_REPLY_VAL
 inline constexpr const char* LIST_ELEMENTS_VARIABLE = "KTSHTTPAGENT_MAX_LIST_ELEMENTS";
 
 /// The limits in force.
-const SReplyLimits& ReplyLimits();
+const ReplyLimits& ReplyLimitsInForce();
 
 /// Reads the limits from the environment.
 /// @param vecComplaints  gets a sentence for each variable whose value can't be used
-SReplyLimits ReadReplyLimits(std::vector<std::string>& vecComplaints);
+ReplyLimits ReadReplyLimits(std::vector<std::string>& vecComplaints);
 
 /// Whether a JSON text holds more than `nMost` values. The text is not parsed; if it is not valid JSON, the
 /// part that a parser would read before it fails is counted in the same way. Comments are skipped, as jsoncpp

@@ -58,8 +58,8 @@ void RemoveVariableIfRightsAreRaised(const char* szName)
 
 #endif
 
-std::string NumberComplaint(const SComplaintWords& words, const char* szName, const std::string& strValue,
-                            SNumberRange range, const std::string& strDefault)
+std::string NumberComplaint(const ComplaintWords& words, const char* szName, const std::string& strValue,
+                            NumberRange range, const std::string& strDefault)
 {
     return szName + (words.szBeforeValue + strValue) + words.szBehindValue + std::to_string(range.nMin) +
            " to " + std::to_string(range.nMax) + "; " + strDefault + words.szEnd;

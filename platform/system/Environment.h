@@ -20,28 +20,28 @@ bool RightsAreRaised();
 /// thread that looks up a variable at the same moment may not find it.
 void RemoveVariableIfRightsAreRaised(const char* szName);
 
-struct SNumberRange {
+struct NumberRange {
     std::int64_t nMin;
     std::int64_t nMax;
 };
 
 /// The words of a complaint about a value, in order: the variable's name, szBeforeValue, the value,
 /// szBehindValue, the range as "1 to 9", "; ", the default, szEnd.
-struct SComplaintWords {
+struct ComplaintWords {
     const char* szBeforeValue = " is \"";
     const char* szBehindValue = "\", no number from ";
     const char* szEnd = " stays in force";
 };
 
-std::string NumberComplaint(const SComplaintWords& words, const char* szName, const std::string& strValue,
-                            SNumberRange range, const std::string& strDefault);
+std::string NumberComplaint(const ComplaintWords& words, const char* szName, const std::string& strValue,
+                            NumberRange range, const std::string& strDefault);
 
 /// The decimal number that a variable holds, if the type has it and it lies in the range; or else the
 /// default.
 /// @param vecComplaints  gets a sentence about a value that can't be used
 template <class Number>
-Number EnvironmentNumber(const char* szName, Number nDefault, SNumberRange range,
-                         std::vector<std::string>& vecComplaints, const SComplaintWords& words = {})
+Number EnvironmentNumber(const char* szName, Number nDefault, NumberRange range,
+                         std::vector<std::string>& vecComplaints, const ComplaintWords& words = {})
 {
     const std::optional<std::string> strValue = EnvironmentVariable(szName);
     if (!strValue) {

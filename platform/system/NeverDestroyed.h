@@ -7,7 +7,7 @@
 /// while the process ends, static destructors and threads among it, still finds it. What it owns stays
 /// reachable, and so is no leak.
 ///
-///     static const NeverDestroyed<SThreads> threads;
+///     static const NeverDestroyed<AllThreads> threads;
 ///     return *threads;
 ///
 /// Where the constructor throws, the next one who comes to the definition tries again.

@@ -12,8 +12,8 @@
 namespace
 {
 
-constexpr mode_t kOwner = S_IRWXU;
-constexpr mode_t kOthers = S_IRWXG | S_IRWXO;
+constexpr mode_t OWNER = S_IRWXU;
+constexpr mode_t OTHERS = S_IRWXG | S_IRWXO;
 
 [[noreturn]] void ThrowError(const std::string& strWhat)
 {
@@ -54,9 +54,9 @@ void MakeOwnersFile(const std::string& strFile)
 void KeepToOwner(const std::string& strFile)
 {
     struct stat status = {};
-    if (::lstat(strFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & kOthers) == 0)
+    if (::lstat(strFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & OTHERS) == 0)
         return;
-    if (!SetMode(strFile, status.st_mode & kOwner) && status.st_uid != ::geteuid())
+    if (!SetMode(strFile, status.st_mode & OWNER) && status.st_uid != ::geteuid())
         ThrowError("it is open to other users, and can't be taken from them");
 }
 

@@ -24,14 +24,14 @@ Function Find(const wchar_t* szLibrary, const char* szName)
     return reinterpret_cast<Function>(reinterpret_cast<void*>(pFound));
 }
 
-struct SHandlers {
+struct EndHandlers {
     std::mutex mutex;
     std::vector<void (*)()> vecCalls;
 };
 
-SHandlers& Handlers()
+EndHandlers& Handlers()
 {
-    static const NeverDestroyed<SHandlers> handlers; // the end of the process is what it is for
+    static const NeverDestroyed<EndHandlers> handlers; // the end of the process is what it is for
     return *handlers;
 }
 

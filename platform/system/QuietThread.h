@@ -15,19 +15,19 @@ std::thread StartQuietThread(Function&& fn)
 #if defined(_WIN32)
     return std::thread(std::forward<Function>(fn));
 #else
-    struct SSignalMask {
-        SSignalMask()
+    struct SignalMask {
+        SignalMask()
         {
             sigset_t all;
             sigfillset(&all);
             pthread_sigmask(SIG_SETMASK, &all, &before);
         }
-        ~SSignalMask() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
-        SSignalMask(const SSignalMask&) = delete;
-        SSignalMask& operator=(const SSignalMask&) = delete;
+        ~SignalMask() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+        SignalMask(const SignalMask&) = delete;
+        SignalMask& operator=(const SignalMask&) = delete;
         sigset_t before{};
     };
-    const SSignalMask inherited; // a new thread inherits the mask of the one that starts it
+    const SignalMask inherited; // a new thread inherits the mask of the one that starts it
     return std::thread(std::forward<Function>(fn));
 #endif
 }

@@ -21,13 +21,13 @@ std::string PlainMachineName()
 
 #if defined(_WIN32)
 
-CSocketsStartUp::CSocketsStartUp()
+SocketsStartUp::SocketsStartUp()
 {
     WSADATA data{};
     m_bUp = ::WSAStartup(MAKEWORD(2, 2), &data) == 0;
 }
 
-CSocketsStartUp::~CSocketsStartUp()
+SocketsStartUp::~SocketsStartUp()
 {
     if (m_bUp) {
         ::WSACleanup();
@@ -46,7 +46,7 @@ std::string MachineName()
 
 #else
 
-CSocketsStartUp::CSocketsStartUp() : m_bUp(true) {}
+SocketsStartUp::SocketsStartUp() : m_bUp(true) {}
 
 int PollSockets(pollfd* pSockets, std::size_t nSockets, int nMilliseconds)
 {

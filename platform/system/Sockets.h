@@ -20,17 +20,17 @@ using Socket = int;
 
 /// Windows' sockets must be started up before the first call and cleaned up after the last one, equally
 /// often; other parts of the process, such as the host, do so for themselves. Does nothing on Linux.
-class CSocketsStartUp
+class SocketsStartUp
 {
 public:
-    CSocketsStartUp();
+    SocketsStartUp();
 #if defined(_WIN32)
-    ~CSocketsStartUp();
+    ~SocketsStartUp();
 #else
-    ~CSocketsStartUp() = default;
+    ~SocketsStartUp() = default;
 #endif
-    CSocketsStartUp(const CSocketsStartUp&) = delete;
-    CSocketsStartUp& operator=(const CSocketsStartUp&) = delete;
+    SocketsStartUp(const SocketsStartUp&) = delete;
+    SocketsStartUp& operator=(const SocketsStartUp&) = delete;
 
     bool IsUp() const
     {

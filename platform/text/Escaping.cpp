@@ -7,12 +7,12 @@
 namespace
 {
 
-struct SRange {
+struct Range {
     char32_t first;
     char32_t last;
 };
 
-constexpr SRange UNSAFE[] = {
+constexpr Range UNSAFE[] = {
     {0x00, 0x1f},       {0x7f, 0x9f},                       // control characters
     {0xad, 0xad},                                           // soft hyphen
     {0x061c, 0x061c},   {0x200b, 0x200b}, {0x200e, 0x200f}, // Arabic letter mark, zero width space, LRM, RLM
@@ -27,20 +27,20 @@ constexpr char32_t FIRST_BEHIND_BMP = 0x10000;
 
 bool IsUnsafe(char32_t character)
 {
-    return std::any_of(std::begin(UNSAFE), std::end(UNSAFE), [character](const SRange& range) {
+    return std::any_of(std::begin(UNSAFE), std::end(UNSAFE), [character](const Range& range) {
         return character >= range.first && character <= range.last;
     });
 }
 
 /// How a UTF-8 character of that many bytes begins, and the first character that needs that many.
-struct SForm {
+struct Form {
     unsigned nMask;
     unsigned nLead;
     std::size_t nBytes;
     char32_t first;
 };
 
-constexpr SForm FORMS[] = {
+constexpr Form FORMS[] = {
     {0x80, 0x00, 1, 0}, {0xe0, 0xc0, 2, 0x80}, {0xf0, 0xe0, 3, 0x800}, {0xf8, 0xf0, 4, FIRST_BEHIND_BMP}};
 
 unsigned Byte(char c)
@@ -58,7 +58,7 @@ bool IsInUnicode(char32_t character)
 std::size_t ReadCharacter(std::string_view text, char32_t& character)
 {
     const unsigned nLead = Byte(text.front());
-    const auto* const pForm = std::find_if(std::begin(FORMS), std::end(FORMS), [nLead](const SForm& form) {
+    const auto* const pForm = std::find_if(std::begin(FORMS), std::end(FORMS), [nLead](const Form& form) {
         return (nLead & form.nMask) == form.nLead;
     });
     if (pForm == std::end(FORMS)) {
@@ -111,9 +111,9 @@ std::string Escaped(std::string_view text, Escape fnEscape)
 
 void AppendHex(std::string& strOut, unsigned nValue, unsigned nDigits)
 {
-    static constexpr char szHexDigits[] = "0123456789abcdef";
+    static constexpr char HEX_DIGITS[] = "0123456789abcdef";
     while (nDigits-- > 0) {
-        strOut += szHexDigits[nValue >> (4U * nDigits) & 0xfU];
+        strOut += HEX_DIGITS[nValue >> (4U * nDigits) & 0xfU];
     }
 }
 

@@ -45,27 +45,27 @@ bool Fails(const char* szCall)
 
 /// An option that sets trusted authorities. It uses arrays, since recording it must not allocate: an
 /// allocation could be made to fail.
-struct STrust {
+struct Trust {
     int nOption;
     std::array<char, 256> text;
 };
 
 std::mutex g_mutexTrust;
-std::array<STrust, 4> g_trust{{{CURLOPT_CAINFO, {"default"}},
-                               {CURLOPT_CAPATH, {"default"}},
-                               {CURLOPT_PROXY_CAINFO, {"default"}},
-                               {CURLOPT_PROXY_CAPATH, {"default"}}}};
+std::array<Trust, 4> g_trust{{{CURLOPT_CAINFO, {"default"}},
+                              {CURLOPT_CAPATH, {"default"}},
+                              {CURLOPT_PROXY_CAINFO, {"default"}},
+                              {CURLOPT_PROXY_CAPATH, {"default"}}}};
 
-STrust* FindTrust(int nOption)
+Trust* FindTrust(int nOption)
 {
-    STrust* const pFound = std::find_if(g_trust.begin(), g_trust.end(),
-                                        [&](const STrust& trust) { return trust.nOption == nOption; });
+    Trust* const pFound = std::find_if(g_trust.begin(), g_trust.end(),
+                                       [&](const Trust& trust) { return trust.nOption == nOption; });
     return pFound == g_trust.end() ? nullptr : pFound;
 }
 
 void NoteTrust(int nOption, const void* pValue)
 {
-    if (STrust* const pTrust = FindTrust(nOption)) {
+    if (Trust* const pTrust = FindTrust(nOption)) {
         const std::lock_guard<std::mutex> lock(g_mutexTrust);
         const char* const szValue = pValue == nullptr ? "null" : static_cast<const char*>(pValue);
         pTrust->text.fill('\0');
@@ -78,14 +78,14 @@ bool OnMainThread()
     return ::gettid() == ::getpid();
 }
 
-struct SThreadStart {
+struct ThreadStart {
     void* (*pfnRun)(void*);
     void* pArgument;
 };
 
 void* RunWatched(void* pStart)
 {
-    const SThreadStart start = *static_cast<SThreadStart*>(pStart);
+    const ThreadStart start = *static_cast<ThreadStart*>(pStart);
     std::free(pStart);
     t_bWatched = true;
     return start.pfnRun(start.pArgument);
@@ -181,7 +181,7 @@ pthread_create(pthread_t* pThread, const pthread_attr_t* pAttributes, void* (*pf
     if (!g_bWatchThreads) {
         return pfnReal(pThread, pAttributes, pfnRun, pArgument);
     }
-    auto* const pStart = static_cast<SThreadStart*>(std::malloc(sizeof(SThreadStart)));
+    auto* const pStart = static_cast<ThreadStart*>(std::malloc(sizeof(ThreadStart)));
     *pStart = {pfnRun, pArgument};
     return pfnReal(pThread, pAttributes, RunWatched, pStart);
 }

@@ -84,7 +84,7 @@ TEST_F(TransportInTurn, AServerThatListensNoMoreIsReportedOnceThoughItsKeptConne
     Set("CHTTPCLIENT_POST_IDLE_MS", 0L);
     Set("CHTTPCLIENT_TIMEOUT_MS", 20'000);
     Start();
-    const CSocketsStartUp sockets;
+    const SocketsStartUp sockets;
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(0x7F000002); // where no other connection takes the port

@@ -16,18 +16,18 @@ namespace detail
 
 inline unsigned Chosen() noexcept
 {
-    const char* const pszNumber = std::getenv("KTS_MUTANT");
-    return pszNumber != nullptr ? static_cast<unsigned>(std::strtoul(pszNumber, nullptr, 10)) : 0;
+    const char* const szNumber = std::getenv("KTS_MUTANT");
+    return szNumber != nullptr ? static_cast<unsigned>(std::strtoul(szNumber, nullptr, 10)) : 0;
 }
 
 inline unsigned char* MapReached() noexcept
 {
-    const char* const pszFile = std::getenv("KTS_MUTANTS_REACHED");
-    if (pszFile == nullptr) {
+    const char* const szFile = std::getenv("KTS_MUTANTS_REACHED");
+    if (szFile == nullptr) {
         return nullptr;
     }
     // Avoids open and fstat, which fail in tests that replace them.
-    std::FILE* const pFile = std::fopen(pszFile, "r+e");
+    std::FILE* const pFile = std::fopen(szFile, "r+e");
     void* pBytes = MAP_FAILED;
     if (pFile != nullptr && std::fseek(pFile, 0, SEEK_END) == 0) {
         pBytes = ::mmap(nullptr, static_cast<std::size_t>(std::ftell(pFile)), PROT_READ | PROT_WRITE,

@@ -62,11 +62,11 @@ private:
     int m_nPort = 0;
 };
 
-struct SUse {
+struct Use {
     std::size_t nThreads = Threads();
     std::size_t nDescriptors = OpenDescriptors();
 
-    bool IsWithin(const SUse& other) const
+    bool IsWithin(const Use& other) const
     {
         return nThreads <= other.nThreads && nDescriptors <= other.nDescriptors;
     }
@@ -92,30 +92,30 @@ int main(int nArguments, char** ppArguments)
     const SilentPort server;
     Call(1); // nobody listens there; creates what stays for the process
     QCoreApplication::processEvents(QEventLoop::AllEvents, 1'000);
-    const SUse before;
+    const Use before;
     before.Print("before");
 
-    SUse most;
+    Use most;
     QElapsedTimer clock;
     clock.start();
     for (std::size_t nCall = 0; nCall < nCalls; ++nCall) {
         Call(server.Port());
-        const SUse now;
+        const Use now;
         most.nThreads = std::max(most.nThreads, now.nThreads);
         most.nDescriptors = std::max(most.nDescriptors, now.nDescriptors);
     }
     std::printf("%zu calls in %.1f s\n", nCalls, static_cast<double>(clock.elapsed()) / 1'000);
     most.Print("at most");
-    SUse().Print("after the last");
+    Use().Print("after the last");
 
-    const auto longest = ExchangeLimits().timeout + PATIENCE;
+    const auto longest = ExchangeLimitsInForce().timeout + PATIENCE;
     clock.start();
-    while (!SUse().IsWithin(before) && !clock.hasExpired(longest.count())) {
+    while (!Use().IsWithin(before) && !clock.hasExpired(longest.count())) {
         QCoreApplication::processEvents();
         QThread::msleep(10);
     }
     std::printf("%.1f s later\n", static_cast<double>(clock.elapsed()) / 1'000);
-    const SUse after;
+    const Use after;
     after.Print("after all");
     const bool bKept = after.IsWithin(before) && most.nThreads <= before.nThreads + MOST_REQUESTS;
     std::printf("%s\n", bKept ? "kept" : "BROKEN");

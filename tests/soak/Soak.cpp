@@ -31,8 +31,8 @@ constexpr std::size_t OUTSTANDING = 1'000;
 constexpr std::size_t MARGIN_BYTES = std::size_t{8} * 1024 * 1024;
 
 /// One token per request, which counts its callbacks, and the total counts.
-struct SAccount {
-    explicit SAccount(std::size_t nRequests) : vecCallbacks(nRequests) {}
+struct Account {
+    explicit Account(std::size_t nRequests) : vecCallbacks(nRequests) {}
 
     void Receive(void* pUserData, int nHttpError)
     {
@@ -85,7 +85,7 @@ void Send(const ScriptedServer& server, std::size_t nRequest, void* pUserData)
                            bPost, bPost, "Content-Type: application/json");
 }
 
-void SendAll(const ScriptedServer& server, SAccount& account, std::size_t nFrom, std::size_t nTo)
+void SendAll(const ScriptedServer& server, Account& account, std::size_t nFrom, std::size_t nTo)
 {
     for (std::size_t nRequest = nFrom; nRequest < nTo; ++nRequest) {
         if (nRequest >= OUTSTANDING) {
@@ -105,7 +105,7 @@ int main(int nArguments, char** ppArguments)
         std::fprintf(stderr, "kts_soak: at least %zu requests\n", WARM_UP);
         return 1;
     }
-    SAccount account(nRequests);
+    Account account(nRequests);
     ScriptedServer server(Answer);
     server.KeepNoRequests();
     CHttpClientSetResponseCallBack([&account](const std::string& /*body*/, int /*nType*/, void* pUserData,

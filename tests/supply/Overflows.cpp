@@ -19,21 +19,21 @@ LONG WINAPI end(EXCEPTION_POINTERS* exception)
 }
 #endif
 
-[[gnu::noinline]] void fill(volatile char* to, std::size_t count)
+[[gnu::noinline]] void Fill(volatile char* to, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i) {
         to[i] = 'x';
     }
 }
 
-[[gnu::noinline]] char overflowStack(std::size_t count)
+[[gnu::noinline]] char OverflowStack(std::size_t count)
 {
     volatile char buffer[16] = {};
-    fill(buffer, count);
+    Fill(buffer, count);
     return buffer[3];
 }
 
-[[gnu::noinline]] char overflowArray(const std::string& text)
+[[gnu::noinline]] char OverflowArray(const std::string& text)
 {
     char buffer[16] = {};
     // NOLINTNEXTLINE(bugprone-not-null-terminated-result): bytes, no string
@@ -42,7 +42,7 @@ LONG WINAPI end(EXCEPTION_POINTERS* exception)
 }
 
 /// Ends the process itself, since the allocator might detect the damage later.
-[[noreturn, gnu::noinline]] void overflowHeap(const std::string& text, std::size_t size)
+[[noreturn, gnu::noinline]] void OverflowHeap(const std::string& text, std::size_t size)
 {
     volatile char* const kept = static_cast<char*>(std::malloc(size));
     if (kept == nullptr) {
@@ -54,10 +54,10 @@ LONG WINAPI end(EXCEPTION_POINTERS* exception)
 }
 
 /// Its frame is larger than the page that guards the end of a stack.
-[[gnu::noinline]] char largeFrame(std::size_t count)
+[[gnu::noinline]] char LargeFrame(std::size_t count)
 {
     volatile char buffer[65536];
-    fill(buffer, count);
+    Fill(buffer, count);
     return buffer[3]; // NOLINT(clang-analyzer-core.uninitialized.UndefReturn): called with more than three
 }
 
@@ -73,14 +73,14 @@ int main(int argc, char** argv)
     const std::string text(count, 'x');
     char third = 'x';
     if (way == "stack") {
-        third = overflowStack(count);
+        third = OverflowStack(count);
     } else if (way == "array") {
-        third = overflowArray(text);
+        third = OverflowArray(text);
     } else if (way == "heap") {
         volatile std::size_t size = 16; // unknown to the compiler
-        overflowHeap(text, size);
+        OverflowHeap(text, size);
     } else if (way == "large-frame") {
-        third = largeFrame(count);
+        third = LargeFrame(count);
     } else {
         return 2;
     }

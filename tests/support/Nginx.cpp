@@ -74,9 +74,9 @@ Nginx::Nginx(const std::filesystem::path& folder, const std::string& strListen, 
                                                   std::to_string(m_nPort) + strListen + ";\n" + strServer);
     const std::string strFolder = folder.string() + '/';
     const std::string strErrors = strFolder + "error.log";
-    const char* const apszArguments[] = {NGINX,        "-p", strFolder.c_str(), "-c",
-                                         "nginx.conf", "-e", strErrors.c_str(), nullptr};
-    if (::posix_spawn(&m_nProcess, NGINX, nullptr, nullptr, const_cast<char* const*>(apszArguments),
+    const char* const arrArguments[] = {NGINX,        "-p", strFolder.c_str(), "-c",
+                                        "nginx.conf", "-e", strErrors.c_str(), nullptr};
+    if (::posix_spawn(&m_nProcess, NGINX, nullptr, nullptr, const_cast<char* const*>(arrArguments),
                       environ) != 0) {
         throw std::runtime_error("nginx does not start");
     }

@@ -30,13 +30,13 @@ namespace
 /// Above 0 while this thread is in a function of Qt's that may post events.
 thread_local int t_nPosting = 0;
 
-class CPosting
+class Posting
 {
 public:
-    CPosting() { ++t_nPosting; }
-    ~CPosting() { --t_nPosting; }
-    CPosting(const CPosting&) = delete;
-    CPosting& operator=(const CPosting&) = delete;
+    Posting() { ++t_nPosting; }
+    ~Posting() { --t_nPosting; }
+    Posting(const Posting&) = delete;
+    Posting& operator=(const Posting&) = delete;
 };
 
 /// Qt's own function, which the program's function of the same name hides.
@@ -76,7 +76,7 @@ void QMetaObject::activate(QObject* pSender, const QMetaObject* pMeta, int nSign
 {
     static auto* const pfnReal = QtsOwn<void(QObject*, const QMetaObject*, int, void**)>(
         "_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
-    const CPosting posting;
+    const Posting posting;
     pfnReal(pSender, pMeta, nSignal, ppArguments);
 }
 
@@ -103,6 +103,6 @@ bool QMetaObject::invokeMethodImpl(QObject* pObject, QtPrivate::QSlotObjectBase*
     };
     pSlot->ref();
     const Owner owner{pSlot};
-    const CPosting posting;
+    const Posting posting;
     return pfnReal(pObject, pSlot, eType, pReturned);
 }

@@ -144,7 +144,7 @@ public:
     int Port() const { return m_nPort; }
 
 private:
-    const CSocketsStartUp m_sockets;
+    const SocketsStartUp m_sockets;
     Socket m_nSocket = NO_SOCKET;
     int m_nPort = 0;
 };
@@ -162,7 +162,7 @@ public:
     int Port() const { return m_nPort; }
 
 private:
-    const CSocketsStartUp m_sockets;
+    const SocketsStartUp m_sockets;
     Socket m_nListener = NO_SOCKET;
     int m_nPort = 0;
     std::vector<Socket> m_vecQueued;

@@ -14,16 +14,16 @@
 namespace
 {
 
-struct SFailure {
+struct CallFailure {
     int nError;
     int nAfter;
     int nTimes;
     std::function<void()> fnMeanwhile;
 };
 
-std::map<std::string, SFailure>& Failures()
+std::map<std::string, CallFailure>& Failures()
 {
-    static std::map<std::string, SFailure> failures;
+    static std::map<std::string, CallFailure> failures;
     return failures;
 }
 

@@ -73,10 +73,10 @@ void IdleWorker()
 }
 
 /// Makes blocking calls, which are refused, while a static object is destroyed.
-struct SCallsAtTheEnd {
+struct CallsAtTheEnd {
     const int nPort = AnsweringPort();
 
-    ~SCallsAtTheEnd()
+    ~CallsAtTheEnd()
     {
         Check(nPort);
         InCommon(nPort);
@@ -89,15 +89,15 @@ struct SCallsAtTheEnd {
 
 void CallAtTheEnd()
 {
-    static const SCallsAtTheEnd object;
+    static const CallsAtTheEnd object;
 }
 
 /// Sends a request as a static object is destroyed, and leaves it under way.
-struct SSendsAtTheEnd {
+struct SendsAtTheEnd {
     const QString strUrl = BaseUrl(SilentPort());
     NAManager* const pManager = new NAManager(nullptr); // is nobody's where its request is refused
 
-    ~SSendsAtTheEnd() { pManager->SendRequest(strUrl, {}, NAManager::METHOD_GET); }
+    ~SendsAtTheEnd() { pManager->SendRequest(strUrl, {}, NAManager::METHOD_GET); }
 };
 
 /// @param bFirst   whether the request is the first that this thread makes itself
@@ -110,13 +110,13 @@ void SendAtTheEnd(bool bFirst, bool bBefore)
     if (bBefore) {
         PrepareOwnNetwork();
     }
-    static const SSendsAtTheEnd object;
+    static const SendsAtTheEnd object;
     PrepareOwnNetwork();
 }
 
-const std::vector<SKind>& Special()
+const std::vector<HostKind>& Special()
 {
-    static const auto& vecKinds = *new std::vector<SKind>{
+    static const auto& vecKinds = *new std::vector<HostKind>{
         {"exit-on-another-thread-while-answers-come",
          [] {
              ExitOnAnotherThread(UpTo(30));
@@ -240,10 +240,10 @@ int main(int argc, char** argv)
     const std::string strKind = argc < 2 ? "" : argv[1];
     g_random.seed(argc < 3 ? 1
                            : static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) * 2'654'435'761U + 1);
-    std::vector<SKind> vecKinds = Special();
-    const std::vector<SKind> vecMore = EndsDuringWork();
+    std::vector<HostKind> vecKinds = Special();
+    const std::vector<HostKind> vecMore = EndsDuringWork();
     vecKinds.insert(vecKinds.end(), vecMore.begin(), vecMore.end());
-    for (const SKind& kind : vecKinds) {
+    for (const HostKind& kind : vecKinds) {
         if (strKind == "kinds") {
             std::puts(kind.strName.c_str());
         } else if (strKind == kind.strName) {

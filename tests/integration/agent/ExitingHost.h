@@ -133,14 +133,14 @@ inline void FromTheLoop(microseconds delay, std::function<void()> fnCall)
 }
 
 /// A way to end, with its name. It ends the process, or returns from main.
-struct SKind {
+struct HostKind {
     std::string strName;
     std::function<void()> fnRun;
     bool bOwnThread = false; ///< CUIAgentReq belongs to a thread of its own
 };
 
 /// Every end combined with every kind of work in flight.
-std::vector<SKind> EndsDuringWork();
+std::vector<HostKind> EndsDuringWork();
 
 /// Runs blocking calls for a while on a thread of their own, which owns CUIAgentReq.
 inline void OnAWorker(std::function<void()> fnCallForEver)

@@ -21,14 +21,14 @@ namespace
 {
 
 /// What the agent is doing when the process ends. Only work that blocks does not return.
-struct SWork {
+struct Work {
     const char* szName;
     void (*pfnBegin)();
     bool bBlocks = false;
 };
 
 /// An end of the process, prepared before the event loop or the blocking calls run.
-struct SEnd {
+struct End {
     const char* szName;
     void (*pfnPrepare)(); ///< null if main itself ends the process
     bool bReturnsFromMain = false;
@@ -114,7 +114,7 @@ void LetRepliesWait()
     }
 }
 
-const SWork WORKS[] = {
+const Work WORKS[] = {
     {"an-asynchronous-query", &Query},
     {"an-asynchronous-report", &Report},
     {"a-blocking-query", &QueryAndWait, true},
@@ -133,7 +133,7 @@ void ExitInAReceiver(const QObject* pContext, Qt::ConnectionType eType)
     CUIAgentReq::Instance()->SendGetUserInfo("127.0.0.1", RefusingPortNumber(), 1);
 }
 
-const SEnd ENDS[] = {
+const End ENDS[] = {
     {"exit-on-the-delivering-thread", [] { ExitInAReceiver(CUIAgentRsp::Instance(), Qt::DirectConnection); }},
     {"exit-in-a-queued-receiver",
      [] { ExitInAReceiver(QCoreApplication::instance(), Qt::QueuedConnection); }},
@@ -157,7 +157,7 @@ void HandleEvents()
     }
 }
 
-void EndDuring(const SEnd& end, const SWork& work)
+void EndDuring(const End& end, const Work& work)
 {
     PrepareOwnNetwork(); // not while the process ends
     if (end.pfnPrepare != nullptr) {
@@ -180,11 +180,11 @@ void EndDuring(const SEnd& end, const SWork& work)
 
 } // namespace
 
-std::vector<SKind> EndsDuringWork()
+std::vector<HostKind> EndsDuringWork()
 {
-    std::vector<SKind> vecKinds;
-    for (const SEnd& end : ENDS) {
-        for (const SWork& work : WORKS) {
+    std::vector<HostKind> vecKinds;
+    for (const End& end : ENDS) {
+        for (const Work& work : WORKS) {
             vecKinds.push_back({std::string(end.szName) + "-during-" + work.szName,
                                 [&end, &work] { EndDuring(end, work); },
                                 end.pfnPrepare == nullptr && work.bBlocks});

@@ -76,19 +76,19 @@ std::string Projects(std::size_t nProjects)
     return Success("实验项目", "[" + strList + "]");
 }
 
-struct SHeavyReply {
+struct HeavyReplyCase {
     const char* szName;
     const char* szRequest;
     std::string (*fnBody)();
     bool bSucc;
 };
 
-void PrintTo(const SHeavyReply& reply, std::ostream* pStream)
+void PrintTo(const HeavyReplyCase& reply, std::ostream* pStream)
 {
     *pStream << reply.szName;
 }
 
-const SHeavyReply HEAVY_REPLIES[] = {
+const HeavyReplyCase HEAVY_REPLIES[] = {
     {"ListOfAMillionZeros", "projects", [] { return Success("实验项目", Array("0", MILLION)); }, false},
     {"ListOfFourMillionZeros", "projects", [] { return Success("实验项目", Array("0", 4 * MILLION)); },
      false},
@@ -124,7 +124,7 @@ const SHeavyReply HEAVY_REPLIES[] = {
     {"BlockingReportThatIsLogged", "steps-blocking", [] { return Success("x", Text('x')); }, true},
 };
 
-class HeavyReply : public ::testing::TestWithParam<SHeavyReply>
+class HeavyReply : public ::testing::TestWithParam<HeavyReplyCase>
 {
 protected:
     LogFolder m_log;
@@ -158,13 +158,13 @@ TEST_P(HeavyReply, CostsNoMoreThan200MegabytesAndEightTimesItsSize)
 }
 
 /// A reply larger than allowed, and how it is transferred.
-struct STooLarge {
+struct TooLarge {
     const char* szName;
     ServerStep (*fnStep)();
     const char* szMostBytes = "67108864"; ///< the default; less if the reply comes slowly
 };
 
-void PrintTo(const STooLarge& reply, std::ostream* pStream)
+void PrintTo(const TooLarge& reply, std::ostream* pStream)
 {
     *pStream << reply.szName;
 }
@@ -191,7 +191,7 @@ ServerStep Endless(const char* szLine)
     return step;
 }
 
-const STooLarge TOO_LARGE_REPLIES[] = {
+const TooLarge TOO_LARGE_REPLIES[] = {
     {"Packed",
      [] {
          return ServerStep{HttpReply(200, PackedText(), "Content-Encoding: gzip\r\n"),
@@ -210,7 +210,7 @@ const STooLarge TOO_LARGE_REPLIES[] = {
      "8000000"},
 };
 
-class TooLargeReply : public ::testing::TestWithParam<STooLarge>
+class TooLargeReply : public ::testing::TestWithParam<TooLarge>
 {
 protected:
     TooLargeReply() { ::setenv("CHTTPCLIENT_MAX_REPLY_BYTES", GetParam().szMostBytes, 1); }
@@ -236,12 +236,12 @@ TEST_P(TooLargeReply, IsAFailureOfBlockingCallsAndCostsNoMoreThan200Megabytes)
 INSTANTIATE_TEST_SUITE_P(Each, TooLargeReply, ::testing::ValuesIn(TOO_LARGE_REPLIES),
                          [](const auto& reply) { return reply.param.szName; });
 
-struct SRequest {
+struct Request {
     const char* szName;
     const char* szRequest;
 };
 
-class PackedHeavyReply : public ::testing::TestWithParam<SRequest>
+class PackedHeavyReply : public ::testing::TestWithParam<Request>
 {
 };
 
@@ -269,15 +269,15 @@ TEST_P(PackedHeavyReply, IsAFailureWithItsOneAnswer)
 // Every request that gets an answer, on both interfaces.
 INSTANTIATE_TEST_SUITE_P(
     Each, PackedHeavyReply,
-    ::testing::Values(SRequest{"User", "user"}, SRequest{"ChannelReport", "channel-report"},
-                      SRequest{"Report", "report"}, SRequest{"Projects", "projects"},
-                      SRequest{"Version", "version"}, SRequest{"Batteries", "batteries"},
-                      SRequest{"Export", "export"}, SRequest{"Ftp", "ftp"}, SRequest{"Check", "check"},
-                      SRequest{"Common", "common"}, SRequest{"CheckBlocking", "check-blocking"},
-                      SRequest{"CommonBlocking", "common-blocking"},
-                      SRequest{"UploadBlocking", "upload-blocking"},
-                      SRequest{"CycleBlocking", "cycle-blocking"}, SRequest{"StepBlocking", "step-blocking"},
-                      SRequest{"OrnStepBlocking", "steps-blocking"}),
+    ::testing::Values(Request{"User", "user"}, Request{"ChannelReport", "channel-report"},
+                      Request{"Report", "report"}, Request{"Projects", "projects"},
+                      Request{"Version", "version"}, Request{"Batteries", "batteries"},
+                      Request{"Export", "export"}, Request{"Ftp", "ftp"}, Request{"Check", "check"},
+                      Request{"Common", "common"}, Request{"CheckBlocking", "check-blocking"},
+                      Request{"CommonBlocking", "common-blocking"},
+                      Request{"UploadBlocking", "upload-blocking"},
+                      Request{"CycleBlocking", "cycle-blocking"}, Request{"StepBlocking", "step-blocking"},
+                      Request{"OrnStepBlocking", "steps-blocking"}),
     [](const auto& request) { return request.param.szName; });
 
 TEST(ReplyThatMemoryRunsOutFor, GetsItsOneAnswer)

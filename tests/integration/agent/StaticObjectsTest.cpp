@@ -31,19 +31,19 @@ using testing::StartsWith;
 namespace
 {
 
-struct SRegistered {
+struct Registered {
     const void* pObject; ///< null for a plain function, as registered by atexit
     const void* pLibrary;
 };
 
-struct SAllRegistered {
+struct AllRegistered {
     std::mutex mutex;
-    std::vector<SRegistered> vec;
+    std::vector<Registered> vec;
 };
 
-SAllRegistered& All()
+AllRegistered& All()
 {
-    static SAllRegistered& all = *new SAllRegistered;
+    static AllRegistered& all = *new AllRegistered;
     return all;
 }
 

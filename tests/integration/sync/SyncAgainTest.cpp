@@ -149,10 +149,10 @@ TEST_F(SyncAgain, ACallIsStrictWheneverThatIsOnAndNeverElse)
 
 /// A channel check; during its wait a query whether a barcode is in common; during that wait an upload.
 /// During each of these waits the host makes two more channel checks, which are answered with yes.
-class CNestedCalls
+class NestedCalls
 {
 public:
-    explicit CNestedCalls(Host& host) : m_host(host) {}
+    explicit NestedCalls(Host& host) : m_host(host) {}
 
     void Make()
     {
@@ -215,7 +215,7 @@ TEST_F(SyncAgain, WaitsWithinWaitsReturnFromTheInnermostOnAndEachWithItsOwnAnswe
     Host host;
     host.SetStrictWaits(true);
     for (int nRound = 1; nRound <= ROUNDS; ++nRound) {
-        CNestedCalls calls(host);
+        NestedCalls calls(host);
         calls.Make();
         EXPECT_EQ(calls.Busy(), 6) << nRound;
         ASSERT_EQ(calls.Ends().size(), 3U);

@@ -14,10 +14,10 @@ namespace
 {
 
 // The example of a channel check in docs/threads-and-waiting.md.
-enum class EStart { Allowed, Denied, NoAnswer };
+enum class Permission { Allowed, Denied, NoAnswer };
 
-EStart MayStart(CUIAgentReq& agent, const QString& strIp, int nPort, int nTimeout,
-                const tagSRequestGetChannelCheckData& check, QString& strReason)
+Permission MayStart(CUIAgentReq& agent, const QString& strIp, int nPort, int nTimeout,
+                    const tagSRequestGetChannelCheckData& check, QString& strReason)
 {
     agent.SetStrictWaits(true); // once would do: the answer to another channel's check counts for none
     bool bAllow = false;
@@ -25,9 +25,9 @@ EStart MayStart(CUIAgentReq& agent, const QString& strIp, int nPort, int nTimeou
     const SBlockingOutcome outcome = agent.LastOutcome();
     if (outcome.eEnd != EBlockingEnd::Answered) {
         strReason = outcome.strError;
-        return EStart::NoAnswer;
+        return Permission::NoAnswer;
     }
-    return bSucc && bAllow ? EStart::Allowed : EStart::Denied;
+    return bSucc && bAllow ? Permission::Allowed : Permission::Denied;
 }
 
 class SyncStrict : public SyncOutcome
@@ -88,9 +88,11 @@ TEST_F(SyncStrict, AChannelStartsOnItsOwnAnswerOnly)
         return request.Target().find("chl=1&") != std::string::npos ? ServerStep{YES} : NEVER;
     });
     tagSRequestGetChannelCheckData check{12, 7, "X", "D1", "1", "p"};
-    EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), ENOUGH_MS, check, m_strReason), EStart::Allowed);
+    EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), ENOUGH_MS, check, m_strReason),
+              Permission::Allowed);
     check.chl = "2";
-    EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), SHORT_MS, check, m_strReason), EStart::NoAnswer);
+    EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), SHORT_MS, check, m_strReason),
+              Permission::NoAnswer);
     EXPECT_EQ(m_strReason, "no answer came within 200 ms");
     EXPECT_FALSE(Last().bSucc) << "the call returned the yes of the other channel";
 }

@@ -266,7 +266,7 @@ TEST_F(AgentDelivery, OfAReceiverThatHangsHoldsUpTheEndForABoundedTime)
 }
 
 /// A receiver at work, until it is released.
-struct SAtWork {
+struct AtWork {
     std::promise<void> begun;
     std::promise<void> release;
     std::atomic<bool> bOver = false;
@@ -286,8 +286,8 @@ class TwoDeliveries : public AgentDelivery, public ::testing::WithParamInterface
 
 TEST_P(TwoDeliveries, AreBothOverBeforeTheirInstanceIsDestroyedWhicheverIsOverFirst)
 {
-    SAtWork first;
-    SAtWork second;
+    AtWork first;
+    AtWork second;
     auto pResponse = std::make_unique<AgentResponseProbe>();
     QObject::connect(pResponse.get(), &CUIAgentRsp::SigGetSupportVerRet,
                      [&](bool, const QString& strVersion) { (strVersion == "1" ? first : second).Work(); });
@@ -298,7 +298,7 @@ TEST_P(TwoDeliveries, AreBothOverBeforeTheirInstanceIsDestroyedWhicheverIsOverFi
     const bool bFirstEarly = GetParam();
     (bFirstEarly ? first : second).release.set_value();
     (bFirstEarly ? firstThread : secondThread).join();
-    SAtWork& late = bFirstEarly ? second : first;
+    AtWork& late = bFirstEarly ? second : first;
     std::thread release([&late] {
         std::this_thread::sleep_for(200ms); // so that a destructor that does not wait fails
         late.release.set_value();
@@ -316,7 +316,7 @@ INSTANTIATE_TEST_SUITE_P(FirstIsOver, TwoDeliveries, ::testing::Bool(),
 
 TEST_F(AgentDelivery, ThatEndsItsInstanceFromWithinAnotherWaitsForThoseOfOtherThreads)
 {
-    SAtWork atWork;
+    AtWork atWork;
     std::thread release;
     auto pResponse = std::make_unique<AgentResponseProbe>();
     QObject::connect(pResponse.get(), &CUIAgentRsp::SigGetSupportVerRet,
@@ -346,7 +346,7 @@ TEST_F(AgentDelivery, ThatEndsItsInstanceFromWithinAnotherWaitsForThoseOfOtherTh
 
 TEST_F(AgentDelivery, OfAnotherInstanceHoldsUpNoEnd)
 {
-    SAtWork atWork;
+    AtWork atWork;
     const AgentResponseProbe older;
     QObject::connect(&older, &CUIAgentRsp::SigGetSupportVerRet, [&] { atWork.Work(); });
     Ask();

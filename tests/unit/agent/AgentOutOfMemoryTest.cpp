@@ -30,7 +30,7 @@ namespace
 {
 
 /// What an answer's signal carried, as text that the receivers below make from its arguments.
-struct SSignals {
+struct Signals {
     int nCount = 0;
     bool bSucc = false;
     std::string strData;
@@ -119,7 +119,7 @@ protected:
     }
 
     /// Checks the signal of an answer for which an allocation failed.
-    static void Check(const SSignals& signals, const std::string& strGood, int nAllocation)
+    static void Check(const Signals& signals, const std::string& strGood, int nAllocation)
     {
         EXPECT_EQ(signals.nCount, 1) << nAllocation;
         if (signals.bSucc) { // not needed, so all is there
@@ -134,7 +134,7 @@ protected:
 
     const std::string m_strReply = RichReply();
     std::unique_ptr<AgentResponseProbe> m_pResponse;
-    SSignals m_signals;
+    Signals m_signals;
 
 private:
     template <class... Arguments>
@@ -150,7 +150,7 @@ TEST_P(AgentOutOfMemory, IsAFailureWithItsOneSignal)
     int nFailures = 0;
     for (const bool bFailsOn : {false, true}) {
         for (int nAllocation = 1; AnswerWithFailing(nAllocation, bFailsOn); ++nAllocation) {
-            const SSignals signals = m_signals;
+            const Signals signals = m_signals;
             nFailures += signals.bSucc ? 0 : 1;
             Check(signals, GoodAnswer(), nAllocation);
         }
@@ -161,7 +161,7 @@ TEST_P(AgentOutOfMemory, IsAFailureWithItsOneSignal)
 // The first answers of a process, which register the types of their records with Qt.
 TEST_P(AgentOutOfMemory, OfFirstAnswersIsAFailureWithItsOneSignal)
 {
-    std::vector<SSignals> vecSignals;
+    std::vector<Signals> vecSignals;
     for (int nAllocation = 1; AnswerWithFailing(nAllocation, false); ++nAllocation) {
         vecSignals.push_back(m_signals);
     }
@@ -281,13 +281,13 @@ private:
     FinishedReply* m_pReply = nullptr;
 };
 
-struct SBlockingCase {
+struct BlockingCase {
     const char* szName;
     const char* szSlot;
     int nType;
 };
 
-class BlockingOutOfMemory : public testing::TestWithParam<SBlockingCase>
+class BlockingOutOfMemory : public testing::TestWithParam<BlockingCase>
 {
 protected:
 #if defined(__SANITIZE_THREAD__)
@@ -304,7 +304,7 @@ protected:
     bool ReceiveWithFailing(int nAllocation, bool bFailsOn)
     {
         SyncWait& wait = *m_request.m_mapSyncWait.value(GetParam().nType);
-        const CWaitWatch watch(wait, PATIENCE_MS, false);
+        const WaitWatch watch(wait, PATIENCE_MS, false);
         const QPointer<AnsweredManager> pManager = new AnsweredManager; // deletes itself, or can't
         watch.Follow(*pManager, m_request);
         QObject::connect(pManager.data(), SIGNAL(signal_reply_finished(bool, QJsonObject)), &m_request,
@@ -359,13 +359,13 @@ TEST_P(BlockingOutOfMemory, EndsTheCallAsAFailure)
 
 INSTANTIATE_TEST_SUITE_P(
     Each, BlockingOutOfMemory,
-    testing::Values(
-        SBlockingCase{"ChannelCheck", SLOT(Slot_GetChannelCheckData_Reply(bool, QJsonObject)), 3109},
-        SBlockingCase{"InCommon", SLOT(Slot_GetWhetherInCommon_Reply(bool, QJsonObject)), 3110},
-        SBlockingCase{"Upload", SLOT(Slot_PostUploadData_Reply(bool, QJsonObject)), 3112},
-        SBlockingCase{"Cycle", SLOT(Slot_PostReportCycleData_Reply(bool, QJsonObject)), 3113},
-        SBlockingCase{"Step", SLOT(Slot_PostReportStepData_Reply(bool, QJsonObject)), 3114},
-        SBlockingCase{"OrnStep", SLOT(Slot_PostReportStepDataORN_Reply(bool, QJsonObject)), 3115}),
+    testing::Values(BlockingCase{"ChannelCheck", SLOT(Slot_GetChannelCheckData_Reply(bool, QJsonObject)),
+                                 3109},
+                    BlockingCase{"InCommon", SLOT(Slot_GetWhetherInCommon_Reply(bool, QJsonObject)), 3110},
+                    BlockingCase{"Upload", SLOT(Slot_PostUploadData_Reply(bool, QJsonObject)), 3112},
+                    BlockingCase{"Cycle", SLOT(Slot_PostReportCycleData_Reply(bool, QJsonObject)), 3113},
+                    BlockingCase{"Step", SLOT(Slot_PostReportStepData_Reply(bool, QJsonObject)), 3114},
+                    BlockingCase{"OrnStep", SLOT(Slot_PostReportStepDataORN_Reply(bool, QJsonObject)), 3115}),
     [](const auto& param) { return std::string(param.param.szName); });
 
 } // namespace

@@ -104,8 +104,8 @@ TEST_F(AgentRare, TheEndOfAnObjectDoesNotWaitForAnothersReceiver)
 
 TEST_F(AgentRare, NoRecordIsMoved)
 {
-    const CMovableRecord movable(nullptr);
-    EXPECT_FALSE(CMovableRecord::Take(nullptr));
+    const MovableRecord movable(nullptr);
+    EXPECT_FALSE(MovableRecord::Take(nullptr));
 }
 
 } // namespace

@@ -56,7 +56,7 @@ private:
     std::vector<std::unique_ptr<QSignalSpy>> m_vecSpy;
 };
 
-enum ESignal : std::size_t {
+enum Signal : std::size_t {
     UserInfo,
     ChlStat,
     IncubatorStatus,
@@ -99,7 +99,7 @@ TEST_F(AgentResponse, TypesWithoutASignalEmitNothing)
 
 struct AcknowledgementCase {
     int nType;
-    ESignal eSignal;
+    Signal eSignal;
 };
 
 class AgentAcknowledgement : public AgentResponse, public ::testing::WithParamInterface<AcknowledgementCase>
@@ -158,11 +158,11 @@ TEST_F(AgentResponse, FailedUserInformationCarriesADefaultRecord)
 }
 
 /// The handlers that hand over a record: they differ in the type, the signal and how to recognise a record.
-template <class Record, int nRequestType, ESignal eSignal>
+template <class Record, int nRequestType, Signal eSignal>
 struct RecordCase {
     using RecordType = Record;
-    static constexpr int nType = nRequestType;
-    static constexpr ESignal eOwnSignal = eSignal;
+    static constexpr int TYPE = nRequestType;
+    static constexpr Signal OWN_SIGNAL = eSignal;
 };
 
 template <class Case>
@@ -182,8 +182,8 @@ TYPED_TEST(AgentRecord, TravelsInAVariantWithItsOwnSuccess)
         typename TypeParam::RecordType record;
         record.bSuccess = bSuccess;
         const SignalWatch watch(this->m_response);
-        this->m_response.OnResponse(TypeParam::nType, nullptr, this->Holding(record), 0);
-        const QList<QVariant> arguments = watch.Only(TypeParam::eOwnSignal);
+        this->m_response.OnResponse(TypeParam::TYPE, nullptr, this->Holding(record), 0);
+        const QList<QVariant> arguments = watch.Only(TypeParam::OWN_SIGNAL);
         ASSERT_EQ(arguments.size(), 2);
         EXPECT_EQ(arguments.at(0).toBool(), bSuccess);
         const QVariant data = arguments.at(1).template value<QVariant>();
@@ -234,8 +234,8 @@ TYPED_TEST(AgentRecord, IsAnInvalidVariantAfterAnError)
 {
     typename TypeParam::RecordType record;
     record.bSuccess = true;
-    this->m_response.OnResponse(TypeParam::nType, nullptr, this->Holding(record), SOME_ERROR);
-    const QList<QVariant> arguments = this->m_watch.Only(TypeParam::eOwnSignal);
+    this->m_response.OnResponse(TypeParam::TYPE, nullptr, this->Holding(record), SOME_ERROR);
+    const QList<QVariant> arguments = this->m_watch.Only(TypeParam::OWN_SIGNAL);
     ASSERT_EQ(arguments.size(), 2);
     EXPECT_FALSE(arguments.at(0).toBool());
     EXPECT_FALSE(arguments.at(1).template value<QVariant>().isValid());
@@ -243,8 +243,8 @@ TYPED_TEST(AgentRecord, IsAnInvalidVariantAfterAnError)
 
 TYPED_TEST(AgentRecord, IsAnInvalidVariantWithoutAResponse)
 {
-    this->m_response.OnResponse(TypeParam::nType, nullptr, nullptr, 0);
-    const QList<QVariant> arguments = this->m_watch.Only(TypeParam::eOwnSignal);
+    this->m_response.OnResponse(TypeParam::TYPE, nullptr, nullptr, 0);
+    const QList<QVariant> arguments = this->m_watch.Only(TypeParam::OWN_SIGNAL);
     ASSERT_EQ(arguments.size(), 2);
     EXPECT_FALSE(arguments.at(0).toBool());
     EXPECT_FALSE(arguments.at(1).template value<QVariant>().isValid());

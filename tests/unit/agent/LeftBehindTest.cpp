@@ -84,7 +84,7 @@ protected:
         EXPECT_TRUE(QTest::qWaitFor([&] { return pManager.isNull(); }, ENOUGH_MS));
     }
 
-    std::unique_ptr<CLeftBehind> m_pLeftBehind = std::make_unique<CLeftBehind>();
+    std::unique_ptr<LeftBehind> m_pLeftBehind = std::make_unique<LeftBehind>();
 };
 
 TEST_F(ARequestLeftBehind, IsGivenUpAtItsDeadlineAndThenNoLongerLookedFor)
@@ -114,7 +114,7 @@ TEST_F(ARequestLeftBehind, IsNotGivenUpWhileItHandlesItsReply)
     const QPointer<SlowManager> pManager = Leave(4 * SOON_MS);
     const QDeadlineTimer afterwards(4 * SOON_MS);
     bool bThereAfterwards = false;
-    pManager->SetEndReceiver([&](const SExchangeEnd&) {
+    pManager->SetEndReceiver([&](const ExchangeEnd&) {
         Leave(ENOUGH_MS); // looks at all deadlines
         bThereAfterwards = !pManager.isNull();
     });

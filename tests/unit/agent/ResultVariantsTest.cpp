@@ -16,17 +16,17 @@ struct VariantType {
 };
 
 template <class Record>
-constexpr int (*IdOf)() = [] { return qMetaTypeId<Record>(); };
+constexpr int (*ID_OF)() = [] { return qMetaTypeId<Record>(); };
 
 const VariantType VARIANT_TYPES[] = {
-    {"SRequestGetChannelCheckData", IdOf<tagSRequestGetChannelCheckData>},
-    {"SResponseGetAutoExport", IdOf<SResponseGetAutoExport>},
-    {"SResponseGetBatteryStatus", IdOf<SResponseGetBatteryStatus>},
-    {"SResponseGetChannelCheckData", IdOf<SResponseGetChannelCheckData>},
-    {"SResponseGetFtpFilePath", IdOf<SResponseGetFtpFilePath>},
-    {"SResponseGetProject", IdOf<SResponseGetProject>},
-    {"SResponseGetWhetherInCommon", IdOf<SResponseGetWhetherInCommon>},
-    {"USER_INFO", IdOf<USER_INFO>},
+    {"SRequestGetChannelCheckData", ID_OF<tagSRequestGetChannelCheckData>},
+    {"SResponseGetAutoExport", ID_OF<SResponseGetAutoExport>},
+    {"SResponseGetBatteryStatus", ID_OF<SResponseGetBatteryStatus>},
+    {"SResponseGetChannelCheckData", ID_OF<SResponseGetChannelCheckData>},
+    {"SResponseGetFtpFilePath", ID_OF<SResponseGetFtpFilePath>},
+    {"SResponseGetProject", ID_OF<SResponseGetProject>},
+    {"SResponseGetWhetherInCommon", ID_OF<SResponseGetWhetherInCommon>},
+    {"USER_INFO", ID_OF<USER_INFO>},
 };
 
 TEST(ResultVariants, HaveExactlyTheirNamesAndAreUnknownBeforeTheirFirstUse)

@@ -22,22 +22,22 @@ namespace
 constexpr int ENOUGH_MS = 30'000;
 constexpr int TIMEOUT_MS = 500; // for a reply that does not end the wait
 
-enum class EVerdict {
+enum class Verdict {
     Yes,
     No,
     Waits, ///< the blocking sender continues to wait
 };
 
-struct SRow {
+struct Row {
     const char* szName; ///< as in docs/replies.md
     std::string strBody;
-    int nUserInfo;     ///< result of a query for user information
-    int nSupportVer;   ///< result of a query that reads the first element of an array
-    int nInCommon;     ///< result of a query for which any array is a success
-    EVerdict blocking; ///< of the same query's blocking sender
+    int nUserInfo;    ///< result of a query for user information
+    int nSupportVer;  ///< result of a query that reads the first element of an array
+    int nInCommon;    ///< result of a query for which any array is a success
+    Verdict blocking; ///< of the same query's blocking sender
 };
 
-void PrintTo(const SRow& row, std::ostream* pStream)
+void PrintTo(const Row& row, std::ostream* pStream)
 {
     *pStream << row.szName;
 }
@@ -61,7 +61,7 @@ std::string Zeros(std::size_t nZeros)
     return strZeros;
 }
 
-class ThreeParsers : public ::testing::TestWithParam<SRow>
+class ThreeParsers : public ::testing::TestWithParam<Row>
 {
 protected:
     ThreeParsers() { qputenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent"); }
@@ -105,9 +105,9 @@ TEST_P(ThreeParsers, JudgeAReplyAsTheTableSays)
         {ServerStep{HttpReply(200, Reply(""))}, ServerStep{HttpReply(200, GetParam().strBody)}});
     bool bCommon = false;
     ASSERT_TRUE(InCommon(server, ENOUGH_MS, bCommon));
-    const bool bWaits = GetParam().blocking == EVerdict::Waits;
+    const bool bWaits = GetParam().blocking == Verdict::Waits;
     const bool bSucc = InCommon(server, bWaits ? TIMEOUT_MS : ENOUGH_MS, bCommon);
-    EXPECT_EQ(bSucc, GetParam().blocking != EVerdict::No);
+    EXPECT_EQ(bSucc, GetParam().blocking != Verdict::No);
 }
 
 TEST_P(ThreeParsers, AreInTheTableOfTheDocs)
@@ -120,32 +120,32 @@ TEST_P(ThreeParsers, AreInTheTableOfTheDocs)
 INSTANTIATE_TEST_SUITE_P(
     Each, ThreeParsers,
     ::testing::Values(
-        SRow{"Plain", Reply(""), 0, 0, 0, EVerdict::Yes},
-        SRow{"ByteOrderMark", "\xef\xbb\xbf" + Reply(""), -1, -1, -1, EVerdict::Yes},
-        SRow{"Gb2312", Reply(",\"message\":\"\xb5\xe7\xb3\xd8\""), 0, 0, 0, EVerdict::No},
-        SRow{"DuplicateMembers", Reply(R"(,"success":false,"code":5,"common":false)"), 5, 0, 0, EVerdict::No},
-        SRow{"BadGatewayInAText", Reply(R"(,"message":"behind it: Bad Gateway")"), 7, -1, -1, EVerdict::Yes},
-        SRow{"TrailingGarbage", Reply("") + "garbage", 0, -1, -1, EVerdict::No},
-        SRow{"TrailingNul", Reply("") + std::string("\0x", 2), 0, 0, 0, EVerdict::No},
-        SRow{"TrailingComma", Reply(","), -1, -1, -1, EVerdict::No},
-        SRow{"Comment", "/* a */" + Reply(""), 0, -1, -1, EVerdict::No},
-        SRow{"Depth1001", Reply(",\"x\":" + Nested(1001)), -1, 0, 0, EVerdict::Yes},
-        SRow{"Depth1100", Reply(",\"x\":" + Nested(1100)), -1, 0, 0, EVerdict::No},
-        SRow{"NumberBeyondADouble", Reply(",\"x\":1e400"), -1, -1, -1, EVerdict::No},
-        SRow{"HalfASurrogatePair", Reply(R"(,"x":"\ud83d")"), -1, -1, -1, EVerdict::Yes},
-        SRow{"ControlCharacterInAText", Reply(",\"x\":\"a\tb\""), 0, -1, -1, EVerdict::Yes},
-        SRow{"UnknownEscape", Reply(R"(,"x":"\q")"), -1, -1, -1, EVerdict::Yes},
-        SRow{"LeadingZero", Reply(",\"x\":01"), 0, -1, -1, EVerdict::No},
-        SRow{"ArrayOfAnObject", "[" + Reply("") + "]", 0, 0, 0, EVerdict::Yes},
-        SRow{"ArrayOfANo", R"([{"success":false,"code":5}])", 0, -1, 0, EVerdict::No},
-        SRow{"EmptyArray", "[]", 0, 0, 0, EVerdict::Waits},
-        SRow{"ArrayOfANumber", "[1]", 0, -1, 0, EVerdict::Waits},
-        SRow{"BareTrue", "true", 0, -1, -1, EVerdict::No}, SRow{"EmptyObject", "{}", 0, -1, -1, EVerdict::No},
-        SRow{"EmptyBody", "", -1, -1, -1, EVerdict::No},
-        SRow{"SuccessAsText", R"({"success":"true","code":"0"})", 0, -1, -1, EVerdict::No},
-        SRow{"CodeWithAPoint", R"({"success":true,"code":5.0})", 5, 0, 0, EVerdict::Yes},
-        SRow{"ManyValues", Reply(",\"x\":[" + Zeros(300'000) + "]"), -1, 0, 0, EVerdict::Yes},
-        SRow{"TooManyValues", Reply(",\"x\":[" + Zeros(2'000'000) + "]"), -1, -1, -1, EVerdict::No}),
+        Row{"Plain", Reply(""), 0, 0, 0, Verdict::Yes},
+        Row{"ByteOrderMark", "\xef\xbb\xbf" + Reply(""), -1, -1, -1, Verdict::Yes},
+        Row{"Gb2312", Reply(",\"message\":\"\xb5\xe7\xb3\xd8\""), 0, 0, 0, Verdict::No},
+        Row{"DuplicateMembers", Reply(R"(,"success":false,"code":5,"common":false)"), 5, 0, 0, Verdict::No},
+        Row{"BadGatewayInAText", Reply(R"(,"message":"behind it: Bad Gateway")"), 7, -1, -1, Verdict::Yes},
+        Row{"TrailingGarbage", Reply("") + "garbage", 0, -1, -1, Verdict::No},
+        Row{"TrailingNul", Reply("") + std::string("\0x", 2), 0, 0, 0, Verdict::No},
+        Row{"TrailingComma", Reply(","), -1, -1, -1, Verdict::No},
+        Row{"Comment", "/* a */" + Reply(""), 0, -1, -1, Verdict::No},
+        Row{"Depth1001", Reply(",\"x\":" + Nested(1001)), -1, 0, 0, Verdict::Yes},
+        Row{"Depth1100", Reply(",\"x\":" + Nested(1100)), -1, 0, 0, Verdict::No},
+        Row{"NumberBeyondADouble", Reply(",\"x\":1e400"), -1, -1, -1, Verdict::No},
+        Row{"HalfASurrogatePair", Reply(R"(,"x":"\ud83d")"), -1, -1, -1, Verdict::Yes},
+        Row{"ControlCharacterInAText", Reply(",\"x\":\"a\tb\""), 0, -1, -1, Verdict::Yes},
+        Row{"UnknownEscape", Reply(R"(,"x":"\q")"), -1, -1, -1, Verdict::Yes},
+        Row{"LeadingZero", Reply(",\"x\":01"), 0, -1, -1, Verdict::No},
+        Row{"ArrayOfAnObject", "[" + Reply("") + "]", 0, 0, 0, Verdict::Yes},
+        Row{"ArrayOfANo", R"([{"success":false,"code":5}])", 0, -1, 0, Verdict::No},
+        Row{"EmptyArray", "[]", 0, 0, 0, Verdict::Waits},
+        Row{"ArrayOfANumber", "[1]", 0, -1, 0, Verdict::Waits},
+        Row{"BareTrue", "true", 0, -1, -1, Verdict::No}, Row{"EmptyObject", "{}", 0, -1, -1, Verdict::No},
+        Row{"EmptyBody", "", -1, -1, -1, Verdict::No},
+        Row{"SuccessAsText", R"({"success":"true","code":"0"})", 0, -1, -1, Verdict::No},
+        Row{"CodeWithAPoint", R"({"success":true,"code":5.0})", 5, 0, 0, Verdict::Yes},
+        Row{"ManyValues", Reply(",\"x\":[" + Zeros(300'000) + "]"), -1, 0, 0, Verdict::Yes},
+        Row{"TooManyValues", Reply(",\"x\":[" + Zeros(2'000'000) + "]"), -1, -1, -1, Verdict::No}),
     [](const auto& row) { return row.param.szName; });
 
 } // namespace

@@ -9,10 +9,10 @@ namespace
 {
 
 /// Lets a test act like a system whose timers fire early.
-class WaitTimerProbe : public CWaitTimer
+class WaitTimerProbe : public WaitTimer
 {
 public:
-    using CWaitTimer::CWaitTimer;
+    using WaitTimer::WaitTimer;
 
     void FireNow(QEventLoop& loop)
     {

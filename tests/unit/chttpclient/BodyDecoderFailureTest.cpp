@@ -11,7 +11,7 @@
 
 #include <string>
 
-using chttpclient::CBodyDecoder;
+using chttpclient::BodyDecoder;
 
 namespace
 {
@@ -66,7 +66,7 @@ int __wrap_inflateReset(z_streamp pStream)
 
 TEST_P(FailingZlib, WithoutMemoryMakesABodyFailForThat)
 {
-    CBodyDecoder decoder(PLENTY);
+    BodyDecoder decoder(PLENTY);
     ASSERT_EQ(decoder.AddCodings("gzip"), CURLE_OK);
     g_szFailing = GetParam();
     EXPECT_EQ(decoder.Write(Gzipped("text")), CURLE_OUT_OF_MEMORY);
@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Functions, FailingZlib, ::testing::Values("inflateInit2
 
 TEST_F(FailingZlib, ThatDoesNotBeginAgainMakesAFurtherMemberDamaged)
 {
-    CBodyDecoder decoder(PLENTY);
+    BodyDecoder decoder(PLENTY);
     ASSERT_EQ(decoder.AddCodings("gzip"), CURLE_OK);
     g_szFailing = "inflateReset";
     EXPECT_EQ(decoder.Write(Gzipped("one") + Gzipped("two")), CURLE_BAD_CONTENT_ENCODING);
@@ -90,26 +90,26 @@ TEST(FramelessDeflate, ThatBeginsAlmostLikeAFrameIsUnpacked)
                                   std::string("\x01\x00\x00\xff\xff", 5);
     ASSERT_EQ((0x88 * 256 + 0x1c) % 31, 0);
     std::string strText;
-    CInflater inflater(CInflater::Format::Deflate);
+    Inflater inflater(Inflater::Format::Deflate);
     EXPECT_EQ(inflater.Write(strStored,
                              [&](std::string_view strPiece) {
                                  strText += strPiece;
                                  return true;
                              }),
-              EUnpacked::Well);
+              Unpacked::Well);
     EXPECT_EQ(strText, "a text of twenty-eight bytes");
     EXPECT_TRUE(inflater.IsComplete());
 }
 
 TEST(PackedBody, ThatIsEmptyIsComplete)
 {
-    EXPECT_TRUE(CInflater(CInflater::Format::Gzip).IsComplete());
+    EXPECT_TRUE(Inflater(Inflater::Format::Gzip).IsComplete());
 }
 
 // libcurl has such a limit too, so a server can't reach this one.
 TEST(PackedBody, OfMoreThanFiveCodingsIsRefused)
 {
-    CBodyDecoder decoder(PLENTY);
+    BodyDecoder decoder(PLENTY);
     EXPECT_EQ(decoder.AddCodings("gzip, deflate, gzip, deflate, gzip"), CURLE_OK);
     EXPECT_EQ(decoder.AddCodings("gzip"), CURLE_BAD_CONTENT_ENCODING);
 }

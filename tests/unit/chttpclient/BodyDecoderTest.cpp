@@ -9,7 +9,7 @@
 namespace
 {
 
-using chttpclient::CBodyDecoder;
+using chttpclient::BodyDecoder;
 
 constexpr std::size_t PLENTY = 1'000'000;
 
@@ -51,7 +51,7 @@ TEST_P(BodyCoding, IsUnpackedInPiecesOfEverySize)
     const std::string strPacked = GetParam().fnPack(strText);
     for (const std::size_t nPiece :
          {std::size_t{1}, std::size_t{2}, std::size_t{7}, std::size_t{4096}, PLENTY}) {
-        CBodyDecoder decoder(PLENTY);
+        BodyDecoder decoder(PLENTY);
         ASSERT_EQ(decoder.AddCodings(GetParam().szLabel), CURLE_OK);
         for (std::size_t nAt = 0; nAt < strPacked.size(); nAt += nPiece) {
             ASSERT_EQ(decoder.Write(std::string_view(strPacked).substr(nAt, nPiece)), CURLE_OK);
@@ -66,7 +66,7 @@ TEST_P(BodyCoding, IsCompleteOnlyAtItsEnd)
     const std::string strPacked = GetParam().fnPack(ShortText());
     const std::size_t nFirstMember = Gzipped(ShortText().substr(0, ShortText().size() / 2)).size();
     for (std::size_t nLength = 1; nLength < strPacked.size(); ++nLength) {
-        CBodyDecoder decoder(PLENTY);
+        BodyDecoder decoder(PLENTY);
         ASSERT_EQ(decoder.AddCodings(GetParam().szLabel), CURLE_OK);
         ASSERT_EQ(decoder.Write(std::string_view(strPacked).substr(0, nLength)), CURLE_OK);
         const bool bMemberEnds = GetParam().fnPack == &InTwoMembers && nLength == nFirstMember;
@@ -77,14 +77,14 @@ TEST_P(BodyCoding, IsCompleteOnlyAtItsEnd)
 TEST_P(BodyCoding, HasALimitUnpacked)
 {
     const std::string strText = Text();
-    CBodyDecoder decoder(strText.size() - 1);
+    BodyDecoder decoder(strText.size() - 1);
     ASSERT_EQ(decoder.AddCodings(GetParam().szLabel), CURLE_OK);
     EXPECT_EQ(decoder.Write(GetParam().fnPack(strText)), CURLE_FILESIZE_EXCEEDED);
 }
 
 TEST_P(BodyCoding, EndsWhereItEnds)
 {
-    CBodyDecoder decoder(PLENTY);
+    BodyDecoder decoder(PLENTY);
     ASSERT_EQ(decoder.AddCodings(GetParam().szLabel), CURLE_OK);
     ASSERT_EQ(decoder.Write(GetParam().fnPack(ShortText())), CURLE_OK);
     EXPECT_EQ(decoder.Write("after"), CURLE_BAD_CONTENT_ENCODING);
@@ -106,7 +106,7 @@ TEST(BodyDecoder, HasALimitForWhatUnpacksToNothing)
     while (strEmptyBlocks.size() < PLENTY) {
         strEmptyBlocks.append("\0\0\0\xFF\xFF", 5);
     }
-    CBodyDecoder decoder(1000);
+    BodyDecoder decoder(1000);
     ASSERT_EQ(decoder.AddCodings("deflate, gzip"), CURLE_OK);
     EXPECT_EQ(decoder.Write(Gzipped(strEmptyBlocks)), CURLE_FILESIZE_EXCEEDED);
 }

@@ -9,7 +9,7 @@
 #include <future>
 #include <thread>
 
-using chttpclient::CDelivery;
+using chttpclient::Delivery;
 using chttpclient::ExchangeList;
 using namespace std::chrono_literals;
 
@@ -18,7 +18,7 @@ namespace
 
 constexpr auto PATIENCE = 60s;
 
-void PostOne(CDelivery& delivery)
+void PostOne(Delivery& delivery)
 {
     ExchangeList exchange(1);
     delivery.Owe();
@@ -29,7 +29,7 @@ void PostOne(CDelivery& delivery)
 
 TEST(Delivery, WhoseReceiverBlocksPastTheDeadlineOfAStopGoesOnWithoutIt)
 {
-    static auto& delivery = *new CDelivery; // never destroyed: the thread may be in its last steps
+    static auto& delivery = *new Delivery; // never destroyed: the thread may be in its last steps
     std::promise<void> begun;
     std::promise<void> open;
     std::promise<void> done;
@@ -41,13 +41,13 @@ TEST(Delivery, WhoseReceiverBlocksPastTheDeadlineOfAStopGoesOnWithoutIt)
     PostOne(delivery);
     begun.get_future().wait();
     for (int nStop = 0; nStop < 2; ++nStop) {
-        delivery.Stop(CDelivery::Clock::now());
+        delivery.Stop(Delivery::Clock::now());
     }
     auto ended = done.get_future();
     EXPECT_EQ(ended.wait_for(0s), std::future_status::timeout); // the stop has not waited
     open.set_value();
     ASSERT_EQ(ended.wait_for(PATIENCE), std::future_status::ready);
-    delivery.Stop(CDelivery::Clock::now() + PATIENCE); // no thread is left to join
+    delivery.Stop(Delivery::Clock::now() + PATIENCE); // no thread is left to join
     EXPECT_FALSE(delivery.OnDeliveringThread());
 }
 
@@ -55,19 +55,19 @@ TEST(Delivery, WhoseReceiverBlocksPastTheDeadlineOfAStopGoesOnWithoutIt)
 TEST(Delivery, ThatIsStoppedAtOnceHasDeliveredAll)
 {
     constexpr int ROUNDS = 100;
-    CDelivery delivery;
+    Delivery delivery;
     std::atomic<int> nDelivered = 0;
     delivery.SetReceiver([&](const std::string&, int, void*, int) { ++nDelivered; });
     for (int nRound = 1; nRound <= ROUNDS; ++nRound) {
         PostOne(delivery);
-        delivery.Stop(CDelivery::Clock::now() + PATIENCE);
+        delivery.Stop(Delivery::Clock::now() + PATIENCE);
         EXPECT_EQ(nDelivered, nRound);
     }
 }
 
 TEST(Delivery, EndedByAReceiverDeliversWhatWaitsBehindItBeforeTheEndReturns)
 {
-    static auto& delivery = *new CDelivery; // never destroyed: the thread may be in its last steps
+    static auto& delivery = *new Delivery; // never destroyed: the thread may be in its last steps
     constexpr int REPLIES = 3;
     std::promise<void> posted;
     int nDelivered = 0;
@@ -75,7 +75,7 @@ TEST(Delivery, EndedByAReceiverDeliversWhatWaitsBehindItBeforeTheEndReturns)
     delivery.SetReceiver([&](const std::string&, int, void*, int) {
         if (++nDelivered == 1) {
             posted.get_future().wait();
-            delivery.End(CDelivery::Clock::now() + PATIENCE);
+            delivery.End(Delivery::Clock::now() + PATIENCE);
             nWhenEnded = nDelivered;
         }
     });
@@ -83,18 +83,18 @@ TEST(Delivery, EndedByAReceiverDeliversWhatWaitsBehindItBeforeTheEndReturns)
         PostOne(delivery);
     }
     posted.set_value();
-    delivery.Stop(CDelivery::Clock::now() + PATIENCE); // waits for the thread
+    delivery.Stop(Delivery::Clock::now() + PATIENCE); // waits for the thread
     EXPECT_EQ(nWhenEnded, REPLIES);
 }
 
 TEST(Delivery, StartsNoThreadAfterItsEnd)
 {
-    CDelivery delivery;
+    Delivery delivery;
     std::thread::id idReceiver;
     delivery.SetReceiver(
         [&](const std::string&, int, void*, int) { idReceiver = std::this_thread::get_id(); });
     delivery.Start();
-    delivery.End(CDelivery::Clock::now() + PATIENCE);
+    delivery.End(Delivery::Clock::now() + PATIENCE);
     delivery.Start();
     PostOne(delivery);
     EXPECT_EQ(idReceiver, std::this_thread::get_id());
@@ -103,7 +103,7 @@ TEST(Delivery, StartsNoThreadAfterItsEnd)
 // The flag orders nothing: what the other thread knows of the end it has from the delivery's own lock.
 TEST(Delivery, WhoseEndAnotherThreadOnlyJustSawDeliversOnThatThread)
 {
-    CDelivery delivery;
+    Delivery delivery;
     std::thread::id idReceiver;
     delivery.SetReceiver(
         [&](const std::string&, int, void*, int) { idReceiver = std::this_thread::get_id(); });
@@ -116,7 +116,7 @@ TEST(Delivery, WhoseEndAnotherThreadOnlyJustSawDeliversOnThatThread)
         PostOne(delivery);
     });
     const std::thread::id idOther = other.get_id();
-    delivery.End(CDelivery::Clock::now() + PATIENCE);
+    delivery.End(Delivery::Clock::now() + PATIENCE);
     bEnded.store(true, std::memory_order_relaxed);
     other.join();
     EXPECT_EQ(idReceiver, idOther);

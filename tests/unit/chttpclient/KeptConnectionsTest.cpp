@@ -10,9 +10,8 @@
 namespace
 {
 
-using chttpclient::CKeptConnections;
-using chttpclient::SConnectionEnds;
-using Clock = CKeptConnections::Clock;
+using chttpclient::ConnectionEnds;
+using Clock = chttpclient::KeptConnections::Clock;
 using namespace std::chrono_literals;
 
 /// The two ends of a connection within this process.
@@ -69,12 +68,12 @@ private:
         EXPECT_EQ(PollSockets(&polled, 1, 30'000), 1);
     }
 
-    const CSocketsStartUp m_sockets;
+    const SocketsStartUp m_sockets;
     Socket m_nClient = NO_SOCKET;
     Socket m_nServer = NO_SOCKET;
 };
 
-SConnectionEnds Ends(int nOwnPort)
+ConnectionEnds Ends(int nOwnPort)
 {
     return {"192.0.2.1", "192.0.2.2", 80, nOwnPort};
 }
@@ -87,14 +86,14 @@ protected:
     static Clock::time_point Young() { return Clock::now(); }
     static Clock::time_point Old() { return Clock::now() - 2 * MAX_IDLE; }
 
-    void ExpectUse(const SConnectionEnds& ends, bool bByQueries, bool bByReports) const
+    void ExpectUse(const ConnectionEnds& ends, bool bByQueries, bool bByReports) const
     {
         EXPECT_EQ(m_kept.MayCarry(ends, false), bByQueries);
         EXPECT_EQ(m_kept.MayCarry(ends, true), bByReports);
     }
 
     const ConnectedPair m_pair;
-    CKeptConnections m_kept{MAX_IDLE, 3};
+    chttpclient::KeptConnections m_kept{MAX_IDLE, 3};
 };
 
 TEST_F(KeptConnections, ThatNobodyNotedCarryQueriesAlone)

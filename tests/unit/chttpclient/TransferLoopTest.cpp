@@ -12,8 +12,8 @@ namespace
 
 TEST(TransferLoop, TakesRequestsUntilItDrainsAndThenLeavesThemToTheirSender)
 {
-    CDelivery delivery;
-    CTransferLoop loop(STransportSettings(), delivery);
+    Delivery delivery;
+    TransferLoop loop(TransportSettings(), delivery);
     for (int nRequest = 0; nRequest < 3; ++nRequest) { // the first one wakes the loop, the others don't
         ExchangeList exchange(1);
         EXPECT_TRUE(loop.Submit(exchange)) << nRequest;
@@ -28,16 +28,16 @@ TEST(TransferLoop, TakesRequestsUntilItDrainsAndThenLeavesThemToTheirSender)
 TEST(TransferLoop, ThatDrainsBeforeItHasTakenARequestStillSendsIt)
 {
     int nError = 0;
-    CDelivery delivery;
+    Delivery delivery;
     delivery.SetReceiver([&nError](const std::string&, int, void*, int nHttpError) { nError = nHttpError; });
-    CTransferLoop loop(STransportSettings(), delivery);
+    TransferLoop loop(TransportSettings(), delivery);
     ExchangeList exchange(1);
     exchange.front().strUrl = "no URL";
     delivery.Owe();
     ASSERT_TRUE(loop.Submit(exchange));
     loop.Drain();
     loop.Run();
-    delivery.End(CDelivery::Clock::now() + std::chrono::seconds(60));
+    delivery.End(Delivery::Clock::now() + std::chrono::seconds(60));
     EXPECT_EQ(nError, -3) << "libcurl was not asked";
 }
 

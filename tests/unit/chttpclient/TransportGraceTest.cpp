@@ -12,21 +12,21 @@ namespace
 {
 
 /// The tests run with each of two operations: stopping, and stopping for good.
-class TransportGrace : public ::testing::TestWithParam<void (CTransport::*)()>
+class TransportGrace : public ::testing::TestWithParam<void (Transport::*)()>
 {
 };
 
 TEST_P(TransportGrace, ForAReceiverThatBlocksIsFiveSeconds)
 {
-    auto& transport = *new CTransport; // never destroyed: the receiver's thread is left to end by itself
-    static CTransport* const pReachable = &transport;
+    auto& transport = *new Transport; // never destroyed: the receiver's thread is left to end by itself
+    static Transport* const pReachable = &transport;
     std::promise<void> begun;
     std::promise<void> release;
     transport.SetReceiver([&](const std::string&, int, void*, int) {
         begun.set_value();
         release.get_future().wait();
     });
-    transport.Send(SHttpExchange()); // refused, since the transport was never started; that is an answer too
+    transport.Send(HttpExchange()); // refused, since the transport was never started; that is an answer too
     begun.get_future().wait();
     const auto tpBegin = std::chrono::steady_clock::now();
     (pReachable->*GetParam())();
@@ -37,7 +37,7 @@ TEST_P(TransportGrace, ForAReceiverThatBlocksIsFiveSeconds)
     pReachable->Stop(); // the receiver has returned then
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, TransportGrace, ::testing::Values(&CTransport::Stop, &CTransport::End),
+INSTANTIATE_TEST_SUITE_P(Of, TransportGrace, ::testing::Values(&Transport::Stop, &Transport::End),
                          [](const auto& call) { return call.index == 0 ? "Stop" : "End"; });
 
 } // namespace

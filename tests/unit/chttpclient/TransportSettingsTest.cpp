@@ -14,11 +14,11 @@ namespace
 {
 
 using chttpclient::ReadTransportSettings;
-using chttpclient::STransportSettings;
+using chttpclient::TransportSettings;
 
 struct SettingCase {
     const char* szName;
-    std::int64_t (*fnValue)(const STransportSettings&);
+    std::int64_t (*fnValue)(const TransportSettings&);
     std::int64_t nDefault;
     std::vector<const char*> vecTaken; ///< the least and the most
     std::vector<const char*> vecRefused;

@@ -19,7 +19,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-const char* const kCycles = "/open/test-cabinet/add/kostrel/cycle";
+const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
 
 LabFault FaultAt(const std::string& strPath, int nCount, int nStatus)
 {
@@ -54,7 +54,7 @@ public:
         for (int nClient = 0; nClient < 4; ++nClient)
             m_vecThreads.emplace_back([this, nPort] {
                 LabClient client(nPort);
-                while (client.Post(kCycles, "[1]").nStatus == 200)
+                while (client.Post(CYCLES, "[1]").nStatus == 200)
                     ++m_nAcknowledged;
             });
         m_vecThreads.emplace_back([this, nPort] { m_nPutOff = LabClient(nPort).Get("/posts/1").nStatus; });
@@ -158,8 +158,8 @@ TEST(LabAgain, PendingFaultsOutliveAStopAndThoseUsedUpStayGone)
 TEST(LabAgain, ExchangesOfTheLifeBeforeAreStillTold)
 {
     LabServer server;
-    for (const char* pszTarget : {"/posts/1", "/posts/2", "/posts/3"}) {
-        LabClient(server.Start()).Get(pszTarget);
+    for (const char* szTarget : {"/posts/1", "/posts/2", "/posts/3"}) {
+        LabClient(server.Start()).Get(szTarget);
         server.Stop();
     }
     std::vector<std::string> vecTargets;
@@ -172,7 +172,7 @@ TEST(LabAgain, AStartThatFailsCanBeRepeated)
 {
     LabServer server(OnOnePort({}));
     const int nPort = server.Start();
-    EXPECT_EQ(LabClient(nPort).Post(kCycles, "[1]").nStatus, 200);
+    EXPECT_EQ(LabClient(nPort).Post(CYCLES, "[1]").nStatus, 200);
     server.Stop();
     LabServer other({"127.0.0.1", nPort, ""});
     other.Start();

@@ -10,8 +10,8 @@
 namespace
 {
 
-constexpr size_t kMostBytes = size_t{64} * 1024 * 1024;
-constexpr size_t kLargestBody = size_t{16} * 1024 * 1024;
+constexpr size_t MOST_BYTES = size_t{64} * 1024 * 1024;
+constexpr size_t LARGEST_BODY = size_t{16} * 1024 * 1024;
 
 std::vector<std::string> TargetsOf(const LabServer& server)
 {
@@ -40,20 +40,20 @@ TEST(LabExchanges, OfSixtyFourMebibytesAreKeptAndOfMoreOnlyTheLatest)
     const std::string strTarget = "/posts/0";
     const size_t nBeside = strTarget.size() + 1;
     for (const char cTarget : {'1', '2', '3', '4'})
-        client.Post("/posts/" + std::string{cTarget}, std::string(kLargestBody - nBeside, ' '));
+        client.Post("/posts/" + std::string{cTarget}, std::string(LARGEST_BODY - nBeside, ' '));
     size_t nBytes = 0;
     for (const LabExchange& exchange : server.Exchanges())
         nBytes += exchange.strTarget.size() + exchange.strBody.size() + exchange.strReply.size();
-    EXPECT_EQ(nBytes, kMostBytes);
+    EXPECT_EQ(nBytes, MOST_BYTES);
     EXPECT_THAT(TargetsOf(server), testing::ElementsAre("/posts/1", "/posts/2", "/posts/3", "/posts/4"));
-    client.Post("/posts/5", std::string(kLargestBody - nBeside + 1, ' ')); // one byte more than the first
+    client.Post("/posts/5", std::string(LARGEST_BODY - nBeside + 1, ' ')); // one byte more than the first
     EXPECT_THAT(TargetsOf(server), testing::ElementsAre("/posts/3", "/posts/4", "/posts/5"));
 }
 
 TEST(LabExchanges, OfTenThousandAreKeptAndOfMoreOnlyTheLatest)
 {
-    constexpr int kMost = 10'000;
-    constexpr int kAtOnce = 100;
+    constexpr int MOST = 10'000;
+    constexpr int AT_ONCE = 100;
     LabServer server;
     server.AddFault(ShortAnswers());
     Socket socket(server.Start());
@@ -70,12 +70,12 @@ TEST(LabExchanges, OfTenThousandAreKeptAndOfMoreOnlyTheLatest)
                 ++nReplies;
         }
     };
-    for (int nFirst = 0; nFirst < kMost; nFirst += kAtOnce)
-        Ask(nFirst, kAtOnce);
-    EXPECT_EQ(server.Exchanges().size(), size_t{kMost});
+    for (int nFirst = 0; nFirst < MOST; nFirst += AT_ONCE)
+        Ask(nFirst, AT_ONCE);
+    EXPECT_EQ(server.Exchanges().size(), size_t{MOST});
     EXPECT_EQ(server.Exchanges().front().strTarget, "/posts/0");
-    Ask(kMost, 1);
-    EXPECT_EQ(server.Exchanges().size(), size_t{kMost});
+    Ask(MOST, 1);
+    EXPECT_EQ(server.Exchanges().size(), size_t{MOST});
     EXPECT_EQ(server.Exchanges().front().strTarget, "/posts/1");
 }
 

@@ -23,9 +23,9 @@ std::atomic<bool> g_bInvitationBreaks = false;
 std::atomic<int> g_nBroken = -1; ///< that connection
 
 template <class Function>
-Function Real(const char* pszName)
+Function Real(const char* szName)
 {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, pszName));
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, szName));
 }
 
 } // namespace

@@ -9,8 +9,8 @@ namespace
 
 using testing::HasSubstr;
 
-const char* const kCycles = "/open/test-cabinet/add/kostrel/cycle";
-const std::string kUserRequest = "GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n";
+const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
+const std::string USER_REQUEST = "GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n";
 
 class LabFaultsTest : public LabTest
 {
@@ -46,15 +46,15 @@ TEST_F(LabFaultsTest, AStatusWithoutABodyGetsTheUsualEnvelope)
 
 TEST_F(LabFaultsTest, ABodyAloneComesWithStatus200)
 {
-    for (const char* pszBody : {"not json", ""}) {
+    for (const char* szBody : {"not json", ""}) {
         LabFault fault;
         fault.strPath = "posts/1";
         fault.eKind = LabFaultKind::Reply;
-        fault.strBody = pszBody;
+        fault.strBody = szBody;
         m_server.AddFault(fault);
         const LabReply reply = Get("/posts/1");
         EXPECT_EQ(reply.nStatus, 200);
-        EXPECT_EQ(reply.strBody, pszBody);
+        EXPECT_EQ(reply.strBody, szBody);
     }
     Script(R"({"path": "posts/1", "body": "[1"})");
     EXPECT_EQ(Get("/posts/1").strBody, "[1");
@@ -71,7 +71,7 @@ TEST_F(LabFaultsTest, AnEmptyBodyIsSentEmptyWithAnyStatus)
 TEST_F(LabFaultsTest, AFaultReplyStoresNothing)
 {
     Script(R"({"path": "open/test-cabinet/add/kostrel/cycle", "status": 500})");
-    EXPECT_EQ(Post(kCycles, "[1]").nStatus, 500);
+    EXPECT_EQ(Post(CYCLES, "[1]").nStatus, 500);
     EXPECT_EQ(Get("/lab/reports/cycle-data").json["count"], 0);
 }
 
@@ -96,7 +96,7 @@ TEST_F(LabFaultsTest, ATruncatedReplyPromisesMoreThanComes)
     const size_t nWhole = Get("/posts/1").strBody.size();
     Script(R"({"path": "posts", "truncate": true})");
     Socket socket(m_server.Port());
-    socket.Send(kUserRequest);
+    socket.Send(USER_REQUEST);
     const std::string strReply = socket.ReadAll();
     EXPECT_TRUE(socket.IsClosed());
     EXPECT_THAT(strReply, HasSubstr("Content-Length: " + std::to_string(nWhole) + "\r\n"));
@@ -106,7 +106,7 @@ TEST_F(LabFaultsTest, ATruncatedReplyPromisesMoreThanComes)
 TEST_F(LabFaultsTest, AReportWhoseReplyIsTruncatedIsStored)
 {
     Script(R"({"path": "open/test-cabinet/add/kostrel/cycle", "truncate": true})");
-    EXPECT_EQ(Post(kCycles, "[1]").nStatus, 0);
+    EXPECT_EQ(Post(CYCLES, "[1]").nStatus, 0);
     EXPECT_EQ(Get("/lab/reports/cycle-data").json["count"], 1);
     EXPECT_THAT(m_server.Exchanges().at(1).strReply, HasSubstr("\"success\":true}"));
 }
@@ -115,7 +115,7 @@ TEST_F(LabFaultsTest, AResetComesInsteadOfAReply)
 {
     Script(R"({"path": "posts", "reset": true})");
     Socket socket(m_server.Port());
-    socket.Send(kUserRequest);
+    socket.Send(USER_REQUEST);
     EXPECT_EQ(socket.ReadAll(), "");
     EXPECT_TRUE(socket.IsReset());
 }
@@ -123,7 +123,7 @@ TEST_F(LabFaultsTest, AResetComesInsteadOfAReply)
 TEST_F(LabFaultsTest, AReportThatMetAResetIsNotStored)
 {
     Script(R"({"path": "open/test-cabinet/add/kostrel/cycle", "reset": true})");
-    EXPECT_EQ(Post(kCycles, "[1]").nStatus, 0);
+    EXPECT_EQ(Post(CYCLES, "[1]").nStatus, 0);
     EXPECT_EQ(Get("/lab/reports/cycle-data").json["count"], 0);
     const LabExchange exchange = m_server.Exchanges().at(1);
     EXPECT_EQ(exchange.strBody, "[1]");
@@ -176,7 +176,7 @@ TEST_F(LabFaultsTest, TheOperatorsOwnPathsNeverFail)
 
 TEST_F(LabFaultsTest, AFaultThatMakesNoSenseIsRefused)
 {
-    for (const char* pszFault :
+    for (const char* szFault :
          {"[]", "{}", R"({"path": "a"})", R"({"status": 500})", R"({"path": 7, "status": 500})",
           R"({"path": "a", "status": 99})", R"({"path": "a", "status": 600})",
           R"({"path": "a", "status": "500"})", R"({"path": "a", "delayMs": -1})",
@@ -184,8 +184,8 @@ TEST_F(LabFaultsTest, AFaultThatMakesNoSenseIsRefused)
           R"({"path": "a", "reset": 1})", R"({"path": "a", "reset": false})",
           R"({"path": "a", "reset": true, "truncate": true})",
           R"({"path": "a", "status": 500, "truncate": true})", R"({"path": "a", "body": {}})"}) {
-        const LabReply reply = Post("/lab/faults", pszFault);
-        EXPECT_EQ(reply.nStatus, 400) << pszFault;
+        const LabReply reply = Post("/lab/faults", szFault);
+        EXPECT_EQ(reply.nStatus, 400) << szFault;
         EXPECT_EQ(reply.json["success"], false);
     }
     EXPECT_EQ(Get("/lab/faults").json["count"], 0);

@@ -12,7 +12,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-const char* const kRule = R"({"deviceId": "D1", "chl": "9", "allowBoot": "no", "reason": "planted"})";
+const char* const RULE = R"({"deviceId": "D1", "chl": "9", "allowBoot": "no", "reason": "planted"})";
 
 /// Requests that a web page could make a browser on this machine send to a lab server, and those of its
 /// operator.
@@ -43,7 +43,7 @@ protected:
         return GetFaults("Host: " + WithPort("127.0.0.1") + "\r\n" + strLine + "\r\n");
     }
 
-    std::string PostRule(const std::string& strLines, const std::string& strBody = kRule) const
+    std::string PostRule(const std::string& strLines, const std::string& strBody = RULE) const
     {
         return Send("POST /lab/channel-rules HTTP/1.1\r\nHost: " + WithPort("127.0.0.1") + "\r\n" + strLines +
                         "Content-Length: " + std::to_string(strBody.size()) + "\r\n",
@@ -63,8 +63,8 @@ void ExpectRefused(const std::string& strReply, int nStatus, const std::string& 
 
 TEST_F(LabGateTest, ARequestByAnyNameOfThisServerIsServed)
 {
-    for (const char* pszHost : {"localhost", "LocalHost", "127.0.0.1", "[::1]"})
-        EXPECT_THAT(GetFaults("Host: " + WithPort(pszHost) + "\r\n"), StartsWith("HTTP/1.1 200 ")) << pszHost;
+    for (const char* szHost : {"localhost", "LocalHost", "127.0.0.1", "[::1]"})
+        EXPECT_THAT(GetFaults("Host: " + WithPort(szHost) + "\r\n"), StartsWith("HTTP/1.1 200 ")) << szHost;
 }
 
 TEST_F(LabGateTest, ARequestByAnotherNameIsRefused)
@@ -123,19 +123,18 @@ TEST_F(LabGateTest, APageOfAnotherSiteIsRefused)
 
 TEST_F(LabGateTest, APageOfItsOwnIsServed)
 {
-    for (const char* pszHost : {"127.0.0.1", "localhost", "[::1]"})
-        EXPECT_THAT(GetFaultsFrom("Origin: http://" + WithPort(pszHost)), StartsWith("HTTP/1.1 200 "))
-            << pszHost;
+    for (const char* szHost : {"127.0.0.1", "localhost", "[::1]"})
+        EXPECT_THAT(GetFaultsFrom("Origin: http://" + WithPort(szHost)), StartsWith("HTTP/1.1 200 "))
+            << szHost;
 }
 
 TEST_F(LabGateTest, WhatTheBrowserSaysOfWhoAsksCounts)
 {
-    for (const char* pszSite : {"cross-site", "same-site", "something-new"})
-        ExpectRefused(GetFaultsFrom(std::string("Sec-Fetch-Site: ") + pszSite), 403, "Sec-Fetch-Site",
-                      pszSite);
-    for (const char* pszSite : {"same-origin", "none"})
-        EXPECT_THAT(GetFaultsFrom(std::string("Sec-Fetch-Site: ") + pszSite), StartsWith("HTTP/1.1 200 "))
-            << pszSite;
+    for (const char* szSite : {"cross-site", "same-site", "something-new"})
+        ExpectRefused(GetFaultsFrom(std::string("Sec-Fetch-Site: ") + szSite), 403, "Sec-Fetch-Site", szSite);
+    for (const char* szSite : {"same-origin", "none"})
+        EXPECT_THAT(GetFaultsFrom(std::string("Sec-Fetch-Site: ") + szSite), StartsWith("HTTP/1.1 200 "))
+            << szSite;
 }
 
 TEST_F(LabGateTest, ARefusedPagePlantsNothingAndLearnsNothing)
@@ -155,23 +154,23 @@ TEST_F(LabGateTest, ARefusedPagePlantsNothingAndLearnsNothing)
 TEST_F(LabGateTest, ABodyThatIsNotCalledJsonIsRefused)
 {
     const int nBefore = Rules();
-    for (const char* pszType :
+    for (const char* szType :
          {"Content-Type: text/plain\r\n", "Content-Type: application/x-www-form-urlencoded\r\n",
           "Content-Type: multipart/form-data; boundary=x\r\n",
           "Content-Type: text/plain;application/json\r\n", "Content-Type: application/jsonx\r\n",
           "Content-Type: application/json, text/plain\r\n", "Content-Type:\r\n", "",
           "Content-Type: text/plain\r\nContent-Type: application/json\r\n",
           "Content-Type: application/json\r\nContent-Type: text/plain\r\n"})
-        ExpectRefused(PostRule(pszType), 415, "Content-Type: application/json", pszType);
+        ExpectRefused(PostRule(szType), 415, "Content-Type: application/json", szType);
     EXPECT_EQ(Rules(), nBefore);
 }
 
 TEST_F(LabGateTest, ABodyThatIsCalledJsonIsServedWhateverTheParameters)
 {
-    for (const char* pszType : {"application/json", "Application/JSON", "application/json; charset=utf-8",
-                                "application/json ;x=y", "application/json; charset=utf-8/gb2312"})
-        EXPECT_THAT(PostRule(std::string("Content-Type: ") + pszType + "\r\n"), StartsWith("HTTP/1.1 200 "))
-            << pszType;
+    for (const char* szType : {"application/json", "Application/JSON", "application/json; charset=utf-8",
+                               "application/json ;x=y", "application/json; charset=utf-8/gb2312"})
+        EXPECT_THAT(PostRule(std::string("Content-Type: ") + szType + "\r\n"), StartsWith("HTTP/1.1 200 "))
+            << szType;
 }
 
 TEST_F(LabGateTest, ARequestWithoutABodyNeedsNoType)
@@ -222,11 +221,11 @@ TEST_F(LabGateTest, TheHostsPathsAnswerAnybodyAsEver)
 
 TEST_F(LabGateTest, APathThatOnlyBeginsAlikeIsNoneOfTheOperators)
 {
-    for (const char* pszPath :
+    for (const char* szPath :
          {"/laboratory", "/lab-reports", "/labs/faults", "/posts/1/lab", "//lab/faults"}) {
-        const std::string strReply = Send(std::string("GET ") + pszPath + " HTTP/1.1\r\nHost: any\r\n");
-        EXPECT_THAT(strReply, StartsWith("HTTP/1.1 404 ")) << pszPath;
-        EXPECT_THAT(strReply, Not(HasSubstr("nosniff"))) << pszPath;
+        const std::string strReply = Send(std::string("GET ") + szPath + " HTTP/1.1\r\nHost: any\r\n");
+        EXPECT_THAT(strReply, StartsWith("HTTP/1.1 404 ")) << szPath;
+        EXPECT_THAT(strReply, Not(HasSubstr("nosniff"))) << szPath;
     }
     m_server.AddFault({"laboratory", 1, LabFaultKind::Reply, 0, 418, ""});
     EXPECT_EQ(Get("/laboratory").nStatus, 418);
@@ -234,10 +233,9 @@ TEST_F(LabGateTest, APathThatOnlyBeginsAlikeIsNoneOfTheOperators)
 
 TEST_F(LabGateTest, AnOperatorsPathIsOneHoweverItIsWritten)
 {
-    for (const char* pszPath : {"/lab", "/lab/", "/lab/none", "/l%61b/faults", "/lab%2ffaults",
-                                "/lab/faults?x", "/lab?x", "/lab#x"})
-        ExpectRefused(Send(std::string("GET ") + pszPath + " HTTP/1.1\r\nHost: any\r\n"), 403, "Host",
-                      pszPath);
+    for (const char* szPath : {"/lab", "/lab/", "/lab/none", "/l%61b/faults", "/lab%2ffaults",
+                               "/lab/faults?x", "/lab?x", "/lab#x"})
+        ExpectRefused(Send(std::string("GET ") + szPath + " HTTP/1.1\r\nHost: any\r\n"), 403, "Host", szPath);
     m_server.AddFault({"lab", 1, LabFaultKind::Reply, 0, 418, ""});
     EXPECT_EQ(Get("/lab").nStatus, 404);
 }
@@ -252,16 +250,16 @@ httplib::Request RequestOf(const httplib::Headers& headers)
 TEST(LabGateAlone, TheDefaultPortMayBeLeftOut)
 {
     const LabGate gate("lab.example", 80);
-    for (const char* pszHost :
+    for (const char* szHost :
          {"lab.example", "lab.example:80", "LAB.example", "localhost", "127.0.0.1:80", "[::1]", "[::1]:80"}) {
-        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", pszHost}})).nStatus, 0) << pszHost;
-        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", pszHost}, {"Origin", std::string("http://") + pszHost}}))
+        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", szHost}})).nStatus, 0) << szHost;
+        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", szHost}, {"Origin", std::string("http://") + szHost}}))
                       .nStatus,
                   0)
-            << pszHost;
+            << szHost;
     }
-    for (const char* pszHost : {"lab.example:8080", "::1", "[::1", "other.example", "lab.example:80:80"})
-        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", pszHost}})).nStatus, 403) << pszHost;
+    for (const char* szHost : {"lab.example:8080", "::1", "[::1", "other.example", "lab.example:80:80"})
+        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", szHost}})).nStatus, 403) << szHost;
 }
 
 TEST(LabGateAlone, TheAddressThatItListensOnIsItsOwn)

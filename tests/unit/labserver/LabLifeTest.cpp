@@ -13,13 +13,13 @@ namespace
 using std::chrono::steady_clock;
 
 /// No kept connection, delay or silent client may delay a stop for longer, even on a busy machine.
-constexpr std::chrono::seconds kPromptly{5};
+constexpr std::chrono::seconds PROMPTLY{5};
 
 void ExpectStopsPromptly(LabServer& server)
 {
     const auto start = steady_clock::now();
     server.Stop();
-    EXPECT_LT(steady_clock::now() - start, kPromptly);
+    EXPECT_LT(steady_clock::now() - start, PROMPTLY);
 }
 
 TEST(LabLife, AFreePortIsFoundAndTold)
@@ -147,17 +147,17 @@ TEST(LabLife, AClientThatSendsAByteNowAndThenIsCutOff)
 
 TEST(LabLife, AClientThatDoesNotTakeItsReplyIsCutOff)
 {
-    constexpr size_t kLarge = 40'000'000; // more than the system buffers for a connection
+    constexpr size_t LARGE = 40'000'000; // more than the system buffers for a connection
     LabServer server(ImpatientServer());
     LabFault fault;
     fault.strPath = "posts";
     fault.eKind = LabFaultKind::Reply;
-    fault.strBody = std::string(kLarge, 'x');
+    fault.strBody = std::string(LARGE, 'x');
     server.AddFault(fault);
     Socket socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");
     std::this_thread::sleep_for(std::chrono::seconds(2)); // less than the default patience of a server
-    EXPECT_LT(socket.ReadAll().size(), kLarge);
+    EXPECT_LT(socket.ReadAll().size(), LARGE);
 }
 
 TEST(LabLife, ARequestInADelayIsAnsweredAtTheStop)

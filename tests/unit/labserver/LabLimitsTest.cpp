@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-const std::string kFirstLines = "GET /posts/1 HTTP/1.1\r\nConnection: close\r\n";
+const std::string FIRST_LINES = "GET /posts/1 HTTP/1.1\r\nConnection: close\r\n";
 
 class LabLimits : public LabTest
 {
@@ -48,20 +48,20 @@ std::string LineOfSize(size_t nSize)
 /// A whole request of that many bytes, consisting of a header only.
 std::string HeaderOfSize(size_t nSize)
 {
-    constexpr size_t kLine = 1000;
-    std::string strHeader = kFirstLines;
-    while (nSize - strHeader.size() > 2 * kLine)
-        strHeader += LineOfSize(kLine);
+    constexpr size_t LINE = 1000;
+    std::string strHeader = FIRST_LINES;
+    while (nSize - strHeader.size() > 2 * LINE)
+        strHeader += LineOfSize(LINE);
     return strHeader + LineOfSize(nSize - strHeader.size() - 2) + "\r\n";
 }
 
 TEST_F(LabLimits, AHeaderUpToTheLimitIsTakenAndALargerOneRefused)
 {
-    constexpr size_t kLimit = 65536;
-    ASSERT_EQ(HeaderOfSize(kLimit).size(), kLimit);
-    EXPECT_THAT(Answer(HeaderOfSize(kLimit)), StartsWith("HTTP/1.1 200 "));
-    ExpectTooLarge(HeaderOfSize(kLimit + 1), "larger than 65536 bytes");
-    ExpectTooLarge(HeaderOfSize(kLimit + 5000), "larger than 65536 bytes");
+    constexpr size_t LIMIT = 65536;
+    ASSERT_EQ(HeaderOfSize(LIMIT).size(), LIMIT);
+    EXPECT_THAT(Answer(HeaderOfSize(LIMIT)), StartsWith("HTTP/1.1 200 "));
+    ExpectTooLarge(HeaderOfSize(LIMIT + 1), "larger than 65536 bytes");
+    ExpectTooLarge(HeaderOfSize(LIMIT + 5000), "larger than 65536 bytes");
 }
 
 TEST_F(LabLimits, TheNextHeaderOfAConnectionHasTheWholeLimit)
@@ -76,7 +76,7 @@ TEST_F(LabLimits, TheNextHeaderOfAConnectionHasTheWholeLimit)
 
 TEST_F(LabLimits, ManyHeaderLinesAreTakenAndMoreRefused)
 {
-    std::string strLines = kFirstLines;
+    std::string strLines = FIRST_LINES;
     for (int nLine = 1; nLine < 100; ++nLine)
         strLines += "X: x\r\n";
     EXPECT_THAT(Answer(strLines + "\r\n"), StartsWith("HTTP/1.1 200 "));
@@ -86,8 +86,8 @@ TEST_F(LabLimits, ManyHeaderLinesAreTakenAndMoreRefused)
 
 TEST_F(LabLimits, ALongHeaderLineIsTakenAndALongerOneRefused)
 {
-    EXPECT_THAT(Answer(kFirstLines + LineOfSize(8192) + "\r\n"), StartsWith("HTTP/1.1 200 "));
-    ExpectTooLarge(kFirstLines + LineOfSize(8193) + "\r\n", "longer than 8192 bytes");
+    EXPECT_THAT(Answer(FIRST_LINES + LineOfSize(8192) + "\r\n"), StartsWith("HTTP/1.1 200 "));
+    ExpectTooLarge(FIRST_LINES + LineOfSize(8193) + "\r\n", "longer than 8192 bytes");
 }
 
 TEST_F(LabLimits, ALongRequestLineIsTakenAndALongerOneRefusedBeforeItsEnd)
@@ -107,7 +107,7 @@ TEST_F(LabLimits, ALongRequestLineIsTakenAndALongerOneRefusedBeforeItsEnd)
 TEST_F(LabLimits, AHeaderThatComesByteByByteIsUnderstood)
 {
     Socket socket(m_server.Port());
-    for (const char c : kFirstLines + "Range: bytes=0-1\r\n\r\n")
+    for (const char c : FIRST_LINES + "Range: bytes=0-1\r\n\r\n")
         socket.Send({c});
     const std::string strReply = socket.ReadAll();
     EXPECT_THAT(strReply, StartsWith("HTTP/1.1 200 "));
@@ -119,14 +119,14 @@ TEST_F(LabLimits, NoRangesAreServed)
     std::string strMany = "bytes=0-";
     while (strMany.size() < 8000)
         strMany += ",0-";
-    const std::string strWhole = Answer(kFirstLines + "\r\n");
+    const std::string strWhole = Answer(FIRST_LINES + "\r\n");
     EXPECT_THAT(strWhole, StartsWith("HTTP/1.1 200 "));
     for (const std::string& strRange :
          {std::string("Range: bytes=0-3"), std::string("Range: bytes=0-,0-,0-"), "Range: " + strMany,
           std::string("rANGE: bytes=-1"), std::string("Range: bytes=900000-"), std::string("Range: bytes=x"),
           std::string("Range: bytes=0-1\r\nIf-Range: \"x\"\r\nRange: bytes=2-3")})
-        EXPECT_EQ(Answer(kFirstLines + strRange + "\r\n\r\n"), strWhole) << strRange.substr(0, 80);
-    EXPECT_THAT(Answer("HEAD" + kFirstLines.substr(3) + "\r\n"), Not(HasSubstr("Range")));
+        EXPECT_EQ(Answer(FIRST_LINES + strRange + "\r\n\r\n"), strWhole) << strRange.substr(0, 80);
+    EXPECT_THAT(Answer("HEAD" + FIRST_LINES.substr(3) + "\r\n"), Not(HasSubstr("Range")));
 }
 
 LabServerOptions ServerOf(int nMaxConnections)
@@ -252,22 +252,22 @@ rlim_t MostThreads()
 
 TEST(LabConnections, AThousandIdleOnesAreKept)
 {
-    constexpr int nMost = 1000;
+    constexpr int MOST_CLIENTS = 1000;
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096); // both ends are in this process
-    if (limit.rlim_cur < 2 * nMost + 100 || setrlimit(RLIMIT_NOFILE, &limit) != 0)
+    if (limit.rlim_cur < 2 * MOST_CLIENTS + 100 || setrlimit(RLIMIT_NOFILE, &limit) != 0)
         GTEST_SKIP() << "this process may not have enough descriptors: " << limit.rlim_cur;
-    if (MostThreads() < nMost + 100)
+    if (MostThreads() < MOST_CLIENTS + 100)
         GTEST_SKIP() << "this process may not have enough threads: " << MostThreads();
-    LabServer server(ServerOf(nMost));
+    LabServer server(ServerOf(MOST_CLIENTS));
     server.Start();
     std::vector<std::unique_ptr<Socket>> vecClients;
     const auto ExpectServed = [](Socket& socket) {
         socket.Send("GET /posts/1 HTTP/1.1\r\n\r\n");
         ASSERT_THAT(socket.ReadUntil("\"Test engineer\"}"), StartsWith("HTTP/1.1 200 "));
     };
-    for (int nClient = 0; nClient < nMost; ++nClient) {
+    for (int nClient = 0; nClient < MOST_CLIENTS; ++nClient) {
         vecClients.push_back(std::make_unique<Socket>(server.Port()));
         ExpectServed(*vecClients.back());
     }

@@ -5,15 +5,15 @@ namespace
 
 using LabOperator = LabTest;
 
-const std::string kCheckChannel3 =
+const std::string CHECK_CHANNEL3 =
     "/vomd/system/channelCheckData.action?dxtm=X&purpose=p&wtNumId=1&xmNameId=1"
     "&deviceId=D1&chl=3";
 
 TEST_F(LabOperator, ANewRuleDecidesOverTheOnesBefore)
 {
-    EXPECT_EQ(Get(kCheckChannel3).json["result"]["allowBoot"], "yes");
+    EXPECT_EQ(Get(CHECK_CHANNEL3).json["result"]["allowBoot"], "yes");
     Post("/lab/channel-rules", R"({"deviceId": "D?", "chl": "[1-4]", "allowBoot": "no", "reason": "停用"})");
-    EXPECT_EQ(Get(kCheckChannel3).json["result"], JsonFrom(R"({"allowBoot": "no", "reason": "停用"})"));
+    EXPECT_EQ(Get(CHECK_CHANNEL3).json["result"], JsonFrom(R"({"allowBoot": "no", "reason": "停用"})"));
 }
 
 TEST_F(LabOperator, TheSameRuleAgainReplacesTheOldOneAndIsTheLatest)
@@ -21,7 +21,7 @@ TEST_F(LabOperator, TheSameRuleAgainReplacesTheOldOneAndIsTheLatest)
     const int nRules = Get("/lab/channel-rules").json["count"].asInt();
     Post("/lab/channel-rules", R"([{"deviceId": "D1", "chl": "3", "allowBoot": "no", "reason": "a"},
                                    {"deviceId": "*", "chl": "*", "allowBoot": "Yes", "reason": "b"}])");
-    EXPECT_EQ(Get(kCheckChannel3).json["result"]["allowBoot"], "Yes");
+    EXPECT_EQ(Get(CHECK_CHANNEL3).json["result"]["allowBoot"], "Yes");
     const Json::Value rules = Get("/lab/channel-rules").json;
     EXPECT_EQ(rules["count"], nRules + 1);
     EXPECT_EQ(rules["items"][nRules]["reason"], "b");
@@ -50,16 +50,16 @@ TEST_F(LabOperator, AVersionIsSupportedAndNoMore)
 
 TEST_F(LabOperator, OneBadRowKeepsAllOfThemOut)
 {
-    for (const char* pszPath : {"/lab/channel-rules", "/lab/shared-barcodes", "/lab/supported-versions"}) {
-        const Json::Value before = Get(pszPath).json;
+    for (const char* szPath : {"/lab/channel-rules", "/lab/shared-barcodes", "/lab/supported-versions"}) {
+        const Json::Value before = Get(szPath).json;
         ASSERT_GT(before["count"].asInt(), 0);
         Json::Value rows = before["items"];
         rows.append(Json::Value(Json::objectValue));
-        const LabReply reply = Post(pszPath, Json::FastWriter().write(rows));
+        const LabReply reply = Post(szPath, Json::FastWriter().write(rows));
         EXPECT_EQ(reply.nStatus, 400);
         EXPECT_NE(reply.json["message"].asString().find("is missing"), std::string::npos);
-        EXPECT_EQ(Get(pszPath).json, before);
-        EXPECT_EQ(Post(pszPath, "[7]").nStatus, 400);
+        EXPECT_EQ(Get(szPath).json, before);
+        EXPECT_EQ(Post(szPath, "[7]").nStatus, 400);
     }
 }
 

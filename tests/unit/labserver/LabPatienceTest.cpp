@@ -91,13 +91,13 @@ TEST(LabPatience, AClientThatNeverPausesIsCutOffWhenItsTimeIsOver)
     EXPECT_TRUE(IsCutOff(socket, 15'000'000));
 }
 
-const std::string kTooLarge = "POST /posts HTTP/1.1\r\nContent-Length: 100000000\r\n\r\n";
+const std::string TOO_LARGE = "POST /posts HTTP/1.1\r\nContent-Length: 100000000\r\n\r\n";
 
 TEST(LabPatience, ABodyThatIsNotWantedIsNotReadForLong)
 {
     LabServer server;
     Socket socket(server.Start());
-    socket.Send(kTooLarge);
+    socket.Send(TOO_LARGE);
     EXPECT_TRUE(IsCutOff(socket, 3'000'000));
 }
 
@@ -105,13 +105,13 @@ TEST(LabPatience, ABodyThatIsNotWantedNeedNotCome)
 {
     LabServer server;
     Socket socket(server.Start());
-    socket.Send(kTooLarge);
+    socket.Send(TOO_LARGE);
     EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 413 "));
     server.Stop(); // waits until the server has closed the connection, although the client has not
     EXPECT_TRUE(socket.IsClosed());
 }
 
-constexpr size_t kLarge = 40'000'000; // more than the system buffers for a connection
+constexpr size_t LARGE = 40'000'000; // more than the system buffers for a connection
 
 /// Makes the reply about every user that large.
 void MakeReplyLarge(LabServer& server)
@@ -119,7 +119,7 @@ void MakeReplyLarge(LabServer& server)
     LabFault fault;
     fault.strPath = "posts";
     fault.eKind = LabFaultKind::Reply;
-    fault.strBody = std::string(kLarge, 'x');
+    fault.strBody = std::string(LARGE, 'x');
     server.AddFault(fault);
 }
 
@@ -130,7 +130,7 @@ TEST(LabPatience, AReplyThatIsTakenInPartsComesWhole)
     Socket socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n");
     const std::string strReply = socket.ReadAll();
-    EXPECT_EQ(strReply.size() - strReply.find("\r\n\r\n") - 4, kLarge);
+    EXPECT_EQ(strReply.size() - strReply.find("\r\n\r\n") - 4, LARGE);
 }
 
 } // namespace

@@ -5,7 +5,7 @@ namespace
 
 using LabQueries = LabTest;
 
-const std::string kChannelCheck =
+const std::string CHANNEL_CHECK =
     "/vomd/system/channelCheckData.action?dxtm=X&purpose=p&wtNumId=12&xmNameId=7";
 
 TEST_F(LabQueries, AUserIsAnsweredWithCodeZeroAndHisMembers)
@@ -28,8 +28,8 @@ TEST_F(LabQueries, AnUnknownUserIsNotFound)
 
 TEST_F(LabQueries, AUserIdThatIsNoNumberIsRefused)
 {
-    for (const char* pszId : {"x", "1x", "1.5", "+1", "99999999999999999999"})
-        EXPECT_EQ(Get(std::string("/posts/") + pszId).nStatus, 400) << pszId;
+    for (const char* szId : {"x", "1x", "1.5", "+1", "99999999999999999999"})
+        EXPECT_EQ(Get(std::string("/posts/") + szId).nStatus, 400) << szId;
 }
 
 TEST_F(LabQueries, ASupportedVersionIsASuccess)
@@ -110,11 +110,11 @@ TEST_F(LabQueries, AnFtpPathIsFoundByAllFourValues)
 
 TEST_F(LabQueries, TheLatestRuleThatCoversAChannelDecides)
 {
-    EXPECT_EQ(Get(kChannelCheck + "&deviceId=KTS-0007&chl=7").json["result"],
+    EXPECT_EQ(Get(CHANNEL_CHECK + "&deviceId=KTS-0007&chl=7").json["result"],
               JsonFrom(R"({"allowBoot": "yes", "reason": "No restriction"})"));
-    EXPECT_EQ(Get(kChannelCheck + "&deviceId=KTS-0007&chl=8").json["result"],
+    EXPECT_EQ(Get(CHANNEL_CHECK + "&deviceId=KTS-0007&chl=8").json["result"],
               JsonFrom(R"({"allowBoot": "no", "reason": "Channel 8 waits for calibration"})"));
-    const LabReply reply = Get(kChannelCheck + "&deviceId=KTS-MAINT-3&chl=1");
+    const LabReply reply = Get(CHANNEL_CHECK + "&deviceId=KTS-MAINT-3&chl=1");
     EXPECT_EQ(reply.json["success"], true);
     EXPECT_EQ(reply.json["result"]["allowBoot"], "no");
     EXPECT_TRUE(reply.json["message"].isString());

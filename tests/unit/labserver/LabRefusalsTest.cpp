@@ -10,7 +10,7 @@ using LabRefusals = LabTest;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const char* const kCycles = "/open/test-cabinet/add/kostrel/cycle";
+const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
 
 void ExpectRefusal(const LabReply& reply, int nStatus)
 {
@@ -24,16 +24,16 @@ void ExpectRefusal(const LabReply& reply, int nStatus)
 
 TEST_F(LabRefusals, AnUnknownPathIsNotFound)
 {
-    for (const char* pszPath : {"/", "/posts", "/posts/", "/posts/1/2", "/vomd/system/getsyxm.action", "/lab",
-                                "//posts/1", "/posts%0A"})
-        ExpectRefusal(Get(pszPath), 404);
+    for (const char* szPath : {"/", "/posts", "/posts/", "/posts/1/2", "/vomd/system/getsyxm.action", "/lab",
+                               "//posts/1", "/posts%0A"})
+        ExpectRefusal(Get(szPath), 404);
 }
 
 TEST_F(LabRefusals, AWrongMethodIsToldTheRightOnes)
 {
     ExpectRefusal(Post("/posts/1", "{}"), 405);
-    for (const char* pszMethod : {"GET", "PUT", "PATCH", "DELETE", "OPTIONS"})
-        ExpectRefusal(m_client.Send(pszMethod, kCycles), 405);
+    for (const char* szMethod : {"GET", "PUT", "PATCH", "DELETE", "OPTIONS"})
+        ExpectRefusal(m_client.Send(szMethod, CYCLES), 405);
     httplib::Client client("127.0.0.1", m_server.Port());
     const auto result = client.Put("/lab/faults");
     ASSERT_TRUE(result);
@@ -49,16 +49,16 @@ TEST_F(LabRefusals, HeadIsAnsweredLikeGetButWithoutABody)
 
 TEST_F(LabRefusals, ABodyThatIsNotJsonIsRefused)
 {
-    for (const char* pszBody : {"", " ", "{a:1}", "[1,]", "{} {}", "[1", "7", "\"text\"", "null", "/* */ {}",
-                                "[NaN]", "{\"a\":1,\"a\":2}", "[\"\\ud800x]"})
-        ExpectRefusal(Post(kCycles, pszBody), 400);
+    for (const char* szBody : {"", " ", "{a:1}", "[1,]", "{} {}", "[1", "7", "\"text\"", "null", "/* */ {}",
+                               "[NaN]", "{\"a\":1,\"a\":2}", "[\"\\ud800x]"})
+        ExpectRefusal(Post(CYCLES, szBody), 400);
     EXPECT_EQ(Get("/lab/reports/cycle-data").json["count"], 0);
 }
 
 TEST_F(LabRefusals, ABodyThatIsNotUtf8IsRefused)
 {
-    for (const char* pszText : {"\xb5\xe7\xb3\xd8", "\xc0\x80", "\xff", "\xe7\x94"}) {
-        const LabReply reply = Post(kCycles, std::string("[\"") + pszText + "\"]");
+    for (const char* szText : {"\xb5\xe7\xb3\xd8", "\xc0\x80", "\xff", "\xe7\x94"}) {
+        const LabReply reply = Post(CYCLES, std::string("[\"") + szText + "\"]");
         ExpectRefusal(reply, 400);
         EXPECT_EQ(reply.json["message"], "The body is not UTF-8.");
     }
@@ -72,11 +72,11 @@ TEST_F(LabRefusals, AReportThatIsAnArrayIsRefused)
 
 TEST_F(LabRefusals, AMillionBracketsAreRefused)
 {
-    for (const char* pszOpening : {"[", "{\"a\":"}) {
+    for (const char* szOpening : {"[", "{\"a\":"}) {
         std::string strBody;
         while (strBody.size() < 1'000'000)
-            strBody += pszOpening;
-        ExpectRefusal(Post(kCycles, strBody), 400);
+            strBody += szOpening;
+        ExpectRefusal(Post(CYCLES, strBody), 400);
     }
     ExpectRefusal(Post("/lab/faults", std::string(1'000'000, '[')), 400);
     EXPECT_EQ(Get("/posts/1").nStatus, 200);
@@ -85,24 +85,24 @@ TEST_F(LabRefusals, AMillionBracketsAreRefused)
 TEST_F(LabRefusals, WhatIsNestedAsDeepAsAllowedIsReadBack)
 {
     const std::string strBody = std::string(250, '[') + std::string(250, ']');
-    EXPECT_EQ(Post(kCycles, strBody).nStatus, 200);
+    EXPECT_EQ(Post(CYCLES, strBody).nStatus, 200);
     EXPECT_EQ(Get("/lab/reports/cycle-data").json["reports"][0]["report"], JsonFrom(strBody));
 }
 
 TEST_F(LabRefusals, ABodyUpToTheLimitIsTakenAndALargerOneRefused)
 {
-    constexpr size_t nLimit = size_t{16} * 1024 * 1024;
-    EXPECT_EQ(Post(kCycles, "[\"" + std::string(nLimit - 4, 'x') + "\"]").nStatus, 200);
-    ExpectRefusal(Post(kCycles, "[\"" + std::string(nLimit - 3, 'x') + "\"]"), 413);
+    constexpr size_t LARGEST_BODY = size_t{16} * 1024 * 1024;
+    EXPECT_EQ(Post(CYCLES, "[\"" + std::string(LARGEST_BODY - 4, 'x') + "\"]").nStatus, 200);
+    ExpectRefusal(Post(CYCLES, "[\"" + std::string(LARGEST_BODY - 3, 'x') + "\"]"), 413);
     EXPECT_EQ(Get("/lab/reports/cycle-data?limit=0").json["count"], 1);
 }
 
 TEST_F(LabRefusals, ABodyOfUnknownLengthIsRefusedAndTheConnectionClosed)
 {
-    for (const char* pszRest : {"Transfer-Encoding: chunked\r\n\r\n2\r\n[]\r\n0\r\n\r\n", "\r\n[]"}) {
+    for (const char* szRest : {"Transfer-Encoding: chunked\r\n\r\n2\r\n[]\r\n0\r\n\r\n", "\r\n[]"}) {
         Socket socket(m_server.Port());
         socket.Send(std::string("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\n") +
-                    pszRest);
+                    szRest);
         const std::string strReply = socket.ReadAll();
         EXPECT_THAT(strReply, StartsWith("HTTP/1.1 411 "));
         EXPECT_THAT(strReply, HasSubstr("Connection: close\r\n"));
@@ -137,9 +137,9 @@ TEST_F(LabRefusals, AClientThatLeavesItsConnectionToBeClosedIsToldSoOnce)
 
 TEST_F(LabRefusals, GarbageIsRefusedAndTheConnectionClosed)
 {
-    for (const char* pszGarbage : {"garbage\r\n\r\n", "FOO / HTTP/1.1\r\n\r\n", "GET /posts/1\r\n\r\n"}) {
+    for (const char* szGarbage : {"garbage\r\n\r\n", "FOO / HTTP/1.1\r\n\r\n", "GET /posts/1\r\n\r\n"}) {
         Socket socket(m_server.Port());
-        socket.Send(pszGarbage);
+        socket.Send(szGarbage);
         const std::string strReply = socket.ReadAll();
         EXPECT_THAT(strReply, StartsWith("HTTP/1.1 400 "));
         EXPECT_THAT(strReply, HasSubstr("\"success\":false"));

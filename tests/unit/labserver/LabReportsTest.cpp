@@ -9,15 +9,15 @@ namespace
 
 using LabReports = LabTest;
 
-const char* const kChannelStatus = R"({"com": "2.1", "ver": "1.1.0", "PEXAVer": "P3", "deviceId": "KTS-0007",
+const char* const CHANNEL_STATUS = R"({"com": "2.1", "ver": "1.1.0", "PEXAVer": "P3", "deviceId": "KTS-0007",
     "box": 12, "disch_retention": 98.5, "retentionUnder": "80", "stepStatus": "CC", "stopTime": "",
     "cMax": "3.2", "errorParam": "", "errorTime": "", "chl": "3", "dxtm": "CELL-0001", "cycle": 41,
     "disch_capacity": 3.1875, "step_state": "running", "voltage": 3.65, "current": -1.5,
     "backup_dir": "D:\\data", "hostname": "bench-4", "action": "start", "action_desc": "启动", "chlType": 2,
     "reason": 4294967295, "reason_desc": "", "deviceModelType": "KTS5V", "deviceRange": "5V30A",
     "wtNumId": 1201, "xmNameId": 107, "dczt": "3"})";
-const char* const kIncubatorStatus = R"({"name": "Oven 3", "status": "idle", "temperature": 25.5})";
-const char* const kBatteryData = R"({"siteNo": "S1", "batchNo": "B2405-17", "resourceNo": "R9",
+const char* const INCUBATOR_STATUS = R"({"name": "Oven 3", "status": "idle", "temperature": 25.5})";
+const char* const BATTERY_DATA = R"({"siteNo": "S1", "batchNo": "B2405-17", "resourceNo": "R9",
     "chargingCapacity": "3.21", "dischargeCapacity": "3.19", "voltage": "4.18",
     "uploadTime": "2024-05-31 08:15:30"})";
 
@@ -31,10 +31,10 @@ struct RowKind {
 std::vector<RowKind> RowKinds()
 {
     return {
-        {"channel-status", "/vomd/system/addstatuslog.action?t=1717143330", JsonFrom(kChannelStatus)},
-        {"incubator-status", "/vomd/system/incubatorStatus.action", JsonFrom(kIncubatorStatus)},
+        {"channel-status", "/vomd/system/addstatuslog.action?t=1717143330", JsonFrom(CHANNEL_STATUS)},
+        {"incubator-status", "/vomd/system/incubatorStatus.action", JsonFrom(INCUBATOR_STATUS)},
         {"battery-data", "/dev-api/connector/DataCollectionController_KR_KR/saveData",
-         JsonFrom(kBatteryData)},
+         JsonFrom(BATTERY_DATA)},
     };
 }
 
@@ -44,7 +44,7 @@ struct ListKind {
     std::string strTarget;
 };
 
-const ListKind aListKinds[] = {
+const ListKind LIST_KINDS[] = {
     {"cycle-data", "/open/test-cabinet/add/kostrel/cycle"},
     {"step-data", "/open/test-cabinet/add/kostrel/step"},
     {"orn-step-data", "/core/api/public/orn/qm/autoWriteInspection"},
@@ -77,7 +77,7 @@ TEST_F(LabReports, EachRowIsAcknowledgedAndReadBackAsSent)
 
 TEST_F(LabReports, TheTimeOfReceiptIsUtcInMilliseconds)
 {
-    Post("/vomd/system/incubatorStatus.action", kIncubatorStatus);
+    Post("/vomd/system/incubatorStatus.action", INCUBATOR_STATUS);
     const std::string strTime =
         Get("/lab/reports/incubator-status").json["reports"][0]["receivedAt"].asString();
     EXPECT_THAT(strTime, testing::MatchesRegex("....-..-..T..:..:..\\....Z"));
@@ -85,7 +85,7 @@ TEST_F(LabReports, TheTimeOfReceiptIsUtcInMilliseconds)
 
 TEST_F(LabReports, EachListIsAcknowledgedAndReadBackAsSent)
 {
-    for (const ListKind& kind : aListKinds) {
+    for (const ListKind& kind : LIST_KINDS) {
         const std::vector<std::string> vecBodies = {
             R"([{"cycle":1,"ah":[3.5,{"x":null}]},{"名":"值"},7,"text"])", R"({"single":{"step":[1,2]}})",
             "[]"};
@@ -117,11 +117,11 @@ TEST_F(LabReports, AReportWithAMemberOfAnotherTypeIsRefusedByNameAndNotStored)
 {
     for (const RowKind& kind : RowKinds()) {
         for (const std::string& strMember : kind.report.getMemberNames()) {
-            for (const char* pszWrong : {"null", "true", "[]", R"({"a": 1})"}) {
+            for (const char* szWrong : {"null", "true", "[]", R"({"a": 1})"}) {
                 Json::Value report = kind.report;
-                report[strMember] = JsonFrom(pszWrong);
+                report[strMember] = JsonFrom(szWrong);
                 const LabReply reply = Post(kind.strTarget, Json::FastWriter().write(report));
-                EXPECT_EQ(reply.nStatus, 400) << strMember << ' ' << pszWrong;
+                EXPECT_EQ(reply.nStatus, 400) << strMember << ' ' << szWrong;
                 EXPECT_EQ(
                     reply.json["message"].asString().rfind("The member \"" + strMember + "\" is not", 0), 0U)
                     << reply.strBody;
@@ -136,16 +136,16 @@ TEST_F(LabReports, NumbersAndTextsAreNotTakenForEachOther)
     const RowKind kind = RowKinds().front();
     const std::pair<const char*, Json::Value> aWrong[] = {
         {"box", "12"}, {"box", 1.5}, {"chl", 3}, {"voltage", "3.65"}, {"cycle", Json::UInt64{1} << 63U}};
-    for (const auto& [pszMember, wrong] : aWrong) {
+    for (const auto& [szMember, wrong] : aWrong) {
         Json::Value report = kind.report;
-        report[pszMember] = wrong;
-        EXPECT_EQ(Post(kind.strTarget, Json::FastWriter().write(report)).nStatus, 400) << pszMember;
+        report[szMember] = wrong;
+        EXPECT_EQ(Post(kind.strTarget, Json::FastWriter().write(report)).nStatus, 400) << szMember;
     }
 }
 
 TEST_F(LabReports, AChannelStatusWithoutItsQueryParameterIsRefused)
 {
-    const LabReply reply = Post("/vomd/system/addstatuslog.action", kChannelStatus);
+    const LabReply reply = Post("/vomd/system/addstatuslog.action", CHANNEL_STATUS);
     EXPECT_EQ(reply.nStatus, 400);
     EXPECT_EQ(reply.json["message"], "The query parameter \"t\" is missing.");
 }
@@ -189,15 +189,15 @@ TEST_F(LabReports, ReadingBackPagesByIdAndLimit)
 TEST_F(LabReports, ReadingBackRefusesWhatItCanNotRead)
 {
     EXPECT_EQ(Get("/lab/reports/nothing").nStatus, 404);
-    for (const char* pszBad : {"limit=x", "limit=-1", "after=1.5", "after="})
-        EXPECT_EQ(Get(std::string("/lab/reports/step-data?") + pszBad).nStatus, 400) << pszBad;
+    for (const char* szBad : {"limit=x", "limit=-1", "after=1.5", "after="})
+        EXPECT_EQ(Get(std::string("/lab/reports/step-data?") + szBad).nStatus, 400) << szBad;
 }
 
 TEST_F(LabReports, TwoHundredAtOnceAreEachStoredOnce)
 {
-    constexpr int nReports = 200;
+    constexpr int REPORTS = 200;
     std::vector<std::thread> vecThreads;
-    for (int nReport = 0; nReport < nReports; ++nReport) {
+    for (int nReport = 0; nReport < REPORTS; ++nReport) {
         vecThreads.emplace_back([this, nReport] {
             LabClient client(m_server.Port());
             ExpectAcknowledged(
@@ -213,7 +213,7 @@ TEST_F(LabReports, TwoHundredAtOnceAreEachStoredOnce)
         EXPECT_EQ(report["report"].size(), 3U);
     }
     std::multiset<int> setSent;
-    for (int nReport = 0; nReport < nReports; ++nReport)
+    for (int nReport = 0; nReport < REPORTS; ++nReport)
         setSent.insert(nReport);
     EXPECT_EQ(setStored, setSent);
 }

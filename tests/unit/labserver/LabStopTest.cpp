@@ -15,16 +15,16 @@ using std::chrono::steady_clock;
 using testing::StartsWith;
 
 /// Longer than any client may delay a stop, even on a busy machine.
-constexpr std::chrono::seconds kPromptly{15};
+constexpr std::chrono::seconds PROMPTLY{15};
 
-const std::string kReportHead = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\n"
+const std::string REPORT_HEAD = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\n"
                                 "Expect: 100-continue\r\nContent-Length: 3\r\n\r\n";
 
 TEST(LabStop, ARequestWhoseRestIsOnItsWayIsStoredAndAnswered)
 {
     LabServer server;
     Socket socket(server.Start());
-    socket.Send(kReportHead);
+    socket.Send(REPORT_HEAD);
     socket.ReadUntil("\r\n\r\n"); // from here on the server waits for the body
     WatchLastWait([&] { socket.Send("[1]"); });
     server.Stop();
@@ -51,11 +51,11 @@ TEST(LabStop, WhoeverComesMeanwhileIsRefused)
     LabServer server;
     const int nPort = server.Start();
     Socket socket(nPort);
-    socket.Send(kReportHead);
+    socket.Send(REPORT_HEAD);
     socket.ReadUntil("\r\n\r\n");
     bool bRefused = false;
     WatchLastWait([&] { // the listening thread may not have noticed yet
-        for (const auto end = steady_clock::now() + kPromptly; steady_clock::now() < end && !bRefused;) {
+        for (const auto end = steady_clock::now() + PROMPTLY; steady_clock::now() < end && !bRefused;) {
             bRefused = IsRefused(nPort);
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
@@ -82,7 +82,7 @@ TEST(LabStop, ARequestThatComesByteByByteDoesNotHoldItUp)
     });
     const auto start = steady_clock::now();
     server.Stop();
-    EXPECT_LT(steady_clock::now() - start, kPromptly);
+    EXPECT_LT(steady_clock::now() - start, PROMPTLY);
     slow.join();
 }
 

@@ -18,19 +18,19 @@ std::atomic<bool> g_bModesAreKept = true; ///< by the file system
 
 } // namespace
 
-extern "C" int chmod(const char* pszFile, mode_t nMode) noexcept
+extern "C" int chmod(const char* szFile, mode_t nMode) noexcept
 {
-    return fchmodat(AT_FDCWD, pszFile, nMode, 0);
+    return fchmodat(AT_FDCWD, szFile, nMode, 0);
 }
 
-extern "C" int fchmodat(int nFolder, const char* pszFile, mode_t nMode, int nFlags) noexcept
+extern "C" int fchmodat(int nFolder, const char* szFile, mode_t nMode, int nFlags) noexcept
 {
     if (!g_bModesAreKept) {
         errno = EPERM;
         return -1;
     }
     static const auto pfn = reinterpret_cast<decltype(&fchmodat)>(dlsym(RTLD_NEXT, "fchmodat"));
-    return pfn(nFolder, pszFile, nMode, nFlags);
+    return pfn(nFolder, szFile, nMode, nFlags);
 }
 
 namespace
@@ -52,11 +52,11 @@ protected:
         m_pServer.reset();
     }
 
-    void Execute(const char* pszSql)
+    void Execute(const char* szSql)
     {
         sqlite3* pDb = nullptr;
         ASSERT_EQ(sqlite3_open(m_folder.File("lab.db").c_str(), &pDb), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(pDb, pszSql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(pDb);
+        EXPECT_EQ(sqlite3_exec(pDb, szSql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(pDb);
         sqlite3_close(pDb);
     }
 
@@ -154,13 +154,13 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
 {
     const TemporaryFolder folder;
     std::ofstream(folder.File("notes.txt")) << std::string(4096, 'x');
-    for (const char* pszFile : {"notes.txt", ".", "missing/lab.db"}) {
-        LabServer server({"127.0.0.1", 0, folder.File(pszFile)});
+    for (const char* szFile : {"notes.txt", ".", "missing/lab.db"}) {
+        LabServer server({"127.0.0.1", 0, folder.File(szFile)});
         try {
             server.Start();
-            ADD_FAILURE() << pszFile;
+            ADD_FAILURE() << szFile;
         } catch (const std::runtime_error& error) {
-            EXPECT_THAT(error.what(), testing::StartsWith("can't open data file " + folder.File(pszFile)));
+            EXPECT_THAT(error.what(), testing::StartsWith("can't open data file " + folder.File(szFile)));
         }
     }
 }
@@ -190,8 +190,8 @@ TEST_F(LabDataFile, IsItsOwnersAloneWhateverTheUmask)
         const mode_t nBefore = umask(nUmask);
         Start();
         PostCycles("[1]");
-        for (const char* pszBeside : {"", "-wal", "-shm"})
-            EXPECT_EQ(ModeOf(m_folder.File("lab.db") + pszBeside), 0600U) << nUmask << pszBeside;
+        for (const char* szBeside : {"", "-wal", "-shm"})
+            EXPECT_EQ(ModeOf(m_folder.File("lab.db") + szBeside), 0600U) << nUmask << szBeside;
         Stop();
         umask(nBefore);
         std::filesystem::remove(m_folder.File("lab.db"));
@@ -202,12 +202,12 @@ TEST_F(LabDataFile, OfAnEarlierServerIsTakenFromOtherUsers)
 {
     Start();
     PostCycles("[1]");
-    for (const char* pszBeside : {"", "-wal", "-shm"}) // a server beside this one still has it open
-        ASSERT_EQ(chmod((m_folder.File("lab.db") + pszBeside).c_str(), 0664), 0);
+    for (const char* szBeside : {"", "-wal", "-shm"}) // a server beside this one still has it open
+        ASSERT_EQ(chmod((m_folder.File("lab.db") + szBeside).c_str(), 0664), 0);
     LabServer second({"127.0.0.1", 0, m_folder.File("lab.db")});
     LabClient client(second.Start());
-    for (const char* pszBeside : {"", "-wal", "-shm"})
-        EXPECT_EQ(ModeOf(m_folder.File("lab.db") + pszBeside), 0600U) << pszBeside;
+    for (const char* szBeside : {"", "-wal", "-shm"})
+        EXPECT_EQ(ModeOf(m_folder.File("lab.db") + szBeside), 0600U) << szBeside;
     client.Post("/open/test-cabinet/add/kostrel/cycle", "[2]");
     EXPECT_EQ(Cycles()["count"], 2);
 }
@@ -225,9 +225,9 @@ TEST(LabDataFiles, ASymbolicLinkIsNotFollowed)
 {
     const TemporaryFolder folder;
     std::ofstream(folder.File("empty")).flush();
-    for (const char* pszTarget : {"empty", "missing"}) {
-        const std::string strLink = folder.File(std::string("to-") + pszTarget);
-        std::filesystem::create_symlink(pszTarget, strLink);
+    for (const char* szTarget : {"empty", "missing"}) {
+        const std::string strLink = folder.File(std::string("to-") + szTarget);
+        std::filesystem::create_symlink(szTarget, strLink);
         EXPECT_EQ(WhyItDoesNotStart(strLink),
                   "can't open data file " + strLink + ": it is a symbolic link; name the file itself");
     }

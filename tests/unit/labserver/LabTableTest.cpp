@@ -16,10 +16,10 @@ namespace
 using testing::HasSubstr;
 
 /// What a server says about a member that must be of a type; empty when it accepts it.
-std::string ComplaintOf(const char* pszMember, LabType eType)
+std::string ComplaintOf(const char* szMember, LabType eType)
 {
     Json::Value object(Json::objectValue);
-    object["member"] = JsonFrom(std::string("[") + pszMember + "]")[0];
+    object["member"] = JsonFrom(std::string("[") + szMember + "]")[0];
     try {
         RequireField(object, {"member", eType});
     } catch (const LabError& error) {
@@ -33,8 +33,8 @@ TEST(LabTables, ATreeIsAnObjectOrAnArray)
 {
     EXPECT_EQ(ComplaintOf("{}", LabType::Tree), "");
     EXPECT_EQ(ComplaintOf("[]", LabType::Tree), "");
-    for (const char* pszMember : {"\"text\"", "1", "true", "null"})
-        EXPECT_EQ(ComplaintOf(pszMember, LabType::Tree),
+    for (const char* szMember : {"\"text\"", "1", "true", "null"})
+        EXPECT_EQ(ComplaintOf(szMember, LabType::Tree),
                   "The member \"member\" is not an object or an array.");
 }
 

@@ -12,7 +12,7 @@
 namespace
 {
 
-const char* const kCycles = "/open/test-cabinet/add/kostrel/cycle";
+const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
 
 /// Calls a function on many threads at once, with the number of each, from 0 on.
 void OnThreads(size_t nThreads, const std::function<void(size_t)>& fn)
@@ -32,27 +32,27 @@ void OnThreads(size_t nThreads, const std::function<void(size_t)>& fn)
 
 TEST(LabTogether, AFaultStrikesAsOftenAsItSaysWhoeverAsks)
 {
-    constexpr int kThreads = 8, kEach = 100, kCount = 500;
+    constexpr int THREADS = 8, EACH = 100, COUNT = 500;
     LabServer server;
     LabFault fault;
     fault.strPath = "posts";
-    fault.nCount = kCount;
+    fault.nCount = COUNT;
     fault.eKind = LabFaultKind::Reply;
     fault.nStatus = 418;
     server.AddFault(fault);
     const int nPort = server.Start();
     std::atomic<int> nStruck{0}, nServed{0};
-    OnThreads(kThreads, [&](size_t) {
+    OnThreads(THREADS, [&](size_t) {
         LabClient client(nPort);
-        for (int nRequest = 0; nRequest < kEach; ++nRequest) {
+        for (int nRequest = 0; nRequest < EACH; ++nRequest) {
             const int nStatus = client.Get("/posts/1").nStatus;
             nStruck += nStatus == 418 ? 1 : 0;
             nServed += nStatus == 200 ? 1 : 0;
         }
     });
-    EXPECT_EQ(nStruck, kCount);
-    EXPECT_EQ(nServed, kThreads * kEach - kCount);
-    EXPECT_EQ(server.Exchanges().size(), static_cast<size_t>(kThreads * kEach));
+    EXPECT_EQ(nStruck, COUNT);
+    EXPECT_EQ(nServed, THREADS * EACH - COUNT);
+    EXPECT_EQ(server.Exchanges().size(), static_cast<size_t>(THREADS * EACH));
 }
 
 TEST(LabTogether, ServersThatStartOnOneNewFilePlantItsSeedOnce)
@@ -66,7 +66,7 @@ TEST(LabTogether, ServersThatStartOnOneNewFilePlantItsSeedOnce)
         for (const LabServer& server : aServers) {
             LabClient client(server.Port());
             EXPECT_EQ(client.Get("/lab/channel-rules").json["count"], 3);
-            EXPECT_EQ(client.Post(kCycles, "[1]").nStatus, 200);
+            EXPECT_EQ(client.Post(CYCLES, "[1]").nStatus, 200);
         }
         EXPECT_EQ(LabClient(aServers.front().Port()).Get("/lab/reports/cycle-data").json["count"], 4);
     }
@@ -74,32 +74,32 @@ TEST(LabTogether, ServersThatStartOnOneNewFilePlantItsSeedOnce)
 
 TEST(LabTogether, ReportsToTwoServersOfOneFileAreAllStoredUnderTheirOwnIds)
 {
-    constexpr int kThreads = 4, kEach = 10;
+    constexpr int THREADS = 4, EACH = 10;
     const TemporaryFolder folder;
     LabServer first({"127.0.0.1", 0, folder.File("lab.db")});
     LabServer second({"127.0.0.1", 0, folder.File("lab.db")});
     const std::array<int, 2> aPorts{first.Start(), second.Start()};
     std::mutex mutex;
     std::set<int> setIds;
-    OnThreads(kThreads, [&](size_t nThread) {
+    OnThreads(THREADS, [&](size_t nThread) {
         LabClient client(aPorts.at(nThread % 2));
-        for (int nReport = 0; nReport < kEach; ++nReport) {
-            const LabReply reply = client.Post(kCycles, "[1,2,3]");
+        for (int nReport = 0; nReport < EACH; ++nReport) {
+            const LabReply reply = client.Post(CYCLES, "[1,2,3]");
             EXPECT_EQ(reply.nStatus, 200) << reply.strBody;
             const std::lock_guard lock(mutex);
             setIds.insert(reply.json["id"].asInt());
         }
     });
-    EXPECT_EQ(setIds.size(), static_cast<size_t>(kThreads * kEach));
+    EXPECT_EQ(setIds.size(), static_cast<size_t>(THREADS * EACH));
     const Json::Value stored = LabClient(aPorts[0]).Get("/lab/reports/cycle-data").json;
-    EXPECT_EQ(stored["count"], kThreads * kEach);
+    EXPECT_EQ(stored["count"], THREADS * EACH);
     for (const Json::Value& report : stored["reports"])
         EXPECT_EQ(report["report"], JsonFrom("[1,2,3]")) << report["id"];
 }
 
 TEST(LabTogether, AReportIsReadWholeOrNotAtAll)
 {
-    constexpr int kReports = 30;
+    constexpr int REPORTS = 30;
     std::string strReport = "[0";
     for (int nElement = 1; nElement < 100; ++nElement)
         strReport += ',' + std::to_string(nElement);
@@ -108,9 +108,9 @@ TEST(LabTogether, AReportIsReadWholeOrNotAtAll)
     const int nPort = server.Start();
     OnThreads(2, [&](size_t nThread) {
         LabClient client(nPort);
-        for (int nReport = 0; nThread == 0 && nReport < kReports; ++nReport)
-            EXPECT_EQ(client.Post(kCycles, strReport).nStatus, 200);
-        for (int nAfter = 0; nThread == 1 && nAfter < kReports && !testing::Test::HasFailure();) {
+        for (int nReport = 0; nThread == 0 && nReport < REPORTS; ++nReport)
+            EXPECT_EQ(client.Post(CYCLES, strReport).nStatus, 200);
+        for (int nAfter = 0; nThread == 1 && nAfter < REPORTS && !testing::Test::HasFailure();) {
             const LabReply reply = client.Get("/lab/reports/cycle-data?after=" + std::to_string(nAfter));
             for (const Json::Value& report : reply.json["reports"]) {
                 EXPECT_EQ(report["report"], JsonFrom(strReport));

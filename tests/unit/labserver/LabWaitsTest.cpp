@@ -28,11 +28,11 @@ using testing::StartsWith;
 
 // How many sockets a server's threads poll: a connection with the stop signal, and the listener with the stop
 // signal and the clients that it refused.
-constexpr nfds_t kConnection = 2;
-constexpr nfds_t kOneRefused = 3;
-constexpr nfds_t kMostRefused = 2 + 64;
+constexpr nfds_t CONNECTION = 2;
+constexpr nfds_t ONE_REFUSED = 3;
+constexpr nfds_t MOST_REFUSED = 2 + 64;
 
-constexpr int kForEver = -1;
+constexpr int FOR_EVER = -1;
 
 LabServerOptions ServerOfOne()
 {
@@ -46,12 +46,12 @@ TEST(LabWaits, AMinuteForTheNextRequestAndFiveSecondsForTheNextBytes)
     LabServer server;
     Socket socket(server.Start());
     ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nMilliseconds > 0; }));
-    EXPECT_THAT(Patiences(kConnection), ElementsAre(kForEver, 60'000)); // kForEver is the listener's
+    EXPECT_THAT(Patiences(CONNECTION), ElementsAre(FOR_EVER, 60'000)); // FOR_EVER is the listener's
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nExpect: 100-continue\r\n"
                 "Content-Length: 3\r\n\r\n");
     socket.ReadUntil("\r\n\r\n"); // from here on the server waits for the body
     ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nMilliseconds == 5'000; }));
-    EXPECT_THAT(Patiences(kConnection), ElementsAre(kForEver, 5'000, 60'000));
+    EXPECT_THAT(Patiences(CONNECTION), ElementsAre(FOR_EVER, 5'000, 60'000));
 }
 
 TEST(LabWaits, AsLongForTheNextRequestAsItsRepliesPromise)
@@ -63,7 +63,7 @@ TEST(LabWaits, AsLongForTheNextRequestAsItsRepliesPromise)
                 HasSubstr("\r\nKeep-Alive: timeout=60, max=2147483647\r\n"));
 }
 
-const std::string kTooLarge = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\n"
+const std::string TOO_LARGE = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\n"
                               "Content-Length: 20000000\r\n\r\n";
 
 TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
@@ -72,7 +72,7 @@ TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
     server.Start();
     {
         Socket socket(server.Port());
-        socket.Send(kTooLarge);
+        socket.Send(TOO_LARGE);
         EXPECT_THAT(socket.ReadAll(), AllOf(StartsWith("HTTP/1.1 413 "), Not(HasSubstr("Keep-Alive"))));
     }
     server.Stop(); // waits for the connection
@@ -88,7 +88,7 @@ TEST(LabWaits, NotUntilTheClientIsTiredOfSendingARefusedBody)
 {
     LabServer server;
     Socket socket(server.Start());
-    socket.Send(kTooLarge);
+    socket.Send(TOO_LARGE);
     const auto end = steady_clock::now() + std::chrono::seconds(30);
     EXPECT_THROW(
         while (steady_clock::now() < end) {
@@ -132,8 +132,8 @@ TEST(LabWaits, FiveSecondsForARefusedClientThatStays)
     const size_t nServing = OpenDescriptors();
     Socket staying(server.Port());
     EXPECT_THAT(staying.ReadAll(), StartsWith("HTTP/1.1 503 "));
-    ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nSockets == kOneRefused; }));
-    EXPECT_THAT(Patiences(kOneRefused), Each(AllOf(Gt(0), Le(5'000))));
+    ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nSockets == ONE_REFUSED; }));
+    EXPECT_THAT(Patiences(ONE_REFUSED), Each(AllOf(Gt(0), Le(5'000))));
     const auto end = steady_clock::now() + std::chrono::seconds(30);
     while (OpenDescriptors() > nServing + 1 && steady_clock::now() < end)
         std::this_thread::sleep_for(milliseconds(10));
@@ -151,8 +151,8 @@ TEST(LabWaits, ForNoMoreThanSixtyFourRefusedClientsAtATime)
         vecRefused.push_back(std::make_unique<Socket>(server.Port()));
         EXPECT_THAT(vecRefused.back()->ReadAll(), StartsWith("HTTP/1.1 503 ")) << nClient;
     }
-    EXPECT_THAT(Patiences(kMostRefused), Not(IsEmpty()));
-    EXPECT_THAT(Patiences(kMostRefused + 1), IsEmpty());
+    EXPECT_THAT(Patiences(MOST_REFUSED), Not(IsEmpty()));
+    EXPECT_THAT(Patiences(MOST_REFUSED + 1), IsEmpty());
 }
 
 TEST(LabWaits, ARefusedClientMaySendMoreThanTheSystemKeeps)

@@ -208,26 +208,26 @@ TEST(NAManager, ReportsOnlyProgressThatMakesSense)
 
 TEST(NAManagerEnd, IsToldOnceBeforeTheAnswerAndWhereNoneComes)
 {
-    using EKind = SExchangeEnd::EKind;
+    using Kind = ExchangeEnd::Kind;
     struct Row {
         std::string strReply;
-        EKind eKind;
+        Kind eKind;
         int nHttpStatus;
         const char* szError;
         int nAnswers;
     };
-    for (const Row& row : {Row{HttpReply(200, "{}"), EKind::Object, 200, "", 1},
-                           Row{HttpReply(201, "[{}]"), EKind::Object, 201, "", 1},
-                           Row{HttpReply(200, "[]"), EKind::NoObject, 200, "an array", 0},
-                           Row{HttpReply(200, "<html>"), EKind::Unreadable, 200,
+    for (const Row& row : {Row{HttpReply(200, "{}"), Kind::Object, 200, "", 1},
+                           Row{HttpReply(201, "[{}]"), Kind::Object, 201, "", 1},
+                           Row{HttpReply(200, "[]"), Kind::NoObject, 200, "an array", 0},
+                           Row{HttpReply(200, "<html>"), Kind::Unreadable, 200,
                                "the body is not JSON: illegal value at byte", 1},
-                           Row{HttpReply(503, "{}"), EKind::NetworkError, 503, "server replied", 1}}) {
+                           Row{HttpReply(503, "{}"), Kind::NetworkError, 503, "server replied", 1}}) {
         const ScriptedServer server(ServerStep{row.strReply});
         auto* const pManager = new NAManager(nullptr);
         const QPointer<NAManager> pWatched(pManager);
         const QSignalSpy spy(pManager, &NAManager::signal_reply_finished);
-        std::vector<SExchangeEnd> vecEnds;
-        pManager->SetEndReceiver([&](const SExchangeEnd& end) {
+        std::vector<ExchangeEnd> vecEnds;
+        pManager->SetEndReceiver([&](const ExchangeEnd& end) {
             EXPECT_EQ(spy.count(), 0);
             EXPECT_TRUE(pWatched->HasEnded()) << "whoever is told may not delete it any more";
             vecEnds.push_back(end);
@@ -239,7 +239,7 @@ TEST(NAManagerEnd, IsToldOnceBeforeTheAnswerAndWhereNoneComes)
         EXPECT_EQ(vecEnds[0].eKind, row.eKind) << row.strReply;
         EXPECT_EQ(vecEnds[0].nHttpStatus, row.nHttpStatus);
         EXPECT_THAT(vecEnds[0].strError.toStdString(), ::testing::HasSubstr(row.szError));
-        EXPECT_EQ(vecEnds[0].strError.isEmpty(), row.eKind == EKind::Object);
+        EXPECT_EQ(vecEnds[0].strError.isEmpty(), row.eKind == Kind::Object);
         EXPECT_EQ(spy.count(), row.nAnswers);
     }
 }

@@ -26,7 +26,7 @@ namespace
 {
 
 using ::testing::HasSubstr;
-using EKind = SExchangeEnd::EKind;
+using Kind = ExchangeEnd::Kind;
 using Ending = ServerStep::Ending;
 
 constexpr int ENOUGH_MS = 30'000;
@@ -98,14 +98,14 @@ class ReplyBody : public ::testing::Test
 protected:
     ReplyBody() { qputenv("CHTTPCLIENT_MAX_REPLY_BYTES", QByteArray::number(quint64{MOST})); }
 
-    static SExchangeEnd Exchange(const ServerStep& step)
+    static ExchangeEnd Exchange(const ServerStep& step)
     {
         const ScriptedServer server(step);
         auto* const pManager = new NAManager(nullptr);
         const QPointer<NAManager> pWatched(pManager);
         const QSignalSpy spy(pManager, &NAManager::signal_reply_finished);
-        std::optional<SExchangeEnd> end;
-        pManager->SetEndReceiver([&end](const SExchangeEnd& got) { end = got; });
+        std::optional<ExchangeEnd> end;
+        pManager->SetEndReceiver([&end](const ExchangeEnd& got) { end = got; });
         pManager->SendRequest(QString::fromStdString(server.Url("/x")), {}, NAManager::METHOD_GET);
         if (!QTest::qWaitFor([&] { return pWatched.isNull(); }, ENOUGH_MS)) {
             delete pWatched;
@@ -113,14 +113,14 @@ protected:
         EXPECT_TRUE(end.has_value());
         EXPECT_EQ(spy.count(), 1);
         if (spy.count() == 1) {
-            EXPECT_EQ(spy.front().at(0).toBool(), end.has_value() && end->eKind == EKind::Object);
+            EXPECT_EQ(spy.front().at(0).toBool(), end.has_value() && end->eKind == Kind::Object);
         }
-        return end.value_or(SExchangeEnd());
+        return end.value_or(ExchangeEnd());
     }
 
-    static void ExpectTooLarge(const SExchangeEnd& end)
+    static void ExpectTooLarge(const ExchangeEnd& end)
     {
-        EXPECT_EQ(end.eKind, EKind::NetworkError);
+        EXPECT_EQ(end.eKind, Kind::NetworkError);
         EXPECT_EQ(end.nHttpStatus, 200);
         EXPECT_THAT(end.strError.toStdString(), HasSubstr("larger than"));
         EXPECT_THAT(end.strError.toStdString(), HasSubstr("1000000 bytes"));
@@ -140,8 +140,8 @@ protected:
 
 TEST_P(ReplyBodyThat, IsAtItsLimitIsReadAndOneByteMoreIsNot)
 {
-    const SExchangeEnd end = Exchange(Step(MOST));
-    EXPECT_EQ(end.eKind, EKind::Object) << end.strError.toStdString();
+    const ExchangeEnd end = Exchange(Step(MOST));
+    EXPECT_EQ(end.eKind, Kind::Object) << end.strError.toStdString();
     ExpectTooLarge(Exchange(Step(MOST + 1)));
 }
 
@@ -171,8 +171,8 @@ TEST_F(ReplyBody, LargerThanWhatQtHoldsAtOnceComesWhole)
         strText[nAt] = static_cast<char>('a' + nAt % 26);
     }
     for (const Framing& framing : FRAMINGS) {
-        const SExchangeEnd end = Exchange(framing.fnStep(strText, ""));
-        EXPECT_EQ(end.eKind, EKind::Object) << framing.szName << ": " << end.strError.toStdString();
+        const ExchangeEnd end = Exchange(framing.fnStep(strText, ""));
+        EXPECT_EQ(end.eKind, Kind::Object) << framing.szName << ": " << end.strError.toStdString();
     }
 }
 
@@ -190,9 +190,9 @@ TEST_F(ReplyBody, ThatIsNotPackedAsItsLabelSaysIsAFailure)
     const std::string strDamaged = "\x78\x9C\xFF"; // a frame, and a block of a type that does not exist
     for (const auto& [szCoding, strBody] :
          {std::pair<const char*, std::string>{"gzip", R"({"a":1})"}, {"deflate", strDamaged}}) {
-        const SExchangeEnd end =
+        const ExchangeEnd end =
             Exchange({HttpReply(200, strBody, std::string("Content-Encoding: ") + szCoding + "\r\n")});
-        EXPECT_EQ(end.eKind, EKind::NetworkError) << szCoding;
+        EXPECT_EQ(end.eKind, Kind::NetworkError) << szCoding;
         EXPECT_EQ(end.nHttpStatus, 200);
         EXPECT_THAT(end.strError.toStdString(),
                     HasSubstr(std::string("labelled ") + szCoding + ", but can't be unpacked"));
@@ -201,15 +201,14 @@ TEST_F(ReplyBody, ThatIsNotPackedAsItsLabelSaysIsAFailure)
 
 TEST_F(ReplyBody, IsReadWhereBytesFollowItsEnd)
 {
-    const SExchangeEnd end =
-        Exchange({HttpReply(200, Gzipped("{}") + "after", "Content-Encoding: gzip\r\n")});
-    EXPECT_EQ(end.eKind, EKind::Object) << end.strError.toStdString();
+    const ExchangeEnd end = Exchange({HttpReply(200, Gzipped("{}") + "after", "Content-Encoding: gzip\r\n")});
+    EXPECT_EQ(end.eKind, Kind::Object) << end.strError.toStdString();
 }
 
 TEST_F(ReplyBody, InACodingThatNobodyAskedForIsReadAsItIs)
 {
-    const SExchangeEnd end = Exchange({HttpReply(200, "{}", "Content-Encoding: utf-8\r\n")});
-    EXPECT_EQ(end.eKind, EKind::Object) << end.strError.toStdString();
+    const ExchangeEnd end = Exchange({HttpReply(200, "{}", "Content-Encoding: utf-8\r\n")});
+    EXPECT_EQ(end.eKind, Kind::Object) << end.strError.toStdString();
 }
 
 TEST_F(ReplyBody, IsAskedForInTheCodingsThatCanBeUnpacked)

@@ -17,18 +17,18 @@ TEST(ExchangeLimits, OfTheEnvironmentAreThoseOfTheBlockingInterface)
 {
     ::setenv(EXCHANGE_TIMEOUT_VARIABLE, "1", 1);
     ::setenv(REPLY_BYTES_VARIABLE, "9223372036854775807", 1);
-    EXPECT_EQ(ExchangeLimits().timeout.count(), 1);
-    EXPECT_EQ(ExchangeLimits().nMaxReplyBytes, 9'223'372'036'854'775'807U);
+    EXPECT_EQ(ExchangeLimitsInForce().timeout.count(), 1);
+    EXPECT_EQ(ExchangeLimitsInForce().nMaxReplyBytes, 9'223'372'036'854'775'807U);
 }
 
 TEST(ExchangeLimits, OfTheBlockingInterfaceAreReadOnce)
 {
-    EXPECT_EQ(ExchangeLimits().timeout.count(), 60'000);
-    EXPECT_EQ(ExchangeLimits().nMaxReplyBytes, 67'108'864U);
+    EXPECT_EQ(ExchangeLimitsInForce().timeout.count(), 60'000);
+    EXPECT_EQ(ExchangeLimitsInForce().nMaxReplyBytes, 67'108'864U);
     ::setenv(EXCHANGE_TIMEOUT_VARIABLE, "7", 1);
     ::setenv(REPLY_BYTES_VARIABLE, "7", 1);
-    EXPECT_EQ(ExchangeLimits().timeout.count(), 60'000);
-    EXPECT_EQ(ExchangeLimits().nMaxReplyBytes, 67'108'864U);
+    EXPECT_EQ(ExchangeLimitsInForce().timeout.count(), 60'000);
+    EXPECT_EQ(ExchangeLimitsInForce().nMaxReplyBytes, 67'108'864U);
     std::vector<std::string> vecComplaints;
     EXPECT_EQ(ReadExchangeLimits(vecComplaints).timeout.count(), 7);
     EXPECT_THAT(vecComplaints, IsEmpty());
@@ -39,7 +39,7 @@ TEST(ExchangeLimits, ThatAreNoNumbersInTheirRangeAreComplainedOf)
     ::setenv(EXCHANGE_TIMEOUT_VARIABLE, "2147483648", 1);
     ::setenv(REPLY_BYTES_VARIABLE, "64M", 1);
     std::vector<std::string> vecComplaints;
-    const SExchangeLimits limits = ReadExchangeLimits(vecComplaints);
+    const ExchangeLimits limits = ReadExchangeLimits(vecComplaints);
     EXPECT_EQ(limits.timeout.count(), 60'000);
     EXPECT_EQ(limits.nMaxReplyBytes, 67'108'864U);
     EXPECT_THAT(vecComplaints,

@@ -27,24 +27,24 @@ std::string TextOf(int nNumber)
 
 /// Writes packed bytes in pieces of that size.
 /// @return what was unpacked
-std::string Unpack(CInflater& inflater, const std::string& strPacked, std::size_t nPiece)
+std::string Unpack(Inflater& inflater, const std::string& strPacked, std::size_t nPiece)
 {
     std::string strText;
     for (std::size_t nAt = 0; nAt < strPacked.size(); nAt += nPiece) {
-        const EUnpacked eResult =
+        const Unpacked eResult =
             inflater.Write(std::string_view(strPacked).substr(nAt, nPiece), [&](std::string_view strPart) {
                 EXPECT_FALSE(strPart.empty());
                 strText += strPart;
                 return true;
             });
-        EXPECT_EQ(eResult, EUnpacked::Well);
+        EXPECT_EQ(eResult, Unpacked::Well);
     }
     return strText;
 }
 
 TEST(Inflater, TakesAnyNumberOfMembers)
 {
-    CInflater inflater(CInflater::Format::Gzip);
+    Inflater inflater(Inflater::Format::Gzip);
     for (int nMember = 1; nMember <= 20; ++nMember) {
         const std::string strPacked = Gzipped(TextOf(nMember));
         std::string strText = Unpack(inflater, strPacked.substr(0, 100), 100);
@@ -61,7 +61,7 @@ TEST(Inflater, TakesMembersThatComeAtOnceOrByteByByte)
     const std::string strText = TextOf(1) + std::string(1'000'000, 'x');
     const std::string strPacked = Gzipped(strText) + Gzipped("") + Gzipped(strText);
     for (const std::size_t nPiece : {strPacked.size(), std::size_t{1}}) {
-        CInflater inflater(CInflater::Format::Gzip);
+        Inflater inflater(Inflater::Format::Gzip);
         EXPECT_TRUE(Unpack(inflater, strPacked, nPiece) == strText + strText) << nPiece;
         EXPECT_TRUE(inflater.IsComplete()) << nPiece;
     }
@@ -69,7 +69,7 @@ TEST(Inflater, TakesMembersThatComeAtOnceOrByteByByte)
 
 TEST(Inflater, IsCompleteBeforeTheFirstByteAndNotAfterIt)
 {
-    CInflater inflater(CInflater::Format::Gzip);
+    Inflater inflater(Inflater::Format::Gzip);
     EXPECT_TRUE(inflater.IsComplete());
     Unpack(inflater, Gzipped("text").substr(0, 1), 1);
     EXPECT_FALSE(inflater.IsComplete());
@@ -90,7 +90,7 @@ class Deflates : public ::testing::TestWithParam<Deflate>
 TEST_P(Deflates, AreUnpackedWithAndWithoutAFrame)
 {
     for (const std::size_t nPiece : {GetParam().strPacked.size(), std::size_t{1}}) {
-        CInflater inflater(CInflater::Format::Deflate);
+        Inflater inflater(Inflater::Format::Deflate);
         EXPECT_TRUE(Unpack(inflater, GetParam().strPacked, nPiece) == GetParam().strText) << nPiece;
         EXPECT_TRUE(inflater.IsComplete()) << nPiece;
     }
@@ -122,7 +122,7 @@ TEST(Inflater, GivesWhatIsLeftWhenAPieceIsFull)
     for (std::size_t nOver = 0; nOver < 600; ++nOver) {
         const std::string strText(16 * 1024 + nOver, 'x');
         const std::string strPacked = RawDeflated(strText);
-        CInflater inflater(CInflater::Format::Deflate);
+        Inflater inflater(Inflater::Format::Deflate);
         EXPECT_EQ(Unpack(inflater, strPacked, strPacked.size()).size(), strText.size());
         EXPECT_TRUE(inflater.IsComplete()) << nOver;
     }
@@ -131,10 +131,10 @@ TEST(Inflater, GivesWhatIsLeftWhenAPieceIsFull)
 TEST(Inflater, TakesNothingBehindTheEndOfADeflate)
 {
     for (const std::string& strPacked : {Deflated("text"), RawDeflated("text")}) {
-        CInflater inflater(CInflater::Format::Deflate);
+        Inflater inflater(Inflater::Format::Deflate);
         EXPECT_EQ(Unpack(inflater, strPacked, strPacked.size()), "text");
         EXPECT_EQ(inflater.Write(strPacked, [](std::string_view /*strPart*/) { return true; }),
-                  EUnpacked::Damaged);
+                  Unpacked::Damaged);
     }
 }
 
@@ -144,16 +144,16 @@ TEST(Inflater, EndsAtDamageAndWhereTheSinkTakesNoMore)
         EXPECT_EQ(++nCalls, 1);
         return false;
     };
-    CInflater refused(CInflater::Format::Gzip);
-    EXPECT_EQ(refused.Write(Gzipped(TextOf(1)), fnTakeNothing), EUnpacked::Refused);
-    CInflater damaged(CInflater::Format::Gzip);
-    EXPECT_EQ(damaged.Write("This is no gzip.", fnTakeNothing), EUnpacked::Damaged);
+    Inflater refused(Inflater::Format::Gzip);
+    EXPECT_EQ(refused.Write(Gzipped(TextOf(1)), fnTakeNothing), Unpacked::Refused);
+    Inflater damaged(Inflater::Format::Gzip);
+    EXPECT_EQ(damaged.Write("This is no gzip.", fnTakeNothing), Unpacked::Damaged);
 }
 
 TEST(Inflater, TakesTwiceTheLimitAndTwoKibibytesMore)
 {
     const auto fnTakeAll = [](std::string_view /*strPart*/) { return true; };
-    CInflater inflater(CInflater::Format::Gzip);
+    Inflater inflater(Inflater::Format::Gzip);
     inflater.Write(std::string(2 * (1000 + 1024) + 1, 'x'), fnTakeAll);
     EXPECT_FALSE(inflater.HasTakenTooMuch(1000));
     inflater.Write("x", fnTakeAll);
@@ -164,7 +164,7 @@ TEST(Inflater, LeavesNoMemoryBehind)
 {
     const std::string strPacked = Gzipped(TextOf(1));
     const auto fnUnpackOne = [&] {
-        CInflater inflater(CInflater::Format::Gzip);
+        Inflater inflater(Inflater::Format::Gzip);
         Unpack(inflater, strPacked, 5000);
     };
     fnUnpackOne();
@@ -178,7 +178,7 @@ TEST(Inflater, LeavesNoMemoryBehind)
 TEST(Inflater, CountsWhatItTookInAllPiecesOfAllMembers)
 {
     const std::string strNothing = Gzipped("");
-    CInflater inflater(CInflater::Format::Gzip);
+    Inflater inflater(Inflater::Format::Gzip);
     std::size_t nTaken = 0;
     while (!inflater.HasTakenTooMuch(1000) && nTaken < 100'000) {
         EXPECT_EQ(Unpack(inflater, strNothing, 7), "");
@@ -197,8 +197,8 @@ TEST(Inflater, OfOneBodyHasNothingToDoWithThoseOfOthers)
             const std::string strGzip = Gzipped(strText);
             const std::string strDeflate = RawDeflated(strText);
             for (int nBody = 0; nBody < 50; ++nBody) {
-                CInflater gzip(CInflater::Format::Gzip);
-                CInflater deflate(CInflater::Format::Deflate);
+                Inflater gzip(Inflater::Format::Gzip);
+                Inflater deflate(Inflater::Format::Deflate);
                 EXPECT_TRUE(Unpack(gzip, strGzip, 5000) == strText);
                 EXPECT_TRUE(Unpack(deflate, strDeflate, 5000) == strText);
             }

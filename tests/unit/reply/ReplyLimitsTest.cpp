@@ -23,13 +23,13 @@ using ::testing::StartsWith;
 /// Longer than any count in these tests, so that the size alone decides nothing.
 const std::string BLANKS(1000, ' ');
 
-struct SCounted {
+struct Counted {
     const char* szName;
     std::string strBody;
     std::size_t nValues;
 };
 
-void PrintTo(const SCounted& counted, std::ostream* pStream)
+void PrintTo(const Counted& counted, std::ostream* pStream)
 {
     *pStream << counted.szName;
 }
@@ -43,7 +43,7 @@ std::string Zeros(std::size_t nZeros)
     return strZeros;
 }
 
-class CountedValues : public ::testing::TestWithParam<SCounted>
+class CountedValues : public ::testing::TestWithParam<Counted>
 {
 };
 
@@ -59,24 +59,24 @@ TEST_P(CountedValues, AreTheirNumberExactly)
 INSTANTIATE_TEST_SUITE_P(
     Each, CountedValues,
     ::testing::Values(
-        SCounted{"Number", "1", 1}, SCounted{"EmptyObject", "{}", 1}, SCounted{"EmptyArray", "[ \n ]", 1},
-        SCounted{"Array", "[1]", 2}, SCounted{"ArrayOfTwo", "[1,2]", 3}, SCounted{"Object", R"({"a":1})", 2},
-        SCounted{"ObjectOfTwo", R"({"a":1 , "b":[]})", 3}, SCounted{"Nested", R"([[[]],{"a":{}}])", 5},
-        SCounted{"OpenBrackets", "[[[[", 4}, SCounted{"EmptyArraysInAnArray", "[[],[],[]]", 4},
-        SCounted{"OpenBraces", "{{{{", 4}, SCounted{"SlashAtTheEnd", R"(["[[[",1/)", 3},
-        SCounted{"CommasAlone", "  ,,,,", 5}, SCounted{"CommasInAText", R"([",,,[[[{{{",1])", 3},
-        SCounted{"EscapedQuote", R"(["\",[,[,[\"",1])", 3},
-        SCounted{"EscapedBackslashAtTheEnd", R"(["\\",[1],"\\\\"])", 5},
-        SCounted{"TextNeverClosed", R"(["a,[,[,)", 2}, SCounted{"BackslashAtTheEnd", "[\"a\\", 2},
-        SCounted{"CommasInAComment", "/* ,[,[ */[1,/*,*/2]//,[[\n", 3},
-        SCounted{"QuoteInAComment", "/*\"*/[" + Zeros(300) + "]", 301},
-        SCounted{"QuoteInALineComment", "//\"\r[" + Zeros(300) + "]", 301},
-        SCounted{"CommentThatEndsAtOnce", "/**/[" + Zeros(9) + "]", 10},
-        SCounted{"LineCommentThatEndsAtOnce", "//\n[" + Zeros(9) + "]", 10},
-        SCounted{"StarThatEndsNoComment", "/*/[,[,*/[1]", 2}, SCounted{"CommentNeverClosed", "[1/*,,,", 2},
-        SCounted{"CommentMarkInAText", R"(["/*",1,"//",2])", 5}, SCounted{"SlashAlone", "[1/,2]", 3},
-        SCounted{"Many", "[" + Zeros(100'000) + "]", 100'001},
-        SCounted{"ManyDeep", std::string(100'000, '[') + std::string(100'000, ']'), 100'000}),
+        Counted{"Number", "1", 1}, Counted{"EmptyObject", "{}", 1}, Counted{"EmptyArray", "[ \n ]", 1},
+        Counted{"Array", "[1]", 2}, Counted{"ArrayOfTwo", "[1,2]", 3}, Counted{"Object", R"({"a":1})", 2},
+        Counted{"ObjectOfTwo", R"({"a":1 , "b":[]})", 3}, Counted{"Nested", R"([[[]],{"a":{}}])", 5},
+        Counted{"OpenBrackets", "[[[[", 4}, Counted{"EmptyArraysInAnArray", "[[],[],[]]", 4},
+        Counted{"OpenBraces", "{{{{", 4}, Counted{"SlashAtTheEnd", R"(["[[[",1/)", 3},
+        Counted{"CommasAlone", "  ,,,,", 5}, Counted{"CommasInAText", R"([",,,[[[{{{",1])", 3},
+        Counted{"EscapedQuote", R"(["\",[,[,[\"",1])", 3},
+        Counted{"EscapedBackslashAtTheEnd", R"(["\\",[1],"\\\\"])", 5},
+        Counted{"TextNeverClosed", R"(["a,[,[,)", 2}, Counted{"BackslashAtTheEnd", "[\"a\\", 2},
+        Counted{"CommasInAComment", "/* ,[,[ */[1,/*,*/2]//,[[\n", 3},
+        Counted{"QuoteInAComment", "/*\"*/[" + Zeros(300) + "]", 301},
+        Counted{"QuoteInALineComment", "//\"\r[" + Zeros(300) + "]", 301},
+        Counted{"CommentThatEndsAtOnce", "/**/[" + Zeros(9) + "]", 10},
+        Counted{"LineCommentThatEndsAtOnce", "//\n[" + Zeros(9) + "]", 10},
+        Counted{"StarThatEndsNoComment", "/*/[,[,*/[1]", 2}, Counted{"CommentNeverClosed", "[1/*,,,", 2},
+        Counted{"CommentMarkInAText", R"(["/*",1,"//",2])", 5}, Counted{"SlashAlone", "[1/,2]", 3},
+        Counted{"Many", "[" + Zeros(100'000) + "]", 100'001},
+        Counted{"ManyDeep", std::string(100'000, '[') + std::string(100'000, ']'), 100'000}),
     ::testing::PrintToStringParamName());
 
 TEST(ReplyLimits, AnEmptyBodyHoldsNoValueTooMany)
@@ -105,7 +105,7 @@ private:
 TEST(ReplyLimits, HaveDefaults)
 {
     std::vector<std::string> vecComplaints;
-    const SReplyLimits limits = ReadReplyLimits(vecComplaints);
+    const ReplyLimits limits = ReadReplyLimits(vecComplaints);
     EXPECT_EQ(limits.nValues, 2'000'000U);
     EXPECT_EQ(limits.nListElements, 250'000U);
     EXPECT_THAT(vecComplaints, IsEmpty());
@@ -116,7 +116,7 @@ TEST(ReplyLimits, AreTakenFromTheEnvironment)
     const Variable values(REPLY_VALUES_VARIABLE, "1");
     const Variable elements(LIST_ELEMENTS_VARIABLE, "2147483647");
     std::vector<std::string> vecComplaints;
-    const SReplyLimits limits = ReadReplyLimits(vecComplaints);
+    const ReplyLimits limits = ReadReplyLimits(vecComplaints);
     EXPECT_EQ(limits.nValues, 1U);
     EXPECT_EQ(limits.nListElements, 2'147'483'647U);
     EXPECT_THAT(vecComplaints, IsEmpty());
@@ -153,9 +153,9 @@ TEST(ReplyLimits, AreComplainedOfOneAfterTheOther)
 
 TEST(ReplyLimits, AreReadOnce)
 {
-    const std::size_t nBefore = ReplyLimits().nValues;
+    const std::size_t nBefore = ReplyLimitsInForce().nValues;
     const Variable values(REPLY_VALUES_VARIABLE, "7");
-    EXPECT_EQ(ReplyLimits().nValues, nBefore);
+    EXPECT_EQ(ReplyLimitsInForce().nValues, nBefore);
 }
 
 #if !defined(_WIN32)

@@ -42,7 +42,7 @@ std::string DescribePayload(int nType, const SResponseHeader& header)
     }
 }
 
-struct SAnswers {
+struct Answers {
     int nCalls = 0;
     int nResult = 0;
     std::string strPayload;
@@ -56,12 +56,12 @@ protected:
     bool AnswerWithFailing(int nAllocation, bool bFailsOn, int nHttpError = 0)
     {
         m_answers = {};
-        SAnswers* const pAnswers = &m_answers;
+        Answers* const pAnswers = &m_answers;
         // Too large for the internal buffer of a std::function.
         const std::array<void*, 8> arLarge{pAnswers};
         m_client.SetResponseCallBack([arLarge](int nType, const void*, const void* pHeader, int nResult) {
             EndFailing(); // the receiver's own allocations are not tested
-            auto* const pReceived = static_cast<SAnswers*>(arLarge[0]);
+            auto* const pReceived = static_cast<Answers*>(arLarge[0]);
             ++pReceived->nCalls;
             pReceived->nResult = nResult;
             pReceived->strPayload = DescribePayload(nType, *static_cast<const SResponseHeader*>(pHeader));
@@ -75,7 +75,7 @@ protected:
     }
 
     /// The answer when memory is plentiful.
-    SAnswers GoodAnswer()
+    Answers GoodAnswer()
     {
         EXPECT_FALSE(AnswerWithFailing(std::numeric_limits<int>::max(), false));
         EXPECT_EQ(m_answers.nCalls, 1);
@@ -90,7 +90,7 @@ protected:
     }
 
     const std::string m_strReply = RichReply();
-    SAnswers m_answers;
+    Answers m_answers;
 };
 
 TEST_P(OutOfMemory, IsAFailedReplyWithItsOneAnswer)
@@ -100,7 +100,7 @@ TEST_P(OutOfMemory, IsAFailedReplyWithItsOneAnswer)
         GTEST_SKIP() << "all its memory comes from jsoncpp's DLL, which has an operator new of its own";
     }
 #endif
-    const SAnswers good = GoodAnswer();
+    const Answers good = GoodAnswer();
     int nFailures = 0;
     for (const bool bFailsOn : {false, true}) {
         for (int nAllocation = 1; AnswerWithFailing(nAllocation, bFailsOn); ++nAllocation) {

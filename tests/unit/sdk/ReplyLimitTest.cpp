@@ -8,15 +8,15 @@ namespace
 {
 
 /// Sets limits, which the client reads when it is created.
-struct SLimits {
-    SLimits()
+struct Limits {
+    Limits()
     {
         ::setenv(LIST_ELEMENTS_VARIABLE, "3", 1);
         ::setenv(REPLY_VALUES_VARIABLE, "100", 1);
     }
 };
 
-class ReplyLimit : public SLimits, public SdkTest
+class ReplyLimit : public Limits, public SdkTest
 {
 protected:
     static std::string Zeros(int nCount)

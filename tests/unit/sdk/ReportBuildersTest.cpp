@@ -14,7 +14,7 @@ const std::string HEADER = "Content-Type: application/json; charset=utf-8/gb2312
 
 std::string HostName()
 {
-    const CSocketsStartUp sockets;
+    const SocketsStartUp sockets;
     std::array<char, 256> name{};
     return gethostname(name.data(), name.size()) == 0 ? name.data() : "";
 }

@@ -78,7 +78,7 @@ constexpr const char* YES = "{\"success\":true,\"code\":0}";
 constexpr int REFUSED = -7;
 constexpr int CANCELLED = -42;
 
-struct SNotTaken : std::exception {
+struct NotTaken : std::exception {
 };
 
 /// A request of each kind, made repeatedly, and ended each time in the test's way.
@@ -160,8 +160,8 @@ TEST_P(UserDataCount, IsEvenAfterAFailure)
 
 TEST_P(UserDataCount, IsEvenAfterATransportThatThrows)
 {
-    m_transport.fnOnSend = [](const RecordedRequest&) { throw SNotTaken(); };
-    ExpectNothingStaysOf([this] { EXPECT_THROW(Send(), SNotTaken); });
+    m_transport.fnOnSend = [](const RecordedRequest&) { throw NotTaken(); };
+    ExpectNothingStaysOf([this] { EXPECT_THROW(Send(), NotTaken); });
 }
 
 TEST_P(UserDataCount, IsEvenAfterATransportThatRefusesWithinTheCall)
@@ -174,9 +174,9 @@ TEST_P(UserDataCount, IsEvenAfterATransportThatRefusesWithinTheCallAndThrows)
 {
     m_transport.fnOnSend = [this](const RecordedRequest& request) {
         Answer(request, REFUSED);
-        throw SNotTaken();
+        throw NotTaken();
     };
-    ExpectNothingStaysOf([this] { EXPECT_THROW(Send(), SNotTaken); });
+    ExpectNothingStaysOf([this] { EXPECT_THROW(Send(), NotTaken); });
 }
 
 TEST_P(UserDataCount, IsEvenAfterAnAnswerThatComesTwice)
@@ -190,7 +190,7 @@ TEST_P(UserDataCount, IsEvenAfterAnAnswerThatComesTwice)
 
 TEST_P(UserDataCount, IsEvenAfterAReceiverThatThrows)
 {
-    SetReceiver([](int, const void*, const SResponseHeader&, int) { throw SNotTaken(); });
+    SetReceiver([](int, const void*, const SResponseHeader&, int) { throw NotTaken(); });
     ExpectNothingStaysOf([this] { Answer(Send()); });
 }
 

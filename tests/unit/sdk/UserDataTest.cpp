@@ -15,7 +15,7 @@ namespace
 
 /// Counts how often each of its objects is freed. None is really freed, so that no address is used twice,
 /// except under the address sanitizer, which itself detects a second free.
-class CWatched
+class Watched
 {
 public:
     void Add(void* pObject)
@@ -59,7 +59,7 @@ private:
     int m_arFreed[MOST] = {};
 };
 
-CWatched g_watched;
+Watched g_watched;
 
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool COUNTS = false;
@@ -105,7 +105,7 @@ const Operation OPERATIONS[] = {
 
 constexpr const char* YES = "{\"success\":true,\"code\":0}";
 
-struct SNotTaken : std::exception {
+struct NotTaken : std::exception {
 };
 
 /// A site's own transport, which answers and throws as a test requires.
@@ -140,7 +140,7 @@ protected:
         };
         try {
             GetParam().fnSend(m_client);
-        } catch (const SNotTaken&) {
+        } catch (const NotTaken&) {
             return true;
         }
         return false;
@@ -165,7 +165,7 @@ protected:
 
 TEST_P(HostileTransport, ThatThrowsLeavesTheUserDataToTheSdk)
 {
-    EXPECT_TRUE(Send([](const RecordedRequest&) { throw SNotTaken(); }));
+    EXPECT_TRUE(Send([](const RecordedRequest&) { throw NotTaken(); }));
     EXPECT_EQ(m_nAnswers, 0);
     ExpectFreedOnce();
 }
@@ -174,7 +174,7 @@ TEST_P(HostileTransport, ThatAnswersWithinTheCallAndThenThrows)
 {
     EXPECT_TRUE(Send([this](const RecordedRequest& request) {
         Answer(request);
-        throw SNotTaken();
+        throw NotTaken();
     }));
     EXPECT_EQ(m_nAnswers, 1);
     EXPECT_EQ(m_nContexts, 1);
@@ -183,7 +183,7 @@ TEST_P(HostileTransport, ThatAnswersWithinTheCallAndThenThrows)
 
 TEST_P(HostileTransport, ThatThrowsAndAnswersLater)
 {
-    EXPECT_TRUE(Send([](const RecordedRequest&) { throw SNotTaken(); }));
+    EXPECT_TRUE(Send([](const RecordedRequest&) { throw NotTaken(); }));
     Answer(m_request);
     EXPECT_EQ(m_nAnswers, 1);
     EXPECT_EQ(m_nContexts, 0); // the context is gone
@@ -232,7 +232,7 @@ TEST_P(HostileTransport, ThatAnswersOnAnotherThreadWhileTheCallThrows)
             if (i % 2 == 0) {
                 std::this_thread::yield();
             }
-            throw SNotTaken();
+            throw NotTaken();
         }));
         thread.join();
         ExpectFreedOnce();

@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr const char* NAME = "KTS_TEST_NUMBER";
-constexpr SNumberRange FROM_NOUGHT{0, 10};
+constexpr NumberRange FROM_NOUGHT{0, 10};
 
 class NumberOfTheEnvironment : public testing::Test
 {

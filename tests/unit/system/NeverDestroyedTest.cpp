@@ -16,29 +16,29 @@ int g_nMade = 0;
 int g_nDestroyed = 0;
 
 /// Counts its lives; the first one fails where that is asked for.
-struct SCounted {
-    SCounted(std::string strGiven, bool bFirstFails) : strText(std::move(strGiven))
+struct Counted {
+    Counted(std::string strGiven, bool bFirstFails) : strText(std::move(strGiven))
     {
         if (++g_nMade == 1 && bFirstFails) {
             throw std::runtime_error("not yet");
         }
     }
-    ~SCounted() { ++g_nDestroyed; }
-    SCounted(const SCounted&) = delete;
-    SCounted& operator=(const SCounted&) = delete;
+    ~Counted() { ++g_nDestroyed; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
 
     std::string strText;
 };
 
-SCounted& Once()
+Counted& Once()
 {
-    static const NeverDestroyed<SCounted> object("a", false);
+    static const NeverDestroyed<Counted> object("a", false);
     return *object;
 }
 
-SCounted& AtTheSecondTry()
+Counted& AtTheSecondTry()
 {
-    static const NeverDestroyed<SCounted> object("b", true);
+    static const NeverDestroyed<Counted> object("b", true);
     return *object;
 }
 
@@ -47,7 +47,7 @@ SCounted& AtTheSecondTry()
 TEST(ObjectNeverDestroyed, IsMadeByTheFirstWhoAsksForItAndIsTheSameForAll)
 {
     EXPECT_EQ(g_nMade, 0);
-    SCounted& first = Once();
+    Counted& first = Once();
     EXPECT_EQ(first.strText, "a");
     EXPECT_EQ(&Once(), &first);
     EXPECT_EQ(g_nMade, 1);
@@ -56,7 +56,7 @@ TEST(ObjectNeverDestroyed, IsMadeByTheFirstWhoAsksForItAndIsTheSameForAll)
 // A static object of this type puts up nothing for the end of the process.
 TEST(ObjectNeverDestroyed, HasNoDestructorToBeCalled)
 {
-    EXPECT_TRUE(std::is_trivially_destructible_v<NeverDestroyed<SCounted>>);
+    EXPECT_TRUE(std::is_trivially_destructible_v<NeverDestroyed<Counted>>);
     {
         const NeverDestroyed<int> number(7);
         EXPECT_EQ(*number, 7);

@@ -20,12 +20,12 @@ namespace fs = std::filesystem;
 namespace
 {
 
-struct SRefusals {
+struct Refusals {
     const char* szName;
     int nRenaming; ///< the error of a renaming that replaces nothing
     int nLink;     ///< the same of a link; 0 where links work
 
-    friend void PrintTo(const SRefusals& row, std::ostream* pOut) { *pOut << row.szName; }
+    friend void PrintTo(const Refusals& row, std::ostream* pOut) { *pOut << row.szName; }
 };
 
 /// Makes the call fail with this error; 0 for no failure.
@@ -34,7 +34,7 @@ FailingCall Failing(const char* szCall, int nError)
     return FailingCall(szCall, nError, 0, nError == 0 ? 0 : FailingCall::ALWAYS);
 }
 
-class FileToRename : public testing::TestWithParam<SRefusals>
+class FileToRename : public testing::TestWithParam<Refusals>
 {
 protected:
     FileToRename() { std::ofstream(m_from) << "text"; }
@@ -70,12 +70,12 @@ TEST_P(FileToRename, StaysWhereAnotherHasTheName)
 }
 
 INSTANTIATE_TEST_SUITE_P(Where, FileToRename,
-                         testing::Values(SRefusals{"AllIsKnown", 0, 0},
-                                         SRefusals{"TheFlagIsUnknown", EINVAL, 0},
-                                         SRefusals{"TheCallIsUnknown", ENOSYS, 0},
-                                         SRefusals{"LinksAreRefused", EINVAL, EPERM},
-                                         SRefusals{"LinksAreUnknown", EINVAL, ENOSYS},
-                                         SRefusals{"LinksAreUnsupported", EINVAL, EOPNOTSUPP}),
+                         testing::Values(Refusals{"AllIsKnown", 0, 0},
+                                         Refusals{"TheFlagIsUnknown", EINVAL, 0},
+                                         Refusals{"TheCallIsUnknown", ENOSYS, 0},
+                                         Refusals{"LinksAreRefused", EINVAL, EPERM},
+                                         Refusals{"LinksAreUnknown", EINVAL, ENOSYS},
+                                         Refusals{"LinksAreUnsupported", EINVAL, EOPNOTSUPP}),
                          testing::PrintToStringParamName());
 
 TEST_F(FileToRename, IsNotLinkedWhereItsRenamingFailsForAnotherReason)

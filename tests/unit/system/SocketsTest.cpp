@@ -11,7 +11,7 @@
 
 TEST(SocketsOfTheSystem, AreUpAtOnce)
 {
-    EXPECT_TRUE(CSocketsStartUp().IsUp());
+    EXPECT_TRUE(SocketsStartUp().IsUp());
 }
 
 TEST(NameOfTheMachine, IsEmptyWhereTheSystemTellsNone)

@@ -12,15 +12,15 @@
 #include <string>
 #include <thread>
 
-struct SRecord {
+struct Record {
     std::string strText;
 };
-Q_DECLARE_METATYPE(SRecord)
+Q_DECLARE_METATYPE(Record)
 
 namespace
 {
 
-class CSender : public QObject
+class Sender : public QObject
 {
     Q_OBJECT
 
@@ -44,10 +44,10 @@ int main(int argc, char** argv)
         nRead = nNumber;
         loop.quit();
     };
-    CSender sender;
-    QObject::connect(&sender, &CSender::SigTold, &loop, Handle);
-    QObject::connect(&sender, &CSender::SigRecord, &loop, [&](const QVariant& varRecord) {
-        nLength = varRecord.value<SRecord>().strText.size();
+    Sender sender;
+    QObject::connect(&sender, &Sender::SigTold, &loop, Handle);
+    QObject::connect(&sender, &Sender::SigRecord, &loop, [&](const QVariant& varRecord) {
+        nLength = varRecord.value<Record>().strText.size();
         Handle();
     });
     std::thread other([&] {
@@ -57,7 +57,7 @@ int main(int argc, char** argv)
         if (strHow == "signal") {
             Q_EMIT sender.SigTold();
         } else if (strHow == "record") {
-            Q_EMIT sender.SigRecord(QVariant::fromValue(SRecord{std::string(100, 'x')}));
+            Q_EMIT sender.SigRecord(QVariant::fromValue(Record{std::string(100, 'x')}));
         } else {
             QMetaObject::invokeMethod(&loop, Handle, Qt::QueuedConnection);
         }
