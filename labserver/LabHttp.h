@@ -3,7 +3,7 @@
 #include "labserver/LabConnection.h"
 #include "labserver/LabGate.h"
 #include "labserver/LabListener.h"
-#include "labserver/LabServer.h"
+#include "labserver/LabServerOptions.h"
 #include "labserver/StopSignal.h"
 
 #include <httplib.h>

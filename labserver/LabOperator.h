@@ -1,6 +1,6 @@
 #pragma once
 
-#include "labserver/LabRoutes.h"
+#include "labserver/LabHandler.h"
 
 // Handlers for the data that the server's operator sets, and for the faults that a test asks for.
 

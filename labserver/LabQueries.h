@@ -1,6 +1,6 @@
 #pragma once
 
-#include "labserver/LabRoutes.h"
+#include "labserver/LabHandler.h"
 
 // The answers to clients' queries. A parameter that is missing, or is not a number where it should be one, is
 // refused with 400; an empty one is accepted.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "labserver/LabRoutes.h"
+#include "labserver/LabHandler.h"
 
 /// Stores the reports of one kind. A report is stored whole before it is acknowledged, or not at all.
 /// @param szKind name of the kind, as in /lab/reports/NAME

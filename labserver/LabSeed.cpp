@@ -1,7 +1,6 @@
 #include "labserver/LabSeed.h"
 
 #include "labserver/LabJson.h"
-#include "labserver/LabStore.h"
 #include "labserver/LabTables.h"
 
 namespace
@@ -78,12 +77,12 @@ const SeedRows SEED[] = {
 
 } // namespace
 
-void InsertSeed(LabTransaction& transaction)
+void ForEachSeedRow(const std::function<void(const LabTable&, const Json::Value& row)>& fnTake)
 {
     for (const SeedRows& seed : SEED) {
         for (const Json::Value& row : ParseJson(seed.szRows)) {
             RequireRow(row, seed.table);
-            transaction.Insert(seed.table, row);
+            fnTake(seed.table, row);
         }
     }
 }

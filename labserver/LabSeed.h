@@ -1,6 +1,9 @@
 #pragma once
 
-class LabTransaction;
+#include <functional>
+#include <json/json.h>
 
-/// Fills a new store with the data of a small laboratory. @throws SqliteError
-void InsertSeed(LabTransaction& transaction);
+struct LabTable;
+
+/// Hands out the rows of a small laboratory, which a new store begins with, one after the other.
+void ForEachSeedRow(const std::function<void(const LabTable&, const Json::Value& row)>& fnTake);

@@ -1,22 +1,11 @@
 #pragma once
 
 #include "labserver/LabFault.h"
+#include "labserver/LabServerOptions.h"
 
-#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
-
-/// Where a lab server listens and what it keeps.
-struct LabServerOptions {
-    std::string strAddress = "127.0.0.1";
-    int nPort = 0;           ///< 0 takes a free port
-    std::string strDataFile; ///< SQLite file, see LabStore; empty keeps everything in memory
-    /// How long a client may take to send a request once it has begun, and again to take the reply. A client
-    /// that takes longer loses its connection, even if it sends or takes a byte now and then.
-    std::chrono::milliseconds patience{60'000};
-    int nMaxConnections = 256; ///< at a time, each with a thread; a further client is answered 503
-};
 
 /// One request as it arrived, and its answer.
 struct LabExchange {

@@ -104,7 +104,7 @@ void LabStore::Prepare()
         throw std::runtime_error("it is of another version of this server");
     for (const LabTable* pTable : labtables::All())
         m_db.Execute(CreateTableSql(*pTable));
-    InsertSeed(fresh);
+    ForEachSeedRow([&fresh](const LabTable& table, const Json::Value& row) { fresh.Insert(table, row); });
     m_db.Execute("PRAGMA user_version = " + std::to_string(SCHEMA_VERSION));
     fresh.Commit();
 }

@@ -4,6 +4,8 @@
 #include "RequestCatalogue.h"
 #include "UserData.h"
 
+#include "platform/system/NeverDestroyed.h"
+
 #include <ktshttpagent/chttpclient.h>
 #include <ktshttpagent/clog.h>
 
@@ -34,8 +36,8 @@ std::string Envelope(int nCode) noexcept
 // finds it alive. The holder is never destroyed: the transport delivers until the process is gone.
 std::shared_ptr<CDataResponse>& CDataResponse::Holder()
 {
-    static std::shared_ptr<CDataResponse>& pInstance = *new std::shared_ptr<CDataResponse>;
-    return pInstance;
+    static const NeverDestroyed<std::shared_ptr<CDataResponse>> pInstance;
+    return *pInstance;
 }
 
 CDataResponse* CDataResponse::Instance()

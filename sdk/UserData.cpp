@@ -2,6 +2,8 @@
 
 #include "requests/AllRequests.h"
 
+#include "platform/system/NeverDestroyed.h"
+
 #include <mutex>
 #include <unordered_map>
 
@@ -35,9 +37,8 @@ struct RequestsUnderWay {
 
 RequestsUnderWay& UnderWay()
 {
-    static RequestsUnderWay& underWay =
-        *new RequestsUnderWay; // never destroyed: answers come until the process ends
-    return underWay;
+    static const NeverDestroyed<RequestsUnderWay> underWay; // answers come until the process ends
+    return *underWay;
 }
 
 bool TakeUnderWay(int nType, const void* pUserData) noexcept

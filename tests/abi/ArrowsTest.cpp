@@ -1,6 +1,8 @@
 // The top-level folders of the source tree ("rooms") depend on each other in one direction only: agent → sdk
 // → platform, agent → net. These tests check the include lines and the link lines.
 
+#include "SourceTree.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -53,39 +55,6 @@ const std::string PUBLIC = "ktshttpagent";
 
 const fs::path SOURCE_DIR = KTS_SOURCE_DIR;
 const fs::path PUBLIC_DIR = SOURCE_DIR / "include" / PUBLIC;
-
-bool IsSource(const fs::path& path)
-{
-    return path.extension() == ".h" || path.extension() == ".cpp";
-}
-
-/// The name that a line includes, without quotes or brackets; empty when it includes nothing.
-std::string IncludeOf(const std::string& strLine)
-{
-    constexpr const char* BLANKS = " \t";
-    const std::size_t nHash = strLine.find_first_not_of(BLANKS);
-    if (nHash == std::string::npos || strLine[nHash] != '#') {
-        return {};
-    }
-    const std::size_t nWord = strLine.find_first_not_of(BLANKS, nHash + 1);
-    if (nWord == std::string::npos || strLine.compare(nWord, 7, "include") != 0) {
-        return {};
-    }
-    const std::size_t nBegin = strLine.find_first_of("\"<", nWord);
-    const std::size_t nEnd = strLine.find_first_of("\">", nBegin + 1);
-    return nEnd == std::string::npos ? std::string() : strLine.substr(nBegin + 1, nEnd - nBegin - 1);
-}
-
-std::vector<std::string> IncludesOf(std::istream& file)
-{
-    std::vector<std::string> vecIncludes;
-    for (std::string strLine; std::getline(file, strLine);) {
-        if (std::string strInclude = IncludeOf(strLine); !strInclude.empty()) {
-            vecIncludes.push_back(std::move(strInclude));
-        }
-    }
-    return vecIncludes;
-}
 
 bool IsPublic(const std::string& strInclude)
 {

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "labserver/LabFaults.h"
+#include "labserver/LabStore.h"
+
+#include <functional>
+#include <httplib.h>
+#include <json/json.h>
+#include <string>
+
+/// What a handler works on.
+struct LabContext {
+    LabStore& store;
+    LabFaults& faults;
+};
+
+/// A request as passed to its handler.
+struct LabRequest {
+    const httplib::Request& http;
+    std::string strTail; ///< what follows the route's path
+};
+
+/// Answers a request with the body of a reply of status 200. Runs on many threads at a time.
+/// @throws LabError for any other status, SqliteError when the store fails
+using LabHandler = std::function<Json::Value(LabContext&, const LabRequest&)>;
