@@ -10,6 +10,7 @@
 #include "sdk/RequestCatalogue.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/RequestType.h>
 
 #include <rapidjson/document.h>
 
