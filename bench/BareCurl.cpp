@@ -3,7 +3,7 @@
 #include "BareCurl.h"
 
 #include "Clock.h"
-#include "Roads.h"
+#include "Measured.h"
 
 #include <QSemaphore>
 

@@ -102,14 +102,14 @@ std::size_t DecodeByQt(const std::string& strReply)
     return payload.lstProject.size();
 }
 
-Decoder DecoderOf(const std::string& strRoad)
+Decoder DecoderOf(const std::string& strDecoder)
 {
     const std::map<std::string, std::function<Decoder()>> mapMake{
         {"ours", OurDecoder},
         {"rapidjson", [] { return Decoder(ParseBare); }},
         {"qt", [] { return Decoder(DecodeByQt); }},
     };
-    return mapMake.at(strRoad)();
+    return mapMake.at(strDecoder)();
 }
 
 /// Processor time: what other processes take away doesn't count.

@@ -1,7 +1,7 @@
 // One measurement a process: prints its figures, one a line.
 
 #include "InFlight.h"
-#include "Roads.h"
+#include "Measured.h"
 #include "StartUp.h"
 
 #include <QCoreApplication>

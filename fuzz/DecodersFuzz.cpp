@@ -43,7 +43,7 @@ struct Reply {
 };
 
 /// What the SDK knows of a request type, as far as its replies go.
-struct Road {
+struct Decoding {
     void* (*fnNewUserData)(); ///< null where a request carries none
     void (*fnCheckPayload)(const SResponseHeader& header,
                            int nResult); ///< null where the receiver isn't called
@@ -95,9 +95,9 @@ void CheckAcknowledgement(const SResponseHeader& header, int nResult)
     Require(nResult == 0 || nResult == -1, "the result is 0 or -1");
 }
 
-Road RoadOf(int nType)
+Decoding DecodingOf(int nType)
 {
-    static const std::map<int, Road> ROADS{
+    static const std::map<int, Decoding> DECODINGS{
         {3100, {NewEmptyUserData<Requests::GetUserInfo>, CheckUserInfo}},
         {3101, {NewEmptyUserData<Requests::ReportChlStatus>, CheckAcknowledgement}},
         {3102, {nullptr, CheckAcknowledgement}},
@@ -111,8 +111,8 @@ Road RoadOf(int nType)
         {3112, {NewEmptyUserData<Requests::PostUploadData>, nullptr}},
         {3113, {NewEmptyUserData<Requests::ReportCycleData>, nullptr}},
     };
-    const auto found = ROADS.find(nType);
-    return found == ROADS.end() ? Road{nullptr, nullptr} : found->second;
+    const auto found = DECODINGS.find(nType);
+    return found == DECODINGS.end() ? Decoding{nullptr, nullptr} : found->second;
 }
 
 Reply ReadReply(const std::uint8_t* pData, std::size_t nSize)
@@ -139,7 +139,7 @@ void CheckHeader(const Reply& reply, const SResponseHeader& header, int nResult)
     Require(reply.nType == 3100 || header.strMessage.empty(), "only user information has a message");
     Require(!reply.IsFailedExchange() || nResult == ResultOfFailedExchange(reply), "a failed exchange fails");
     RequireNoNul(header.strMessage);
-    const auto fnCheckPayload = RoadOf(reply.nType).fnCheckPayload;
+    const auto fnCheckPayload = DecodingOf(reply.nType).fnCheckPayload;
     Require(fnCheckPayload != nullptr, "only a type that has an answer reaches the receiver");
     fnCheckPayload(header, nResult);
 }
@@ -185,10 +185,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     }
     ClearRecordedLog();
     const Reply reply = ReadReply(pData, nSize);
-    const Road road = RoadOf(reply.nType);
-    const bool bUserData = reply.bUserData && road.fnNewUserData != nullptr;
-    const int nCalls = Deliver(reply, bUserData ? road.fnNewUserData() : nullptr);
-    Require(nCalls == (road.fnCheckPayload != nullptr ? 1 : 0), "one answer for what is answered, none else");
+    const Decoding decoding = DecodingOf(reply.nType);
+    const bool bUserData = reply.bUserData && decoding.fnNewUserData != nullptr;
+    const int nCalls = Deliver(reply, bUserData ? decoding.fnNewUserData() : nullptr);
+    Require(nCalls == (decoding.fnCheckPayload != nullptr ? 1 : 0),
+            "one answer for what is answered, none else");
     CheckLog(reply);
     return 0;
 }

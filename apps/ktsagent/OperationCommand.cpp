@@ -155,11 +155,11 @@ int RunCall(const Operation& operation, OperationCall& call)
 
 void AddSync(CLI::App& command, const Operation& operation, OperationCall& call)
 {
-    const bool bOnlyRoad = !operation.fnSend;
-    call.bSync = bOnlyRoad;
+    const bool bOnlyBlocking = !operation.fnSend;
+    call.bSync = bOnlyBlocking;
     command.add_flag("--sync", call.bSync,
-                     bOnlyRoad ? "call the blocking sender; always so, there is no other"
-                               : "call the blocking sender and print what it returns");
+                     bOnlyBlocking ? "call the blocking sender; always so, there is no other"
+                                   : "call the blocking sender and print what it returns");
     if (!operation.optSync->bEverTrue) {
         command.footer(command.get_footer() +
                        "\nWith --sync the exit status is never 0, since no reply counts as a success here.");

@@ -143,7 +143,7 @@ void Delivery::DeliverWaiting(std::unique_lock<std::mutex>& lock)
 void Delivery::Deliver(ExchangeList& exchanges)
 {
     for (; !exchanges.empty(); exchanges.pop_front()) {
-        m_nOwed.fetch_sub(1); // first: a receiver may send its next request even at a limit of one
+        m_nOutstanding.fetch_sub(1); // first: a receiver may send its next request even at a limit of one
         Deliver(exchanges.front());
     }
 }

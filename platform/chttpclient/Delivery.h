@@ -32,10 +32,10 @@ public:
 
     /// Counts an exchange that will be posted.
     /// @return how many were counted and not yet delivered before
-    std::size_t Owe() { return m_nOwed.fetch_add(1); }
+    std::size_t AddOutstanding() { return m_nOutstanding.fetch_add(1); }
 
-    /// Appends exchanges, each already counted by `Owe`, to the waiting ones, and leaves the list empty. If
-    /// no thread can be started, and after `End`, the receiver is called at once, on this thread.
+    /// Appends exchanges, each already counted by `AddOutstanding`, to the waiting ones, and leaves the list
+    /// empty. If no thread can be started, and after `End`, the receiver is called at once, on this thread.
     void Post(ExchangeList& exchanges);
 
     /// Makes the thread end once everything is delivered, and waits for that. When called on the delivering
@@ -69,7 +69,7 @@ private:
     bool m_bIdle = false;       ///< the thread sleeps
     bool m_bStop = false;
     bool m_bEnded = false;
-    std::atomic<std::size_t> m_nOwed = 0;
+    std::atomic<std::size_t> m_nOutstanding = 0;
 };
 
 } // namespace chttpclient

@@ -119,8 +119,8 @@ void Transport::Send(HttpExchange request)
         const std::lock_guard<std::mutex> lock(m_mutexLoop);
         pLoop = m_pLoop;
     }
-    const std::size_t nOwed = m_delivery.Owe();
-    if (pLoop != nullptr && nOwed >= pLoop->Settings().nMaxOutstanding) {
+    const std::size_t nOutstanding = m_delivery.AddOutstanding();
+    if (pLoop != nullptr && nOutstanding >= pLoop->Settings().nMaxOutstanding) {
         exchange.front().nHttpError = CHttpOutcome::TooManyOutstanding;
     } else if (pLoop == nullptr || !pLoop->Submit(exchange)) {
         exchange.front().nHttpError = CHttpOutcome::NotRunning;

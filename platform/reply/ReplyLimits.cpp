@@ -97,13 +97,13 @@ private:
     {
         const char cKind = m_nPos < m_text.size() ? m_text[m_nPos] : '\0';
         if (cKind == '*') {
-            SkipBehind(m_text.find("*/", m_nPos + 1), 2);
+            SkipPast(m_text.find("*/", m_nPos + 1), 2);
         } else if (cKind == '/') {
-            SkipBehind(m_text.find_first_of("\r\n", m_nPos), 1);
+            SkipPast(m_text.find_first_of("\r\n", m_nPos), 1);
         }
     }
 
-    void SkipBehind(std::size_t nFound, std::size_t nLength) noexcept
+    void SkipPast(std::size_t nFound, std::size_t nLength) noexcept
     {
         m_nPos = nFound == std::string_view::npos ? m_text.size() : nFound + nLength;
     }

@@ -61,6 +61,6 @@ void RemoveVariableIfRightsAreRaised(const char* szName)
 std::string NumberComplaint(const ComplaintWords& words, const char* szName, const std::string& strValue,
                             NumberRange range, const std::string& strDefault)
 {
-    return szName + (words.szBeforeValue + strValue) + words.szBehindValue + std::to_string(range.nMin) +
+    return szName + (words.szBeforeValue + strValue) + words.szAfterValue + std::to_string(range.nMin) +
            " to " + std::to_string(range.nMax) + "; " + strDefault + words.szEnd;
 }

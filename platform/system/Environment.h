@@ -26,10 +26,10 @@ struct NumberRange {
 };
 
 /// The words of a complaint about a value, in order: the variable's name, szBeforeValue, the value,
-/// szBehindValue, the range as "1 to 9", "; ", the default, szEnd.
+/// szAfterValue, the range as "1 to 9", "; ", the default, szEnd.
 struct ComplaintWords {
     const char* szBeforeValue = " is \"";
-    const char* szBehindValue = "\", no number from ";
+    const char* szAfterValue = "\", no number from ";
     const char* szEnd = " stays in force";
 };
 

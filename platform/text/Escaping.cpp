@@ -23,7 +23,7 @@ constexpr Range UNSAFE[] = {
 };
 
 constexpr char32_t REPLACEMENT = 0xfffd;
-constexpr char32_t FIRST_BEHIND_BMP = 0x10000;
+constexpr char32_t FIRST_BEYOND_BMP = 0x10000;
 
 bool IsUnsafe(char32_t character)
 {
@@ -41,7 +41,7 @@ struct Form {
 };
 
 constexpr Form FORMS[] = {
-    {0x80, 0x00, 1, 0}, {0xe0, 0xc0, 2, 0x80}, {0xf0, 0xe0, 3, 0x800}, {0xf8, 0xf0, 4, FIRST_BEHIND_BMP}};
+    {0x80, 0x00, 1, 0}, {0xe0, 0xc0, 2, 0x80}, {0xf0, 0xe0, 3, 0x800}, {0xf8, 0xf0, 4, FIRST_BEYOND_BMP}};
 
 unsigned Byte(char c)
 {
@@ -157,10 +157,10 @@ std::string EscapeUnsafeInJson(std::string_view json)
     return Escaped(json, [](std::string& strOut, char32_t character, std::string_view bytes) {
         if (character < 0x20) { // in valid JSON never within a string
             strOut.append(bytes);
-        } else if (character < FIRST_BEHIND_BMP) {
+        } else if (character < FIRST_BEYOND_BMP) {
             AppendJsonEscape(strOut, character);
         } else { // a surrogate pair
-            AppendJsonEscape(strOut, 0xd800U + ((character - FIRST_BEHIND_BMP) >> 10U));
+            AppendJsonEscape(strOut, 0xd800U + ((character - FIRST_BEYOND_BMP) >> 10U));
             AppendJsonEscape(strOut, 0xdc00U + (character & 0x3ffU));
         }
     });

@@ -61,7 +61,7 @@ bool IsLower(char c)
 struct Word {
     std::string strName;
     std::string strBefore; ///< the part of its line before it
-    char cBehind;          ///< the next character that is not a blank; a line feed at the end of the line
+    char cAfter;           ///< the next character that is not a blank; a line feed at the end of the line
 };
 
 std::vector<Word> WordsOf(const std::string& strText)
@@ -71,11 +71,10 @@ std::vector<Word> WordsOf(const std::string& strText)
         for (auto it = strLine.begin(); it != strLine.end();) {
             const auto itBegin = std::find_if(it, strLine.end(), IsOfAName);
             it = std::find_if_not(itBegin, strLine.end(), IsOfAName);
-            const auto itBehind = std::find_if(it, strLine.end(), [](char c) { return c != ' '; });
+            const auto itAfter = std::find_if(it, strLine.end(), [](char c) { return c != ' '; });
             if (itBegin != it) {
-                vecWords.push_back({{itBegin, it},
-                                    {strLine.begin(), itBegin},
-                                    itBehind == strLine.end() ? '\n' : *itBehind});
+                vecWords.push_back(
+                    {{itBegin, it}, {strLine.begin(), itBegin}, itAfter == strLine.end() ? '\n' : *itAfter});
             }
         }
     }
@@ -98,7 +97,7 @@ Names PrefixedTypesIn(const std::string& strText)
         if (Names{"class", "struct", "union", "enum"}.count(word.strName) != 0) {
             bNamesType = true;
         } else if (!EndsWith(word.strName, "_API")) {
-            const bool bAlias = word.cBehind == '=' && EndsWith(word.strBefore, "using ");
+            const bool bAlias = word.cAfter == '=' && EndsWith(word.strBefore, "using ");
             if ((bNamesType || bAlias) && HasPrefix(word.strName)) {
                 names.insert(word.strName);
             }

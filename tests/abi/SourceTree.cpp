@@ -22,7 +22,7 @@ std::size_t Behind(const std::string& strText, std::string_view svEnd, std::size
     return nEnd == std::string::npos ? strText.size() : nEnd + svEnd.size();
 }
 
-std::size_t BehindRawLiteral(const std::string& strText, std::size_t nBegin)
+std::size_t EndOfRawLiteral(const std::string& strText, std::size_t nBegin)
 {
     const std::size_t nMark = nBegin + 2; // behind R"
     const std::size_t nOpen = strText.find('(', nMark);
@@ -31,7 +31,7 @@ std::size_t BehindRawLiteral(const std::string& strText, std::size_t nBegin)
                : Behind(strText, ")" + strText.substr(nMark, nOpen - nMark) + "\"", nOpen);
 }
 
-std::size_t BehindLiteral(const std::string& strText, std::size_t nBegin)
+std::size_t EndOfLiteral(const std::string& strText, std::size_t nBegin)
 {
     std::size_t nEnd = nBegin + 1;
     while (nEnd < strText.size() && strText[nEnd] != strText[nBegin] && strText[nEnd] != '\n') {
@@ -47,7 +47,7 @@ bool IsBetweenDigits(const std::string& strText, std::size_t nPlace)
 }
 
 /// The position after the comment or literal that begins at nBegin; nBegin itself when none begins there.
-std::size_t BehindWords(const std::string& strText, std::size_t nBegin)
+std::size_t EndOfWords(const std::string& strText, std::size_t nBegin)
 {
     if (strText.compare(nBegin, 2, "//") == 0) {
         return std::min(strText.find('\n', nBegin), strText.size());
@@ -56,10 +56,10 @@ std::size_t BehindWords(const std::string& strText, std::size_t nBegin)
         return Behind(strText, "*/", nBegin + 2);
     }
     if (strText.compare(nBegin, 2, "R\"") == 0) {
-        return BehindRawLiteral(strText, nBegin);
+        return EndOfRawLiteral(strText, nBegin);
     }
     if (strText[nBegin] == '"' || (strText[nBegin] == '\'' && !IsBetweenDigits(strText, nBegin))) {
-        return BehindLiteral(strText, nBegin);
+        return EndOfLiteral(strText, nBegin);
     }
     return nBegin;
 }
@@ -153,7 +153,7 @@ bool IsOfAName(char c)
 std::string CodeOf(std::string strText)
 {
     for (std::size_t nPlace = 0; nPlace < strText.size();) {
-        const std::size_t nBehind = BehindWords(strText, nPlace);
+        const std::size_t nBehind = EndOfWords(strText, nPlace);
         std::replace_if(
             strText.begin() + static_cast<std::ptrdiff_t>(nPlace),
             strText.begin() + static_cast<std::ptrdiff_t>(nBehind), [](char c) { return c != '\n'; }, ' ');

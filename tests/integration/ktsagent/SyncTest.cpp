@@ -162,7 +162,7 @@ INSTANTIATE_TEST_SUITE_P(Sync, SyncCalls,
                              return QString(param.param.szName).remove('-').toStdString();
                          });
 
-TEST_F(Sync, IsTheOnlyRoadOfTheOrnReportSoItNeedNotBeAskedFor)
+TEST_F(Sync, IsTheOnlyWayOfTheOrnReportSoItNeedNotBeAskedFor)
 {
     LabServer server;
     server.Start();

@@ -2,7 +2,7 @@
 // whether it finds that shows how the text arrived.
 
 #include "AnswerSpy.h"
-#include "SyncRoad.h"
+#include "SyncInterface.h"
 
 #include "labserver/LabServer.h"
 
@@ -24,7 +24,7 @@ QString Encoded(const QString& strText)
     return QString::fromLatin1(QUrl::toPercentEncoding(strText));
 }
 
-class QueryTexts : public SyncRoad
+class QueryTexts : public SyncInterface
 {
 protected:
     QueryTexts() { m_server.Start(); }

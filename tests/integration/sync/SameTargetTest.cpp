@@ -2,7 +2,7 @@
 // the same request target from both.
 
 #include "AnswerSpy.h"
-#include "SyncRoad.h"
+#include "SyncInterface.h"
 
 #include <ktshttpagent/CUIAgentRsp.h>
 
@@ -143,7 +143,7 @@ std::vector<QString> AwkwardTexts()
 constexpr const char* PERCENT_TEXTS[] = {"%41", "%7e%5f", "%2e%2E", "%25%41", "%e7%94%b5",
                                          "%3a", "%5e^",   "%20%",   "%%41",   "a%20b%zz"};
 
-class SameTarget : public SyncRoad
+class SameTarget : public SyncInterface
 {
 protected:
     /// The request targets of both interfaces, the asynchronous one first.
@@ -164,7 +164,7 @@ protected:
     }
 };
 
-TEST_F(SameTarget, IsPutOnTheWireByBothRoads)
+TEST_F(SameTarget, IsPutOnTheWireByBothInterfaces)
 {
     const std::vector<QString> vecTexts = AwkwardTexts();
     ASSERT_GE(vecTexts.size(), 100U);
@@ -182,13 +182,13 @@ TEST_F(SameTarget, HoldsEveryTextWholeWhenItIsEscaped)
         vecTexts.emplace_back(szText);
     }
     const std::string strBefore = "GET /vomd/system/whetherInCommon.action?dxtm=";
-    const std::string strBehind = " HTTP/1.1";
+    const std::string strAfter = " HTTP/1.1";
     for (const QString& strText : vecTexts) {
         const auto [strAsync, strSync] = Targets(strText);
         EXPECT_EQ(strAsync, strSync) << "for \"" << strText.toStdString() << '"';
         ASSERT_EQ(strAsync.compare(0, strBefore.size(), strBefore), 0) << strAsync;
         const std::string strValue =
-            strAsync.substr(strBefore.size(), strAsync.size() - strBefore.size() - strBehind.size());
+            strAsync.substr(strBefore.size(), strAsync.size() - strBefore.size() - strAfter.size());
         EXPECT_EQ(strValue.find_first_of("&#+=;?"), std::string::npos) << strValue;
         EXPECT_EQ(QByteArray::fromPercentEncoding(QByteArray::fromStdString(strValue)), strText.toUtf8());
     }
@@ -233,7 +233,7 @@ class DifferentTarget : public SameTarget, public ::testing::WithParamInterface<
 {
 };
 
-TEST_P(DifferentTarget, IsWhatEachRoadMakesOfPercentSigns)
+TEST_P(DifferentTarget, IsWhatEachInterfaceMakesOfPercentSigns)
 {
     const auto [strAsync, strSync] = Targets(GetParam().szText);
     const std::string strBefore = "GET /vomd/system/whetherInCommon.action?dxtm=";
@@ -242,7 +242,7 @@ TEST_P(DifferentTarget, IsWhatEachRoadMakesOfPercentSigns)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    OfEachRoad, DifferentTarget,
+    OfEachInterface, DifferentTarget,
     ::testing::Values(
         // Qt removes an escape if the character needs none. The server reads the same text.
         Difference{"NeedlessEscape", "%41", "%41", "A"},

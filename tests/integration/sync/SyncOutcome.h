@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SyncRoad.h"
+#include "SyncInterface.h"
 
 #include <gmock/gmock.h>
 
@@ -46,12 +46,12 @@ private:
 };
 
 /// A host that checks how its blocking calls ended.
-class SyncOutcome : public SyncRoad
+class SyncOutcome : public SyncInterface
 {
 protected:
     SBlockingOutcome Last() const { return m_request.LastOutcome(); }
 
-    /// The URL of a channel check made by `SyncRoad`.
+    /// The URL of a channel check made by `SyncInterface`.
     static std::string CheckUrl(int nPort)
     {
         return "http://127.0.0.1:" + std::to_string(nPort) +

@@ -1,7 +1,7 @@
 // Which proxies a blocking call takes from the environment. Qt decides that; these tests check what the
 // README says about it.
 
-#include "SyncRoad.h"
+#include "SyncInterface.h"
 
 #include <ostream>
 
@@ -21,7 +21,7 @@ struct SyncProxyCase {
     friend void PrintTo(const SyncProxyCase& row, std::ostream* pOut) { *pOut << row.szName; }
 };
 
-class SyncProxy : public SyncRoad, public ::testing::WithParamInterface<SyncProxyCase>
+class SyncProxy : public SyncInterface, public ::testing::WithParamInterface<SyncProxyCase>
 {
 protected:
     SyncProxy()

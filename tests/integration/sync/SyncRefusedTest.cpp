@@ -1,7 +1,7 @@
 // Blocking calls when nothing can be sent. A separate program, which has no QCoreApplication unless a test
 // creates one.
 
-#include "SyncRoad.h"
+#include "SyncInterface.h"
 
 #include <QCoreApplication>
 
@@ -10,7 +10,7 @@
 namespace
 {
 
-class SyncRefused : public SyncRoad
+class SyncRefused : public SyncInterface
 {
 protected:
     void ExpectRefused(const SBlockingOutcome& outcome, const char* szError)

@@ -1,6 +1,6 @@
 // How long a blocking sender waits for a silent server.
 
-#include "SyncRoad.h"
+#include "SyncInterface.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -11,7 +11,7 @@ namespace
 
 const ServerStep NEVER{"", ServerStep::Ending::Hold};
 
-class SyncTimeout : public SyncRoad
+class SyncTimeout : public SyncInterface
 {
 protected:
     /// @return how many nanoseconds a call took whose server never answers

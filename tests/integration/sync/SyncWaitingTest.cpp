@@ -2,7 +2,7 @@
 
 #include "ProcessUse.h"
 #include "ReportPause.h"
-#include "SyncRoad.h"
+#include "SyncInterface.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -34,7 +34,7 @@ void WaitUntil(const std::atomic<bool>& bSet)
     }
 }
 
-TEST_F(SyncRoad, ATimeOutOnTheFirstCallIsANoWithoutTexts)
+TEST_F(SyncInterface, ATimeOutOnTheFirstCallIsANoWithoutTexts)
 {
     const ScriptedServer server(NEVER);
     m_bAllow = true;
@@ -47,7 +47,7 @@ TEST_F(SyncRoad, ATimeOutOnTheFirstCallIsANoWithoutTexts)
     EXPECT_FALSE(m_bCommon);
 }
 
-TEST_F(SyncRoad, ATimeOutReturnsWhatTheReplyBeforeBrought)
+TEST_F(SyncInterface, ATimeOutReturnsWhatTheReplyBeforeBrought)
 {
     const ScriptedServer server(std::vector<ServerStep>{{YES}, NEVER});
     EXPECT_TRUE(Check(server));
@@ -58,7 +58,7 @@ TEST_F(SyncRoad, ATimeOutReturnsWhatTheReplyBeforeBrought)
     EXPECT_EQ(m_strReason, "first");
 }
 
-TEST_F(SyncRoad, ALateReplyIsStillRecorded)
+TEST_F(SyncInterface, ALateReplyIsStillRecorded)
 {
     std::atomic<bool> bRelease = false;
     const ScriptedServer server([&](const WireRequest& request) {
@@ -79,7 +79,7 @@ TEST_F(SyncRoad, ALateReplyIsStillRecorded)
     EXPECT_EQ(m_strReason, "first");
 }
 
-TEST_F(SyncRoad, AnUnreachableServerCostsAReportItsPauseAtMostAfterItsTimeOut)
+TEST_F(SyncInterface, AnUnreachableServerCostsAReportItsPauseAtMostAfterItsTimeOut)
 {
     const ScriptedServer server(NEVER);
     QElapsedTimer timer;
@@ -88,7 +88,7 @@ TEST_F(SyncRoad, AnUnreachableServerCostsAReportItsPauseAtMostAfterItsTimeOut)
     EXPECT_GE(timer.elapsed(), SHORT_MS + REPORT_PAUSE_MS);
 }
 
-TEST_F(SyncRoad, TheHostsEventsAreHandledDuringAWait)
+TEST_F(SyncInterface, TheHostsEventsAreHandledDuringAWait)
 {
     std::atomic<bool> bHandled = false;
     const ScriptedServer server([&](const WireRequest&) {
@@ -100,7 +100,7 @@ TEST_F(SyncRoad, TheHostsEventsAreHandledDuringAWait)
     EXPECT_TRUE(bHandled);
 }
 
-TEST_F(SyncRoad, CallsOfDifferentKindsNest)
+TEST_F(SyncInterface, CallsOfDifferentKindsNest)
 {
     std::atomic<bool> bInnerCalled = false;
     const ScriptedServer outer([&](const WireRequest&) {
@@ -123,7 +123,7 @@ TEST_F(SyncRoad, CallsOfDifferentKindsNest)
     EXPECT_TRUE(m_bAllow);
 }
 
-TEST_F(SyncRoad, AnInnerCallFromAnEventPostedBeforeTheOuterCallDoesNotHoldUpTheOuterReport)
+TEST_F(SyncInterface, AnInnerCallFromAnEventPostedBeforeTheOuterCallDoesNotHoldUpTheOuterReport)
 {
     std::atomic<bool> bReported = false;
     const ScriptedServer outer([&](const WireRequest&) {
@@ -142,7 +142,7 @@ TEST_F(SyncRoad, AnInnerCallFromAnEventPostedBeforeTheOuterCallDoesNotHoldUpTheO
     EXPECT_TRUE(bInner) << "the report was sent only after the inner call";
 }
 
-TEST_F(SyncRoad, ASecondCallOfTheSameKindReturnsAtOnceAndItsRequestIsSent)
+TEST_F(SyncInterface, ASecondCallOfTheSameKindReturnsAtOnceAndItsRequestIsSent)
 {
     std::atomic<bool> bRelease = false;
     const ScriptedServer server([&](const WireRequest&) {
@@ -166,7 +166,7 @@ TEST_F(SyncRoad, ASecondCallOfTheSameKindReturnsAtOnceAndItsRequestIsSent)
     EXPECT_TRUE(server.WaitForRequests(2));
 }
 
-TEST_F(SyncRoad, AHostThatQuitsDuringAWaitNeitherHangsNorCrashes)
+TEST_F(SyncInterface, AHostThatQuitsDuringAWaitNeitherHangsNorCrashes)
 {
     const ScriptedServer server(NEVER);
     QTimer::singleShot(50, [] { QCoreApplication::quit(); });
@@ -178,7 +178,7 @@ TEST_F(SyncRoad, AHostThatQuitsDuringAWaitNeitherHangsNorCrashes)
     EXPECT_FALSE(InCommon(server, SHORT_MS));
 }
 
-TEST_F(SyncRoad, ACallFromAnotherThreadIsRefused)
+TEST_F(SyncInterface, ACallFromAnotherThreadIsRefused)
 {
     const ScriptedServer server(ServerStep{YES});
     bool bSucc = true;
@@ -189,7 +189,7 @@ TEST_F(SyncRoad, ACallFromAnotherThreadIsRefused)
 }
 
 // Each manager has its own thread while it exists, so the number of threads also counts the managers.
-TEST_F(SyncRoad, AThousandCallsLeaveNothingBehind)
+TEST_F(SyncInterface, AThousandCallsLeaveNothingBehind)
 {
     ScriptedServer server(ServerStep{YES, ServerStep::Ending::Close});
     server.KeepNoRequests();

@@ -21,7 +21,7 @@ constexpr auto PATIENCE = 60s;
 void PostOne(Delivery& delivery)
 {
     ExchangeList exchange(1);
-    delivery.Owe();
+    delivery.AddOutstanding();
     delivery.Post(exchange);
 }
 

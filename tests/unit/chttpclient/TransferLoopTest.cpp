@@ -33,7 +33,7 @@ TEST(TransferLoop, ThatDrainsBeforeItHasTakenARequestStillSendsIt)
     TransferLoop loop(TransportSettings(), delivery);
     ExchangeList exchange(1);
     exchange.front().strUrl = "no URL";
-    delivery.Owe();
+    delivery.AddOutstanding();
     ASSERT_TRUE(loop.Submit(exchange));
     loop.Drain();
     loop.Run();

@@ -16,7 +16,7 @@ RecordedLine CallBackLine(int nLine, const std::string& strText)
 }
 
 /// The path of a reply from the transport to the handler of its id (3104).
-class ReplyRoad : public SdkTest
+class ReplyPath : public SdkTest
 {
 protected:
     void SetUp() override
@@ -85,7 +85,7 @@ constexpr int CODE_BEFORE = 77;
 const char* const DESCRIPTION_BEFORE = "before";
 } // namespace
 
-TEST_F(ReplyRoad, HandsASoundReplyOverUnchangedAndLogsNothing)
+TEST_F(ReplyPath, HandsASoundReplyOverUnchangedAndLogsNothing)
 {
     const std::string strNul("a\0b", 3);
     for (const std::string& strBody : {std::string("{\"code\":0}"), std::string(), std::string("not json"),
@@ -95,7 +95,7 @@ TEST_F(ReplyRoad, HandsASoundReplyOverUnchangedAndLogsNothing)
     EXPECT_TRUE(RecordedLog().empty());
 }
 
-TEST_F(ReplyRoad, ReplacesTheBodyByTheCodeOfATransportFailure)
+TEST_F(ReplyPath, ReplacesTheBodyByTheCodeOfATransportFailure)
 {
     for (const int nError : {404, 500, 1, 7, -1, -28, -42, 2147483647, -2147483647 - 1}) {
         ClearRecordedLog();
@@ -106,7 +106,7 @@ TEST_F(ReplyRoad, ReplacesTheBodyByTheCodeOfATransportFailure)
     }
 }
 
-TEST_F(ReplyRoad, LogsTheEndpointPathInForceAsItStands)
+TEST_F(ReplyPath, LogsTheEndpointPathInForceAsItStands)
 {
     m_client.SetUrlMap({{3104, "a%s%n/版本"}});
     Deliver("", 404);
@@ -114,7 +114,7 @@ TEST_F(ReplyRoad, LogsTheEndpointPathInForceAsItStands)
               (std::vector<RecordedLine>{CallBackLine(59, "proctol:a%s%n/版本 http-error:404")}));
 }
 
-TEST_F(ReplyRoad, LogsALongEndpointPathWhole)
+TEST_F(ReplyPath, LogsALongEndpointPathWhole)
 {
     const std::string strPath(2000, 'p');
     m_client.SetUrlMap({{3104, strPath}});
@@ -123,7 +123,7 @@ TEST_F(ReplyRoad, LogsALongEndpointPathWhole)
               (std::vector<RecordedLine>{CallBackLine(59, "proctol:" + strPath + " http-error:404")}));
 }
 
-TEST_F(ReplyRoad, TakesABadGatewayAnywhereInTheBodyForAFailure)
+TEST_F(ReplyPath, TakesABadGatewayAnywhereInTheBodyForAFailure)
 {
     const std::string strNul("\0Bad Gateway", 12);
     for (const std::string& strBody :
@@ -138,7 +138,7 @@ TEST_F(ReplyRoad, TakesABadGatewayAnywhereInTheBodyForAFailure)
     }
 }
 
-TEST_F(ReplyRoad, TakesNothingElseForABadGateway)
+TEST_F(ReplyPath, TakesNothingElseForABadGateway)
 {
     for (const char* szBody : {"Bad Gatewa", "ad Gateway", "bad gateway", "Bad  Gateway", "Bad Gatewai",
                                "BAD GATEWAY", "Bad Gate way", "Bad\tGateway"}) {
@@ -147,7 +147,7 @@ TEST_F(ReplyRoad, TakesNothingElseForABadGateway)
     EXPECT_TRUE(RecordedLog().empty());
 }
 
-TEST_F(ReplyRoad, ABadGatewayOutweighsTheCodeOfTheTransportAndBothAreLogged)
+TEST_F(ReplyPath, ABadGatewayOutweighsTheCodeOfTheTransportAndBothAreLogged)
 {
     EXPECT_EQ(Deliver("<html>502 Bad Gateway</html>", 502), "{\"code\":7}");
     EXPECT_EQ(RecordedLog(),
@@ -155,7 +155,7 @@ TEST_F(ReplyRoad, ABadGatewayOutweighsTheCodeOfTheTransportAndBothAreLogged)
                                          CallBackLine(66, "proctol:" + m_strPath + " http-error:502")}));
 }
 
-TEST_F(ReplyRoad, DropsAReplyWithoutAHandlerInSilence)
+TEST_F(ReplyPath, DropsAReplyWithoutAHandlerInSilence)
 {
     int nCalls = 0;
     SetReceiver([&nCalls](int, const void*, const SResponseHeader&, int) { ++nCalls; });
@@ -167,7 +167,7 @@ TEST_F(ReplyRoad, DropsAReplyWithoutAHandlerInSilence)
     EXPECT_TRUE(RecordedLog().empty());
 }
 
-TEST_F(ReplyRoad, LogsAFailureWithoutAHandlerAllTheSame)
+TEST_F(ReplyPath, LogsAFailureWithoutAHandlerAllTheSame)
 {
     m_transport.fnResponse("Bad Gateway", 3115, nullptr, 502);
     const std::string strText = "proctol:core/api/public/orn/qm/autoWriteInspection http-error:502";
@@ -175,7 +175,7 @@ TEST_F(ReplyRoad, LogsAFailureWithoutAHandlerAllTheSame)
               (std::vector<RecordedLine>{CallBackLine(59, strText), CallBackLine(66, strText)}));
 }
 
-TEST_F(ReplyRoad, ReleasesTheUserDataOfARequestWithoutAHandler)
+TEST_F(ReplyPath, ReleasesTheUserDataOfARequestWithoutAHandler)
 {
     for (const Operation& operation : {OP_UPLOAD, OP_CYCLE, OP_STEP}) {
         for (const int nHttpError : {0, -42}) {
@@ -187,21 +187,21 @@ TEST_F(ReplyRoad, ReleasesTheUserDataOfARequestWithoutAHandler)
     EXPECT_EQ(RecordedLog().size(), 3U);
 }
 
-TEST_F(ReplyRoad, SaysSoWhenTheHandlerOfAnIdIsEmpty)
+TEST_F(ReplyPath, SaysSoWhenTheHandlerOfAnIdIsEmpty)
 {
     CDataResponse::Instance()->RegisterHandler(3104, nullptr);
     EXPECT_THROW(m_transport.fnResponse("{}", 3104, nullptr, 0), std::bad_function_call);
     EXPECT_TRUE(RecordedLog().empty());
 }
 
-TEST_F(ReplyRoad, LetsTheExceptionOfAHandlerThrough)
+TEST_F(ReplyPath, LetsTheExceptionOfAHandlerThrough)
 {
     CDataResponse::Instance()->RegisterHandler(
         3104, [](const std::string&, int, void*) { throw std::domain_error("from the handler"); });
     EXPECT_THROW(m_transport.fnResponse("{}", 3104, nullptr, 0), std::domain_error);
 }
 
-TEST_F(ReplyRoad, CallsTheHandlerThatWasRegisteredLast)
+TEST_F(ReplyPath, CallsTheHandlerThatWasRegisteredLast)
 {
     int nCalls = 0;
     CDataResponse::Instance()->RegisterHandler(3104, [&nCalls](const std::string&, int, void*) { ++nCalls; });
@@ -210,7 +210,7 @@ TEST_F(ReplyRoad, CallsTheHandlerThatWasRegisteredLast)
     EXPECT_TRUE(m_vecBodies.empty());
 }
 
-TEST_F(ReplyRoad, AHandlerMayReplaceItselfWhileItIsCalled)
+TEST_F(ReplyPath, AHandlerMayReplaceItselfWhileItIsCalled)
 {
     const auto pState = std::make_shared<std::string>("before");
     CDataResponse::Instance()->RegisterHandler(3104, [pState](const std::string& strBody, int, void*) {
@@ -222,7 +222,7 @@ TEST_F(ReplyRoad, AHandlerMayReplaceItselfWhileItIsCalled)
     EXPECT_EQ(pState.use_count(), 1);
 }
 
-TEST_F(ReplyRoad, InitPutsTheDecodersBackInPlaceOfOtherHandlers)
+TEST_F(ReplyPath, InitPutsTheDecodersBackInPlaceOfOtherHandlers)
 {
     m_client.Init();
     Ask(OP_SUPPORT_VER, "{\"success\":true}",
@@ -230,14 +230,14 @@ TEST_F(ReplyRoad, InitPutsTheDecodersBackInPlaceOfOtherHandlers)
     EXPECT_TRUE(m_vecBodies.empty());
 }
 
-TEST_F(ReplyRoad, HasOneInstanceThatRegistersItselfOnce)
+TEST_F(ReplyPath, HasOneInstanceThatRegistersItselfOnce)
 {
     const std::vector<std::string> vecBefore = m_transport.vecCalls;
     EXPECT_EQ(CDataResponse::Instance(), CDataResponse::Instance());
     EXPECT_EQ(m_transport.vecCalls, vecBefore);
 }
 
-TEST_F(ReplyRoad, AnInstanceAfterAReleaseIsEmptyAndRegistersItselfAgain)
+TEST_F(ReplyPath, AnInstanceAfterAReleaseIsEmptyAndRegistersItselfAgain)
 {
     const std::size_t nBefore = m_transport.vecCalls.size();
     CDataResponse::ReleaseInstance();
@@ -302,7 +302,7 @@ INSTANTIATE_TEST_SUITE_P(
         HeaderRow{"ManyBrackets", std::string(200000, '['), -1, "before", true}),
     testing::PrintToStringParamName());
 
-TEST_F(ReplyRoad, TheEnvelopeReaderReadsNoReplyOfTooManyValues)
+TEST_F(ReplyPath, TheEnvelopeReaderReadsNoReplyOfTooManyValues)
 {
     for (const std::string& strBody :
          {std::string(1000000, '['), "{\"code\":3,\"x\":[0" + Zeros(250000) + "]}"}) {
@@ -322,7 +322,7 @@ TEST_F(ReplyRoad, TheEnvelopeReaderReadsNoReplyOfTooManyValues)
     }
 }
 
-TEST_F(ReplyRoad, TheEnvelopeReaderHandsOverTheWholeRootWithItsComments)
+TEST_F(ReplyPath, TheEnvelopeReaderHandsOverTheWholeRootWithItsComments)
 {
     int nCode = 0;
     std::string strDescription;

@@ -148,7 +148,7 @@ TEST(EndingTheClient, DropsAReplyThatComesTooLateAndReleasesItsUserData)
     EXPECT_TRUE(vecTypes.empty());
 }
 
-TEST(EndingTheClient, MayBeFollowedByReleasingTheReplyRoadAgain)
+TEST(EndingTheClient, MayBeFollowedByReleasingTheReplyPathAgain)
 {
     std::vector<int> vecTypes;
     SDKFactory::DestoryInstance(ClientReporting(vecTypes));

@@ -200,7 +200,7 @@ TEST_P(UserDataCount, IsEvenWhereTheHandlerIsEmpty)
     ExpectNothingStaysOf([this] { Answer(Send()); });
 }
 
-TEST_P(UserDataCount, IsEvenWhereTheAnswerComesAfterTheEndOfTheReplyRoadWhichThenBeginsAgain)
+TEST_P(UserDataCount, IsEvenWhereTheAnswerComesAfterTheEndOfTheReplyPathWhichThenBeginsAgain)
 {
     ExpectNothingStaysOf([this] {
         const RecordedRequest request = Send();

@@ -23,8 +23,8 @@ TEST_P(UnsafeCharacter, IsEscapedByteByByte)
 
 TEST_P(UnsafeCharacter, HasNeighboursThatStayAsTheyAre)
 {
-    const std::string strBehind = Utf8(GetParam().last + 1);
-    EXPECT_EQ(EscapeUnsafe(strBehind), strBehind);
+    const std::string strAfter = Utf8(GetParam().last + 1);
+    EXPECT_EQ(EscapeUnsafe(strAfter), strAfter);
     if (GetParam().first > 1) {
         const std::string strBefore = Utf8(GetParam().first - 1);
         EXPECT_EQ(EscapeUnsafe(strBefore), strBefore);

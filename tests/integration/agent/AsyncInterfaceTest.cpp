@@ -24,10 +24,10 @@ namespace
 
 constexpr int ENOUGH_MS = 30'000;
 
-class AgentRoad : public ::testing::Test
+class AsyncInterface : public ::testing::Test
 {
 protected:
-    AgentRoad()
+    AsyncInterface()
     {
         qputenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent");
         m_nPort = m_server.Start();
@@ -40,7 +40,7 @@ protected:
     CUIAgentReq& m_request = *CUIAgentReq::Instance();
 };
 
-TEST_F(AgentRoad, ASupportedVersionComesBackAsASignal)
+TEST_F(AsyncInterface, ASupportedVersionComesBackAsASignal)
 {
     const AnswerSpy spy(&CUIAgentRsp::SigGetSupportVerRet);
     m_request.SendGetSupportVer(m_strHost, m_nPort, "1.1.0");
@@ -51,7 +51,7 @@ TEST_F(AgentRoad, ASupportedVersionComesBackAsASignal)
     EXPECT_EQ(m_server.Exchanges().front().strBody, "");
 }
 
-TEST_F(AgentRoad, AnUnsupportedVersionIsAFailure)
+TEST_F(AsyncInterface, AnUnsupportedVersionIsAFailure)
 {
     const AnswerSpy spy(&CUIAgentRsp::SigGetSupportVerRet);
     m_request.SendGetSupportVer(m_strHost, m_nPort, "no such version");
@@ -61,7 +61,7 @@ TEST_F(AgentRoad, AnUnsupportedVersionIsAFailure)
               "/vomd/system/GetSupportVer.action?t=no%20such%20version");
 }
 
-TEST_F(AgentRoad, AServerThatIsNotThereIsAFailureSoon)
+TEST_F(AsyncInterface, AServerThatIsNotThereIsAFailureSoon)
 {
     const AnswerSpy spy(&CUIAgentRsp::SigGetSupportVerRet);
     const RefusingPort refusing;
@@ -70,7 +70,7 @@ TEST_F(AgentRoad, AServerThatIsNotThereIsAFailureSoon)
     EXPECT_EQ(spy[0], (QList<QVariant>{false, QString()}));
 }
 
-TEST_F(AgentRoad, ASignalIsEmittedOnTheDeliveringThreadAndQueuedOnTheReceivers)
+TEST_F(AsyncInterface, ASignalIsEmittedOnTheDeliveringThreadAndQueuedOnTheReceivers)
 {
     std::atomic<QThread*> pEmitting = nullptr;
     QObject receiver;
@@ -87,7 +87,7 @@ TEST_F(AgentRoad, ASignalIsEmittedOnTheDeliveringThreadAndQueuedOnTheReceivers)
     QObject::disconnect(&m_response, nullptr, nullptr, nullptr);
 }
 
-TEST_F(AgentRoad, ARequestGoesToTheServerThatItsOwnCallNames)
+TEST_F(AsyncInterface, ARequestGoesToTheServerThatItsOwnCallNames)
 {
     LabServer other;
     const int nOtherPort = other.Start();
@@ -140,7 +140,7 @@ private:
     std::map<std::string, int> m_mapCount;
 };
 
-TEST_F(AgentRoad, EveryRequestOfABurstGetsExactlyItsOneSignal)
+TEST_F(AsyncInterface, EveryRequestOfABurstGetsExactlyItsOneSignal)
 {
     constexpr int ROUNDS = 1'000;
     const SignalCounts counts(m_response);

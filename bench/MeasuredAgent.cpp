@@ -1,7 +1,7 @@
 // A host of the library, as busy as it can be.
 
 #include "Clock.h"
-#include "Roads.h"
+#include "Measured.h"
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>

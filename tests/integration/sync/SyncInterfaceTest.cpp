@@ -1,4 +1,4 @@
-#include "SyncRoad.h"
+#include "SyncInterface.h"
 #include "ReportPause.h"
 #include "Wine.h"
 
@@ -15,7 +15,7 @@ const std::string ALLOWED =
     HttpReply(200, R"({"success":true,"result":{"allowBoot":"Yes","reason":"fine"}})");
 const std::string SAVED = HttpReply(200, R"({"code":"success","message":"saved"})");
 
-TEST_F(SyncRoad, AChannelCheckReturnsTheServersAnswer)
+TEST_F(SyncInterface, AChannelCheckReturnsTheServersAnswer)
 {
     const ScriptedServer server(ServerStep{ALLOWED});
     EXPECT_TRUE(Check(server));
@@ -34,7 +34,7 @@ struct AllowCase {
     bool bAllow;
 };
 
-class SyncAllow : public SyncRoad, public ::testing::WithParamInterface<AllowCase>
+class SyncAllow : public SyncInterface, public ::testing::WithParamInterface<AllowCase>
 {
 };
 
@@ -57,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(Texts, SyncAllow,
                                            AllowCase{"Absent", "", false}),
                          [](const auto& allow) { return allow.param.szName; });
 
-TEST_F(SyncRoad, WhetherInCommonReturnsTheServersAnswer)
+TEST_F(SyncInterface, WhetherInCommonReturnsTheServersAnswer)
 {
     const ScriptedServer server(ServerStep{HttpReply(200, R"({"success":true,"common":true})")});
     EXPECT_TRUE(InCommon(server));
@@ -65,7 +65,7 @@ TEST_F(SyncRoad, WhetherInCommonReturnsTheServersAnswer)
     EXPECT_EQ(server.Requests().front().Line(), "GET /vomd/system/whetherInCommon.action?dxtm=X HTTP/1.1");
 }
 
-TEST_F(SyncRoad, AnUploadPostsSevenTextsAndNeverSucceeds)
+TEST_F(SyncInterface, AnUploadPostsSevenTextsAndNeverSucceeds)
 {
     tagBatteryTestData data{"S1", "B1", "R1", "3.1", "3.0", "4.2", "2026-01-02"};
     for (const char* const szReply : {R"({"code":200,"msg":"ok"})", R"({"code":"200","msg":"ok"})"}) {
@@ -80,7 +80,7 @@ TEST_F(SyncRoad, AnUploadPostsSevenTextsAndNeverSucceeds)
 }
 
 // Qt takes U+FEFF at the beginning of UTF-8 for a byte order mark.
-TEST_F(SyncRoad, AnUploadKeepsByteOrderMarksAsAnyOtherCharacter)
+TEST_F(SyncInterface, AnUploadKeepsByteOrderMarksAsAnyOtherCharacter)
 {
     tagBatteryTestData data{"\ufeffS1", "\ufeff", "\ufeff\ufeffR1", "3\ufeff", "", " ", "电\xff\ufeff"};
     const ScriptedServer server(ServerStep{HttpReply(200, "{}")});
@@ -98,7 +98,7 @@ struct ReportCase {
     std::string strBody;
 };
 
-class SyncReport : public SyncRoad, public ::testing::WithParamInterface<ReportCase>
+class SyncReport : public SyncInterface, public ::testing::WithParamInterface<ReportCase>
 {
 protected:
     bool Send(const ScriptedServer& server, int nTimeout)
@@ -138,13 +138,13 @@ INSTANTIATE_TEST_SUITE_P(
                                  "POST /core/api/public/orn/qm/autoWriteInspection HTTP/1.1", "{a:1}"}),
     [](const auto& report) { return report.param.szName; });
 
-TEST_F(SyncRoad, OrnStepDataIsJudgedByTheExchangeAlone)
+TEST_F(SyncInterface, OrnStepDataIsJudgedByTheExchangeAlone)
 {
     const ScriptedServer server(ServerStep{HttpReply(200, R"({"success":false,"code":"failure"})")});
     EXPECT_TRUE(m_request.SendPostReportStepData_ORN(Base(server), ENOUGH_MS, "x"));
 }
 
-TEST_F(SyncRoad, AFailedExchangeIsANo)
+TEST_F(SyncInterface, AFailedExchangeIsANo)
 {
     const RefusingPort refusing;
     m_bAllow = true;
@@ -160,7 +160,7 @@ struct BadReply {
     bool bAnswered; ///< otherwise only the timer ends the wait
 };
 
-class SyncBadReply : public SyncRoad, public ::testing::WithParamInterface<BadReply>
+class SyncBadReply : public SyncInterface, public ::testing::WithParamInterface<BadReply>
 {
 };
 
@@ -203,7 +203,7 @@ struct GoodReply {
     ServerStep step;
 };
 
-class SyncGoodReply : public SyncRoad, public ::testing::WithParamInterface<GoodReply>
+class SyncGoodReply : public SyncInterface, public ::testing::WithParamInterface<GoodReply>
 {
 };
 

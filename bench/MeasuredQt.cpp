@@ -1,7 +1,7 @@
 // What a host would write with Qt alone.
 
 #include "Clock.h"
-#include "Roads.h"
+#include "Measured.h"
 
 #include <QEventLoop>
 #include <QJsonDocument>

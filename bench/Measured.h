@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <vector>
 
-// The roads that a request can take to the server and back, each driven the same way: ours, and the baselines
-// that it is held against. Every function throws std::runtime_error when a reply is not the expected one, so
-// a figure stands for answered requests only. Each is called once a process.
+// What is measured: our two interfaces, and the baselines that they are compared with, each driven in the
+// same way. Every function throws std::runtime_error when a reply is not the expected one, so a figure stands
+// for answered requests only. Each is called once a process.
 
 /// What to send: so many requests to the web server at 127.0.0.1.
 struct Load {
@@ -31,7 +31,7 @@ double RateOfQt(const Load& load);          ///< QNetworkAccessManager with QJso
 Latencies LatencyOfAgent(const Load& load);         ///< until the host's thread has the signal, queued
 Latencies LatencyOfAgentDirect(const Load& load);   ///< until the receiver has told the waiting host's thread
 Latencies LatencyOfBareCurl(const Load& load);      ///< curl_easy_perform on a kept connection
-Latencies LatencyOfBareHandOvers(const Load& load); ///< that, behind as many threads as ours goes through
+Latencies LatencyOfBareHandOvers(const Load& load); ///< that, with hand-overs between as many threads as ours
 
 // A blocking channel check, each over a connection of its own.
 Latencies LatencyOfSyncSender(const Load& load); ///< SendGetChannelCheckDataEx

@@ -11,10 +11,10 @@
 constexpr int ENOUGH_MS = 30'000;
 
 /// A host that calls blocking senders. Each test is a process of its own, so its wait records are new.
-class SyncRoad : public ::testing::Test
+class SyncInterface : public ::testing::Test
 {
 protected:
-    SyncRoad() { qputenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent"); }
+    SyncInterface() { qputenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent"); }
 
     bool Check(const ScriptedServer& server, int nTimeout = ENOUGH_MS)
     {

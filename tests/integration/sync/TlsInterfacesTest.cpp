@@ -26,7 +26,7 @@ namespace
 constexpr int ENOUGH_MS = 30'000;
 
 /// A server, and whether the host knows the authority that signed its certificate.
-struct RoadPeer {
+struct TlsServer {
     const char* szName;
     const char* szSubject;   ///< the names that the certificate is for
     const char* szDays;      ///< how long it is valid from now on
@@ -35,21 +35,21 @@ struct RoadPeer {
     const char* szWhy = ""; ///< what a blocking call tells about it
 };
 
-void PrintTo(const RoadPeer& peer, std::ostream* pStream)
+void PrintTo(const TlsServer& peer, std::ostream* pStream)
 {
     *pStream << peer.szName;
 }
 
-class TlsRoad : public ::testing::Test
+class TlsOfBothInterfaces : public ::testing::Test
 {
 protected:
-    TlsRoad()
+    TlsOfBothInterfaces()
     {
         qputenv("KTSHTTPAGENT_SETTINGS_ROOT", "/nonexistent");
         qputenv("KTSHTTPAGENT_TLS", "on");
     }
 
-    void Start(const RoadPeer& peer)
+    void Start(const TlsServer& peer)
     {
         ASSERT_TRUE(MakeCertificates(m_folder.Path(), peer.szSubject, peer.szDays));
         const std::string strTls = peer.szProtocols == nullptr
@@ -102,7 +102,7 @@ constexpr const char* GOOD_PROTOCOLS = "TLSv1.2 TLSv1.3";
 constexpr const char* PATH_IN_COMMON = "vomd/system/whetherInCommon.action?dxtm=X";
 constexpr const char* PATH_UPLOAD = "dev-api/connector/DataCollectionController_KR_KR/saveData";
 
-class TlsRoadTo : public TlsRoad, public ::testing::WithParamInterface<RoadPeer>
+class TlsTo : public TlsOfBothInterfaces, public ::testing::WithParamInterface<TlsServer>
 {
     void SetUp() override
     {
@@ -113,11 +113,11 @@ class TlsRoadTo : public TlsRoad, public ::testing::WithParamInterface<RoadPeer>
     }
 };
 
-class TlsRoadToAGoodServer : public TlsRoadTo
+class TlsToAGoodServer : public TlsTo
 {
 };
 
-TEST_P(TlsRoadToAGoodServer, IsTakenByBothInterfaces)
+TEST_P(TlsToAGoodServer, IsTakenByBothInterfaces)
 {
     CUIAgentReq& request = *CUIAgentReq::Instance();
     const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
@@ -139,16 +139,16 @@ TEST_P(TlsRoadToAGoodServer, IsTakenByBothInterfaces)
     EXPECT_THAT(RequestsRead(), ::testing::HasSubstr(PATH_IN_COMMON)); // so requests are read at all
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, TlsRoadToAGoodServer,
-                         ::testing::Values(RoadPeer{"WithTls13", GOOD_NAME, "2", GOOD_PROTOCOLS, true},
-                                           RoadPeer{"WithTls12", GOOD_NAME, "2", "TLSv1.2", true}),
+INSTANTIATE_TEST_SUITE_P(Each, TlsToAGoodServer,
+                         ::testing::Values(TlsServer{"WithTls13", GOOD_NAME, "2", GOOD_PROTOCOLS, true},
+                                           TlsServer{"WithTls12", GOOD_NAME, "2", "TLSv1.2", true}),
                          ::testing::PrintToStringParamName());
 
-class TlsRoadToABadServer : public TlsRoadTo
+class TlsToABadServer : public TlsTo
 {
 };
 
-TEST_P(TlsRoadToABadServer, FailsOnBothInterfacesAndNothingIsSentInClear)
+TEST_P(TlsToABadServer, FailsOnBothInterfacesAndNothingIsSentInClear)
 {
     CUIAgentReq& request = *CUIAgentReq::Instance();
     const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
@@ -168,15 +168,15 @@ TEST_P(TlsRoadToABadServer, FailsOnBothInterfacesAndNothingIsSentInClear)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, TlsRoadToABadServer,
+    Each, TlsToABadServer,
     ::testing::Values(
-        RoadPeer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false, "issuer"},
-        RoadPeer{"ThatExpired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true, "has expired"},
-        RoadPeer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true,
-                 "host name did not match"},
-        RoadPeer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true, "host name did not match"},
-        RoadPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, "SSL handshake failed"},
-        RoadPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, "SSL handshake failed"}),
+        TlsServer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false, "issuer"},
+        TlsServer{"ThatExpired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true, "has expired"},
+        TlsServer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true,
+                  "host name did not match"},
+        TlsServer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true, "host name did not match"},
+        TlsServer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, "SSL handshake failed"},
+        TlsServer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, "SSL handshake failed"}),
     ::testing::PrintToStringParamName());
 
 } // namespace
