@@ -45,16 +45,18 @@ bool LabConnection::WaitForRequest()
 
 bool LabConnection::FinishReply()
 {
-    if (IsReset())
+    if (IsReset()) {
         return false;
+    }
     if (m_eEnd == End::Truncated) {
         const size_t nHead = m_strOut.find("\r\n\r\n") + 4;
         m_strOut.resize(nHead + (m_strOut.size() - nHead) / 2);
     }
     BeginToWait();
     const bool bSent = Flush();
-    if (m_eEnd == End::BodyUnread)
+    if (m_eEnd == End::BodyUnread) {
         ReadAway();
+    }
     return bSent && m_eEnd == End::Kept;
 }
 
@@ -76,10 +78,12 @@ bool LabConnection::is_writable() const
 
 ssize_t LabConnection::read(char* pBytes, size_t nSize)
 {
-    if (!m_head.IsOver())
+    if (!m_head.IsOver()) {
         return ReadHead(pBytes, nSize);
-    if (!HasReceived() && !Fill())
+    }
+    if (!HasReceived() && !Fill()) {
         return -1;
+    }
     const size_t nTaken = std::min(nSize, m_vecIn.size() - m_nInRead);
     std::copy_n(m_vecIn.data() + m_nInRead, nTaken, pBytes);
     m_nInRead += nTaken;
@@ -90,10 +94,12 @@ ssize_t LabConnection::ReadHead(char* pBytes, size_t nSize)
 {
     size_t nGiven = 0;
     while ((nGiven = m_head.Give(pBytes, nSize)) == 0) {
-        if (m_head.Refusal().nStatus != 0)
+        if (m_head.Refusal().nStatus != 0) {
             Refuse(m_head.Refusal());
-        if (IsBodyUnread() || (!HasReceived() && !Fill()))
+        }
+        if (IsBodyUnread() || (!HasReceived() && !Fill())) {
             return -1;
+        }
         m_nInRead += m_head.Take(m_vecIn.data() + m_nInRead, m_vecIn.size() - m_nInRead);
     }
     return static_cast<ssize_t>(nGiven);
@@ -131,12 +137,14 @@ bool LabConnection::PollSocketOrStop(milliseconds patience) const
 /// Waits until the socket can be read or written; for a shorter time once the server must stop.
 bool LabConnection::WaitForSocket(short nEvents)
 {
-    if (TimeForNextBytes() == milliseconds(0))
+    if (TimeForNextBytes() == milliseconds(0)) {
         return false;
+    }
     pollfd events[] = {{m_nSocket, nEvents, 0}, {m_stop.Descriptor(), POLLIN, 0}};
     PollSockets(events, std::size(events), static_cast<int>(TimeForNextBytes().count()));
-    if (events[1].revents == 0)
+    if (events[1].revents == 0) {
         return events[0].revents != 0;
+    }
     m_end = std::min(m_end, std::chrono::steady_clock::now() + MOST_AT_STOP);
     return PollSocket(nEvents, std::min(TimeForNextBytes(), PATIENCE_AT_STOP));
 }
@@ -145,8 +153,9 @@ bool LabConnection::WaitForSocket(short nEvents)
 bool LabConnection::Fill()
 {
     // A client that sent "Expect: 100-continue" waits for what is written so far.
-    if (!Flush())
+    if (!Flush()) {
         return false;
+    }
     const bool bReady = WaitForSocket(POLLIN);
     m_vecIn.resize(READ_SIZE);
     const std::ptrdiff_t nGot = bReady ? ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) : 0;
@@ -160,10 +169,11 @@ bool LabConnection::Flush()
     size_t nSent = 0;
     while (nSent < m_strOut.size()) {
         const std::ptrdiff_t nDone = SendBytes(m_nSocket, m_strOut.data() + nSent, m_strOut.size() - nSent);
-        if (nDone > 0)
+        if (nDone > 0) {
             nSent += static_cast<size_t>(nDone);
-        else if (!WouldBlock() || !WaitForSocket(POLLOUT))
+        } else if (!WouldBlock() || !WaitForSocket(POLLOUT)) {
             break;
+        }
     }
     const bool bAll = nSent == m_strOut.size();
     m_strOut.clear();

@@ -22,9 +22,10 @@ constexpr LabField OPTIONAL_FIELDS[] = {
 int BoundedMember(const Json::Value& value, const char* szName, int nDefault, int nLowest, int nHighest)
 {
     const Json::Int64 nValue = value.get(szName, nDefault).asInt64();
-    if (nValue < nLowest || nValue > nHighest)
+    if (nValue < nLowest || nValue > nHighest) {
         throw LabError(400, "The member \"" + std::string(szName) + "\" is not within " +
                                 std::to_string(nLowest) + " to " + std::to_string(nHighest) + ".");
+    }
     return static_cast<int>(nValue);
 }
 
@@ -33,16 +34,21 @@ LabFaultKind KindOf(const Json::Value& value)
     const bool bReply = value.isMember("status") || value.isMember("body");
     const bool bTruncate = value.get("truncate", false).asBool();
     const bool bReset = value.get("reset", false).asBool();
-    if (bReply + bTruncate + bReset > 1)
+    if (bReply + bTruncate + bReset > 1) {
         throw LabError(400, "A fault is a reply (\"status\", \"body\"), \"truncate\" or \"reset\", not two.");
-    if (bReply)
+    }
+    if (bReply) {
         return LabFaultKind::Reply;
-    if (bTruncate)
+    }
+    if (bTruncate) {
         return LabFaultKind::Truncate;
-    if (bReset)
+    }
+    if (bReset) {
         return LabFaultKind::Reset;
-    if (!value.isMember("delayMs"))
+    }
+    if (!value.isMember("delayMs")) {
         throw LabError(400, "The fault does nothing.");
+    }
     return LabFaultKind::Delay;
 }
 
@@ -88,8 +94,9 @@ void LabFaults::Add(LabFault fault)
 {
     fault.strPath = WithoutSlash(fault.strPath);
     const std::lock_guard lock(m_mutex);
-    if (fault.nCount > 0)
+    if (fault.nCount > 0) {
         m_lstPending.push_back(std::move(fault));
+    }
 }
 
 void LabFaults::Clear()
@@ -104,11 +111,13 @@ std::optional<LabFault> LabFaults::Take(const std::string& strPath)
     const std::lock_guard lock(m_mutex);
     const auto it = std::find_if(m_lstPending.begin(), m_lstPending.end(),
                                  [&](const LabFault& fault) { return Covers(fault.strPath, strWanted); });
-    if (it == m_lstPending.end())
+    if (it == m_lstPending.end()) {
         return std::nullopt;
+    }
     const LabFault fault = *it;
-    if (--it->nCount == 0)
+    if (--it->nCount == 0) {
         m_lstPending.erase(it);
+    }
     return fault;
 }
 
@@ -116,19 +125,22 @@ Json::Value LabFaults::ToJson() const
 {
     const std::lock_guard lock(m_mutex);
     Json::Value list(Json::arrayValue);
-    for (const LabFault& fault : m_lstPending)
+    for (const LabFault& fault : m_lstPending) {
         list.append(JsonOf(fault));
+    }
     return list;
 }
 
 LabFault FaultFromJson(const Json::Value& value)
 {
-    if (!value.isObject())
+    if (!value.isObject()) {
         throw LabError(400, "The body is not a JSON object.");
+    }
     RequireField(value, PATH_FIELD);
     for (const LabField& field : OPTIONAL_FIELDS) {
-        if (value.isMember(field.szName))
+        if (value.isMember(field.szName)) {
             RequireField(value, field);
+        }
     }
     LabFault fault;
     fault.strPath = value["path"].asString();

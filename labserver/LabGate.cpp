@@ -36,8 +36,9 @@ bool HasBody(const httplib::Request& request)
 /// so at all.
 bool IsAskedByUs(const httplib::Request& request)
 {
-    if (!request.has_header("Sec-Fetch-Site"))
+    if (!request.has_header("Sec-Fetch-Site")) {
         return true;
+    }
     const std::string strSite = request.get_header_value("Sec-Fetch-Site");
     return strSite == "same-origin" || strSite == "none";
 }
@@ -57,26 +58,31 @@ LabGate::LabGate(const std::string& strAddress, int nPort)
     for (const std::string& strName : vecNames) {
         const std::string strWithPort = HostAndPort(strName, nPort);
         m_vecOwn.push_back(strWithPort);
-        if (nPort == DEFAULT_PORT)
+        if (nPort == DEFAULT_PORT) {
             m_vecOwn.push_back(strWithPort.substr(0, strWithPort.rfind(':')));
+        }
     }
 }
 
 LabRefusal LabGate::RefusalOf(const httplib::Request& request) const
 {
     // Neither header may occur twice: the browser and this server might use different ones.
-    if (request.get_header_value_count("Host") != 1 || !IsOwn(request.get_header_value("Host")))
+    if (request.get_header_value_count("Host") != 1 || !IsOwn(request.get_header_value("Host"))) {
         return {403, "The operator's paths want a header Host that names this server, such as " +
                          m_vecOwn.front() + "; another name may be that of a web page."};
+    }
     const size_t nOrigins = request.get_header_value_count("Origin");
-    if (nOrigins > 1 || (nOrigins == 1 && !IsOwnOrigin(request.get_header_value("Origin"))))
+    if (nOrigins > 1 || (nOrigins == 1 && !IsOwnOrigin(request.get_header_value("Origin")))) {
         return {403, "The header Origin names another site: its pages may not use the operator's paths."};
-    if (!IsAskedByUs(request))
+    }
+    if (!IsAskedByUs(request)) {
         return {403, "The header Sec-Fetch-Site tells that a page of another site asks: it may not use the "
                      "operator's paths."};
-    if (HasBody(request) && !IsCalledJson(request))
+    }
+    if (HasBody(request) && !IsCalledJson(request)) {
         return {415, "A body for the operator's paths must be JSON and be called so: Content-Type: "
                      "application/json."};
+    }
     return {};
 }
 

@@ -23,8 +23,9 @@ std::size_t LabHead::Take(const char* pBytes, std::size_t nSize)
     const std::size_t nTaken = std::min(nLine, MAX_LINE + 1 - m_strTaking.size());
     m_strTaking.append(pBytes, nTaken);
     m_nSize += nTaken;
-    if (m_strTaking.size() > MAX_LINE || (!m_strTaking.empty() && m_strTaking.back() == '\n'))
+    if (m_strTaking.size() > MAX_LINE || (!m_strTaking.empty() && m_strTaking.back() == '\n')) {
         EndLine();
+    }
     return nTaken;
 }
 
@@ -40,18 +41,20 @@ void LabHead::EndLine()
 {
     m_strLine.clear();
     m_nGiven = 0;
-    if (m_nLines++ < 0)
+    if (m_nLines++ < 0) {
         EndRequestLine();
-    else
+    } else {
         EndHeaderLine();
+    }
     m_strTaking.clear();
 }
 
 void LabHead::EndRequestLine()
 {
     m_strLine.swap(m_strTaking);
-    if (m_strLine.size() <= MAX_LINE)
+    if (m_strLine.size() <= MAX_LINE) {
         return;
+    }
     m_refusal = {414, "The request target is too long."};
     m_strLine.back() = '\n'; // a line end, without which httplib would see no request
 }

@@ -37,15 +37,18 @@ LabRefusal RefusalOf(const LabGate& gate, const httplib::Request& request)
 {
     if (IsOperatorPath(request.path)) {
         LabRefusal refusal = gate.RefusalOf(request);
-        if (refusal.nStatus != 0)
+        if (refusal.nStatus != 0) {
             return refusal;
+        }
     }
     // A body of unknown length could not be refused in time, or would last until the client leaves.
     const bool bNeedsLength = IsOneOf(request.method, {"POST", "PUT", "PATCH"});
-    if (request.has_header("Transfer-Encoding") || (bNeedsLength && !request.has_header("Content-Length")))
+    if (request.has_header("Transfer-Encoding") || (bNeedsLength && !request.has_header("Content-Length"))) {
         return {411, "A body needs a Content-Length."};
-    if (AnnouncedBody(request) > LabHttp::MAX_BODY)
+    }
+    if (AnnouncedBody(request) > LabHttp::MAX_BODY) {
         return {413, "The body is larger than " + std::to_string(LabHttp::MAX_BODY) + " bytes."};
+    }
     return {};
 }
 
@@ -68,10 +71,11 @@ void TakePath(httplib::Request& request)
 void PrepareRequest(const LabGate& gate, httplib::Request& request)
 {
     const LabRefusal refusal = RefusalOf(gate, request);
-    if (refusal.nStatus != 0)
+    if (refusal.nStatus != 0) {
         t_pConnection->Refuse(refusal);
-    else if (AnnouncedBody(request) > 0 && !IsBodyRead(request))
+    } else if (AnnouncedBody(request) > 0 && !IsBodyRead(request)) {
         t_pConnection->LeaveBodyUnread();
+    }
     TakePath(request);
     // Bodies are JSON, whatever their content type: httplib would parse one labelled as a form, and cut it at
     // 8 KB.
@@ -84,8 +88,9 @@ void PrepareRequest(const LabGate& gate, httplib::Request& request)
 
 httplib::Server::HandlerResponse RefuseUnread(const httplib::Request&, httplib::Response& response)
 {
-    if (t_pConnection->Refusal().nStatus == 0)
+    if (t_pConnection->Refusal().nStatus == 0) {
         return httplib::Server::HandlerResponse::Unhandled;
+    }
     response.status = t_pConnection->Refusal().nStatus;
     return httplib::Server::HandlerResponse::Handled;
 }
@@ -94,11 +99,13 @@ httplib::Server::HandlerResponse RefuseUnread(const httplib::Request&, httplib::
 /// refusals have.
 void FillRefusal(const httplib::Request&, httplib::Response& response)
 {
-    if (response.has_header("Content-Type"))
+    if (response.has_header("Content-Type")) {
         return;
+    }
     LabRefusal refusal = t_pConnection->Refusal();
-    if (refusal.nStatus == 0)
+    if (refusal.nStatus == 0) {
         refusal = {response.status, "The request can't be read."};
+    }
     response.status = refusal.nStatus;
     response.set_content(WriteJson(ErrorEnvelope(refusal.nStatus, refusal.strWhy)), JSON_CONTENT_TYPE);
 }
@@ -112,8 +119,9 @@ void PrepareReply(httplib::Response& response)
         response.headers.erase("Connection");
         response.set_header("Connection", "close");
     }
-    if (IsOperatorPath(t_strPath))
+    if (IsOperatorPath(t_strPath)) {
         ProtectReply(response);
+    }
 }
 
 } // namespace
@@ -128,8 +136,9 @@ LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const La
     using AddHandler = Server& (Server::*)(const std::string&, Handler);
     for (const AddHandler pfnMethod :
          {AddHandler(&Server::Get), AddHandler(&Server::Post), AddHandler(&Server::Put),
-          AddHandler(&Server::Patch), AddHandler(&Server::Delete), AddHandler(&Server::Options)})
+          AddHandler(&Server::Patch), AddHandler(&Server::Delete), AddHandler(&Server::Options)}) {
         (this->*pfnMethod)(ONLY_PATH, fnHandle);
+    }
     set_pre_routing_handler(RefuseUnread);
     set_error_handler(Handler(FillRefusal));
     set_post_routing_handler([fnSeal](const httplib::Request& request, httplib::Response& response) {
@@ -178,8 +187,9 @@ int LabHttp::Bind(const std::string& strAddress, int nPort)
 
 void LabHttp::Stop()
 {
-    if (!m_thread.joinable())
+    if (!m_thread.joinable()) {
         return;
+    }
     m_stop.Raise();
     m_thread.join();
 }

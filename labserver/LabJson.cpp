@@ -40,8 +40,9 @@ Json::StreamWriterBuilder MakeWriterBuilder()
 
 Json::Value ParseJson(const std::string& strText)
 {
-    if (!IsUtf8(strText))
+    if (!IsUtf8(strText)) {
         throw LabError(400, "The body is not UTF-8.");
+    }
     Json::Value root;
     bool bParsed = false;
     try {
@@ -49,8 +50,9 @@ Json::Value ParseJson(const std::string& strText)
     } catch (const Json::Exception&) {
         throw LabError(400, "The body's JSON is nested too deep.");
     }
-    if (!bParsed)
+    if (!bParsed) {
         throw LabError(400, "The body is not JSON.");
+    }
     return root;
 }
 

@@ -39,8 +39,9 @@ bool ReadAway(Socket nSocket)
 bool LabThreads::Run(const std::function<void()>& fn)
 {
     const std::lock_guard lock(m_mutex);
-    if (m_nRunning >= m_nMax)
+    if (m_nRunning >= m_nMax) {
         return false;
+    }
     try {
         std::thread([this, fn] {
             fn();
@@ -63,8 +64,9 @@ void LabThreads::Wait()
 
 LabRefusedClients::~LabRefusedClients()
 {
-    for (const Client& client : m_lstClients)
+    for (const Client& client : m_lstClients) {
         CloseSocket(client.nSocket);
+    }
 }
 
 void LabRefusedClients::Add(Socket nSocket, const std::string& strReply)
@@ -82,10 +84,12 @@ void LabRefusedClients::Add(Socket nSocket, const std::string& strReply)
 
 int LabRefusedClients::AddTo(std::vector<pollfd>& vecSockets) const
 {
-    for (const Client& client : m_lstClients)
+    for (const Client& client : m_lstClients) {
         vecSockets.push_back({client.nSocket, POLLIN, 0});
-    if (m_lstClients.empty())
+    }
+    if (m_lstClients.empty()) {
         return -1;
+    }
     const auto left = std::chrono::ceil<milliseconds>(m_lstClients.front().end - steady_clock::now());
     return static_cast<int>(std::max(left, milliseconds(0)).count());
 }
@@ -96,10 +100,11 @@ void LabRefusedClients::Serve(const pollfd* pSockets)
     std::deque<Client> lstStaying;
     for (const Client& client : m_lstClients) {
         const bool bCame = (pSockets++)->revents != 0;
-        if (now < client.end && (!bCame || ReadAway(client.nSocket)))
+        if (now < client.end && (!bCame || ReadAway(client.nSocket))) {
             lstStaying.push_back(client);
-        else
+        } else {
             CloseSocket(client.nSocket);
+        }
     }
     m_lstClients.swap(lstStaying);
 }
@@ -129,8 +134,9 @@ void LabListener::Run()
         const int nPatience = m_refused.AddTo(vecSockets);
         PollSockets(vecSockets.data(), vecSockets.size(), nPatience);
         m_refused.Serve(vecSockets.data() + nOwn);
-        if (vecSockets.front().revents != 0)
+        if (vecSockets.front().revents != 0) {
             Accept();
+        }
     }
     Close();
     m_threads.Wait();
@@ -140,8 +146,9 @@ void LabListener::Accept()
 {
     const Socket nSocket = AcceptConnection(m_nListener);
     if (nSocket != NO_SOCKET) {
-        if (!m_threads.Run([this, nSocket] { m_fnServe(nSocket); }))
+        if (!m_threads.Run([this, nSocket] { m_fnServe(nSocket); })) {
             m_refused.Add(nSocket, m_strRefusal);
+        }
     } else if (!WouldBlock()) {
         m_stop.WaitFor(PAUSE);
     }
@@ -149,7 +156,8 @@ void LabListener::Accept()
 
 void LabListener::Close()
 {
-    if (m_nListener != NO_SOCKET)
+    if (m_nListener != NO_SOCKET) {
         CloseSocket(m_nListener);
+    }
     m_nListener = NO_SOCKET;
 }

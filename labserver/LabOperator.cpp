@@ -26,8 +26,9 @@ LabHandler ListHandler(const LabTable& table)
 {
     return [&table](LabContext& context, const LabRequest&) {
         Json::Value items(Json::arrayValue);
-        for (const LabRow& row : context.store.Select(table))
+        for (const LabRow& row : context.store.Select(table)) {
             items.append(row.members);
+        }
         return Listing("items", items);
     };
 }
@@ -37,10 +38,11 @@ LabHandler AddHandler(const LabTable& table)
     return [&table](LabContext& context, const LabRequest& request) {
         const Json::Value body = ParseJson(request.http.body);
         Json::Value rows(Json::arrayValue);
-        if (body.isArray())
+        if (body.isArray()) {
             rows = body;
-        else
+        } else {
             rows.append(body);
+        }
         LabTransaction transaction(context.store);
         for (const Json::Value& row : rows) {
             RequireRow(row, table);

@@ -35,8 +35,9 @@ Json::Value WithoutMember(Json::Value object, const char* szName)
 
 std::string QueryText(const LabRequest& request, const std::string& strName)
 {
-    if (!request.http.has_param(strName))
+    if (!request.http.has_param(strName)) {
         throw LabError(400, "The query parameter \"" + strName + "\" is missing.");
+    }
     return request.http.get_param_value(strName);
 }
 
@@ -45,8 +46,9 @@ Json::Int64 IntegerOf(const std::string& strText, const std::string& strName)
     Json::Int64 nValue = 0;
     const char* const pEnd = strText.data() + strText.size();
     const auto [pRead, eError] = std::from_chars(strText.data(), pEnd, nValue);
-    if (eError != std::errc() || pRead != pEnd)
+    if (eError != std::errc() || pRead != pEnd) {
         throw LabError(400, "\"" + strName + "\" is not an integer.");
+    }
     return nValue;
 }
 
@@ -54,8 +56,9 @@ Json::Value AnswerUserInfo(LabContext& context, const LabRequest& request)
 {
     const auto vecRows =
         context.store.Select(labtables::USERS, R"(WHERE "id" = ?)", {IntegerOf(request.strTail, "id")});
-    if (vecRows.empty())
+    if (vecRows.empty()) {
         throw LabError(404, "There is no such user.");
+    }
     Json::Value reply = vecRows.front().members;
     reply["code"] = 0;
     return reply;
@@ -65,8 +68,9 @@ Json::Value AnswerSupportVer(LabContext& context, const LabRequest& request)
 {
     const auto vecRows =
         context.store.Select(labtables::SUPPORTED_VERSIONS, R"(WHERE "t" = ?)", {QueryText(request, "t")});
-    if (vecRows.empty())
+    if (vecRows.empty()) {
         return Unknown("This version is not known here.");
+    }
     const Json::Value& version = vecRows.front().members;
     Json::Value reply(Json::objectValue);
     reply["success"] = version["supported"];
@@ -82,8 +86,9 @@ Json::Value AnswerProjects(LabContext& context, const LabRequest& request)
     Json::Value list(Json::arrayValue);
     for (std::string strCell; std::getline(cells, strCell, ',');) {
         for (const LabRow& row :
-             context.store.Select(labtables::PROJECTS, R"(WHERE "dxtm" = ? ORDER BY row_id)", {strCell}))
+             context.store.Select(labtables::PROJECTS, R"(WHERE "dxtm" = ? ORDER BY row_id)", {strCell})) {
             list.append(WithoutMember(row.members, "dxtm"));
+        }
     }
     Json::Value reply = Success();
     reply["实验项目"] = list;
@@ -94,8 +99,9 @@ Json::Value AnswerBattStatus(LabContext& context, const LabRequest& request)
 {
     QueryText(request, "t");
     Json::Value list(Json::arrayValue);
-    for (const LabRow& row : context.store.Select(labtables::BATTERY_STATES))
+    for (const LabRow& row : context.store.Select(labtables::BATTERY_STATES)) {
         list.append(row.members);
+    }
     Json::Value reply = Success();
     reply["全部电池状态"] = list;
     return reply;
@@ -107,8 +113,9 @@ Json::Value AnswerAutoExport(LabContext& context, const LabRequest& request)
     QueryText(request, "csxmser");
     const auto vecRows =
         context.store.Select(labtables::CELLS, R"(WHERE "dxtm" = ?)", {QueryText(request, "dxtm")});
-    if (vecRows.empty())
+    if (vecRows.empty()) {
         return Unknown("There is no such cell.");
+    }
     Json::Value reply = Success();
     reply["result"] = WithoutMember(vecRows.front().members, "dxtm");
     return reply;
@@ -121,30 +128,35 @@ Json::Value AnswerFtpFilePath(LabContext& context, const LabRequest& request)
         R"(WHERE "bjtzser" = ? AND "csxmser" = ? AND "supplier" = ? AND "batteryStatus" = ?)",
         {QueryText(request, "bjtzser"), QueryText(request, "csxmser"), QueryText(request, "supplier"),
          QueryText(request, "batteryStatus")});
-    if (vecRows.empty())
+    if (vecRows.empty()) {
         return Unknown("There is no path for this.");
+    }
     Json::Value reply = Success();
-    for (const char* szMember : {"ftpFilePath", "permit"})
+    for (const char* szMember : {"ftpFilePath", "permit"}) {
         reply["result"][szMember] = vecRows.front().members[szMember];
+    }
     return reply;
 }
 
 Json::Value AnswerChannelCheckData(LabContext& context, const LabRequest& request)
 {
-    for (const char* szId : {"wtNumId", "xmNameId"})
+    for (const char* szId : {"wtNumId", "xmNameId"}) {
         IntegerOf(QueryText(request, szId), szId);
+    }
     QueryText(request, "dxtm");
     QueryText(request, "purpose");
     // The latest rule that covers the channel decides.
     const auto vecRows = context.store.Select(
         labtables::CHANNEL_RULES, R"(WHERE ? GLOB "deviceId" AND ? GLOB "chl" ORDER BY row_id DESC LIMIT 1)",
         {QueryText(request, "deviceId"), QueryText(request, "chl")});
-    if (vecRows.empty())
+    if (vecRows.empty()) {
         return Unknown("No rule covers this channel.");
+    }
     Json::Value reply = Success();
     reply["message"] = "checked";
-    for (const char* szMember : {"allowBoot", "reason"})
+    for (const char* szMember : {"allowBoot", "reason"}) {
         reply["result"][szMember] = vecRows.front().members[szMember];
+    }
     return reply;
 }
 

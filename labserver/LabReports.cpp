@@ -29,8 +29,9 @@ const LabReportKind& KindOf(const std::string& strName)
     const auto* const pKind =
         std::find_if(std::begin(aKinds), std::end(aKinds),
                      [&](const LabReportKind& kind) { return kind.strName == strName; });
-    if (pKind == std::end(aKinds))
+    if (pKind == std::end(aKinds)) {
         throw LabError(404, "There is no such kind of report.");
+    }
     return *pKind;
 }
 
@@ -44,8 +45,9 @@ std::string TextOf(const Json::Value& value, const std::string& strBody)
 std::int64_t StoreRow(LabStore& store, const LabReportKind& kind, const LabRequest& request)
 {
     Json::Value report = ParseJson(request.http.body);
-    if (kind.szQueryField != nullptr && report.isObject())
+    if (kind.szQueryField != nullptr && report.isObject()) {
         report[kind.szQueryField] = QueryText(request, kind.szQueryField);
+    }
     RequireRow(report, kind.table);
     LabTransaction transaction(store);
     const std::int64_t nId = transaction.Insert(kind.table, report);
@@ -88,23 +90,27 @@ Json::Value Acknowledgement(std::int64_t nId)
 
 Json::Value ReportOf(LabStore& store, const LabReportKind& kind, const LabRow& row)
 {
-    if (kind.pElements == nullptr)
+    if (kind.pElements == nullptr) {
         return row.members;
+    }
     Json::Value list(Json::arrayValue);
     for (const LabRow& element :
-         store.Select(*kind.pElements, R"(WHERE "report" = ? ORDER BY "position")", {Json::Int64{row.nId}}))
+         store.Select(*kind.pElements, R"(WHERE "report" = ? ORDER BY "position")", {Json::Int64{row.nId}})) {
         list.append(ParseJson('[' + element.members["element"].asString() + ']')[0]);
+    }
     return row.members["isArray"].asBool() ? list : list[0];
 }
 
 /// An optional parameter that may not be negative.
 Json::Int64 CountOf(const LabRequest& request, const char* szName, Json::Int64 nDefault)
 {
-    if (!request.http.has_param(szName))
+    if (!request.http.has_param(szName)) {
         return nDefault;
+    }
     const Json::Int64 nValue = IntegerOf(QueryText(request, szName), szName);
-    if (nValue < 0)
+    if (nValue < 0) {
         throw LabError(400, std::string("\"") + szName + "\" is negative.");
+    }
     return nValue;
 }
 

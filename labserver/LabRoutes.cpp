@@ -49,10 +49,12 @@ const std::vector<LabRoute>& Routes()
 /// Whether a route serves a path. @param strTail gets the rest of the path after the route's
 bool Serves(const LabRoute& route, const std::string& strPath, std::string& strTail)
 {
-    if (route.strPath.back() != '/')
+    if (route.strPath.back() != '/') {
         return strPath == route.strPath;
-    if (strPath.compare(0, route.strPath.size(), route.strPath) != 0)
+    }
+    if (strPath.compare(0, route.strPath.size(), route.strPath) != 0) {
         return false;
+    }
     strTail = strPath.substr(route.strPath.size());
     return !strTail.empty() && strTail.find('/') == std::string::npos;
 }
@@ -64,14 +66,17 @@ Json::Value Answer(LabContext& context, const std::string& strPath, const httpli
     std::string strAllowed;
     for (const LabRoute& route : Routes()) {
         std::string strTail;
-        if (!Serves(route, strPath, strTail))
+        if (!Serves(route, strPath, strTail)) {
             continue;
-        if (route.strMethod == strMethod)
+        }
+        if (route.strMethod == strMethod) {
             return route.fnAnswer(context, {request, strTail});
+        }
         strAllowed += (strAllowed.empty() ? "" : ", ") + route.strMethod;
     }
-    if (strAllowed.empty())
+    if (strAllowed.empty()) {
         throw LabError(404, "There is nothing at this path.");
+    }
     response.set_header("Allow", strAllowed);
     throw LabError(405, "This path takes " + strAllowed + " only.");
 }

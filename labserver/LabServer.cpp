@@ -86,10 +86,12 @@ private:
 
 int LabServer::Impl::Start()
 {
-    if (m_pHttp)
+    if (m_pHttp) {
         throw std::runtime_error("the server runs already");
-    if (!m_pStore)
+    }
+    if (!m_pStore) {
         m_pStore = OpenStore(m_options.strDataFile);
+    }
     auto pHttp = std::make_unique<LabHttp>(
         [this](const std::string& strPath, const httplib::Request& request, httplib::Response& response) {
             Answer(strPath, request, response);
@@ -110,10 +112,11 @@ void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request&
     };
     // Operator paths are exempt, or a fault could keep faults from being cleared.
     const auto fault = IsOperatorPath(strPath) ? std::nullopt : m_faults.Take(strPath);
-    if (fault)
+    if (fault) {
         Fail(*fault, fnHandle, response);
-    else
+    } else {
         fnHandle();
+    }
 }
 
 /// @param fnHandle handles the request as if there were no fault

@@ -42,10 +42,12 @@ std::string CreateTableSql(const LabTable& table)
     std::string strSql = "CREATE TABLE " + Quoted(table.szName) +
                          " (row_id INTEGER PRIMARY KEY AUTOINCREMENT,"
                          " received_at TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%fZ', 'now'))";
-    for (const LabField& field : table.vecFields)
+    for (const LabField& field : table.vecFields) {
         strSql += ", " + Quoted(field.szName) + ' ' + ColumnType(field.eType) + " NOT NULL";
-    if (table.szUnique != nullptr)
+    }
+    if (table.szUnique != nullptr) {
         strSql += std::string(", UNIQUE (") + table.szUnique + ") ON CONFLICT REPLACE";
+    }
     return strSql + ')';
 }
 
@@ -53,8 +55,9 @@ std::string CreateTableSql(const LabTable& table)
 std::string ColumnList(const LabTable& table)
 {
     std::string strList;
-    for (const LabField& field : table.vecFields)
+    for (const LabField& field : table.vecFields) {
         strList += (strList.empty() ? "" : ", ") + Quoted(field.szName);
+    }
     return strList;
 }
 
@@ -73,8 +76,9 @@ void TurnOnWal(Sqlite& db)
             db.Execute("PRAGMA journal_mode = WAL");
             return;
         } catch (const SqliteError& error) {
-            if (!error.IsBusy() || std::chrono::steady_clock::now() > end)
+            if (!error.IsBusy() || std::chrono::steady_clock::now() > end) {
                 throw;
+            }
         }
         std::this_thread::sleep_for(BUSY_PAUSE);
     }
@@ -87,8 +91,9 @@ LabStore::LabStore(const std::string& strFile) : m_db(strFile.empty() ? ":memory
     Prepare();
     // Only now is the file known to be ours.
     for (const char* szBeside : {"", "-wal", "-shm", "-journal"}) {
-        if (!strFile.empty())
+        if (!strFile.empty()) {
             KeepToOwner(strFile + szBeside);
+        }
     }
 }
 
@@ -98,12 +103,15 @@ void LabStore::Prepare()
     TurnOnWal(m_db);
     LabTransaction fresh(*this);
     const int nVersion = SchemaVersionOf(m_db);
-    if (nVersion == SCHEMA_VERSION)
+    if (nVersion == SCHEMA_VERSION) {
         return;
-    if (nVersion != 0)
+    }
+    if (nVersion != 0) {
         throw std::runtime_error("it is of another version of this server");
-    for (const LabTable* pTable : labtables::All())
+    }
+    for (const LabTable* pTable : labtables::All()) {
         m_db.Execute(CreateTableSql(*pTable));
+    }
     ForEachSeedRow([&fresh](const LabTable& table, const Json::Value& row) { fresh.Insert(table, row); });
     m_db.Execute("PRAGMA user_version = " + std::to_string(SCHEMA_VERSION));
     fresh.Commit();
@@ -122,8 +130,9 @@ std::vector<LabRow> LabStore::Select(const LabTable& table, const std::string& s
         LabRow row{query.Column(0, LabType::Integer).asInt64(), query.Column(1, LabType::Text).asString(),
                    Json::Value(Json::objectValue)};
         int nColumn = 2;
-        for (const LabField& field : table.vecFields)
+        for (const LabField& field : table.vecFields) {
             row.members[field.szName] = query.Column(nColumn++, field.eType);
+        }
         vecRows.push_back(std::move(row));
     }
     return vecRows;
@@ -144,8 +153,9 @@ LabTransaction::LabTransaction(LabStore& store) : m_lock(store.m_mutex), m_db(st
 
 LabTransaction::~LabTransaction()
 {
-    if (m_bCommitted)
+    if (m_bCommitted) {
         return;
+    }
     try {
         m_db.Execute("ROLLBACK");
     } catch (const SqliteError&) {

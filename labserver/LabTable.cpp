@@ -44,16 +44,20 @@ const char* NameOf(LabType eType)
 void RequireField(const Json::Value& object, const LabField& field)
 {
     const std::string strName = field.szName;
-    if (!object.isMember(strName))
+    if (!object.isMember(strName)) {
         throw LabError(400, "The member \"" + strName + "\" is missing.");
-    if (!Holds(object[strName], field.eType))
+    }
+    if (!Holds(object[strName], field.eType)) {
         throw LabError(400, "The member \"" + strName + "\" is not " + NameOf(field.eType) + ".");
+    }
 }
 
 void RequireRow(const Json::Value& object, const LabTable& table)
 {
-    if (!object.isObject())
+    if (!object.isObject()) {
         throw LabError(400, "The body is not a JSON object.");
-    for (const LabField& field : table.vecFields)
+    }
+    for (const LabField& field : table.vecFields) {
         RequireField(object, field);
+    }
 }

@@ -6,8 +6,9 @@
 inline std::string LowerCase(std::string strText)
 {
     for (char& c : strText) {
-        if (c >= 'A' && c <= 'Z')
+        if (c >= 'A' && c <= 'Z') {
             c = static_cast<char>(c - 'A' + 'a');
+        }
     }
     return strText;
 }

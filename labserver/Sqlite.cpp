@@ -27,10 +27,12 @@ Sqlite::Sqlite(const std::string& strFile)
 {
     // SQLite would let the umask decide who may read the file. The files that it creates beside it get the
     // same mode.
-    if (strFile != ":memory:")
+    if (strFile != ":memory:") {
         MakeOwnersFile(strFile);
-    if (sqlite3_open(FileName(strFile).c_str(), &m_pDb) == SQLITE_OK)
+    }
+    if (sqlite3_open(FileName(strFile).c_str(), &m_pDb) == SQLITE_OK) {
         return;
+    }
     const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> pClosed(m_pDb, &sqlite3_close);
     throw SqliteError(m_pDb);
 }
@@ -42,8 +44,9 @@ Sqlite::~Sqlite()
 
 void Sqlite::Execute(const std::string& strSql)
 {
-    if (sqlite3_exec(m_pDb, strSql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(m_pDb, strSql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
         throw SqliteError(m_pDb);
+    }
 }
 
 std::int64_t Sqlite::LastRowId() const
@@ -55,11 +58,13 @@ SqliteStatement::SqliteStatement(Sqlite& db, const std::string& strSql,
                                  const std::vector<Json::Value>& vecBound)
     : m_pDb(db.Handle())
 {
-    if (sqlite3_prepare_v2(m_pDb, strSql.c_str(), -1, &m_pStatement, nullptr) != SQLITE_OK)
+    if (sqlite3_prepare_v2(m_pDb, strSql.c_str(), -1, &m_pStatement, nullptr) != SQLITE_OK) {
         throw SqliteError(m_pDb);
+    }
     int nParameter = 0;
-    for (const Json::Value& value : vecBound)
+    for (const Json::Value& value : vecBound) {
         Bind(++nParameter, value);
+    }
 }
 
 SqliteStatement::~SqliteStatement()
@@ -70,8 +75,9 @@ SqliteStatement::~SqliteStatement()
 bool SqliteStatement::Step()
 {
     const int nResult = sqlite3_step(m_pStatement);
-    if (nResult != SQLITE_ROW && nResult != SQLITE_DONE)
+    if (nResult != SQLITE_ROW && nResult != SQLITE_DONE) {
         throw SqliteError(m_pDb);
+    }
     return nResult == SQLITE_ROW;
 }
 

@@ -28,8 +28,9 @@ bool IsSymbolicLink(const std::string& strFile)
 
 bool SetMode(const std::string& strFile, mode_t nMode)
 {
-    if (::fchmodat(AT_FDCWD, strFile.c_str(), nMode, AT_SYMLINK_NOFOLLOW) == 0)
+    if (::fchmodat(AT_FDCWD, strFile.c_str(), nMode, AT_SYMLINK_NOFOLLOW) == 0) {
         return true;
+    }
     // Without /proc the C library can't tell whether it is a link.
     return errno == EOPNOTSUPP && !IsSymbolicLink(strFile) && ::chmod(strFile.c_str(), nMode) == 0;
 }
@@ -54,10 +55,13 @@ void MakeOwnersFile(const std::string& strFile)
 void KeepToOwner(const std::string& strFile)
 {
     struct stat status = {};
-    if (::lstat(strFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & OTHERS) == 0)
+    if (::lstat(strFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        (status.st_mode & OTHERS) == 0) {
         return;
-    if (!SetMode(strFile, status.st_mode & OWNER) && status.st_uid != ::geteuid())
+    }
+    if (!SetMode(strFile, status.st_mode & OWNER) && status.st_uid != ::geteuid()) {
         ThrowError("it is open to other users, and can't be taken from them");
+    }
 }
 
 #else

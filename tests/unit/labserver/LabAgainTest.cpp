@@ -51,23 +51,27 @@ public:
         fault.nDelayMs = 600'000;
         server.AddFault(fault);
         const int nPort = server.Port();
-        for (int nClient = 0; nClient < 4; ++nClient)
+        for (int nClient = 0; nClient < 4; ++nClient) {
             m_vecThreads.emplace_back([this, nPort] {
                 LabClient client(nPort);
-                while (client.Post(CYCLES, "[1]").nStatus == 200)
+                while (client.Post(CYCLES, "[1]").nStatus == 200) {
                     ++m_nAcknowledged;
+                }
             });
+        }
         m_vecThreads.emplace_back([this, nPort] { m_nPutOff = LabClient(nPort).Get("/posts/1").nStatus; });
         LabClient watcher(nPort);
-        while (m_nAcknowledged < 20 || watcher.Get("/lab/faults").json["count"] != 0)
+        while (m_nAcknowledged < 20 || watcher.Get("/lab/faults").json["count"] != 0) {
             std::this_thread::yield();
+        }
     }
 
     /// Call it after the server has ended. @return how many reports were acknowledged
     int End()
     {
-        for (std::thread& thread : m_vecThreads)
+        for (std::thread& thread : m_vecThreads) {
             thread.join();
+        }
         EXPECT_EQ(m_nPutOff, 200);
         return m_nAcknowledged;
     }
@@ -100,8 +104,9 @@ void ServeOnce(LabServer& server, int nPort, int& nStored, const std::function<v
 bool ComeToThreads(std::size_t nThreads)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (Threads() != nThreads && std::chrono::steady_clock::now() < end)
+    while (Threads() != nThreads && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(milliseconds(10));
+    }
     return Threads() == nThreads;
 }
 
@@ -115,8 +120,9 @@ TEST(LabAgain, AServerServesRoundAfterRoundOnItsPortWithItsFile)
     int nStored = 0;
     for (int nRound = 1; nRound <= 4; ++nRound) {
         ServeOnce(server, options.nPort, nStored, [&] { server.Stop(); });
-        if (nRound == 1)
+        if (nRound == 1) {
             nDescriptors = OpenDescriptors(); // the file stays open
+        }
         EXPECT_EQ(OpenDescriptors(), nDescriptors) << nRound;
         EXPECT_TRUE(ComeToThreads(nThreads)) << nRound;
     }
@@ -151,8 +157,9 @@ TEST(LabAgain, PendingFaultsOutliveAStopAndThoseUsedUpStayGone)
     EXPECT_EQ(pending["count"], 1);
     EXPECT_EQ(pending["faults"][0]["count"], 2);
     EXPECT_EQ(client.Get("/posts/2").nStatus, 200);
-    for (const int nStatus : {501, 501, 200})
+    for (const int nStatus : {501, 501, 200}) {
         EXPECT_EQ(client.Get("/posts/1").nStatus, nStatus);
+    }
 }
 
 TEST(LabAgain, ExchangesOfTheLifeBeforeAreStillTold)
@@ -163,8 +170,9 @@ TEST(LabAgain, ExchangesOfTheLifeBeforeAreStillTold)
         server.Stop();
     }
     std::vector<std::string> vecTargets;
-    for (const LabExchange& exchange : server.Exchanges())
+    for (const LabExchange& exchange : server.Exchanges()) {
         vecTargets.push_back(exchange.strTarget);
+    }
     EXPECT_THAT(vecTargets, testing::ElementsAre("/posts/1", "/posts/2", "/posts/3"));
 }
 

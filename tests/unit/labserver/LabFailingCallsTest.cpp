@@ -45,8 +45,9 @@ extern "C" ssize_t send(int nSocket, const void* pBytes, size_t nBytes, int nFla
 {
     static const auto pfn = Real<decltype(&send)>("send");
     const std::string_view strBytes(static_cast<const char*>(pBytes), nBytes);
-    if (g_bInvitationBreaks && strBytes.rfind("HTTP/1.1 100", 0) == 0)
+    if (g_bInvitationBreaks && strBytes.rfind("HTTP/1.1 100", 0) == 0) {
         g_nBroken = nSocket;
+    }
     if (nSocket == g_nBroken) {
         errno = EPIPE;
         return -1;

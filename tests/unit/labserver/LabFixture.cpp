@@ -8,8 +8,9 @@ namespace
 
 LabReply ReplyOf(const httplib::Result& result)
 {
-    if (!result)
+    if (!result) {
         return {};
+    }
     return {result->status, result->body, result->get_header_value("Content-Type"), JsonFrom(result->body)};
 }
 

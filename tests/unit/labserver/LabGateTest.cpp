@@ -63,8 +63,9 @@ void ExpectRefused(const std::string& strReply, int nStatus, const std::string& 
 
 TEST_F(LabGateTest, ARequestByAnyNameOfThisServerIsServed)
 {
-    for (const char* szHost : {"localhost", "LocalHost", "127.0.0.1", "[::1]"})
+    for (const char* szHost : {"localhost", "LocalHost", "127.0.0.1", "[::1]"}) {
         EXPECT_THAT(GetFaults("Host: " + WithPort(szHost) + "\r\n"), StartsWith("HTTP/1.1 200 ")) << szHost;
+    }
 }
 
 TEST_F(LabGateTest, ARequestByAnotherNameIsRefused)
@@ -84,8 +85,9 @@ TEST_F(LabGateTest, ARequestByAnotherNameIsRefused)
         "localhost:1",
         WithPort("127.0.0.1") + ", " + WithPort("rebound.example"),
     };
-    for (const std::string& strHost : vecHosts)
+    for (const std::string& strHost : vecHosts) {
         ExpectRefused(GetFaults("Host: " + strHost + "\r\n"), 403, "Host", strHost);
+    }
 }
 
 TEST_F(LabGateTest, ARequestByNoNameOrSeveralIsRefused)
@@ -114,8 +116,9 @@ TEST_F(LabGateTest, APageOfAnotherSiteIsRefused)
         "file://",
         WithPort("127.0.0.1"),
     };
-    for (const std::string& strOrigin : vecOrigins)
+    for (const std::string& strOrigin : vecOrigins) {
         ExpectRefused(GetFaultsFrom("Origin: " + strOrigin), 403, "Origin", strOrigin);
+    }
     const std::string strOwn = "Origin: http://" + WithPort("127.0.0.1");
     ExpectRefused(GetFaultsFrom(strOwn + "\r\nOrigin: http://rebound.example"), 403, "Origin", "two");
     ExpectRefused(GetFaultsFrom(strOwn + "\r\n" + strOwn), 403, "Origin", "the same twice");
@@ -123,18 +126,21 @@ TEST_F(LabGateTest, APageOfAnotherSiteIsRefused)
 
 TEST_F(LabGateTest, APageOfItsOwnIsServed)
 {
-    for (const char* szHost : {"127.0.0.1", "localhost", "[::1]"})
+    for (const char* szHost : {"127.0.0.1", "localhost", "[::1]"}) {
         EXPECT_THAT(GetFaultsFrom("Origin: http://" + WithPort(szHost)), StartsWith("HTTP/1.1 200 "))
             << szHost;
+    }
 }
 
 TEST_F(LabGateTest, WhatTheBrowserSaysOfWhoAsksCounts)
 {
-    for (const char* szSite : {"cross-site", "same-site", "something-new"})
+    for (const char* szSite : {"cross-site", "same-site", "something-new"}) {
         ExpectRefused(GetFaultsFrom(std::string("Sec-Fetch-Site: ") + szSite), 403, "Sec-Fetch-Site", szSite);
-    for (const char* szSite : {"same-origin", "none"})
+    }
+    for (const char* szSite : {"same-origin", "none"}) {
         EXPECT_THAT(GetFaultsFrom(std::string("Sec-Fetch-Site: ") + szSite), StartsWith("HTTP/1.1 200 "))
             << szSite;
+    }
 }
 
 TEST_F(LabGateTest, ARefusedPagePlantsNothingAndLearnsNothing)
@@ -160,17 +166,19 @@ TEST_F(LabGateTest, ABodyThatIsNotCalledJsonIsRefused)
           "Content-Type: text/plain;application/json\r\n", "Content-Type: application/jsonx\r\n",
           "Content-Type: application/json, text/plain\r\n", "Content-Type:\r\n", "",
           "Content-Type: text/plain\r\nContent-Type: application/json\r\n",
-          "Content-Type: application/json\r\nContent-Type: text/plain\r\n"})
+          "Content-Type: application/json\r\nContent-Type: text/plain\r\n"}) {
         ExpectRefused(PostRule(szType), 415, "Content-Type: application/json", szType);
+    }
     EXPECT_EQ(Rules(), nBefore);
 }
 
 TEST_F(LabGateTest, ABodyThatIsCalledJsonIsServedWhateverTheParameters)
 {
     for (const char* szType : {"application/json", "Application/JSON", "application/json; charset=utf-8",
-                               "application/json ;x=y", "application/json; charset=utf-8/gb2312"})
+                               "application/json ;x=y", "application/json; charset=utf-8/gb2312"}) {
         EXPECT_THAT(PostRule(std::string("Content-Type: ") + szType + "\r\n"), StartsWith("HTTP/1.1 200 "))
             << szType;
+    }
 }
 
 TEST_F(LabGateTest, ARequestWithoutABodyNeedsNoType)
@@ -234,8 +242,9 @@ TEST_F(LabGateTest, APathThatOnlyBeginsAlikeIsNoneOfTheOperators)
 TEST_F(LabGateTest, AnOperatorsPathIsOneHoweverItIsWritten)
 {
     for (const char* szPath : {"/lab", "/lab/", "/lab/none", "/l%61b/faults", "/lab%2ffaults",
-                               "/lab/faults?x", "/lab?x", "/lab#x"})
+                               "/lab/faults?x", "/lab?x", "/lab#x"}) {
         ExpectRefused(Send(std::string("GET ") + szPath + " HTTP/1.1\r\nHost: any\r\n"), 403, "Host", szPath);
+    }
     m_server.AddFault({"lab", 1, LabFaultKind::Reply, 0, 418, ""});
     EXPECT_EQ(Get("/lab").nStatus, 404);
 }
@@ -258,8 +267,9 @@ TEST(LabGateAlone, TheDefaultPortMayBeLeftOut)
                   0)
             << szHost;
     }
-    for (const char* szHost : {"lab.example:8080", "::1", "[::1", "other.example", "lab.example:80:80"})
+    for (const char* szHost : {"lab.example:8080", "::1", "[::1", "other.example", "lab.example:80:80"}) {
         EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", szHost}})).nStatus, 403) << szHost;
+    }
 }
 
 TEST(LabGateAlone, TheAddressThatItListensOnIsItsOwn)

@@ -170,8 +170,9 @@ TEST(LabLife, ARequestInADelayIsAnsweredAtTheStop)
     LabClient watcher(server.Start());
     LabReply reply;
     std::thread waiting([&] { reply = LabClient(server.Port()).Get("/posts/1"); });
-    while (watcher.Get("/lab/faults").json["count"] != 0)
+    while (watcher.Get("/lab/faults").json["count"] != 0) {
         std::this_thread::yield();
+    }
     ExpectStopsPromptly(server);
     waiting.join();
     EXPECT_EQ(reply.nStatus, 200);
@@ -187,8 +188,9 @@ TEST(LabLife, ManyKeptConnectionsAreServedAtOnce)
         vecClients.push_back(std::make_unique<LabClient>(server.Port()));
         ASSERT_EQ(vecClients.back()->Get("/posts/1").nStatus, 200);
     }
-    for (const auto& pClient : vecClients)
+    for (const auto& pClient : vecClients) {
         ASSERT_EQ(pClient->Get("/posts/2").json["id"], 2);
+    }
     ExpectStopsPromptly(server);
 }
 
@@ -218,11 +220,13 @@ TEST(LabLife, StoppingUnderLoadAnswersWholeRepliesOrNone)
             }
         });
     }
-    while (nAnswered < 100)
+    while (nAnswered < 100) {
         std::this_thread::yield();
+    }
     ExpectStopsPromptly(server);
-    for (std::thread& thread : vecThreads)
+    for (std::thread& thread : vecThreads) {
         thread.join();
+    }
     LabClient client(server.Start());
     EXPECT_GE(client.Get("/lab/reports/cycle-data?limit=0").json["count"].asInt(), nAnswered);
 }

@@ -50,8 +50,9 @@ std::string HeaderOfSize(size_t nSize)
 {
     constexpr size_t LINE = 1000;
     std::string strHeader = FIRST_LINES;
-    while (nSize - strHeader.size() > 2 * LINE)
+    while (nSize - strHeader.size() > 2 * LINE) {
         strHeader += LineOfSize(LINE);
+    }
     return strHeader + LineOfSize(nSize - strHeader.size() - 2) + "\r\n";
 }
 
@@ -77,8 +78,9 @@ TEST_F(LabLimits, TheNextHeaderOfAConnectionHasTheWholeLimit)
 TEST_F(LabLimits, ManyHeaderLinesAreTakenAndMoreRefused)
 {
     std::string strLines = FIRST_LINES;
-    for (int nLine = 1; nLine < 100; ++nLine)
+    for (int nLine = 1; nLine < 100; ++nLine) {
         strLines += "X: x\r\n";
+    }
     EXPECT_THAT(Answer(strLines + "\r\n"), StartsWith("HTTP/1.1 200 "));
     ExpectTooLarge(strLines + "X: x\r\n\r\n", "more than 100 lines");
     ExpectTooLarge(strLines + "no line that counts elsewhere\n\r\n", "more than 100 lines");
@@ -107,8 +109,9 @@ TEST_F(LabLimits, ALongRequestLineIsTakenAndALongerOneRefusedBeforeItsEnd)
 TEST_F(LabLimits, AHeaderThatComesByteByByteIsUnderstood)
 {
     Socket socket(m_server.Port());
-    for (const char c : FIRST_LINES + "Range: bytes=0-1\r\n\r\n")
+    for (const char c : FIRST_LINES + "Range: bytes=0-1\r\n\r\n") {
         socket.Send({c});
+    }
     const std::string strReply = socket.ReadAll();
     EXPECT_THAT(strReply, StartsWith("HTTP/1.1 200 "));
     EXPECT_THAT(strReply, HasSubstr("\"Test engineer\"}"));
@@ -117,15 +120,17 @@ TEST_F(LabLimits, AHeaderThatComesByteByByteIsUnderstood)
 TEST_F(LabLimits, NoRangesAreServed)
 {
     std::string strMany = "bytes=0-";
-    while (strMany.size() < 8000)
+    while (strMany.size() < 8000) {
         strMany += ",0-";
+    }
     const std::string strWhole = Answer(FIRST_LINES + "\r\n");
     EXPECT_THAT(strWhole, StartsWith("HTTP/1.1 200 "));
     for (const std::string& strRange :
          {std::string("Range: bytes=0-3"), std::string("Range: bytes=0-,0-,0-"), "Range: " + strMany,
           std::string("rANGE: bytes=-1"), std::string("Range: bytes=900000-"), std::string("Range: bytes=x"),
-          std::string("Range: bytes=0-1\r\nIf-Range: \"x\"\r\nRange: bytes=2-3")})
+          std::string("Range: bytes=0-1\r\nIf-Range: \"x\"\r\nRange: bytes=2-3")}) {
         EXPECT_EQ(Answer(FIRST_LINES + strRange + "\r\n\r\n"), strWhole) << strRange.substr(0, 80);
+    }
     EXPECT_THAT(Answer("HEAD" + FIRST_LINES.substr(3) + "\r\n"), Not(HasSubstr("Range")));
 }
 
@@ -179,9 +184,9 @@ TEST(LabConnections, ThatEndMakeRoomForOthers)
     for (int nClient = 0; nClient < 5; ++nClient) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
         int nStatus = 0; // the server may notice late that the previous client is gone
-        do
+        do {
             nStatus = LabClient(server.Port()).Get("/posts/1").nStatus;
-        while (nStatus != 200 && std::chrono::steady_clock::now() < end);
+        } while (nStatus != 200 && std::chrono::steady_clock::now() < end);
         ASSERT_EQ(nStatus, 200) << nClient;
     }
 }
@@ -209,8 +214,9 @@ TEST(LabConnections, ThatAreRefusedCostNoThreadsAndHoldNobodyUp)
 bool ComeToDescriptors(size_t nDescriptors)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (OpenDescriptors() != nDescriptors && std::chrono::steady_clock::now() < end)
+    while (OpenDescriptors() != nDescriptors && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
     return OpenDescriptors() == nDescriptors;
 }
 
@@ -242,11 +248,13 @@ TEST(LabConnections, ThatAreRefusedLeaveNoDescriptorBehind)
 rlim_t MostThreads()
 {
     rlimit limit{RLIM_INFINITY, RLIM_INFINITY};
-    if (geteuid() != 0) // root has no such limit
+    if (geteuid() != 0) { // root has no such limit
         getrlimit(RLIMIT_NPROC, &limit);
+    }
     rlim_t nOfContainer = 0;
-    if (std::ifstream("/sys/fs/cgroup/pids.max") >> nOfContainer) // the word "max" is no number
+    if (std::ifstream("/sys/fs/cgroup/pids.max") >> nOfContainer) { // the word "max" is no number
         return std::min(limit.rlim_cur, nOfContainer);
+    }
     return limit.rlim_cur;
 }
 
@@ -256,10 +264,12 @@ TEST(LabConnections, AThousandIdleOnesAreKept)
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096); // both ends are in this process
-    if (limit.rlim_cur < 2 * MOST_CLIENTS + 100 || setrlimit(RLIMIT_NOFILE, &limit) != 0)
+    if (limit.rlim_cur < 2 * MOST_CLIENTS + 100 || setrlimit(RLIMIT_NOFILE, &limit) != 0) {
         GTEST_SKIP() << "this process may not have enough descriptors: " << limit.rlim_cur;
-    if (MostThreads() < MOST_CLIENTS + 100)
+    }
+    if (MostThreads() < MOST_CLIENTS + 100) {
         GTEST_SKIP() << "this process may not have enough threads: " << MostThreads();
+    }
     LabServer server(ServerOf(MOST_CLIENTS));
     server.Start();
     std::vector<std::unique_ptr<Socket>> vecClients;

@@ -25,15 +25,17 @@ void ExpectRefusal(const LabReply& reply, int nStatus)
 TEST_F(LabRefusals, AnUnknownPathIsNotFound)
 {
     for (const char* szPath : {"/", "/posts", "/posts/", "/posts/1/2", "/vomd/system/getsyxm.action", "/lab",
-                               "//posts/1", "/posts%0A"})
+                               "//posts/1", "/posts%0A"}) {
         ExpectRefusal(Get(szPath), 404);
+    }
 }
 
 TEST_F(LabRefusals, AWrongMethodIsToldTheRightOnes)
 {
     ExpectRefusal(Post("/posts/1", "{}"), 405);
-    for (const char* szMethod : {"GET", "PUT", "PATCH", "DELETE", "OPTIONS"})
+    for (const char* szMethod : {"GET", "PUT", "PATCH", "DELETE", "OPTIONS"}) {
         ExpectRefusal(m_client.Send(szMethod, CYCLES), 405);
+    }
     httplib::Client client("127.0.0.1", m_server.Port());
     const auto result = client.Put("/lab/faults");
     ASSERT_TRUE(result);
@@ -50,8 +52,9 @@ TEST_F(LabRefusals, HeadIsAnsweredLikeGetButWithoutABody)
 TEST_F(LabRefusals, ABodyThatIsNotJsonIsRefused)
 {
     for (const char* szBody : {"", " ", "{a:1}", "[1,]", "{} {}", "[1", "7", "\"text\"", "null", "/* */ {}",
-                               "[NaN]", "{\"a\":1,\"a\":2}", "[\"\\ud800x]"})
+                               "[NaN]", "{\"a\":1,\"a\":2}", "[\"\\ud800x]"}) {
         ExpectRefusal(Post(CYCLES, szBody), 400);
+    }
     EXPECT_EQ(Get("/lab/reports/cycle-data").json["count"], 0);
 }
 
@@ -74,8 +77,9 @@ TEST_F(LabRefusals, AMillionBracketsAreRefused)
 {
     for (const char* szOpening : {"[", "{\"a\":"}) {
         std::string strBody;
-        while (strBody.size() < 1'000'000)
+        while (strBody.size() < 1'000'000) {
             strBody += szOpening;
+        }
         ExpectRefusal(Post(CYCLES, strBody), 400);
     }
     ExpectRefusal(Post("/lab/faults", std::string(1'000'000, '[')), 400);

@@ -69,8 +69,9 @@ TEST_F(LabReports, EachRowIsAcknowledgedAndReadBackAsSent)
         ASSERT_EQ(stored["reports"].size(), 1U);
         EXPECT_EQ(stored["reports"][0]["id"], reply.json["id"]);
         Json::Value expected = kind.report;
-        if (kind.strName == "channel-status")
+        if (kind.strName == "channel-status") {
             expected["t"] = "1717143330";
+        }
         EXPECT_EQ(stored["reports"][0]["report"], expected) << kind.strName;
     }
 }
@@ -89,12 +90,14 @@ TEST_F(LabReports, EachListIsAcknowledgedAndReadBackAsSent)
         const std::vector<std::string> vecBodies = {
             R"([{"cycle":1,"ah":[3.5,{"x":null}]},{"名":"值"},7,"text"])", R"({"single":{"step":[1,2]}})",
             "[]"};
-        for (const std::string& strBody : vecBodies)
+        for (const std::string& strBody : vecBodies) {
             ExpectAcknowledged(Post(kind.strTarget, strBody));
+        }
         const Json::Value stored = Get("/lab/reports/" + kind.strName).json;
         EXPECT_EQ(stored["count"], 3);
-        for (Json::ArrayIndex nReport = 0; nReport < 3; ++nReport)
+        for (Json::ArrayIndex nReport = 0; nReport < 3; ++nReport) {
             EXPECT_EQ(stored["reports"][nReport]["report"], JsonFrom(vecBodies[nReport])) << kind.strName;
+        }
     }
 }
 
@@ -173,8 +176,9 @@ TEST_F(LabReports, TextsKeepEveryCharacter)
 
 TEST_F(LabReports, ReadingBackPagesByIdAndLimit)
 {
-    for (int nReport = 0; nReport < 5; ++nReport)
+    for (int nReport = 0; nReport < 5; ++nReport) {
         Post("/open/test-cabinet/add/kostrel/step", '[' + std::to_string(nReport) + ']');
+    }
     const Json::Value first = Get("/lab/reports/step-data?limit=2").json;
     EXPECT_EQ(first["count"], 5);
     ASSERT_EQ(first["reports"].size(), 2U);
@@ -189,8 +193,9 @@ TEST_F(LabReports, ReadingBackPagesByIdAndLimit)
 TEST_F(LabReports, ReadingBackRefusesWhatItCanNotRead)
 {
     EXPECT_EQ(Get("/lab/reports/nothing").nStatus, 404);
-    for (const char* szBad : {"limit=x", "limit=-1", "after=1.5", "after="})
+    for (const char* szBad : {"limit=x", "limit=-1", "after=1.5", "after="}) {
         EXPECT_EQ(Get(std::string("/lab/reports/step-data?") + szBad).nStatus, 400) << szBad;
+    }
 }
 
 TEST_F(LabReports, TwoHundredAtOnceAreEachStoredOnce)
@@ -204,8 +209,9 @@ TEST_F(LabReports, TwoHundredAtOnceAreEachStoredOnce)
                 client.Post("/open/test-cabinet/add/kostrel/cycle", "[" + std::to_string(nReport) + ",1,2]"));
         });
     }
-    for (std::thread& thread : vecThreads)
+    for (std::thread& thread : vecThreads) {
         thread.join();
+    }
     std::multiset<int> setStored;
     const Json::Value stored = Get("/lab/reports/cycle-data").json;
     for (const Json::Value& report : stored["reports"]) {
@@ -213,8 +219,9 @@ TEST_F(LabReports, TwoHundredAtOnceAreEachStoredOnce)
         EXPECT_EQ(report["report"].size(), 3U);
     }
     std::multiset<int> setSent;
-    for (int nReport = 0; nReport < REPORTS; ++nReport)
+    for (int nReport = 0; nReport < REPORTS; ++nReport) {
         setSent.insert(nReport);
+    }
     EXPECT_EQ(setStored, setSent);
 }
 

@@ -190,8 +190,9 @@ TEST_F(LabDataFile, IsItsOwnersAloneWhateverTheUmask)
         const mode_t nBefore = umask(nUmask);
         Start();
         PostCycles("[1]");
-        for (const char* szBeside : {"", "-wal", "-shm"})
+        for (const char* szBeside : {"", "-wal", "-shm"}) {
             EXPECT_EQ(ModeOf(m_folder.File("lab.db") + szBeside), 0600U) << nUmask << szBeside;
+        }
         Stop();
         umask(nBefore);
         std::filesystem::remove(m_folder.File("lab.db"));
@@ -202,12 +203,14 @@ TEST_F(LabDataFile, OfAnEarlierServerIsTakenFromOtherUsers)
 {
     Start();
     PostCycles("[1]");
-    for (const char* szBeside : {"", "-wal", "-shm"}) // a server beside this one still has it open
+    for (const char* szBeside : {"", "-wal", "-shm"}) { // a server beside this one still has it open
         ASSERT_EQ(chmod((m_folder.File("lab.db") + szBeside).c_str(), 0664), 0);
+    }
     LabServer second({"127.0.0.1", 0, m_folder.File("lab.db")});
     LabClient client(second.Start());
-    for (const char* szBeside : {"", "-wal", "-shm"})
+    for (const char* szBeside : {"", "-wal", "-shm"}) {
         EXPECT_EQ(ModeOf(m_folder.File("lab.db") + szBeside), 0600U) << szBeside;
+    }
     client.Post("/open/test-cabinet/add/kostrel/cycle", "[2]");
     EXPECT_EQ(Cycles()["count"], 2);
 }
@@ -248,14 +251,16 @@ TEST(LabDataFiles, OnesOwnIsTakenWhereTheFileSystemKeepsNoModes)
 
 TEST(LabDataFiles, AnotherUsersFileThatIsOpenToAllIsRefused)
 {
-    if (geteuid() != 0)
+    if (geteuid() != 0) {
         GTEST_SKIP() << "only root can act as two users";
+    }
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.File(".").c_str(), 0777), 0);
     std::ofstream(folder.File("lab.db")).flush();
     ASSERT_EQ(chmod(folder.File("lab.db").c_str(), 0666), 0);
-    if (seteuid(65534) != 0)
+    if (seteuid(65534) != 0) {
         GTEST_SKIP() << "no second user here: " << std::strerror(errno);
+    }
     const std::string strWhy = WhyItDoesNotStart(folder.File("lab.db"));
     ASSERT_EQ(seteuid(0), 0);
     EXPECT_THAT(strWhy, testing::HasSubstr("it is open to other users, and can't be taken from them: "));

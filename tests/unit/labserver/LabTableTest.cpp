@@ -33,9 +33,10 @@ TEST(LabTables, ATreeIsAnObjectOrAnArray)
 {
     EXPECT_EQ(ComplaintOf("{}", LabType::Tree), "");
     EXPECT_EQ(ComplaintOf("[]", LabType::Tree), "");
-    for (const char* szMember : {"\"text\"", "1", "true", "null"})
+    for (const char* szMember : {"\"text\"", "1", "true", "null"}) {
         EXPECT_EQ(ComplaintOf(szMember, LabType::Tree),
                   "The member \"member\" is not an object or an array.");
+    }
 }
 
 TEST(LabDatabase, AStatementThatMeansNothingSaysWhy)

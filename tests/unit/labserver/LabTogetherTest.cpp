@@ -21,13 +21,15 @@ void OnThreads(size_t nThreads, const std::function<void(size_t)>& fn)
     std::vector<std::thread> vecThreads;
     for (size_t nThread = 0; nThread < nThreads; ++nThread) {
         vecThreads.emplace_back([&, nThread] {
-            for (--nWaiting; nWaiting > 0;)
+            for (--nWaiting; nWaiting > 0;) {
                 std::this_thread::yield();
+            }
             fn(nThread);
         });
     }
-    for (std::thread& thread : vecThreads)
+    for (std::thread& thread : vecThreads) {
         thread.join();
+    }
 }
 
 TEST(LabTogether, AFaultStrikesAsOftenAsItSaysWhoeverAsks)
@@ -93,23 +95,26 @@ TEST(LabTogether, ReportsToTwoServersOfOneFileAreAllStoredUnderTheirOwnIds)
     EXPECT_EQ(setIds.size(), static_cast<size_t>(THREADS * EACH));
     const Json::Value stored = LabClient(aPorts[0]).Get("/lab/reports/cycle-data").json;
     EXPECT_EQ(stored["count"], THREADS * EACH);
-    for (const Json::Value& report : stored["reports"])
+    for (const Json::Value& report : stored["reports"]) {
         EXPECT_EQ(report["report"], JsonFrom("[1,2,3]")) << report["id"];
+    }
 }
 
 TEST(LabTogether, AReportIsReadWholeOrNotAtAll)
 {
     constexpr int REPORTS = 30;
     std::string strReport = "[0";
-    for (int nElement = 1; nElement < 100; ++nElement)
+    for (int nElement = 1; nElement < 100; ++nElement) {
         strReport += ',' + std::to_string(nElement);
+    }
     strReport += ']';
     LabServer server;
     const int nPort = server.Start();
     OnThreads(2, [&](size_t nThread) {
         LabClient client(nPort);
-        for (int nReport = 0; nThread == 0 && nReport < REPORTS; ++nReport)
+        for (int nReport = 0; nThread == 0 && nReport < REPORTS; ++nReport) {
             EXPECT_EQ(client.Post(CYCLES, strReport).nStatus, 200);
+        }
         for (int nAfter = 0; nThread == 1 && nAfter < REPORTS && !testing::Test::HasFailure();) {
             const LabReply reply = client.Get("/lab/reports/cycle-data?after=" + std::to_string(nAfter));
             for (const Json::Value& report : reply.json["reports"]) {

@@ -135,8 +135,9 @@ TEST(LabWaits, FiveSecondsForARefusedClientThatStays)
     ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nSockets == ONE_REFUSED; }));
     EXPECT_THAT(Patiences(ONE_REFUSED), Each(AllOf(Gt(0), Le(5'000))));
     const auto end = steady_clock::now() + std::chrono::seconds(30);
-    while (OpenDescriptors() > nServing + 1 && steady_clock::now() < end)
+    while (OpenDescriptors() > nServing + 1 && steady_clock::now() < end) {
         std::this_thread::sleep_for(milliseconds(10));
+    }
     EXPECT_EQ(OpenDescriptors(), nServing + 1) << "our own end is open, the server's is closed";
     EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
 }
@@ -164,8 +165,9 @@ TEST(LabWaits, ARefusedClientMaySendMoreThanTheSystemKeeps)
     EXPECT_THAT(talking.ReadAll(), StartsWith("HTTP/1.1 503 "));
     const std::string strPiece(100'000, 'x');
     EXPECT_NO_THROW({
-        for (int nPiece = 0; nPiece < 100; ++nPiece)
+        for (int nPiece = 0; nPiece < 100; ++nPiece) {
             talking.Send(strPiece);
+        }
     });
 }
 

@@ -20,8 +20,9 @@ std::vector<PollCall> g_vecCalls;
 
 extern "C" int poll(pollfd* pSockets, nfds_t nSockets, int nMilliseconds)
 {
-    if (nSockets == 1 && nMilliseconds > 0 && g_bLastWaitIsWatched.exchange(false))
+    if (nSockets == 1 && nMilliseconds > 0 && g_bLastWaitIsWatched.exchange(false)) {
         g_fnBeforeLastWait();
+    }
     if (nMilliseconds != 0) {
         const std::lock_guard lock(g_mutex);
         g_vecCalls.push_back({nSockets, pSockets->events, nMilliseconds, steady_clock::now()});
@@ -51,8 +52,9 @@ std::set<int> Patiences(nfds_t nSockets)
 {
     std::set<int> setPatiences;
     for (const PollCall& call : PollCalls()) {
-        if (call.nSockets == nSockets)
+        if (call.nSockets == nSockets) {
             setPatiences.insert(call.nMilliseconds);
+        }
     }
     return setPatiences;
 }
@@ -62,8 +64,9 @@ bool ComesToWait(const std::function<bool(const PollCall&)>& fnIsIt)
     const auto end = steady_clock::now() + std::chrono::seconds(30);
     while (steady_clock::now() < end) {
         const auto vecCalls = PollCalls();
-        if (std::any_of(vecCalls.begin(), vecCalls.end(), fnIsIt))
+        if (std::any_of(vecCalls.begin(), vecCalls.end(), fnIsIt)) {
             return true;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return false;

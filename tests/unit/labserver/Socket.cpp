@@ -15,8 +15,9 @@ Socket::Socket(int nPort) : m_nSocket(socket(AF_INET, SOCK_STREAM, 0))
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     const timeval patience{30, 0};
     setsockopt(m_nSocket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    if (connect(m_nSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    if (connect(m_nSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         throw std::runtime_error("can't connect");
+    }
 }
 
 Socket::~Socket()
@@ -27,8 +28,9 @@ Socket::~Socket()
 void Socket::Send(const std::string& strBytes)
 {
     if (send(m_nSocket, strBytes.data(), strBytes.size(), MSG_NOSIGNAL) !=
-        static_cast<ssize_t>(strBytes.size()))
+        static_cast<ssize_t>(strBytes.size())) {
         throw std::runtime_error("can't send");
+    }
 }
 
 std::string Socket::ReadAll()
@@ -55,7 +57,8 @@ bool Socket::ReadMore(std::string& strRead)
     const ssize_t nGot = recv(m_nSocket, acBytes, sizeof acBytes, 0);
     m_bClosed = nGot == 0;
     m_bReset = nGot < 0 && errno == ECONNRESET;
-    if (nGot > 0)
+    if (nGot > 0) {
         strRead.append(acBytes, static_cast<size_t>(nGot));
+    }
     return nGot > 0;
 }
