@@ -73,8 +73,9 @@ TEST(LabPatience, ABodyOfUnknownLengthForTheOperatorsPathsMustBeCalledJsonToo)
 bool IsCutOff(Socket& socket, int nMost)
 {
     try {
-        for (int nSent = 0; nSent < nMost; ++nSent)
+        for (int nSent = 0; nSent < nMost; ++nSent) {
             socket.Send("x");
+        }
     } catch (const std::runtime_error&) {
         return true;
     }

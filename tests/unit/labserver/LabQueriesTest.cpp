@@ -28,8 +28,9 @@ TEST_F(LabQueries, AnUnknownUserIsNotFound)
 
 TEST_F(LabQueries, AUserIdThatIsNoNumberIsRefused)
 {
-    for (const char* szId : {"x", "1x", "1.5", "+1", "99999999999999999999"})
+    for (const char* szId : {"x", "1x", "1.5", "+1", "99999999999999999999"}) {
         EXPECT_EQ(Get(std::string("/posts/") + szId).nStatus, 400) << szId;
+    }
 }
 
 TEST_F(LabQueries, ASupportedVersionIsASuccess)
@@ -87,8 +88,9 @@ TEST_F(LabQueries, AutoExportOfACellHasItsTwentyTexts)
     EXPECT_EQ(result.size(), 20U);
     EXPECT_EQ(result["strAnodeMaterial"], "LFP");
     EXPECT_EQ(result["strType"], "Prismatic 100Ah");
-    for (const Json::Value& text : result)
+    for (const Json::Value& text : result) {
         EXPECT_TRUE(text.isString());
+    }
 }
 
 TEST_F(LabQueries, AutoExportOfAnUnknownCellIsNoSuccess)
@@ -158,8 +160,9 @@ TEST_F(LabQueries, EachMissingParameterIsRefusedByName)
     for (const Query& query : vecQueries) {
         for (const std::string& strMissing : query.vecParameters) {
             std::string strTarget = query.strPath + "?other=1";
-            for (const std::string& strName : query.vecParameters)
+            for (const std::string& strName : query.vecParameters) {
                 strTarget += strName == strMissing ? "" : '&' + strName + "=1";
+            }
             const LabReply reply = Get(strTarget);
             EXPECT_EQ(reply.nStatus, 400) << strTarget;
             EXPECT_EQ(reply.json["success"], false);
