@@ -133,10 +133,10 @@ void CUIAgentReq::SendPostUploadData(QString strIp, int nPort, tagBatteryTestDat
 
 void CUIAgentReq::SendPostReportCycleData(QString strUrl, std::string strData)
 {
-    ClientFor(strUrl).ReportCycleData(Requests::ReportCycleData::JsonArrayOf(strData));
+    ClientFor(strUrl).ReportCycleData(requests::ReportCycleData::JsonArrayOf(strData));
 }
 
 void CUIAgentReq::SendPostReportStepData(QString strUrl, std::string strData)
 {
-    ClientFor(strUrl).ReportStepData(Requests::ReportCycleData::JsonArrayOf(strData));
+    ClientFor(strUrl).ReportStepData(requests::ReportCycleData::JsonArrayOf(strData));
 }

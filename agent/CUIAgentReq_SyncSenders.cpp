@@ -69,7 +69,7 @@ QString WholeText(const std::string& strUtf8)
 std::string BatteryJson(const tagBatteryTestData& data)
 {
     QJsonObject object;
-    for (const auto& field : Requests::PostUploadData::FIELDS) {
+    for (const auto& field : requests::PostUploadData::FIELDS) {
         object.insert(QLatin1String(field.szName), WholeText(data.*field.pField));
     }
     return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
@@ -169,7 +169,7 @@ bool CUIAgentReq::SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeo
 {
     const SyncWait& wait = Exchange(
         Query(RequestType::GetChannelCheckData, SLOT(Slot_GetChannelCheckData_Reply(bool, QJsonObject)),
-              JointServerInfo(strIp.toStdString(), nPort), Requests::GetChannelCheckData::Query(req)),
+              JointServerInfo(strIp.toStdString(), nPort), requests::GetChannelCheckData::Query(req)),
         nTimeout);
     bAllow = wait.strResult.compare(QLatin1String("yes"), Qt::CaseInsensitive) == 0;
     strReason = wait.strReason;
@@ -182,7 +182,7 @@ bool CUIAgentReq::SendGetWhetherInCommonEx(QString strIp, int nPort, int nTimeou
     const SyncWait& wait = Exchange(Query(RequestType::GetWhetherInCommon,
                                           SLOT(Slot_GetWhetherInCommon_Reply(bool, QJsonObject)),
                                           JointServerInfo(strIp.toStdString(), nPort),
-                                          Requests::GetWhetherInCommon::Query(strDxtm.toStdString())),
+                                          requests::GetWhetherInCommon::Query(strDxtm.toStdString())),
                                     nTimeout);
     bCommon = wait.bFlag;
     return wait.bSucc;
@@ -200,7 +200,7 @@ bool CUIAgentReq::SendPostReportCycleDataEx(QString strUrl, int nTimeout, std::s
 {
     return ReportOrPause(Report(RequestType::ReportCycleData,
                                 SLOT(Slot_PostReportCycleData_Reply(bool, QJsonObject)), strUrl.toStdString(),
-                                Requests::ReportCycleData::JsonArrayOf(strData)),
+                                requests::ReportCycleData::JsonArrayOf(strData)),
                          nTimeout);
 }
 
@@ -208,7 +208,7 @@ bool CUIAgentReq::SendPostReportStepDataEx(QString strUrl, int nTimeout, std::st
 {
     return ReportOrPause(Report(RequestType::ReportStepData,
                                 SLOT(Slot_PostReportStepData_Reply(bool, QJsonObject)), strUrl.toStdString(),
-                                Requests::ReportCycleData::JsonArrayOf(strData)),
+                                requests::ReportCycleData::JsonArrayOf(strData)),
                          nTimeout);
 }
 

@@ -98,18 +98,18 @@ void CheckAcknowledgement(const SResponseHeader& header, int nResult)
 Decoding DecodingOf(int nType)
 {
     static const std::map<int, Decoding> DECODINGS{
-        {3100, {NewEmptyUserData<Requests::GetUserInfo>, CheckUserInfo}},
-        {3101, {NewEmptyUserData<Requests::ReportChlStatus>, CheckAcknowledgement}},
+        {3100, {NewEmptyUserData<requests::GetUserInfo>, CheckUserInfo}},
+        {3101, {NewEmptyUserData<requests::ReportChlStatus>, CheckAcknowledgement}},
         {3102, {nullptr, CheckAcknowledgement}},
-        {3103, {NewEmptyUserData<Requests::GetProjects>, CheckPayload<SResponseGetProject>}},
-        {3104, {NewEmptyUserData<Requests::GetSupportVer>, CheckPayload<SSupportVer>}},
-        {3105, {NewEmptyUserData<Requests::GetBattStatus>, CheckPayload<SResponseGetBatteryStatus>}},
-        {3106, {NewEmptyUserData<Requests::GetAutoExport>, CheckPayload<SResponseGetAutoExport>}},
-        {3107, {NewEmptyUserData<Requests::GetFtpFilePath>, CheckPayload<SResponseGetFtpFilePath>}},
-        {3109, {NewEmptyUserData<Requests::GetChannelCheckData>, CheckPayload<SResponseGetChannelCheckData>}},
-        {3110, {NewEmptyUserData<Requests::GetWhetherInCommon>, CheckPayload<SResponseGetWhetherInCommon>}},
-        {3112, {NewEmptyUserData<Requests::PostUploadData>, nullptr}},
-        {3113, {NewEmptyUserData<Requests::ReportCycleData>, nullptr}},
+        {3103, {NewEmptyUserData<requests::GetProjects>, CheckPayload<SResponseGetProject>}},
+        {3104, {NewEmptyUserData<requests::GetSupportVer>, CheckPayload<SSupportVer>}},
+        {3105, {NewEmptyUserData<requests::GetBattStatus>, CheckPayload<SResponseGetBatteryStatus>}},
+        {3106, {NewEmptyUserData<requests::GetAutoExport>, CheckPayload<SResponseGetAutoExport>}},
+        {3107, {NewEmptyUserData<requests::GetFtpFilePath>, CheckPayload<SResponseGetFtpFilePath>}},
+        {3109, {NewEmptyUserData<requests::GetChannelCheckData>, CheckPayload<SResponseGetChannelCheckData>}},
+        {3110, {NewEmptyUserData<requests::GetWhetherInCommon>, CheckPayload<SResponseGetWhetherInCommon>}},
+        {3112, {NewEmptyUserData<requests::PostUploadData>, nullptr}},
+        {3113, {NewEmptyUserData<requests::ReportCycleData>, nullptr}},
     };
     const auto found = DECODINGS.find(nType);
     return found == DECODINGS.end() ? Decoding{nullptr, nullptr} : found->second;

@@ -44,56 +44,56 @@ void VelClientSDk::Send(typename Request::Arguments arguments, const More&... mo
 
 void VelClientSDk::GetUserInfo(int userId)
 {
-    Send<Requests::GetUserInfo>(userId);
+    Send<requests::GetUserInfo>(userId);
 }
 
 void VelClientSDk::ReportChlStatus(std::string t, KTSStartPlugin::tagRepoChlStatusInfo& info)
 {
-    Send<Requests::ReportChlStatus>(std::move(t), info);
+    Send<requests::ReportChlStatus>(std::move(t), info);
 }
 
 void VelClientSDk::ReportIncubatorStatus(KTSStartPlugin::tagRepoIncubatorStatus& status)
 {
-    Send<Requests::ReportIncubatorStatus>({}, status);
+    Send<requests::ReportIncubatorStatus>({}, status);
 }
 
 void VelClientSDk::GetProjects(std::string dxtm, std::string t)
 {
-    Send<Requests::GetProjects>({std::move(dxtm), std::move(t)});
+    Send<requests::GetProjects>({std::move(dxtm), std::move(t)});
 }
 
 void VelClientSDk::GetSupportVer(std::string t)
 {
-    Send<Requests::GetSupportVer>(std::move(t));
+    Send<requests::GetSupportVer>(std::move(t));
 }
 
 void VelClientSDk::GetBattStatus(std::string t)
 {
-    Send<Requests::GetBattStatus>(std::move(t));
+    Send<requests::GetBattStatus>(std::move(t));
 }
 
 void VelClientSDk::GetAutoExport(std::string bjtzser, std::string csxmser, std::string dxtm)
 {
-    Send<Requests::GetAutoExport>({std::move(bjtzser), std::move(csxmser), std::move(dxtm)});
+    Send<requests::GetAutoExport>({std::move(bjtzser), std::move(csxmser), std::move(dxtm)});
 }
 
 void VelClientSDk::GetFtpFilePath(std::string bjtzser, std::string csxmser, std::string supplier,
                                   std::string batteryStatus)
 {
-    Send<Requests::GetFtpFilePath>(
+    Send<requests::GetFtpFilePath>(
         {std::move(bjtzser), std::move(csxmser), std::move(supplier), std::move(batteryStatus)});
 }
 
 void VelClientSDk::GetChannelCheckData(int wtNumId, int xmNameId, std::string dxtm, std::string deviceId,
                                        std::string chl, std::string purpose)
 {
-    Send<Requests::GetChannelCheckData>(
+    Send<requests::GetChannelCheckData>(
         {wtNumId, xmNameId, std::move(dxtm), std::move(deviceId), std::move(chl), std::move(purpose)});
 }
 
 void VelClientSDk::GetWhetherInCommon(std::string dxtm)
 {
-    Send<Requests::GetWhetherInCommon>(std::move(dxtm));
+    Send<requests::GetWhetherInCommon>(std::move(dxtm));
 }
 
 // The server has these two queries, but the operations deliberately send nothing.
@@ -107,12 +107,12 @@ void VelClientSDk::GetCdlxFileListByDxtmList(std::string /*dxtmList*/) {}
 
 void VelClientSDk::PostUploadData(tagBatteryTestData& data)
 {
-    Send<Requests::PostUploadData>(data);
+    Send<requests::PostUploadData>(data);
 }
 
 void VelClientSDk::ReportCycleData(std::string json)
 {
-    Send<Requests::ReportCycleData>(std::move(json));
+    Send<requests::ReportCycleData>(std::move(json));
 }
 
 // Step data travels as cycle data: same endpoint, same id.

@@ -82,49 +82,53 @@
 /// libcurl's error numbers, made negative.
 namespace CHttpOutcome
 {
-/// A scheme other than http and https; a reply that is no HTTP.
-constexpr int UnsupportedProtocol = -1;
-/// Sent before CHttpClientInit or after CHttpClientUnInit; a call of libcurl or of the thread library failed.
-constexpr int NotRunning = -2;
-/// Not a valid URL: no scheme, no host, a port that is not a number.
-constexpr int InvalidUrl = -3;
-/// No host of this name.
-constexpr int NameNotFound = -6;
-/// The connection is refused.
-constexpr int ConnectionRefused = -7;
-/// A reply with an invalid header: a line without colon, an invalid length.
-constexpr int InvalidReplyHeader = -8;
-/// A body, or a header, that the server ended early.
-constexpr int EndedEarly = -18;
-/// No memory; a header line of more than 100 KiB.
-constexpr int OutOfMemory = -27;
-/// No whole reply within CHTTPCLIENT_TIMEOUT_MS, no connection within CHTTPCLIENT_CONNECT_TIMEOUT_MS.
-constexpr int TimedOut = -28;
-/// TLS that can't be agreed on, protocols older than 1.2 among it.
-constexpr int TlsFailed = -35;
-/// Cancelled by shutting down.
-constexpr int Cancelled = -42;
-/// No valid header line; a reply whose first header line is a continuation.
-constexpr int InvalidHeaderLine = -43;
-/// Closed without a reply.
-constexpr int NoReply = -52;
-/// A connection that died while the request was sent.
-constexpr int SendFailed = -55;
-/// Connection reset; chunks that can't be read.
-constexpr int ConnectionReset = -56;
-/// A certificate that can't be trusted.
-constexpr int UntrustedCertificate = -60;
-/// A compressed body that can't be unpacked, ends early, does not match its checksum or has bytes after its
-/// end; a coding other than gzip and deflate.
-constexpr int UnpackingFailed = -61;
-/// A reply that is too large, or a header that does not end.
-constexpr int ReplyTooLarge = -63;
-/// A kept connection that died after the body of a POST was sent, or part of it.
-constexpr int DiedBeforeReply = -65;
-/// A CHTTPCLIENT_CA_FILE that can't be read.
-constexpr int CaFileUnreadable = -77;
-/// More requests outstanding than CHTTPCLIENT_MAX_OUTSTANDING; the one that is no number of libcurl.
-constexpr int TooManyOutstanding = -1000;
+/// The numbers.
+enum Outcome : int {
+    /// A scheme other than http and https; a reply that is no HTTP.
+    UnsupportedProtocol = -1,
+    /// Sent before CHttpClientInit or after CHttpClientUnInit; a call of libcurl or of the thread library
+    /// failed.
+    NotRunning = -2,
+    /// Not a valid URL: no scheme, no host, a port that is not a number.
+    InvalidUrl = -3,
+    /// No host of this name.
+    NameNotFound = -6,
+    /// The connection is refused.
+    ConnectionRefused = -7,
+    /// A reply with an invalid header: a line without colon, an invalid length.
+    InvalidReplyHeader = -8,
+    /// A body, or a header, that the server ended early.
+    EndedEarly = -18,
+    /// No memory; a header line of more than 100 KiB.
+    OutOfMemory = -27,
+    /// No whole reply within CHTTPCLIENT_TIMEOUT_MS, no connection within CHTTPCLIENT_CONNECT_TIMEOUT_MS.
+    TimedOut = -28,
+    /// TLS that can't be agreed on, protocols older than 1.2 among it.
+    TlsFailed = -35,
+    /// Cancelled by shutting down.
+    Cancelled = -42,
+    /// No valid header line; a reply whose first header line is a continuation.
+    InvalidHeaderLine = -43,
+    /// Closed without a reply.
+    NoReply = -52,
+    /// A connection that died while the request was sent.
+    SendFailed = -55,
+    /// Connection reset; chunks that can't be read.
+    ConnectionReset = -56,
+    /// A certificate that can't be trusted.
+    UntrustedCertificate = -60,
+    /// A compressed body that can't be unpacked, ends early, does not match its checksum or has bytes after
+    /// its end; a coding other than gzip and deflate.
+    UnpackingFailed = -61,
+    /// A reply that is too large, or a header that does not end.
+    ReplyTooLarge = -63,
+    /// A kept connection that died after the body of a POST was sent, or part of it.
+    DiedBeforeReply = -65,
+    /// A CHTTPCLIENT_CA_FILE that can't be read.
+    CaFileUnreadable = -77,
+    /// More requests outstanding than CHTTPCLIENT_MAX_OUTSTANDING; the one that is no number of libcurl.
+    TooManyOutstanding = -1000,
+};
 } // namespace CHttpOutcome
 
 /// Receives a reply: its body, then the type and the user pointer that the request was sent with, then the

@@ -28,11 +28,11 @@ struct RequestList {
 /// Every request. The catalogue of paths, the freeing of user data and the registration of decoders follow
 /// from this list.
 using AllRequests =
-    RequestList<Requests::GetUserInfo, Requests::ReportChlStatus, Requests::ReportIncubatorStatus,
-                Requests::GetSupportVer, Requests::GetProjects, Requests::GetBattStatus,
-                Requests::GetAutoExport, Requests::GetFtpFilePath, Requests::GetChannelUpDownPlatform,
-                Requests::GetChannelCheckData, Requests::GetWhetherInCommon,
-                Requests::GetCdlxFileListByDxtmList, Requests::PostUploadData, Requests::ReportCycleData,
-                Requests::ReportStepData, Requests::ReportStepDataOrn>;
+    RequestList<requests::GetUserInfo, requests::ReportChlStatus, requests::ReportIncubatorStatus,
+                requests::GetSupportVer, requests::GetProjects, requests::GetBattStatus,
+                requests::GetAutoExport, requests::GetFtpFilePath, requests::GetChannelUpDownPlatform,
+                requests::GetChannelCheckData, requests::GetWhetherInCommon,
+                requests::GetCdlxFileListByDxtmList, requests::PostUploadData, requests::ReportCycleData,
+                requests::ReportStepData, requests::ReportStepDataOrn>;
 
 } // namespace VelCSDK

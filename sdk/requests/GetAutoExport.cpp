@@ -1,6 +1,6 @@
 #include "GetAutoExport.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 namespace
 {
@@ -54,4 +54,4 @@ void GetAutoExport::Read(const Reply& reply, const Arguments* /*pAsked*/, Record
     }
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

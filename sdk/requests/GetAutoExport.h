@@ -2,7 +2,7 @@
 
 #include "Request.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// The data that an export file of a cell is filled with.
@@ -24,4 +24,4 @@ struct GetAutoExport {
     static void Read(const Reply& reply, const Arguments* pAsked, Record& record);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 namespace
 {
@@ -37,4 +37,4 @@ void GetBattStatus::Read(const Reply& reply, const Arguments* /*pAsked*/, Record
     }
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

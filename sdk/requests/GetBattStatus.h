@@ -2,7 +2,7 @@
 
 #include "Request.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// The states that batteries may be in.
@@ -20,4 +20,4 @@ struct GetBattStatus {
     static void Read(const Reply& reply, const Arguments* pAsked, Record& record);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -1,6 +1,6 @@
 #include "GetChannelCheckData.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 Json::Value GetChannelCheckData::Query(const Arguments& arguments)
@@ -24,4 +24,4 @@ void GetChannelCheckData::Read(const Reply& reply, const Arguments* /*pAsked*/, 
     record.strReason = result.Text("reason");
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

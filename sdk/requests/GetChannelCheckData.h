@@ -2,7 +2,7 @@
 
 #include "Request.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// Whether a channel may start.
@@ -24,4 +24,4 @@ struct GetChannelCheckData {
     static void Read(const Reply& reply, const Arguments* pAsked, Record& record);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

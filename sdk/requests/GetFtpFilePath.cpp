@@ -1,6 +1,6 @@
 #include "GetFtpFilePath.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 RequestText GetFtpFilePath::Outgoing(const Arguments& arguments)
@@ -21,4 +21,4 @@ void GetFtpFilePath::Read(const Reply& reply, const Arguments* /*pAsked*/, Recor
     record.strFtpFilePath = result.Text("ftpFilePath");
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

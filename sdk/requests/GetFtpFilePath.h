@@ -2,7 +2,7 @@
 
 #include "Request.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// Where test files are kept on the FTP server.
@@ -25,4 +25,4 @@ struct GetFtpFilePath {
     static void Read(const Reply& reply, const Arguments* pAsked, Record& record);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -1,6 +1,9 @@
 #include "GetProjects.h"
 
-namespace VelCSDK::Requests
+#include <algorithm>
+#include <iterator>
+
+namespace VelCSDK::requests
 {
 namespace
 {
@@ -10,8 +13,9 @@ SIdName ReadIdName(const JsonObject& object)
     return {object.IntText("id"), object.Text("name")};
 }
 
-SProjectItem ReadProject(const JsonObject& element)
+SProjectItem ReadProject(const JsonValue& project)
 {
+    const JsonObject element(&project);
     return {element.Text("xh"), ReadIdName(element.Object("委托单号")),
             ReadIdName(element.Object("测试类型")), ReadIdName(element.Object("项目分类")),
             ReadIdName(element.Object("项目名称"))};
@@ -32,12 +36,10 @@ void GetProjects::Read(const Reply& reply, const Arguments* pAsked, Record& reco
     record.bSuccess = reply.Success();
     const JsonElements projects = reply.Members().Array("实验项目");
     record.lstProject.reserve(projects.size());
-    for (const JsonValue& project : projects) {
-        record.lstProject.push_back(ReadProject(JsonObject(&project)));
-    }
+    std::transform(projects.begin(), projects.end(), std::back_inserter(record.lstProject), ReadProject);
     if (pAsked != nullptr) {
         record.strUserText = pAsked->t;
     }
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -2,7 +2,7 @@
 
 #include "Request.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// The test projects of cells.
@@ -24,4 +24,4 @@ struct GetProjects {
     static void Read(const Reply& reply, const Arguments* pAsked, Record& record);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

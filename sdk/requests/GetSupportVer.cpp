@@ -1,6 +1,6 @@
 #include "GetSupportVer.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 RequestText GetSupportVer::Outgoing(const Arguments& t)
@@ -20,4 +20,4 @@ void GetSupportVer::Read(const Reply& reply, const Arguments* pAsked, Record& re
     }
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

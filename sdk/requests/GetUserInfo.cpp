@@ -1,6 +1,6 @@
 #include "GetUserInfo.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 namespace
 {
@@ -30,4 +30,4 @@ void GetUserInfo::Read(const Reply& reply, const Arguments* /*pAsked*/, Record& 
     record.author = TextOf(members["author"]);
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -4,7 +4,7 @@
 
 #include "sdk/CodeReply.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// Who a user is.
@@ -24,4 +24,4 @@ struct GetUserInfo {
     static void Read(const Reply& reply, const Arguments* pAsked, Record& record);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -1,6 +1,6 @@
 #include "GetWhetherInCommon.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 Json::Value GetWhetherInCommon::Query(const Arguments& dxtm)
@@ -17,4 +17,4 @@ void GetWhetherInCommon::Read(const Reply& reply, const Arguments* /*pAsked*/, R
     record.bCommon = reply.Members().Bool("common").value_or(false);
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

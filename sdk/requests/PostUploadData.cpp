@@ -1,6 +1,6 @@
 #include "PostUploadData.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 RequestText PostUploadData::Outgoing(const Arguments& data)
@@ -12,4 +12,4 @@ RequestText PostUploadData::Outgoing(const Arguments& data)
     return {"", WriteJson(object)};
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

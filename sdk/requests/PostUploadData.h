@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// One battery test result.
@@ -39,4 +39,4 @@ struct PostUploadData {
     static RequestText Outgoing(const Arguments& data);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

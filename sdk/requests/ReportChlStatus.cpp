@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <variant>
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 namespace
 {
@@ -78,4 +78,4 @@ RequestText ReportChlStatus::Outgoing(const Arguments& t, const tagRepoChlStatus
     return {BuildQueryString(query), WriteJson(body)};
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -2,7 +2,7 @@
 
 #include "Request.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// One line of a channel's status log.
@@ -23,4 +23,4 @@ struct ReportChlStatus {
     static RequestText Outgoing(const Arguments& t, const KTSStartPlugin::tagRepoChlStatusInfo& info);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

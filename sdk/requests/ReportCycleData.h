@@ -2,7 +2,7 @@
 
 #include "Request.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// Cycle data; the asynchronous interface sends step data in the same way.
@@ -23,4 +23,4 @@ struct ReportCycleData {
     static RequestText Outgoing(const Arguments& json) { return {"", json}; }
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

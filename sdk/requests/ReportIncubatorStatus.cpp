@@ -1,6 +1,6 @@
 #include "ReportIncubatorStatus.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 RequestText ReportIncubatorStatus::Outgoing(const Arguments& /*none*/,
@@ -13,4 +13,4 @@ RequestText ReportIncubatorStatus::Outgoing(const Arguments& /*none*/,
     return {"", WriteJson(object)};
 }
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -2,7 +2,7 @@
 
 #include "Request.h"
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// The state of an incubator.
@@ -21,4 +21,4 @@ struct ReportIncubatorStatus {
     static RequestText Outgoing(const Arguments&, const KTSStartPlugin::tagRepoIncubatorStatus& status);
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

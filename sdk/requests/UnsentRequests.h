@@ -4,7 +4,7 @@
 
 // Request types that the client never sends. Each has a path all the same, which a site may set.
 
-namespace VelCSDK::Requests
+namespace VelCSDK::requests
 {
 
 /// The server has this query and the next one, but the client's operations for them deliberately send
@@ -38,4 +38,4 @@ struct ReportStepDataOrn {
     using Reply = UnregisteredReply;
 };
 
-} // namespace VelCSDK::Requests
+} // namespace VelCSDK::requests

@@ -98,6 +98,11 @@ protected:
 
 TEST_P(Exit, IsClean)
 {
+#if defined(__SANITIZE_ADDRESS__)
+    if (GetParam().find("a-first-request-before-the-network-ends") != std::string::npos) {
+        GTEST_SKIP() << "Qt frees what such a request holds in an event loop, and none runs that late";
+    }
+#endif
     for (int nSeed = 1; nSeed <= ENDS_OF_EACH; ++nSeed) {
         const Departure departure = Watch(KTS_EXITING_HOST, {GetParam(), std::to_string(nSeed)});
         EXPECT_TRUE(departure.bInTime) << nSeed;

@@ -409,15 +409,15 @@ TEST_F(DecoderContext, IsTheNumberOfTheUser)
 TEST_F(DecoderContext, IsTheRecordOfARequestWithSeveralArguments)
 {
     ExpectContext(OP_PROJECTS, [](const void* p) {
-        const auto& query = *static_cast<const VelCSDK::Requests::GetProjects::Arguments*>(p);
+        const auto& query = *static_cast<const VelCSDK::requests::GetProjects::Arguments*>(p);
         EXPECT_EQ(query.dxtm + "|" + query.t, "DX1|tick");
     });
     ExpectContext(OP_AUTO_EXPORT, [](const void* p) {
-        const auto& query = *static_cast<const VelCSDK::Requests::GetAutoExport::Arguments*>(p);
+        const auto& query = *static_cast<const VelCSDK::requests::GetAutoExport::Arguments*>(p);
         EXPECT_EQ(query.bjtzser + "|" + query.csxmser + "|" + query.dxtm, "B01|C02|DX9");
     });
     ExpectContext(OP_FTP_PATH, [](const void* p) {
-        const auto& query = *static_cast<const VelCSDK::Requests::GetFtpFilePath::Arguments*>(p);
+        const auto& query = *static_cast<const VelCSDK::requests::GetFtpFilePath::Arguments*>(p);
         EXPECT_EQ(query.bjtzser + "|" + query.csxmser + "|" + query.supplier + "|" + query.batteryStatus,
                   "B01|C02|Li|new");
     });

@@ -64,19 +64,19 @@ std::vector<std::string> OneText(const void* pUser)
 
 std::vector<std::string> ProjectTexts(const void* pUser)
 {
-    const auto& query = *static_cast<const VelCSDK::Requests::GetProjects::Arguments*>(pUser);
+    const auto& query = *static_cast<const VelCSDK::requests::GetProjects::Arguments*>(pUser);
     return {query.dxtm, query.t};
 }
 
 std::vector<std::string> AutoExportTexts(const void* pUser)
 {
-    const auto& query = *static_cast<const VelCSDK::Requests::GetAutoExport::Arguments*>(pUser);
+    const auto& query = *static_cast<const VelCSDK::requests::GetAutoExport::Arguments*>(pUser);
     return {query.bjtzser, query.csxmser, query.dxtm};
 }
 
 std::vector<std::string> FtpPathTexts(const void* pUser)
 {
-    const auto& query = *static_cast<const VelCSDK::Requests::GetFtpFilePath::Arguments*>(pUser);
+    const auto& query = *static_cast<const VelCSDK::requests::GetFtpFilePath::Arguments*>(pUser);
     return {query.bjtzser, query.csxmser, query.supplier, query.batteryStatus};
 }
 
