@@ -11,7 +11,7 @@ WaitTimer::WaitTimer(QEventLoop& loop, int nTimeoutMs) : m_nTimeoutMs(nTimeoutMs
     m_timer.start(nTimeoutMs);
 }
 
-// Where the system's own timers count in ticks, a precise one may still fire within the last millisecond.
+// On systems whose timers count in ticks, even a precise timer may fire up to a millisecond early.
 void WaitTimer::Expire(QEventLoop& loop)
 {
     constexpr qint64 NANOSECONDS = 1'000'000; // of a millisecond
