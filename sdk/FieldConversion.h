@@ -5,12 +5,12 @@
 namespace VelCSDK
 {
 
-/// A field of a record whose text could not be converted. The exception of the failure has it as a base.
+/// A field of a record whose text could not be converted; a second base class of the exception.
 struct FailedField {
     const char* szName;
     std::string strHeld;
 
-    /// For a log: the name, and the text up to a bounded length.
+    /// For the log: the name, and the text, which is cut if it is too long.
     std::string Description() const;
 };
 
