@@ -33,8 +33,8 @@ WaitWatch::~WaitWatch()
 
 void WaitWatch::Follow(NAManager& manager, const QObject& receiver) const
 {
-    // The manager may outlive the wait record, which pLoop tells, and this watch. `this` is used only while
-    // this call is the waiting strict one, and the watch exists that long.
+    // The manager may outlive this watch and the wait record. pLoop is null if the record is destroyed.
+    // `this` is used only while this call is the waiting strict one, and the watch exists that long.
     manager.SetEndReceiver([this, &manager, &receiver, &wait = m_wait,
                             pLoop = QPointer<QEventLoop>(&m_wait.loop), nCall = m_nCall,
                             bStrict = m_bStrict](const ExchangeEnd& end) {
