@@ -16,7 +16,7 @@ namespace
 /// The last call that was refused while the object's own state must not be used: on another thread than the
 /// object's, or while the process ends and the object may be destroyed already.
 struct RefusalElsewhere {
-    std::mutex mutex; ///< guards what follows
+    std::mutex mutex; ///< guards the member below
     SBlockingOutcome outcome;
 };
 

@@ -37,7 +37,7 @@ using namespace VelCSDK;
 struct SSyncRequest {
     int nType;
     int nMethod;
-    const char* szReplySlot; ///< of CUIAgentReq, as Qt's string-based connection takes it
+    const char* szReplySlot; ///< slot of CUIAgentReq, as Qt's SLOT macro writes it
     std::string strBase;
     std::string strQuery;
     std::string strBody;

@@ -184,7 +184,7 @@ void CUIAgentRsp::ProcGetWhetherInCommon(const void* pRequest, const void* pResp
         Q_EMIT SigGetWhetherInCommonRet(false, false, strDxtm);
         return;
     }
-    Made([] { qMetaTypeId<SResponseGetWhetherInCommon>(); }); // as with the channel check
+    Made([] { qMetaTypeId<SResponseGetWhetherInCommon>(); }); // as for the channel check
     Q_EMIT SigGetWhetherInCommonRet(bMade && pRecord->bSuccess, bMade && pRecord->bCommon, strDxtm);
 }
 

@@ -14,10 +14,10 @@ struct FailedField {
     std::string Description() const;
 };
 
-/// The integer that a field's text holds, read as `std::stoi` reads it: leading white space and a sign are
-/// allowed, what follows the digits is ignored.
+/// Reads the integer in a field's text as `std::stoi` does: leading white space and a sign are allowed, and
+/// everything after the digits is ignored.
 /// @throws std::invalid_argument ("invalid stoi argument"), std::out_of_range ("stoi argument out of range"),
-///         each a `FailedField` too
+///         each also derived from `FailedField`
 int FieldToInt(const char* szName, const std::string& strHeld);
 
 } // namespace VelCSDK

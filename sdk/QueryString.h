@@ -12,8 +12,8 @@ namespace VelCSDK
 void SetQueryEscaping(bool bEscape) noexcept;
 bool HasQueryEscaping() noexcept;
 
-/// The query string "?name=value&name=value" for a JSON object, in ascending order of the names. Texts stay
-/// as they are, integers are written in decimal, and any other value is left empty. For a value that is not
+/// The query string "?name=value&name=value" for a JSON object, in ascending order of the names. Integers are
+/// written in decimal; a value that is neither a text nor an integer is left empty. For a value that is not
 /// an object it is "?".
 ///
 /// Without query escaping, texts are copied unchanged, and the transport encodes what a URL may not contain.

@@ -21,7 +21,8 @@ struct DemoCall {
     std::function<void(Arguments&)> fnFill; ///< sets the arguments other than the server's address
     Outcome eExpected;
     int nExpectedStatus; ///< the server's HTTP status; `NO_REQUEST` if no request must arrive
-    std::optional<LabFault> optFault = std::nullopt; ///< the server causes it for the call's path
+    /// The fault that the server causes for this call; the call's path replaces that of the fault.
+    std::optional<LabFault> optFault = std::nullopt;
 };
 
 /// Every asynchronous sender once, in the order of the ids, then two calls that are expected to fail.

@@ -52,13 +52,13 @@ int IdOf(const Exchange& exchange);
 
 /// Calls an asynchronous sender and waits for its answer, if it has one. Runs an event loop on the calling
 /// thread, which must be the session's.
-/// @param arguments   what the operation takes; handed to it by reference
+/// @param arguments   the arguments of the operation, passed to it by reference
 /// @param nTimeoutMs  how long the answer may take
 Exchange RunAsync(const AgentSession& session, const Operation& operation, Arguments& arguments,
                   int nTimeoutMs);
 
 /// Calls the blocking sender of an operation that has one. To be called on the session's thread.
-/// @param arguments   what the operation takes; handed to it by reference
+/// @param arguments   the arguments of the operation, passed to it by reference
 /// @param nTimeoutMs  passed to the sender
 Exchange RunSync(const AgentSession& session, const Operation& operation, Arguments& arguments,
                  int nTimeoutMs);

@@ -29,7 +29,7 @@ struct SyncWait;
 
 /// Sends the host's requests to the server that each call names.
 ///
-/// The asynchronous senders (`Send…`) return at once and report nothing; the answer is a signal of
+/// The asynchronous senders (`Send…`) return at once and without a result; the answer is a signal of
 /// `CUIAgentRsp`. If the server is unreachable, the address is bad or the server refuses an argument, `bSucc`
 /// is false there.
 ///
@@ -145,7 +145,7 @@ public:
     /// @param strIp      the server's host name or address
     /// @param nPort      its port
     /// @param nTimeout   milliseconds
-    /// @param req        what is asked; its four texts are query texts
+    /// @param req        the query's arguments; its four texts are query texts
     /// @param bAllow     out: whether the server said "yes", in upper or lower case
     /// @param strReason  out: the server's reason
     bool SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeout, tagSRequestGetChannelCheckData req,
@@ -246,5 +246,5 @@ private:
     void JudgeReport(int nType, const QJsonObject& object);
     void KeepOutcome(SBlockingOutcome outcome);
 
-    const std::unique_ptr<SAgentState> m_pState; ///< all that is not part of the fixed layout
+    const std::unique_ptr<SAgentState> m_pState; ///< everything outside the fixed memory layout
 };

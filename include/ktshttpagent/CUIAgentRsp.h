@@ -67,7 +67,7 @@ Q_SIGNALS:
     void SigGetAutoExportRet(bool bSucc, QVariant vData);
     /// Answer to `SendGetFtpFilePath`. `vData` holds a `SResponseGetFtpFilePath`.
     void SigGetFtpFilePathRet(bool bSucc, QVariant vData);
-    /// Never emitted by a request: `SendGetChannelUpDownPlatform` sends none.
+    /// Not emitted for any request, because `SendGetChannelUpDownPlatform` sends none.
     void SigGetChannelUpDownPlatformRet(bool bSucc, QString strMessage);
     /// Answer to `SendGetChannelCheckData`. `strAllowBoot` is the server's text, or "no" if the exchange
     /// failed; `varRequestData` holds the `SRequestGetChannelCheckData` that was asked about.
@@ -84,7 +84,7 @@ protected:
     CUIAgentRsp(); ///< for `Instance()` and subclasses
 
     /// Receives every decoded reply and emits the signal of its request type; types 3112 to 3115 and unknown
-    /// ones emit nothing. No exception leaves it.
+    /// ones emit nothing. It never throws.
     /// @param nType      request type id
     /// @param pRequest   the request's context: for 3109 a `tagSRequestGetChannelCheckData`, for 3110 the
     ///                   barcode as `std::string`; not read for other types. May be null.

@@ -51,7 +51,7 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     /// See `SDKFactory::DestoryInstance`.
     virtual ~IVelClientSDk();
 
-    /// Registers the decoders. Called again, it registers them anew.
+    /// Registers the decoders. Another call registers them again.
     virtual void Init() = 0;
 
     /// Sets the base URL "http://HOST:PORT/", or "https://HOST:PORT/" if TLS is on. The environment variable
@@ -63,7 +63,7 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     /// Sets the base URL as given; no scheme and no "/" is added.
     virtual void SetServerUrl(std::string url) = 0;
 
-    /// Sets the receiver of decoded replies in place of an earlier one. Set it before the first request.
+    /// Sets the receiver of decoded replies; it replaces an earlier one. Set it before the first request.
     virtual void SetResponseCallBack(ResponseCallBack fn) = 0;
 
     /// Does nothing; keeps its place in the virtual table.
@@ -110,7 +110,7 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     virtual void GetFtpFilePath(std::string bjtzser, std::string csxmser, std::string supplier,
                                 std::string batteryStatus) = 0;
 
-    /// 3108: declared, but not served; sends nothing and never answers.
+    /// 3108: declared, but not supported; sends nothing, and no answer comes.
     virtual void GetChannelUpDownPlatform(int, int, std::string, std::string, std::string, std::string, int,
                                           std::string) = 0;
 
@@ -123,7 +123,7 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     /// Payload: `SResponseGetWhetherInCommon`.
     virtual void GetWhetherInCommon(std::string dxtm) = 0;
 
-    /// 3111: declared, but not served; sends nothing and never answers.
+    /// 3111: declared, but not supported; sends nothing, and no answer comes.
     virtual void GetCdlxFileListByDxtmList(std::string dxtmList) = 0;
 
     /// 3112, POST: one battery test result. No answer is decoded.

@@ -90,7 +90,7 @@ constexpr int UnsupportedProtocol = -1;
 constexpr int NotRunning = -2;
 /// Not a valid URL: no scheme, no host, a port that is not a number.
 constexpr int InvalidUrl = -3;
-/// No host of this name.
+/// No host has this name.
 constexpr int NameNotFound = -6;
 /// The connection was refused.
 constexpr int ConnectionRefused = -7;
@@ -104,7 +104,7 @@ constexpr int OutOfMemory = -27;
 constexpr int TimedOut = -28;
 /// No TLS connection could be agreed on, for example because the server offers only versions before 1.2.
 constexpr int TlsFailed = -35;
-/// Cancelled by shutting down.
+/// Cancelled at shut-down.
 constexpr int Cancelled = -42;
 /// No valid header line; a reply whose first header line is a continuation.
 constexpr int InvalidHeaderLine = -43;
@@ -114,7 +114,7 @@ constexpr int NoReply = -52;
 constexpr int SendFailed = -55;
 /// The connection was reset; or the chunks of a reply can't be read.
 constexpr int ConnectionReset = -56;
-/// A certificate that can't be trusted.
+/// The certificate can't be trusted.
 constexpr int UntrustedCertificate = -60;
 /// A compressed body that can't be decompressed, ends early, does not match its checksum or has bytes after
 /// its end; a coding other than gzip and deflate.
@@ -123,7 +123,7 @@ constexpr int UnpackingFailed = -61;
 constexpr int ReplyTooLarge = -63;
 /// A kept connection died after the body of a POST, or part of it, was sent.
 constexpr int DiedBeforeReply = -65;
-/// A CHTTPCLIENT_CA_FILE that can't be read.
+/// CHTTPCLIENT_CA_FILE can't be read.
 constexpr int CaFileUnreadable = -77;
 /// CHTTPCLIENT_MAX_OUTSTANDING requests are outstanding already. The only outcome that is not a libcurl
 /// number.
