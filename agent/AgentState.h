@@ -7,10 +7,11 @@
 #include <QMap>
 #include <QString>
 
-/// What `CUIAgentReq` keeps beside its fixed members, whose places and number hosts know.
+/// The state of `CUIAgentReq` that is not in its members. Compiled hosts depend on its memory layout, so no
+/// member may be added there.
 struct SAgentState {
-    QMap<int, QString> mapEndpointOrigin; ///< of the paths that the settings gave
-    SBlockingOutcome lastOutcome;         ///< of the calls on the object's thread
+    QMap<int, QString> mapEndpointOrigin; ///< for the paths that the settings set
+    SBlockingOutcome lastOutcome;         ///< of the last call on the object's thread
     bool bStrictWaits = false;            ///< read once by each call
     LeftBehind leftBehind;
 };

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-/// The application object of the module: a name in its meta-objects, without members of its own.
+/// The application object of the module. It has no members; only its name in the meta-objects is needed.
 class App : public QObject
 {
     Q_OBJECT

@@ -28,7 +28,7 @@ using namespace VelCSDK;
 namespace
 {
 
-/// The requests that have a blocking sender.
+/// The request types that have a blocking sender.
 constexpr int SYNC_TYPES[] = {RequestType::GetChannelCheckData, RequestType::GetWhetherInCommon,
                               RequestType::PostUploadData,      RequestType::ReportCycleData,
                               RequestType::ReportStepData,      RequestType::ReportStepDataOrn};
@@ -43,9 +43,9 @@ CUIAgentReq* CUIAgentReq::Instance()
         PrepareLogging();
         PrepareNetwork();
         AtProcessEnd([] {
-            EndNetworkUse(); // first: no blocking sender may be at work in what is destroyed
-            // The object of another thread lasts as long as the process: that thread runs on until then, and
-            // may call at any time.
+            EndNetworkUse(); // first, so that no blocking sender uses the object during its destruction
+            // If the object belongs to another thread, it is not destroyed: that thread still runs and may
+            // call it at any time.
             if (Instance()->thread() == QThread::currentThread()) {
                 Instance()->~CUIAgentReq();
             }
@@ -58,7 +58,7 @@ CUIAgentReq* CUIAgentReq::Instance()
 CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
 {
     SDKFactory::GetInstance()->Init();
-    ExchangeLimitsInForce(); // read now, as the transport reads its own
+    ExchangeLimitsInForce(); // read now, as the transport does with its own settings
     ReadEndpoints();
     if (!TlsOfEnvironment()) {
         SetTls(ReadTlsSetting());
@@ -70,8 +70,11 @@ CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
 
 CUIAgentReq::~CUIAgentReq()
 {
-    if (HasNetworkUseEnded()) { // a sender, stopped where it waits, may never leave the loop of its record
-        // Atomic, since a compiler may leave out any other store that nobody reads.
+    // A sender that was stopped during its wait may never leave the event loop in its wait record, so the
+    // records are then kept.
+    if (HasNetworkUseEnded()) {
+        // Keeps them reachable, so that they don't count as leaked. Atomic, because a compiler may remove any
+        // other store that nothing reads.
         static std::atomic<QMap<int, SyncWait*>*> pKept;
         pKept = new (std::nothrow) QMap<int, SyncWait*>(m_mapSyncWait);
     } else {

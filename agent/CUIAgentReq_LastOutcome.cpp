@@ -13,16 +13,16 @@
 namespace
 {
 
-/// The last call that was refused where the object's own state may not be touched: on another thread than the
-/// object's, or when the process is ending and the object may be gone.
+/// The last call that was refused while the object's own state must not be used: on another thread than the
+/// object's, or while the process ends and the object may be destroyed already.
 struct RefusalElsewhere {
-    std::mutex mutex; ///< guards what follows
+    std::mutex mutex; ///< guards the member below
     SBlockingOutcome outcome;
 };
 
 RefusalElsewhere& RefusedElsewhere()
 {
-    static const NeverDestroyed<RefusalElsewhere> refused; // the process's end may need it
+    static const NeverDestroyed<RefusalElsewhere> refused; // it may be needed while the process ends
     return *refused;
 }
 

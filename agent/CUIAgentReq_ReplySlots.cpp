@@ -1,6 +1,6 @@
 // clang-format off
-// How the reply to each blocking sender is judged, and what its wait record holds then. The rules differ on purpose,
-// each server has its own way of saying yes:
+// How the reply to each blocking sender is evaluated, and what its wait record holds afterwards. The rules differ
+// because each server has its own way of saying yes:
 //
 //   request        bSucc, the yes                  strResult, strReason    bFlag   nCode              strMessage
 //   -------------  ------------------------------  ----------------------  ------  -----------------  ----------
@@ -15,9 +15,9 @@
 //   ORN step       the exchange succeeded,         -                       -       0                  empty
 //                  whatever the body
 //
-// "-" stays as it was. After a no, the texts of the channel check are empty and bFlag is false. A member of another
-// JSON type counts as absent. Whether the exchange succeeded matters to the last rule alone: after a failed one the
-// object is empty, and the other rules say no to that.
+// "-": not changed. After a no, the texts of the channel check are empty and bFlag is false. A member of another JSON
+// type counts as missing. Only the last rule looks at whether the exchange succeeded: after a failed exchange the
+// object is empty, which is a no by all other rules.
 // clang-format on
 
 #include <ktshttpagent/CUIAgentReq.h>
@@ -40,8 +40,9 @@ namespace
 constexpr int CODE_OK = 200;
 constexpr int CODE_FAILED = 404;
 
-/// Puts what a reply says into the record of its request, which says no so far, and ends the wait. Where
-/// there is no memory for that, the no stays, and the reply counts as one that can't be read.
+/// Stores what a reply says in the wait record of its request and ends the wait. The caller has set the
+/// record to a no before. If there is not enough memory to store the answer, the record stays a no, and the
+/// reply counts as unreadable.
 template <class Judge>
 void Answer(SyncWait& wait, Judge fnJudge)
 {
@@ -54,8 +55,8 @@ void Answer(SyncWait& wait, Judge fnJudge)
     wait.loop.quit();
 }
 
-/// Writes a debug line, if there is memory for it. The usual stream is printed by its destructor, which no
-/// exception leaves: there, the want of memory would end the process.
+/// Writes a debug line, if there is enough memory for it. Qt's usual stream prints in its destructor, which
+/// can't throw, so running out of memory there would end the process.
 template <class Put>
 void Debug(Put fnPut)
 {
@@ -65,11 +66,11 @@ void Debug(Put fnPut)
     try {
         QString strLine;
         fnPut(QDebug(&strLine));
-        strLine.chop(1); // the stream puts a space behind each part
+        strLine.chop(1); // the stream writes a space after each part
         const QByteArray baLine = strLine.toUtf8();
-        strLine = QString(); // a reply may be large, and Qt is about to copy it once more
+        strLine = QString(); // frees memory first: a reply may be large, and Qt copies it once more
         qCDebug(LogReply, "%s", baLine.constData());
-    } catch (const std::bad_alloc&) { // a line less
+    } catch (const std::bad_alloc&) { // the line is lost
     }
 }
 
@@ -86,7 +87,7 @@ void CUIAgentReq::Slot_GetChannelCheckData_Reply(bool /*bSucc*/, QJsonObject obj
             const QJsonObject result = object.value("result").toObject();
             QString strResult = result.value("allowBoot").toString();
             wait.strReason = result.value("reason").toString();
-            wait.strResult.swap(strResult); // which allows: only where nothing is missing
+            wait.strResult.swap(strResult); // last: this text gives the permission
             wait.bSucc = true;
         }
     });
@@ -114,7 +115,7 @@ void CUIAgentReq::Slot_PostUploadData_Reply(bool /*bSucc*/, QJsonObject object)
     Answer(wait, [&] {
         const QJsonValue code = object.value("code");
         wait.strMessage = object.value("msg").toString();
-        wait.nCode = code.isString() ? code.toInt() : CODE_FAILED; // of a text that conversion makes 0
+        wait.nCode = code.isString() ? code.toInt() : CODE_FAILED; // toInt makes 0 of a text
         wait.bSucc = wait.nCode == CODE_OK;
     });
 }

@@ -15,7 +15,7 @@ using namespace VelCSDK;
 namespace
 {
 
-/// The SDK client, set to send to the server that a caller names.
+/// The SDK client, after setting the server to which it sends.
 IVelClientSDk& ClientFor(const QString& strIp, int nPort)
 {
     IVelClientSDk& client = *SDKFactory::GetInstance();
@@ -30,7 +30,7 @@ IVelClientSDk& ClientFor(const QString& strUrl)
     return client;
 }
 
-/// Answers a request that never left the way a failed exchange is answered, but on the caller's thread.
+/// Answers a request that could not be sent in the same way as a failed exchange, but on the caller's thread.
 void AnswerUnsent(int nType)
 {
     const auto* const pClient = static_cast<VelClientSDk*>(SDKFactory::GetInstance());
@@ -39,7 +39,7 @@ void AnswerUnsent(int nType)
     }
 }
 
-/// What kept a request from being sent, for the log.
+/// Why a request could not be sent, for the log.
 std::string Reason(const std::exception& error)
 {
     const auto* const pField = dynamic_cast<const FailedField*>(&error);

@@ -33,11 +33,11 @@
 
 using namespace VelCSDK;
 
-/// What a blocking sender hands to the exchange that all of them share.
+/// What a blocking sender passes to `Exchange`, which all of them use.
 struct SSyncRequest {
     int nType;
     int nMethod;
-    const char* szReplySlot; ///< of CUIAgentReq, as Qt's string-based connection takes it
+    const char* szReplySlot; ///< slot of CUIAgentReq, as Qt's SLOT macro writes it
     std::string strBase;
     std::string strQuery;
     std::string strBody;
@@ -46,7 +46,7 @@ struct SSyncRequest {
 namespace
 {
 
-// A report that failed is not to be repeated at once: the caller is held back for this long.
+// After a failed report the caller is delayed for this long, so that it does not retry at once.
 constexpr std::chrono::milliseconds FAILED_REPORT_PAUSE{2'000};
 
 SSyncRequest Query(int nType, const char* szReplySlot, std::string strBase, const Json::Value& object)
@@ -59,8 +59,8 @@ SSyncRequest Report(int nType, const char* szReplySlot, std::string strBase, std
     return {nType, NAManager::METHOD_POST, szReplySlot, std::move(strBase), {}, std::move(strBody)};
 }
 
-/// The text with all its characters. Qt drops U+FEFF at the beginning of UTF-8 as a byte order mark, so
-/// another character stands there.
+/// Converts a text completely. Qt drops U+FEFF at the beginning of UTF-8 as a byte order mark; another
+/// character in front prevents that.
 QString WholeText(const std::string& strUtf8)
 {
     return QString::fromStdString(' ' + strUtf8).mid(1);
@@ -75,10 +75,10 @@ std::string BatteryJson(const tagBatteryTestData& data)
     return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
 }
 
-/// Why a call can't be made; null where it can.
-const char* WhyRefused(const BlockingCall& call, const QObject* pAgent)
+/// Why a call can't be made; null if it can.
+const char* WhyRefused(const NetworkCall& call, const QObject* pAgent)
 {
-    if (call.IsRefused()) { // then the agent may be gone already
+    if (call.IsRefused()) { // checked first: then the agent may be destroyed already
         return "the process or its QCoreApplication is ending";
     }
     if (QCoreApplication::instance() == nullptr) {
@@ -87,27 +87,28 @@ const char* WhyRefused(const BlockingCall& call, const QObject* pAgent)
     return QThread::currentThread() == pAgent->thread() ? nullptr : "this is not the thread of CUIAgentReq";
 }
 
-/// The record of a call of which nothing may come: no reply has.
+/// An empty wait record, for a call that has no result.
 const SyncWait& BlankWait()
 {
-    static const NeverDestroyed<SyncWait> blank; // Qt may be gone when static objects are destroyed
+    static const NeverDestroyed<SyncWait> blank; // Qt may already be destroyed when static objects are
     return *blank;
 }
 
-/// How long a request may take that its call leaves behind, from the beginning of the call on.
+/// The deadline of a request whose call returns before the reply, counted from now, the beginning of the
+/// call.
 QDeadlineTimer DeadlineOf(int nTimeout)
 {
     return QDeadlineTimer(std::max(qint64{ExchangeLimitsInForce().timeout.count()}, qint64{nTimeout}));
 }
 
-/// Sees to a manager whose call is over.
+/// Ends or keeps the manager of a call that is over.
 void Leave(NAManager& manager, const QDeadlineTimer& deadline, LeftBehind& leftBehind)
 {
     if (!manager.HasEnded()) {
         leftBehind.Add(manager, deadline);
     } else if (QThread::currentThread()->loopLevel() == 0) {
-        // A thread without an event loop would keep it after its answer. Elsewhere the loop deletes it, which
-        // keeps this caller from waiting for the end of the manager's own thread.
+        // Without an event loop nothing else would delete the manager. With one, the loop deletes it, so that
+        // this caller need not wait for the end of the manager's own thread.
         QCoreApplication::sendPostedEvents(&manager, QEvent::DeferredDelete);
     }
 }
@@ -116,7 +117,7 @@ void Leave(NAManager& manager, const QDeadlineTimer& deadline, LeftBehind& leftB
 
 const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
 {
-    const BlockingCall call;
+    const NetworkCall call;
     if (const char* const szWhy = WhyRefused(call, this)) {
         Log_Write(1, "CUIAgentReq::Exchange", 1, "request %d is refused: %s", request.nType, szWhy);
         SBlockingOutcome refused;
@@ -128,7 +129,8 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     }
     PrepareNetwork();
     SyncWait& wait = *m_mapSyncWait.value(request.nType);
-    // Before the wait begins, so that it has passed for a request whose call waited for as long.
+    // Set before the wait begins: if the call waits as long as the deadline allows, the deadline has passed
+    // afterwards.
     const QDeadlineTimer deadline = DeadlineOf(nTimeout);
     const WaitWatch watch(wait, nTimeout, m_pState->bStrictWaits);
     auto pMade = std::make_unique<NAManager>(nullptr);
@@ -140,14 +142,15 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     const QString strUrl = QString::fromStdString(
         request.strBase + SDKFactory::GetInstance()->GetUrl(request.nType) + request.strQuery);
     pManager->SendRequest(strUrl, QByteArray::fromStdString(request.strBody), request.nMethod);
-    static_cast<void>(pMade.release()); // from here on it deletes itself after its answer
-    BlockingCall::Run(wait.loop);
+    static_cast<void>(pMade.release()); // from here on the manager deletes itself after its answer
+    NetworkCall::Run(wait.loop);
 
     SBlockingOutcome outcome = watch.Outcome();
     outcome.nType = request.nType;
     outcome.strUrl = strUrl;
     KeepOutcome(outcome);
-    // Without a manager it is deleted, and at the end of the process this object may be gone too.
+    // A null pointer means that the manager is deleted; at the end of the process this object may then be
+    // destroyed too.
     if (pManager != nullptr) {
         Leave(*pManager, deadline, m_pState->leftBehind);
     }
@@ -212,7 +215,7 @@ bool CUIAgentReq::SendPostReportStepDataEx(QString strUrl, int nTimeout, std::st
                          nTimeout);
 }
 
-// This endpoint takes the data as it stands, without brackets.
+// This endpoint takes the data as given, without brackets.
 bool CUIAgentReq::SendPostReportStepData_ORN(QString strUrl, int nTimeout, std::string strData)
 {
     return ReportOrPause(Report(RequestType::ReportStepDataOrn,

@@ -20,17 +20,17 @@ using namespace VelCSDK;
 namespace
 {
 
-// A receiver that hangs must not keep the process from ending.
+// The longest wait for a receiver, so that one that hangs does not keep the process from ending.
 constexpr std::chrono::seconds RECEIVER_GRACE{5};
 
-/// Says that a receiver threw, and what: null for something without a text. Fails no caller, not even where
+/// Logs what a receiver threw; `szWhat` is null if the exception has no text. Never throws, not even if
 /// memory has run out.
 void LogThrown(int nType, const char* szWhat) noexcept
 {
     try {
         qCWarning(LogResponse, "a receiver of the answer to a request of type %d threw%s%s", nType,
                   szWhat == nullptr ? "" : ": ", szWhat == nullptr ? "" : szWhat);
-    } catch (...) { // a line less
+    } catch (...) { // the line is lost
     }
 }
 
@@ -38,9 +38,9 @@ void LogThrown(int nType, const char* szWhat) noexcept
 
 CUIAgentRsp* CUIAgentRsp::Instance()
 {
-    // What an answer under way uses of Qt is made before the instance, so that it is there until the instance
-    // is gone: logging, and the registry of types by which records are copied, which asking for any unknown
-    // name makes.
+    // Creates everything of Qt that a delivery uses before the instance exists, so that it is destroyed only
+    // after the instance: logging, and the type registry by which records are copied. Looking up any unknown
+    // name creates the registry.
     PrepareLogging();
     QMetaType::type("CUIAgentRsp::Instance");
     alignas(CUIAgentRsp) static unsigned char storage[sizeof(CUIAgentRsp)];
@@ -73,7 +73,7 @@ CUIAgentRsp::~CUIAgentRsp()
 void CUIAgentRsp::OnResponse(int nType, const void* pRequest, const void* pResponse, int nError)
 {
     using Handler = void (CUIAgentRsp::*)(const void*, const void*, int);
-    // By request type id, from 3100 on. Types behind the last have no signal.
+    // By request type id, from 3100 on. Types after the last have no signal.
     static constexpr Handler HANDLERS[] = {
         &CUIAgentRsp::ProcGetUserInfo,
         &CUIAgentRsp::ProcPostReportChlStat,

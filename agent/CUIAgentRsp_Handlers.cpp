@@ -11,7 +11,7 @@
 namespace
 {
 
-/// The payload record of a response; null when there is none.
+/// The payload record of a response; null if there is none.
 template <class Record>
 const Record* RecordOf(const void* pResponse)
 {
@@ -19,21 +19,23 @@ const Record* RecordOf(const void* pResponse)
     return pHeader == nullptr ? nullptr : static_cast<const Record*>(pHeader->pData);
 }
 
-/// The payload record where the exchange succeeded; null otherwise.
+/// The payload record if the exchange succeeded; null otherwise.
 template <class Record>
 const Record* SuccessfulRecordOf(const void* pResponse, int nError)
 {
     return nError == 0 ? RecordOf<Record>(pResponse) : nullptr;
 }
 
-/// A variant that owns the record, moved where that is allowed, or else a copy; an invalid one for none.
+/// A variant with the record, which is moved if that is allowed (`MovableRecord`) and copied otherwise; an
+/// invalid variant if there is no record.
 template <class Record>
 QVariant VariantOf(const Record* pRecord)
 {
     if (pRecord == nullptr) {
         return {};
     }
-    // The record comes into an empty one: of a copy that fails, Qt loses the memory.
+    // The record is put into a variant that exists already: if copying fails while Qt makes a variant, Qt
+    // leaks its memory.
     QVariant variant = QVariant::fromValue(Record());
     auto& record = *static_cast<Record*>(variant.data());
     if (MovableRecord::Take(pRecord)) {
@@ -44,9 +46,9 @@ QVariant VariantOf(const Record* pRecord)
     return variant;
 }
 
-/// Makes arguments of a signal. They are made before it is emitted, so that it is emitted without them where
-/// there is no memory.
-/// @return false then
+/// Makes arguments of a signal. They are made before the signal is emitted, so that it is emitted without
+/// them if there is not enough memory.
+/// @return false if there was not enough memory
 template <class Make>
 bool Made(Make fnMake)
 {
@@ -64,8 +66,8 @@ struct Outcome {
     QVariant vData;
 };
 
-/// What the record of a response says of itself, and the record; a failure where there is none, or no memory
-/// for the variant.
+/// The success flag of a response's record, and the record; a failure if there is no record, or not enough
+/// memory for the variant.
 template <class Record>
 Outcome OutcomeOf(const void* pResponse, int nError)
 {
@@ -79,8 +81,8 @@ Outcome OutcomeOf(const void* pResponse, int nError)
 
 } // namespace
 
-// The odd one of the record handlers: an exchange without failure is a success whatever the record says, and
-// a failure carries a default record, if there is memory for that.
+// Unlike the other handlers: an exchange without failure is a success whatever the record says, and a failure
+// carries a default record, if there is enough memory for it.
 void CUIAgentRsp::ProcGetUserInfo(const void* /*pRequest*/, const void* pResponse, int nError)
 {
     const auto* const pInfo = SuccessfulRecordOf<USER_INFO>(pResponse, nError);
@@ -136,7 +138,7 @@ void CUIAgentRsp::ProcGetFtpFilePath(const void* /*pRequest*/, const void* pResp
     Q_EMIT SigGetFtpFilePathRet(outcome.bSucc, outcome.vData);
 }
 
-// Only the failure is told; a success is deliberately not.
+// Emits the signal only after a failure; a success is deliberately not reported.
 void CUIAgentRsp::ProcGetChannelUpDownPlatform(const void* /*pRequest*/, const void* pResponse, int nError)
 {
     if (nError != 0 || pResponse == nullptr) {
@@ -150,8 +152,7 @@ void CUIAgentRsp::ProcGetChannelCheckData(const void* pRequest, const void* pRes
         Q_EMIT SigGetChannelCheckDataRet(false, QString(), QString(), QString(), QVariant());
         return;
     }
-    Made(
-        [] { qMetaTypeId<SResponseGetChannelCheckData>(); }); // hosts may look it up by its name from here on
+    Made([] { qMetaTypeId<SResponseGetChannelCheckData>(); }); // from now on hosts may look it up by name
     QVariant varRequest;
     const bool bHasRequest =
         Made([&] { varRequest = VariantOf(static_cast<const SRequestGetChannelCheckData*>(pRequest)); });
@@ -183,11 +184,11 @@ void CUIAgentRsp::ProcGetWhetherInCommon(const void* pRequest, const void* pResp
         Q_EMIT SigGetWhetherInCommonRet(false, false, strDxtm);
         return;
     }
-    Made([] { qMetaTypeId<SResponseGetWhetherInCommon>(); }); // as with the channel check
+    Made([] { qMetaTypeId<SResponseGetWhetherInCommon>(); }); // as for the channel check
     Q_EMIT SigGetWhetherInCommonRet(bMade && pRecord->bSuccess, bMade && pRecord->bCommon, strDxtm);
 }
 
-// A failure is told by the FTP path's signal; this request's own is never emitted.
+// A failure emits the signal of the FTP path; this request's own signal is never emitted.
 void CUIAgentRsp::ProcGetCdlxFileListByDxtmList(const void* /*pRequest*/, const void* /*pResponse*/,
                                                 int nError)
 {

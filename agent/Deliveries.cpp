@@ -6,12 +6,12 @@
 #include <mutex>
 #include <set>
 
-/// All of them; all members are guarded by the mutex.
+/// All instances and deliveries; the mutex guards all members.
 struct Deliveries {
     std::mutex mutex;
     std::condition_variable ended;
     std::set<const CUIAgentRsp*> setOpen;
-    Delivering* pUnderWay = nullptr; ///< the latest, which knows the one before it
+    Delivering* pUnderWay = nullptr; ///< the latest, which points to the one before it
 
     bool Begin(Delivering& delivering) noexcept
     {
@@ -51,7 +51,7 @@ namespace
 
 Deliveries& All()
 {
-    static const NeverDestroyed<Deliveries> deliveries; // the end of the process needs it
+    static const NeverDestroyed<Deliveries> deliveries; // needed while the process ends
     return *deliveries;
 }
 

@@ -5,25 +5,27 @@
 
 class CUIAgentRsp;
 
-// Which instances of CUIAgentRsp there are, and which of them are handing an answer over. The client's
-// callback outlives the instance that set it, and the transport goes on delivering while the process ends.
+// Records which instances of CUIAgentRsp exist, and which deliveries of answers are in progress. This is
+// needed because the client's callback outlives the instance that set it, and the transport still delivers
+// while the process ends.
 //
-// Nothing is locked while an answer is handed over: a receiver may block, run an event loop, send, throw, or
-// end the process. All operations may be called from any thread.
+// Nothing is locked during a delivery: a receiver may block, run an event loop, send, throw, or end the
+// process. All operations may be called from any thread.
 
-/// From now on deliveries to the instance may begin.
+/// Allows deliveries to the instance from now on.
 void OpenDeliveries(const CUIAgentRsp& instance);
 
-/// From now on none begins any more. Waits until those under way are done, but not for those of this thread,
-/// since a receiver may be what ends the instance, and no longer than that time.
+/// Allows no further deliveries to the instance. Waits, but no longer than `longest`, until other threads
+/// have finished those in progress. It does not wait for those of the calling thread, because a receiver may
+/// be what destroys the instance.
 void CloseDeliveries(const CUIAgentRsp& instance, std::chrono::milliseconds longest);
 
-/// One delivery, from before to after the receivers run. It needs no memory: an answer is handed over where
-/// there is none left too.
+/// One delivery; exists from before until after the receivers run. It allocates nothing, so that an answer is
+/// delivered even if memory has run out.
 class Delivering
 {
 public:
-    /// @param pInstance  may be gone; then nothing may be delivered
+    /// @param pInstance  may be destroyed already; then nothing may be delivered
     explicit Delivering(const CUIAgentRsp* pInstance) noexcept;
     ~Delivering();
     Delivering(const Delivering&) = delete;
@@ -36,6 +38,6 @@ private:
 
     const CUIAgentRsp* const m_pInstance;
     const std::thread::id m_idThread = std::this_thread::get_id();
-    Delivering* m_pNext = nullptr; ///< in the list of those under way
+    Delivering* m_pNext = nullptr; ///< in the list of deliveries in progress
     const bool m_bAllowed;
 };

@@ -25,7 +25,7 @@ constexpr const char* PLIX = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\PLIX\\NETCFG
 
 } // namespace
 
-// User information has no setting. The step data value stands in two profiles, for two requests.
+// User information has no setting. Two profiles have a value for step data, for two different requests.
 const std::array<EndpointSetting, 16> ENDPOINT_SETTINGS{{
     {PLUGIN, "HttpUrlAddStatusLog", RequestType::ReportChlStatus},
     {PLUGIN, "HttpUrlAutoExport", RequestType::GetAutoExport},
@@ -53,8 +53,8 @@ const char* StatusText(QSettings::Status eStatus)
     return eStatus == QSettings::FormatError ? "can't be parsed" : "can't be read";
 }
 
-/// The value of a setting, read anew.
-/// @return nothing when its profile can't be read
+/// Reads the value of a setting.
+/// @return nothing if its profile can't be read
 std::optional<std::string> ReadValue(const EndpointSetting& setting)
 {
     const std::unique_ptr<QSettings> pSettings = OpenProfile(setting.szProfile);
@@ -72,7 +72,7 @@ std::optional<std::string> ReadValue(const EndpointSetting& setting)
 std::array<std::string, ENDPOINT_SETTING_COUNT> ReadEndpointSettings()
 {
     std::array<std::string, ENDPOINT_SETTING_COUNT> paths;
-    // Qt reports a broken file to its first reader only, and hands the others what it understood of it.
+    // Qt reports a broken file only to its first reader, so the broken profiles are remembered here.
     std::set<std::string_view> setBroken;
     for (std::size_t nSetting = 0; nSetting < paths.size(); ++nSetting) {
         const EndpointSetting& setting = ENDPOINT_SETTINGS.at(nSetting);

@@ -9,7 +9,7 @@
 struct EndpointSetting {
     const char* szProfile; ///< registry key, or file below the settings root
     const char* szName;    ///< value in it
-    int nType;             ///< request type id whose path it is; 0 for a value that is read and not used
+    int nType;             ///< request type id whose path it is; 0 for a value that is read but not used
 };
 
 constexpr std::size_t ENDPOINT_SETTING_COUNT = 16;
@@ -17,10 +17,10 @@ constexpr std::size_t ENDPOINT_SETTING_COUNT = 16;
 /// The settings, in the order in which they are read.
 extern const std::array<EndpointSetting, ENDPOINT_SETTING_COUNT> ENDPOINT_SETTINGS;
 
-/// The path that each setting gives, in the order of the table, UTF-8, just as it stands there. It is empty
-/// where the profile or the value is missing, and for all values of a profile that can't be read or parsed,
-/// which is logged.
+/// The value of each setting, unchanged, in UTF-8 and in the order of the table. It is empty if the profile
+/// or the value is missing. If a profile can't be read or parsed, that is logged, and all its values are
+/// empty.
 std::array<std::string, ENDPOINT_SETTING_COUNT> ReadEndpointSettings();
 
-/// The setting in words, for people: its profile and its name.
+/// Describes a setting for users: its profile and its name.
 QString DescribeEndpointSetting(const EndpointSetting& setting);

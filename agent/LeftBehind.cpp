@@ -9,7 +9,7 @@
 namespace
 {
 
-/// The milliseconds after which a deadline has passed, as Qt's timers take them.
+/// The time until a deadline has passed, in milliseconds, for Qt's timers.
 int TimeTo(const QDeadlineTimer& deadline)
 {
     constexpr qint64 LONGEST = std::numeric_limits<int>::max();
@@ -24,7 +24,7 @@ LeftBehind::LeftBehind()
     QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] {
         try {
             GiveUpExpired();
-        } catch (const std::bad_alloc&) { // the next request that is left sets the timer again
+        } catch (const std::bad_alloc&) { // the next `Add` starts the timer again
         }
     });
 }
@@ -42,7 +42,7 @@ LeftBehind::~LeftBehind()
                     pManager->deleteLater();
                 }
             });
-        } catch (const std::bad_alloc&) { // it goes with its reply, or at the end of the process
+        } catch (const std::bad_alloc&) { // it ends with its reply, or at the end of the process
         }
     }
 }
@@ -57,8 +57,8 @@ void LeftBehind::Add(NAManager& manager, QDeadlineTimer deadline)
     }
 }
 
-// At once rather than by deleteLater, which waits for an event loop that may never run. A manager that
-// handles its reply is none of these any more.
+// Deletes managers at once, because deleteLater would need an event loop, which may never run. That is safe:
+// a manager that is handling its reply has ended already, and is only removed from the list.
 void LeftBehind::GiveUpExpired()
 {
     QDeadlineTimer next(QDeadlineTimer::Forever);

@@ -9,35 +9,36 @@
 
 class NAManager;
 
-/// The requests of blocking calls that are over without their reply. Each has a thread and descriptors of its
-/// own, so they are given up: at their deadline, and the one that was left first where there are too many.
-/// Giving up is silent: nobody hears of it, and what a reply would change stays as it is.
+/// The requests whose blocking call returned before their reply came. Each has a thread and descriptors of
+/// its own, so their number and time are limited: a request is cancelled at its deadline, and if there are
+/// too many, the oldest is cancelled. That is silent: no signal is emitted, and no wait record (`SyncWait`)
+/// changes.
 ///
-/// Everything happens on the thread that made it. Its event loop has to run for a deadline to be noticed; a
-/// thread without one notices at its next blocking call.
+/// Threads: use it only on the thread that made it. That thread notices a deadline in its event loop; without
+/// an event loop, at its next blocking call.
 class LeftBehind
 {
 public:
-    /// The most that there are at once.
+    /// The maximum number of such requests at a time.
     static constexpr std::size_t MOST = 100;
 
     LeftBehind();
-    /// Leaves each of them to itself: it goes on to its deadline.
+    /// Does not cancel the requests: each goes on until its deadline.
     ~LeftBehind();
     LeftBehind(const LeftBehind&) = delete;
     LeftBehind& operator=(const LeftBehind&) = delete;
 
-    /// @param manager  its request is sent and not answered yet
+    /// @param manager  its request was sent and has no reply yet
     void Add(NAManager& manager, QDeadlineTimer deadline);
 
 private:
     struct Request {
-        QPointer<NAManager> pManager; ///< goes by itself after its reply, and at the end of the process
+        QPointer<NAManager> pManager; ///< deletes itself after its reply, and at the end of the process
         QDeadlineTimer deadline;
     };
 
     void GiveUpExpired();
 
-    std::list<Request> m_lstRequests; ///< in the order in which they were left
-    QTimer m_timer;                   ///< to the next deadline
+    std::list<Request> m_lstRequests; ///< the oldest first
+    QTimer m_timer;                   ///< expires at the next deadline
 };

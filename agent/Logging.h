@@ -2,12 +2,12 @@
 
 #include <QLoggingCategory>
 
-// The agent's categories of Qt's logging. They are never destroyed: an answer may come while the process
-// ends.
+// The agent's categories of Qt's logging. They are never destroyed, because an answer may come while the
+// process ends.
 
-/// Turned off with QT_LOGGING_RULES="ktshttpagent.reply=false" or QLoggingCategory::setFilterRules.
+/// Can be turned off with QT_LOGGING_RULES="ktshttpagent.reply=false" or QLoggingCategory::setFilterRules.
 const QLoggingCategory& LogReply();
 const QLoggingCategory& LogResponse();
 
-/// Makes the categories, and what Qt makes with the first line that is logged.
+/// Creates the categories, and everything that Qt creates when the first line is logged.
 void PrepareLogging();

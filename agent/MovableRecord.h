@@ -1,9 +1,10 @@
 #pragma once
 
-/// While one exists, the record of a response may be moved into the answer to the host rather than
-/// copied: nobody reads it afterwards. It counts on the thread that made it.
+/// While such an object exists, the record of that response may be moved into the answer to the host instead
+/// of being copied, because nobody reads it afterwards. This applies to the thread that made the object.
 ///
-/// Whoever calls the handlers of `CUIAgentRsp` without one, as a subclass may, keeps its record unchanged.
+/// Without such an object, for example if a subclass calls the handlers of `CUIAgentRsp`, records are copied
+/// and stay unchanged.
 class MovableRecord
 {
 public:
@@ -13,9 +14,9 @@ public:
     MovableRecord(const MovableRecord&) = delete;
     MovableRecord& operator=(const MovableRecord&) = delete;
 
-    /// Whether this record may be moved from. Says yes once.
+    /// Whether this record may be moved from. Returns true only once for each record.
     static bool Take(const void* pRecord) noexcept;
 
 private:
-    const void* m_pOuter; ///< that of the delivery which this one runs within
+    const void* m_pOuter; ///< the record of the outer delivery, if deliveries nest
 };

@@ -18,7 +18,7 @@ std::unique_ptr<QSettings> OpenProfile(const char* szProfile)
 
 #else
 
-// A file for each registry key, below a root for the whole machine.
+// Without a registry: one file for each registry key, below a root folder for the whole machine.
 QString ProfileLocation(const char* szProfile)
 {
     const std::string strRoot =

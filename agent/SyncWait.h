@@ -11,9 +11,9 @@ struct CallEnd {
     ExchangeEnd exchange;
 };
 
-/// What a blocking sender and its reply share, one record a request type. It is not reset before a request,
-/// so after a time-out it tells of the reply before; only a strict call (`CUIAgentReq::SetStrictWaits`)
-/// clears it.
+/// The wait record: what a blocking sender and its reply slot share, one for each request type. It is not
+/// reset before a request, so after a time-out it holds the result of the previous reply; only a strict call
+/// (`CUIAgentReq::SetStrictWaits`) clears it.
 struct SyncWait {
     QEventLoop loop; ///< in which the sender waits
     bool bSucc = false;
@@ -23,16 +23,16 @@ struct SyncWait {
     int nCode = 404;
     QString strMessage;
 
-    // What tells an answer to the call that waits from all others.
+    // Distinguishes the answer to the waiting call from all others.
     bool bWaiting = false;
-    quint64 nCalls = 0;       ///< made so far; the number of the latest
-    quint64 nReplies = 0;     ///< recorded so far
-    CallEnd lastReply;        ///< the one recorded last
-    CallEnd noAnswer;         ///< the last that came but is not recorded, since it is no answer
+    quint64 nCalls = 0;       ///< calls made so far; also the number of the latest call
+    quint64 nReplies = 0;     ///< replies recorded so far
+    CallEnd lastReply;        ///< the reply recorded last
+    CallEnd noAnswer;         ///< the last reply that is not recorded because it answers nothing
     quint64 nStrictCall = 0;  ///< the strict call that waits for its reply; 0 for none
-    quint64 nDroppedUpTo = 0; ///< replies to this call and those before it are dropped
+    quint64 nDroppedUpTo = 0; ///< replies to this call and to earlier ones are ignored
 
-    /// Forgets what the reply before brought.
+    /// Forgets the result of the previous reply.
     void Clear()
     {
         bSucc = false;

@@ -15,14 +15,14 @@ namespace
 
 constexpr const char* VALUE = "UseTls";
 
-/// A value as it stands in the profile: Qt takes one with commas for a list.
+/// A value as it is written in the profile, although Qt reads a value with commas as a list.
 std::string TextOf(const QVariant& value)
 {
     return (value.type() == QVariant::StringList ? value.toStringList().join(',') : value.toString())
         .toStdString();
 }
 
-/// Whether a profile that holds no such value, as Qt understands it, has a line that is meant to be one.
+/// Whether a profile in which Qt finds no such value has a line that seems to be meant as one.
 bool HoldsOddLine(const QSettings& settings)
 {
 #if defined(Q_OS_WIN)
@@ -30,12 +30,12 @@ bool HoldsOddLine(const QSettings& settings)
     return false;
 #else
     QFile file(settings.fileName());
-    if (!file.open(QIODevice::ReadOnly)) { // nobody is known to have asked for TLS
+    if (!file.open(QIODevice::ReadOnly)) { // then nobody is known to have asked for TLS
         return false;
     }
-    const QRegularExpression line("(^|[\\r\\n])[^\\w;#\\r\\n]*UseTls\\b", // behind ; and # it is a comment
+    const QRegularExpression line("(^|[\\r\\n])[^\\w;#\\r\\n]*UseTls\\b", // after ; or # it is a comment
                                   QRegularExpression::CaseInsensitiveOption);
-    const QByteArray text = file.readAll().replace('\0', ""); // readable, should it be UTF-16
+    const QByteArray text = file.readAll().replace('\0', ""); // readable even if it is UTF-16
     return line.match(QString::fromLatin1(text)).hasMatch();
 #endif
 }

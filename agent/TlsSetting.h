@@ -1,9 +1,9 @@
 #pragma once
 
 /// Whether the site's settings ask for TLS: the value UseTls of the plug-in profile, as
-/// `VelCSDK::ReadTlsSwitch` reads it; false where there is none, or where the profile can't be opened. A
-/// value that can't be understood, or a line that is meant to be one, counts as true, and the log says why.
+/// `VelCSDK::ReadTlsSwitch` reads it; false if there is none, or if the profile can't be opened. A value that
+/// can't be understood, or a line that seems to be meant as one, counts as true, and the log says why.
 ///
-/// To be called after the endpoint paths were read, which is the one reading that Qt tells of a broken
-/// profile.
+/// Call it after the endpoint paths were read: Qt reports a broken profile only to its first reader, and
+/// reading the paths logs that.
 bool ReadTlsSetting();

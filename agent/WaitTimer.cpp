@@ -11,10 +11,10 @@ WaitTimer::WaitTimer(QEventLoop& loop, int nTimeoutMs) : m_nTimeoutMs(nTimeoutMs
     m_timer.start(nTimeoutMs);
 }
 
-// Where the system's own timers count in ticks, a precise one may still fire within the last millisecond.
+// On systems whose timers count in ticks, even a precise timer may fire up to a millisecond early.
 void WaitTimer::Expire(QEventLoop& loop)
 {
-    constexpr qint64 NANOSECONDS = 1'000'000; // of a millisecond
+    constexpr qint64 NANOSECONDS = 1'000'000; // in a millisecond
     const qint64 nLeft = m_nTimeoutMs * NANOSECONDS - m_clock.nsecsElapsed();
     if (nLeft > 0) {
         m_timer.start(static_cast<int>((nLeft + NANOSECONDS - 1) / NANOSECONDS));

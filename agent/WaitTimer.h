@@ -5,16 +5,16 @@
 
 class QEventLoop;
 
-/// Quits an event loop once a time has passed by the monotonic clock, and never before. A negative time is
-/// refused by Qt's timer and so never passes; a time of 0 passes as soon as the loop handles events.
+/// Quits an event loop once a time has passed on the monotonic clock, never earlier. Qt's timer refuses a
+/// negative time, which therefore never passes; a time of 0 passes as soon as the loop handles events.
 class WaitTimer
 {
 public:
     WaitTimer(QEventLoop& loop, int nTimeoutMs);
 
-    /// Whether it has quit the loop.
+    /// Whether the time has passed, so that the loop was told to quit.
     bool HasExpired() const { return m_bExpired; }
-    /// The time since it was made.
+    /// The time since the timer was made.
     qint64 Milliseconds() const { return m_clock.elapsed(); }
 
 protected:

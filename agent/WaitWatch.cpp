@@ -33,7 +33,8 @@ WaitWatch::~WaitWatch()
 
 void WaitWatch::Follow(NAManager& manager, const QObject& receiver) const
 {
-    // The manager may outlive the record, and this watch; which lasts as long as its call is the strict one.
+    // The manager may outlive this watch and the wait record. pLoop is null if the record is destroyed.
+    // `this` is used only while this call is the waiting strict one, and the watch exists that long.
     manager.SetEndReceiver([this, &manager, &receiver, &wait = m_wait,
                             pLoop = QPointer<QEventLoop>(&m_wait.loop), nCall = m_nCall,
                             bStrict = m_bStrict](const ExchangeEnd& end) {
@@ -62,9 +63,9 @@ SBlockingOutcome WaitWatch::Outcome() const
     return outcome;
 }
 
-// What counts is the reply recorded last, since that is what the call returns: when it came during the call,
-// it decides, even where the time-out had passed or another reply had ended the wait before, and only a call
-// nested in it kept this one from returning.
+// The reply that was recorded last decides, because the call returns its result. If it came during the call,
+// it decides even if the time-out had passed or another reply had ended the wait before: a nested call may
+// have kept this call from returning.
 void WaitWatch::TellEnd(SBlockingOutcome& outcome) const
 {
     if (m_bBusy) {

@@ -1,4 +1,4 @@
-// libcurl with nothing around it: the least that a request can cost over this library.
+// libcurl alone: the minimum that a request over libcurl can cost.
 
 #include "BareCurl.h"
 
@@ -34,7 +34,7 @@ void ThrowUnless(bool bSucceeded)
     }
 }
 
-/// A handle for each connection, each sent again as soon as it is done.
+/// A libcurl handle for each connection; each is sent again as soon as its request is finished.
 class BareLoop
 {
 public:
@@ -127,7 +127,7 @@ Latencies LatencyOfBareCurl(const Load& load)
     return laps.Microseconds();
 }
 
-// What the threads cost without the library: host, network and delivering thread hand a request over with
+// What the threads cost without the library: host, network and delivering thread pass a request on by
 // semaphores, and do nothing else.
 Latencies LatencyOfBareHandOvers(const Load& load)
 {

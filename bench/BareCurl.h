@@ -15,5 +15,5 @@ struct MultiCleanup {
 };
 using Multi = std::unique_ptr<CURLM, MultiCleanup>;
 
-/// A handle that asks for the supported version and discards the reply.
+/// A libcurl handle that queries the supported version and discards the reply.
 Easy MakeEasy(const std::string& strHost, int nPort);

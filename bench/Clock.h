@@ -3,7 +3,7 @@
 #include <chrono>
 #include <vector>
 
-/// The time since it was made.
+/// Measures the time since it was made.
 class Stopwatch
 {
 public:
@@ -23,7 +23,7 @@ private:
     Clock::time_point m_tpStart = Clock::now();
 };
 
-/// The times from each call of `Next` to the following one.
+/// Measures the time from each call of `Next` to the following one.
 class Laps
 {
 public:

@@ -1,4 +1,4 @@
-// Decodes a list of projects again and again: prints the megabytes a second.
+// Decodes a list of projects repeatedly and prints the megabytes per second.
 
 #include "CDataResponse.h"
 
@@ -40,7 +40,7 @@ std::string Project(std::size_t nProject)
            IdName("项目名称", 30000 + nProject, "25℃ 1C/1C 循环") + '}';
 }
 
-/// A reply with that many projects.
+/// A reply with `nProjects` projects.
 std::string Reply(std::size_t nProjects)
 {
     std::string strReply = "{\"success\":true,\"实验项目\":[";
@@ -53,7 +53,7 @@ std::string Reply(std::size_t nProjects)
 /// Decodes a reply and returns how many projects were in it.
 using Decoder = std::function<std::size_t(const std::string& strReply)>;
 
-/// Ours: from the transport's callback to the response callback, with the records.
+/// Our decoder: from the transport's callback to the response callback with the records.
 Decoder OurDecoder()
 {
     auto* const pClient = VelCSDK::SDKFactory::GetInstance();
@@ -70,7 +70,7 @@ Decoder OurDecoder()
     };
 }
 
-/// RapidJSON's parse alone.
+/// Only RapidJSON's parse.
 std::size_t ParseBare(const std::string& strReply)
 {
     rapidjson::Document document;
@@ -85,7 +85,7 @@ SIdName ReadIdName(const QJsonValue& value)
             object.value(QStringLiteral("name")).toString().toStdString()};
 }
 
-/// The same records by Qt's means.
+/// Makes the same records with Qt.
 std::size_t DecodeByQt(const std::string& strReply)
 {
     const QJsonObject root = QJsonDocument::fromJson(QByteArray::fromStdString(strReply)).object();
@@ -112,7 +112,7 @@ Decoder DecoderOf(const std::string& strDecoder)
     return mapMake.at(strDecoder)();
 }
 
-/// Processor time: what other processes take away doesn't count.
+/// Processor time, which other processes do not affect.
 double ProcessorSeconds()
 {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
@@ -128,7 +128,7 @@ double MegabytesPerSecond(const Decoder& fnDecode, std::size_t nProjects)
             throw std::runtime_error("projects were lost in decoding");
         }
     };
-    decode(); // first use of the memory
+    decode(); // not measured: allocates memory for the first time
     std::size_t nDecoded = 0;
     double fSeconds = 0;
     for (const double fStart = ProcessorSeconds(); fSeconds < LEAST_SECONDS; ++nDecoded) {
@@ -146,7 +146,7 @@ int main(int nArguments, char** arArguments)
         std::fputs("ktsdecodebench ours|rapidjson|qt PROJECTS\n", stderr);
         return EXIT_FAILURE + 1;
     }
-    // The largest replies here are larger than the limits allow.
+    // The largest replies here exceed the default limits.
     setenv(LIST_ELEMENTS_VARIABLE, "1000000", 1);
     setenv(REPLY_VALUES_VARIABLE, "50000000", 1);
     try {

@@ -33,7 +33,7 @@ void Check(bool bSucc, const char* szWhat)
     }
 }
 
-/// @param nPort  0 for one that is free
+/// @param nPort  0 for a free port
 int Listen(std::size_t nAddress, int nPort)
 {
     constexpr int BACKLOG = 4096;
@@ -71,8 +71,7 @@ void AcceptAll(int nEpoll, int nListener)
     }
 }
 
-// A request is far smaller than what arrives at once over the loopback interface, so it is never in two
-// parts.
+// A request is so small that over the loopback interface it arrives in one part.
 void ReadRequest(int nSocket, RequestCount& nRequests)
 {
     std::array<char, 4096> buffer{};
@@ -126,7 +125,7 @@ HoldingServer::HoldingServer(std::size_t nAddresses) : m_pRequests(SharedCount()
     m_pid = ::fork();
     Check(m_pid >= 0, "fork");
     if (m_pid == 0) {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL); // it never ends by itself
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL); // the server never ends by itself
         Serve(vecListeners, *m_pRequests);
     }
     for (const int nListener : vecListeners) {

@@ -5,12 +5,13 @@
 #include <atomic>
 #include <cstddef>
 
-/// A server that accepts and reads requests, and never answers. It is a process of its own, so that nothing
-/// of it counts as memory of this one; make it before this process has threads.
+/// A server that accepts and reads requests, and never answers. It is a process of its own, so that its
+/// memory does not count as memory of this process. Make it before this process has threads.
 class HoldingServer
 {
 public:
-    /// @param nAddresses  listens on 127.0.0.1, 127.0.0.2 and so on, on the same port of each
+    /// @param nAddresses  number of addresses: the server listens on 127.0.0.1, 127.0.0.2 and so on, with the
+    ///                    same port on each
     explicit HoldingServer(std::size_t nAddresses);
     ~HoldingServer();
     HoldingServer(const HoldingServer&) = delete;
@@ -18,14 +19,14 @@ public:
 
     int Port() const { return m_nPort; }
 
-    /// Requests that have arrived.
+    /// The number of requests that have arrived.
     std::size_t Requests() const { return *m_pRequests; }
 
-    /// Waits until that many requests have arrived.
-    /// @throws std::runtime_error when they have not within two minutes
+    /// Waits until `nCount` requests have arrived.
+    /// @throws std::runtime_error if they have not arrived within two minutes
     void WaitForRequests(std::size_t nCount) const;
 
-    /// Ends the server; what it holds is never answered.
+    /// Ends the server; it never answers the requests that it has read.
     void Kill();
 
 private:

@@ -23,7 +23,8 @@ std::string Host(const Flight& flight, std::size_t nRequest)
     return "127.0.0." + std::to_string(1 + nRequest % flight.nServers);
 }
 
-/// The resident bytes once they have stopped to change: the transport's threads may still be busy queueing.
+/// The resident bytes once they do not change any more: the transport's threads may still be queueing
+/// requests.
 double SettledBytes()
 {
     constexpr int UNCHANGED_SAMPLES = 10;

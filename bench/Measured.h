@@ -3,36 +3,36 @@
 #include <cstddef>
 #include <vector>
 
-// What is measured: our two interfaces, and the baselines that they are compared with, each driven in the
-// same way. Every function throws std::runtime_error when a reply is not the expected one, so a figure stands
-// for answered requests only. Each is called once a process.
+// The measured functions: our two interfaces and their baselines, all driven in the same way. Every function
+// throws std::runtime_error if a reply is not the expected one, so only answered requests are measured. Each
+// process calls one function, once.
 
-/// What to send: so many requests to the web server at 127.0.0.1.
+/// What to send: the number of requests, and the port of the web server at 127.0.0.1.
 struct Load {
     int nPort = 0;
     std::size_t nCount = 0;
 };
 
-/// As many requests are outstanding at once where a rate is measured, over as many connections; the latter is
-/// the transport's default.
+/// For rates: how many requests are outstanding at a time, and over how many connections. The number of
+/// connections is the transport's default.
 constexpr std::size_t MAX_OUTSTANDING = 64;
 constexpr std::size_t CONNECTIONS = 8;
 
 /// How long each request took, in microseconds. The first one, which opens the connection, is left out.
 using Latencies = std::vector<double>;
 
-// Requests a second: the query for the supported version.
-double RateOfAgent(const Load& load);       ///< the signal is received in the host's thread, queued
-double RateOfAgentDirect(const Load& load); ///< the signal is received in the delivering thread
-double RateOfBareLoop(const Load& load);    ///< libcurl's multi interface, which builds and decodes nothing
+// Requests per second, for the query of the supported version.
+double RateOfAgent(const Load& load);       ///< the signal is received on the host's thread, queued
+double RateOfAgentDirect(const Load& load); ///< the signal is received on the delivering thread
+double RateOfBareLoop(const Load& load);    ///< libcurl's multi interface; builds and decodes nothing
 double RateOfQt(const Load& load);          ///< QNetworkAccessManager with QJsonDocument
 
-// The same query, one outstanding.
-Latencies LatencyOfAgent(const Load& load);         ///< until the host's thread has the signal, queued
+// Latencies of the same query, with one outstanding request.
+Latencies LatencyOfAgent(const Load& load);         ///< until the host's thread gets the signal, queued
 Latencies LatencyOfAgentDirect(const Load& load);   ///< until the receiver has told the waiting host's thread
 Latencies LatencyOfBareCurl(const Load& load);      ///< curl_easy_perform on a kept connection
-Latencies LatencyOfBareHandOvers(const Load& load); ///< that, with hand-overs between as many threads as ours
+Latencies LatencyOfBareHandOvers(const Load& load); ///< the same, passed between as many threads as ours
 
-// A blocking channel check, each over a connection of its own.
+// Latencies of blocking channel checks, each over a connection of its own.
 Latencies LatencyOfSyncSender(const Load& load); ///< SendGetChannelCheckDataEx
-Latencies LatencyOfOneShotQt(const Load& load);  ///< a QNetworkAccessManager and an event loop a request
+Latencies LatencyOfOneShotQt(const Load& load);  ///< a QNetworkAccessManager and an event loop for each

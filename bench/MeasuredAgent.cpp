@@ -1,4 +1,4 @@
-// A host of the library, as busy as it can be.
+// A host of the library that sends as fast as it can.
 
 #include "Clock.h"
 #include "Measured.h"
@@ -28,8 +28,8 @@ void ThrowUnless(bool bAllSucceeded)
     }
 }
 
-/// Sends from the host's thread and receives there.
-/// @param fnAnswered  called with every answer, before the next request is sent
+/// Sends and receives on the host's thread.
+/// @param fnAnswered  called for every answer, before the next request is sent
 template <class Function>
 void ExchangeQueued(const Load& load, std::size_t nOutstanding, Function fnAnswered)
 {
@@ -55,9 +55,9 @@ void ExchangeQueued(const Load& load, std::size_t nOutstanding, Function fnAnswe
     ThrowUnless(bAllSucceeded);
 }
 
-/// Sends from the host's thread, which runs no event loop, but waits for the receiver in the delivering
+/// Sends from the host's thread, which runs no event loop but waits for the receiver on the delivering
 /// thread.
-/// @param fnFree  called before every sending, as soon as fewer than `nOutstanding` are on their way
+/// @param fnFree  called before each request is sent, as soon as fewer than `nOutstanding` are outstanding
 template <class Function>
 void ExchangeDirect(const Load& load, std::size_t nOutstanding, Function fnFree)
 {

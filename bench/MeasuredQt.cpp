@@ -1,4 +1,4 @@
-// What a host would write with Qt alone.
+// What a host would write if it used only Qt.
 
 #include "Clock.h"
 #include "Measured.h"
@@ -32,7 +32,7 @@ void ThrowUnlessSuccess(QNetworkReply& reply)
 
 } // namespace
 
-// Qt opens six connections to a host, and leaves no choice.
+// Qt opens six connections to a host; that can't be changed.
 double RateOfQt(const Load& load)
 {
     const Stopwatch watch;

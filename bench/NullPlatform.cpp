@@ -1,4 +1,4 @@
-// A transport that sends nothing and a log that writes nothing, so that decoding is measured alone.
+// A transport that sends nothing and a log that writes nothing, so that only decoding is measured.
 
 #include <ktshttpagent/chttpclient.h>
 #include <ktshttpagent/clog.h>

@@ -9,7 +9,7 @@
 StartUpCosts MeasureStartUp(const std::string& strProgram)
 {
     const Stopwatch watch;
-    // exec: the shell between becomes the host
+    // exec, so that the shell becomes the host
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pHost(
         ::popen(("exec '" + strProgram + "'").c_str(), "r"), &::pclose);
     StartUpCosts startUp;

@@ -1,5 +1,5 @@
-// A host that gets ready for its first request, says so, and ends. Built twice: with the library
-// (HOST_OF_AGENT) and, to subtract, without.
+// A host that prepares for its first request, says so, and ends. It is built twice: with the library
+// (HOST_OF_AGENT), and without it, so that the difference can be computed.
 
 #include "Resident.h"
 

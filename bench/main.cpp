@@ -1,4 +1,4 @@
-// One measurement a process: prints its figures, one a line.
+// Each process makes one measurement and prints its figures, one per line.
 
 #include "InFlight.h"
 #include "Measured.h"

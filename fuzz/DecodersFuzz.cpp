@@ -1,12 +1,11 @@
-// Hands a reply to the decoder of its request type as the transport would, and checks all that reaches the
-// receiver.
+// Passes a reply to the decoder of its request type as the transport would, and checks everything that
+// reaches the receiver.
 //
 // The input is three bytes and the reply's body:
-//   request type  below 128: 3100 plus its lower four bits ('3' is 3103, ':' is 3110); else the byte itself,
-//   an
-//                 id without a decoder
-//   error         picks one of ERRORS; '0' is none
-//   user data     an odd byte: none; so '0' is with, '1' is without
+//   request type  below 128: 3100 plus its lower four bits ('3' is 3103, ':' is 3110)
+//                 from 128 on: the byte itself, an id without a decoder
+//   error         selects one of ERRORS; '0' is none
+//   user data     an odd byte means none, so '0' is with user data, '1' is without
 
 #include "RecordingLog.h"
 #include "Require.h"
@@ -42,11 +41,11 @@ struct Reply {
     bool IsFailedExchange() const { return nHttpError != 0 || IsGatewayFailure(); }
 };
 
-/// What the SDK knows of a request type, as far as its replies go.
+/// How the SDK decodes the replies to a request type.
 struct Decoding {
-    void* (*fnNewUserData)(); ///< null where a request carries none
+    void* (*fnNewUserData)(); ///< null if the request has no user data
     void (*fnCheckPayload)(const SResponseHeader& header,
-                           int nResult); ///< null where the receiver isn't called
+                           int nResult); ///< null if the receiver isn't called
 };
 
 template <class Request>
@@ -122,7 +121,8 @@ Reply ReadReply(const std::uint8_t* pData, std::size_t nSize)
             std::string(reinterpret_cast<const char*>(pData) + HEAD_SIZE, nSize - HEAD_SIZE)};
 }
 
-/// User information hands the failure's code on; the other decoders find no "success" in its envelope.
+/// User information passes on the code of the failure; the other decoders find no "success" in the failure's
+/// envelope.
 int ResultOfFailedExchange(const Reply& reply)
 {
     constexpr int GATEWAY_FAILURE = 7;
@@ -161,7 +161,7 @@ IVelClientSDk& Client()
     return client;
 }
 
-/// @return how often the receiver was called
+/// @return the number of calls of the receiver
 int Deliver(const Reply& reply, void* pUserData)
 {
     int nCalls = 0;

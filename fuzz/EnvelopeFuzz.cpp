@@ -1,4 +1,4 @@
-// The input is a reply's body on its way into the envelope reader.
+// The input is a reply's body, which is passed to the envelope reader.
 
 #include "RecordingLog.h"
 #include "Require.h"

@@ -1,5 +1,5 @@
-// Replies of a size or depth that no server means: each of them gets its one answer from every decoder, by
-// the same rules as a small one. They are made here rather than stored.
+// Replies of a size or depth that no server sends on purpose: every decoder answers each of them exactly
+// once, by the same rules as a small one. They are generated here, not stored.
 
 #include "SdkFixture.h"
 
@@ -36,7 +36,8 @@ string NestedObjects()
     return Repeated("{\"a\":", MILLION) + "1" + string(MILLION, '}');
 }
 
-/// A success, and of a user the code 0, among whose members this one stands.
+/// A reply that is a success for every decoder ("success" is true, "code" is 0), and that also has the given
+/// member.
 string SuccessWith(const string& strName, const string& strValue)
 {
     return "{\"" + strName + "\":" + strValue + ",\"success\":true,\"code\":0}";
@@ -59,15 +60,15 @@ string ArrayOf(const string& strElement, std::size_t nTimes = MILLION)
 constexpr std::size_t TEN_MEGABYTES = 10 * MILLION;
 constexpr std::size_t HUNDRED_MEGABYTES = 100 * MILLION;
 
-/// What the three kinds of decoders make of a reply.
+/// The results of the three kinds of decoders for a reply.
 struct Results {
-    int nFirstElement; ///< those that read an array's first element
-    int nAnyArray;     ///< those that any array is a success for
-    int nUserInfo;     ///< the one that reads the envelope
+    int nFirstElement; ///< decoders that read an array's first element
+    int nAnyArray;     ///< decoders for which any array is a success
+    int nUserInfo;     ///< the decoder that reads the envelope
 };
 
 constexpr Results ALL_SUCCEED{0, 0, 0};
-constexpr Results TOO_MANY_FOR_THE_ENVELOPE{0, 0, -1}; ///< whose reader takes an eighth of the values
+constexpr Results TOO_MANY_FOR_THE_ENVELOPE{0, 0, -1}; ///< its reader accepts an eighth as many values
 constexpr Results ALL_FAIL{-1, -1, -1};
 
 struct Extreme {
@@ -81,9 +82,8 @@ void PrintTo(const Extreme& extreme, std::ostream* pStream)
     *pStream << extreme.szName;
 }
 
-// The envelope reader reads a thousand levels, and numbers up to the largest double; the other reader has no
-// limit of depth, takes a number below the smallest double for zero, and both refuse what lies above the
-// largest.
+// The envelope reader accepts a thousand levels. The other reader has no limit of depth and reads a number
+// below the smallest double as zero. Both refuse numbers above the largest double.
 const Extreme EXTREMES[] = {
     {"OpenSquareBrackets", [] { return string(MILLION, '['); }, ALL_FAIL},
     {"ClosingSquareBrackets", [] { return string(MILLION, ']'); }, ALL_FAIL},
@@ -128,7 +128,7 @@ const Extreme EXTREMES[] = {
     {"RootOfAMillionReplies", [] { return ArrayOf("{\"success\":true}"); }, ALL_FAIL},
 };
 
-// Too large to be tried on more than one decoder of each kind.
+// So large that only one decoder of each kind is tried.
 const Extreme LARGEST[] = {
     {"TextThatIsNoJson", [] { return string(HUNDRED_MEGABYTES, 'x'); }, ALL_FAIL},
     {"TextMember", [] { return SuccessWith("message", '"' + string(HUNDRED_MEGABYTES, 'x') + '"'); },

@@ -1,5 +1,5 @@
-// The input is a text on its way into the log or to a terminal: whatever it holds, it stays one line, moves
-// no cursor, turns no direction and hides nothing.
+// The input is a text for the log or a terminal: whatever it contains, it stays one line, moves no cursor,
+// does not change the text direction and hides nothing.
 
 #include "Require.h"
 
@@ -14,7 +14,7 @@
 namespace
 {
 
-/// Unsafe characters in UTF-8, each range from its first to its last bytes.
+/// Unsafe characters in UTF-8, as ranges from the first to the last character.
 constexpr std::array<std::array<std::string_view, 2>, 9> UNSAFE{{{"\xc2\x80", "\xc2\x9f"},
                                                                  {"\xc2\xad", "\xc2\xad"},
                                                                  {"\xd8\x9c", "\xd8\x9c"},
@@ -41,7 +41,8 @@ bool IsUnsafe(std::string_view character)
            });
 }
 
-/// @param cNext  the byte behind the lead, which alone tells overlong forms, surrogates and what is too large
+/// @param cNext  the byte after the lead byte; it shows overlong forms, surrogates and numbers that are too
+///               large
 bool IsPairOfLeadAndNext(unsigned char cLead, unsigned char cNext)
 {
     switch (cLead) {
@@ -58,7 +59,7 @@ bool IsPairOfLeadAndNext(unsigned char cLead, unsigned char cNext)
     }
 }
 
-/// How many bytes the character at the beginning takes, by the table of the standard; 0 where there is none.
+/// The length of the first character in bytes, by the Unicode standard's table; 0 if it is not valid.
 std::size_t LengthOf(std::string_view text)
 {
     const auto cLead = static_cast<unsigned char>(text.front());
@@ -79,7 +80,7 @@ std::size_t LengthOf(std::string_view text)
     return nLength;
 }
 
-/// Whether a text is valid UTF-8 without any of those.
+/// Whether a text is valid UTF-8 without unsafe characters.
 bool IsSafe(std::string_view text)
 {
     while (!text.empty()) {

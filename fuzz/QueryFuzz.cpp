@@ -1,4 +1,5 @@
-// The input is a JSON text; its value becomes a query string, which is then read back member by member.
+// The input is a JSON text. Its value is converted to a query string, which is then read back member by
+// member.
 
 #include "Require.h"
 
@@ -17,7 +18,7 @@ std::optional<Json::Value> Parse(const std::string& strJson)
     Json::Value value;
     try {
         return Json::Reader().parse(strJson, value) ? std::make_optional(value) : std::nullopt;
-    } catch (const Json::Exception&) { // nested too deep for a value at all
+    } catch (const Json::Exception&) { // nested too deep to be read
         return std::nullopt;
     }
 }
@@ -28,14 +29,14 @@ std::string TextOf(const Json::Value& value)
     return bInteger || value.isString() ? value.asString() : std::string();
 }
 
-/// Takes a text off the begin of what is left of a query.
+/// Removes a text from the beginning of the rest of a query.
 void Take(std::string_view& strLeft, const std::string& strText, const char* szRule)
 {
     Require(strLeft.substr(0, strText.size()) == strText, szRule);
     strLeft.remove_prefix(strText.size());
 }
 
-/// What a server makes of an escaped value; fails where anything in it needed an escape.
+/// Decodes an escaped value as a server does; fails if it contains a character that should have been escaped.
 std::string Decoded(std::string_view strValue)
 {
     constexpr std::string_view PLAIN = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
@@ -57,7 +58,7 @@ std::string Decoded(std::string_view strValue)
     return strText;
 }
 
-/// The values of an escaped query, whose names are those of the object, arrive as they are.
+/// Checks that the values of an escaped query arrive unchanged; the names are those of the object.
 void CheckEscapedQuery(std::string_view strLeft, const Json::Value& object)
 {
     std::string strMark = "?";

@@ -1,6 +1,6 @@
-// Feeds every file of a corpus folder to a fuzz target, so that what a fuzzer once found stays found in
-// builds without one. The file at hand is named before it is fed: where the target ends the process, its name
-// is the last that was said.
+// Passes every file of a corpus folder to a fuzz target, so that builds without a fuzzer also check what a
+// fuzzer once found. The name of each file is printed first: if the target ends the process, the last name
+// printed is that of the file that caused it.
 
 #include <algorithm>
 #include <cstdint>

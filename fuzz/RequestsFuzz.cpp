@@ -1,7 +1,7 @@
-// Sends a request of texts that no host would choose, and checks what the transport is handed.
+// Sends a request with texts that no host would choose, and checks what the transport gets.
 //
-// The input is a byte that picks one of OPERATIONS ('0' is the first) and the operation's arguments, each up
-// to the next byte 0x1F; those that are missing are empty.
+// The input is a byte that selects one of OPERATIONS ('0' is the first) and the operation's arguments, each
+// up to the next byte 0x1F; those that are missing are empty.
 
 #include "RecordingLog.h"
 #include "RecordingTransport.h"
@@ -26,7 +26,7 @@ namespace
 
 using namespace VelCSDK;
 
-/// The arguments of an operation, handed out one by one.
+/// Returns the arguments of an operation one by one.
 class Arguments
 {
 public:
@@ -64,7 +64,8 @@ void SendIncubatorStatus(IVelClientSDk& client, Arguments& arguments)
     client.ReportIncubatorStatus(status);
 }
 
-// In braces, since their contents, unlike the arguments of a call, are evaluated in order.
+// The functions below use braces, because initialisers in braces are evaluated in order; arguments of a call
+// are not.
 
 void SendProjects(IVelClientSDk& client, Arguments& arguments)
 {
@@ -136,14 +137,14 @@ IVelClientSDk& Client()
     return client;
 }
 
-/// @return whether the operation took its arguments
+/// @return whether the operation accepted its arguments
 bool Send(const Operation& operation, std::string_view strArguments)
 {
     Arguments arguments(strArguments);
     try {
         operation.fnSend(Client(), arguments);
         return true;
-    } catch (const std::logic_error&) { // a box or channel that is no number, or one that fits no int
+    } catch (const std::logic_error&) { // a box or channel that is not a number or does not fit an int
         Require(operation.nType == RequestType::ReportChlStatus, "only a channel status report is picky");
         return false;
     }

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the process, and so fails the input at hand, when something that must hold doesn't. In every build,
-/// unlike assert.
+/// Ends the process if a rule does not hold, and so fails the current input. Unlike assert, it does so in
+/// every build.
 inline void Require(bool bHolds, const char* szRule)
 {
     if (!bHolds) {

@@ -1,4 +1,4 @@
-// The input is the settings file of the plug-in's profile; the other profiles have none.
+// The input is the settings file of the plug-in's profile; the other profiles have no file.
 
 #include "RecordingLog.h"
 #include "Require.h"
@@ -20,8 +20,8 @@ namespace
 
 namespace fs = std::filesystem;
 
-/// A settings root of the process's own, in memory where the system has such a folder. It goes with the
-/// process.
+/// A settings root for this process only, in memory if the system has such a folder. It is removed when the
+/// process ends.
 class SettingsRoot
 {
 public:
@@ -47,8 +47,7 @@ public:
     SettingsRoot(const SettingsRoot&) = delete;
     SettingsRoot& operator=(const SettingsRoot&) = delete;
 
-    /// Qt keeps what it read of a file until the file's size or time changes: each text gets a time of its
-    /// own.
+    /// Qt reads a file again only if its size or time has changed, so each text gets a different time.
     void Write(const std::uint8_t* pText, std::size_t nSize)
     {
         std::ofstream(File(), std::ios::binary)

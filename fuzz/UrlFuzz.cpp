@@ -1,4 +1,4 @@
-// The input is a URL as the transport is handed it: what goes on the wire is valid, and means the same.
+// The input is a URL as the transport gets it. Checks that the URL on the wire is valid and means the same.
 
 #include "Require.h"
 
@@ -20,7 +20,7 @@ bool IsUrlByte(char c)
     return URL_BYTES.find(c) != std::string_view::npos;
 }
 
-/// Where the host stands, or would if the text is a URL; empty where there is no "://".
+/// The part of the text that contains the host if the text is a URL; empty if there is no "://".
 std::string_view Authority(std::string_view strUrl)
 {
     const std::size_t nMark = strUrl.find("://");
@@ -28,7 +28,7 @@ std::string_view Authority(std::string_view strUrl)
     return strRest.substr(0, strRest.find_first_of("/?#"));
 }
 
-/// A host in brackets keeps its own; nothing else may hold any.
+/// Brackets are allowed only around the host.
 bool IsUrlByteOrHostBracket(std::string_view strUrl, const char& c)
 {
     const std::string_view strAuthority = Authority(strUrl);
@@ -54,15 +54,16 @@ std::string EscapeOf(char c)
     return szEscape;
 }
 
-/// Whether the encoded text goes on with the raw text's next byte as it is. A percent sign may be the byte
-/// itself or the begin of its own escape: it is itself when the escape that it begins stands in the raw text.
+/// Whether the next byte of the raw text is unchanged in the encoded text. A percent sign in the encoded text
+/// may be the raw byte or the beginning of its escape; it is the raw byte if the raw text continues with the
+/// same escape.
 bool StandsAsItself(std::string_view strRaw, std::string_view strEncoded)
 {
     const std::size_t nLength = strRaw.front() == '%' ? 3 : 1;
     return strRaw.substr(0, nLength) == strEncoded.substr(0, nLength);
 }
 
-/// Whether each byte of the raw text stands in the encoded one as itself or as its escape, in order.
+/// Whether the encoded text consists of the bytes of the raw text in order, each unchanged or as its escape.
 bool MeansTheSame(std::string_view strRaw, std::string_view strEncoded)
 {
     for (; !strRaw.empty(); strRaw.remove_prefix(1)) {

@@ -68,7 +68,7 @@ NAMDownload::~NAMDownload()
 // With these open flags the temporary file is always a new one, and no link is followed.
 bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
 {
-    const BlockingCall call; // an end of the process that begins meanwhile waits for this
+    const NetworkCall call; // an end of the process that begins meanwhile waits for this
     if (call.IsRefused()) {
         return false;
     }

@@ -78,7 +78,7 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     if (nMethod != METHOD_POST && nMethod != METHOD_GET) {
         return;
     }
-    const BlockingCall call; // an end that begins meanwhile waits until the request is under way
+    const NetworkCall call; // an end that begins meanwhile waits until the request is under way
     if (call.IsRefused()) {
         return;
     }

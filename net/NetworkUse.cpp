@@ -222,7 +222,7 @@ void WatchInFlight(QNetworkAccessManager& manager)
     QObject::connect(&manager, &QObject::destroyed, &pThread->anchor, fnForget, Qt::DirectConnection);
 }
 
-BlockingCall::BlockingCall()
+NetworkCall::NetworkCall()
 {
     Thread* const pThread = ThisThread();
     std::unique_lock<std::mutex> lock(Threads().mutex);
@@ -239,7 +239,7 @@ BlockingCall::BlockingCall()
     }
 }
 
-BlockingCall::~BlockingCall()
+NetworkCall::~NetworkCall()
 {
     Thread* const pThread = ThisThread();
     if (pThread == nullptr) {
@@ -253,7 +253,7 @@ BlockingCall::~BlockingCall()
     SleepIfStopped(*pThread);
 }
 
-void BlockingCall::Run(QEventLoop& loop)
+void NetworkCall::Run(QEventLoop& loop)
 {
     Thread* const pThread = ThisThread();
     if (pThread == nullptr) {

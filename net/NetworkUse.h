@@ -19,15 +19,15 @@ void WatchInFlight(QNetworkAccessManager& manager);
 
 /// Marks a blocking call of this thread, or a call that starts a request. Create it before the request is
 /// made.
-class BlockingCall
+class NetworkCall
 {
 public:
-    BlockingCall();
+    NetworkCall();
     /// If the call was refused, this thread's other requests are ended too. If the process is ending on
     /// another thread, this returns only after the sleep.
-    ~BlockingCall();
-    BlockingCall(const BlockingCall&) = delete;
-    BlockingCall& operator=(const BlockingCall&) = delete;
+    ~NetworkCall();
+    NetworkCall(const NetworkCall&) = delete;
+    NetworkCall& operator=(const NetworkCall&) = delete;
 
     /// Whether the process, or the QCoreApplication, is ending, so that no request may be made any more.
     bool IsRefused() const { return m_bRefused; }

@@ -20,7 +20,8 @@ namespace
 constexpr const char* GATEWAY_FAILURE = "Bad Gateway";
 constexpr int GATEWAY_FAILURE_CODE = 7;
 
-/// Where there is no memory for it, that of some failure, which a string keeps within itself.
+/// The envelope {"code":N} of a failure. If there is not enough memory for it, one that is short enough for a
+/// string without an allocation.
 std::string Envelope(int nCode) noexcept
 {
     try {
@@ -32,8 +33,9 @@ std::string Envelope(int nCode) noexcept
 
 } // namespace
 
-// The transport's callback holds the instance too: a reply on its way while the instance is released still
-// finds it alive. The holder is never destroyed: the transport delivers until the process is gone.
+// The transport's callback holds the instance too, so that it still exists for a reply that is delivered
+// while it is released. The holder is never destroyed, because the transport delivers until the process has
+// ended.
 std::shared_ptr<CDataResponse>& CDataResponse::Holder()
 {
     static const NeverDestroyed<std::shared_ptr<CDataResponse>> pInstance;
@@ -59,7 +61,7 @@ void CDataResponse::ReleaseInstance()
     const std::shared_ptr<CDataResponse> pInstance = std::exchange(Holder(), nullptr);
     if (pInstance != nullptr) {
         const std::lock_guard<std::mutex> lock(pInstance->m_mutex);
-        pInstance->m_pPaths = nullptr; // the log's lines name the built-in paths from here on
+        pInstance->m_pPaths = nullptr; // from here on log lines name the built-in paths
         pInstance->m_mapHandler.clear();
         pInstance->m_strBaseUrl.clear();
     }
@@ -84,7 +86,7 @@ void CDataResponse::SetEndpointPaths(std::shared_ptr<const EndpointPaths> pPaths
 
 void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError)
 {
-    std::string strEnvelope; // stands in for the body of a failed exchange
+    std::string strEnvelope; // replaces the body of a failed exchange
     if (nHttpError != 0) {
         LogExchangeFailure(59, nType, nHttpError);
         strEnvelope = Envelope(nHttpError);
@@ -94,7 +96,7 @@ void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUse
         strEnvelope = Envelope(GATEWAY_FAILURE_CODE);
     }
     const std::optional<ResponseHandler> fnHandler = FindHandler(nType);
-    if (!fnHandler || *fnHandler == nullptr) { // nobody takes the user data over
+    if (!fnHandler || *fnHandler == nullptr) { // without a handler nobody else frees the user data
         const UserData dropped(nType, pUserData);
     }
     if (fnHandler) {
@@ -113,7 +115,7 @@ void CDataResponse::LogExchangeFailure(int nLine, int nType, int nHttpError) noe
     try {
         Log_Write(1, "VelCSDK::CDataResponse::CHttpCallBack", nLine, "proctol:%s http-error:%s",
                   EndpointPath(nType).c_str(), std::to_string(nHttpError).c_str());
-    } catch (...) { // no memory for the line, or a log that throws: the failure is answered all the same
+    } catch (...) { // not enough memory for the line, or the log threw: the failure is still answered
     }
 }
 

@@ -14,38 +14,39 @@
 namespace VelCSDK
 {
 
-/// Handles the reply to one type of request: its body, the request type id and the request's user data, which
-/// the handler takes over.
+/// Handles the replies to one type of request. Its arguments are the reply's body, the request type id and
+/// the request's user data, which the handler then owns.
 using ResponseHandler = std::function<void(const std::string& body, int nType, void* pUserData)>;
 
 /// Receives every reply of the transport and routes it by its request type id.
 ///
 /// Threads: `CHttpCallBack` runs on the transport's delivering thread, and so does `JsonHeader`, which a
-/// decoder calls within it. All else runs on the host's.
+/// decoder calls within it. Everything else runs on the host's threads.
 class CDataResponse
 {
 public:
-    /// The one instance; the call that makes it registers it with the transport.
+    /// The one instance. The first call makes it and registers it with the transport.
     static CDataResponse* Instance();
 
-    /// Empties and forgets the instance. A reply that the transport delivers after that finds no handler.
+    /// Removes all handlers and releases the instance. A reply that the transport delivers afterwards finds
+    /// no handler.
     static void ReleaseInstance();
 
-    /// Sets the handler of a request type in place of an earlier one.
+    /// Sets the handler of a request type; it replaces an earlier one.
     void RegisterHandler(int nType, ResponseHandler fn);
 
     void SetBaseUrl(std::string url);
 
-    /// Sets where the log has the endpoint path of a failed exchange from, until the instance is released.
-    /// With none, it has the built-in path.
+    /// Sets the paths from which log lines about failed exchanges take the endpoint path, until the instance
+    /// is released. Without them, they name the built-in path.
     void SetEndpointPaths(std::shared_ptr<const EndpointPaths> pPaths);
 
     /// The transport's callback. A failure (`nHttpError` other than 0) reaches the handler as the envelope
-    /// {"code":N}, a gateway's error page as {"code":7}. A reply without a handler is dropped, its user data
-    /// freed. What the handler throws goes through.
+    /// {"code":N}, a gateway's error page as {"code":7}. A reply without a handler is dropped, and its user
+    /// data is freed. An exception of the handler reaches the caller.
     void CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError);
 
-    /// As `ReadEnvelope`, see there.
+    /// Does the same as `ReadEnvelope`, see there.
     void JsonHeader(const std::string& body, Json::Value& root, int& nCode, std::string& strDescription);
 
 private:
@@ -57,9 +58,9 @@ private:
     std::optional<ResponseHandler> FindHandler(int nType);
 
     std::map<int, ResponseHandler> m_mapHandler;
-    std::string m_strBaseUrl; ///< read by nobody; kept since the class is described with it
+    std::string m_strBaseUrl; ///< never read; a fixed member of the class
     std::shared_ptr<const EndpointPaths> m_pPaths;
-    std::mutex m_mutex; ///< a reply may still be on its way while handlers and paths are emptied
+    std::mutex m_mutex; ///< needed because a reply may be delivered while handlers and paths are removed
 };
 
 } // namespace VelCSDK

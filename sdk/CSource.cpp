@@ -15,18 +15,18 @@ namespace VelCSDK
 namespace
 {
 
-/// Says in the log why a reply was not decoded. Fails no caller, not even where memory has run out.
+/// Logs why a reply was not decoded. Never throws, not even if memory has run out.
 void LogUndecoded(int nType, const std::exception& error) noexcept
 {
     try {
         Log_Write(1, "VelCSDK::CSource::Decode", 1, "reply to a request of type %d counts as a failure: %s",
                   nType, error.what());
-    } catch (...) { // no memory for the line either, or a log that throws: the reply still gets its answer
+    } catch (...) { // not enough memory for the line either, or the log threw: the reply is still answered
     }
 }
 
-/// Does a step of decoding.
-/// @return false where it threw, with a line in the log unless it was the log that threw
+/// Runs one step of decoding.
+/// @return false if it threw; that is logged, unless it was the log that threw
 template <class Step>
 bool Attempt(int nType, Step&& fnStep) noexcept
 {
@@ -35,12 +35,13 @@ bool Attempt(int nType, Step&& fnStep) noexcept
         return true;
     } catch (const std::exception& error) {
         LogUndecoded(nType, error);
-    } catch (...) { // only a site's own log throws what is no std::exception
+    } catch (...) { // only a site's own log throws anything but a std::exception
     }
     return false;
 }
 
-/// Parses and judges a reply, fills the header's result and message, and the record.
+/// Parses a reply, determines whether it is a success, and fills the header's result and message and the
+/// record.
 template <class Request>
 void Read(const std::string& body, const typename Request::Arguments* pAsked, SResponseHeader& header,
           typename Request::Record& record)
@@ -53,7 +54,8 @@ void Read(const std::string& body, const typename Request::Arguments* pAsked, SR
     header.nCode = reply.Result();
 }
 
-/// Fills the record of a reply that could not be read, with what it repeats of its request if with anything.
+/// Fills the record of a reply that could not be read. Only fields that repeat the request's arguments get a
+/// value.
 template <class Request>
 void ReadNothing(int nType, const typename Request::Arguments* pAsked, typename Request::Record& record)
 {
@@ -66,8 +68,8 @@ void ReadNothing(int nType, const typename Request::Arguments* pAsked, typename 
     }
 }
 
-/// Frees the user data, and, unless the reply is an `IgnoredReply`, parses and judges the reply, fills the
-/// record of the request and hands it over.
+/// Decodes a reply, passes the record to the response callback and frees the user data. If the reply is an
+/// `IgnoredReply`, only frees the user data.
 template <class Request>
 void Decode(const HostCallBack& host, const std::string& body, int nType, void* pUserData)
 {
@@ -93,7 +95,8 @@ void Register(const HostCallBack& host)
     if constexpr (!std::is_same_v<typename Request::Reply, UnregisteredReply>) {
         CDataResponse::Instance()->RegisterHandler(
             Request::FORM.nType,
-            // A reference: small enough to be copied for every reply without an allocation.
+            // Captures a reference, so that the handler is small enough to be copied for every reply without
+            // an allocation.
             [&host](const std::string& body, int nType, void* pUserData) {
                 Decode<Request>(host, body, nType, pUserData);
             });

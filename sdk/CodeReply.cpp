@@ -11,10 +11,10 @@ namespace VelCSDK
 namespace
 {
 
-// A value of jsoncpp takes eight times the memory that one of RapidJSON takes.
+// A value of jsoncpp takes eight times as much memory as one of RapidJSON.
 constexpr std::size_t VALUE_WEIGHT = 8;
 
-/// Nesting deeper than jsoncpp reads makes it throw; that is a failed parse like any other.
+/// If values are nested too deep, jsoncpp throws; that counts as a failed parse like any other.
 bool Parse(const std::string& body, Json::Value& root)
 {
     try {
@@ -45,7 +45,7 @@ void ReadEnvelope(const std::string& body, Json::Value& root, int& nCode, std::s
     if (!root.isObject()) {
         return;
     }
-    const Json::Value& members = root; // asking a constant object for a member adds none
+    const Json::Value& members = root; // looking up a member of a constant object adds none
     if (const Json::Value& code = members["code"]; code.isInt()) {
         nCode = code.asInt();
     }

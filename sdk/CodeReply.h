@@ -8,26 +8,27 @@ namespace VelCSDK
 {
 
 /// Parses a reply's body into `root` and reads its envelope: `nCode` from an integer "code", `strDescription`
-/// from a text "description". A member that is missing or of another type leaves the caller's value alone; a
-/// body that doesn't parse, or holds too many values (see ReplyLimits.h), is logged and sets `nCode` to -1.
+/// from a text "description". If a member is missing or of another type, the caller's value stays unchanged.
+/// If the body can't be parsed, or contains too many values (see ReplyLimits.h), that is logged and `nCode`
+/// is set to -1.
 void ReadEnvelope(const std::string& body, Json::Value& root, int& nCode, std::string& strDescription);
 
-/// A reply that is judged by its member "code": without one, it is a success.
+/// A reply whose member "code" says whether it is a success; a reply without that member is a success.
 class CodeReply
 {
 public:
-    /// A reply that failed: it has no members.
+    /// A failed reply, without members.
     CodeReply() = default;
 
     explicit CodeReply(const std::string& strBody);
 
-    /// The member "code"; 0 where it is missing, -1 where the body doesn't parse.
+    /// The member "code"; 0 if it is missing, -1 if the body can't be parsed.
     int Result() const { return m_nResult; }
 
     /// The member "description".
     const std::string& Message() const { return m_strMessage; }
 
-    /// The object that the members are read from.
+    /// The object whose members are read.
     const Json::Value& Members() const { return m_members; }
 
 private:

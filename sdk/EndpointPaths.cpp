@@ -8,7 +8,7 @@ namespace VelCSDK
 void EndpointPaths::Set(std::map<int, std::string> mapPath)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_mapPath.swap(mapPath); // the earlier ones are destroyed after the lock is released
+    m_mapPath.swap(mapPath); // the old paths are destroyed after the lock is released
 }
 
 std::string EndpointPaths::Of(int nType) const

@@ -24,17 +24,18 @@ bool IsInsideCharacter(char c)
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; // a UTF-8 byte that is not the first one
 }
 
-/// The beginning of a text, cut between two characters.
+/// The beginning of a text; the cut is between two characters.
 std::string Excerpt(const std::string& strText)
 {
     std::size_t nEnd = std::min(strText.size(), LONGEST_EXCERPT);
-    while (nEnd > 0 && IsInsideCharacter(strText[nEnd])) { // at its end a text has a NUL
+    while (nEnd > 0 && IsInsideCharacter(strText[nEnd])) { // a text ends in a NUL, so nEnd is a valid index
         --nEnd;
     }
     return strText.substr(0, nEnd);
 }
 
-/// With each NUL as the log would write it if it got that far. All other control characters do.
+/// Replaces each NUL by its escape. The log itself escapes all other control characters, but a NUL would end
+/// the text before.
 std::string WithoutNul(std::string strText)
 {
     for (std::size_t nNul = 0; (nNul = strText.find('\0', nNul)) != std::string::npos;) {
@@ -55,7 +56,7 @@ std::string FailedField::Description() const
     return strDescription + "...\" (" + std::to_string(strHeld.size()) + " bytes)";
 }
 
-// The texts of std::stoi's own failures differ from one C++ library to the next.
+// Throws exceptions of its own, because the texts of std::stoi's exceptions depend on the C++ library.
 int FieldToInt(const char* szName, const std::string& strHeld)
 {
     try {

@@ -5,19 +5,19 @@
 namespace VelCSDK
 {
 
-/// A field of a record whose text could not be converted. The exception of the failure has it as a base.
+/// A field of a record whose text could not be converted; a second base class of the exception.
 struct FailedField {
     const char* szName;
     std::string strHeld;
 
-    /// For a log: the name, and the text up to a bounded length.
+    /// For the log: the name, and the text, which is cut if it is too long.
     std::string Description() const;
 };
 
-/// The integer that a field's text holds, read as `std::stoi` reads it: leading white space and a sign are
-/// allowed, what follows the digits is ignored.
+/// Reads the integer in a field's text as `std::stoi` does: leading white space and a sign are allowed, and
+/// everything after the digits is ignored.
 /// @throws std::invalid_argument ("invalid stoi argument"), std::out_of_range ("stoi argument out of range"),
-///         each a `FailedField` too
+///         each also derived from `FailedField`
 int FieldToInt(const char* szName, const std::string& strHeld);
 
 } // namespace VelCSDK

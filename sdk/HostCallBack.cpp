@@ -10,7 +10,7 @@ void HostCallBack::Set(ResponseCallBack fn)
 {
     auto pCallBack = std::make_shared<const ResponseCallBack>(std::move(fn));
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_pCallBack.swap(pCallBack); // the earlier one is destroyed after the lock is released
+    m_pCallBack.swap(pCallBack); // the old one is destroyed after the lock is released
 }
 
 ResponseCallBack HostCallBack::Copy() const

@@ -7,7 +7,7 @@ namespace VelCSDK
 
 std::string LocalHostName()
 {
-    const SocketsStartUp sockets; // the name is theirs to tell, whatever else has started them
+    const SocketsStartUp sockets; // on Windows the name needs sockets that are started here
     return sockets.IsUp() ? MachineName() : std::string();
 }
 

@@ -5,7 +5,7 @@
 namespace VelCSDK
 {
 
-/// The name of the local machine; empty when it can't be had.
+/// The name of the local machine; empty if it can't be determined.
 std::string LocalHostName();
 
 } // namespace VelCSDK

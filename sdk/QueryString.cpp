@@ -11,9 +11,9 @@ namespace
 
 std::atomic<bool> g_bEscape = false;
 
-/// For each value of a byte, whether it stands as itself in an escaped value. Of what a query may hold, these
-/// are left out: & # + % =, which mean something there; ";", which some servers take for "&"; and "?", since
-/// some servers refuse a second one.
+/// For each value of a byte, whether it is not encoded in an escaped value. Some characters that a query may
+/// contain are encoded all the same: & # + % =, which have a meaning there; ";", which some servers treat as
+/// "&"; and "?", because some servers refuse a second one.
 constexpr std::array<bool, 256> PlainBytes()
 {
     std::array<bool, 256> plain{};
@@ -76,7 +76,7 @@ std::string BuildQueryString(const Json::Value& object)
     if (!object.isObject()) {
         return strQuery;
     }
-    const bool bEscape = g_bEscape; // one for all values of the query
+    const bool bEscape = g_bEscape; // read once, so that all values of the query are treated alike
     for (auto member = object.begin(); member != object.end(); ++member) {
         if (strQuery.size() > 1) {
             strQuery += '&';

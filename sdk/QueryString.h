@@ -7,17 +7,18 @@
 namespace VelCSDK
 {
 
-/// Whether the values of the queries that are built from now on are percent-encoded, in the whole process. At
-/// first they are not. From any thread.
+/// Sets for the whole process whether the values of queries are percent-encoded from now on. Off by default.
+/// May be called from any thread.
 void SetQueryEscaping(bool bEscape) noexcept;
 bool HasQueryEscaping() noexcept;
 
-/// "?name=value&name=value" of a JSON object, in ascending order of the names: texts, integers in decimal,
-/// any other value as nothing. A value that is no object gives "?".
+/// The query string "?name=value&name=value" for a JSON object, in ascending order of the names. Integers are
+/// written in decimal; a value that is neither a text nor an integer is left empty. For a value that is not
+/// an object it is "?".
 ///
-/// Without query escaping texts stand in it verbatim, and the transport encodes what a URL may not hold. With
-/// it each byte of a text but letters, digits and -._~!$'()*,/:@ is percent-encoded, whatever text it is part
-/// of: what is left means nothing in a query, so a server that decodes the value has the text.
+/// Without query escaping, texts are copied unchanged, and the transport encodes what a URL may not contain.
+/// With query escaping, each byte of a text is percent-encoded except letters, digits and -._~!$'()*,/:@. The
+/// exceptions have no special meaning in a query, so a server that decodes the value gets the text.
 std::string BuildQueryString(const Json::Value& object);
 
 } // namespace VelCSDK

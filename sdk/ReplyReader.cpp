@@ -55,8 +55,8 @@ JsonElements JsonObject::Array(std::string_view strName) const
     return {pValue->Begin(), pValue->End()};
 }
 
-// The parse is iterative: it accepts the same texts as the recursive one, but no depth of nesting can exhaust
-// the stack. It leaves the texts where they are in the copy of the body, which is cheaper than a copy each.
+// Parses iteratively: this accepts the same texts as the recursive parse, but deep nesting can't exhaust the
+// stack. Texts stay in the copy of the body, because copying each one would cost more.
 ReplyReader::ReplyReader(const std::string& strBody, ArrayRoot eArrayRoot) : m_strBody(CheckedBody(strBody))
 {
     m_document.ParseInsitu<rapidjson::kParseIterativeFlag>(m_strBody.data());

@@ -12,7 +12,8 @@
 namespace VelCSDK
 {
 
-/// Memory for RapidJSON, which takes it for granted that there is some.
+/// Allocates memory for RapidJSON, which does not check for a failed allocation. So this throws instead of
+/// returning null.
 /// @throws std::bad_alloc
 struct JsonMemory {
     static const bool kNeedFree = true;
@@ -26,7 +27,7 @@ using JsonPool = rapidjson::MemoryPoolAllocator<JsonMemory>;
 using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<>, JsonPool>;
 using JsonDocument = rapidjson::GenericDocument<rapidjson::UTF8<>, JsonPool, JsonMemory>;
 
-/// What a reply holds exceeds a limit (see ReplyLimits.h).
+/// A reply exceeds a limit (see ReplyLimits.h).
 struct ReplyTooLarge : std::length_error {
     using std::length_error::length_error;
 };
@@ -41,8 +42,8 @@ struct JsonElements {
     std::size_t size() const { return static_cast<std::size_t>(pEnd - pBegin); }
 };
 
-/// Looks members up in a JSON object, exactly and case-sensitively; of members of the same name the first
-/// counts. A value that is no object has no members. Lives no longer than the document that it looks into.
+/// Looks up members of a JSON object, case-sensitively; if several members have the same name, the first one
+/// is used. A value that is not an object has no members. It must not outlive the document that it reads.
 class JsonObject
 {
 public:
@@ -53,15 +54,15 @@ public:
 
     /// A text member up to its first NUL; empty for anything else.
     std::string Text(std::string_view strName) const;
-    /// An integer member that fits 32 bits, sign included; nothing for anything else, 12.0 included.
+    /// An integer member that fits a signed 32-bit number; nothing for anything else, such as 12.0.
     std::optional<int> Int(std::string_view strName) const;
-    /// An integer member as decimal text; empty where `Int` gives nothing.
+    /// An integer member as decimal text; empty if `Int` returns nothing.
     std::string IntText(std::string_view strName) const;
     /// A member that is true or false; nothing for anything else.
     std::optional<bool> Bool(std::string_view strName) const;
     /// An object member; an object without members for anything else.
     JsonObject Object(std::string_view strName) const;
-    /// The elements of an array member; none for anything else.
+    /// The elements of an array member; no elements for anything else.
     /// @throws ReplyTooLarge
     JsonElements Array(std::string_view strName) const;
 
@@ -71,7 +72,7 @@ private:
     const JsonValue* m_pObject;
 };
 
-// Inline, so that a comparison with a name that is written out becomes one of a few words.
+// Inline, so that the comparison with a literal name compiles to a few instructions.
 inline const JsonValue* JsonObject::Find(std::string_view strName) const
 {
     if (m_pObject == nullptr) {
@@ -114,39 +115,39 @@ inline JsonObject JsonObject::Object(std::string_view strName) const
     return JsonObject(Find(strName));
 }
 
-/// What an array at a reply's root means.
+/// What an array as the root of a reply means.
 enum class ArrayRoot {
-    FirstElement, ///< its first element is read as if it stood alone; an empty array is a success
+    FirstElement, ///< its first element is read as if it were the whole reply; an empty array is a success
     Success,      ///< any array is a success without content
 };
 
-/// A parsed reply: whether it is a success, and the object that its members are read from.
+/// A parsed reply: whether it is a success, and the object whose members are read.
 class ReplyReader
 {
 public:
-    /// A reply that failed: it has no members.
+    /// A failed reply, without members.
     ReplyReader() = default;
 
     /// @throws ReplyTooLarge, std::bad_alloc
     ReplyReader(const std::string& strBody, ArrayRoot eArrayRoot);
 
-    /// 0 when the member "success" is true, or when there was nothing to judge (see `ArrayRoot`); -1 when it
-    /// is anything else or missing, or when the body doesn't parse.
+    /// 0 if the member "success" is true, or if the reply is an array that counts as a success (see
+    /// `ArrayRoot`); -1 if the member is anything else or missing, or if the body can't be parsed.
     int Result() const { return m_nResult; }
 
-    /// Whether "success" was the literal true.
+    /// Whether the member "success" is the literal true.
     bool Success() const { return m_bSuccess; }
 
-    /// The object that the members are read from.
+    /// The object whose members are read.
     const JsonObject& Members() const { return m_members; }
 
 private:
     void Judge(const JsonValue& root);
 
-    // Room for the values of a reply of usual size; a larger one allocates.
+    // Enough for the values of a reply of usual size; a larger reply allocates more.
     static constexpr std::size_t VALUE_BYTES = 2048;
 
-    std::string m_strBody; ///< the document's texts lie in it
+    std::string m_strBody; ///< contains the document's texts
     alignas(std::max_align_t) std::array<char, VALUE_BYTES> m_arValues;
     JsonPool m_allocator{m_arValues.data(), m_arValues.size()};
     JsonDocument m_document{&m_allocator};
@@ -155,13 +156,13 @@ private:
     bool m_bSuccess = false;
 };
 
-/// A reply that is judged by its member "success".
+/// A reply whose member "success" says whether it is a success.
 template <ArrayRoot eArrayRoot>
 struct SuccessReply : ReplyReader {
     SuccessReply() = default;
     explicit SuccessReply(const std::string& strBody) : ReplyReader(strBody, eArrayRoot) {}
 
-    /// Such a reply brings no description of its failure.
+    /// Empty: such a reply has no description of a failure.
     static std::string Message() { return {}; }
 };
 

@@ -22,7 +22,7 @@ bool IsOneOf(const std::array<std::string_view, 4>& words, const std::string& st
     return std::find(words.begin(), words.end(), strText) != words.end();
 }
 
-/// Whatever the locale is.
+/// Converts ASCII letters to lower case, independently of the locale.
 std::string SmallLetters(std::string strText)
 {
     std::transform(strText.begin(), strText.end(), strText.begin(),
@@ -30,7 +30,7 @@ std::string SmallLetters(std::string strText)
     return strText;
 }
 
-/// What a word says; nothing where it is not one of those.
+/// Whether a word means on or off; nothing for any other word.
 std::optional<bool> SwitchOf(const std::string& strText)
 {
     const std::string strWord = SmallLetters(strText);
@@ -47,10 +47,10 @@ void SayUnreadable(const std::string& strName, const std::string& strValue)
 
 enum class TlsState { Unread, Unsaid, Off, On };
 
-// No locks here, not even those of function-local statics: the log that is told of an unreadable value may be
+// No locks here, not even those of function-local statics: an unreadable value is logged, and the log may be
 // the site's own.
 std::atomic<TlsState> g_eOfEnvironment = TlsState::Unread;
-std::atomic<TlsState> g_eInForce = TlsState::Unsaid; ///< the environment's, until it is set
+std::atomic<TlsState> g_eInForce = TlsState::Unsaid; ///< the environment's setting until `SetTls`
 
 TlsState OnOrOff(bool bTls)
 {
@@ -80,7 +80,8 @@ std::optional<bool> TlsOfEnvironment()
         const std::optional<std::string> strValue = EnvironmentVariable(TLS_VARIABLE);
         const std::optional<bool> optTls = strValue ? SwitchOf(*strValue) : std::nullopt;
         TlsState eUnread = TlsState::Unread;
-        // Another thread may be reading it too: the first one counts, and says it.
+        // Another thread may read the environment at the same time: the first result is used, and its thread
+        // logs it.
         const bool bFirst = g_eOfEnvironment.compare_exchange_strong(
             eUnread, strValue ? OnOrOff(optTls.value_or(true)) : TlsState::Unsaid);
         if (bFirst && strValue && !optTls) {

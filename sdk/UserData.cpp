@@ -12,7 +12,7 @@ namespace VelCSDK
 namespace
 {
 
-/// @return whether the user data was that of a `Request`; then it is freed
+/// @return whether the user data belonged to a `Request`; if so, it is freed
 template <class Request>
 bool FreeAs(int nType, void* pUserData) noexcept
 {
@@ -29,7 +29,7 @@ void Free(RequestList<Request...> /*all*/, int nType, void* pUserData) noexcept
     static_cast<void>((FreeAs<Request>(nType, pUserData) || ...));
 }
 
-/// The user data of all requests that have no answer yet, with the types of their requests.
+/// The user data of all requests that have no answer yet, with their request type ids.
 struct RequestsUnderWay {
     std::mutex mutex;
     std::unordered_map<const void*, int> mapType;

@@ -6,9 +6,10 @@
 namespace VelCSDK
 {
 
-/// Takes over the user data of a request that came back with its reply, or whose sending failed, and frees
-/// it. A pointer that is not under way as user data of that type is left alone: it was taken before, or is
-/// not ours. So whatever a transport does, nothing is freed twice, and nothing is read that was freed.
+/// Takes over the user data of a request after its reply came or its sending failed, and frees it. It does
+/// nothing with a pointer that is not registered as user data of that request type, because such a pointer
+/// was taken over before or is not ours. So whatever a transport does, nothing is freed twice, and nothing is
+/// read after it was freed.
 class UserData
 {
 public:
@@ -17,10 +18,10 @@ public:
     UserData(const UserData&) = delete;
     UserData& operator=(const UserData&) = delete;
 
-    /// The request's context, as the response callback gets it; null when nothing was taken.
+    /// The request's context, as the response callback gets it; null if nothing was taken over.
     const void* Context() const noexcept { return m_pUserData; }
 
-    /// The same as the arguments of a `Request`.
+    /// The context as the arguments of a `Request`.
     template <class Request>
     const typename Request::Arguments* Get() const noexcept
     {
@@ -32,11 +33,11 @@ private:
     void* m_pUserData;
 };
 
-/// Puts user data under way.
+/// Registers the user data of a request that is about to be sent.
 void PutUnderWay(int nType, void* pUserData);
 
-/// A copy of a request's arguments that is under way from now on: it belongs to the first `UserData` that is
-/// made of it.
+/// Copies a request's arguments and registers the copy as user data. The first `UserData` that is made for
+/// the copy owns it.
 template <class Request>
 void* NewUserData(typename Request::Arguments arguments)
 {

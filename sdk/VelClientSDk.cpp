@@ -19,8 +19,8 @@ IVelClientSDk::~IVelClientSDk() = default;
 
 VelClientSDk::VelClientSDk()
 {
-    ReplyLimitsInForce(); // read now: on the delivering thread it might be while the host changes its
-                          // environment
+    ReplyLimitsInForce(); // read now, because on the delivering thread this might happen while the host
+                          // changes its environment
     std::vector<std::string> vecComplaints;
     ReadReplyLimits(vecComplaints);
     for (const std::string& strComplaint : vecComplaints) {
@@ -30,7 +30,7 @@ VelClientSDk::VelClientSDk()
     CDataResponse::Instance()->SetEndpointPaths(m_pPaths);
 }
 
-// The transport ends first: what it still delivers on its way out is decoded by decoders that are there.
+// The transport ends first, because the replies that it still delivers need the decoders.
 VelClientSDk::~VelClientSDk()
 {
     CHttpClientUnInit();

@@ -13,8 +13,8 @@
 namespace VelCSDK
 {
 
-/// The client behind `IVelClientSDk`. A request is built from its arguments and handed to the transport; its
-/// reply comes back through `CDataResponse`.
+/// The implementation of `IVelClientSDk`. It builds a request from its arguments and passes it to the
+/// transport; the reply comes back through `CDataResponse`.
 class VelClientSDk final : public IVelClientSDk
 {
 public:
@@ -46,22 +46,23 @@ public:
     void ReportCycleData(std::string json) override;
     void ReportStepData(std::string json) override;
 
-    /// A copy of the response callback; empty when none is set. The key is not looked at; it is kept since
-    /// callers are described as passing "source".
+    /// A copy of the response callback; empty if none is set. The key is ignored; it is kept because callers
+    /// pass "source".
     ResponseCallBack GetResponseCallBack(const std::string& key) const;
 
 private:
     friend struct SDKFactory;
     VelClientSDk();
 
-    /// Sends a request, whose user data is a copy of its arguments. Where the transport throws, that is
-    /// freed, unless an answer took it over against the transport's contract.
-    /// @param more  what the request is made of beside the arguments that it keeps
+    /// Sends a request, whose user data is a copy of its arguments. If the transport throws, the user data is
+    /// freed, unless the transport has broken its contract and delivered an answer all the same, which took
+    /// it over.
+    /// @param more  what the request is built from in addition to the arguments that it keeps
     template <class Request, class... More>
     void Send(typename Request::Arguments arguments, const More&... more);
 
     std::unique_ptr<CSource> m_pSource; ///< null until `Init`
-    std::unique_ptr<SDKFactory> m_pAux; ///< null until `Init`; used by nobody, kept since it is described
+    std::unique_ptr<SDKFactory> m_pAux; ///< null until `Init`; unused, a fixed member of the class
     std::string m_strBaseUrl;
     HostCallBack m_host;
     const std::shared_ptr<EndpointPaths> m_pPaths = std::make_shared<EndpointPaths>();

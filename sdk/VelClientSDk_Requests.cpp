@@ -96,7 +96,7 @@ void VelClientSDk::GetWhetherInCommon(std::string dxtm)
     Send<requests::GetWhetherInCommon>(std::move(dxtm));
 }
 
-// The server has these two queries, but the operations deliberately send nothing.
+// The server supports these two queries, but the operations deliberately send nothing.
 void VelClientSDk::GetChannelUpDownPlatform(int /*unused*/, int /*unused*/, std::string /*unused*/,
                                             std::string /*unused*/, std::string /*unused*/,
                                             std::string /*unused*/, int /*unused*/, std::string /*unused*/)
@@ -115,7 +115,7 @@ void VelClientSDk::ReportCycleData(std::string json)
     Send<requests::ReportCycleData>(std::move(json));
 }
 
-// Step data travels as cycle data: same endpoint, same id.
+// Step data is sent like cycle data: same endpoint, same id.
 void VelClientSDk::ReportStepData(std::string json)
 {
     ReportCycleData(std::move(json));

@@ -2,15 +2,16 @@
 
 #include <ktshttpagent/CUIAgentReq.h>
 
-/// The agent, for as long as a command needs it. Once in a process; its thread is the agent's thread.
+/// The agent, for as long as a command needs it. Make only one in a process; the thread that makes it is the
+/// agent's thread.
 class AgentSession
 {
 public:
-    /// Makes the receiving side before the sending one, so no answer is lost, and reads the site's settings.
+    /// Makes `CUIAgentRsp` before `CUIAgentReq`, so that no answer is lost, and reads the site's settings.
     AgentSession();
 
-    /// Ends the SDK client: requests under way get the transport's drain time. To leave that to the end of
-    /// the process would be as safe.
+    /// Ends the SDK client: unfinished requests get the transport's drain time. Without this the same would
+    /// happen, as safely, when the process ends.
     ~AgentSession();
 
     AgentSession(const AgentSession&) = delete;

@@ -10,24 +10,24 @@
 #include <utility>
 #include <vector>
 
-/// What the agent handed out, by a signal or by a call: each value with the name of its parameter, in their
-/// order. Every answer begins with the truth value bSucc.
+/// The values of an answer, from a signal or a call: each value with the name of its parameter, in the order
+/// of the parameters. The first is always the bool bSucc.
 using NamedValues = std::vector<std::pair<std::string, QVariant>>;
 
-/// A signal of `CUIAgentRsp` as what an operation is answered by.
+/// The signal of `CUIAgentRsp` that answers an operation.
 class AnswerSignal
 {
 public:
     using Receiver = std::function<void(const NamedValues&)>;
 
-    /// The answer that never comes.
+    /// For an operation that is never answered.
     AnswerSignal() = default;
 
     template <class... Arguments>
     AnswerSignal(void (CUIAgentRsp::*pSignal)(Arguments...))
         : m_fnConnect([pSignal](QObject* pContext, Receiver fnReceive) {
-              // Queued even where the signal is emitted by the sender itself, before the context's thread has
-              // come to wait for it.
+              // Queued even if the sender itself emits the signal, that is before the context's thread waits
+              // for it.
               QObject::connect(
                   CUIAgentRsp::Instance(), pSignal, pContext,
                   [pSignal, fnReceive](Arguments... arguments) {
@@ -38,10 +38,10 @@ public:
     {
     }
 
-    /// Whether there is a signal at all.
+    /// Whether there is a signal.
     explicit operator bool() const { return static_cast<bool>(m_fnConnect); }
 
-    /// Calls the receiver on the thread of `pContext` with every answer, until `pContext` is destroyed.
+    /// Calls the receiver for every answer, on the thread of `pContext`, until `pContext` is destroyed.
     void Connect(QObject* pContext, Receiver fnReceive) const { m_fnConnect(pContext, std::move(fnReceive)); }
 
 private:

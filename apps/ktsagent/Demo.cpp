@@ -20,10 +20,11 @@
 namespace
 {
 
-/// Far more than a call to a server in the same process takes, so whoever waits this long waits in vain.
+/// Far longer than a call to a server in the same process takes: if something does not happen within this
+/// time, it never will.
 constexpr int PATIENCE_MS = 20000;
 
-/// Runs the thread's event loop until the condition holds or patience is at its end.
+/// Runs the thread's event loop until the condition is true or `PATIENCE_MS` has passed.
 void WaitUntil(const std::function<bool()>& fnCondition)
 {
     QElapsedTimer clock;
@@ -62,7 +63,7 @@ bool IsAsExpected(const DemoCall& call, const Exchange& exchange, const std::vec
            vecSeen[0].strTarget.rfind("/" + PathOf(IdOf(exchange)), 0) == 0;
 }
 
-/// @param bSync  whether by the operation's blocking sender
+/// @param bSync  whether to use the operation's blocking sender
 DemoRow RunCall(const AgentSession& session, LabServer& server, const DemoCall& call, bool bSync)
 {
     const Operation& operation = FindOperation(call.strOperation);
@@ -88,8 +89,8 @@ DemoRow RunCall(const AgentSession& session, LabServer& server, const DemoCall& 
 
 int RunDemo(bool bJson)
 {
-    // The demo shows the same on every machine: past the site's proxy, without the site's TLS, which the lab
-    // server does not speak, and without the site's endpoint paths.
+    // The demo shows the same on every machine: it ignores the site's proxy, the site's endpoint paths, and
+    // the site's TLS setting, because the lab server does not support TLS.
     qputenv("no_proxy", "127.0.0.1");
     qputenv("KTSHTTPAGENT_TLS", "off");
     LabServer server;
@@ -105,7 +106,8 @@ int RunDemo(bool bJson)
     }
     (bJson ? PrintRowsAsJson : PrintRowsAsTable)(vecRows);
     const bool bAsExpected = std::all_of(vecRows.begin(), vecRows.end(), std::mem_fn(&DemoRow::bAsExpected));
-    // A request that should not have been sent may arrive after its call is over.
+    // Compares the totals too, because a request that should not have been sent may arrive after its call is
+    // over.
     const std::size_t nSeen =
         std::accumulate(vecRows.begin(), vecRows.end(), std::size_t{0},
                         [](std::size_t nSum, const DemoRow& row) { return nSum + row.vecSeen.size(); });

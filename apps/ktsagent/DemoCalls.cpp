@@ -12,7 +12,7 @@ void FillChlStatus(Arguments& a)
     info.action_desc = "Cycle life test started";
     info.backup_dir = "/data/backup/KTS-0007";
     info.box = "1";
-    info.chl = "2"; // the third channel: reported counted from 1
+    info.chl = "2"; // the third channel; the report counts from 1 and says "3"
     info.com = "2.1";
     info.current = 1.5;
     info.deviceId = "KTS-0007";
@@ -61,7 +61,7 @@ LabFault BadGateway()
     return fault;
 }
 
-/// Far slower than whoever waits for `SHORT_TIMEOUT_MS`.
+/// A server that answers long after `SHORT_TIMEOUT_MS`.
 LabFault SlowServer()
 {
     LabFault fault;

@@ -20,12 +20,12 @@ std::string Verdict(const DemoRow& row)
     if (info.eOutcome == Outcome::NoAnswerInTime) {
         return "time-out, as intended";
     }
-    // What never succeeds needs no intention to fail.
+    // A call that never succeeds did not fail on purpose.
     const bool bIntended = info.eExit != ExitSuccess && info.eOutcome != Outcome::NeverTrue;
     return bIntended ? "no, as intended" : info.szWord;
 }
 
-/// The operation as it stands on a command line.
+/// The operation as it is written on a command line.
 std::string Title(const DemoRow& row)
 {
     return row.call.strOperation + (row.exchange.optBlocking ? " --sync" : "");

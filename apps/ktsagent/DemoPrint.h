@@ -7,17 +7,17 @@
 
 #include <vector>
 
-/// A call of the demo and what came of it.
+/// A call of the demo and its result.
 struct DemoRow {
     DemoCall call;
     Exchange exchange;
-    std::vector<LabExchange> vecSeen; ///< what the server saw of the call
+    std::vector<LabExchange> vecSeen; ///< what the server received from the call
     bool bAsExpected;
 };
 
-/// Prints a JSON list with an object for each call.
+/// Prints a JSON array with an object for each call.
 void PrintRowsAsJson(const std::vector<DemoRow>& vecRows);
 
-/// Prints a line for each call, what came back and what the server saw below it, and at the end how many went
-/// as expected.
+/// Prints a line for each call, below it what came back and what the server received, and at the end how many
+/// calls had the expected result.
 void PrintRowsAsTable(const std::vector<DemoRow>& vecRows);

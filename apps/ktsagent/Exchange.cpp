@@ -31,7 +31,7 @@ const OutcomeInfo OUTCOMES[] = {
     {Outcome::NothingSent, "nothing is sent", "", false, ExitSuccess},
 };
 
-/// Whether the argument of the signal that only a decoded answer fills is filled.
+/// Whether the signal has a value in the argument that only a decoded answer of the server fills.
 bool HasServersAnswer(const Operation& operation, const NamedValues& vecArguments)
 {
     return std::any_of(vecArguments.begin(), vecArguments.end(), [&](const auto& argument) {
@@ -51,7 +51,7 @@ Outcome OutcomeOf(const Operation& operation, const std::optional<NamedValues>& 
     if (!optSignal) {
         return Outcome::NoAnswerInTime;
     }
-    const bool bSucc = optSignal->front().second.toBool(); // every signal begins with it
+    const bool bSucc = optSignal->front().second.toBool(); // the first argument of every signal
     if (bSucc) {
         return Outcome::Success;
     }

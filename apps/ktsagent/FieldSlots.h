@@ -6,18 +6,18 @@
 #include <string>
 #include <vector>
 
-/// One field of a record that is waiting to be filled from a text, of a report file or of an option.
+/// One field of a record, to be filled from a text in a report file or an option.
 struct FieldSlot {
     std::string strName;
-    std::string strExpected; ///< what it takes, for help and messages: "a text", "a number"
-    bool bText;              ///< in JSON it is written in quotation marks
+    std::string strExpected; ///< what the field accepts, for help and messages: "a text", "a number"
+    bool bText;              ///< whether JSON writes it in quotation marks
 
     /// Puts the value into the record.
-    /// @return false when the text is no value of the field, which then stays as it was
+    /// @return false if the text is not valid for the field, which then stays unchanged
     std::function<bool(const std::string&)> fnSet;
 };
 
 /// The slots of a record, in the order of its fields. They refer to the record, which must outlive them.
-/// Offered for `tagSRequestGetChannelCheckData` and the records of the reports.
+/// Available for `tagSRequestGetChannelCheckData` and the records of the reports.
 template <class Record>
 std::vector<FieldSlot> FieldSlotsOf(Record& record);

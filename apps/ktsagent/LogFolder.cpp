@@ -6,7 +6,7 @@
 
 QString LogFolder()
 {
-    // Not linked: a log that a site put in the place of ours may lack it.
+    // Looked up at run time, because a site's own log may lack this function.
     const auto fnFolder = reinterpret_cast<decltype(&Log_Folder)>(QLibrary::resolve("libclog", "Log_Folder"));
     return fnFolder == nullptr ? QString() : QString::fromUtf8(fnFolder());
 }

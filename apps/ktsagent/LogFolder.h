@@ -2,6 +2,5 @@
 
 #include <QString>
 
-/// The folder of the library's log. Empty when there is none, and when the log is a site's own that does not
-/// say.
+/// The folder of the library's log. Empty if there is none, or if a site's own log does not tell its folder.
 QString LogFolder();

@@ -6,7 +6,7 @@
 #include <string>
 #include <type_traits>
 
-/// What a text must be to be read as a number, for messages and help.
+/// Describes which texts are valid numbers, for messages and help.
 template <class Value>
 std::string ExpectedNumber(Value min = std::numeric_limits<Value>::lowest())
 {
@@ -18,8 +18,8 @@ std::string ExpectedNumber(Value min = std::numeric_limits<Value>::lowest())
     }
 }
 
-/// Reads the whole text in the notation of JSON, whatever the locale.
-/// @return false when it is no number or below the minimum; the value then stays as it was
+/// Reads the whole text as a number in JSON notation, independently of the locale.
+/// @return false if it is not a number or below the minimum; the value then stays unchanged
 template <class Value>
 bool ParseNumber(const std::string& strText, Value& value, Value min = std::numeric_limits<Value>::lowest())
 {
@@ -30,7 +30,7 @@ bool ParseNumber(const std::string& strText, Value& value, Value min = std::nume
         return false;
     }
     if constexpr (std::is_floating_point_v<Value>) {
-        if (!std::isfinite(parsed)) { // "inf" and "nan" are no numbers of JSON
+        if (!std::isfinite(parsed)) { // JSON has no "inf" and "nan"
             return false;
         }
     }

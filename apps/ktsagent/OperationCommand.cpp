@@ -18,13 +18,14 @@
 namespace
 {
 
-/// Longer than the transport waits for a reply, so that its word on a silent server comes first.
+/// Longer than the transport waits for a reply, so that if a server is silent, the transport's failure comes
+/// first.
 constexpr int DEFAULT_TIMEOUT_MS = 70000;
 
-/// A blocking call holds up its caller, whom a shorter wait serves better.
+/// Shorter, because a blocking call blocks its caller.
 constexpr int DEFAULT_SYNC_TIMEOUT_MS = 10000;
 
-/// What was asked for on the command line.
+/// What the command line asks for.
 struct OperationCall {
     Arguments arguments;
     std::string strFile;
@@ -68,8 +69,8 @@ void AddArgument(CLI::App& command, const OperationOption& option, QStringList& 
         ->allow_extra_args(false);
 }
 
-/// Adds an option that is an integer. CLI11's own conversion takes an empty text for 0.
-/// @param strName  with its dashes; other names after commas
+/// Adds an option with an integer value. CLI11's own conversion would read an empty text as 0.
+/// @param strName  with its dashes; further names after commas
 CLI::Option& AddInteger(CLI::App& command, const std::string& strName, const std::string& strHelp,
                         std::function<void(int)> fnTake, int nMin = std::numeric_limits<int>::min())
 {

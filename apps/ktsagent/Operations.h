@@ -15,7 +15,7 @@
 #include <variant>
 #include <vector>
 
-/// Every argument that an operation may take. An operation reads its own and leaves the others alone.
+/// The arguments of all operations. An operation uses only its own.
 struct Arguments {
     ServerAddress server;
     QString strUrl; ///< base URL, with its trailing "/"
@@ -27,7 +27,7 @@ struct Arguments {
     QString csxmser;
     QString supplier;
     QString batteryStatus;
-    QString strData; ///< the inside of a JSON array; for the ORN report a whole body
+    QString strData; ///< the content of a JSON array; for the ORN report a whole body
     tagSRequestGetChannelCheckData channelCheck;
     KTSStartPlugin::tagRepoChlStatusInfo chlStatus;
     KTSStartPlugin::tagRepoIncubatorStatus incubatorStatus;
@@ -36,39 +36,39 @@ struct Arguments {
 
 /// One option of an operation's command line.
 struct OperationOption {
-    std::string strName; ///< with its dashes; other names behind commas
+    std::string strName; ///< with its dashes; further names after commas
     std::string strHelp;
     std::variant<ServerAddress Arguments::*, QString Arguments::*, QStringList Arguments::*, int Arguments::*>
         pArgument;
 };
 
-/// What comes of calling an asynchronous sender.
+/// How an asynchronous sender is answered.
 struct OperationAnswer {
-    AnswerSignal signal; ///< none where no answer ever comes
-    /// The argument of the signal that only a decoded answer of the server fills, so it tells "the server
-    /// said no" from "the exchange failed"; empty where the signal has none.
+    AnswerSignal signal; ///< none if no answer ever comes
+    /// The name of the signal's argument that only a decoded answer of the server fills; it distinguishes
+    /// "the server said no" from "the exchange failed". Empty if the signal has no such argument.
     std::string strFilledByServer = {};
-    bool bSends = true; ///< whether there is a request at all
+    bool bSends = true; ///< whether a request is sent at all
 };
 
 /// A blocking sender of the agent.
 struct SyncSender {
-    int nId; ///< the request type id that it travels under
-    /// Calls it, and appends its out-parameters to the values.
-    /// @return what it returned
+    int nId; ///< the request type id of its request
+    /// Calls the sender and appends its out-parameters to the values.
+    /// @return the sender's return value
     std::function<bool(CUIAgentReq&, Arguments&, int nTimeoutMs, NamedValues&)> fnSend;
-    bool bEverTrue = true; ///< whether there is a reply on which it returns true
+    bool bEverTrue = true; ///< whether it returns true for any reply
 };
 
-/// One thing that the agent does, by an asynchronous sender, a blocking one, or either.
+/// An operation of the agent, with an asynchronous sender, a blocking one, or both.
 struct Operation {
     std::string strName;
-    int nId; ///< the request type id that it travels under when it is sent asynchronously
+    int nId; ///< the request type id of the asynchronous request
     std::string strHelp;
     std::vector<OperationOption> vecOptions;
     std::function<void(CUIAgentReq&, Arguments&)> fnSend; ///< the asynchronous sender; may be empty
     OperationAnswer answer;
-    /// The slots of the record that it takes, which refer to the arguments; empty where it takes none.
+    /// Returns the slots of the operation's record, which refer to the arguments; empty if it has no record.
     std::function<std::vector<FieldSlot>(Arguments&)> fnRecord = nullptr;
     std::optional<SyncSender> optSync = std::nullopt;
 };
@@ -76,6 +76,6 @@ struct Operation {
 /// All operations, in the order of their ids.
 const std::vector<Operation>& Operations();
 
-/// The operation of a name.
-/// @throws std::out_of_range for an unknown one
+/// The operation with a name.
+/// @throws std::out_of_range for an unknown name
 const Operation& FindOperation(const std::string& strName);

@@ -5,8 +5,8 @@
 
 #include <tuple>
 
-// The fields of every record that is printed or read, in the order in which they are shown. A record is shown
-// and read under the names of its fields.
+// The fields of every record that is printed or read, in the order of printing. The names of the fields are
+// used for both.
 
 template <class Record, class Value>
 struct Field {
@@ -19,7 +19,7 @@ struct Field {
     Value Record::*pMember;
 };
 
-/// A truth value that is shown and read as one of two words.
+/// A bool that is printed and read as one of two words.
 template <class Record>
 struct WordField {
     const char* szName;

@@ -33,14 +33,14 @@ std::size_t LineOf(const std::string& strText, std::size_t nOffset)
     return 1 + static_cast<std::size_t>(std::count(strText.begin(), itEnd, '\n'));
 }
 
-/// Counted in bytes from 1, as compilers do.
+/// The column of an offset, counted in bytes from 1, as compilers count.
 std::size_t ColumnOf(const std::string& strText, std::size_t nOffset)
 {
     const auto nLineFeed = nOffset == 0 ? std::string::npos : strText.rfind('\n', nOffset - 1);
     return nLineFeed == std::string::npos ? nOffset + 1 : nOffset - nLineFeed;
 }
 
-/// Puts the members of one flat object into slots. It stops the parse by returning false, at the first member
+/// Stores the members of a flat JSON object in slots. Returns false to stop the parse at the first member
 /// that does not fit.
 class SlotFiller : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, SlotFiller>
 {
@@ -79,7 +79,8 @@ public:
         return Set(false, std::string(szText, nLength));
     }
     bool EndObject(rapidjson::SizeType) { return true; }
-    /// Whatever does not fit: true, false, null, a list, an object in the object, any root but an object.
+    /// Handles everything that never fits: true, false, null, an array, a nested object, a root that is not
+    /// an object.
     bool Default()
     {
         if (m_pSlot != nullptr) {
@@ -89,7 +90,7 @@ public:
         return false;
     }
 
-    /// What is wrong, at `Offset`.
+    /// What is wrong at `Offset`.
     const std::string& Trouble() const { return m_strTrouble; }
     std::size_t Offset() const { return m_nOffset; }
 
@@ -122,7 +123,7 @@ void ReadReportFile(const std::string& strFile, const std::vector<FieldSlot>& ve
     rapidjson::MemoryStream stream(strText.data(), strText.size());
     SlotFiller filler(vecSlots, stream);
     rapidjson::Reader reader;
-    // Numbers stay text until the field's own type reads them, so none is rounded on the way.
+    // Numbers are parsed as text and converted by the field's own type, so that none is rounded in between.
     constexpr auto PARSE_FLAGS =
         rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseValidateEncodingFlag;
     const auto result = reader.Parse<PARSE_FLAGS>(stream, filler);
@@ -133,7 +134,7 @@ void ReadReportFile(const std::string& strFile, const std::vector<FieldSlot>& ve
     if (result.Code() == rapidjson::kParseErrorTermination) {
         throw std::runtime_error(Line(filler.Offset()) + " " + filler.Trouble());
     }
-    // The parser takes a NUL byte for the end of the text.
+    // The parser stops at a NUL byte as if the text ended there.
     if (!result.IsError() && stream.Tell() == strText.size()) {
         return;
     }

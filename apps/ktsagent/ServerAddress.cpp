@@ -18,7 +18,7 @@ int ParsePort(const std::string& strText)
     return nPort;
 }
 
-/// Whether it is an IPv6 address without brackets.
+/// Whether a text is an IPv6 address without brackets.
 bool IsIPv6(const std::string& strText)
 {
     QUrl url;
@@ -32,7 +32,7 @@ bool IsHost(const std::string& strText)
     if (strText.front() == '[') {
         return strText.size() > 2 && strText.find(']') == strText.size() - 1;
     }
-    // A colon here is the scheme of a URL or a mistake.
+    // A colon here means a URL with a scheme, or a mistake.
     return strText.find_first_of(":/?#@[] \t") == std::string::npos;
 }
 
@@ -45,7 +45,7 @@ ServerAddress ParseServerAddress(const std::string& strText)
         throw std::invalid_argument("'" + strText + "' is not HOST:PORT");
     }
     std::string strHost = strText.substr(0, nColon);
-    if (IsIPv6(strText)) { // whose end may look like a port
+    if (IsIPv6(strText)) { // its end may look like a port
         throw std::invalid_argument("'" + strText + "' is an IPv6 address without a port" +
                                     (IsIPv6(strHost)
                                          ? "; if its end is the port, put the address in brackets: [" +

@@ -4,13 +4,13 @@
 
 #include <string>
 
-/// A server as the senders of the agent take it.
+/// A server's address in the form that the agent's senders accept.
 struct ServerAddress {
-    QString strIp; ///< host name or address; an IPv6 address in brackets, as the senders take it
+    QString strIp; ///< host name or address; an IPv6 address is in brackets
     int nPort = 0; ///< 1 to 65535
 };
 
-/// Reads "HOST:PORT" or "[IPv6]:PORT". An IPv6 address without brackets gets them, where its end can't be
-/// taken for the port.
-/// @throws std::invalid_argument saying what is wrong with the text
+/// Reads "HOST:PORT" or "[IPv6]:PORT". Brackets are added to an IPv6 address without them, unless its end
+/// could be the port.
+/// @throws std::invalid_argument that says what is wrong with the text
 ServerAddress ParseServerAddress(const std::string& strText);

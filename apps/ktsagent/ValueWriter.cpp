@@ -5,7 +5,7 @@
 namespace
 {
 
-/// In quotation marks, which tell its escapes from a plain text that looks like them.
+/// The text in quotation marks, which distinguish its escapes from a plain text that looks like them.
 std::string Quoted(const std::string& strText)
 {
     std::string strInner;
@@ -15,7 +15,8 @@ std::string Quoted(const std::string& strText)
     return '"' + EscapeUnsafe(strInner) + '"';
 }
 
-/// Whether a text is clear without quotation marks: nothing to escape, no space at an end.
+/// Whether a text is clear without quotation marks: it contains nothing to escape, and no space at either
+/// end.
 bool IsPlain(const std::string& strText)
 {
     return !strText.empty() && strText.front() != ' ' && strText.back() != ' ' &&

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// Takes a value piece by piece, in the order in which it is to be shown.
+/// Writes a value piece by piece, in the order in which it is shown.
 class ValueWriter
 {
 public:
@@ -16,8 +16,7 @@ public:
     virtual void Bool(bool bValue) = 0;
     virtual void Integer(std::int64_t nValue) = 0;
     virtual void Number(double fValue) = 0;
-    /// @param strText  UTF-8; a byte that is not valid in it is shown as an escape, in JSON as a replacement
-    ///                 character
+    /// @param strText  UTF-8; an invalid byte is written as an escape, in JSON as a replacement character
     virtual void Text(const std::string& strText) = 0;
     virtual void StartObject() = 0;
     virtual void Key(const std::string& strName) = 0;
@@ -26,7 +25,8 @@ public:
     virtual void EndList() = 0;
 };
 
-/// Writes JSON on one line, with what a terminal would obey or not show as escapes (see Escaping.h).
+/// Writes JSON on one line. Characters that a terminal would interpret or not show are escaped (see
+/// Escaping.h).
 class JsonWriter : public ValueWriter
 {
 public:
@@ -51,11 +51,11 @@ private:
     rapidjson::Writer<rapidjson::StringBuffer> m_writer{m_buffer};
 };
 
-/// Writes text for people: a line for each member, a dash before each element of a list.
+/// Writes text for users: a line for each member, a dash before each element of a list.
 class TextWriter : public ValueWriter
 {
 public:
-    /// The lines, each with its line feed.
+    /// The lines, each with a line feed at its end.
     std::string Result() const { return m_strLines + "\n"; }
 
     void Null() override { Scalar("(none)"); }

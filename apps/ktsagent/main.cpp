@@ -26,7 +26,7 @@ namespace
 std::vector<std::string> GivenArguments([[maybe_unused]] int argc, [[maybe_unused]] char** argv)
 {
 #if defined(Q_OS_WIN)
-    std::vector<std::string> vecGiven; // argv is in the machine's code page, which may lack their letters
+    std::vector<std::string> vecGiven; // argv has a code page that may lack some letters
     for (const QString& strArgument : QCoreApplication::arguments()) {
         vecGiven.push_back(strArgument.toStdString());
     }
@@ -36,8 +36,8 @@ std::vector<std::string> GivenArguments([[maybe_unused]] int argc, [[maybe_unuse
 #endif
 }
 
-/// The arguments in the order in which CLI11 takes them: the last one first. "--t=" is given as "--t" and an
-/// empty text, since CLI11 would take the argument behind it for the value.
+/// The arguments in the order that CLI11 expects: the last one first. "--t=" is passed as "--t" and an empty
+/// text, because CLI11 would use the next argument as the value.
 std::vector<std::string> CommandLineArguments(const std::vector<std::string>& vecGiven)
 {
     std::vector<std::string> vecArguments;
@@ -57,7 +57,7 @@ std::vector<std::string> CommandLineArguments(const std::vector<std::string>& ve
 
 QtMessageHandler g_fnPrintMessage = nullptr; ///< Qt's own
 
-/// Prints a line of the agent's, or of Qt's, which may hold what a server said.
+/// Prints a log line of the agent or of Qt, escaped because it may contain text from a server.
 void PrintMessage(QtMsgType eType, const QMessageLogContext& context, const QString& strMessage)
 {
     g_fnPrintMessage(eType, context, QString::fromStdString(EscapeUnsafe(strMessage.toStdString())));
@@ -69,11 +69,12 @@ int RunCommandLine(int argc, char** argv)
     app.footer(
         "Exit status: 0 success, 1 the server said no or the exchange failed, 2 wrong usage, 3 no answer "
         "in time.\nA value that begins with \"-\" is written --option=-value.");
-    app.failure_message([](const CLI::App* pApp, const CLI::Error& error) { // it repeats arguments
+    // Escaped, because the message repeats arguments.
+    app.failure_message([](const CLI::App* pApp, const CLI::Error& error) {
         return CLI::FailureMessage::simple(
             pApp, CLI::Error(error.get_name(), EscapeUnsafe(error.what()), error.get_exit_code()));
     });
-    app.require_subcommand(0, 1); // none at all is refused below, so an unknown one is named
+    app.require_subcommand(0, 1); // a missing subcommand is refused below, so that CLI11 names an unknown one
     int nExit = ExitSuccess;
     AddOperationCommands(app, nExit);
     AddEndpointsCommand(app, nExit);
@@ -84,7 +85,7 @@ int RunCommandLine(int argc, char** argv)
             throw CLI::RequiredError("A subcommand");
         }
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? ExitSuccess : ExitUsage; // asking for help is no error
+        return app.exit(e) == 0 ? ExitSuccess : ExitUsage; // help is not an error
     }
     return nExit;
 }
@@ -98,7 +99,7 @@ int main(int argc, char** argv)
     ::SetConsoleOutputCP(CP_UTF8);
 #endif
     g_fnPrintMessage = qInstallMessageHandler(&PrintMessage);
-    // The agent's debug lines are not for the user of a command. QT_LOGGING_RULES wins over this.
+    // The user of a command does not need the agent's debug lines. QT_LOGGING_RULES overrides this.
     QLoggingCategory::setFilterRules("ktshttpagent.reply.debug=false");
     try {
         return RunCommandLine(argc, argv);

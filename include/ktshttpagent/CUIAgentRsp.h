@@ -1,12 +1,12 @@
 #pragma once
 
 /// @file
-/// What comes back to a host: `CUIAgentRsp`, one signal for each asynchronous request of CUIAgentReq.h.
-/// Include ResultVariants.h where a record is taken out of a variant; ResultRecords.h says what is in it.
+/// `CUIAgentRsp`, which hands results to a host: one signal for each asynchronous request of CUIAgentReq.h.
+/// Include ResultVariants.h to take a record out of a variant; ResultRecords.h describes the records.
 ///
-/// Threads: signals are emitted on the transport's delivering thread, with one exception, see `CUIAgentRsp`;
-/// a receiver connected with a context object gets them queued to that object's thread. Ownership: the object
-/// of `Instance()` is the library's to the end of the process; the arguments of a signal are copies.
+/// Threads: signals are emitted on the transport's delivering thread, with one exception, see `CUIAgentRsp`.
+/// A receiver that is connected with a context object gets them queued to that object's thread. Ownership:
+/// the library owns the object of `Instance()` until the process ends; the arguments of a signal are copies.
 
 #include "KtsExport.h"
 
@@ -15,25 +15,27 @@
 #include <QStringList>
 #include <QVariant>
 
-/// Hands the results of asynchronous requests to the host, one signal a request.
+/// Hands the results of asynchronous requests to the host, by one signal for each request.
 ///
-/// Call `Instance()` and connect before the first request is sent: a result without this object is lost.
+/// Call `Instance()` and connect before the first request is sent: results that come before this object
+/// exists are lost.
 ///
-/// Threads: signals are emitted on the delivering thread of the transport, with one exception: the answer of
-/// a report that never left (see `CUIAgentReq::SendPostReportChlStatus`) is emitted within that call, on the
+/// Threads: signals are emitted on the delivering thread of the transport, with one exception: if a report
+/// can't be sent (see `CUIAgentReq::SendPostReportChlStatus`), its answer is emitted within that call, on the
 /// caller's thread. With Qt's automatic connection a receiver that lives in another thread gets them queued,
-/// through its event loop; a receiver without a thread of its own (a lambda without context) runs on the
-/// delivering thread and holds up the results after it. Nothing is locked while receivers run: they may
-/// block, run an event loop, send, or end the process. All arguments are values.
+/// through its event loop. A receiver without a thread of its own (a lambda without context) runs on the
+/// delivering thread and delays the results after it. Nothing is locked while receivers run: they may block,
+/// run an event loop, send, or end the process. All arguments are values.
 ///
-/// An object of a subclass takes the results over from the object made before it, and keeps them to its own
-/// end; after that they are dropped. Its destructor waits until deliveries under way on other threads are
-/// done, for 5 s at most.
+/// If the host makes an object of a subclass, that object receives all results instead of the object made
+/// before it. After it is destroyed, results are dropped. Its destructor waits, for 5 s at most, until other
+/// threads have finished the deliveries that they have begun.
 ///
-/// `bSucc` is false when the exchange failed or the server said no; a host can't tell the two apart here, the
-/// log can. The records inside the variants are declared in `ResultVariants.h`; after a failure, and after a
-/// no, the variant is invalid unless the signal says otherwise. Where there is no memory for the arguments of
-/// a signal, it is emitted as a failure, without those for which there was none.
+/// `bSucc` is false if the exchange failed or the server said no. The signal does not distinguish the two;
+/// the log does. The records inside the variants are declared in `ResultVariants.h`; after a failure and
+/// after a no the variant is invalid unless the signal documents something else. If there is not enough
+/// memory for the arguments of a signal, it is emitted as a failure, and the arguments that could not be made
+/// are empty.
 class KTSHTTPAGENT_API CUIAgentRsp : public QObject
 {
     Q_OBJECT
@@ -65,9 +67,9 @@ Q_SIGNALS:
     void SigGetAutoExportRet(bool bSucc, QVariant vData);
     /// Answer to `SendGetFtpFilePath`. `vData` holds a `SResponseGetFtpFilePath`.
     void SigGetFtpFilePathRet(bool bSucc, QVariant vData);
-    /// Never emitted by a request: `SendGetChannelUpDownPlatform` sends none.
+    /// Not emitted for any request, because `SendGetChannelUpDownPlatform` sends none.
     void SigGetChannelUpDownPlatformRet(bool bSucc, QString strMessage);
-    /// Answer to `SendGetChannelCheckData`. `strAllowBoot` is the server's text, "no" when the exchange
+    /// Answer to `SendGetChannelCheckData`. `strAllowBoot` is the server's text, or "no" if the exchange
     /// failed; `varRequestData` holds the `SRequestGetChannelCheckData` that was asked about.
     void SigGetChannelCheckDataRet(bool bSucc, QString strMessage, QString strAllowBoot, QString strReason,
                                    QVariant varRequestData);
@@ -82,12 +84,12 @@ protected:
     CUIAgentRsp(); ///< for `Instance()` and subclasses
 
     /// Receives every decoded reply and emits the signal of its request type; types 3112 to 3115 and unknown
-    /// ones emit nothing. No exception leaves it.
+    /// ones emit nothing. It never throws.
     /// @param nType      request type id
     /// @param pRequest   the request's context: for 3109 a `tagSRequestGetChannelCheckData`, for 3110 the
-    ///                   barcode as `std::string`; otherwise not read. May be null.
-    /// @param pResponse  the `SResponseHeader`; null when nothing was decoded
-    /// @param nError     0 when exchange and decoding succeeded
+    ///                   barcode as `std::string`; not read for other types. May be null.
+    /// @param pResponse  the `SResponseHeader`; null if nothing was decoded
+    /// @param nError     0 if exchange and decoding succeeded
     void OnResponse(int nType, const void* pRequest, const void* pResponse, int nError);
 
     /// @name Handlers
@@ -106,13 +108,13 @@ protected:
     void ProcGetAutoExport(const void* pRequest, const void* pResponse, int nError);
     /// Emits `SigGetFtpFilePathRet`.
     void ProcGetFtpFilePath(const void* pRequest, const void* pResponse, int nError);
-    /// Emits `SigGetChannelUpDownPlatformRet` for a failure; deliberately nothing for a success.
+    /// Emits `SigGetChannelUpDownPlatformRet` after a failure; after a success deliberately nothing.
     void ProcGetChannelUpDownPlatform(const void* pRequest, const void* pResponse, int nError);
     /// Emits `SigGetChannelCheckDataRet`.
     void ProcGetChannelCheckData(const void* pRequest, const void* pResponse, int nError);
     /// Emits `SigGetWhetherInCommonRet`.
     void ProcGetWhetherInCommon(const void* pRequest, const void* pResponse, int nError);
-    /// Emits `SigGetFtpFilePathRet` for a failure, and nothing for a success.
+    /// Emits `SigGetFtpFilePathRet` after a failure, and nothing after a success.
     void ProcGetCdlxFileListByDxtmList(const void* pRequest, const void* pResponse, int nError);
     /// Emits `SigPostReportChlStatRet`.
     void ProcPostReportChlStat(const void* pRequest, const void* pResponse, int nError);

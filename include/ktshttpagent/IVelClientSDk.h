@@ -2,12 +2,12 @@
 
 /// @file
 /// The interface without Qt: the client of the laboratory server, and the factory that makes it. A host with
-/// Qt takes CUIAgentReq.h and CUIAgentRsp.h instead, which stand on this. The records are in RequestRecords.h
-/// and ResultRecords.h, the numbers of the requests in RequestType.h.
+/// Qt uses CUIAgentReq.h and CUIAgentRsp.h instead, which are built on this. The records are in
+/// RequestRecords.h and ResultRecords.h, the ids of the request types in RequestType.h.
 ///
-/// Threads: setting the server and sending belong to one thread at a time; replies come on the transport's
-/// delivering thread. Ownership: the client belongs to the factory; arguments are copied, and what the
-/// callback is handed lives only during that call.
+/// Threads: only one thread at a time may set the server and send; replies come on the transport's delivering
+/// thread. Ownership: the client belongs to the factory; arguments are copied, and what the callback gets is
+/// valid only during that call.
 
 #include "KtsExport.h"
 #include "RequestRecords.h"
@@ -20,59 +20,60 @@ namespace VelCSDK
 {
 
 /// Receives every decoded reply: the request type id (3100 to 3115), the request's own context (the record of
-/// its arguments, see the request operations), the `SResponseHeader` and the result code (0 is success).
-/// It is called on the transport's delivering thread, once a decoded reply. Header and context are released
-/// as soon as it returns; an exception that leaves it is logged by the transport, and the next reply is
-/// delivered.
+/// its arguments, see the request operations), the `SResponseHeader` and the result code (0 is success). It
+/// is called on the transport's delivering thread, once for each decoded reply. Header and context are
+/// released as soon as it returns. If it throws, the transport logs the exception and delivers the next
+/// reply.
 using ResponseCallBack = std::function<void(int, const void*, const void*, int)>;
 
-/// The client of the laboratory server. Its operations send a request and return at once; they report
-/// nothing, every outcome arrives through the response callback. There is one client a process, see
-/// `SDKFactory`.
+/// The client of the laboratory server. Its operations send a request and return at once, without a result:
+/// every outcome arrives through the response callback. There is one client in a process, see `SDKFactory`.
 ///
-/// Threads: a request goes to the server that was set last, so setting the server and sending belong to one
-/// thread at a time.
+/// Threads: a request goes to the server that was set last, so only one thread at a time may set the server
+/// and send.
 ///
-/// Query texts: what the operations say to be a query text becomes a value of the URL's query as it is given;
-/// the transport encodes only what no URL may hold. A barcode `NO#1` arrives as `NO`, without the fields
-/// after it, and `A&B=1` as two fields. With `SDKFactory::SetQueryEscaping(true)` each text arrives as it is.
-/// See docs/texts-in-requests.md.
+/// Query texts: an argument that is described as a query text is put unchanged into the URL's query; the
+/// transport encodes only characters that no URL may contain. So a barcode `NO#1` arrives as `NO`, without
+/// the fields after it, and `A&B=1` arrives as two fields. With `SDKFactory::SetQueryEscaping(true)` each
+/// text arrives as it is. See docs/texts-in-requests.md.
 ///
-/// The order of the operations is part of the interface: hosts call them by their place in the table.
+/// The order of the operations is part of the interface: compiled hosts call them by their position in the
+/// virtual table.
 struct KTSHTTPAGENT_API IVelClientSDk {
-    IVelClientSDk() = default; ///< for whatever implements the interface
-    /// A client is not copied: there is one a process.
+    IVelClientSDk() = default; ///< for classes that implement the interface
+    /// A client is not copied, because a process has only one.
     /// @{
     IVelClientSDk(const IVelClientSDk&) = delete;
     IVelClientSDk& operator=(const IVelClientSDk&) = delete;
     /// @}
 
-    /// Ends the transport (which drains first) and forgets all decoders. See `SDKFactory::DestoryInstance`.
+    /// Ends the transport, which gives unfinished requests the drain time first, and removes all decoders.
+    /// See `SDKFactory::DestoryInstance`.
     virtual ~IVelClientSDk();
 
-    /// Registers the decoders. Called again, it registers them anew.
+    /// Registers the decoders. Another call registers them again.
     virtual void Init() = 0;
 
-    /// Sets the base URL "http://HOST:PORT/", or "https://HOST:PORT/" where TLS is on: by the environment
-    /// variable KTSHTTPAGENT_TLS, or by the site's settings once `CUIAgentReq` has read them (see there).
-    /// Neither argument is checked. An IPv6 address needs its brackets, "[::1]"; without them every request
+    /// Sets the base URL "http://HOST:PORT/", or "https://HOST:PORT/" if TLS is on. The environment variable
+    /// KTSHTTPAGENT_TLS turns TLS on, or the site's settings once `CUIAgentReq` has read them (see there).
+    /// Neither argument is checked. An IPv6 address must be in brackets, "[::1]"; without them every request
     /// fails.
     virtual void SetServerAddr(std::string host, int port) = 0;
 
     /// Sets the base URL as given; no scheme and no "/" is added.
     virtual void SetServerUrl(std::string url) = 0;
 
-    /// Sets the receiver of decoded replies in place of an earlier one. Set it before the first request.
+    /// Sets the receiver of decoded replies; it replaces an earlier one. Set it before the first request.
     virtual void SetResponseCallBack(ResponseCallBack fn) = 0;
 
-    /// Does nothing; keeps its place in the table.
+    /// Does nothing; keeps its place in the virtual table.
     virtual void Reserved() = 0;
 
-    /// Replaces all endpoint paths of this site: request type id to path. An empty path, like an id that is
-    /// absent, leaves the built-in path in force.
+    /// Replaces all endpoint paths of this site; the map gives the path for a request type id. For an id that
+    /// is absent or has an empty path, the built-in path is used.
     virtual void SetUrlMap(std::map<int, std::string> map) = 0;
 
-    /// The endpoint path in force for a request type id, without a leading "/"; empty for an unknown id.
+    /// The endpoint path for a request type id, without a leading "/"; empty for an unknown id.
     virtual std::string GetUrl(int id) = 0;
 
     /// 3104, GET: is the version `t`, a query text, supported? Context: a `std::string`, `t`. Payload:
@@ -83,16 +84,16 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     virtual void GetUserInfo(int userId) = 0;
 
     /// 3101, POST: one line of a channel's status log. `t` is a query text. Context: a `std::string`, `t`. No
-    /// payload. `info.box` and `info.chl` are read as `std::stoi` reads them. Where that fails nothing is
-    /// sent, and `std::invalid_argument` ("invalid stoi argument") or `std::out_of_range` ("stoi argument out
-    /// of range") is thrown.
+    /// payload. `info.box` and `info.chl` are read as `std::stoi` reads them. If that fails, nothing is sent,
+    /// and `std::invalid_argument` ("invalid stoi argument") or `std::out_of_range` ("stoi argument out of
+    /// range") is thrown.
     virtual void ReportChlStatus(std::string t, KTSStartPlugin::tagRepoChlStatusInfo& info) = 0;
 
     /// 3102, POST: the state of an incubator. Context: null. No payload.
     virtual void ReportIncubatorStatus(KTSStartPlugin::tagRepoIncubatorStatus& status) = 0;
 
-    /// 3103, GET: the test projects of cells. Both are query texts; `dxtm` holds barcodes with commas between
-    /// them, so none may hold a comma, encoded or not. Context: two `std::string`. Payload:
+    /// 3103, GET: the test projects of cells. Both are query texts; `dxtm` contains barcodes separated by
+    /// commas, so no barcode may contain a comma, encoded or not. Context: two `std::string`. Payload:
     /// `SResponseGetProject`.
     virtual void GetProjects(std::string dxtm, std::string t) = 0;
 
@@ -109,7 +110,7 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     virtual void GetFtpFilePath(std::string bjtzser, std::string csxmser, std::string supplier,
                                 std::string batteryStatus) = 0;
 
-    /// 3108: declared, but not served; sends nothing and never answers.
+    /// 3108: declared, but not supported; sends nothing, and no answer comes.
     virtual void GetChannelUpDownPlatform(int, int, std::string, std::string, std::string, std::string, int,
                                           std::string) = 0;
 
@@ -122,7 +123,7 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     /// Payload: `SResponseGetWhetherInCommon`.
     virtual void GetWhetherInCommon(std::string dxtm) = 0;
 
-    /// 3111: declared, but not served; sends nothing and never answers.
+    /// 3111: declared, but not supported; sends nothing, and no answer comes.
     virtual void GetCdlxFileListByDxtmList(std::string dxtmList) = 0;
 
     /// 3112, POST: one battery test result. No answer is decoded.
@@ -131,7 +132,7 @@ struct KTSHTTPAGENT_API IVelClientSDk {
     /// 3113, POST: cycle data, a JSON text that is sent exactly as given. No answer is decoded.
     virtual void ReportCycleData(std::string json) = 0;
 
-    /// 3113, POST: step data. It travels the same way as cycle data, to the same endpoint.
+    /// 3113, POST: step data. It is sent in the same way as cycle data, to the same endpoint.
     virtual void ReportStepData(std::string json) = 0;
 };
 
@@ -140,16 +141,16 @@ struct KTSHTTPAGENT_API SDKFactory {
     /// The client; the first call makes it and starts the transport. Safe from several threads.
     static IVelClientSDk* GetInstance();
 
-    /// Ends a client; null is allowed. Only at shut-down: `GetInstance` goes on returning the ended client,
-    /// which must not be used any more.
+    /// Ends a client; null is allowed. Call it only at shut-down, because `GetInstance` still returns the
+    /// ended client, which must not be used any more.
     static void DestoryInstance(IVelClientSDk* p);
 
-    /// Whether the query texts of all requests that are made from now on are percent-encoded, so that the
-    /// server reads each as it was handed in. At first they are not. The context stays the text that was
-    /// handed in, and so does the JSON body that the transport is handed. From any thread. It is what
-    /// `CUIAgentReq::SetQueryEscaping` switches, which says more.
+    /// Sets whether the query texts of all later requests are percent-encoded, so that the server reads each
+    /// text exactly as the host passed it. Off by default. The context and the JSON body that the transport
+    /// gets keep the text as the host passed it. Call it from any thread. This is the setting of
+    /// `CUIAgentReq::SetQueryEscaping`, which documents it in full.
     static void SetQueryEscaping(bool bEscape);
-    static bool HasQueryEscaping(); ///< whether they are
+    static bool HasQueryEscaping(); ///< whether query texts are percent-encoded
 };
 
 } // namespace VelCSDK

@@ -1,11 +1,11 @@
 #pragma once
 
 /// @file
-/// The mark of what the library exports. A host needs nothing of it by itself: CUIAgentReq.h, CUIAgentRsp.h
-/// and IVelClientSDk.h include it.
+/// The macro that marks what the library exports. A host never includes this header itself: CUIAgentReq.h,
+/// CUIAgentRsp.h and IVelClientSDk.h include it.
 
 /// @def KTSHTTPAGENT_API
-/// Marks what the shared library ktshttpagent offers to its hosts; everything else stays hidden in it.
+/// Marks what the shared library ktshttpagent exports to its hosts; everything else stays hidden.
 #if defined(_WIN32)
 #if defined(KTSHTTPAGENT_BUILD)
 #define KTSHTTPAGENT_API __declspec(dllexport)

@@ -1,32 +1,34 @@
 #pragma once
 
 /// @file
-/// The records that a host hands in with a request. `CUIAgentReq` (CUIAgentReq.h) and
-/// `VelCSDK::IVelClientSDk` (IVelClientSDk.h) take them; what comes back stands in ResultRecords.h.
+/// The records that a host passes with a request to `CUIAgentReq` (CUIAgentReq.h) and
+/// `VelCSDK::IVelClientSDk` (IVelClientSDk.h). The records that come back are in ResultRecords.h.
 ///
-/// Their field order is their memory layout, which hosts share with the library: fields are only ever added
-/// at the end of a record, with a new library version. All texts are UTF-8.
+/// Hosts and the library share the memory layout of these records, so the order of the fields must not
+/// change: a new library version may add fields only at the end of a record. All texts are UTF-8.
 ///
-/// Ownership and threads: plain values, which belong to the host; a call has read its record when it returns.
+/// Ownership and threads: plain values, which belong to the host; a call does not use its record any more
+/// after it returns.
 
 #include <string>
 
-/// What a channel-check query asks about (request 3109). Every field is sent under its own name, as a
-/// value of the URL's query; the texts are query texts (see `CUIAgentReq`), which are not encoded.
+/// What a channel-check query asks about (request 3109). Every field is sent under its own name, as a value
+/// of the URL's query; the texts are query texts (see `CUIAgentReq`).
 struct tagSRequestGetChannelCheckData {
     int wtNumId = 0;      ///< work number
     int xmNameId = 0;     ///< project name
     std::string dxtm;     ///< cell barcode
     std::string deviceId; ///< test device
     std::string chl;      ///< channel, as the device counts it
-    std::string purpose;  ///< what the channel is to be started for
+    std::string purpose;  ///< what the channel is started for
 };
 
 namespace KTSStartPlugin
 {
 
-/// One line of a channel's status log (request 3101). A field is sent under its own name; where the value on
-/// the wire differs from the field, the field says so. The local machine's host name is added by the library.
+/// One line of a channel's status log (request 3101). A field is sent under its own name; if the value on the
+/// wire differs from the field, the field's comment says so. The local machine's host name is added by the
+/// library.
 struct tagRepoChlStatusInfo {
     /// Sent as it is, under its own name.
     /// @{
@@ -34,9 +36,9 @@ struct tagRepoChlStatusInfo {
     std::string action;
     std::string action_desc;
     std::string backup_dir;
-    /// Sent as an integer, read as `std::stoi` reads it: white space, a sign, then decimal digits; what
-    /// follows them is ignored. " 12abc" is 12, "0x1" is 0. Without a digit there, or beyond the range
-    /// of `int`, the report fails before it leaves.
+    /// Sent as an integer, read as `std::stoi` reads it: optional white space and sign, then decimal digits;
+    /// the rest is ignored. " 12abc" is 12, "0x1" is 0. If there is no digit, or the number does not fit an
+    /// `int`, the report fails and is not sent.
     std::string box;
     std::string cMax;
     std::string chl; ///< counted from 0; read as `box` is, and sent as text, counted from 1
@@ -50,7 +52,7 @@ struct tagRepoChlStatusInfo {
     std::string dxtm;
     std::string errorParam;
     std::string errorTime;
-    std::string spare; ///< carried for the host; never sent
+    std::string spare; ///< for the host's own use; never sent
     unsigned int reason = 0;
     std::string reason_desc;
     std::string retentionUnder;

@@ -1,24 +1,26 @@
 #pragma once
 
 /// @file
-/// What the decoders make of the server's replies. A host with Qt finds these records inside the variants of
-/// `CUIAgentRsp` (CUIAgentRsp.h; ResultVariants.h makes the variants readable), one without in what
-/// `VelCSDK::ResponseCallBack` (IVelClientSDk.h) is handed. What is asked stands in RequestRecords.h.
+/// The records that the decoders fill from the server's replies. A host with Qt finds them inside the
+/// variants of `CUIAgentRsp` (CUIAgentRsp.h; ResultVariants.h makes the variants readable). A host without Qt
+/// gets them in its `VelCSDK::ResponseCallBack` (IVelClientSDk.h). The records that a host passes with a
+/// request are in RequestRecords.h.
 ///
-/// All texts are UTF-8 as received, cut at their first NUL byte. A member that the reply lacks, or holds as
-/// another JSON type, leaves its field at the default.
+/// All texts are UTF-8 as received, cut at their first NUL byte. If a member is missing in the reply, or has
+/// another JSON type, its field keeps the default.
 ///
-/// A list has at most 250,000 elements, a reply 2,000,000 values, unless the environment says otherwise
-/// (KTSHTTPAGENT_MAX_LIST_ELEMENTS, KTSHTTPAGENT_MAX_REPLY_VALUES); one with more counts as a reply that
-/// can't be parsed.
+/// A list may have 250,000 elements and a reply 2,000,000 values. The environment can change these limits
+/// (KTSHTTPAGENT_MAX_LIST_ELEMENTS, KTSHTTPAGENT_MAX_REPLY_VALUES). A reply that exceeds one counts as a
+/// reply that can't be parsed.
 ///
-/// Ownership and threads: plain values. A record from a variant is a copy, which belongs to the host; those
-/// that the callback is handed live only during that call, on the delivering thread.
+/// Ownership and threads: plain values. A record from a variant is a copy, which belongs to the host. The
+/// records that the callback gets are valid only during that call, on the delivering thread.
 
 #include <string>
 #include <vector>
 
-/// What the response callback gets with every decoded reply. Header and payload live only during that call.
+/// What the response callback gets with every decoded reply. Header and payload are valid only during that
+/// call.
 struct SResponseHeader {
     std::string strExtra1;       ///< never written
     std::string strExtra2;       ///< never written
@@ -42,7 +44,7 @@ struct SSupportVer {
     std::string strVersion; ///< the text that the query asked about
 };
 
-/// A pair of number and name, as the project list names things.
+/// A number and a name, by which the project list identifies things.
 struct SIdName {
     std::string id;   ///< member "id", an integer, as decimal text
     std::string name; ///< member "name"
@@ -64,11 +66,11 @@ struct SResponseGetProject {
     std::vector<SProjectItem> lstProject; ///< one item for each element of "实验项目", in its order
 };
 
-/// One battery with the states that it may be in.
+/// One battery with the states that it can have.
 struct SBatteryItem {
     int id = 0;                 ///< member "id"
     std::string name;           ///< member "name"
-    std::vector<int> lstStatus; ///< "id" of each element of "电池状态" that has an integer one
+    std::vector<int> lstStatus; ///< "id" of each element of "电池状态" whose "id" is an integer
 };
 
 /// Battery states (request 3105).
@@ -77,7 +79,7 @@ struct SResponseGetBatteryStatus {
     std::vector<SBatteryItem> lstBattery; ///< one item for each element of "全部电池状态", in its order
 };
 
-/// The data that an export file of a cell is filled with (request 3106).
+/// The data for a cell's export file (request 3106).
 struct SResponseGetAutoExport {
     bool bSuccess = false; ///< member "success" was the literal true
     /// The member of the same name in the object "result".

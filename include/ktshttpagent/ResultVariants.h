@@ -1,23 +1,24 @@
 #pragma once
 
 /// @file
-/// The records that reach a host inside a QVariant of a `CUIAgentRsp` signal, as Qt meta-types; include this
-/// header wherever one is taken out. CUIAgentRsp.h says which signal carries which record, RequestRecords.h
-/// and ResultRecords.h what is in it.
+/// Declares as Qt meta-types the records that a `CUIAgentRsp` signal carries inside a QVariant. Include this
+/// header to take a record out. CUIAgentRsp.h says which signal carries which record; RequestRecords.h and
+/// ResultRecords.h describe the records.
 ///
-/// A host takes a record out with `variant.value<SResponseGetProject>()`, or finds the type by the name
-/// written here: `SRequestGetChannelCheckData`, `SResponseGetAutoExport`, `SResponseGetBatteryStatus`,
+/// A host takes a record out with `variant.value<SResponseGetProject>()`, or looks the type up by one of
+/// these names: `SRequestGetChannelCheckData`, `SResponseGetAutoExport`, `SResponseGetBatteryStatus`,
 /// `SResponseGetChannelCheckData`, `SResponseGetFtpFilePath`, `SResponseGetProject`,
-/// `SResponseGetWhetherInCommon`, `USER_INFO`. A type is registered when a variant of it is first made.
+/// `SResponseGetWhetherInCommon`, `USER_INFO`. A type is registered when the first variant of it is made.
 ///
-/// Ownership and threads: variants copy deeply. Each owns its texts and lists, and may go to any thread.
+/// Ownership and threads: variants are deep copies. Each owns its texts and lists, and may be passed to any
+/// thread.
 
 #include "RequestRecords.h"
 #include "ResultRecords.h"
 
 #include <QMetaType>
 
-/// The name under which the request record of a channel check travels.
+/// The name of the meta-type for the request record of a channel check.
 using SRequestGetChannelCheckData = tagSRequestGetChannelCheckData;
 
 Q_DECLARE_METATYPE(SRequestGetChannelCheckData)

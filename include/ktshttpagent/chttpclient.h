@@ -1,42 +1,44 @@
 #pragma once
 
 /// @file
-/// An asynchronous HTTP transport: requests are handed in from any thread, replies come back through one
-/// callback on one delivering thread. It is a shared library of its own; a site may put another one of this
-/// interface in its place.
+/// An asynchronous HTTP transport: requests may be sent from any thread, replies come back through one
+/// callback on one delivering thread. It is a shared library of its own; a site may replace it with another
+/// one that has the same interface.
 ///
-/// Most hosts need CUIAgentReq.h instead, which does all this for them. This header is for those that send
-/// requests of their own, and for whoever writes a replacement.
+/// Most hosts use CUIAgentReq.h instead, which does all this for them. This header is for hosts that send
+/// requests of their own, and for authors of a replacement.
 ///
-/// Threads: every function may be called from any thread, from within the callback too. The callback runs on
-/// the delivering thread, one reply at a time. Ownership: texts are copied when a request is handed in; the
-/// user pointer is never looked at, and `CHttpClientSendRequest` says whose it is when.
+/// Threads: every function may be called from any thread, also from within the callback. The callback runs on
+/// the delivering thread, one reply at a time. Ownership: texts are copied when a request is sent. The user
+/// pointer is never dereferenced; `CHttpClientSendRequest` documents who owns what it points to, and when.
 ///
 /// @par What is promised
-/// - Exactly one callback for every request, whatever happens to it.
-/// - What goes on the wire is a valid URL: what no URL may hold is percent-encoded, all else is left
-///   alone. No URL may hold spaces, control bytes, bytes of 128 and above, quotation marks, angle brackets,
-///   braces, backslashes, backquotes, ^ and |, [ and ] anywhere but around an IPv6 address, and a percent
-///   sign that begins no escape.
-/// - A GET carries no body, whatever is handed in. A POST without a header line carries no Content-Type.
-/// - Redirects are not followed; only http and https are spoken; certificates are verified; no request waits
-///   for "100 Continue". Compressed replies are unpacked.
-/// - A callback that is slow holds up the callbacks behind it, but no exchange on the network.
-/// - A report is never sent twice: a POST is not repeated once any of its body was sent; when its connection
-///   dies, it fails. What the server can't have seen, and a GET, goes out again on a new connection.
-/// - No report is lost because its connection was idle, to servers that keep idle connections for at least a
-///   second and are no more than 400 ms away, there and back: a POST goes out on a kept connection only
-///   within CHTTPCLIENT_POST_IDLE_MS of the beginning of the reply before it, else on a new one. No request
-///   goes out on a connection that was idle for 4 s, or that the server is seen to have ended. What remains:
-///   a server that ends a connection sooner, or just then (it restarts, say), may cost the report that is on
-///   its way: `CHttpOutcome::DiedBeforeReply`, `CHttpOutcome::SendFailed` or `CHttpOutcome::ConnectionReset`,
-///   and nobody but the server knows whether it took it. Only a key in the report that the server knows again
-///   would make it safe to send it once more.
-/// - After a fork the child's transport is a stopped one: its requests are answered with
-///   `CHttpOutcome::NotRunning` until it calls CHttpClientInit. The parent's goes on.
+/// - Every request gets exactly one callback, whatever happens to it.
+/// - The URL on the wire is valid: what no URL may contain is percent-encoded, everything else stays
+///   unchanged. No URL may contain spaces, control bytes, bytes of 128 and above, quotation marks, angle
+///   brackets, braces, backslashes, backquotes, ^ and |, [ and ] except around an IPv6 address, or a percent
+///   sign that does not begin an escape.
+/// - A GET has no body, whatever body the caller passes. A POST without a header line has no Content-Type.
+/// - Redirects are not followed; only http and https are supported; certificates are verified; no request
+///   waits for "100 Continue". Compressed replies are decompressed.
+/// - A slow callback delays later callbacks, but no exchange on the network.
+/// - A report is never sent twice: a POST is not retried once any of its body was sent; if its connection
+///   dies then, it fails. If a kept connection dies, the transport retries a GET on a new connection, and
+///   also a POST if none of its body was sent.
+/// - No report is lost because its connection was idle, if the server keeps idle connections for at least a
+///   second and the round trip to it takes at most 400 ms: a POST uses a kept connection only within
+///   CHTTPCLIENT_POST_IDLE_MS of the beginning of the previous reply, otherwise a new one. No request uses a
+///   connection that was idle for 4 s, or that the server is seen to have closed. One risk remains: if a
+///   server closes a connection sooner, or at that very moment (for example because it restarts), the report
+///   that is being sent may be lost. It fails with `CHttpOutcome::DiedBeforeReply`,
+///   `CHttpOutcome::SendFailed` or `CHttpOutcome::ConnectionReset`, and only the server knows whether it
+///   accepted the report. Retrying it would be safe only if the report contained a key by which the server
+///   recognises it.
+/// - After a fork the transport is stopped in the child: its requests get `CHttpOutcome::NotRunning` until it
+///   calls CHttpClientInit. In the parent the transport goes on.
 ///
 /// @par What is not promised
-/// An order between requests. They travel over several connections.
+/// An order of the requests: they use several connections.
 ///
 /// @par Settings
 /// Read from the environment by CHttpClientInit:
@@ -44,89 +46,90 @@
 /// | variable                       | meaning                                                   | default  |
 /// |--------------------------------|-----------------------------------------------------------|----------|
 /// | CHTTPCLIENT_CONNECT_TIMEOUT_MS | time to connect, name resolution and TLS included         | 10000    |
-/// | CHTTPCLIENT_TIMEOUT_MS         | time for the whole request, from its sending on           | 60000    |
+/// | CHTTPCLIENT_TIMEOUT_MS         | time for a request, without its wait for a connection     | 60000    |
 /// | CHTTPCLIENT_HOST_CONNECTIONS   | connections to one host; further requests wait            | 8        |
-/// | CHTTPCLIENT_MAX_REPLY_BYTES    | largest reply body, unpacked                              | 67108864 |
-/// | CHTTPCLIENT_MAX_OUTSTANDING    | requests without their callback yet; one more is refused  | 100000   |
-/// | CHTTPCLIENT_POST_IDLE_MS       | a POST uses a kept connection idle for less; 0: a new one | 500      |
-/// | CHTTPCLIENT_DRAIN_MS           | time that shutting down leaves to unfinished requests     | 3000     |
-/// | CHTTPCLIENT_CA_FILE            | certificates (PEM) that servers are verified by           | system's |
+/// | CHTTPCLIENT_MAX_REPLY_BYTES    | largest reply body, decompressed                          | 67108864 |
+/// | CHTTPCLIENT_MAX_OUTSTANDING    | requests that still wait for their callback; more fail    | 100000   |
+/// | CHTTPCLIENT_POST_IDLE_MS       | idle time after which a POST uses a new connection        | 500      |
+/// | CHTTPCLIENT_DRAIN_MS           | time that unfinished requests get at shut-down            | 3000     |
+/// | CHTTPCLIENT_CA_FILE            | authorities (PEM) by which servers are verified           | system's |
 ///
-/// A value that is no decimal number, or is out of its range, leaves the default in force and is logged.
-/// Blocking calls and downloads, which do not use this transport, keep to CHTTPCLIENT_TIMEOUT_MS and
-/// CHTTPCLIENT_MAX_REPLY_BYTES too.
-/// Proxies are taken from the environment as libcurl does (http_proxy, https_proxy, no_proxy).
+/// A value that is not a decimal number, or is out of range, is logged, and the default is used. Blocking
+/// calls and downloads do not use this transport, but CHTTPCLIENT_TIMEOUT_MS and CHTTPCLIENT_MAX_REPLY_BYTES
+/// apply to them too. libcurl reads the proxies from the environment (http_proxy, https_proxy, no_proxy).
 ///
-/// CHTTPCLIENT_CA_FILE replaces the system's authorities and does not add to them: for servers, and for
-/// proxies that are reached over TLS. It is read for each new connection.
+/// CHTTPCLIENT_CA_FILE replaces the system's certificate authorities, it does not add to them. It applies to
+/// servers, and to proxies that are reached over TLS. It is read for each new connection.
 ///
-/// Where the process has rights that its caller may lack (set-user-id, set-group-id, file capabilities), the
-/// environment gives neither settings nor proxies.
+/// If the process has rights that its caller may lack (set-user-id, set-group-id, file capabilities), neither
+/// settings nor proxies are read from the environment.
 
 #include <functional>
 #include <string>
 
 /// @def CHTTPCLIENT_API
-/// Marks what the shared library offers; everything else stays hidden in it.
+/// Marks what the shared library exports; everything else stays hidden.
 #if defined(_WIN32)
 #if defined(CHTTPCLIENT_BUILD)
 #define CHTTPCLIENT_API __declspec(dllexport)
 #else
-#define CHTTPCLIENT_API // functions need no import mark, and so may come from anywhere
+#define CHTTPCLIENT_API // functions need no import mark, so any library may provide them
 #endif
 #else
 #define CHTTPCLIENT_API __attribute__((visibility("default")))
 #endif
 
-/// The outcomes of a request that are the transport's own: no usable response came. All but the last are
-/// libcurl's error numbers, made negative.
+/// The outcomes that the transport itself reports if a request got no usable response. All except the last
+/// are libcurl's error numbers, negated.
 namespace CHttpOutcome
 {
 /// The numbers.
 enum Outcome : int {
-    /// A scheme other than http and https; a reply that is no HTTP.
+    /// A scheme other than http and https; a reply that is not HTTP.
     UnsupportedProtocol = -1,
-    /// Sent before CHttpClientInit or after CHttpClientUnInit; a call of libcurl or of the thread library
+    /// Sent before CHttpClientInit or after CHttpClientUnInit; or a call to libcurl or to the thread library
     /// failed.
     NotRunning = -2,
     /// Not a valid URL: no scheme, no host, a port that is not a number.
     InvalidUrl = -3,
-    /// No host of this name.
+    /// No host has this name.
     NameNotFound = -6,
-    /// The connection is refused.
+    /// The connection was refused.
     ConnectionRefused = -7,
     /// A reply with an invalid header: a line without colon, an invalid length.
     InvalidReplyHeader = -8,
-    /// A body, or a header, that the server ended early.
+    /// The server ended the body or the header early.
     EndedEarly = -18,
-    /// No memory; a header line of more than 100 KiB.
+    /// Not enough memory; a header line of more than 100 KiB.
     OutOfMemory = -27,
     /// No whole reply within CHTTPCLIENT_TIMEOUT_MS, no connection within CHTTPCLIENT_CONNECT_TIMEOUT_MS.
     TimedOut = -28,
-    /// TLS that can't be agreed on, protocols older than 1.2 among it.
+    /// No TLS connection could be agreed on, for example because the server offers only versions before 1.2.
     TlsFailed = -35,
-    /// Cancelled by shutting down.
+    /// Cancelled at shut-down.
     Cancelled = -42,
     /// No valid header line; a reply whose first header line is a continuation.
     InvalidHeaderLine = -43,
-    /// Closed without a reply.
+    /// The server closed the connection without a reply.
     NoReply = -52,
-    /// A connection that died while the request was sent.
+    /// The connection died while the request was sent.
     SendFailed = -55,
-    /// Connection reset; chunks that can't be read.
+    /// The connection was reset; or the chunks of a reply can't be read.
     ConnectionReset = -56,
-    /// A certificate that can't be trusted.
+    /// The certificate can't be trusted.
     UntrustedCertificate = -60,
-    /// A compressed body that can't be unpacked, ends early, does not match its checksum or has bytes after
+    /// A compressed body that can't be decompressed, ends early, does not match its checksum or has bytes
+    /// after
     /// its end; a coding other than gzip and deflate.
     UnpackingFailed = -61,
     /// A reply that is too large, or a header that does not end.
     ReplyTooLarge = -63,
-    /// A kept connection that died after the body of a POST was sent, or part of it.
+    /// A kept connection died after the body of a POST, or part of it, was sent.
     DiedBeforeReply = -65,
-    /// A CHTTPCLIENT_CA_FILE that can't be read.
+    /// CHTTPCLIENT_CA_FILE can't be read.
     CaFileUnreadable = -77,
-    /// More requests outstanding than CHTTPCLIENT_MAX_OUTSTANDING; the one that is no number of libcurl.
+    /// CHTTPCLIENT_MAX_OUTSTANDING requests are outstanding already. The only outcome that is not a libcurl
+    /// number.
     TooManyOutstanding = -1000,
 };
 } // namespace CHttpOutcome
@@ -134,41 +137,43 @@ enum Outcome : int {
 /// Receives a reply: its body, then the type and the user pointer that the request was sent with, then the
 /// error. The error is
 /// - 0 for an HTTP status of 200 to 299,
-/// - the HTTP status for every other status, the body being the server's,
-/// - a negative libcurl error number when no usable response came, the body being empty: one of those that
-///   `CHttpOutcome` names, or another one as libcurl documents it.
+/// - the HTTP status for every other status; the body is the server's,
+/// - a negative number if no usable response came; the body is then empty. The numbers are listed in
+///   `CHttpOutcome`; others are negated libcurl error numbers, which libcurl documents.
 ///
-/// An exception that leaves it is logged and goes no further.
+/// If it throws, the transport logs the exception and goes on.
 using CHttpClientResponse =
     std::function<void(const std::string& body, int nType, void* pUserData, int nHttpError)>;
 
-/// Starts the transport; a second call without CHttpClientUnInit between does nothing.
-/// @return true when the transport runs
+/// Starts the transport. Does nothing if it is already running.
+/// @return true if the transport is running
 CHTTPCLIENT_API bool CHttpClientInit();
 
-/// Ends the transport. Requests that are under way or waiting get the drain time to finish, what is left then
-/// is cancelled (`CHttpOutcome::Cancelled`). When the call returns, every request has had its callback; only
-/// a call from within the callback, which can't wait for itself, or beside a callback that blocks, leaves the
-/// remaining ones to the delivering thread. Without this call the same happens when the process ends.
+/// Ends the transport. Unfinished requests get the drain time (CHTTPCLIENT_DRAIN_MS) to finish and are then
+/// cancelled (`CHttpOutcome::Cancelled`). When this returns, every request has had its callback, with two
+/// exceptions: if it is called from within the callback, which can't wait for itself, or while a callback
+/// blocks, the delivering thread makes the remaining callbacks later. Without this call the transport is
+/// ended in the same way when the process ends.
 CHTTPCLIENT_API void CHttpClientUnInit();
 
-/// Registers the receiver of all replies in place of an earlier one. It is called on the delivering thread.
+/// Registers the receiver of all replies; it replaces an earlier one. It is called on the delivering thread.
 CHTTPCLIENT_API void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse);
 
-/// Hands in a request and returns at once, from any thread, the callback's own included.
+/// Sends a request; returns at once. May be called from any thread, also from within the callback.
 ///
-/// A call that throws has not taken the request: there was no callback for it and there will be none, and its
-/// user data is the caller's again. A call that returns has taken it: the user data is the receiver's from
-/// the one callback on, which may come before the call returns, on another thread. A site's own transport is
-/// held to the same. This one throws std::bad_alloc, where there is no memory to take the request.
+/// A call that throws has not accepted the request: there is no callback for it, and its user data belongs to
+/// the caller again. A call that returns has accepted it: the user data belongs to the receiver from the
+/// request's one callback on, which may come on another thread before this call returns. A site's own
+/// transport must behave in the same way. This one throws std::bad_alloc if there is not enough memory for
+/// the request.
 ///
-/// @param nType      handed back with the reply
+/// @param nType      passed to the callback with the reply
 /// @param strUrl     the URL, encoded as described above
 /// @param strBody    the body of a POST
-/// @param pUserData  handed back with the reply, never looked at
-/// @param bPost      POST, or else GET
+/// @param pUserData  passed to the callback with the reply, never dereferenced
+/// @param bPost      true: POST; false: GET
 /// @param bHeader    whether strHeader is sent
-/// @param strHeader  a complete header line without its end, "Content-Type: application/json"
+/// @param strHeader  a complete header line without its line end, such as "Content-Type: application/json"
 CHTTPCLIENT_API void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody,
                                             void* pUserData, bool bPost, bool bHeader,
                                             const std::string& strHeader);

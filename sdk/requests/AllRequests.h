@@ -25,7 +25,7 @@ struct RequestList {
     static constexpr bool CONTAINS = (std::is_same_v<Any, Request> || ...);
 };
 
-/// Every request. The catalogue of paths, the freeing of user data and the registration of decoders follow
+/// Every request. The built-in paths, the freeing of user data and the registration of decoders are derived
 /// from this list.
 using AllRequests =
     RequestList<requests::GetUserInfo, requests::ReportChlStatus, requests::ReportIncubatorStatus,

@@ -5,7 +5,7 @@ namespace VelCSDK::requests
 namespace
 {
 
-/// A member of "result" with the field that it fills.
+/// A member of "result", and the field that it fills.
 struct ExportField {
     const char* szName;
     std::string SResponseGetAutoExport::*pField;

@@ -5,7 +5,7 @@
 namespace VelCSDK::requests
 {
 
-/// The data that an export file of a cell is filled with.
+/// The data for a cell's export file.
 ///
 ///     GET vomd/system/autoExport.action?bjtzser=B01&csxmser=C02&dxtm=CELL-1
 ///     {"success":true,"result":{"strCustomer":"ACME","strBatchNumber":"24-07",...}}

@@ -5,7 +5,7 @@
 namespace VelCSDK::requests
 {
 
-/// The states that batteries may be in.
+/// The states that a battery can have.
 ///
 ///     GET vomd/system/GetDxzt.action?t=1.1.0
 ///     {"success":true,"全部电池状态":[{"id":1,"name":"A","电池状态":[{"id":7},{"id":8}]},...]}

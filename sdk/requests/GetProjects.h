@@ -14,7 +14,7 @@ struct GetProjects {
     static constexpr RequestForm FORM{RequestType::GetProjects, "vomd/system/GetSyxm.action", Method::Get,
                                       NO_HEADER};
     struct Arguments {
-        std::string dxtm; ///< barcodes with commas between them
+        std::string dxtm; ///< barcodes, separated by commas
         std::string t;
     };
     using Reply = SuccessReply<ArrayRoot::FirstElement>;

@@ -12,8 +12,8 @@ namespace VelCSDK::requests
 ///     GET posts/42
 ///     {"code":0,"description":"","id":42,"title":"Engineer","author":"Li"}
 ///
-/// The one request whose number stands in the path, and whose reply is judged by "code": 0, like a reply
-/// without a code, is a success.
+/// The only request with its argument in the path, and the only one whose reply is a success if its "code" is
+/// 0 or missing.
 struct GetUserInfo {
     static constexpr RequestForm FORM{RequestType::GetUserInfo, "posts", Method::Get, JSON_HEADER};
     using Arguments = int; ///< the user's number

@@ -10,7 +10,7 @@ namespace VelCSDK::requests
 ///     GET vomd/system/whetherInCommon.action?dxtm=CELL-1
 ///     {"success":true,"message":"","common":false}
 ///
-/// Any array as reply is a success that says nothing.
+/// An array as reply is a success without content.
 struct GetWhetherInCommon {
     static constexpr RequestForm FORM{RequestType::GetWhetherInCommon, "vomd/system/whetherInCommon.action",
                                       Method::Get, NO_HEADER};
@@ -18,7 +18,7 @@ struct GetWhetherInCommon {
     using Reply = SuccessReply<ArrayRoot::Success>;
     using Record = SResponseGetWhetherInCommon;
 
-    /// The members of the query, for the blocking interface too.
+    /// The members of the query; the blocking interface uses them too.
     static Json::Value Query(const Arguments& dxtm);
     static RequestText Outgoing(const Arguments& dxtm) { return QueryText(Query(dxtm)); }
     static void Read(const Reply& reply, const Arguments* pAsked, Record& record);

@@ -20,12 +20,12 @@ struct PostUploadData {
     using Arguments = tagBatteryTestData;
     using Reply = UnregisteredReply;
 
-    /// A member of the body with the field that it repeats.
+    /// A member of the body, and the field whose value it gets.
     struct Field {
         const char* szName;
         std::string tagBatteryTestData::*pField;
     };
-    /// All members of the body, for the blocking interface too.
+    /// All members of the body; the blocking interface uses them too.
     static constexpr std::array<Field, 7> FIELDS{{
         {"siteNo", &tagBatteryTestData::siteNo},
         {"batchNo", &tagBatteryTestData::batchNo},

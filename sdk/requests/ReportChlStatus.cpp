@@ -14,7 +14,7 @@ namespace
 
 using KTSStartPlugin::tagRepoChlStatusInfo;
 
-/// A member of the report with the field that it repeats.
+/// A member of the report, and the field whose value it gets.
 struct StatusField {
     const char* szName;
     std::variant<std::string tagRepoChlStatusInfo::*, unsigned int tagRepoChlStatusInfo::*,

@@ -18,8 +18,8 @@ struct ReportChlStatus {
     using Reply = SuccessReply<ArrayRoot::FirstElement>;
     using Record = NoRecord;
 
-    /// @throws std::invalid_argument, std::out_of_range where `box` or `chl` does not begin with a number
-    ///         that fits an int, see `FieldToInt`
+    /// @throws std::invalid_argument, std::out_of_range if `box` or `chl` does not begin with a number that
+    ///         fits an int, see `FieldToInt`
     static RequestText Outgoing(const Arguments& t, const KTSStartPlugin::tagRepoChlStatusInfo& info);
 };
 

@@ -17,7 +17,7 @@ struct ReportCycleData {
     using Arguments = std::string; ///< the body, sent as it is
     using Reply = UnregisteredReply;
 
-    /// The array whose inside is `strData`. Nothing is checked.
+    /// The array whose content is `strData`. Nothing is checked.
     static std::string JsonArrayOf(const std::string& strData) { return "[" + strData + "]"; }
 
     static RequestText Outgoing(const Arguments& json) { return {"", json}; }

@@ -11,62 +11,62 @@
 #include <string>
 
 /// @file
-/// What the requests are made of. A request is a struct with
-/// - `FORM`: what is the same each time it is sent;
-/// - `Arguments`: what it keeps of its arguments until its reply is decoded, its user data;
-/// - `Reply`: how its reply is parsed and judged;
-/// - `Record`: what the host gets of its reply;
-/// - `Outgoing`: makes what is sent of the arguments;
-/// - `Read`: fills the record, which holds its defaults, from a reply. Where the reply could not be read, it
-///   gets one without members.
+/// The parts of a request. A request is a struct with
+/// - `FORM`: what is the same each time that it is sent;
+/// - `Arguments`: its user data, that is the arguments that are kept until its reply is decoded;
+/// - `Reply`: how its reply is parsed and whether it is a success;
+/// - `Record`: what the host gets from its reply;
+/// - `Outgoing`: builds what is sent from the arguments;
+/// - `Read`: fills the record, which contains its defaults, from a reply. If the reply could not be read,
+///   `Read` gets a reply without members.
 ///
-/// A reply of kind `IgnoredReply` or `UnregisteredReply` has no record, and `NoRecord` is not read. A request
-/// that is never sent has no `Outgoing`.
+/// A request whose `Reply` is `IgnoredReply` or `UnregisteredReply` has no `Record`; one whose `Record` is
+/// `NoRecord` has no `Read`; one that is never sent has no `Outgoing`.
 
 namespace VelCSDK
 {
 
 enum class Method { Get, Post };
 
-/// What is the same each time a request is sent.
+/// What is the same each time that a request is sent.
 struct RequestForm {
     int nType;          ///< request type id, see ktshttpagent/RequestType.h
     const char* szPath; ///< built-in endpoint path, relative to the base URL; a site may set another
     Method eMethod;
-    const char* szHeader; ///< header line to send; empty for none
+    const char* szHeader; ///< header line to send; empty if there is none
 };
 
 inline constexpr const char* NO_HEADER = "";
 inline constexpr const char* JSON_HEADER = "Content-Type: application/json; charset=utf-8";
-/// The server's reports ask for exactly this value, with both character sets in it.
+/// The server requires exactly this value for reports, with both character sets.
 inline constexpr const char* REPORT_HEADER = "Content-Type: application/json; charset=utf-8/gb2312";
 
 /// For a request that carries no user data.
 struct NoArguments {
 };
 
-/// For a reply that is judged, but not read into a record.
+/// For a reply that only tells whether it is a success.
 struct NoRecord {
 };
 
-/// The kind of reply that a request type takes in and drops.
+/// For a reply that a decoder receives and drops.
 struct IgnoredReply {
 };
 
-/// The kind of reply that no decoder is registered for. It is dropped as well.
+/// For a reply for which no decoder is registered. It is dropped too.
 struct UnregisteredReply {
 };
 
-/// What one sending of a request adds to its form.
+/// What is sent in addition to a request's form.
 struct RequestText {
     std::string strAfterPath; ///< follows the endpoint path in the URL
     std::string strBody;
 };
 
-/// A query: the members of `object` as query string, and as body for a transport that wants one.
+/// A query: the members of `object` as query string, and as JSON body for a transport that uses it.
 RequestText QueryText(const Json::Value& object);
 
-/// The compact text of a JSON value, with a line feed at its end.
+/// A JSON value as compact text with a line feed at its end.
 std::string WriteJson(const Json::Value& value);
 
 } // namespace VelCSDK

@@ -2,12 +2,12 @@
 
 #include "Request.h"
 
-// Request types that the client never sends. Each has a path all the same, which a site may set.
+// Request types that the client never sends. Each has a path nevertheless, which a site may set.
 
 namespace VelCSDK::requests
 {
 
-/// The server has this query and the next one, but the client's operations for them deliberately send
+/// The server supports this query and the next one, but the client's operations for them deliberately send
 /// nothing.
 struct GetChannelUpDownPlatform {
     static constexpr RequestForm FORM{RequestType::GetChannelUpDownPlatform,
@@ -23,7 +23,7 @@ struct GetCdlxFileListByDxtmList {
     using Reply = IgnoredReply;
 };
 
-/// Sent by the blocking interface alone, like the next one.
+/// Sent by the blocking interface only, like the next one.
 struct ReportStepData {
     static constexpr RequestForm FORM{RequestType::ReportStepData, "open/test-cabinet/add/kostrel/step",
                                       Method::Post, NO_HEADER};

@@ -41,7 +41,8 @@ const Room ROOMS[] = {
     {"apps/ktsagent", {"labserver", "ktshttpagent", "platform/text"}, true},
 };
 
-/// The public headers, and of which room each is the interface: it is held to the arrows of that room.
+/// The public headers, each with the room whose interface it is: the rules for includes of that room apply to
+/// it.
 const std::map<std::string, std::string> ROOM_OF_PUBLIC_HEADER = {
     {"BlockingOutcome.h", "agent"}, {"CUIAgentReq.h", "agent"},
     {"CUIAgentRsp.h", "agent"},     {"IVelClientSDk.h", "sdk"},
@@ -92,7 +93,7 @@ bool IsQt(const std::string& strInclude)
     return strInclude.size() > 1 && strInclude[0] == 'Q' && std::isupper(strInclude[1]) != 0;
 }
 
-/// What is wrong with an include line in a room; empty for nothing.
+/// What is wrong with an include line in a room; empty if nothing is wrong.
 std::string Violation(const Room& room, const std::string& strInclude)
 {
     if (IsQt(strInclude) && !room.bMayUseQt) {
@@ -105,9 +106,9 @@ std::string Violation(const Room& room, const std::string& strInclude)
     return room.strName + " may not include " + strTarget + ": " + strInclude;
 }
 
-/// What is wrong with an include line in a public header; empty for nothing. It has to be usable where no
-/// more than the public headers are installed: it includes them, the standard library, and Qt where its room
-/// may.
+/// What is wrong with an include line in a public header; empty if nothing is wrong. Public headers must be
+/// usable if only they are installed, so they may include only each other, the standard library and, if their
+/// room may use it, Qt.
 std::string ViolationInPublic(const Room& room, const std::string& strInclude)
 {
     const bool bStandard = strInclude.find_first_of("./") == std::string::npos;
@@ -209,7 +210,7 @@ TEST(Arrows, EveryIncludeOfAPublicHeaderFollowsThem)
     EXPECT_THAT(vecViolations, IsEmpty());
 }
 
-/// What each target links, by name.
+/// The names of the libraries that each target links, by the target's name.
 std::map<std::string, std::string> ReadLinks()
 {
     std::map<std::string, std::string> mapLinks;

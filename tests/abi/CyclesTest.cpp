@@ -30,9 +30,8 @@ std::string FolderOf(const std::string& strFile)
     return strFile.substr(0, strFile.rfind('/') + 1);
 }
 
-/// Resolves an included name: to the file next to the one that includes it, else to the file with this path
-/// from the root, else to each file whose path ends with it. Empty for headers that are not part of this
-/// tree.
+/// Resolves an included name: to the file next to the including file, or else to the file with this path from
+/// the root, or else to every file whose path ends with it. Empty for headers that are not part of this tree.
 std::vector<std::string> FilesOf(const std::string& strInclude, const std::string& strFrom,
                                  const Includes& mapAll)
 {

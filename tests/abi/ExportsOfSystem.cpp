@@ -15,7 +15,7 @@ std::set<std::string> ExportsOf(const std::string& strLibrary)
            std::fgets(line.data(), static_cast<int>(line.size()), pPipe.get()) != nullptr) {
         std::string strLine = line.data();
         strLine.erase(strLine.find_last_not_of('\n') + 1);
-        setExports.insert(strLine.substr(19)); // behind the address and the kind
+        setExports.insert(strLine.substr(19)); // after the address and the kind
     }
     return setExports;
 }

@@ -3,10 +3,10 @@
 #include <set>
 #include <string>
 
-// How the libraries' exports look on this system.
+// The libraries' exports, as this system names them.
 
-/// The names that a library of this tree defines for others, those of C++ as they stand in the source.
+/// The names that a library of this tree exports; C++ names are written as in the source.
 std::set<std::string> ExportsOf(const std::string& strLibrary);
 
-/// The names that a name in a list of exports stands for.
+/// The exported names on this system for a name in a list of exports.
 std::set<std::string> ExportsFor(const std::string& strListed);

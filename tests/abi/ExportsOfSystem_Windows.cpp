@@ -7,8 +7,8 @@ std::set<std::string> ExportsOf(const std::string& strLibrary)
     return LoadedImage(strLibrary).Exports();
 }
 
-// With a class go all its static members, those of Qt's meta-objects too, and the name of a type is each
-// library's own.
+// On Windows, exporting a class also exports its static members, including those of Qt's meta-objects. Type
+// names are not exported, because each library has its own.
 std::set<std::string> ExportsFor(const std::string& strListed)
 {
     std::set<std::string> setExports;

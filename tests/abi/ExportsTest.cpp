@@ -1,5 +1,5 @@
-// Compares the exports of the shared libraries with the lists beside this file: an additional export is a
-// promise made by accident, a missing one is a host that no longer starts.
+// Compares the exports of the shared libraries with the lists in this folder: an additional export would
+// become a part of the interface by accident; without a listed export, hosts that use it would not start.
 
 #include "ExportsOfSystem.h"
 
@@ -11,7 +11,7 @@
 namespace
 {
 
-/// The names in a list, as this system exports them.
+/// The names in a list, in the form in which this system exports them.
 std::set<std::string> ListedExports(const std::string& strName)
 {
     std::ifstream file(std::string(KTS_EXPORT_LISTS) + "/" + strName + ".exports");

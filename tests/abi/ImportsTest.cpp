@@ -1,4 +1,4 @@
-// What the DLLs import is held against the libraries that a site may replace.
+// Checks that the DLLs import the libraries that a site may replace.
 
 #include "LoadedImage.h"
 

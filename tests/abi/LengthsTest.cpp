@@ -1,5 +1,5 @@
-// Limits how much a reader has to keep in mind: a file of production code has at most 300 lines, the body of
-// a function at most 60.
+// Checks the limits of length: a file of production code has at most 300 lines, the body of a function at
+// most 60.
 
 #include "SourceTree.h"
 
@@ -25,7 +25,7 @@ struct Body {
     std::size_t nLines; ///< including the lines of both braces
 };
 
-/// How far a line is indented.
+/// The indentation of a line.
 std::size_t IndentOf(const std::string& strLine)
 {
     return std::min(strLine.find_first_not_of(' '), strLine.size());
@@ -46,8 +46,7 @@ bool EndsBefore(const std::string& strTrimmed)
            std::string(";{}:").find(strTrimmed.back()) != std::string::npos;
 }
 
-/// Whether a brace on a line of its own opens a class or a namespace: a line of the declaration above it says
-/// so.
+/// Whether a brace on a line of its own opens a class or a namespace, according to the declaration above it.
 bool IsOfAClassOrNamespace(const std::vector<std::string>& vecLines, std::size_t nBrace)
 {
     for (std::size_t nLine = nBrace; nLine > 0 && !EndsBefore(Trimmed(vecLines[nLine - 1])); --nLine) {
@@ -82,7 +81,7 @@ std::vector<Body> BodiesIn(const std::string& strText)
     return vecBodies;
 }
 
-/// The numbers of the lines in which bodies begin that are too long.
+/// The numbers of the lines in which bodies begin that exceed the limit.
 std::vector<std::size_t> LongBodiesIn(const std::string& strText)
 {
     std::vector<std::size_t> vecLines;

@@ -5,15 +5,15 @@
 
 #include <windows.h>
 
-/// A library as the loader has laid it out in memory.
+/// A library as the loader has mapped it into memory.
 class LoadedImage
 {
 public:
     /// @param strLibrary  its name without ".dll"
-    /// @throws std::runtime_error when it can't be loaded
+    /// @throws std::runtime_error if it can't be loaded
     explicit LoadedImage(const std::string& strLibrary);
 
-    /// The names in its export table, those of functions and objects in C++ as they stand in the source.
+    /// The names in its export table; C++ names of functions and objects are written as in the source.
     std::set<std::string> Exports() const;
 
     /// The libraries in its import table.

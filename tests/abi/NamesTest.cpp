@@ -57,7 +57,7 @@ bool IsLower(char c)
     return std::islower(static_cast<unsigned char>(c)) != 0;
 }
 
-/// A name in a text, and what surrounds it.
+/// A name in a text, and the text around it.
 struct Word {
     std::string strName;
     std::string strBefore; ///< the part of its line before it

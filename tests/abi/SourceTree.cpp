@@ -24,7 +24,7 @@ std::size_t Behind(const std::string& strText, std::string_view svEnd, std::size
 
 std::size_t EndOfRawLiteral(const std::string& strText, std::size_t nBegin)
 {
-    const std::size_t nMark = nBegin + 2; // behind R"
+    const std::size_t nMark = nBegin + 2; // after R"
     const std::size_t nOpen = strText.find('(', nMark);
     return nOpen == std::string::npos
                ? strText.size()
@@ -64,7 +64,7 @@ std::size_t EndOfWords(const std::string& strText, std::size_t nBegin)
     return nBegin;
 }
 
-/// The name that a line includes, without quotes or brackets; empty when it includes nothing.
+/// The name that a line includes, without quotes or brackets; empty if it includes nothing.
 std::string IncludeOf(const std::string& strLine)
 {
     constexpr const char* BLANKS = " \t";

@@ -21,7 +21,7 @@ std::vector<std::string> SourcesIn(const std::vector<std::string>& vecFolders);
 /// The sources of the libraries, the command-line program and the lab server.
 std::vector<std::string> ProductionSources();
 
-/// The text of a file. @param strFile its path from the root @throws std::runtime_error when it can't be read
+/// The text of a file. @param strFile its path from the root @throws std::runtime_error if it can't be read
 std::string TextOf(const std::string& strFile);
 
 std::vector<std::string> LinesOf(const std::string& strText);

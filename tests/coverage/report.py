@@ -2,7 +2,7 @@
 """Reads the counts of the tests of preset "coverage", prints a table and writes a page to build/coverage/html.
 
 A condition has two branches, true and false. A branch counts as covered if any test took it, in any program and
-template instantiation. Fails if too few are covered, or if uncovered.tsv, the list of those that are not, is not exact.
+template instantiation. Fails if too few are covered, or if uncovered.tsv, the list of uncovered branches, is not exact.
 """
 
 import collections

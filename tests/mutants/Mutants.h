@@ -62,7 +62,7 @@ constexpr bool Not(unsigned nMutant, bool bValue) noexcept
     return On(nMutant) ? !bValue : bValue;
 }
 
-/// A number is increased by one, a truth value negated, a time doubled.
+/// Changes a value: a number is increased by one, a bool is negated, a time is doubled.
 template <typename T>
 constexpr T Changed(unsigned nMutant, T value) noexcept
 {

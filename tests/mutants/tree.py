@@ -61,7 +61,7 @@ class Tree:
         self.number([pickle.loads((cache / keys[path]).read_bytes()) for path in sorted(units)])
 
     def key(self, path, arguments):
-        """A hash that changes with everything that a translation unit's places depend on."""
+        """A hash of everything on which the places of a translation unit depend."""
         digest = hashlib.sha256(" ".join(arguments).encode())
         finder = Path(__file__).with_name("points.py")
         headers = [h for h in self.tracked() if h.endswith(".h") and room_of(h)]

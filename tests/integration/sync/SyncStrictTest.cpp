@@ -19,7 +19,7 @@ enum class Permission { Allowed, Denied, NoAnswer };
 Permission MayStart(CUIAgentReq& agent, const QString& strIp, int nPort, int nTimeout,
                     const tagSRequestGetChannelCheckData& check, QString& strReason)
 {
-    agent.SetStrictWaits(true); // once would do: the answer to another channel's check counts for none
+    agent.SetStrictWaits(true); // needed once only: the answer to another channel's check is ignored
     bool bAllow = false;
     const bool bSucc = agent.SendGetChannelCheckDataEx(strIp, nPort, nTimeout, check, bAllow, strReason);
     const SBlockingOutcome outcome = agent.LastOutcome();

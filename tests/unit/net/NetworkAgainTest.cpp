@@ -96,7 +96,7 @@ TEST_F(NetworkAgain, WorksInOneApplicationAfterTheOther)
         std::vector<QPointer<QNetworkAccessManager>> vecManagers;
         InAnApplication([&] {
             PrepareNetwork();
-            EXPECT_FALSE(BlockingCall().IsRefused());
+            EXPECT_FALSE(NetworkCall().IsRefused());
             ExpectAnswers();
             vecManagers = Begin();
             EXPECT_TRUE(HasFailure() ||
@@ -158,14 +158,14 @@ TEST_F(NetworkAgain, ABlockingCallOnAnotherThreadEndsWithEachApplication)
         std::thread worker;
         InAnApplication([&] {
             worker = std::thread([&] {
-                const BlockingCall call;
+                const NetworkCall call;
                 if (call.IsRefused()) {
                     return refused.set_value(true);
                 }
                 QEventLoop loop;
                 const QPointer<NAManager> pManager = Send(m_silent, NAManager::METHOD_GET);
                 QTimer::singleShot(0, &loop, [&refused] { refused.set_value(false); });
-                BlockingCall::Run(loop);
+                NetworkCall::Run(loop);
                 EXPECT_TRUE(pManager.isNull());
             });
             EXPECT_FALSE(refused.get_future().get());
@@ -184,9 +184,9 @@ TEST_F(NetworkAgain, TheEndOfEachApplicationWaitsForACallThatHasJustBegun)
         std::thread worker;
         InAnApplication([&] {
             worker = std::thread([&] {
-                const BlockingCall call;
+                const NetworkCall call;
                 begun.set_value();
-                while (!BlockingCall().IsRefused() && !bGone) {
+                while (!NetworkCall().IsRefused() && !bGone) {
                     std::this_thread::yield();
                 }
                 std::this_thread::sleep_for(std::chrono::milliseconds(50)); // so that a hasty end shows
@@ -214,7 +214,7 @@ TEST_F(NetworkAgain, ARefusedCallEndsWhatItsThreadLeftBehind)
                 WatchInFlight(*pManager);
                 sent.set_value();
                 while (!bGone) {
-                    const bool bRefused = BlockingCall().IsRefused();
+                    const bool bRefused = NetworkCall().IsRefused();
                     EXPECT_TRUE(!bRefused || pManager.isNull());
                     std::this_thread::yield();
                 }
@@ -352,7 +352,7 @@ TEST_F(NetworkAgain, AHundredThousandManagersLeaveNothing)
                 NAManager manager(nullptr);
                 WatchInFlight(manager);
                 WatchInFlight(manager); // as for a second request
-                const BlockingCall call;
+                const NetworkCall call;
                 EXPECT_FALSE(call.IsRefused());
             }
         };
