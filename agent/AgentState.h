@@ -7,8 +7,8 @@
 #include <QMap>
 #include <QString>
 
-/// The state of `CUIAgentReq` that is not in its members. Compiled hosts depend on its memory layout, so no
-/// member may be added there.
+/// The state of `CUIAgentReq` outside its own members. Compiled hosts depend on the memory layout of that
+/// class, so it must not get further members.
 struct SAgentState {
     QMap<int, QString> mapEndpointOrigin; ///< for the paths that the settings set
     SBlockingOutcome lastOutcome;         ///< of the last call on the object's thread

@@ -38,9 +38,9 @@ void LogThrown(int nType, const char* szWhat) noexcept
 
 CUIAgentRsp* CUIAgentRsp::Instance()
 {
-    // Creates everything of Qt that a delivery uses before the instance exists, so that it is destroyed only
-    // after the instance: logging, and the type registry by which records are copied. Looking up any unknown
-    // name creates the registry.
+    // Before the instance exists, makes Qt create what deliveries need, so that it is destroyed only after
+    // the instance: logging, and the type registry by which records are copied. Looking up any unknown name
+    // creates the registry.
     PrepareLogging();
     QMetaType::type("CUIAgentRsp::Instance");
     alignas(CUIAgentRsp) static unsigned char storage[sizeof(CUIAgentRsp)];

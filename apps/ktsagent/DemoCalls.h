@@ -20,7 +20,7 @@ struct DemoCall {
     std::string strOperation;
     std::function<void(Arguments&)> fnFill; ///< sets the arguments other than the server's address
     Outcome eExpected;
-    int nExpectedStatus; ///< the server's HTTP status; `NO_REQUEST` if no request must arrive
+    int nExpectedStatus; ///< the server's HTTP status; `NO_REQUEST` if no request is expected
     /// The fault that the server causes for this call; the call's path replaces that of the fault.
     std::optional<LabFault> optFault = std::nullopt;
 };
