@@ -26,7 +26,8 @@ void MakePrivateFolders(const std::filesystem::path& path)
     }
     constexpr mode_t MODE = S_IRWXU;
     if (::mkdir(path.c_str(), MODE) == 0) {
-        // The umask may have removed rights of the owner too. If they stay removed, the use of the folder fails.
+        // The umask may have removed rights of the owner too. If they stay removed, the use of the folder
+        // fails.
         [[maybe_unused]] const int nStatus = ::fchmodat(AT_FDCWD, path.c_str(), MODE, AT_SYMLINK_NOFOLLOW);
     } else {
         const std::error_code failure(errno, std::generic_category());
