@@ -7,6 +7,7 @@
 #include <ktshttpagent/clog.h>
 
 #include <exception>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -40,13 +41,11 @@ bool Attempt(int nType, Step&& fnStep) noexcept
     return false;
 }
 
-/// Parses a reply, determines whether it is a success, and fills the header's result and message and the
-/// record.
+/// Fills the record, and the result and the message of the header.
 template <class Request>
-void Read(const std::string& body, const typename Request::Arguments* pAsked, SResponseHeader& header,
-          typename Request::Record& record)
+void Read(const typename Request::Reply& reply, const typename Request::Arguments* pAsked,
+          SResponseHeader& header, typename Request::Record& record)
 {
-    const typename Request::Reply reply(body);
     if constexpr (!std::is_same_v<typename Request::Record, NoRecord>) {
         Request::Read(reply, pAsked, record);
     }
@@ -78,8 +77,14 @@ void Decode(const HostCallBack& host, const std::string& body, int nType, void* 
         const auto* const pAsked = user.Get<Request>();
         SResponseHeader header;
         header.nCode = -1;
+        // Freed after the record: in the other order the heap returns memory to the system with each reply.
+        std::optional<typename Request::Reply> reply;
         typename Request::Record record;
-        if (!Attempt(nType, [&] { Read<Request>(body, pAsked, header, record); })) {
+        const bool bRead = Attempt(nType, [&] {
+            reply.emplace(body);
+            Read<Request>(*reply, pAsked, header, record);
+        });
+        if (!bRead) {
             ReadNothing<Request>(nType, pAsked, record);
         }
         if constexpr (!std::is_same_v<typename Request::Record, NoRecord>) {
