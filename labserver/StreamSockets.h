@@ -26,7 +26,7 @@ using socklen_t = int;
 constexpr Socket NO_SOCKET = -1;
 #endif
 
-/// A stream socket that programs started from here don't inherit; NO_SOCKET when there is none to be had.
+/// A stream socket that programs started from here don't inherit; NO_SOCKET when none can be made.
 Socket OpenStreamSocket();
 /// The next connection of a listening socket, NO_SOCKET when there will be none; not inherited either.
 Socket AcceptConnection(Socket nListener);
