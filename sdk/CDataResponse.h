@@ -20,8 +20,8 @@ using ResponseHandler = std::function<void(const std::string& body, int nType, v
 
 /// Receives every reply of the transport and routes it by its request type id.
 ///
-/// Threads: `CHttpCallBack` runs on the transport's delivering thread, and so does `JsonHeader`, which a
-/// decoder calls within it. Everything else runs on the host's threads.
+/// Threads: `CHttpCallBack` runs on the transport's delivering thread. `JsonHeader` may be called on any
+/// thread. Everything else runs on the host's threads.
 class CDataResponse
 {
 public:
@@ -46,7 +46,7 @@ public:
     /// data is freed. An exception of the handler reaches the caller.
     void CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError);
 
-    /// Does the same as `ReadEnvelope`, see there.
+    /// Does the same as `ReadEnvelope`, which the decoders call; a fixed member of the class.
     void JsonHeader(const std::string& body, Json::Value& root, int& nCode, std::string& strDescription);
 
 private:
