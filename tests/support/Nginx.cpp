@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
-#include <arpa/inet.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,19 +20,6 @@ namespace
 {
 
 constexpr const char* NGINX = "/usr/sbin/nginx";
-
-bool Connects(int nPort)
-{
-    const int nSocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = ::inet_addr(Nginx::ADDRESS);
-    address.sin_port = htons(static_cast<std::uint16_t>(nPort));
-    const bool bConnects =
-        ::connect(nSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    ::close(nSocket);
-    return bConnects;
-}
 
 void WriteConfiguration(const std::filesystem::path& path, const std::string& strServer)
 {
@@ -68,26 +55,36 @@ bool Nginx::IsInstalled()
 }
 
 Nginx::Nginx(const std::filesystem::path& folder, const std::string& strListen, const std::string& strServer)
-    : m_nPort(RefusingPort().Port()) // a port that was free a moment ago
 {
-    WriteConfiguration(folder / "nginx.conf", std::string("listen ") + ADDRESS + ":" +
-                                                  std::to_string(m_nPort) + strListen + ";\n" + strServer);
-    const std::string strFolder = folder.string() + '/';
-    const std::string strErrors = strFolder + "error.log";
-    const char* const arrArguments[] = {NGINX,        "-p", strFolder.c_str(), "-c",
-                                        "nginx.conf", "-e", strErrors.c_str(), nullptr};
-    if (::posix_spawn(&m_nProcess, NGINX, nullptr, nullptr, const_cast<char* const*>(arrArguments),
-                      environ) != 0) {
-        throw std::runtime_error("nginx does not start");
+    constexpr int TRIES = 5; // another process may take a port that was free a moment ago
+    for (int nTry = 0; nTry < TRIES; ++nTry) {
+        m_nPort = RefusingPort().Port();
+        WriteConfiguration(folder / "nginx.conf", std::string("listen ") + ADDRESS + ":" +
+                                                      std::to_string(m_nPort) + strListen + ";\n" +
+                                                      strServer);
+        Spawn(folder);
+        if (Listens(folder / "nginx.pid")) {
+            return;
+        }
     }
+    throw std::runtime_error("nginx does not start; see " + (folder / "error.log").string());
+}
+
+/// Waits until it listens, which it does before it writes this file, or ends because it can't.
+bool Nginx::Listens(const std::filesystem::path& pathPid) const
+{
     const auto tpEnd = std::chrono::steady_clock::now() + 30s;
-    while (!Connects(m_nPort)) {
+    while (!std::filesystem::exists(pathPid)) {
+        if (::waitpid(m_nProcess, nullptr, WNOHANG) != 0) {
+            return false;
+        }
         if (std::chrono::steady_clock::now() > tpEnd) {
             Stop();
-            throw std::runtime_error("nginx does not listen; see " + strErrors);
+            return false;
         }
         std::this_thread::sleep_for(5ms);
     }
+    return true;
 }
 
 Nginx::~Nginx()
@@ -95,7 +92,20 @@ Nginx::~Nginx()
     Stop();
 }
 
-void Nginx::Stop()
+void Nginx::Spawn(const std::filesystem::path& folder)
+{
+    const std::string strFolder = folder.string() + '/';
+    const std::string strErrors = strFolder + "error.log";
+    const char* const arrArguments[] = {NGINX,        "-p", strFolder.c_str(), "-c",
+                                        "nginx.conf", "-e", strErrors.c_str(), nullptr};
+    const int nError =
+        ::posix_spawn(&m_nProcess, NGINX, nullptr, nullptr, const_cast<char* const*>(arrArguments), environ);
+    if (nError != 0) {
+        throw std::system_error(nError, std::generic_category(), NGINX);
+    }
+}
+
+void Nginx::Stop() const
 {
     ::kill(m_nProcess, SIGTERM);
     ::waitpid(m_nProcess, nullptr, 0);

@@ -26,7 +26,7 @@ public:
     /// @param folder     holds its files, including certificates that the configuration names
     /// @param strListen  what follows the address in its `listen` line: " ssl"
     /// @param strServer  the rest of its `server` block
-    /// @throws std::runtime_error when it does not listen in time
+    /// @throws std::runtime_error when it does not start
     Nginx(const std::filesystem::path& folder, const std::string& strListen, const std::string& strServer);
     ~Nginx();
     Nginx(const Nginx&) = delete;
@@ -35,7 +35,9 @@ public:
     int Port() const { return m_nPort; }
 
 private:
-    void Stop();
+    void Spawn(const std::filesystem::path& folder);
+    bool Listens(const std::filesystem::path& pathPid) const;
+    void Stop() const;
 
     int m_nPort = 0;
     pid_t m_nProcess = 0;
