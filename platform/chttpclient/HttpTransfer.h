@@ -13,7 +13,7 @@
 namespace chttpclient
 {
 
-/// One exchange with its own libcurl handle. Used on the I/O thread only.
+/// One exchange with its own libcurl handle. Used by the leading thread only.
 ///
 /// A handle is never used for a second exchange: libcurl 7.88 keeps a pointer to the last header line of the
 /// previous reply, frees that line, and writes past its end if the next reply's header begins with a folded

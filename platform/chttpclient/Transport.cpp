@@ -1,7 +1,6 @@
 #include "Transport.h"
 
 #include "platform/system/Environment.h"
-#include "platform/system/QuietThread.h"
 
 #include <ktshttpagent/chttpclient.h>
 #include <ktshttpagent/clog.h>
@@ -37,8 +36,8 @@ Transport::Transport(Transport* pBeforeFork) : m_pBeforeFork(pBeforeFork)
 {
     if (pBeforeFork != nullptr) {
         pBeforeFork->UnlockAfterFork();
-        if (const auto pReceiver = pBeforeFork->m_delivery.Receiver()) {
-            m_delivery.SetReceiver(*pReceiver);
+        if (const auto pReceiver = pBeforeFork->m_workers.Receiver()) {
+            m_workers.SetReceiver(*pReceiver);
         }
     }
 }
@@ -47,8 +46,8 @@ Transport::Transport(Transport* pBeforeFork) : m_pBeforeFork(pBeforeFork)
 // for that stop.
 std::unique_lock<std::mutex> Transport::LockLife()
 {
-    return m_delivery.OnDeliveringThread() ? std::unique_lock<std::mutex>(m_mutexLife, std::try_to_lock)
-                                           : std::unique_lock<std::mutex>(m_mutexLife);
+    return m_workers.OnDeliveringThread() ? std::unique_lock<std::mutex>(m_mutexLife, std::try_to_lock)
+                                          : std::unique_lock<std::mutex>(m_mutexLife);
 }
 
 bool Transport::Start()
@@ -57,18 +56,14 @@ bool Transport::Start()
     if (!life) {
         return false;
     }
-    if (m_thread.joinable()) {
+    if (m_workers.IsStarted()) {
         return true;
     }
     try {
         if (!StartLibcurl()) {
             throw std::runtime_error("libcurl can't be initialised");
         }
-        m_delivery.Start();
-        auto pLoop = std::make_shared<TransferLoop>(ReadTransportSettings(), m_delivery);
-        m_thread = StartQuietThread([pLoop] { pLoop->Run(); });
-        const std::lock_guard<std::mutex> lock(m_mutexLoop);
-        m_pLoop = std::move(pLoop);
+        m_workers.Start(ReadTransportSettings());
         return true;
     } catch (const std::exception& error) {
         Log_Write(1, "chttpclient::CTransport::Start", __LINE__, "the transport can't start: %s",
@@ -77,27 +72,12 @@ bool Transport::Start()
     }
 }
 
-void Transport::StopLoop()
-{
-    std::shared_ptr<TransferLoop> pLoop;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutexLoop);
-        pLoop = m_pLoop;
-    }
-    if (pLoop != nullptr) {
-        pLoop->Drain();
-        m_thread.join();
-        const std::lock_guard<std::mutex> lock(m_mutexLoop);
-        m_pLoop.reset();
-    }
-}
-
 void Transport::Stop()
 {
     const std::unique_lock<std::mutex> life = LockLife();
     if (life) {
-        StopLoop();
-        m_delivery.Stop(Delivery::Clock::now() + CALLBACK_GRACE);
+        m_workers.Drain();
+        m_workers.Stop(Workers::Clock::now() + CALLBACK_GRACE);
     }
 }
 
@@ -105,8 +85,8 @@ void Transport::End()
 {
     const std::unique_lock<std::mutex> life = LockLife();
     if (life) {
-        StopLoop();
-        m_delivery.End(Delivery::Clock::now() + CALLBACK_GRACE);
+        m_workers.Drain();
+        m_workers.End(Workers::Clock::now() + CALLBACK_GRACE);
     }
 }
 
@@ -114,20 +94,7 @@ void Transport::Send(HttpExchange request)
 {
     ExchangeList exchange;
     exchange.push_back(std::move(request));
-    std::shared_ptr<TransferLoop> pLoop;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutexLoop);
-        pLoop = m_pLoop;
-    }
-    const std::size_t nOutstanding = m_delivery.AddOutstanding();
-    if (pLoop != nullptr && nOutstanding >= pLoop->Settings().nMaxOutstanding) {
-        exchange.front().nHttpError = CHttpOutcome::TooManyOutstanding;
-    } else if (pLoop == nullptr || !pLoop->Submit(exchange)) {
-        exchange.front().nHttpError = CHttpOutcome::NotRunning;
-    } else {
-        return;
-    }
-    m_delivery.Post(exchange);
+    m_workers.Send(std::move(exchange));
 }
 
 } // namespace chttpclient

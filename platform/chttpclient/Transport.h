@@ -1,20 +1,18 @@
 #pragma once
 
-#include "Delivery.h"
 #include "HttpExchange.h"
-#include "TransferLoop.h"
+#include "Workers.h"
 
-#include <memory>
 #include <mutex>
-#include <thread>
+#include <utility>
 
 namespace chttpclient
 {
 
-/// The transport: a transfer loop on the I/O thread, and the delivery of its results. It can be started and
-/// stopped repeatedly; a request sent while it is stopped is answered too, with a refusal.
+/// The transport: its workers, and when they run. It can be started and stopped repeatedly; a request sent
+/// while it is stopped is answered too, with a refusal.
 ///
-/// All operations may be called from any thread, including the delivering one.
+/// All operations may be called from any thread, also from within a receiver.
 class Transport
 {
 public:
@@ -33,24 +31,18 @@ public:
 
     /// @throws std::bad_alloc when there is no memory for the request, which is then not accepted
     void Send(HttpExchange request);
-    void SetReceiver(CHttpClientResponse fnReceiver) { m_delivery.SetReceiver(std::move(fnReceiver)); }
+    void SetReceiver(CHttpClientResponse fnReceiver) { m_workers.SetReceiver(std::move(fnReceiver)); }
 
     /// For a fork. The child has none of the threads, and its locks may be in any state, so it needs a new
     /// transport: a stopped one with the same receiver.
-    void LockForFork() { m_delivery.LockForFork(); }
-    void UnlockAfterFork() { m_delivery.UnlockAfterFork(); }
+    void LockForFork() { m_workers.LockForFork(); }
+    void UnlockAfterFork() { m_workers.UnlockAfterFork(); }
 
 private:
     std::unique_lock<std::mutex> LockLife();
-    void StopLoop();
 
-    std::mutex m_mutexLife; ///< one start or stop at a time; taken before m_mutexLoop
-    std::thread m_thread;
-
-    std::mutex m_mutexLoop; ///< guards the pointer
-    std::shared_ptr<TransferLoop> m_pLoop;
-
-    Delivery m_delivery;
+    std::mutex m_mutexLife; ///< one start or stop at a time
+    Workers m_workers;
     /// Not used after construction and never freed: what it holds belongs to the parent.
     [[maybe_unused]] Transport* const m_pBeforeFork;
 };

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Delivery.h"
 #include "HttpExchange.h"
 #include "HttpTransfer.h"
 #include "KeptConnections.h"
@@ -8,46 +7,48 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace chttpclient
 {
 
-/// The loop of the I/O thread. Requests wait in one lane per host; as many requests of a lane are in progress
-/// at once as a host may have connections. A request's time-out starts when it leaves its lane.
+/// All exchanges that were begun and have not ended. Requests wait in one lane per host; as many requests of
+/// a lane are in progress at once as a host may have connections. A request's time-out starts when it leaves
+/// its lane.
 ///
-/// `Submit` and `Drain` may be called from any thread; everything else belongs to the thread that calls
-/// `Run`.
-class TransferLoop
+/// Used by one thread at a time, except for `Wake` and `Settings`, which any thread may call.
+class Transfers
 {
 public:
-    /// @param delivery  gets every exchange when it is over; must outlive the loop
+    using Clock = std::chrono::steady_clock;
+
     /// @throws std::bad_alloc when libcurl can't create a handle
-    TransferLoop(const TransportSettings& settings, Delivery& delivery);
-    ~TransferLoop();
-    TransferLoop(const TransferLoop&) = delete;
-    TransferLoop& operator=(const TransferLoop&) = delete;
+    explicit Transfers(const TransportSettings& settings);
+    ~Transfers();
+    Transfers(const Transfers&) = delete;
+    Transfers& operator=(const Transfers&) = delete;
 
-    /// Takes an exchange over and wakes the loop.
-    /// @return false when the loop is draining and accepts no more exchanges; the list is then unchanged
-    bool Submit(ExchangeList& exchange);
+    /// Begins requests, goes on with those in flight, and returns what ended. If nothing did, it waits until
+    /// the network has something for the next round, until `Wake`, or until `tpCancel`. From that time on it
+    /// cancels everything.
+    ExchangeList Round(ExchangeList& incoming, Clock::time_point tpCancel);
 
-    /// Makes `Run` return once every request has its outcome. Requests without one when the drain time is
-    /// over are cancelled.
-    void Drain();
+    /// Whether any exchange has not ended.
+    bool AreInFlight() const { return !m_mapLane.empty(); }
 
-    /// Processes requests until the loop is drained.
-    void Run();
+    /// When a round must close idle connections; `time_point::max()` if there are none.
+    Clock::time_point CloseIdleAt() const { return m_tpCloseIdle; }
+
+    /// Ends the waiting of the present round, or else that of the next one.
+    void Wake() { curl_multi_wakeup(m_pMulti.get()); }
 
     const TransportSettings& Settings() const { return m_settings; }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     struct Lane {
         ExchangeList lstWaiting;
         std::size_t nActive = 0;
@@ -68,35 +69,29 @@ private:
         void operator()(CURLM* pMulti) const { curl_multi_cleanup(pMulti); }
     };
 
-    ExchangeList TakeIncoming();
+    void Perform();
     void Queue(ExchangeList& exchange);
     void FillLane(Lanes::iterator lane);
     void Begin(ExchangeList& exchange, Lanes::iterator lane);
     Slots MakeSlot();
-    bool CollectFinished();
+    void CollectFinished();
     CURLcode BeginAgain(Slot& slot);
     void End(Slot& slot, CURLcode eResult);
     void Refuse(ExchangeList& exchanges, CURLcode eReason);
     void CancelAll(CURLcode eReason);
-    bool Drained();
-    void Wait();
-    int WaitMilliseconds();
+    void CloseIdle();
+    void Wait(Clock::time_point tpEnd);
 
     const TransportSettings m_settings;
-    Delivery& m_delivery;
     std::unique_ptr<CURLSH, ShareCleanup> m_pShare; ///< TLS sessions, for the next connection to their server
     std::unique_ptr<CURLM, MultiCleanup> m_pMulti;
-
-    std::mutex m_mutex; ///< guards the next three members
-    ExchangeList m_lstIncoming;
-    bool m_bDraining = false;
-    Clock::time_point m_tpDrainEnd;
 
     KeptConnections m_kept;
     Clock::time_point m_tpCloseIdle = Clock::time_point::max(); ///< when to close idle connections
 
     Lanes m_mapLane; ///< the keys are made by `LaneKey`
     Slots m_lstActive;
+    ExchangeList m_lstFinished; ///< since the last round
 };
 
 } // namespace chttpclient

@@ -1,4 +1,4 @@
-#include "TransferLoop.h"
+#include "Transfers.h"
 
 #include "IdleConnections.h"
 #include "UrlParts.h"
@@ -16,14 +16,12 @@ namespace
 {
 
 constexpr long MAX_KEPT_CONNECTIONS = 64;
-constexpr int IDLE_WAIT_MS = 3'600'000; // a request or the drain wakes the loop sooner
-
 #if defined(_WIN32)
 // Windows reports only once that a socket is writable. If that is missed, as happens with large bodies, a
 // transfer continues only when all transfers are checked.
-constexpr int ACTIVE_WAIT_MS = 50;
+constexpr int LONGEST_WAIT_MS = 50;
 #else
-constexpr int ACTIVE_WAIT_MS = IDLE_WAIT_MS;
+constexpr int LONGEST_WAIT_MS = 3'600'000; // libcurl knows when it has something to do
 #endif
 
 /// Takes the first exchange off a list, as a list of its own.
@@ -36,9 +34,8 @@ ExchangeList TakeFirst(ExchangeList& exchanges)
 
 } // namespace
 
-TransferLoop::TransferLoop(const TransportSettings& settings, Delivery& delivery)
+Transfers::Transfers(const TransportSettings& settings)
     : m_settings(settings),
-      m_delivery(delivery),
       m_pShare(curl_share_init()),
       m_pMulti(curl_multi_init()),
       m_kept(settings.postIdle, MAX_KEPT_CONNECTIONS)
@@ -51,58 +48,39 @@ TransferLoop::TransferLoop(const TransportSettings& settings, Delivery& delivery
     curl_multi_setopt(m_pMulti.get(), CURLMOPT_MAXCONNECTS, MAX_KEPT_CONNECTIONS);
 }
 
-TransferLoop::~TransferLoop() = default;
+Transfers::~Transfers() = default;
 
-bool TransferLoop::Submit(ExchangeList& exchange)
+ExchangeList Transfers::Round(ExchangeList& incoming, Clock::time_point tpCancel)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    if (m_bDraining) {
-        return false;
+    if (Clock::now() >= tpCancel) {
+        CancelAll(CURLE_ABORTED_BY_CALLBACK);
+        Refuse(incoming, CURLE_ABORTED_BY_CALLBACK);
+        return std::exchange(m_lstFinished, {});
     }
-    const bool bFirst = m_lstIncoming.empty();
-    m_lstIncoming.splice(m_lstIncoming.end(), exchange);
-    lock.unlock(); // so that the loop does not wake up only to wait for it
-    if (bFirst) {  // the loop takes all waiting exchanges at once
-        curl_multi_wakeup(m_pMulti.get());
+    while (!incoming.empty()) {
+        ExchangeList exchange = TakeFirst(incoming);
+        Queue(exchange);
     }
-    return true;
-}
-
-void TransferLoop::Drain()
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_bDraining = true;
-    m_tpDrainEnd = Clock::now() + m_settings.drain;
-    curl_multi_wakeup(m_pMulti.get());
-}
-
-void TransferLoop::Run()
-{
-    while (!Drained()) {
-        for (ExchangeList incoming = TakeIncoming(); !incoming.empty();) {
-            ExchangeList exchange = TakeFirst(incoming);
-            Queue(exchange);
-        }
-        int nRunning = 0;
-        if (const CURLMcode eError = curl_multi_perform(m_pMulti.get(), &nRunning); eError != CURLM_OK) {
-            Log_Write(1, "chttpclient::CTransferLoop::Run", __LINE__, "curl_multi_perform: %s",
-                      curl_multi_strerror(eError));
-            CancelAll(CURLE_FAILED_INIT);
-        }
-        if (!CollectFinished()) { // if any finished, others may have begun: perform them first
-            Wait();
-        }
+    CloseIdle();
+    Perform();
+    if (m_lstFinished.empty() && AreInFlight()) { // if any ended, others may have begun: perform them first
+        Wait(std::min(tpCancel, m_tpCloseIdle));
     }
-    CancelAll(CURLE_ABORTED_BY_CALLBACK);
+    return std::exchange(m_lstFinished, {});
 }
 
-ExchangeList TransferLoop::TakeIncoming()
+void Transfers::Perform()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return std::exchange(m_lstIncoming, {});
+    int nRunning = 0;
+    if (const CURLMcode eError = curl_multi_perform(m_pMulti.get(), &nRunning); eError != CURLM_OK) {
+        Log_Write(1, "chttpclient::CTransferLoop::Run", __LINE__, "curl_multi_perform: %s",
+                  curl_multi_strerror(eError));
+        CancelAll(CURLE_FAILED_INIT);
+    }
+    CollectFinished();
 }
 
-void TransferLoop::Queue(ExchangeList& exchange)
+void Transfers::Queue(ExchangeList& exchange)
 {
     try {
         const auto lane = m_mapLane.try_emplace(LaneKey(exchange.front().strUrl)).first;
@@ -114,7 +92,7 @@ void TransferLoop::Queue(ExchangeList& exchange)
 }
 
 /// Starts as many requests as the lane has room for, and removes the lane when it is empty.
-void TransferLoop::FillLane(Lanes::iterator lane)
+void Transfers::FillLane(Lanes::iterator lane)
 {
     Lane& requests = lane->second;
     while (!requests.lstWaiting.empty() && requests.nActive < m_settings.nHostConnections) {
@@ -126,7 +104,7 @@ void TransferLoop::FillLane(Lanes::iterator lane)
     }
 }
 
-void TransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
+void Transfers::Begin(ExchangeList& exchange, Lanes::iterator lane)
 {
     Slots slot = MakeSlot();
     if (slot.empty()) {
@@ -139,8 +117,7 @@ void TransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
         eBegin = CURLE_FAILED_INIT;
     }
     if (eBegin != CURLE_OK) {
-        ExchangeList refused = transfer.Finish(eBegin);
-        m_delivery.Post(refused);
+        m_lstFinished.splice(m_lstFinished.end(), transfer.Finish(eBegin));
         return;
     }
     ++lane->second.nActive;
@@ -150,7 +127,7 @@ void TransferLoop::Begin(ExchangeList& exchange, Lanes::iterator lane)
 }
 
 /// A list of one new transfer; empty if there is no memory for it.
-TransferLoop::Slots TransferLoop::MakeSlot()
+Transfers::Slots Transfers::MakeSlot()
 {
     Slots slot;
     try {
@@ -161,10 +138,9 @@ TransferLoop::Slots TransferLoop::MakeSlot()
     return slot;
 }
 
-/// Ends every exchange that libcurl reports as done. Returns whether there was any.
-bool TransferLoop::CollectFinished()
+/// Ends every exchange that libcurl reports as done.
+void Transfers::CollectFinished()
 {
-    bool bAny = false;
     int nLeft = 0;
     while (const CURLMsg* const pMessage = curl_multi_info_read(m_pMulti.get(), &nLeft)) {
         if (pMessage->msg != CURLMSG_DONE) {
@@ -172,7 +148,6 @@ bool TransferLoop::CollectFinished()
         }
         CURLcode eResult = pMessage->data.result; // removing the handle invalidates the message
         Slot& slot = *static_cast<Slot*>(HttpTransfer::Of(pMessage->easy_handle));
-        bAny = true;
         if (slot.NeedsNewConnection()) {
             eResult = BeginAgain(slot);
             if (eResult == CURLE_OK) {
@@ -183,11 +158,10 @@ bool TransferLoop::CollectFinished()
         End(slot, eResult);
         FillLane(lane);
     }
-    return bAny;
 }
 
 /// Starts a request again on a new connection.
-CURLcode TransferLoop::BeginAgain(Slot& slot)
+CURLcode Transfers::BeginAgain(Slot& slot)
 {
     curl_multi_remove_handle(m_pMulti.get(), slot.Handle());
     const CURLcode eBegin = slot.BeginOnNewConnection();
@@ -196,26 +170,25 @@ CURLcode TransferLoop::BeginAgain(Slot& slot)
     return bAdded || eBegin != CURLE_OK ? eBegin : CURLE_FAILED_INIT;
 }
 
-void TransferLoop::End(Slot& slot, CURLcode eResult)
+void Transfers::End(Slot& slot, CURLcode eResult)
 {
     slot.NoteIdleConnection();
     m_tpCloseIdle = Clock::now() + std::chrono::seconds(MAX_IDLE_SECONDS);
     curl_multi_remove_handle(m_pMulti.get(), slot.Handle());
     --slot.lane->second.nActive;
-    ExchangeList finished = slot.Finish(eResult);
+    m_lstFinished.splice(m_lstFinished.end(), slot.Finish(eResult));
     m_lstActive.erase(slot.place);
-    m_delivery.Post(finished);
 }
 
-void TransferLoop::Refuse(ExchangeList& exchanges, CURLcode eReason)
+void Transfers::Refuse(ExchangeList& exchanges, CURLcode eReason)
 {
     for (HttpExchange& exchange : exchanges) {
         exchange.nHttpError = -static_cast<int>(eReason);
     }
-    m_delivery.Post(exchanges);
+    m_lstFinished.splice(m_lstFinished.end(), exchanges);
 }
 
-void TransferLoop::CancelAll(CURLcode eReason)
+void Transfers::CancelAll(CURLcode eReason)
 {
     while (!m_lstActive.empty()) {
         End(m_lstActive.front(), eReason);
@@ -224,42 +197,28 @@ void TransferLoop::CancelAll(CURLcode eReason)
         Refuse(lane.lstWaiting, eReason);
     }
     m_mapLane.clear();
-    ExchangeList incoming = TakeIncoming();
-    Refuse(incoming, eReason);
 }
 
-/// Whether the loop must end: it is draining, and nothing is left or the drain time is over.
-bool TransferLoop::Drained()
+/// Closes idle connections if their time has come.
+void Transfers::CloseIdle()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    const bool bNothingLeft = m_lstIncoming.empty() && m_mapLane.empty();
-    return m_bDraining && (bNothingLeft || Clock::now() >= m_tpDrainEnd);
-}
-
-int TransferLoop::WaitMilliseconds()
-{
-    Clock::time_point tpWake = m_tpCloseIdle;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        tpWake = m_bDraining ? std::min(tpWake, m_tpDrainEnd) : tpWake;
+    if (Clock::now() >= m_tpCloseIdle) {
+        m_tpCloseIdle = Clock::time_point::max();
+        CloseIdleConnections(m_pMulti.get(), MAX_IDLE_SECONDS - 1); // minus a tolerance between two clocks
     }
-    const int nLongest = m_lstActive.empty() ? IDLE_WAIT_MS : ACTIVE_WAIT_MS;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(tpWake - Clock::now());
-    return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, nLongest));
 }
 
-void TransferLoop::Wait()
+void Transfers::Wait(Clock::time_point tpEnd)
 {
-    const CURLMcode eError = curl_multi_poll(m_pMulti.get(), nullptr, 0, WaitMilliseconds(), nullptr);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(tpEnd - Clock::now());
+    const auto nMilliseconds = std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, LONGEST_WAIT_MS);
+    const CURLMcode eError =
+        curl_multi_poll(m_pMulti.get(), nullptr, 0, static_cast<int>(nMilliseconds), nullptr);
     if (eError != CURLM_OK) {
         Log_Write(1, "chttpclient::CTransferLoop::Wait", __LINE__, "curl_multi_poll: %s",
                   curl_multi_strerror(eError));
         CancelAll(CURLE_FAILED_INIT);
         std::this_thread::sleep_for(std::chrono::milliseconds(100)); // no busy loop, whatever is wrong
-    }
-    if (Clock::now() >= m_tpCloseIdle) {
-        m_tpCloseIdle = Clock::time_point::max();
-        CloseIdleConnections(m_pMulti.get(), MAX_IDLE_SECONDS - 1); // minus a tolerance between two clocks
     }
 }
 
