@@ -210,6 +210,20 @@ TEST_F(TransportIdleConnection, IsClosedThoughNoRequestComesEachTime)
     RepliesAfterShutdown(TIMES);
 }
 
+// The thread that would close it is in the receiver.
+TEST_F(TransportIdleConnection, IsClosedThoughAReceiverBlocks)
+{
+    Gate gate;
+    CHttpClientSetResponseCallBack(
+        [&gate](const std::string&, int, void*, int) { EXPECT_TRUE(gate.Wait()); });
+    ASSERT_TRUE(CHttpClientInit());
+    const ScriptedServer server(Ok());
+    Get(server.Url("/"));
+    EXPECT_TRUE(server.WaitForClosed(1));
+    gate.Open();
+    CHttpClientUnInit();
+}
+
 // When a kept connection dies, libcurl sends its query again by itself: here on another kept connection, on
 // which the server has sent unsolicited bytes. So the query moves to a new connection, within its original
 // time-out.
