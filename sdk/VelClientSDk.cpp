@@ -19,7 +19,7 @@ IVelClientSDk::~IVelClientSDk() = default;
 
 VelClientSDk::VelClientSDk()
 {
-    ReplyLimitsInForce(); // read now, because on the delivering thread this might happen while the host
+    ReplyLimitsInForce(); // read now, because on a thread of the transport this might happen while the host
                           // changes its environment
     std::vector<std::string> vecComplaints;
     ReadReplyLimits(vecComplaints);

@@ -4,9 +4,10 @@
 /// `CUIAgentRsp`, which hands results to a host: one signal for each asynchronous request of CUIAgentReq.h.
 /// Include ResultVariants.h to take a record out of a variant; ResultRecords.h describes the records.
 ///
-/// Threads: signals are emitted on the transport's delivering thread, with one exception, see `CUIAgentRsp`.
-/// A receiver that is connected with a context object gets them queued to that object's thread. Ownership:
-/// the library owns the object of `Instance()` until the process ends; the arguments of a signal are copies.
+/// Threads: signals are emitted one at a time on the transport's threads, with one exception, see
+/// `CUIAgentRsp`. A receiver that is connected with a context object gets them queued to that object's
+/// thread. Ownership: the library owns the object of `Instance()` until the process ends; the arguments of a
+/// signal are copies.
 
 #include "KtsExport.h"
 
@@ -20,7 +21,8 @@
 /// Call `Instance()` and connect before the first request is sent: results that come before this object
 /// exists are lost.
 ///
-/// Threads: signals are emitted on the delivering thread of the transport, with one exception: if a report
+/// Threads: signals are emitted one at a time, in the order in which the answers came, on the delivering
+/// thread: one of the transport's two threads, not always the same one. There is one exception: if a report
 /// can't be sent (see `CUIAgentReq::SendPostReportChlStatus`), its answer is emitted within that call, on the
 /// caller's thread. With Qt's automatic connection a receiver that lives in another thread gets them queued,
 /// through its event loop. A receiver without a thread of its own (a lambda without context) runs on the

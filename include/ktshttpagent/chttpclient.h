@@ -2,15 +2,18 @@
 
 /// @file
 /// An asynchronous HTTP transport: requests may be sent from any thread, replies come back through one
-/// callback on one delivering thread. It is a shared library of its own; a site may replace it with another
-/// one that has the same interface.
+/// callback, one at a time. It is a shared library of its own; a site may replace it with another one that
+/// has the same interface.
 ///
 /// Most hosts use CUIAgentReq.h instead, which does all this for them. This header is for hosts that send
 /// requests of their own, and for authors of a replacement.
 ///
-/// Threads: every function may be called from any thread, also from within the callback. The callback runs on
-/// the delivering thread, one reply at a time. Ownership: texts are copied when a request is sent. The user
-/// pointer is never dereferenced; `CHttpClientSendRequest` documents who owns what it points to, and when.
+/// Threads: every function may be called from any thread, also from within the callback. There is one
+/// callback at a time, in the order in which the exchanges ended, and never on the thread that sent the
+/// request (but see `CHttpClientSetResponseCallBack`). It runs on one of the transport's two threads, not
+/// always the same one; "the delivering thread" is the one that it runs on at the moment. Ownership: texts
+/// are copied when a request is sent. The user pointer is never dereferenced; `CHttpClientSendRequest`
+/// documents who owns what it points to, and when.
 ///
 /// @par What is promised
 /// - Every request gets exactly one callback, whatever happens to it.
@@ -156,7 +159,9 @@ CHTTPCLIENT_API bool CHttpClientInit();
 /// ended in the same way when the process ends.
 CHTTPCLIENT_API void CHttpClientUnInit();
 
-/// Registers the receiver of all replies; it replaces an earlier one. It is called on the delivering thread.
+/// Registers the receiver of all replies; it replaces an earlier one. It is called on one of the transport's
+/// threads; only where no thread can be started, or after the end of the process has begun, is a refused
+/// request's callback made within `CHttpClientSendRequest`.
 CHTTPCLIENT_API void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse);
 
 /// Sends a request; returns at once. May be called from any thread, also from within the callback.

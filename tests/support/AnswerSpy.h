@@ -11,7 +11,7 @@
 #include <vector>
 
 /// Records the answers that a signal of `CUIAgentRsp` brings, each as the list of its arguments. The signal
-/// is emitted on the delivering thread, where a QSignalSpy would write while the test reads; this class
+/// is emitted on a thread of the transport, where a QSignalSpy would write while the test reads; this class
 /// records the answers on the thread that created it.
 class AnswerSpy
 {
