@@ -127,36 +127,48 @@ Latencies LatencyOfBareCurl(const Load& load)
     return laps.Microseconds();
 }
 
-// What the threads cost without the library: host, network and delivering thread pass a request on by
-// semaphores, and do nothing else.
-Latencies LatencyOfBareHandOvers(const Load& load)
+// What the second thread costs without the library: it sleeps until the host's thread has a request for it.
+Latencies LatencyOfBareHandOver(const Load& load)
 {
     QSemaphore sent;
     QSemaphore replied;
-    QSemaphore delivered;
     bool bSucceeded = true;
+    Stopwatch watch;
+    Latencies vecLatency;
     std::thread network([&] {
         const Easy pEasy = MakeEasy("127.0.0.1", load.nPort);
         for (std::size_t nRequest = 0; nRequest < load.nCount; ++nRequest) {
             sent.acquire();
-            bSucceeded = bSucceeded && IsOk(pEasy.get(), curl_easy_perform(pEasy.get()));
+            bSucceeded = IsOk(pEasy.get(), curl_easy_perform(pEasy.get())) && bSucceeded;
+            vecLatency.push_back(watch.Microseconds());
             replied.release();
         }
     });
-    std::thread delivering([&] {
-        for (std::size_t nRequest = 0; nRequest < load.nCount; ++nRequest) {
-            replied.acquire();
-            delivered.release();
-        }
-    });
-    Laps laps;
     for (std::size_t nRequest = 0; nRequest < load.nCount; ++nRequest) {
+        watch = Stopwatch();
         sent.release();
-        delivered.acquire();
-        laps.Next();
+        replied.acquire();
     }
     network.join();
-    delivering.join();
     ThrowUnless(bSucceeded);
-    return laps.Microseconds();
+    vecLatency.erase(vecLatency.begin());
+    return vecLatency;
+}
+
+double ProcessorTimeOfBareLoop(const Load& load)
+{
+    constexpr int WAIT_MS = 10'000;
+    const Easy pEasy = MakeEasy("127.0.0.1", load.nPort);
+    const Multi pMulti(curl_multi_init());
+    return ProcessorTimeOfSparse(load.nCount, [&] {
+        curl_multi_add_handle(pMulti.get(), pEasy.get());
+        int nRunning = 1;
+        while (curl_multi_perform(pMulti.get(), &nRunning) == CURLM_OK && nRunning != 0) {
+            curl_multi_poll(pMulti.get(), nullptr, 0, WAIT_MS, nullptr);
+        }
+        int nLeft = 0;
+        const CURLMsg* const pMessage = curl_multi_info_read(pMulti.get(), &nLeft);
+        ThrowUnless(pMessage != nullptr && IsOk(pEasy.get(), pMessage->data.result));
+        curl_multi_remove_handle(pMulti.get(), pEasy.get());
+    });
 }

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
+#include <ctime>
+#include <thread>
 #include <vector>
 
 /// Measures the time since it was made.
@@ -43,3 +46,24 @@ private:
     Stopwatch m_lap;
     std::vector<double> m_vecMicroseconds;
 };
+
+/// Calls a function 20 times a second, and measures the processor time that the whole process takes
+/// meanwhile. The first calls are not counted.
+/// @return microseconds a call
+template <class Function>
+double ProcessorTimeOfSparse(std::size_t nCount, Function fnCall)
+{
+    constexpr std::size_t NOT_COUNTED = 10;
+    constexpr std::chrono::milliseconds PERIOD{50};
+    std::clock_t nBefore = 0;
+    auto tpNext = std::chrono::steady_clock::now();
+    for (std::size_t nCall = 0; nCall < NOT_COUNTED + nCount; ++nCall, tpNext += PERIOD) {
+        std::this_thread::sleep_until(tpNext);
+        if (nCall == NOT_COUNTED) {
+            nBefore = std::clock();
+        }
+        fnCall();
+    }
+    std::this_thread::sleep_until(tpNext);
+    return static_cast<double>(std::clock() - nBefore) * 1e6 / CLOCKS_PER_SEC / static_cast<double>(nCount);
+}

@@ -55,29 +55,36 @@ void ExchangeQueued(const Load& load, std::size_t nOutstanding, Function fnAnswe
     ThrowUnless(bAllSucceeded);
 }
 
-/// Sends from the host's thread, which runs no event loop but waits for the receiver on the delivering
-/// thread.
-/// @param fnFree  called before each request is sent, as soon as fewer than `nOutstanding` are outstanding
-template <class Function>
-void ExchangeDirect(const Load& load, std::size_t nOutstanding, Function fnFree)
+/// Sends from the host's thread, which runs no event loop, and receives on the delivering thread.
+class DirectHost
 {
-    QSemaphore free(static_cast<int>(nOutstanding));
-    std::atomic<bool> bAllSucceeded{true};
-    const auto onAnswer = [&](bool bSucc) {
-        bAllSucceeded = bAllSucceeded && bSucc;
-        free.release();
-    };
-    const auto connection =
-        QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetSupportVerRet, onAnswer);
-    for (std::size_t nSent = 0; nSent < load.nCount; ++nSent) {
-        free.acquire();
-        fnFree();
-        Send(load.nPort);
+public:
+    /// @param fnReceived  called on the delivering thread, once for each answer
+    template <class Function>
+    DirectHost(int nPort, Function fnReceived)
+        : m_nPort(nPort),
+          m_connection(QObject::connect(CUIAgentRsp::Instance(), &CUIAgentRsp::SigGetSupportVerRet,
+                                        [this, fnReceived](bool bSucc) {
+                                            fnReceived();
+                                            m_bAllSucceeded = m_bAllSucceeded && bSucc;
+                                            m_answered.release();
+                                        }))
+    {
     }
-    free.acquire(static_cast<int>(nOutstanding));
-    QObject::disconnect(connection);
-    ThrowUnless(bAllSucceeded);
-}
+    ~DirectHost() { QObject::disconnect(m_connection); }
+    DirectHost(const DirectHost&) = delete;
+    DirectHost& operator=(const DirectHost&) = delete;
+
+    void SendOne() { Send(m_nPort); }
+    void WaitForOne() { m_answered.acquire(); }
+    void ThrowUnlessAllSucceeded() const { ThrowUnless(m_bAllSucceeded); }
+
+private:
+    const int m_nPort;
+    QSemaphore m_answered;
+    std::atomic<bool> m_bAllSucceeded{true};
+    const QMetaObject::Connection m_connection;
+};
 
 } // namespace
 
@@ -91,7 +98,17 @@ double RateOfAgent(const Load& load)
 double RateOfAgentDirect(const Load& load)
 {
     const Stopwatch watch;
-    ExchangeDirect(load, MAX_OUTSTANDING, [] {});
+    DirectHost host(load.nPort, [] {});
+    for (std::size_t nSent = 0; nSent < load.nCount; ++nSent) {
+        if (nSent >= MAX_OUTSTANDING) {
+            host.WaitForOne();
+        }
+        host.SendOne();
+    }
+    for (std::size_t nLeft = std::min(MAX_OUTSTANDING, load.nCount); nLeft > 0; --nLeft) {
+        host.WaitForOne();
+    }
+    host.ThrowUnlessAllSucceeded();
     return static_cast<double>(load.nCount) / watch.Seconds();
 }
 
@@ -104,9 +121,28 @@ Latencies LatencyOfAgent(const Load& load)
 
 Latencies LatencyOfAgentDirect(const Load& load)
 {
-    Laps laps;
-    ExchangeDirect(load, 1, [&laps] { laps.Next(); });
-    return laps.Microseconds();
+    Stopwatch watch;
+    Latencies vecLatency;
+    DirectHost host(load.nPort, [&] { vecLatency.push_back(watch.Microseconds()); });
+    for (std::size_t nSent = 0; nSent < load.nCount; ++nSent) {
+        watch = Stopwatch();
+        host.SendOne();
+        host.WaitForOne();
+    }
+    host.ThrowUnlessAllSucceeded();
+    vecLatency.erase(vecLatency.begin());
+    return vecLatency;
+}
+
+double ProcessorTimeOfAgent(const Load& load)
+{
+    DirectHost host(load.nPort, [] {});
+    const double fMicroseconds = ProcessorTimeOfSparse(load.nCount, [&host] { host.SendOne(); });
+    for (std::size_t nAnswer = 0; nAnswer < load.nCount; ++nAnswer) {
+        host.WaitForOne();
+    }
+    host.ThrowUnlessAllSucceeded();
+    return fMicroseconds;
 }
 
 Latencies LatencyOfSyncSender(const Load& load)

@@ -32,10 +32,10 @@ double Quantile(Latencies vecSorted, double fShare)
     return vecSorted.at(static_cast<std::size_t>(fShare * static_cast<double>(vecSorted.size() - 1)));
 }
 
-template <double (*fnRate)(const Load&)>
-Figures Rate(const Arguments& vecArguments)
+template <double (*fnMeasure)(const Load&)>
+Figures Single(const Arguments& vecArguments)
 {
-    return {fnRate(LoadOf(vecArguments))};
+    return {fnMeasure(LoadOf(vecArguments))};
 }
 
 template <Latencies (*fnLatency)(const Load&)>
@@ -59,14 +59,16 @@ Figures StartUp(const Arguments& vecArguments)
 }
 
 const std::map<std::string, std::function<Figures(const Arguments&)>> MEASUREMENTS{
-    {"rate-agent", Rate<RateOfAgent>},
-    {"rate-agent-direct", Rate<RateOfAgentDirect>},
-    {"rate-bare", Rate<RateOfBareLoop>},
-    {"rate-qt", Rate<RateOfQt>},
+    {"rate-agent", Single<RateOfAgent>},
+    {"rate-agent-direct", Single<RateOfAgentDirect>},
+    {"rate-bare", Single<RateOfBareLoop>},
+    {"rate-qt", Single<RateOfQt>},
     {"latency-agent", MedianAndTail<LatencyOfAgent>},
     {"latency-agent-direct", MedianAndTail<LatencyOfAgentDirect>},
     {"latency-bare", MedianAndTail<LatencyOfBareCurl>},
-    {"latency-hops", MedianAndTail<LatencyOfBareHandOvers>},
+    {"latency-hand-over", MedianAndTail<LatencyOfBareHandOver>},
+    {"processor-agent", Single<ProcessorTimeOfAgent>},
+    {"processor-bare", Single<ProcessorTimeOfBareLoop>},
     {"sync-agent", MedianAndTail<LatencyOfSyncSender>},
     {"sync-qt", MedianAndTail<LatencyOfOneShotQt>},
     {"in-flight-agent", InFlight<BytesInFlightOfAgent>},
