@@ -4,6 +4,8 @@ add_library(spdlog::spdlog INTERFACE IMPORTED)
 target_include_directories(spdlog::spdlog INTERFACE ${KTS_WINDOWS_PREFIX}/include)
 # Wide file names: the name of a user's folder may contain any characters.
 target_compile_definitions(spdlog::spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY SPDLOG_WCHAR_FILENAMES)
+add_library(kts_spdlog INTERFACE)
+target_link_libraries(kts_spdlog INTERFACE spdlog::spdlog)
 
 add_library(CLI11::CLI11 INTERFACE IMPORTED)
 target_include_directories(CLI11::CLI11 INTERFACE ${KTS_WINDOWS_PREFIX}/include)
