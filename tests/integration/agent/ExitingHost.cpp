@@ -114,18 +114,14 @@ void SendAtTheEnd(bool bFirst, bool bBefore)
     PrepareOwnNetwork();
 }
 
-const std::vector<HostKind>& Special()
+/// The process ends on another thread while calls wait.
+std::vector<HostKind> ExitsBesideWaitingCalls()
 {
-    static const auto& vecKinds = *new std::vector<HostKind>{
+    return {
         {"exit-on-another-thread-while-answers-come",
          [] {
              ExitOnAnotherThread(UpTo(30));
              CheckForEver(AnsweringPort());
-         }},
-        {"exit-on-another-thread-as-the-first-call-begins",
-         [] {
-             ExitOnAnotherThread(UpTo(3));
-             CheckForEver(SilentPort());
          }},
         {"exit-on-another-thread-during-nested-calls",
          [] {
@@ -137,6 +133,24 @@ const std::vector<HostKind>& Special()
          [] {
              ExitOnAnotherThread(UpTo(60));
              FromTheLoop(UpTo(10), [] { QEventLoop().exec(); });
+             CheckForEver(SilentPort());
+         }},
+        {"exit-on-another-thread-during-a-slot-of-the-host",
+         [] {
+             ExitOnAnotherThread(UpTo(30));
+             FromTheLoop(UpTo(10), [] { std::this_thread::sleep_for(std::chrono::milliseconds(40)); });
+             CheckForEver(SilentPort());
+         }},
+    };
+}
+
+/// The process ends on another thread at a certain moment of a call.
+std::vector<HostKind> ExitsBesideOneCall()
+{
+    return {
+        {"exit-on-another-thread-as-the-first-call-begins",
+         [] {
+             ExitOnAnotherThread(UpTo(3));
              CheckForEver(SilentPort());
          }},
         {"exit-on-another-thread-during-the-pause",
@@ -153,6 +167,20 @@ const std::vector<HostKind>& Special()
              Check(SilentPort(), 1);
              QCoreApplication::exec();
          }},
+        {"exit-on-another-thread-during-a-handshake",
+         [] {
+             ExitOnAnotherThread(UpTo(60));
+             const QString strUrl = QStringLiteral("https://127.0.0.1:%1/").arg(SilentPort());
+             CUIAgentReq::Instance()->SendPostReportCycleDataEx(strUrl, LONG_MS, "");
+             CheckForEver(SilentPort());
+         }},
+    };
+}
+
+/// The process ends on the thread of the calls.
+std::vector<HostKind> ExitsInMain()
+{
+    return {
         {"exit-in-a-timer-slot-during-nested-calls",
          [] {
              NestedCalls([] { Exit(); });
@@ -164,19 +192,6 @@ const std::vector<HostKind>& Special()
              Exit();
          },
          true},
-        {"exit-on-another-thread-during-a-handshake",
-         [] {
-             ExitOnAnotherThread(UpTo(60));
-             const QString strUrl = QStringLiteral("https://127.0.0.1:%1/").arg(SilentPort());
-             CUIAgentReq::Instance()->SendPostReportCycleDataEx(strUrl, LONG_MS, "");
-             CheckForEver(SilentPort());
-         }},
-        {"exit-on-another-thread-during-a-slot-of-the-host",
-         [] {
-             ExitOnAnotherThread(UpTo(30));
-             FromTheLoop(UpTo(10), [] { std::this_thread::sleep_for(std::chrono::milliseconds(40)); });
-             CheckForEver(SilentPort());
-         }},
         {"exit-in-main-and-a-call-before-the-library-ends",
          [] {
              Check(AnsweringPort());
@@ -189,47 +204,37 @@ const std::vector<HostKind>& Special()
              CallAtTheEnd();
              NoteTheEnd();
          }},
-        {"exit-in-main-and-a-first-request-before-the-network-ends",
-         [] {
-             SendAtTheEnd(true, true);
-             Exit();
-         }},
-        {"exit-in-main-and-a-first-request-after-the-network-ends",
-         [] {
-             SendAtTheEnd(true, false);
-             Exit();
-         }},
-        {"exit-in-main-and-a-further-request-before-the-network-ends",
-         [] {
-             SendAtTheEnd(false, true);
-             Exit();
-         }},
-        {"exit-in-main-and-a-further-request-after-the-network-ends",
-         [] {
-             SendAtTheEnd(false, false);
-             Exit();
-         }},
-        {"return-from-main-and-a-first-request-before-the-network-ends",
-         [] {
-             SendAtTheEnd(true, true);
-             NoteTheEnd();
-         }},
-        {"return-from-main-and-a-first-request-after-the-network-ends",
-         [] {
-             SendAtTheEnd(true, false);
-             NoteTheEnd();
-         }},
-        {"return-from-main-and-a-further-request-before-the-network-ends",
-         [] {
-             SendAtTheEnd(false, true);
-             NoteTheEnd();
-         }},
-        {"return-from-main-and-a-further-request-after-the-network-ends",
-         [] {
-             SendAtTheEnd(false, false);
-             NoteTheEnd();
-         }},
     };
+}
+
+/// The process ends, and a static object makes a request of its own afterwards.
+std::vector<HostKind> EndsWithALateRequest()
+{
+    std::vector<HostKind> vecKinds;
+    for (const bool bExit : {true, false}) {
+        for (const bool bFirst : {true, false}) {
+            for (const bool bBefore : {true, false}) {
+                vecKinds.push_back({std::string(bExit ? "exit-in-main" : "return-from-main") + "-and-a-" +
+                                        (bFirst ? "first" : "further") + "-request-" +
+                                        (bBefore ? "before" : "after") + "-the-network-ends",
+                                    [=] {
+                                        SendAtTheEnd(bFirst, bBefore);
+                                        bExit ? Exit() : NoteTheEnd();
+                                    }});
+            }
+        }
+    }
+    return vecKinds;
+}
+
+std::vector<HostKind> AllKinds()
+{
+    std::vector<HostKind> vecKinds;
+    for (const auto fnKinds : {&ExitsBesideWaitingCalls, &ExitsBesideOneCall, &ExitsInMain,
+                               &EndsWithALateRequest, &EndsDuringWork}) {
+        const std::vector<HostKind> vecMore = fnKinds();
+        vecKinds.insert(vecKinds.end(), vecMore.begin(), vecMore.end());
+    }
     return vecKinds;
 }
 
@@ -240,10 +245,7 @@ int main(int argc, char** argv)
     const std::string strKind = argc < 2 ? "" : argv[1];
     g_random.seed(argc < 3 ? 1
                            : static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) * 2'654'435'761U + 1);
-    std::vector<HostKind> vecKinds = Special();
-    const std::vector<HostKind> vecMore = EndsDuringWork();
-    vecKinds.insert(vecKinds.end(), vecMore.begin(), vecMore.end());
-    for (const HostKind& kind : vecKinds) {
+    for (const HostKind& kind : AllKinds()) {
         if (strKind == "kinds") {
             std::puts(kind.strName.c_str());
         } else if (strKind == kind.strName) {
