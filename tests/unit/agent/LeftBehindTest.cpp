@@ -108,6 +108,18 @@ TEST_F(ARequestLeftBehind, OutlivesWhatWatchesItUpToItsDeadline)
     ExpectGone(pManager);
 }
 
+TEST_F(ARequestLeftBehind, IsGivenUpEvenIfWhatWatchesItGoesAfterItsDeadline)
+{
+    const QPointer<SlowManager> pManager = Leave(SOON_MS);
+    const QDeadlineTimer afterwards(2 * SOON_MS);
+    while (!afterwards.hasExpired()) {
+        std::this_thread::yield(); // no event is handled meanwhile
+    }
+    EXPECT_FALSE(pManager.isNull());
+    m_pLeftBehind.reset();
+    ExpectGone(pManager);
+}
+
 // Else it would be deleted under the function that handles its reply.
 TEST_F(ARequestLeftBehind, IsNotGivenUpWhileItHandlesItsReply)
 {
