@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace
@@ -383,8 +384,18 @@ TEST_F(AgentResponse, WhetherInCommonWithoutARequestHasAnEmptyBarcode)
     EXPECT_EQ(m_watch.Only(InCommon), (QList<QVariant>{true, false, QString()}));
 }
 
-TEST_F(AgentResponse, NoExceptionOfAReceiverLeavesIt)
+std::vector<std::string> g_vecWarnings;
+
+void KeepWarning(QtMsgType eType, const QMessageLogContext& context, const QString& strText)
 {
+    if (eType == QtWarningMsg && std::string(context.category) == "ktshttpagent.response") {
+        g_vecWarnings.push_back(strText.toStdString());
+    }
+}
+
+TEST_F(AgentResponse, NoExceptionOfAReceiverLeavesItAndEachIsLogged)
+{
+    qInstallMessageHandler(&KeepWarning);
     QObject::connect(&m_response, &CUIAgentRsp::SigPostReportChlStatRet, [](bool bSucc) {
         if (bSucc) {
             throw std::runtime_error("a receiver's own failure");
@@ -393,7 +404,12 @@ TEST_F(AgentResponse, NoExceptionOfAReceiverLeavesIt)
     });
     EXPECT_NO_THROW(m_response.OnResponse(3101, nullptr, nullptr, 0));
     EXPECT_NO_THROW(m_response.OnResponse(3101, nullptr, nullptr, 1));
+    qInstallMessageHandler(nullptr);
     EXPECT_EQ(m_watch.Count(), 2);
+    EXPECT_THAT(g_vecWarnings,
+                ::testing::ElementsAre(
+                    "a receiver of the answer to a request of type 3101 threw: a receiver's own failure",
+                    "a receiver of the answer to a request of type 3101 threw"));
 }
 
 TEST(AgentResponseLife, ADestroyedInstanceGetsNothingMore)
