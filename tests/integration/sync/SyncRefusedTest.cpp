@@ -5,7 +5,11 @@
 
 #include <QCoreApplication>
 
+#include <gmock/gmock.h>
+
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -29,6 +33,22 @@ TEST_F(SyncRefused, WithoutAnApplicationACallSaysSo)
     EXPECT_FALSE(Check(server));
     ExpectRefused(m_request.LastOutcome(), "there is no QCoreApplication");
     EXPECT_TRUE(server.Requests().empty());
+}
+
+std::vector<std::string> g_vecMessages;
+
+void KeepMessage(QtMsgType /*eType*/, const QMessageLogContext& /*context*/, const QString& strText)
+{
+    g_vecMessages.push_back(strText.toStdString());
+}
+
+// Qt complains of an event loop without an application.
+TEST_F(SyncRefused, WithoutAnApplicationTheInstanceIsMadeWithoutAnyUseOfTheNetwork)
+{
+    qInstallMessageHandler(&KeepMessage);
+    CUIAgentReq::Instance();
+    qInstallMessageHandler(nullptr);
+    EXPECT_THAT(g_vecMessages, ::testing::IsEmpty());
 }
 
 TEST_F(SyncRefused, OnTwoThreadsAtOnceEachCallSaysSo)
