@@ -1,3 +1,4 @@
+#include "ContainsPattern.h"
 #include "LabFixture.h"
 #include "UnsafeTexts.h"
 
@@ -235,6 +236,17 @@ TEST(LabProgram, AskingForHelpIsNoError)
     Program program({"--help"});
     EXPECT_EQ(program.Wait(), 0);
     EXPECT_THAT(program.OutLine(), testing::StartsWith("A stand-in laboratory server"));
+    std::string strRest;
+    for (int nLine = 0; nLine < 30; ++nLine) { // more than there are
+        strRest += program.OutLine() + '\n';
+    }
+    EXPECT_THAT(strRest,
+                ContainsPattern("--help(.|\n)*--port(.|\n)*--address(.|\n)*--data(.|\n)*--max-connections"));
+}
+
+TEST(LabProgram, ServesAsManyConnectionsAsItsPageSaysIfNotTold)
+{
+    EXPECT_EQ(LabServerOptions().nMaxConnections, 256);
 }
 
 } // namespace

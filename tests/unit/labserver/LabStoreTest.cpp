@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -155,6 +156,7 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
     const TemporaryFolder folder;
     std::ofstream(folder.File("notes.txt")) << std::string(4096, 'x');
     for (const char* szFile : {"notes.txt", ".", "missing/lab.db"}) {
+        const auto tpBegin = std::chrono::steady_clock::now();
         LabServer server({"127.0.0.1", 0, folder.File(szFile)});
         try {
             server.Start();
@@ -162,6 +164,8 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
         } catch (const std::runtime_error& error) {
             EXPECT_THAT(error.what(), testing::StartsWith("can't open data file " + folder.File(szFile)));
         }
+        // It must not be tried again as one that another server holds.
+        EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(4)) << szFile;
     }
 }
 
