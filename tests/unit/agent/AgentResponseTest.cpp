@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -418,7 +419,9 @@ TEST(AgentResponseLife, ADestroyedInstanceGetsNothingMore)
     VelCSDK::SDKFactory::GetInstance()->Init();
     VelCSDK::SDKFactory::GetInstance()->SetServerAddr("h", 80);
     VelCSDK::SDKFactory::GetInstance()->GetSupportVer("1");
+    const auto tpBegin = std::chrono::steady_clock::now();
     pResponse.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(4)) << "no receiver is busy";
     EXPECT_NO_THROW(RecordingTransport::Instance().Reply(R"({"success":true})"));
 }
 

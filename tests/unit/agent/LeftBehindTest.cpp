@@ -138,4 +138,30 @@ TEST_F(ARequestLeftBehind, IsNotGivenUpWhileItHandlesItsReply)
     ExpectGone(pManager);
 }
 
+// Here the manager's own timer comes due in the midst of the function that handles its reply.
+TEST_F(ARequestLeftBehind, IsNotGivenUpByItsOwnTimerWhileItHandlesItsReply)
+{
+    const QPointer<SlowManager> pManager = Leave(2 * SOON_MS);
+    m_pLeftBehind.reset();
+    bool bThereAfterwards = false;
+    pManager->SetEndReceiver([&](const ExchangeEnd&) {
+        bool bPassed = false;
+        QTimer::singleShot(6 * SOON_MS, [&] { bPassed = true; });
+        EXPECT_TRUE(QTest::qWaitFor([&] { return bPassed; }, ENOUGH_MS));
+        bThereAfterwards = !pManager.isNull();
+    });
+    pManager->TakeReply();
+    EXPECT_TRUE(bThereAfterwards);
+    ExpectGone(pManager);
+}
+
+TEST_F(ARequestLeftBehind, GoesOnItsOwnIfItsReplyCameBeforeWhatWatchesItGoes)
+{
+    const QPointer<SlowManager> pManager = Leave(ENOUGH_MS);
+    pManager->TakeReply();
+    m_pLeftBehind.reset();
+    EXPECT_FALSE(pManager.isNull());
+    ExpectGone(pManager);
+}
+
 } // namespace

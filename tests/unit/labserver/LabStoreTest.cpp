@@ -169,6 +169,25 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
     }
 }
 
+TEST(LabDataFiles, OneThatAnotherProgramHoldsIsWaitedForAndThenSaidToBeLocked)
+{
+    const TemporaryFolder folder;
+    sqlite3* pHolder = nullptr;
+    ASSERT_EQ(sqlite3_open(folder.File("lab.db").c_str(), &pHolder), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(pHolder, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+    const auto tpBegin = std::chrono::steady_clock::now();
+    LabServer server({"127.0.0.1", 0, folder.File("lab.db")});
+    try {
+        server.Start();
+        ADD_FAILURE() << "it starts";
+    } catch (const std::runtime_error& error) {
+        EXPECT_THAT(error.what(), testing::HasSubstr("locked"));
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(5));
+    sqlite3_close(pHolder);
+    EXPECT_NO_THROW(server.Start());
+}
+
 /// The mode of a file, in the form that chmod takes.
 mode_t ModeOf(const std::string& strFile)
 {
