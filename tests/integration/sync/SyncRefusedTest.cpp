@@ -42,13 +42,14 @@ void KeepMessage(QtMsgType /*eType*/, const QMessageLogContext& /*context*/, con
     g_vecMessages.push_back(strText.toStdString());
 }
 
-// Qt complains of an event loop without an application.
-TEST_F(SyncRefused, WithoutAnApplicationTheInstanceIsMadeWithoutAnyUseOfTheNetwork)
+TEST(InstanceWithoutAnApplication, IsMadeWithoutAnyUseOfTheNetwork)
 {
     qInstallMessageHandler(&KeepMessage);
     CUIAgentReq::Instance();
     qInstallMessageHandler(nullptr);
-    EXPECT_THAT(g_vecMessages, ::testing::IsEmpty());
+    // For the event loops of the six wait records. Requests would need further event loops, and timers.
+    const std::string strOfALoop = "QEventLoop: Cannot be used without QApplication";
+    EXPECT_EQ(g_vecMessages, std::vector<std::string>(6, strOfALoop));
 }
 
 TEST_F(SyncRefused, OnTwoThreadsAtOnceEachCallSaysSo)
