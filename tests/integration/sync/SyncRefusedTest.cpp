@@ -5,8 +5,6 @@
 
 #include <QCoreApplication>
 
-#include <gmock/gmock.h>
-
 #include <string>
 #include <thread>
 #include <vector>
