@@ -32,13 +32,6 @@ std::string JsonWriter::Result() const
     return EscapeUnsafeInJson({m_buffer.GetString(), m_buffer.GetSize()});
 }
 
-void TextWriter::Number(double fValue)
-{
-    JsonWriter writer;
-    writer.Number(fValue);
-    Scalar(writer.Result());
-}
-
 void TextWriter::Text(const std::string& strText)
 {
     Scalar(IsPlain(strText) ? strText : Quoted(strText));

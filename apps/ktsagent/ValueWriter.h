@@ -15,7 +15,6 @@ public:
     virtual void Null() = 0;
     virtual void Bool(bool bValue) = 0;
     virtual void Integer(std::int64_t nValue) = 0;
-    virtual void Number(double fValue) = 0;
     /// @param strText  UTF-8; an invalid byte is written as an escape, in JSON as a replacement character
     virtual void Text(const std::string& strText) = 0;
     virtual void StartObject() = 0;
@@ -35,7 +34,6 @@ public:
     void Null() override { m_writer.Null(); }
     void Bool(bool bValue) override { m_writer.Bool(bValue); }
     void Integer(std::int64_t nValue) override { m_writer.Int64(nValue); }
-    void Number(double fValue) override { m_writer.Double(fValue); }
     void Text(const std::string& strText) override
     {
         m_writer.String(strText.data(), static_cast<rapidjson::SizeType>(strText.size()));
@@ -61,7 +59,6 @@ public:
     void Null() override { Scalar("(none)"); }
     void Bool(bool bValue) override { Scalar(bValue ? "true" : "false"); }
     void Integer(std::int64_t nValue) override { Scalar(std::to_string(nValue)); }
-    void Number(double fValue) override;
     void Text(const std::string& strText) override;
     void StartObject() override { Start(false); }
     void Key(const std::string& strName) override;

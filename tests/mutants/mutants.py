@@ -9,7 +9,7 @@ until one fails. Faults that the plain build does not notice are tried with the 
 
 import argparse
 import datetime
-import random
+import hashlib
 import re
 import sys
 from concurrent.futures import ThreadPoolExecutor
@@ -23,21 +23,23 @@ from tree import Tree
 AIM = 90 # per cent
 
 
-def judged_same(root):
-    """The names of the faults that docs/testing.md lists as having no effect."""
+def judged(root):
+    """@return the names of the faults that docs/testing.md lists, with the verdict on each"""
     page = root / "docs/testing.md"
     text = page.read_text() if page.exists() else ""
-    rows = re.findall(r"^\| `` (.+?) `` \| same \|", text, re.M)
-    return {row.replace("\\|", "|") for row in rows}
+    rows = re.findall(r"^\| `` (.+?) `` \| (same|unnoticed) \|", text, re.M)
+    return {name.replace("\\|", "|"): verdict for name, verdict in rows}
 
 
 def sample(tree, rooms, count, seed, same):
-    """@return for each room the faults to try"""
+    """
+    @return for each room the faults to try. Whether a fault is chosen depends on its name and the seed: when others are
+            added, or judged to have no effect, the rest of the choice stays the same
+    """
     chosen = {}
     for room in rooms:
-        points = sorted((p for p in tree.usable() if room_of(p.path) == room and p.name() not in same),
-                        key=lambda p: (p.path, p.edit.start, p.number))
-        chosen[room] = random.Random(f"{seed} {room}").sample(points, min(count, len(points)))
+        points = [p for p in tree.usable() if room_of(p.path) == room and p.name() not in same]
+        chosen[room] = sorted(points, key=lambda p: hashlib.sha256(f"{seed} {p.name()}".encode()).digest())[:count]
     return chosen
 
 
@@ -72,6 +74,10 @@ def main():
     given = arguments()
     tree = Tree(Path(__file__).resolve().parents[2])
     tree.find()
+    verdicts = judged(tree.root)
+    stale = set(verdicts) - {point.name() for point in tree.points.values()}
+    if stale:
+        print("mutants: docs/testing.md judges faults for which the code has no place:", *sorted(stale), sep="\n  ")
     presets = given.suites.split(",")
     for preset in presets:
         tree.build(preset)
@@ -81,14 +87,14 @@ def main():
         suite.learn_from(suites[0])
     if suites[0].failing:
         print(f"mutants: these tests fail without a fault too, and are not used: {', '.join(suites[0].failing)}")
-    same = judged_same(tree.root)
+    same = {name for name, verdict in verdicts.items() if verdict == "same"}
     chosen = sample(tree, given.rooms or ROOMS, given.count, given.seed, same)
     if given.only:
         chosen = {room: [p for p in tree.usable() if room_of(p.path) == room and given.only in p.name()]
                   for room in chosen}
     print(f"mutants: seed {given.seed}, {sum(map(len, chosen.values()))} of {len(tree.usable())} faults, "
           f"without {len(same)} that are judged to have no effect", flush=True)
-    sys.exit(report(chosen, suites, given))
+    sys.exit(report(chosen, suites, given) or bool(stale))
 
 
 def report(chosen, suites, given):

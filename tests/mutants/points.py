@@ -122,13 +122,15 @@ class Finder:
             return
         parent = function.semantic_parent
         inside = parent is not None and parent.kind in (Kind.CLASS_DECL, Kind.STRUCT_DECL, Kind.CLASS_TEMPLATE)
+        if not inside and not list(function.get_arguments()) and self.text(function).startswith(b"constexpr"):
+            return # it is a constant, which the compiler evaluates, so that no fault can be switched on
         self.function = f"{parent.spelling}::{function.spelling}" if inside else function.spelling
         self.children(function)
 
     def children(self, node):
         self.file = node.location.file.name if node.location.file else ""
         if self.relative(self.file):
-            for child in node.get_children():
+            for child in self.after_name(node, node.get_children()):
                 self.visit(child)
 
     # -- within the body of a function
@@ -159,7 +161,12 @@ class Finder:
             return children[:1]
         if node.kind in (Kind.VAR_DECL, Kind.FIELD_DECL) and node.type.kind == TypeKind.CONSTANTARRAY:
             return [child for child in children if child.kind == Kind.INIT_LIST_EXPR]
-        return children
+        return Finder.after_name(node, children) if node.kind == Kind.VAR_DECL else children
+
+    @staticmethod
+    def after_name(declaration, children):
+        """@return the children that stand after the declared name: those before it belong to the type"""
+        return [child for child in children if child.extent.start.offset >= declaration.location.offset]
 
     def range(self, node):
         return node.extent.start.offset, node.extent.end.offset

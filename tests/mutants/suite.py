@@ -68,20 +68,22 @@ class Suite:
     # -- what each test reaches
 
     def learn(self):
-        """Runs every test once without a fault and stores which places it reached, until something is built again."""
+        """Runs every test once without a fault and stores which places it reached, until its program is built again."""
         store = self.tree.work / f"reached-{self.preset}.json"
-        stamp = self.stamp()
-        known = json.loads(store.read_text()) if store.exists() else {}
-        if known.get("stamp") != stamp:
-            print(f"mutants: running the {len(self.tests)} tests once, to learn which places each reaches", flush=True)
+        stored = json.loads(store.read_text()) if store.exists() else {}
+        stamps = self.stamps()
+        known = {name: entry for name, entry in stored.items() if entry[0] == stamps.get(name)}
+        missing = [test for test in self.tests if test.name not in known]
+        if missing:
+            print(f"mutants: running {len(missing)} tests once, to learn which places each reaches", flush=True)
             size = max(self.tree.points) + 1
             with ThreadPoolExecutor(self.jobs) as pool:
-                tests = list(pool.map(lambda test: self.learn_one(test, size), self.tests))
-            known = {"stamp": stamp, "tests": {name: rest for name, *rest in tests}}
+                for name, *rest in pool.map(lambda test: self.learn_one(test, size), missing):
+                    known[name] = [stamps[name], *rest]
             store.write_text(json.dumps(known))
         self.failing = []
         for test in self.tests:
-            passed, test.seconds, reached = known["tests"][test.name]
+            _, passed, test.seconds, reached = known[test.name]
             if passed:
                 test.reached = frozenset(reached)
             else:
@@ -104,9 +106,17 @@ class Suite:
                 numbers = [n for n in self.tree.points if reached[n]]
         return test.name, passed, seconds, numbers
 
-    def stamp(self):
-        built = [p for folder in ("bin", "lib") for p in (self.build / folder).rglob("*") if p.is_file()]
-        return [len(self.tree.points), len(built), max(p.stat().st_mtime for p in built)]
+    def stamps(self):
+        """
+        @return for each test what changes when it must run again: what it runs, when its program was built, and when
+                anything was built that is not a test
+        """
+        built = {str(p): p.stat().st_mtime for folder in ("bin", "lib")
+                 for p in (self.build / folder).rglob("*") if p.is_file()}
+        tests = {test.command[0] for test in self.tests}
+        newest = max(time for path, time in built.items() if path not in tests)
+        return {test.name: [len(self.tree.points), test.command, built.get(test.command[0]), newest]
+                for test in self.tests}
 
     # -- whether a fault is noticed
 

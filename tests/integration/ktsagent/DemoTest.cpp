@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <QJsonDocument>
 #include <QMap>
 
 using testing::HasSubstr;
@@ -73,6 +74,92 @@ TEST_F(Demo, ShowsWhatTheServerGotAndSaid)
     const QJsonObject gateway = arrRows[ASYNC.size() + 1].toObject()["server"].toArray()[0].toObject();
     EXPECT_EQ(gateway["status"], 502);
     EXPECT_THAT(gateway["reply"].toString().toStdString(), HasSubstr("Bad Gateway"));
+}
+
+TEST_F(Demo, SendsWhatEachCallIsGiven)
+{
+    const QString strCheck = "/vomd/system/channelCheckData.action?chl=8&deviceId=KTS-0007&dxtm=CELL-0001"
+                             "&purpose=cycle%20life&wtNumId=1201&xmNameId=107";
+    const QString strUpload = "/dev-api/connector/DataCollectionController_KR_KR/saveData";
+    const QString strCycle = "/open/test-cabinet/add/kostrel/cycle";
+    const QString strData = R"({"batchNo":"B2405-17","chargingCapacity":"3.21","dischargeCapacity":"3.17",)"
+                            R"("resourceNo":"R-12","siteNo":"S1","uploadTime":"2024-05-17 08:30:00",)"
+                            R"("voltage":"3.65"})";
+    const QStringList lstExpected{
+        "/posts/7 ",
+        "/vomd/system/addstatuslog.action?t=1.1.0 (see the next test)",
+        R"(/vomd/system/incubatorStatus.action {"name":"INC-01","status":"idle","temperature":25.5})",
+        "/vomd/system/GetSyxm.action?dxtm=CELL-0001,CELL-0002&t=1.1.0 ",
+        "/vomd/system/GetSupportVer.action?t=1.1.0 ",
+        "/vomd/system/GetDxzt.action?t=1.1.0 ",
+        "/vomd/system/autoExport.action?bjtzser=B01&csxmser=C02&dxtm=CELL-0001 ",
+        "/vomd/system/xmmb/getFtpFilePath.action?batteryStatus=2&bjtzser=B01&csxmser=C03"
+        "&supplier=Harbour%20Storage ",
+        strCheck + " ",
+        "/vomd/system/whetherInCommon.action?dxtm=CELL-0099 ",
+        strUpload + ' ' + strData,
+        strCycle + R"( [{"dxtm":"CELL-0001","cycle":1}])",
+        strCycle + R"( [{"dxtm":"CELL-0001","step":1}])",
+        "/vomd/system/GetSupportVer.action?t=0.9.0 ",
+        "/vomd/system/GetDxzt.action?t=1.1.0 ",
+        strCheck + " ",
+        "/vomd/system/whetherInCommon.action?dxtm=CELL-0099 ",
+        strUpload + ' ' + strData,
+        strCycle + R"( [{"dxtm":"CELL-0001","cycle":1}])",
+        R"(/open/test-cabinet/add/kostrel/step [{"dxtm":"CELL-0001","step":1}])",
+        R"(/core/api/public/orn/qm/autoWriteInspection {"dxtm":"CELL-0001","step":1})",
+    };
+    QStringList lstSeen;
+    for (const QJsonValue& row : Run({"demo", "--json"}).List()) {
+        for (const QJsonValue& seen : row.toObject()["server"].toArray()) {
+            const bool bStatus = row.toObject()["operation"] == "report-chl-status";
+            lstSeen += seen.toObject()["target"].toString() + ' ' +
+                       (bStatus ? "(see the next test)" : seen.toObject()["body"].toString().trimmed());
+        }
+    }
+    EXPECT_EQ(lstSeen, lstExpected) << lstSeen.join('\n').toStdString();
+}
+
+TEST_F(Demo, SendsAWholeChannelStatus)
+{
+    const QJsonObject row = Run({"demo", "--json"}).List()[1].toObject();
+    ASSERT_EQ(row["operation"], "report-chl-status");
+    QJsonObject body =
+        QJsonDocument::fromJson(row["server"].toArray()[0].toObject()["body"].toString().toUtf8()).object();
+    EXPECT_NE(body.take("hostname").toString(), "");
+    const QJsonObject expected{
+        {"PEXAVer", "1.1.0"},
+        {"action", "start"},
+        {"action_desc", "Cycle life test started"},
+        {"backup_dir", "/data/backup/KTS-0007"},
+        {"box", 1},
+        {"cMax", ""},
+        {"chl", "3"},
+        {"chlType", 0},
+        {"com", "2.1"},
+        {"current", 1.5},
+        {"cycle", 1},
+        {"dczt", ""},
+        {"deviceId", "KTS-0007"},
+        {"deviceModelType", ""},
+        {"deviceRange", ""},
+        {"disch_capacity", 3.17},
+        {"disch_retention", 98.6},
+        {"dxtm", "CELL-0001"},
+        {"errorParam", ""},
+        {"errorTime", ""},
+        {"reason", 0},
+        {"reason_desc", ""},
+        {"retentionUnder", ""},
+        {"stepStatus", "running"},
+        {"step_state", ""},
+        {"stopTime", ""},
+        {"ver", "1.1.0"},
+        {"voltage", 3.65},
+        {"wtNumId", 1201},
+        {"xmNameId", 107},
+    };
+    EXPECT_EQ(body, expected) << QJsonDocument(body).toJson().toStdString();
 }
 
 TEST_F(Demo, PrintsATableThatNamesEverySender)

@@ -38,6 +38,9 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{"NoSubcommand", {}, "subcommand"},
         WrongUsage{"UnknownSubcommand", {"no-such-operation"}, "no-such-operation"},
         WrongUsage{"UnknownOption", {"endpoints", "--colour"}, "--colour"},
+        WrongUsage{"OptionWithoutValueThatBeginsWithThreeDashes",
+                   {"support-ver", "--server", "h:1", "--t", "1", "---u="},
+                   " ---u\n"},
         WrongUsage{"MissingServer", {"support-ver", "--t", "1"}, "--server is required"},
         WrongUsage{"MissingArgument", {"support-ver", "--server", "h:1"}, "--t is required"},
         WrongUsage{

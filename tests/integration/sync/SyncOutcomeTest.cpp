@@ -25,7 +25,11 @@ TEST_F(SyncOutcome, IsNoCallBeforeTheFirst)
 {
     EXPECT_EQ(Last().eEnd, EBlockingEnd::NoCall);
     EXPECT_EQ(Last().nType, 0);
+    EXPECT_FALSE(Last().bSucc);
+    EXPECT_EQ(Last().nHttpStatus, 0);
     EXPECT_EQ(Last().strError, "");
+    EXPECT_EQ(Last().strUrl, "");
+    EXPECT_EQ(Last().nMilliseconds, 0);
 }
 
 /// A server's step, and the outcome of a channel check with a short time-out.

@@ -5,7 +5,9 @@
 
 #include <QCoreApplication>
 
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -29,6 +31,23 @@ TEST_F(SyncRefused, WithoutAnApplicationACallSaysSo)
     EXPECT_FALSE(Check(server));
     ExpectRefused(m_request.LastOutcome(), "there is no QCoreApplication");
     EXPECT_TRUE(server.Requests().empty());
+}
+
+std::vector<std::string> g_vecMessages;
+
+void KeepMessage(QtMsgType /*eType*/, const QMessageLogContext& /*context*/, const QString& strText)
+{
+    g_vecMessages.push_back(strText.toStdString());
+}
+
+TEST(InstanceWithoutAnApplication, IsMadeWithoutAnyUseOfTheNetwork)
+{
+    qInstallMessageHandler(&KeepMessage);
+    CUIAgentReq::Instance();
+    qInstallMessageHandler(nullptr);
+    // For the event loops of the six wait records. Requests would need further event loops, and timers.
+    const std::string strOfALoop = "QEventLoop: Cannot be used without QApplication";
+    EXPECT_EQ(g_vecMessages, std::vector<std::string>(6, strOfALoop));
 }
 
 TEST_F(SyncRefused, OnTwoThreadsAtOnceEachCallSaysSo)

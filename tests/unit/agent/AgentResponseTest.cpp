@@ -10,8 +10,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace
@@ -383,8 +385,18 @@ TEST_F(AgentResponse, WhetherInCommonWithoutARequestHasAnEmptyBarcode)
     EXPECT_EQ(m_watch.Only(InCommon), (QList<QVariant>{true, false, QString()}));
 }
 
-TEST_F(AgentResponse, NoExceptionOfAReceiverLeavesIt)
+std::vector<std::string> g_vecWarnings;
+
+void KeepWarning(QtMsgType eType, const QMessageLogContext& context, const QString& strText)
 {
+    if (eType == QtWarningMsg && std::string(context.category) == "ktshttpagent.response") {
+        g_vecWarnings.push_back(strText.toStdString());
+    }
+}
+
+TEST_F(AgentResponse, NoExceptionOfAReceiverLeavesItAndEachIsLogged)
+{
+    qInstallMessageHandler(&KeepWarning);
     QObject::connect(&m_response, &CUIAgentRsp::SigPostReportChlStatRet, [](bool bSucc) {
         if (bSucc) {
             throw std::runtime_error("a receiver's own failure");
@@ -393,7 +405,12 @@ TEST_F(AgentResponse, NoExceptionOfAReceiverLeavesIt)
     });
     EXPECT_NO_THROW(m_response.OnResponse(3101, nullptr, nullptr, 0));
     EXPECT_NO_THROW(m_response.OnResponse(3101, nullptr, nullptr, 1));
+    qInstallMessageHandler(nullptr);
     EXPECT_EQ(m_watch.Count(), 2);
+    EXPECT_THAT(g_vecWarnings,
+                ::testing::ElementsAre(
+                    "a receiver of the answer to a request of type 3101 threw: a receiver's own failure",
+                    "a receiver of the answer to a request of type 3101 threw"));
 }
 
 TEST(AgentResponseLife, ADestroyedInstanceGetsNothingMore)
@@ -402,7 +419,9 @@ TEST(AgentResponseLife, ADestroyedInstanceGetsNothingMore)
     VelCSDK::SDKFactory::GetInstance()->Init();
     VelCSDK::SDKFactory::GetInstance()->SetServerAddr("h", 80);
     VelCSDK::SDKFactory::GetInstance()->GetSupportVer("1");
+    const auto tpBegin = std::chrono::steady_clock::now();
     pResponse.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(4)) << "no receiver is busy";
     EXPECT_NO_THROW(RecordingTransport::Instance().Reply(R"({"success":true})"));
 }
 

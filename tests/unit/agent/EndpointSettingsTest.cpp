@@ -45,6 +45,8 @@ TEST_P(EndpointSetting, ChangesThePathOfItsOwnRequestAlone)
         EXPECT_EQ(PathOf(nType), bOwn ? "a site's own/path" : BuiltIn(nType)) << nType;
         EXPECT_EQ(CUIAgentReq::Instance()->EndpointOrigin(nType) == "built in", !bOwn) << nType;
     }
+    EXPECT_EQ(PathOf(0), ""); // HttpUrlReportLocation belongs to no request
+    EXPECT_EQ(CUIAgentReq::Instance()->EndpointOrigin(0), "built in");
 }
 
 INSTANTIATE_TEST_SUITE_P(EachRow, EndpointSetting, ::testing::ValuesIn(ROWS),

@@ -108,6 +108,18 @@ TEST_F(ARequestLeftBehind, OutlivesWhatWatchesItUpToItsDeadline)
     ExpectGone(pManager);
 }
 
+TEST_F(ARequestLeftBehind, IsGivenUpEvenIfWhatWatchesItGoesAfterItsDeadline)
+{
+    const QPointer<SlowManager> pManager = Leave(SOON_MS);
+    const QDeadlineTimer afterwards(2 * SOON_MS);
+    while (!afterwards.hasExpired()) {
+        std::this_thread::yield(); // no event is handled meanwhile
+    }
+    EXPECT_FALSE(pManager.isNull());
+    m_pLeftBehind.reset();
+    ExpectGone(pManager);
+}
+
 // Else it would be deleted under the function that handles its reply.
 TEST_F(ARequestLeftBehind, IsNotGivenUpWhileItHandlesItsReply)
 {
@@ -123,6 +135,32 @@ TEST_F(ARequestLeftBehind, IsNotGivenUpWhileItHandlesItsReply)
     }
     pManager->TakeReply();
     EXPECT_TRUE(bThereAfterwards);
+    ExpectGone(pManager);
+}
+
+// Here the manager's own timer comes due in the midst of the function that handles its reply.
+TEST_F(ARequestLeftBehind, IsNotGivenUpByItsOwnTimerWhileItHandlesItsReply)
+{
+    const QPointer<SlowManager> pManager = Leave(2 * SOON_MS);
+    m_pLeftBehind.reset();
+    bool bThereAfterwards = false;
+    pManager->SetEndReceiver([&](const ExchangeEnd&) {
+        bool bPassed = false;
+        QTimer::singleShot(6 * SOON_MS, [&] { bPassed = true; });
+        EXPECT_TRUE(QTest::qWaitFor([&] { return bPassed; }, ENOUGH_MS));
+        bThereAfterwards = !pManager.isNull();
+    });
+    pManager->TakeReply();
+    EXPECT_TRUE(bThereAfterwards);
+    ExpectGone(pManager);
+}
+
+TEST_F(ARequestLeftBehind, GoesOnItsOwnIfItsReplyCameBeforeWhatWatchesItGoes)
+{
+    const QPointer<SlowManager> pManager = Leave(ENOUGH_MS);
+    pManager->TakeReply();
+    m_pLeftBehind.reset();
+    EXPECT_FALSE(pManager.isNull());
     ExpectGone(pManager);
 }
 

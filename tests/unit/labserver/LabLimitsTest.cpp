@@ -131,6 +131,7 @@ TEST_F(LabLimits, NoRangesAreServed)
           std::string("Range: bytes=0-1\r\nIf-Range: \"x\"\r\nRange: bytes=2-3")}) {
         EXPECT_EQ(Answer(FIRST_LINES + strRange + "\r\n\r\n"), strWhole) << strRange.substr(0, 80);
     }
+    EXPECT_EQ(Answer("GET /posts/1 HTTP/1.1\r\nRange: bytes=0-3\r\nConnection: close\r\n\r\n"), strWhole);
     EXPECT_THAT(Answer("HEAD" + FIRST_LINES.substr(3) + "\r\n"), Not(HasSubstr("Range")));
 }
 

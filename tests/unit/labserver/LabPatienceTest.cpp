@@ -92,6 +92,16 @@ TEST(LabPatience, AClientThatNeverPausesIsCutOffWhenItsTimeIsOver)
     EXPECT_TRUE(IsCutOff(socket, 15'000'000));
 }
 
+TEST(LabPatience, AClientThatHasNoTimeAtAllIsNotServed)
+{
+    LabServerOptions options;
+    options.patience = std::chrono::milliseconds(0);
+    LabServer server(options);
+    Socket socket(server.Start());
+    socket.Send("GET /posts/1 HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(socket.ReadAll(), "");
+}
+
 const std::string TOO_LARGE = "POST /posts HTTP/1.1\r\nContent-Length: 100000000\r\n\r\n";
 
 TEST(LabPatience, ABodyThatIsNotWantedIsNotReadForLong)

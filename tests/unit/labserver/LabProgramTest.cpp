@@ -1,3 +1,4 @@
+#include "ContainsPattern.h"
 #include "LabFixture.h"
 #include "UnsafeTexts.h"
 
@@ -156,8 +157,11 @@ TEST(LabProgram, TwoOfThemShareADataFileFromItsMakingOn)
                                      Program({"--data", folder.File("lab.db")})};
     std::array<LabClient, 2> aClients{LabClient(aPrograms[0].ReadPort()), LabClient(aPrograms[1].ReadPort())};
     for (int nReport = 1; nReport <= 6; ++nReport) {
-        EXPECT_EQ(aClients.at(nReport % 2).Post("/open/test-cabinet/add/kostrel/cycle", "[1]").nStatus, 200);
-        EXPECT_EQ(aClients.at((nReport + 1) % 2).Get("/lab/reports/cycle-data").json["count"], nReport);
+        const bool bOdd = nReport % 2 != 0;
+        LabClient& sender = aClients[bOdd ? 1 : 0];
+        LabClient& reader = aClients[bOdd ? 0 : 1];
+        EXPECT_EQ(sender.Post("/open/test-cabinet/add/kostrel/cycle", "[1]").nStatus, 200);
+        EXPECT_EQ(reader.Get("/lab/reports/cycle-data").json["count"], nReport);
     }
     EXPECT_EQ(aClients[0].Get("/lab/channel-rules").json["count"], 3);
 }
@@ -232,6 +236,17 @@ TEST(LabProgram, AskingForHelpIsNoError)
     Program program({"--help"});
     EXPECT_EQ(program.Wait(), 0);
     EXPECT_THAT(program.OutLine(), testing::StartsWith("A stand-in laboratory server"));
+    std::string strRest;
+    for (int nLine = 0; nLine < 30; ++nLine) { // more than there are
+        strRest += program.OutLine() + '\n';
+    }
+    EXPECT_THAT(strRest,
+                ContainsPattern("--help(.|\n)*--port(.|\n)*--address(.|\n)*--data(.|\n)*--max-connections"));
+}
+
+TEST(LabProgram, ServesAsManyConnectionsAsItsPageSaysIfNotTold)
+{
+    EXPECT_EQ(LabServerOptions().nMaxConnections, 256);
 }
 
 } // namespace

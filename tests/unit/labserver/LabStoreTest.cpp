@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -155,6 +156,7 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
     const TemporaryFolder folder;
     std::ofstream(folder.File("notes.txt")) << std::string(4096, 'x');
     for (const char* szFile : {"notes.txt", ".", "missing/lab.db"}) {
+        const auto tpBegin = std::chrono::steady_clock::now();
         LabServer server({"127.0.0.1", 0, folder.File(szFile)});
         try {
             server.Start();
@@ -162,7 +164,28 @@ TEST(LabDataFiles, AFileThatCanNotBeOneIsSaidAtStart)
         } catch (const std::runtime_error& error) {
             EXPECT_THAT(error.what(), testing::StartsWith("can't open data file " + folder.File(szFile)));
         }
+        // It must not be tried again as one that another server holds.
+        EXPECT_LT(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(4)) << szFile;
     }
+}
+
+TEST(LabDataFiles, OneThatAnotherProgramHoldsIsWaitedForAndThenSaidToBeLocked)
+{
+    const TemporaryFolder folder;
+    sqlite3* pHolder = nullptr;
+    ASSERT_EQ(sqlite3_open(folder.File("lab.db").c_str(), &pHolder), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(pHolder, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+    const auto tpBegin = std::chrono::steady_clock::now();
+    LabServer server({"127.0.0.1", 0, folder.File("lab.db")});
+    try {
+        server.Start();
+        ADD_FAILURE() << "it starts";
+    } catch (const std::runtime_error& error) {
+        EXPECT_THAT(error.what(), testing::HasSubstr("locked"));
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - tpBegin, std::chrono::seconds(5));
+    sqlite3_close(pHolder);
+    EXPECT_NO_THROW(server.Start());
 }
 
 /// The mode of a file, in the form that chmod takes.

@@ -26,6 +26,11 @@
 #include <thread>
 #include <vector>
 
+#if !defined(_WIN32)
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
 namespace
 {
 
@@ -173,6 +178,64 @@ TEST_F(NetworkAgain, ABlockingCallOnAnotherThreadEndsWithEachApplication)
         worker.join();
     }
 }
+
+TEST_F(NetworkAgain, TheEndOfAnApplicationEndsNoLoopOfACallThatIsOver)
+{
+    std::promise<void> begun;
+    std::thread worker;
+    bool bRanOn = false;
+    InAnApplication([&] {
+        worker = std::thread([&] {
+            const NetworkCall call;
+            QEventLoop past;
+            QTimer::singleShot(0, &past, &QEventLoop::quit);
+            NetworkCall::Run(past);
+            const QPointer<NAManager> pManager = Send(m_silent, NAManager::METHOD_GET);
+            QObject::connect(pManager.data(), &QObject::destroyed, &past, [&] { // the application ends
+                QTimer::singleShot(0, &past, [&] {
+                    bRanOn = past.isRunning();
+                    past.quit();
+                });
+            });
+            QEventLoop loop;
+            QTimer::singleShot(0, &loop, [&] {
+                begun.set_value();
+                past.exec(); // the host's own affair now
+            });
+            NetworkCall::Run(loop);
+        });
+        begun.get_future().wait();
+    });
+    worker.join();
+    EXPECT_TRUE(bRanOn);
+}
+
+#if !defined(_WIN32)
+TEST_F(NetworkAgain, TheEndOfAForkedChildDoesNotWaitForThreadsOfItsParent)
+{
+    InAnApplication([&] {
+        std::promise<void> begun;
+        std::promise<void> over;
+        std::thread worker([&] {
+            const NetworkCall call;
+            begun.set_value();
+            over.get_future().wait();
+        });
+        begun.get_future().wait();
+        const pid_t nChild = ::fork();
+        if (nChild == 0) {
+            const auto tpBegin = std::chrono::steady_clock::now();
+            EndNetworkUse();
+            ::_exit(std::chrono::steady_clock::now() - tpBegin < std::chrono::seconds(4) ? 0 : 1);
+        }
+        int nStatus = -1;
+        EXPECT_EQ(::waitpid(nChild, &nStatus, 0), nChild);
+        EXPECT_EQ(nStatus, 0);
+        over.set_value();
+        worker.join();
+    });
+}
+#endif
 
 // This also holds for the very first call, whose request is not made yet.
 TEST_F(NetworkAgain, TheEndOfEachApplicationWaitsForACallThatHasJustBegun)

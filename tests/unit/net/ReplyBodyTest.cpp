@@ -1,11 +1,13 @@
 // The size limit of a reply's body, however it is transferred and packed.
 
+#include "net/ReplyBody.h"
 #include "net/NAManager.h"
 
 #include "Packed.h"
 #include "ScriptedServer.h"
 
 #include <QJsonObject>
+#include <QNetworkReply>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
@@ -13,10 +15,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
+#include <new>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -220,6 +225,66 @@ TEST_F(ReplyBody, IsAskedForInTheCodingsThatCanBeUnpacked)
     ASSERT_TRUE(QTest::qWaitFor([&] { return pWatched.isNull(); }, ENOUGH_MS));
     EXPECT_THAT(server.Requests().at(0).Header("Accept-Encoding"),
                 ::testing::ElementsAre("Accept-Encoding: gzip, deflate"));
+}
+
+/// A reply whose bytes come from the test.
+class PieceReply : public QNetworkReply
+{
+public:
+    PieceReply() { open(QIODevice::ReadOnly | QIODevice::Unbuffered); }
+    void Put(const char* szPiece) { m_baHeld += szPiece; }
+    void LackMemory() { m_bLacksMemory = true; }
+    int Aborts() const { return m_nAborts; }
+
+    void abort() override { ++m_nAborts; }
+    qint64 bytesAvailable() const override { return m_baHeld.size(); }
+
+protected:
+    qint64 readData(char* pData, qint64 nMost) override
+    {
+        if (m_bLacksMemory) {
+            throw std::bad_alloc();
+        }
+        const qint64 nTaken = std::min(nMost, qint64{m_baHeld.size()});
+        std::memcpy(pData, m_baHeld.constData(), static_cast<std::size_t>(nTaken));
+        m_baHeld.remove(0, static_cast<int>(nTaken));
+        return nTaken;
+    }
+
+private:
+    QByteArray m_baHeld;
+    bool m_bLacksMemory = false;
+    int m_nAborts = 0;
+};
+
+TEST(ReplyBodyThatFailed, TakesNothingMore)
+{
+    PieceReply reply;
+    ::ReplyBody body(reply, 3);
+    reply.Put("1234");
+    body.Receive();
+    EXPECT_THAT(body.Error().toStdString(), HasSubstr("larger than 3 bytes"));
+    EXPECT_EQ(reply.Aborts(), 1);
+    reply.Put("5");
+    body.Receive();
+    EXPECT_EQ(reply.bytesAvailable(), 1);
+    EXPECT_EQ(reply.Aborts(), 1);
+    EXPECT_TRUE(body.TakeBytes().isEmpty());
+}
+
+TEST(ReplyBodyThatFailed, ForLackOfMemoryHoldsNothing)
+{
+    PieceReply reply;
+    ::ReplyBody body(reply, 3);
+    reply.Put("12");
+    body.Receive();
+    reply.Put("3");
+    reply.LackMemory();
+    body.Receive();
+    body.Receive();
+    EXPECT_TRUE(body.LacksMemory());
+    EXPECT_EQ(reply.Aborts(), 1);
+    EXPECT_TRUE(body.TakeBytes().isEmpty());
 }
 
 } // namespace
