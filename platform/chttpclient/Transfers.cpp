@@ -64,6 +64,7 @@ ExchangeList Transfers::Round(ExchangeList& incoming, Clock::time_point tpCancel
     CloseIdle();
     Perform();
     if (m_lstFinished.empty() && AreInFlight()) { // if any ended, others may have begun: perform them first
+        PrepareNext();
         Wait(std::min(tpCancel, m_tpCloseIdle));
     }
     return std::exchange(m_lstFinished, {});
@@ -106,7 +107,7 @@ void Transfers::FillLane(Lanes::iterator lane)
 
 void Transfers::Begin(ExchangeList& exchange, Lanes::iterator lane)
 {
-    Slots slot = MakeSlot();
+    Slots slot = m_lstSpare.empty() ? MakeSlot() : std::exchange(m_lstSpare, {});
     if (slot.empty()) {
         Refuse(exchange, CURLE_OUT_OF_MEMORY);
         return;
@@ -177,7 +178,17 @@ void Transfers::End(Slot& slot, CURLcode eResult)
     curl_multi_remove_handle(m_pMulti.get(), slot.Handle());
     --slot.lane->second.nActive;
     m_lstFinished.splice(m_lstFinished.end(), slot.Finish(eResult));
-    m_lstActive.erase(slot.place);
+    m_lstUsed.splice(m_lstUsed.end(), m_lstActive, slot.place);
+}
+
+/// Destroys the handles of exchanges that ended, and makes one for the next exchange. While the loop waits
+/// for the network this costs no exchange any time.
+void Transfers::PrepareNext()
+{
+    m_lstUsed.clear();
+    if (m_lstSpare.empty()) {
+        m_lstSpare = MakeSlot();
+    }
 }
 
 void Transfers::Refuse(ExchangeList& exchanges, CURLcode eReason)
@@ -204,6 +215,7 @@ void Transfers::CloseIdle()
 {
     if (Clock::now() >= m_tpCloseIdle) {
         m_tpCloseIdle = Clock::time_point::max();
+        m_lstUsed.clear();
         CloseIdleConnections(m_pMulti.get(), MAX_IDLE_SECONDS - 1); // minus a tolerance between two clocks
     }
 }

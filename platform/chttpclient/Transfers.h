@@ -79,6 +79,7 @@ private:
     void End(Slot& slot, CURLcode eResult);
     void Refuse(ExchangeList& exchanges, CURLcode eReason);
     void CancelAll(CURLcode eReason);
+    void PrepareNext();
     void CloseIdle();
     void Wait(Clock::time_point tpEnd);
 
@@ -91,6 +92,8 @@ private:
 
     Lanes m_mapLane; ///< the keys are made by `LaneKey`
     Slots m_lstActive;
+    Slots m_lstSpare;           ///< at most one, which was never used
+    Slots m_lstUsed;            ///< to be destroyed
     ExchangeList m_lstFinished; ///< since the last round
 };
 
