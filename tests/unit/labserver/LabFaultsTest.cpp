@@ -179,16 +179,37 @@ TEST_F(LabFaultsTest, AFaultThatMakesNoSenseIsRefused)
     for (const char* szFault :
          {"[]", "{}", R"({"path": "a"})", R"({"status": 500})", R"({"path": 7, "status": 500})",
           R"({"path": "a", "status": 99})", R"({"path": "a", "status": 600})",
-          R"({"path": "a", "status": "500"})", R"({"path": "a", "delayMs": -1})",
-          R"({"path": "a", "delayMs": 1e12})", R"({"path": "a", "count": 0, "reset": true})",
-          R"({"path": "a", "reset": 1})", R"({"path": "a", "reset": false})",
-          R"({"path": "a", "reset": true, "truncate": true})",
+          R"({"path": "a", "status": 199})", R"({"path": "a", "delayMs": 600001})",
+          R"({"path": "a", "count": 1000001, "reset": true})", R"({"path": "a", "status": "500"})",
+          R"({"path": "a", "delayMs": -1})", R"({"path": "a", "delayMs": 1e12})",
+          R"({"path": "a", "count": 0, "reset": true})", R"({"path": "a", "reset": 1})",
+          R"({"path": "a", "reset": false})", R"({"path": "a", "reset": true, "truncate": true})",
           R"({"path": "a", "status": 500, "truncate": true})", R"({"path": "a", "body": {}})"}) {
         const LabReply reply = Post("/lab/faults", szFault);
         EXPECT_EQ(reply.nStatus, 400) << szFault;
         EXPECT_EQ(reply.json["success"], false);
     }
     EXPECT_EQ(Get("/lab/faults").json["count"], 0);
+}
+
+TEST_F(LabFaultsTest, AFaultAtItsLimitsIsTaken)
+{
+    for (const char* szFault :
+         {R"({"path": "a", "status": 200})", R"({"path": "a", "status": 599})",
+          R"({"path": "a", "delayMs": 600000})", R"({"path": "a", "delayMs": 0, "reset": true})",
+          R"({"path": "a", "count": 1000000, "reset": true})"}) {
+        EXPECT_NE(Post("/lab/faults", szFault).nStatus, 400) << szFault;
+    }
+    EXPECT_EQ(Get("/lab/faults").json["count"], 5);
+}
+
+TEST_F(LabFaultsTest, OfAProgramIsByDefaultOneDelayOfNothing)
+{
+    const LabFault fault;
+    EXPECT_EQ(fault.nCount, 1);
+    EXPECT_EQ(fault.nDelayMs, 0);
+    EXPECT_EQ(fault.nStatus, 200);
+    EXPECT_EQ(fault.eKind, LabFaultKind::Delay);
 }
 
 } // namespace

@@ -244,9 +244,11 @@ TEST(LabProgram, AskingForHelpIsNoError)
                 ContainsPattern("--help(.|\n)*--port(.|\n)*--address(.|\n)*--data(.|\n)*--max-connections"));
 }
 
-TEST(LabProgram, ServesAsManyConnectionsAsItsPageSaysIfNotTold)
+TEST(LabProgram, HasTheLimitsThatItsPageStatesIfNotTold)
 {
-    EXPECT_EQ(LabServerOptions().nMaxConnections, 256);
+    const LabServerOptions options;
+    EXPECT_EQ(options.nMaxConnections, 256);
+    EXPECT_EQ(options.patience, std::chrono::seconds(60));
 }
 
 } // namespace
