@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -22,8 +23,7 @@ namespace
 // How long the end of the process or the application waits for the other threads. A receiver that hangs must
 // not keep the process from ending.
 constexpr std::chrono::seconds STOP_GRACE{5};
-// How long a stopped thread sleeps: longer than the end of the process takes, unless several steps of that
-// end use up their time limits.
+// How long a stopped thread sleeps: longer than the end of the process takes, if none of its steps hangs.
 constexpr std::chrono::seconds SLEEP_OF_THE_STOPPED{10};
 
 /// What one thread is using.
@@ -126,38 +126,40 @@ void StopOthers(std::unique_lock<std::mutex>& lock)
     Threads().changed.wait_for(lock, STOP_GRACE, [] { return Threads().OthersAreDone(); });
 }
 
-thread_local bool t_bGone = false; ///< lets static objects that are destroyed later know
+thread_local Thread* t_pThread = nullptr; ///< of this thread, while its owner exists
+thread_local bool t_bGone = false;        ///< lets static objects that are destroyed later know
 
 /// Owns what a thread uses. Thread-local objects of a thread that calls exit() or returns from main are
-/// destroyed before any static object, and so before the objects that Qt's own threads use or are just
-/// creating.
+/// destroyed before any static object, and so before the objects that Qt's own threads use or create. It has
+/// no members: MinGW frees the memory of a thread's thread-local objects before it destroys them.
 struct Owner {
-    Thread* const pThread = new Thread;
-
     Owner()
     {
         const std::lock_guard<std::mutex> lock(Threads().mutex);
-        Threads().vecThreads.push_back(pThread);
+        t_pThread = Threads().vecThreads.emplace_back(new Thread);
     }
     ~Owner()
     {
         t_bGone = true;
         // A manager waits for a thread of its own, and a thread that is no more may hold a lock of Qt's.
-        UnlessThreadsAreGone([this] { Leave(); });
+        UnlessThreadsAreGone(&Leave);
     }
     Owner(const Owner&) = delete;
     Owner& operator=(const Owner&) = delete;
 
-    void Leave() const
+    static void Leave()
     {
+        // In the child of a fork, older ones may be threads of its parent that had the same id.
+        auto& vecThreads = Threads().vecThreads;
+        const auto isThis = [](const Thread* pThread) { return pThread->id == std::this_thread::get_id(); };
+        std::unique_lock<std::mutex> lock(Threads().mutex);
+        const std::unique_ptr<Thread> pThread(*std::find_if(vecThreads.rbegin(), vecThreads.rend(), isThis));
+        lock.unlock();
         EndAll(*pThread);
-        {
-            const std::lock_guard<std::mutex> lock(Threads().mutex);
-            auto& vecThreads = Threads().vecThreads;
-            vecThreads.erase(std::remove(vecThreads.begin(), vecThreads.end(), pThread), vecThreads.end());
-            Threads().changed.notify_all();
-        }
-        delete pThread;
+        lock.lock();
+        vecThreads.erase(std::remove(vecThreads.begin(), vecThreads.end(), pThread.get()), vecThreads.end());
+        Threads().changed.notify_all();
+        lock.unlock();
     }
 };
 
@@ -168,9 +170,7 @@ Thread* ThisThread()
         return nullptr;
     }
     thread_local const Owner owner;
-    // The analyzer assumes that the owner is destroyed when this function returns; it lives as long as the
-    // thread.
-    return owner.pThread; // NOLINT(clang-analyzer-cplusplus.NewDelete)
+    return t_pThread;
 }
 
 void EndOfApplication()

@@ -23,6 +23,7 @@
 #include <cstddef>
 #include <functional>
 #include <future>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -403,6 +404,39 @@ TEST_F(NetworkAgain, TheEndOfTheProcessWaitsUntilAManagerIsGoneWhole)
         sent.get_future().wait();
         EndNetworkUse();
         EXPECT_TRUE(g_bGone);
+    });
+}
+
+/// Fills all memory that was freed before it is destroyed.
+struct FillsFreedMemory {
+    FillsFreedMemory() = default;
+    ~FillsFreedMemory()
+    {
+        constexpr std::size_t LARGEST = 256;
+        constexpr int OF_EACH_SIZE = 50;
+        std::vector<std::string> vecBlocks;
+        for (std::size_t nSize = 1; nSize < LARGEST; ++nSize) {
+            for (int nBlock = 0; nBlock < OF_EACH_SIZE; ++nBlock) {
+                vecBlocks.emplace_back(nSize, 'x');
+            }
+        }
+        EXPECT_EQ(vecBlocks.size(), (LARGEST - 1) * OF_EACH_SIZE);
+    }
+    FillsFreedMemory(const FillsFreedMemory&) = delete;
+    FillsFreedMemory& operator=(const FillsFreedMemory&) = delete;
+};
+
+// MinGW frees the memory of thread-local objects before it destroys them.
+TEST_F(NetworkAgain, AThreadThatEndsDeletesItsManagersWhateverIsInMemoryThatWasFreed)
+{
+    InAnApplication([&] {
+        QPointer<NAManager> pManager;
+        std::thread([&] {
+            pManager = Send(m_silent, NAManager::METHOD_GET);
+            thread_local const FillsFreedMemory fills; // destroyed before what was made before it
+            EXPECT_NE(&fills, nullptr);
+        }).join();
+        EXPECT_TRUE(pManager.isNull());
     });
 }
 
