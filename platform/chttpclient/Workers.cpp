@@ -210,6 +210,9 @@ void Workers::Lead(Lock& lock)
         }
     }
     m_tpCloseIdle = pTransfers->CloseIdleAt();
+    if (m_nUntimed > 0 && m_duties.HasFinished()) {
+        m_wake.notify_one(); // to close idle connections when it is time, should the receiver block
+    }
     m_change.notify_all();
 }
 
@@ -225,16 +228,14 @@ void Workers::DeliverNext(Lock& lock)
     lock.lock();
 }
 
-// A thread that delivers may be in a receiver for long, so this one must close idle connections when their
-// time has come. While the other one leads, that time is not known yet.
 void Workers::Sleep(Lock& lock)
 {
-    const Clock::time_point tpCloseIdle =
-        m_duties.IsLed() ? Clock::now() + std::chrono::seconds(MAX_IDLE_SECONDS) : m_tpCloseIdle;
-    if (tpCloseIdle == Clock::time_point::max()) {
+    if (m_duties.IsLed() || m_tpCloseIdle == Clock::time_point::max()) {
+        ++m_nUntimed;
         m_wake.wait(lock);
+        --m_nUntimed;
     } else {
-        m_wake.wait_until(lock, tpCloseIdle);
+        m_wake.wait_until(lock, m_tpCloseIdle);
     }
 }
 

@@ -89,6 +89,7 @@ private:
         Clock::time_point::max(); ///< when a thread must lead to close idle connections
     std::shared_ptr<const CHttpClientResponse> m_pReceiver;
     std::list<Worker> m_lstWorkers;
+    std::size_t m_nUntimed = 0; ///< threads that sleep without knowing when to close idle connections
     std::thread::id m_idDelivering;
     std::size_t m_nOutstanding = 0; ///< exchanges that are not yet delivered
     bool m_bEnded = false;

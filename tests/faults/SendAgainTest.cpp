@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <ostream>
@@ -210,17 +211,22 @@ TEST_F(TransportIdleConnection, IsClosedThoughNoRequestComesEachTime)
     RepliesAfterShutdown(TIMES);
 }
 
-// The thread that would close it is in the receiver.
-TEST_F(TransportIdleConnection, IsClosedThoughAReceiverBlocks)
+// The thread that received the reply is in the receiver. Before the first time the other one has never been
+// used; before the second it knows that there is no connection to close.
+TEST_F(TransportIdleConnection, IsClosedThoughAReceiverBlocksEachTime)
 {
-    Gate gate;
+    constexpr std::size_t TIMES = 2;
+    std::array<Gate, TIMES> gates;
+    std::size_t nCalls = 0;
     CHttpClientSetResponseCallBack(
-        [&gate](const std::string&, int, void*, int) { EXPECT_TRUE(gate.Wait()); });
+        [&](const std::string&, int, void*, int) { EXPECT_TRUE(gates.at(nCalls++).Wait()); });
     ASSERT_TRUE(CHttpClientInit());
     const ScriptedServer server(Ok());
-    Get(server.Url("/"));
-    EXPECT_TRUE(server.WaitForClosed(1));
-    gate.Open();
+    for (std::size_t nTime = 1; nTime <= TIMES; ++nTime) {
+        Get(server.Url("/"));
+        EXPECT_TRUE(server.WaitForClosed(nTime));
+        gates.at(nTime - 1).Open();
+    }
     CHttpClientUnInit();
 }
 
