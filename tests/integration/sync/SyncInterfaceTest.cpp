@@ -125,6 +125,7 @@ TEST_P(SyncReport, HoldsItsCallerBackForTwoSecondsWhenItFails)
     timer.start();
     EXPECT_FALSE(Send(server, ENOUGH_MS));
     EXPECT_GE(timer.elapsed(), REPORT_PAUSE_MS);
+    EXPECT_LT(timer.elapsed() - m_request.LastOutcome().nMilliseconds, 2 * REPORT_PAUSE_MS);
     EXPECT_EQ(server.Requests().size(), 1U) << "there is no second attempt";
 }
 

@@ -62,14 +62,26 @@ class LabAcceptance : public ::testing::TestWithParam<int>
 {
 };
 
-TEST_P(LabAcceptance, ThatFailsIsTriedAgain)
+/// What the server may hold at a time, so that a failure that takes a place shows.
+LabServerOptions OneConnection()
+{
+    LabServerOptions options;
+    options.nMaxConnections = 1;
+    return options;
+}
+
+TEST_P(LabAcceptance, ThatFailsIsTriedAgainAfterAPause)
 {
     g_nAcceptError = GetParam();
     g_nFailing = 3;
-    LabServer server;
+    const auto tpBegin = std::chrono::steady_clock::now();
+    LabServer server(OneConnection());
     LabClient client(server.Start());
     EXPECT_EQ(client.Get("/posts/1").nStatus, 200);
     EXPECT_EQ(g_nFailing, 0);
+    if (GetParam() != EAGAIN) { // which says that nobody wants to be accepted
+        EXPECT_GE(std::chrono::steady_clock::now() - tpBegin, std::chrono::milliseconds(20));
+    }
 }
 
 // No descriptor, no memory, and a client that left between the poll and the accept.

@@ -117,6 +117,19 @@ TEST_F(LabLimits, AHeaderThatComesByteByByteIsUnderstood)
     EXPECT_THAT(strReply, HasSubstr("\"Test engineer\"}"));
 }
 
+TEST_F(LabLimits, ABodyUpToTheLimitIsReadAndALargerOneRefused)
+{
+    constexpr size_t LIMIT = 16'777'216;
+    const auto HeadOf = [](size_t nSize) {
+        return "POST /posts HTTP/1.1\r\nConnection: close\r\nContent-Length: " + std::to_string(nSize) +
+               "\r\n\r\n";
+    };
+    EXPECT_THAT(Answer(HeadOf(LIMIT) + std::string(LIMIT, 'x')), StartsWith("HTTP/1.1 404 "));
+    const std::string strReply = Answer(HeadOf(LIMIT + 1));
+    EXPECT_THAT(strReply, StartsWith("HTTP/1.1 413 "));
+    EXPECT_THAT(strReply, HasSubstr("larger than 16777216 bytes"));
+}
+
 TEST_F(LabLimits, NoRangesAreServed)
 {
     std::string strMany = "bytes=0-";

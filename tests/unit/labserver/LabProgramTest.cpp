@@ -240,8 +240,10 @@ TEST(LabProgram, AskingForHelpIsNoError)
     for (int nLine = 0; nLine < 30; ++nLine) { // more than there are
         strRest += program.OutLine() + '\n';
     }
-    EXPECT_THAT(strRest,
-                ContainsPattern("--help(.|\n)*--port(.|\n)*--address(.|\n)*--data(.|\n)*--max-connections"));
+    EXPECT_THAT(
+        strRest,
+        ContainsPattern(
+            "--help(.|\n)*--port(.|\n)*--address(.|\n)*--data(.|\n)*--max-connections(.|\n)*Exit status: 0"));
 }
 
 TEST(LabProgram, HasTheLimitsThatItsPageStatesIfNotTold)

@@ -231,8 +231,12 @@ TEST_F(ReplyBody, IsAskedForInTheCodingsThatCanBeUnpacked)
 class PieceReply : public QNetworkReply
 {
 public:
-    PieceReply() { open(QIODevice::ReadOnly | QIODevice::Unbuffered); }
-    void Put(const char* szPiece) { m_baHeld += szPiece; }
+    explicit PieceReply(const char* szCoding = "identity")
+    {
+        setRawHeader("Content-Encoding", szCoding);
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+    void Put(const std::string& strPiece) { m_baHeld += QByteArray::fromStdString(strPiece); }
     void LackMemory() { m_bLacksMemory = true; }
     int Aborts() const { return m_nAborts; }
 
@@ -270,6 +274,18 @@ TEST(ReplyBodyThatFailed, TakesNothingMore)
     EXPECT_EQ(reply.bytesAvailable(), 1);
     EXPECT_EQ(reply.Aborts(), 1);
     EXPECT_TRUE(body.TakeBytes().isEmpty());
+}
+
+TEST(ReplyBodyThatFailed, EndsTheExchangeWhetherItsUnpackedSizeOrItsPackingIsWrong)
+{
+    for (const std::string& strBody : {Gzipped("1234"), std::string("no gzip")}) {
+        PieceReply reply("gzip");
+        ::ReplyBody body(reply, 3);
+        reply.Put(strBody);
+        body.Receive();
+        EXPECT_FALSE(body.Error().isEmpty());
+        EXPECT_EQ(reply.Aborts(), 1);
+    }
 }
 
 TEST(ReplyBodyThatFailed, ForLackOfMemoryHoldsNothing)
