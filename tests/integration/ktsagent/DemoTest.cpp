@@ -80,6 +80,8 @@ TEST_F(Demo, SendsWhatEachCallIsGiven)
 {
     const QString strCheck = "/vomd/system/channelCheckData.action?chl=8&deviceId=KTS-0007&dxtm=CELL-0001"
                              "&purpose=cycle%20life&wtNumId=1201&xmNameId=107";
+    const QString strFtpPath = "/vomd/system/xmmb/getFtpFilePath.action?batteryStatus=2&bjtzser=B01"
+                               "&csxmser=C03&supplier=Harbour%20Storage";
     const QString strUpload = "/dev-api/connector/DataCollectionController_KR_KR/saveData";
     const QString strCycle = "/open/test-cabinet/add/kostrel/cycle";
     const QString strData = R"({"batchNo":"B2405-17","chargingCapacity":"3.21","dischargeCapacity":"3.17",)"
@@ -93,8 +95,7 @@ TEST_F(Demo, SendsWhatEachCallIsGiven)
         "/vomd/system/GetSupportVer.action?t=1.1.0 ",
         "/vomd/system/GetDxzt.action?t=1.1.0 ",
         "/vomd/system/autoExport.action?bjtzser=B01&csxmser=C02&dxtm=CELL-0001 ",
-        "/vomd/system/xmmb/getFtpFilePath.action?batteryStatus=2&bjtzser=B01&csxmser=C03"
-        "&supplier=Harbour%20Storage ",
+        strFtpPath + " ",
         strCheck + " ",
         "/vomd/system/whetherInCommon.action?dxtm=CELL-0099 ",
         strUpload + ' ' + strData,

@@ -74,7 +74,7 @@ class ARequestLeftBehind : public ::testing::Test
 protected:
     QPointer<SlowManager> Leave(int nMilliseconds)
     {
-        const QPointer<SlowManager> pManager = new SlowManager;
+        auto* const pManager = new SlowManager;
         m_pLeftBehind->Add(*pManager, QDeadlineTimer(nMilliseconds));
         return pManager;
     }
@@ -111,7 +111,7 @@ TEST_F(ARequestLeftBehind, OutlivesWhatWatchesItUpToItsDeadline)
 TEST_F(ARequestLeftBehind, IsGivenUpEvenIfWhatWatchesItGoesAfterItsDeadline)
 {
     const QPointer<SlowManager> pManager = Leave(SOON_MS);
-    const QDeadlineTimer afterwards(2 * SOON_MS);
+    const QDeadlineTimer afterwards(qint64{2} * SOON_MS);
     while (!afterwards.hasExpired()) {
         std::this_thread::yield(); // no event is handled meanwhile
     }
@@ -124,7 +124,7 @@ TEST_F(ARequestLeftBehind, IsGivenUpEvenIfWhatWatchesItGoesAfterItsDeadline)
 TEST_F(ARequestLeftBehind, IsNotGivenUpWhileItHandlesItsReply)
 {
     const QPointer<SlowManager> pManager = Leave(4 * SOON_MS);
-    const QDeadlineTimer afterwards(4 * SOON_MS);
+    const QDeadlineTimer afterwards(qint64{4} * SOON_MS);
     bool bThereAfterwards = false;
     pManager->SetEndReceiver([&](const ExchangeEnd&) {
         Leave(ENOUGH_MS); // looks at all deadlines
