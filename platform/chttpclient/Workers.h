@@ -76,17 +76,16 @@ private:
     void DeliverNext(Lock& lock);
     void Sleep(Lock& lock);
     void WakeUp(Duties::Wake eWake, Lock& lock);
-    int Refusal() const;
     void Refuse(ExchangeList& exchange, Lock& lock);
 
     mutable std::mutex m_mutex;       ///< guards everything below
     std::condition_variable m_wake;   ///< for a thread without a duty
     std::condition_variable m_change; ///< for `Drain` and `Stop`
     Duties m_duties;
-    std::shared_ptr<Transfers>
-        m_pTransfers; ///< null while stopped; but for `Wake`, only the leading thread uses it
-    Clock::time_point m_tpCloseIdle =
-        Clock::time_point::max(); ///< when a thread must lead to close idle connections
+    /// Null while stopped. Only the leading thread uses it, but for `Transfers::Wake`.
+    std::shared_ptr<Transfers> m_pTransfers;
+    /// When a thread must lead to close idle connections.
+    Clock::time_point m_tpCloseIdle = Clock::time_point::max();
     std::shared_ptr<const CHttpClientResponse> m_pReceiver;
     std::list<Worker> m_lstWorkers;
     std::size_t m_nUntimed = 0; ///< threads that sleep without knowing when to close idle connections
