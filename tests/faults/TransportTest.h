@@ -27,6 +27,8 @@ class ReceivedReplies
 {
 public:
     void Add(const std::string& strBody, int nType, void* pUserData, int nHttpError);
+    /// Makes `Add` allocate nothing for that many replies with short bodies.
+    void Reserve(std::size_t nCount) { m_vecReplies.reserve(nCount); }
     /// @return false when that many replies have not come within 60 s
     bool WaitFor(std::size_t nCount) const;
     std::size_t Count() const;
