@@ -61,11 +61,4 @@ Duties::Wake Duties::EndRound(ExchangeList& finished, bool bInFlight)
     return bOtherDelivers ? Wake::Sleeper : Wake::Nobody;
 }
 
-ExchangeList Duties::TakeFinished()
-{
-    ExchangeList first;
-    first.splice(first.end(), m_lstFinished, m_lstFinished.begin());
-    return first;
-}
-
 } // namespace chttpclient

@@ -72,7 +72,7 @@ public:
     bool IsLed() const { return m_bLeading; }
 
     /// For the delivering thread: takes the exchange that ended first; there must be one.
-    ExchangeList TakeFinished();
+    ExchangeList TakeFinished() { return TakeFirst(m_lstFinished); }
     bool HasFinished() const { return !m_lstFinished.empty(); }
     void EndDelivery() { m_bDelivering = false; }
 

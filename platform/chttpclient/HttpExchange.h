@@ -23,4 +23,12 @@ struct HttpExchange {
 /// until its callback has returned, so that no later step can fail for lack of memory.
 using ExchangeList = std::list<HttpExchange>;
 
+/// Takes the first exchange off a list that is not empty, as a list of its own.
+inline ExchangeList TakeFirst(ExchangeList& exchanges)
+{
+    ExchangeList first;
+    first.splice(first.end(), exchanges, exchanges.begin());
+    return first;
+}
+
 } // namespace chttpclient

@@ -24,14 +24,6 @@ constexpr int LONGEST_WAIT_MS = 50;
 constexpr int LONGEST_WAIT_MS = 3'600'000; // libcurl knows when it has something to do
 #endif
 
-/// Takes the first exchange off a list, as a list of its own.
-ExchangeList TakeFirst(ExchangeList& exchanges)
-{
-    ExchangeList first;
-    first.splice(first.end(), exchanges, exchanges.begin());
-    return first;
-}
-
 } // namespace
 
 Transfers::Transfers(const TransportSettings& settings)

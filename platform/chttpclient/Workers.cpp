@@ -106,10 +106,7 @@ void Workers::Refuse(ExchangeList& exchange, Lock& lock)
     } catch (const std::exception& error) { // no thread, or no memory for one
         LogNoThread(error.what());
     }
-    --m_nOutstanding; // first: a receiver may send its next request even at a limit of one
-    const auto pReceiver = m_pReceiver;
-    lock.unlock();
-    CallReceiver(pReceiver.get(), exchange.front());
+    Deliver(std::move(exchange), lock);
 }
 
 /// Wakes a thread after releasing the lock, so that it does not wake up only to wait for that.
@@ -160,7 +157,7 @@ void Workers::End(Clock::time_point deadline)
     m_bEnded = true;
     if (m_idDelivering == std::this_thread::get_id()) {
         while (m_duties.HasFinished()) {
-            DeliverNext(lock);
+            Deliver(m_duties.TakeFinished(), lock);
         }
     }
 }
@@ -181,7 +178,7 @@ void Workers::Run(Worker& self)
             break;
         case Duties::Duty::Deliver:
             m_idDelivering = std::this_thread::get_id();
-            DeliverNext(lock);
+            Deliver(m_duties.TakeFinished(), lock);
             m_idDelivering = std::thread::id();
             m_duties.EndDelivery();
             break;
@@ -216,9 +213,9 @@ void Workers::Lead(Lock& lock)
     m_change.notify_all();
 }
 
-void Workers::DeliverNext(Lock& lock)
+/// Calls the receiver, without the lock.
+void Workers::Deliver(ExchangeList exchange, Lock& lock)
 {
-    ExchangeList exchange = m_duties.TakeFinished();
     auto pReceiver = m_pReceiver;
     --m_nOutstanding; // first: a receiver may send its next request even at a limit of one
     lock.unlock();

@@ -73,7 +73,7 @@ private:
     void RemoveEnded();
     void Run(Worker& self);
     void Lead(Lock& lock);
-    void DeliverNext(Lock& lock);
+    void Deliver(ExchangeList exchange, Lock& lock);
     void Sleep(Lock& lock);
     void WakeUp(Duties::Wake eWake, Lock& lock);
     void Refuse(ExchangeList& exchange, Lock& lock);

@@ -25,6 +25,15 @@ void SendOne(Workers& workers)
     workers.Send(ExchangeList(1));
 }
 
+/// Starts workers that note the thread of their last callback, and drains them.
+void StartAndDrain(Workers& workers, std::thread::id& idReceiver)
+{
+    workers.SetReceiver(
+        [&](const std::string&, int, void*, int) { idReceiver = std::this_thread::get_id(); });
+    workers.Start(TransportSettings());
+    workers.Drain();
+}
+
 } // namespace
 
 TEST(Workers, WhoseReceiverBlocksPastTheDeadlineOfAStopAreLeftToEndByThemselves)
@@ -91,10 +100,7 @@ TEST(Workers, StartNoThreadAfterTheirEndUntilTheyAreStartedAgain)
 {
     Workers workers;
     std::thread::id idReceiver;
-    workers.SetReceiver(
-        [&](const std::string&, int, void*, int) { idReceiver = std::this_thread::get_id(); });
-    workers.Start(TransportSettings());
-    workers.Drain();
+    StartAndDrain(workers, idReceiver);
     workers.End(Workers::Clock::now() + PATIENCE);
     SendOne(workers);
     EXPECT_EQ(idReceiver, std::this_thread::get_id());
@@ -110,10 +116,7 @@ TEST(Workers, WhoseEndAnotherThreadOnlyJustSawDeliverOnThatThread)
 {
     Workers workers;
     std::thread::id idReceiver;
-    workers.SetReceiver(
-        [&](const std::string&, int, void*, int) { idReceiver = std::this_thread::get_id(); });
-    workers.Start(TransportSettings());
-    workers.Drain();
+    StartAndDrain(workers, idReceiver);
     std::atomic<bool> bEnded = false;
     std::thread other([&] {
         while (!bEnded.load(std::memory_order_relaxed)) {
