@@ -59,7 +59,6 @@ void Workers::StartThreads(std::size_t nWanted)
             m_lstWorkers.pop_back();
             throw;
         }
-        m_duties.Employ();
     }
 }
 
@@ -138,6 +137,11 @@ void Workers::Drain()
 void Workers::Stop(Clock::time_point deadline)
 {
     Lock lock(m_mutex);
+    Stop(deadline, lock);
+}
+
+void Workers::Stop(Clock::time_point deadline, Lock& lock)
+{
     m_duties.Dismiss();
     m_wake.notify_all();
     const std::size_t nLeft = m_idDelivering == std::this_thread::get_id() ? 1 : 0;
@@ -152,9 +156,9 @@ void Workers::Stop(Clock::time_point deadline)
 
 void Workers::End(Clock::time_point deadline)
 {
-    Stop(deadline);
     Lock lock(m_mutex);
-    m_bEnded = true;
+    Stop(deadline, lock);
+    m_bEnded = true; // in the same step: no thread is started after the stop
     if (m_idDelivering == std::this_thread::get_id()) {
         while (m_duties.HasFinished()) {
             Deliver(m_duties.TakeFinished(), lock);

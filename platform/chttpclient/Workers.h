@@ -38,8 +38,8 @@ public:
     bool IsStarted() const;
 
     /// Sends a request, or refuses it if too many are outstanding or requests are not accepted. A refused one
-    /// is delivered too: by a new thread if none runs; on the calling thread if that can't be started, and
-    /// after `End`.
+    /// is delivered too: by a new thread if none runs, which after a `Stop` ends again at once; on the
+    /// calling thread if that can't be started, and after `End`.
     void Send(ExchangeList exchange);
 
     /// Accepts no more requests, and returns once those that were accepted have their outcomes. Requests
@@ -68,6 +68,7 @@ private:
         bool bRuns = true;
     };
 
+    void Stop(Clock::time_point deadline, Lock& lock);
     void StartThreads(std::size_t nWanted);
     std::size_t Running() const;
     void RemoveEnded();

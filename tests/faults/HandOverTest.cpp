@@ -106,6 +106,34 @@ TEST_F(TransportHandOver, BesideAStopGivesEachRequestItsCallbackBeforeTheStopRet
     EXPECT_THAT(m_replies.Errors(), Each(0));
 }
 
+// Such a request is refused, and may come just as the last thread has ended.
+TEST_F(TransportHandOver, IsOverSoonAtAStopBesideWhichRequestsAreSent)
+{
+    constexpr int ROUNDS = 300;
+    const auto longest = 4s; // shorter than a stop waits for a thread that does not end
+    const ScriptedServer server(Ok());
+    std::atomic<int> nCalled = 0;
+    CHttpClientSetResponseCallBack([&](const std::string&, int, void*, int) { ++nCalled; });
+    for (int nRound = 0; nRound < ROUNDS; ++nRound) {
+        ASSERT_TRUE(CHttpClientInit());
+        std::atomic<bool> bStopped = false;
+        std::thread sender([&] {
+            for (int nSent = nCalled; !bStopped; ++nSent) {
+                Get(server.Url("/"));
+                while (nCalled <= nSent) {
+                    std::this_thread::yield();
+                }
+            }
+        });
+        const auto tpStop = std::chrono::steady_clock::now();
+        CHttpClientUnInit();
+        const auto length = std::chrono::steady_clock::now() - tpStop;
+        bStopped = true;
+        sender.join();
+        ASSERT_LT(length, longest) << nRound;
+    }
+}
+
 /// The parameter is the number of requests in flight besides the one whose callback blocks.
 class TransportBlockedCallback : public TransportHandOver, public testing::WithParamInterface<std::size_t>
 {
