@@ -5,7 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <memory>
 #include <ostream>
+#include <utility>
 
 using namespace std::string_literals;
 using namespace std::chrono_literals;
@@ -25,8 +27,16 @@ constexpr int LOST_REPORT = -65;
 
 /// What the server does, and what the callback must get.
 struct Outcome {
+    Outcome(const char* szGivenName, ServerStep step, int nError, std::string strReplyBody)
+        : szName(szGivenName),
+          pStep(std::make_shared<const ServerStep>(std::move(step))),
+          nHttpError(nError),
+          strBody(std::move(strReplyBody))
+    {
+    }
+
     const char* szName;
-    ServerStep step;
+    std::shared_ptr<const ServerStep> pStep; ///< shared, because every process of a test copies all rows
     int nHttpError;
     std::string strBody;
 
@@ -38,13 +48,13 @@ class TransportOutcome : public TransportOnEachConnection<Outcome>
 protected:
     void ExpectOutcome(bool bPost)
     {
-        if (ServerHangsUp() && HasServed() && TheRow().step.ending == Ending::Reset && RunsUnderWine()) {
+        if (ServerHangsUp() && HasServed() && TheRow().pStep->ending == Ending::Reset && RunsUnderWine()) {
             GTEST_SKIP() << "Wine does not report resets to programs";
         }
         SetTimes();
         Set("CHTTPCLIENT_MAX_REPLY_BYTES", MAX_REPLY);
         Start();
-        const ScriptedServer server(WellBut(TheRow().step));
+        const ScriptedServer server(WellBut(*TheRow().pStep));
         for (int nRound = 0; nRound < Rounds(); ++nRound) {
             const std::size_t nConnection = HasServed() ? ServeWell(server) : 1;
             const std::string strTarget = "/vomd/" + std::to_string(nRound);
@@ -66,7 +76,7 @@ private:
     /// fails and a query is sent again.
     static bool ServerHangsUp()
     {
-        const ServerStep& step = TheRow().step;
+        const ServerStep& step = *TheRow().pStep;
         return step.strReply.empty() && (step.ending == Ending::Close || step.ending == Ending::Reset);
     }
 
@@ -219,7 +229,7 @@ class TransportLeftover : public TransportOutcome
 TEST_P(TransportLeftover, AnswersNoOtherRequest)
 {
     Start();
-    const ScriptedServer server(WellBut(TheRow().step));
+    const ScriptedServer server(WellBut(*TheRow().pStep));
     for (int nRound = 0; nRound < Rounds(); ++nRound) {
         const std::size_t nConnection = HasServed() ? ServeWell(server) : 1;
         const std::string strTarget = "/vomd/" + std::to_string(nRound);
