@@ -28,6 +28,13 @@ if(KTS_SANITIZE)
   add_link_options(-fsanitize=${KTS_SANITIZE})
 endif()
 
+# kts_seldom_used(target): with sanitizers, optimising this target would take longer than it saves.
+function(kts_seldom_used target)
+  if(KTS_SANITIZE)
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
+endfunction()
+
 if(KTS_COVERAGE)
   # Counts are kept in memory-mapped files (%c), one for each program or library (%m), so that they survive a process
   # that is killed, and so that thousands of processes need no more disk space than one. Several processes and threads

@@ -16,7 +16,7 @@ using Ending = ServerStep::Ending;
 namespace
 {
 
-constexpr long MAX_REPLY = 4000;
+constexpr long MAX_UNPACKED = 4000;
 
 const std::string& Text()
 {
@@ -112,7 +112,7 @@ class TransportPackedReply : public TransportUnpacking, public testing::WithPara
 
 TEST_P(TransportPackedReply, IsUnpackedWholeOrIsAFailure)
 {
-    Set("CHTTPCLIENT_MAX_REPLY_BYTES", MAX_REPLY);
+    Set("CHTTPCLIENT_MAX_REPLY_BYTES", MAX_UNPACKED);
     ExpectFromEach(EachFraming(GetParam().strHeaderLines, GetParam().strBody), GetParam().nHttpError,
                    GetParam().strUnpacked);
 }
@@ -124,9 +124,9 @@ INSTANTIATE_TEST_SUITE_P(
     Gzip, TransportPackedReply,
     testing::Values(Packed{"Whole", GZIP, Gzipped(Text()), 0, Text()},
                     Packed{"OfAnEmptyText", GZIP, Gzipped(""), 0, ""}, Packed{"OfNoBytes", GZIP, "", 0, ""},
-                    Packed{"AsLargeAsMayBe", GZIP, Gzipped(std::string(MAX_REPLY, 'x')), 0,
-                           std::string(MAX_REPLY, 'x')},
-                    Packed{"TooLarge", GZIP, Gzipped(std::string(MAX_REPLY + 1, 'x')), -63, ""},
+                    Packed{"AsLargeAsMayBe", GZIP, Gzipped(std::string(MAX_UNPACKED, 'x')), 0,
+                           std::string(MAX_UNPACKED, 'x')},
+                    Packed{"TooLarge", GZIP, Gzipped(std::string(MAX_UNPACKED + 1, 'x')), -63, ""},
                     Packed{"CutInTheMiddle", GZIP, Without(Gzipped(Text()), 30), -61, ""},
                     Packed{"WithoutChecksumAndLength", GZIP, Without(Gzipped(Text()), 8), -61, ""},
                     Packed{"WithoutLength", GZIP, Without(Gzipped(Text()), 4), -61, ""},

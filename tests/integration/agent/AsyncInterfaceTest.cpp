@@ -1,6 +1,7 @@
 // The asynchronous interface as a host uses it: a sender, a real socket, a server, a signal.
 
 #include "AnswerSpy.h"
+#include "Enough.h"
 #include "ScriptedServer.h"
 
 #include "labserver/LabServer.h"
@@ -21,8 +22,6 @@
 
 namespace
 {
-
-constexpr int ENOUGH_MS = 30'000;
 
 class AsyncInterface : public ::testing::Test
 {

@@ -3,6 +3,7 @@
 // registration.
 
 #include "AnswerSpy.h"
+#include "Enough.h"
 #include "LogFolder.h"
 #include "ScriptedServer.h"
 
@@ -112,7 +113,6 @@ protected:
         EXPECT_TRUE(answers.Wait(2));
     }
 
-    static constexpr int ENOUGH_MS = 30'000;
     const LogFolder m_log;
     const ScriptedServer m_server{Ok()};
     const RefusingPort m_refusing;

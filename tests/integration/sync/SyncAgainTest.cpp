@@ -62,7 +62,7 @@ protected:
 
     const ScriptedServer m_yes{ServerStep{YES}};
     const ScriptedServer m_no{ServerStep{NO}};
-    const ScriptedServer m_silent{NEVER};
+    const ScriptedServer m_silent{Silent()};
     const std::string m_strTimeOut = "no answer came within 200 ms";
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Enough.h"
 #include "ScriptedServer.h"
 
 #include <ktshttpagent/CUIAgentReq.h>
@@ -7,8 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <QString>
-
-constexpr int ENOUGH_MS = 30'000;
 
 /// A host that calls blocking senders. Each test is a process of its own, so its wait records are new.
 class SyncInterface : public ::testing::Test

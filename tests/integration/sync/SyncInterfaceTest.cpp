@@ -215,19 +215,21 @@ TEST_P(SyncGoodReply, IsTheServersAnswer)
     EXPECT_TRUE(m_bAllow);
 }
 
-const std::string YES = R"({"success":true,"result":{"allowBoot":"yes"}})";
+const std::string YES_BODY = R"({"success":true,"result":{"allowBoot":"yes"}})";
 
 INSTANTIATE_TEST_SUITE_P(
     Each, SyncGoodReply,
     ::testing::Values(
         GoodReply{"Slow",
-                  {HttpReply(200, YES), ServerStep::Ending::KeepAlive, std::chrono::milliseconds(300)}},
-        GoodReply{"ByteByByte",
-                  {HttpReply(200, YES), ServerStep::Ending::KeepAlive, std::chrono::milliseconds(0), true}},
-        GoodReply{"ArrayOfObjects", {HttpReply(200, "[" + YES + R"(,{"success":false}])")}},
-        GoodReply{"Chunked",
-                  {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2d\r\n" + YES + "\r\n0\r\n\r\n"}},
-        GoodReply{"WrongContentType", {HttpReply(200, YES, "Content-Type: text/html\r\n")}}),
+                  {HttpReply(200, YES_BODY), ServerStep::Ending::KeepAlive, std::chrono::milliseconds(300)}},
+        GoodReply{
+            "ByteByByte",
+            {HttpReply(200, YES_BODY), ServerStep::Ending::KeepAlive, std::chrono::milliseconds(0), true}},
+        GoodReply{"ArrayOfObjects", {HttpReply(200, "[" + YES_BODY + R"(,{"success":false}])")}},
+        GoodReply{
+            "Chunked",
+            {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2d\r\n" + YES_BODY + "\r\n0\r\n\r\n"}},
+        GoodReply{"WrongContentType", {HttpReply(200, YES_BODY, "Content-Type: text/html\r\n")}}),
     [](const auto& reply) { return reply.param.szName; });
 
 } // namespace

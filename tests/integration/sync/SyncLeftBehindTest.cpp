@@ -43,7 +43,7 @@ protected:
         }
     }
 
-    const ScriptedServer m_silent{NEVER};
+    const ScriptedServer m_silent{Silent()};
     std::size_t m_nPeakThreads = 0;
     std::size_t m_nPeakDescriptors = 0;
 };
@@ -100,7 +100,7 @@ TEST_F(SyncGivenUp, ACallThatWaitsForEverIsAnsweredLongAfterTheTimeOfARequest)
 TEST_F(SyncLeftBehind, OfMoreThanAHundredTheOldestIsGivenUp)
 {
     Gate gate;
-    const ScriptedServer first(NEVER);
+    const ScriptedServer first(Silent());
     const ScriptedServer second([&](const WireRequest&) { return gate.Then({COMMON}); });
     const std::size_t nThreads = Threads();
     TimeOut(first, 1, SHORT_MS);

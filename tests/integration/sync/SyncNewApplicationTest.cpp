@@ -36,7 +36,7 @@ protected:
 
     const ScriptedServer m_yes{ServerStep{YES}};
     const ScriptedServer m_common{ServerStep{COMMON}};
-    const ScriptedServer m_silent{NEVER};
+    const ScriptedServer m_silent{Silent()};
 };
 
 TEST_F(SyncNewApplication, IsServedAsTheFirstOneAndItsEndGivesUpWhatIsUnderWay)

@@ -25,7 +25,6 @@ inline const std::string YES =
 inline const std::string NO = HttpReply(200, R"({"success":false})");
 inline const std::string SAVED = HttpReply(200, R"({"code":"success","message":"saved"})");
 inline const std::string COMMON = HttpReply(200, R"({"success":true,"common":true})");
-inline const ServerStep NEVER{"", ServerStep::Ending::Hold};
 
 /// Steps that wait until the test opens the gate, but not for ever. Destroy it after the server that uses it.
 class Gate

@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
                 false,
                 200,
                 "the body is not JSON: "},
-        EndCase{"Silence", NEVER, EBlockingEnd::TimedOut, false, 0, "no answer came within 200 ms"},
+        EndCase{"Silence", Silent(), EBlockingEnd::TimedOut, false, 0, "no answer came within 200 ms"},
         EndCase{"EmptyArray",
                 {HttpReply(200, "[]")},
                 EBlockingEnd::TimedOut,
@@ -124,7 +124,7 @@ TEST_F(SyncOutcome, LeavesOutThePauseOfAFailedReport)
 
 TEST_F(SyncOutcome, TellsAStaleYesFromAFreshOne)
 {
-    const ScriptedServer server(std::vector<ServerStep>{{YES}, NEVER});
+    const ScriptedServer server(std::vector<ServerStep>{{YES}, Silent()});
     EXPECT_TRUE(Check(server));
     ExpectEnd(EBlockingEnd::Answered, CHECK, "");
     EXPECT_TRUE(Check(server, SHORT_MS)) << "should return the previous reply's yes";
@@ -140,7 +140,7 @@ protected:
     bool CheckTwice(const ServerStep& late)
     {
         const ScriptedServer server([&](const WireRequest& request) {
-            return request.Target().find("dxtm=&") != std::string::npos ? m_gate.Then(late) : NEVER;
+            return request.Target().find("dxtm=&") != std::string::npos ? m_gate.Then(late) : Silent();
         });
         EXPECT_FALSE(m_request.SendGetChannelCheckDataEx(m_strHost, server.Port(), SHORT_MS, {}, m_bAllow,
                                                          m_strReason));
@@ -316,7 +316,7 @@ TEST_F(SyncOutcome, OfARefusedCallOnAnotherThreadIsToldThereAlone)
 
 TEST_F(SyncOutcome, OfACallDuringWhichTheApplicationQuitsIsInterrupted)
 {
-    const ScriptedServer server(NEVER);
+    const ScriptedServer server(Silent());
     QTimer::singleShot(0, [&] {
         QTimer::singleShot(0, [] { QCoreApplication::quit(); });
         EXPECT_FALSE(Check(server));

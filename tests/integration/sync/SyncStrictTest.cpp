@@ -73,7 +73,7 @@ protected:
 
     Gate m_gate;
     const ScriptedServer m_late{[this](const WireRequest&) { return m_gate.Then({YES}); }};
-    const ScriptedServer m_silent{NEVER};
+    const ScriptedServer m_silent{Silent()};
     /// Answers no after the late server's yes was handled.
     const ScriptedServer m_no{[this](const WireRequest&) {
         m_gate.Open();
@@ -85,7 +85,7 @@ protected:
 TEST_F(SyncStrict, AChannelStartsOnItsOwnAnswerOnly)
 {
     const ScriptedServer server([](const WireRequest& request) {
-        return request.Target().find("chl=1&") != std::string::npos ? ServerStep{YES} : NEVER;
+        return request.Target().find("chl=1&") != std::string::npos ? ServerStep{YES} : Silent();
     });
     tagSRequestGetChannelCheckData check{12, 7, "X", "D1", "1", "p"};
     EXPECT_EQ(MayStart(m_request, m_strHost, server.Port(), ENOUGH_MS, check, m_strReason),

@@ -9,8 +9,6 @@
 namespace
 {
 
-const ServerStep NEVER{"", ServerStep::Ending::Hold};
-
 class SyncTimeout : public SyncInterface
 {
 protected:
@@ -23,7 +21,7 @@ protected:
         return clock.nsecsElapsed();
     }
 
-    ScriptedServer m_silent{NEVER};
+    ScriptedServer m_silent{Silent()};
 };
 
 // A wait is never shorter than its time-out, whatever the granularity of the timer. A coarse timer rounds

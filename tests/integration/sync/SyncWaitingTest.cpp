@@ -22,8 +22,8 @@ namespace
 
 constexpr int SHORT_MS = 300;
 
-const std::string YES = HttpReply(200, R"({"success":true,"result":{"allowBoot":"yes","reason":"first"}})");
-const ServerStep NEVER{"", ServerStep::Ending::Hold};
+const std::string FIRST_YES =
+    HttpReply(200, R"({"success":true,"result":{"allowBoot":"yes","reason":"first"}})");
 
 /// Delays a server's answer until the test sets the flag, but not for ever.
 void WaitUntil(const std::atomic<bool>& bSet)
@@ -36,7 +36,7 @@ void WaitUntil(const std::atomic<bool>& bSet)
 
 TEST_F(SyncInterface, ATimeOutOnTheFirstCallIsANoWithoutTexts)
 {
-    const ScriptedServer server(NEVER);
+    const ScriptedServer server(Silent());
     m_bAllow = true;
     m_strReason = "before";
     EXPECT_FALSE(Check(server, SHORT_MS));
@@ -49,7 +49,7 @@ TEST_F(SyncInterface, ATimeOutOnTheFirstCallIsANoWithoutTexts)
 
 TEST_F(SyncInterface, ATimeOutReturnsWhatTheReplyBeforeBrought)
 {
-    const ScriptedServer server(std::vector<ServerStep>{{YES}, NEVER});
+    const ScriptedServer server(std::vector<ServerStep>{{FIRST_YES}, Silent()});
     EXPECT_TRUE(Check(server));
     m_bAllow = false;
     m_strReason.clear();
@@ -63,10 +63,10 @@ TEST_F(SyncInterface, ALateReplyIsStillRecorded)
     std::atomic<bool> bRelease = false;
     const ScriptedServer server([&](const WireRequest& request) {
         if (request.nConnection > 1) {
-            return NEVER;
+            return Silent();
         }
         WaitUntil(bRelease);
-        return ServerStep{YES};
+        return ServerStep{FIRST_YES};
     });
     EXPECT_FALSE(Check(server, SHORT_MS));
     bRelease = true;
@@ -81,7 +81,7 @@ TEST_F(SyncInterface, ALateReplyIsStillRecorded)
 
 TEST_F(SyncInterface, AnUnreachableServerCostsAReportItsPauseAtMostAfterItsTimeOut)
 {
-    const ScriptedServer server(NEVER);
+    const ScriptedServer server(Silent());
     QElapsedTimer timer;
     timer.start();
     EXPECT_FALSE(m_request.SendPostReportCycleDataEx(Base(server), SHORT_MS, ""));
@@ -93,7 +93,7 @@ TEST_F(SyncInterface, TheHostsEventsAreHandledDuringAWait)
     std::atomic<bool> bHandled = false;
     const ScriptedServer server([&](const WireRequest&) {
         WaitUntil(bHandled);
-        return ServerStep{YES};
+        return ServerStep{FIRST_YES};
     });
     QTimer::singleShot(0, [&] { bHandled = true; });
     EXPECT_TRUE(Check(server));
@@ -105,7 +105,7 @@ TEST_F(SyncInterface, CallsOfDifferentKindsNest)
     std::atomic<bool> bInnerCalled = false;
     const ScriptedServer outer([&](const WireRequest&) {
         WaitUntil(bInnerCalled);
-        return ServerStep{YES};
+        return ServerStep{FIRST_YES};
     });
     const ScriptedServer inner(ServerStep{HttpReply(200, R"({"success":true,"common":true})"),
                                           ServerStep::Ending::KeepAlive, std::chrono::milliseconds(200)});
@@ -147,7 +147,7 @@ TEST_F(SyncInterface, ASecondCallOfTheSameKindReturnsAtOnceAndItsRequestIsSent)
     std::atomic<bool> bRelease = false;
     const ScriptedServer server([&](const WireRequest&) {
         WaitUntil(bRelease);
-        return ServerStep{YES};
+        return ServerStep{FIRST_YES};
     });
     bool bSecondReturned = false;
     bool bSecond = true;
@@ -168,7 +168,7 @@ TEST_F(SyncInterface, ASecondCallOfTheSameKindReturnsAtOnceAndItsRequestIsSent)
 
 TEST_F(SyncInterface, AHostThatQuitsDuringAWaitNeitherHangsNorCrashes)
 {
-    const ScriptedServer server(NEVER);
+    const ScriptedServer server(Silent());
     QTimer::singleShot(50, [] { QCoreApplication::quit(); });
     QTimer::singleShot(0, [&] { EXPECT_FALSE(Check(server, 10 * ENOUGH_MS)); });
     QElapsedTimer timer;
@@ -180,7 +180,7 @@ TEST_F(SyncInterface, AHostThatQuitsDuringAWaitNeitherHangsNorCrashes)
 
 TEST_F(SyncInterface, ACallFromAnotherThreadIsRefused)
 {
-    const ScriptedServer server(ServerStep{YES});
+    const ScriptedServer server(ServerStep{FIRST_YES});
     bool bSucc = true;
     std::thread([&] { bSucc = Check(server); }).join();
     EXPECT_FALSE(bSucc);
@@ -191,7 +191,7 @@ TEST_F(SyncInterface, ACallFromAnotherThreadIsRefused)
 // Each manager has its own thread while it exists, so the number of threads also counts the managers.
 TEST_F(SyncInterface, AThousandCallsLeaveNothingBehind)
 {
-    ScriptedServer server(ServerStep{YES, ServerStep::Ending::Close});
+    ScriptedServer server(ServerStep{FIRST_YES, ServerStep::Ending::Close});
     server.KeepNoRequests();
     const auto Call = [&](int nCalls) {
         int nSucceeded = 0;

@@ -70,7 +70,7 @@ protected:
     }
 
     const ScriptedServer m_server{ServerStep{COMMON}};
-    const ScriptedServer m_silent{NEVER};
+    const ScriptedServer m_silent{Silent()};
 };
 
 class SyncWithoutApplication : public SyncWhileApplicationsComeAndGo,

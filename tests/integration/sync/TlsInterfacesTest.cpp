@@ -2,6 +2,7 @@
 // certificates that are created here.
 
 #include "AnswerSpy.h"
+#include "Enough.h"
 #include "LogFolder.h"
 #include "Nginx.h"
 
@@ -22,8 +23,6 @@
 
 namespace
 {
-
-constexpr int ENOUGH_MS = 30'000;
 
 /// A server, and whether the host knows the authority that signed its certificate.
 struct TlsServer {

@@ -2,6 +2,7 @@
 // for a reply is to have none.
 
 #include "LeftBehind.h"
+#include "Enough.h"
 
 #include "net/NAManager.h"
 
@@ -19,7 +20,6 @@
 namespace
 {
 
-constexpr int ENOUGH_MS = 30'000;
 constexpr int SOON_MS = 50;
 
 /// A reply with nothing in it.

@@ -1,6 +1,7 @@
 // The same replies, read by the three parsers: jsoncpp (user information), RapidJSON (the other asynchronous
 // queries) and Qt's (the blocking senders). docs/replies.md describes this table.
 
+#include "Enough.h"
 #include "RecordingTransport.h"
 #include "ScriptedServer.h"
 
@@ -19,7 +20,6 @@
 namespace
 {
 
-constexpr int ENOUGH_MS = 30'000;
 constexpr int TIMEOUT_MS = 500; // for a reply that does not end the wait
 
 enum class Verdict {

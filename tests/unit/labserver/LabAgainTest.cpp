@@ -19,8 +19,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
-
 LabFault FaultAt(const std::string& strPath, int nCount, int nStatus)
 {
     LabFault fault;

@@ -11,7 +11,6 @@ namespace
 {
 
 constexpr size_t MOST_BYTES = size_t{64} * 1024 * 1024;
-constexpr size_t LARGEST_BODY = size_t{16} * 1024 * 1024;
 
 std::vector<std::string> TargetsOf(const LabServer& server)
 {

@@ -9,7 +9,6 @@ namespace
 
 using testing::HasSubstr;
 
-const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
 const std::string USER_REQUEST = "GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n";
 
 class LabFaultsTest : public LabTest

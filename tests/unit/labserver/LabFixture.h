@@ -8,6 +8,12 @@
 #include <json/json.h>
 #include <string>
 
+/// The path of cycle data.
+inline const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
+
+/// The most bytes that the body of a request may have.
+inline constexpr std::size_t LARGEST_BODY = std::size_t{16} * 1024 * 1024;
+
 /// A reply as received by a client.
 struct LabReply {
     int nStatus = 0; ///< 0 when there was none

@@ -10,8 +10,6 @@ using LabRefusals = LabTest;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
-
 void ExpectRefusal(const LabReply& reply, int nStatus)
 {
     EXPECT_EQ(reply.nStatus, nStatus);
@@ -95,7 +93,6 @@ TEST_F(LabRefusals, WhatIsNestedAsDeepAsAllowedIsReadBack)
 
 TEST_F(LabRefusals, ABodyUpToTheLimitIsTakenAndALargerOneRefused)
 {
-    constexpr size_t LARGEST_BODY = size_t{16} * 1024 * 1024;
     EXPECT_EQ(Post(CYCLES, "[\"" + std::string(LARGEST_BODY - 4, 'x') + "\"]").nStatus, 200);
     ExpectRefusal(Post(CYCLES, "[\"" + std::string(LARGEST_BODY - 3, 'x') + "\"]"), 413);
     EXPECT_EQ(Get("/lab/reports/cycle-data?limit=0").json["count"], 1);

@@ -12,8 +12,6 @@
 namespace
 {
 
-const char* const CYCLES = "/open/test-cabinet/add/kostrel/cycle";
-
 /// Calls a function on many threads at once, with the number of each, from 0 on.
 void OnThreads(size_t nThreads, const std::function<void(size_t)>& fn)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Enough.h"
+
 #include "net/NAMDownload.h"
 
 #include <QDir>
@@ -14,8 +16,6 @@
 #include <QVariant>
 
 #include <gtest/gtest.h>
-
-constexpr int ENOUGH_MS = 30'000;
 
 /// Downloads into the test's own folder.
 class Download : public ::testing::Test

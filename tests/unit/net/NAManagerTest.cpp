@@ -1,5 +1,6 @@
 #include "net/NAManager.h"
 
+#include "Enough.h"
 #include "ScriptedServer.h"
 #include "Wine.h"
 
@@ -16,8 +17,6 @@
 
 namespace
 {
-
-constexpr int ENOUGH_MS = 30'000;
 
 /// What one request to a scripted server led to.
 struct Outcome {

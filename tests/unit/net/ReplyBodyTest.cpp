@@ -3,6 +3,7 @@
 #include "net/ReplyBody.h"
 #include "net/NAManager.h"
 
+#include "Enough.h"
 #include "Packed.h"
 #include "ScriptedServer.h"
 
@@ -34,7 +35,6 @@ using ::testing::HasSubstr;
 using Kind = ExchangeEnd::Kind;
 using Ending = ServerStep::Ending;
 
-constexpr int ENOUGH_MS = 30'000;
 constexpr std::size_t MOST = 1'000'000;
 
 /// A JSON text of that many bytes.

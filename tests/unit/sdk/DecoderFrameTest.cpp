@@ -111,11 +111,6 @@ Outcome OutcomeFor(const Decoder& decoder, Outcome outcome)
     return outcome == FIRST_SUCCEEDS ? SUCCEEDS : outcome == FIRST_FAILS ? FAILS : outcome;
 }
 
-string Nested(std::size_t nLevels)
-{
-    return string(nLevels, '[') + string(nLevels, ']');
-}
-
 // NOLINTNEXTLINE(readability-function-size): a table
 std::vector<Reply> Replies()
 {

@@ -5,17 +5,16 @@
 
 namespace
 {
-const std::string BASE = "http://10.1.1.5:80/";
 
 /// A text as passed by the caller, as written in JSON, and as written in a query that escapes texts.
-struct Value {
+struct QueryValue {
     const char* szName;
     std::string strText;
     std::string strJson;
     std::string strEscaped;
 };
 
-std::vector<Value> Values()
+std::vector<QueryValue> QueryValues()
 {
     return {{"Plain", "1.2.3", R"("1.2.3")", "1.2.3"},
             {"Empty", "", R"("")", ""},
@@ -107,7 +106,7 @@ class QueryOfTexts : public SdkTest, public testing::WithParamInterface<TextQuer
 TEST_P(QueryOfTexts, SendsThemUnchangedInUrlBodyAndUserData)
 {
     const TextQuery& query = GetParam();
-    for (const Value& value : Values()) {
+    for (const QueryValue& value : QueryValues()) {
         SCOPED_TRACE(value.szName);
         query.fnSend(m_client, value.strText);
         const RecordedRequest request = Sent().back();
@@ -119,7 +118,7 @@ TEST_P(QueryOfTexts, SendsThemUnchangedInUrlBodyAndUserData)
         EXPECT_EQ(query.fnUserTexts(request.pUserData),
                   std::vector<std::string>(query.nUserTexts, value.strText));
     }
-    EXPECT_EQ(Sent().size(), Values().size());
+    EXPECT_EQ(Sent().size(), QueryValues().size());
 }
 
 TEST_P(QueryOfTexts, EscapesThemInTheUrlAloneWhenItIsToldTo)
@@ -127,7 +126,7 @@ TEST_P(QueryOfTexts, EscapesThemInTheUrlAloneWhenItIsToldTo)
     const TextQuery& query = GetParam();
     VelCSDK::SDKFactory::SetQueryEscaping(true);
     EXPECT_TRUE(VelCSDK::SDKFactory::HasQueryEscaping());
-    for (const Value& value : Values()) {
+    for (const QueryValue& value : QueryValues()) {
         SCOPED_TRACE(value.szName);
         query.fnSend(m_client, value.strText);
         const RecordedRequest request = Sent().back();
@@ -136,7 +135,7 @@ TEST_P(QueryOfTexts, EscapesThemInTheUrlAloneWhenItIsToldTo)
         EXPECT_EQ(query.fnUserTexts(request.pUserData),
                   std::vector<std::string>(query.nUserTexts, value.strText));
     }
-    EXPECT_EQ(Sent().size(), Values().size());
+    EXPECT_EQ(Sent().size(), QueryValues().size());
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -9,7 +9,6 @@
 
 namespace
 {
-const std::string BASE = "http://10.1.1.5:80/";
 const std::string HEADER = "Content-Type: application/json; charset=utf-8/gb2312";
 
 std::string HostName()

@@ -85,7 +85,16 @@ const Record& Payload(const SResponseHeader& header)
     return *static_cast<const Record*>(header.pData);
 }
 
-/// The client over a recording transport, with new decoders, the server http://10.1.1.5:80/ and an empty log.
+/// The base URL of the tests' server.
+inline const std::string BASE = "http://10.1.1.5:80/";
+
+/// A JSON text of that many arrays, one inside the other.
+inline std::string Nested(std::size_t nLevels)
+{
+    return std::string(nLevels, '[') + std::string(nLevels, ']');
+}
+
+/// The client over a recording transport, with new decoders, the server `BASE` and an empty log.
 class SdkTest : public testing::Test
 {
 protected:

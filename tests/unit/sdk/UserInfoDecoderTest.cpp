@@ -10,7 +10,7 @@ using std::string;
 const std::vector<RecordedLine> READER_ERROR{
     {1, "VelCSDK::CDataResponse::JsonHeader", 91, "Json::Reader error"}};
 
-struct Reply {
+struct UserInfoCase {
     const char* szName;
     string strBody;
     int nResult;
@@ -19,18 +19,13 @@ struct Reply {
     bool bLogged = false;
 };
 
-void PrintTo(const Reply& reply, std::ostream* pStream)
+void PrintTo(const UserInfoCase& reply, std::ostream* pStream)
 {
     *pStream << reply.szName;
 }
 
-string Nested(std::size_t nLevels)
-{
-    return string(nLevels, '[') + string(nLevels, ']');
-}
-
 // NOLINTNEXTLINE(readability-function-size): a table
-std::vector<Reply> Replies()
+std::vector<UserInfoCase> UserInfoCases()
 {
     return {
         {"Whole",
@@ -93,7 +88,7 @@ std::vector<Reply> Replies()
     };
 }
 
-class UserInfoReply : public SdkTest, public testing::WithParamInterface<Reply>
+class UserInfoReply : public SdkTest, public testing::WithParamInterface<UserInfoCase>
 {
 };
 
@@ -104,7 +99,7 @@ class UserInfoDecoder : public SdkTest
 
 TEST_P(UserInfoReply, GivesItsCodeMessageAndRecord)
 {
-    const Reply& reply = GetParam();
+    const UserInfoCase& reply = GetParam();
     Ask(OP_USER_INFO, reply.strBody, [&](int nType, const void*, const SResponseHeader& header, int nResult) {
         EXPECT_EQ(nType, 3100);
         EXPECT_EQ(nResult, reply.nResult);
@@ -116,7 +111,7 @@ TEST_P(UserInfoReply, GivesItsCodeMessageAndRecord)
     EXPECT_EQ(RecordedLog(), reply.bLogged ? READER_ERROR : std::vector<RecordedLine>{});
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, UserInfoReply, testing::ValuesIn(Replies()),
+INSTANTIATE_TEST_SUITE_P(Each, UserInfoReply, testing::ValuesIn(UserInfoCases()),
                          testing::PrintToStringParamName());
 
 TEST_F(UserInfoDecoder, GivesTheCodeOfATransportFailure)

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 namespace
 {
 
-fs::perms Mode(const fs::path& path)
+fs::perms Permissions(const fs::path& path)
 {
     return fs::symlink_status(path).permissions();
 }
@@ -30,7 +30,7 @@ TEST(OwnFolder, IsMadeWhereTheProcessStands)
     fs::current_path(folder.Path());
     MakePrivateFolders("one");
     fs::current_path(before);
-    EXPECT_EQ(Mode(folder.Path() / "one"), fs::perms(0700));
+    EXPECT_EQ(Permissions(folder.Path() / "one"), fs::perms(0700));
 }
 
 TEST(OwnFolder, WithoutANameIsRefused)
@@ -44,6 +44,6 @@ TEST(OwnFolder, IsMadeForItsOwnerAloneAtOnce)
     const FailingCall mode("fchmodat", EPERM);
     ::umask(0);
     MakePrivateFolders(folder.Path() / "above" / "folder");
-    EXPECT_EQ(Mode(folder.Path() / "above"), fs::perms(0700));
-    EXPECT_EQ(Mode(folder.Path() / "above" / "folder"), fs::perms(0700));
+    EXPECT_EQ(Permissions(folder.Path() / "above"), fs::perms(0700));
+    EXPECT_EQ(Permissions(folder.Path() / "above" / "folder"), fs::perms(0700));
 }
