@@ -239,7 +239,7 @@ TEST(LabAgain, AReplyHasTheWholeTimeHoweverLateItIs)
     LabServer server(options);
     LabFault fault = FaultAt("posts", 1, 200);
     fault.nDelayMs = 4100;
-    fault.strBody = std::string(20'000'000, 'x'); // more than the system buffers for a connection
+    fault.strBody.assign(20'000'000, 'x'); // more than the system buffers for a connection
     server.AddFault(fault);
     LabClient client(server.Start());
     EXPECT_EQ(client.Get("/posts/1").strBody.size(), fault.strBody.size());

@@ -21,19 +21,22 @@ public:
     explicit Program(std::vector<std::string> vecArguments)
     {
         std::array<int, 2> aOut{}, aErr{};
-        if (pipe2(aOut.data(), O_CLOEXEC) != 0 || pipe2(aErr.data(), O_CLOEXEC) != 0)
+        if (pipe2(aOut.data(), O_CLOEXEC) != 0 || pipe2(aErr.data(), O_CLOEXEC) != 0) {
             throw std::runtime_error("no pipes");
+        }
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, aOut[1], STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&actions, aErr[1], STDERR_FILENO);
         vecArguments.insert(vecArguments.begin(), KTSLABSERVER);
         std::vector<char*> vecRaw;
-        for (std::string& strArgument : vecArguments)
+        for (std::string& strArgument : vecArguments) {
             vecRaw.push_back(strArgument.data());
+        }
         vecRaw.push_back(nullptr);
-        if (posix_spawn(&m_nPid, KTSLABSERVER, &actions, nullptr, vecRaw.data(), environ) != 0)
+        if (posix_spawn(&m_nPid, KTSLABSERVER, &actions, nullptr, vecRaw.data(), environ) != 0) {
             throw std::runtime_error("can't start " KTSLABSERVER);
+        }
         posix_spawn_file_actions_destroy(&actions);
         close(aOut[1]);
         close(aErr[1]);
@@ -72,8 +75,9 @@ public:
     {
         const std::string strLine = OutLine();
         const std::string strBefore = "ktslabserver: listening on http://127.0.0.1:";
-        if (strLine.rfind(strBefore, 0) != 0 || strLine.back() != '/')
+        if (strLine.rfind(strBefore, 0) != 0 || strLine.back() != '/') {
             return 0;
+        }
         return std::stoi(strLine.substr(strBefore.size()));
     }
 
@@ -81,8 +85,9 @@ private:
     static std::string LineOf(FILE* pFile)
     {
         std::string strLine;
-        for (int nChar = 0; (nChar = std::fgetc(pFile)) != EOF && nChar != '\n';)
+        for (int nChar = 0; (nChar = std::fgetc(pFile)) != EOF && nChar != '\n';) {
             strLine += static_cast<char>(nChar);
+        }
         return strLine;
     }
 
@@ -193,8 +198,9 @@ TEST(LabProgram, AnIPv6AddressStandsInBrackets)
 {
     Program program({"--address", "::1"});
     const std::string strLine = program.OutLine();
-    if (strLine.empty())
+    if (strLine.empty()) {
         GTEST_SKIP() << "this machine has no IPv6: " << program.ErrLine();
+    }
     EXPECT_THAT(strLine, testing::StartsWith("ktslabserver: listening on http://[::1]:"));
     Program second(
         {"--address", "::1", "--port", std::to_string(std::stoi(strLine.substr(strLine.rfind(':') + 1)))});

@@ -92,7 +92,7 @@ TEST(LabStop, AReplyThatNobodyTakesDoesNotHoldItUp)
     LabFault fault;
     fault.strPath = "posts";
     fault.eKind = LabFaultKind::Reply;
-    fault.strBody = std::string(40'000'000, 'x'); // more than the system buffers for a connection
+    fault.strBody.assign(40'000'000, 'x'); // more than the system buffers for a connection
     server.AddFault(fault);
     Socket socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");

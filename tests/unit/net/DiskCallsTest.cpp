@@ -158,7 +158,7 @@ TEST_F(DownloadToABadDisk, ThatIsReallyFullFailsAndTheNextOneHasThePlaceAgain)
     if (const std::string strWhyNot = OwnMounts(); !strWhyNot.empty()) {
         GTEST_SKIP() << strWhyNot;
     }
-    if (const std::string strWhyNot = PutDiskInPlaceOf(m_folder.path().toStdString(), 64 * 1024);
+    if (const std::string strWhyNot = PutDiskInPlaceOf(m_folder.path().toStdString(), std::size_t{64} * 1024);
         !strWhyNot.empty()) {
         GTEST_SKIP() << strWhyNot;
     }

@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(Inflater, GivesWhatIsLeftWhenAPieceIsFull)
 {
     for (std::size_t nOver = 0; nOver < 600; ++nOver) {
-        const std::string strText(16 * 1024 + nOver, 'x');
+        const std::string strText(std::size_t{16} * 1024 + nOver, 'x');
         const std::string strPacked = RawDeflated(strText);
         Inflater inflater(Inflater::Format::Deflate);
         EXPECT_EQ(Unpack(inflater, strPacked, strPacked.size()).size(), strText.size());

@@ -83,11 +83,11 @@ const std::vector<Decoder>& Decoders()
 }
 
 enum Outcome {
-    SUCCEEDS,       ///< result 0, success true
-    FAILS,          ///< result -1, success false
-    EMPTY_ARRAY,    ///< result 0, success false
-    FIRST_SUCCEEDS, ///< like an object that succeeds, or by the decoder's rule for arrays
-    FIRST_FAILS,    ///< like an object that fails, or by the decoder's rule for arrays
+    Succeeds,      ///< result 0, success true
+    Fails,         ///< result -1, success false
+    EmptyArray,    ///< result 0, success false
+    FirstSucceeds, ///< like an object that succeeds, or by the decoder's rule for arrays
+    FirstFails,    ///< like an object that fails, or by the decoder's rule for arrays
 };
 
 struct Reply {
@@ -104,102 +104,102 @@ void PrintTo(const Reply& reply, std::ostream* pStream)
 /// The outcome for a decoder, after applying its rule for arrays.
 Outcome OutcomeFor(const Decoder& decoder, Outcome outcome)
 {
-    const bool bArray = outcome == FIRST_SUCCEEDS || outcome == FIRST_FAILS;
+    const bool bArray = outcome == FirstSucceeds || outcome == FirstFails;
     if (bArray && decoder.arrayRule == ArrayRule::AlwaysSuccess) {
-        return EMPTY_ARRAY;
+        return EmptyArray;
     }
-    return outcome == FIRST_SUCCEEDS ? SUCCEEDS : outcome == FIRST_FAILS ? FAILS : outcome;
+    return outcome == FirstSucceeds ? Succeeds : outcome == FirstFails ? Fails : outcome;
 }
 
 // NOLINTNEXTLINE(readability-function-size): a table
 std::vector<Reply> Replies()
 {
     return {
-        {"True", R"({"success":true})", SUCCEEDS},
-        {"TrueAmongBlanks", " \r\n\t{ \"success\" : true }\n ", SUCCEEDS},
-        {"TrueAmongUnknownMembers", R"({"a":1,"success":true,"z":[{"success":false}],"":null})", SUCCEEDS},
-        {"TrueWithEscapedName", R"({"\u0073uccess":true})", SUCCEEDS},
-        {"False", R"({"success":false})", FAILS},
-        {"TextTrue", R"({"success":"true"})", FAILS},
-        {"TextEmpty", R"({"success":""})", FAILS},
-        {"One", R"({"success":1})", FAILS},
-        {"Zero", R"({"success":0})", FAILS},
-        {"Fraction", R"({"success":1.5})", FAILS},
-        {"Null", R"({"success":null})", FAILS},
-        {"Array", R"({"success":[true]})", FAILS},
-        {"Object", R"({"success":{"success":true}})", FAILS},
-        {"EmptyObject", "{}", FAILS},
-        {"OtherCase", R"({"Success":true,"SUCCESS":true})", FAILS},
-        {"LongerName", R"({"success ":true})", FAILS},
-        {"ShorterName", R"({"succes":true})", FAILS},
-        {"NameWithNul", R"({"success\u0000":true})", FAILS},
-        {"DeeperInside", R"({"result":{"success":true}})", FAILS},
-        {"TwiceFirstTrue", R"({"success":true,"success":false})", SUCCEEDS},
-        {"TwiceFirstFalse", R"({"success":false,"success":true})", FAILS},
-        {"TwiceFirstText", R"({"success":"true","success":true})", FAILS},
-        {"CodeOnly", R"({"code":0})", FAILS},
-        {"CodeIsNotRead", R"({"code":404,"description":"x","success":true})", SUCCEEDS},
+        {"True", R"({"success":true})", Succeeds},
+        {"TrueAmongBlanks", " \r\n\t{ \"success\" : true }\n ", Succeeds},
+        {"TrueAmongUnknownMembers", R"({"a":1,"success":true,"z":[{"success":false}],"":null})", Succeeds},
+        {"TrueWithEscapedName", R"({"\u0073uccess":true})", Succeeds},
+        {"False", R"({"success":false})", Fails},
+        {"TextTrue", R"({"success":"true"})", Fails},
+        {"TextEmpty", R"({"success":""})", Fails},
+        {"One", R"({"success":1})", Fails},
+        {"Zero", R"({"success":0})", Fails},
+        {"Fraction", R"({"success":1.5})", Fails},
+        {"Null", R"({"success":null})", Fails},
+        {"Array", R"({"success":[true]})", Fails},
+        {"Object", R"({"success":{"success":true}})", Fails},
+        {"EmptyObject", "{}", Fails},
+        {"OtherCase", R"({"Success":true,"SUCCESS":true})", Fails},
+        {"LongerName", R"({"success ":true})", Fails},
+        {"ShorterName", R"({"succes":true})", Fails},
+        {"NameWithNul", R"({"success\u0000":true})", Fails},
+        {"DeeperInside", R"({"result":{"success":true}})", Fails},
+        {"TwiceFirstTrue", R"({"success":true,"success":false})", Succeeds},
+        {"TwiceFirstFalse", R"({"success":false,"success":true})", Fails},
+        {"TwiceFirstText", R"({"success":"true","success":true})", Fails},
+        {"CodeOnly", R"({"code":0})", Fails},
+        {"CodeIsNotRead", R"({"code":404,"description":"x","success":true})", Succeeds},
 
-        {"RootEmptyArray", "[]", EMPTY_ARRAY},
-        {"RootArrayTrue", R"([{"success":true}])", FIRST_SUCCEEDS},
-        {"RootArrayFalse", R"([{"success":false}])", FIRST_FAILS},
-        {"RootArrayTrueFalse", R"([{"success":true},{"success":false}])", FIRST_SUCCEEDS},
-        {"RootArrayFalseTrue", R"([{"success":false},{"success":true}])", FIRST_FAILS},
-        {"RootArrayTrueNumber", R"([{"success":true},1,"x",null])", FIRST_SUCCEEDS},
-        {"RootArrayText", R"([{"success":"true"}])", FIRST_FAILS},
-        {"RootArrayEmptyObject", "[{}]", FIRST_FAILS},
-        {"RootArrayArray", "[[]]", FIRST_FAILS},
-        {"RootArrayArrayTrue", R"([[{"success":true}]])", FIRST_FAILS},
-        {"RootArrayBareNumber", "[1]", FIRST_FAILS},
-        {"RootArrayBareText", R"(["success"])", FIRST_FAILS},
-        {"RootArrayBareTrue", "[true]", FIRST_FAILS},
-        {"RootArrayBareNull", "[null]", FIRST_FAILS},
-        {"RootNumber", "12", FAILS},
-        {"RootNegative", "-7", FAILS},
-        {"RootFraction", "12.5", FAILS},
-        {"RootText", R"("success")", FAILS},
-        {"RootTrue", "true", FAILS},
-        {"RootFalse", "false", FAILS},
-        {"RootNull", "null", FAILS},
+        {"RootEmptyArray", "[]", EmptyArray},
+        {"RootArrayTrue", R"([{"success":true}])", FirstSucceeds},
+        {"RootArrayFalse", R"([{"success":false}])", FirstFails},
+        {"RootArrayTrueFalse", R"([{"success":true},{"success":false}])", FirstSucceeds},
+        {"RootArrayFalseTrue", R"([{"success":false},{"success":true}])", FirstFails},
+        {"RootArrayTrueNumber", R"([{"success":true},1,"x",null])", FirstSucceeds},
+        {"RootArrayText", R"([{"success":"true"}])", FirstFails},
+        {"RootArrayEmptyObject", "[{}]", FirstFails},
+        {"RootArrayArray", "[[]]", FirstFails},
+        {"RootArrayArrayTrue", R"([[{"success":true}]])", FirstFails},
+        {"RootArrayBareNumber", "[1]", FirstFails},
+        {"RootArrayBareText", R"(["success"])", FirstFails},
+        {"RootArrayBareTrue", "[true]", FirstFails},
+        {"RootArrayBareNull", "[null]", FirstFails},
+        {"RootNumber", "12", Fails},
+        {"RootNegative", "-7", Fails},
+        {"RootFraction", "12.5", Fails},
+        {"RootText", R"("success")", Fails},
+        {"RootTrue", "true", Fails},
+        {"RootFalse", "false", Fails},
+        {"RootNull", "null", Fails},
 
-        {"Empty", "", FAILS},
-        {"Blank", " \n", FAILS},
-        {"NotJson", "not json", FAILS},
-        {"Html", "<html>500</html>", FAILS},
-        {"Cut", R"({"success":true)", FAILS},
-        {"CutArray", R"([{"success":true})", FAILS},
-        {"OpenBracket", "[", FAILS},
-        {"BraceTooMany", R"({"success":true}})", FAILS},
-        {"TextBehind", R"({"success":true} x)", FAILS},
-        {"TwoRoots", R"({"success":true}{"success":true})", FAILS},
-        {"ArrayThenText", "[] x", FAILS},
-        {"CommaTooMany", R"({"success":true,})", FAILS},
-        {"MismatchedBrackets", R"({"success":true,"x":[}])", FAILS},
-        {"ColonMissing", R"({"success" true})", FAILS},
-        {"CommaMissing", R"({"success":true "x":1})", FAILS},
-        {"NumberAsName", R"({"success":true,1:2})", FAILS},
-        {"ValueMissing", R"({"success":})", FAILS},
-        {"LeadingZero", R"({"success":true,"x":01})", FAILS},
-        {"PlusSign", R"({"success":true,"x":+1})", FAILS},
-        {"PointWithoutDigits", R"({"success":true,"x":1.})", FAILS},
-        {"SingleQuotes", "{'success':true}", FAILS},
-        {"CapitalTrue", R"({"success":True})", FAILS},
-        {"Comment", R"(/* c */{"success":true})", FAILS},
-        {"NotANumber", R"({"success":true,"x":NaN})", FAILS},
-        {"NumberTooLarge", R"({"success":true,"x":1e999})", FAILS},
+        {"Empty", "", Fails},
+        {"Blank", " \n", Fails},
+        {"NotJson", "not json", Fails},
+        {"Html", "<html>500</html>", Fails},
+        {"Cut", R"({"success":true)", Fails},
+        {"CutArray", R"([{"success":true})", Fails},
+        {"OpenBracket", "[", Fails},
+        {"BraceTooMany", R"({"success":true}})", Fails},
+        {"TextBehind", R"({"success":true} x)", Fails},
+        {"TwoRoots", R"({"success":true}{"success":true})", Fails},
+        {"ArrayThenText", "[] x", Fails},
+        {"CommaTooMany", R"({"success":true,})", Fails},
+        {"MismatchedBrackets", R"({"success":true,"x":[}])", Fails},
+        {"ColonMissing", R"({"success" true})", Fails},
+        {"CommaMissing", R"({"success":true "x":1})", Fails},
+        {"NumberAsName", R"({"success":true,1:2})", Fails},
+        {"ValueMissing", R"({"success":})", Fails},
+        {"LeadingZero", R"({"success":true,"x":01})", Fails},
+        {"PlusSign", R"({"success":true,"x":+1})", Fails},
+        {"PointWithoutDigits", R"({"success":true,"x":1.})", Fails},
+        {"SingleQuotes", "{'success':true}", Fails},
+        {"CapitalTrue", R"({"success":True})", Fails},
+        {"Comment", R"(/* c */{"success":true})", Fails},
+        {"NotANumber", R"({"success":true,"x":NaN})", Fails},
+        {"NumberTooLarge", R"({"success":true,"x":1e999})", Fails},
         {"NumberOfFiftyDigits", R"({"success":true,"x":12345678901234567890123456789012345678901234567890})",
-         SUCCEEDS},
+         Succeeds},
         {"NumberOfFiftyDecimals",
-         R"({"success":true,"x":0.2345678901234567890123456789012345678901234567890})", SUCCEEDS},
-        {"ControlByteInText", "{\"success\":true,\"x\":\"a\nb\"}", FAILS},
-        {"HalfASurrogatePair", R"({"success":true,"x":"\ud800"})", FAILS},
-        {"UnknownEscape", R"({"success":true,"x":"\q"})", FAILS},
-        {"InvalidUtf8", "{\"success\":true,\"x\":\"\xff\xfe\"}", SUCCEEDS},
-        {"NulBehind", string("{\"success\":true}\0x", 18), SUCCEEDS},
-        {"NulInTheMiddle", string("{\"success\":true,\0}", 18), FAILS},
-        {"NulInText", string("{\"success\":true,\"x\":\"a\0b\"}", 26), FAILS},
-        {"NulAlone", string("\0", 1), FAILS},
-        {"FiveHundredLevels", "{\"success\":true,\"x\":" + Nested(500) + "}", SUCCEEDS},
+         R"({"success":true,"x":0.2345678901234567890123456789012345678901234567890})", Succeeds},
+        {"ControlByteInText", "{\"success\":true,\"x\":\"a\nb\"}", Fails},
+        {"HalfASurrogatePair", R"({"success":true,"x":"\ud800"})", Fails},
+        {"UnknownEscape", R"({"success":true,"x":"\q"})", Fails},
+        {"InvalidUtf8", "{\"success\":true,\"x\":\"\xff\xfe\"}", Succeeds},
+        {"NulBehind", string("{\"success\":true}\0x", 18), Succeeds},
+        {"NulInTheMiddle", string("{\"success\":true,\0}", 18), Fails},
+        {"NulInText", string("{\"success\":true,\"x\":\"a\0b\"}", 26), Fails},
+        {"NulAlone", string("\0", 1), Fails},
+        {"FiveHundredLevels", "{\"success\":true,\"x\":" + Nested(500) + "}", Succeeds},
     };
 }
 
@@ -244,10 +244,10 @@ TEST_P(DecoderReply, GivesItsResultAndOtherwiseEmptyPayloadFromEveryDecoder)
             [&](int nType, const void* pUser, const SResponseHeader& header, int nResult) {
                 EXPECT_EQ(nType, decoder.operation.nType);
                 EXPECT_EQ(pUser, Sent().back().pUserData);
-                EXPECT_EQ(nResult, outcome == FAILS ? -1 : 0);
+                EXPECT_EQ(nResult, outcome == Fails ? -1 : 0);
                 EXPECT_EQ(header.nCode, nResult);
                 EXPECT_EQ(header.strExtra1 + header.strExtra2 + header.strMessage, "");
-                EXPECT_EQ(decoder.fnDescribe(header), decoder.fnDescribeEmpty(outcome == SUCCEEDS));
+                EXPECT_EQ(decoder.fnDescribe(header), decoder.fnDescribeEmpty(outcome == Succeeds));
             });
     }
     EXPECT_TRUE(RecordedLog().empty());

@@ -238,9 +238,9 @@ TEST_F(OwnFile, ThatIsPrivateAlreadyIsLeftSo)
     ::umask(0);
     const FailingCall mode("fchmod", EPERM, 0, FailingCall::ALWAYS,
                            [] { ADD_FAILURE() << "the mode was set"; });
-    PrivateFile{m_path};
+    static_cast<void>(PrivateFile(m_path));
     EXPECT_EQ(Mode(m_path), 0600U) << "it was made so";
-    PrivateFile{m_path};
+    static_cast<void>(PrivateFile(m_path));
     MakeFilePrivate(m_path);
 }
 
