@@ -7,6 +7,7 @@
 #include "SyncWait.h"
 #include "TlsSetting.h"
 
+#include "net/BlockingSettings.h"
 #include "net/NetworkUse.h"
 #include "platform/reply/ExchangeLimits.h"
 #include "platform/system/ProcessEnd.h"
@@ -21,7 +22,9 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <string>
 #include <utility>
+#include <vector>
 
 using namespace VelCSDK;
 
@@ -59,6 +62,12 @@ CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
 {
     SDKFactory::GetInstance()->Init();
     ExchangeLimitsInForce(); // read now, as the transport does with its own settings
+    HasTransportsSettings();
+    std::vector<std::string> vecComplaints;
+    ReadTransportsSettings(vecComplaints);
+    for (const std::string& strComplaint : vecComplaints) {
+        Log_Write(1, "CUIAgentReq::CUIAgentReq", 1, "%s", strComplaint.c_str());
+    }
     ReadEndpoints();
     if (!TlsOfEnvironment()) {
         SetTls(ReadTlsSetting());

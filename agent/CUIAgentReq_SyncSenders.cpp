@@ -1,6 +1,7 @@
 #include <ktshttpagent/CUIAgentReq.h>
 
 #include "AgentState.h"
+#include "CallStory.h"
 #include "QueryString.h"
 #include "SyncWait.h"
 #include "WaitWatch.h"
@@ -101,6 +102,21 @@ QDeadlineTimer DeadlineOf(int nTimeout)
     return QDeadlineTimer(std::max(qint64{ExchangeLimitsInForce().timeout.count()}, qint64{nTimeout}));
 }
 
+/// How the exchange of a call ended; null if the call did not see that.
+const ExchangeEnd* EndOf(const SBlockingOutcome& outcome, const SyncWait& wait)
+{
+    switch (outcome.eEnd) {
+    case EBlockingEnd::Answered:
+    case EBlockingEnd::Failed:
+    case EBlockingEnd::Unreadable:
+        return &wait.lastReply.exchange;
+    case EBlockingEnd::TimedOut:
+        return outcome.nHttpStatus != 0 ? &wait.noAnswer.exchange : nullptr;
+    default:
+        return nullptr;
+    }
+}
+
 /// Ends or keeps the manager of a call that is over.
 void Leave(NAManager& manager, const QDeadlineTimer& deadline, LeftBehind& leftBehind)
 {
@@ -149,6 +165,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     outcome.nType = request.nType;
     outcome.strUrl = strUrl;
     KeepOutcome(outcome);
+    LogCall({outcome, request.nMethod == NAManager::METHOD_POST, request.strBody, EndOf(outcome, wait)});
     // A null pointer means that the manager is deleted; at the end of the process this object may then be
     // destroyed too.
     if (pManager != nullptr) {

@@ -7,7 +7,12 @@
 
 void AvoidEnvironmentsProxy(QNetworkAccessManager& manager)
 {
-    if (RightsAreRaised() && QNetworkProxyFactory::usesSystemConfiguration()) {
+    if (IsEnvironmentsProxyAvoided()) {
         manager.setProxy(QNetworkProxy::NoProxy);
     }
+}
+
+bool IsEnvironmentsProxyAvoided()
+{
+    return RightsAreRaised() && QNetworkProxyFactory::usesSystemConfiguration();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 /// How the exchange of an `NAManager` ended.
@@ -14,11 +15,20 @@ struct ExchangeEnd {
     Kind eKind = Kind::NetworkError;
     int nHttpStatus = 0; ///< 0 when no reply came
     QString strError;    ///< why there is no object; empty if there is one
+
+    // For the log.
+    QByteArray baBeginning{}; ///< if there is no object: how the body begins, as far as it came
+    QString strMessage{};     ///< the first text of the object's "message", "msg", "reason" or "error"
+    QString strCode{};        ///< the text of the object's "code"
 };
 
 /// The end of an exchange when there is no memory for its reply. Allocates nothing itself.
 inline ExchangeEnd NoMemoryFor(int nHttpStatus)
 {
-    return {ExchangeEnd::Kind::Unreadable, nHttpStatus,
-            QStringLiteral("there is no memory to read the reply")};
+    return {ExchangeEnd::Kind::Unreadable,
+            nHttpStatus,
+            QStringLiteral("there is no memory to read the reply"),
+            {},
+            {},
+            {}};
 }

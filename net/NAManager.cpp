@@ -1,5 +1,6 @@
 #include "NAManager.h"
 
+#include "BlockingSettings.h"
 #include "EnvironmentsProxy.h"
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
@@ -21,6 +22,20 @@
 namespace
 {
 
+/// Takes from a reply's object what the log tells, if there is memory for it.
+void NoteForLog(const QJsonObject& object, ExchangeEnd& end)
+{
+    try {
+        for (const char* const szName : {"message", "msg", "reason", "error"}) {
+            if (end.strMessage.isEmpty()) {
+                end.strMessage = object.value(QLatin1String(szName)).toString();
+            }
+        }
+        end.strCode = object.value(QLatin1String("code")).toString();
+    } catch (const std::bad_alloc&) { // then the log tells less
+    }
+}
+
 /// @param object  gets the body's object
 ExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object)
 {
@@ -29,22 +44,27 @@ ExchangeEnd ReadBody(const QByteArray& baBody, int nStatus, QJsonObject& object)
     if (HoldsMoreValues({baBody.constData(), static_cast<std::size_t>(baBody.size())}, nMost)) {
         return {
             Kind::Unreadable, nStatus,
-            QStringLiteral("the body holds more than %1 values (%2)").arg(nMost).arg(REPLY_VALUES_VARIABLE)};
+            QStringLiteral("the body holds more than %1 values (%2)").arg(nMost).arg(REPLY_VALUES_VARIABLE),
+            baBody.left(ReplyBody::MOST_SHOWN)};
     }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(baBody, &error);
     if (error.error != QJsonParseError::NoError) {
         return {
             Kind::Unreadable, nStatus,
-            QStringLiteral("the body is not JSON: %1 at byte %2").arg(error.errorString()).arg(error.offset)};
+            QStringLiteral("the body is not JSON: %1 at byte %2").arg(error.errorString()).arg(error.offset),
+            baBody.left(ReplyBody::MOST_SHOWN)};
     }
     const QJsonValue root = document.isObject() ? QJsonValue(document.object()) : document.array().at(0);
     if (!root.isObject()) { // undefined when the array is empty
         return {Kind::NoObject, nStatus,
-                QStringLiteral("the body is an array that does not begin with an object")};
+                QStringLiteral("the body is an array that does not begin with an object"),
+                baBody.left(ReplyBody::MOST_SHOWN)};
     }
     object = root.toObject();
-    return {Kind::Object, nStatus, {}};
+    ExchangeEnd end{Kind::Object, nStatus, {}};
+    NoteForLog(object, end);
+    return end;
 }
 
 /// The text as a URL. Qt leaves brackets in path and query as they are, although a URL must not hold them
@@ -91,6 +111,7 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     // would put them; in a POST, Content-Length follows them instead of preceding them.
     request.setRawHeader("Connection", "Keep-Alive");
     request.setRawHeader("Accept-Encoding", ReplyBody::CODINGS);
+    ApplyBlockingSettings(*this, request);
     QNetworkReply* const pReply = nMethod == METHOD_POST ? post(request, baBody) : get(request);
     m_pBody = std::make_unique<ReplyBody>(*pReply, ExchangeLimitsInForce().nMaxReplyBytes);
     connect(pReply, &QNetworkReply::readyRead, this, [this] { m_pBody->Receive(); });
@@ -128,10 +149,10 @@ ExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
             return NoMemoryFor(nStatus);
         }
         if (!m_pBody->Error().isEmpty()) {
-            return {ExchangeEnd::Kind::NetworkError, nStatus, m_pBody->Error()};
+            return {ExchangeEnd::Kind::NetworkError, nStatus, m_pBody->Error(), m_pBody->Beginning()};
         }
         if (reply.error() != QNetworkReply::NoError) {
-            return {ExchangeEnd::Kind::NetworkError, nStatus, ErrorText(reply)};
+            return {ExchangeEnd::Kind::NetworkError, nStatus, ErrorText(reply), m_pBody->Beginning()};
         }
         return ReadBody(m_pBody->TakeBytes(), nStatus, object);
     } catch (const std::bad_alloc&) {

@@ -41,6 +41,12 @@ public:
     /// Whether there was no memory for the body.
     bool LacksMemory() const { return m_bLacksMemory; }
 
+    /// How the body begins, as far as it was taken; for the log.
+    QByteArray Beginning() const { return m_baBytes.left(MOST_SHOWN); }
+
+    /// The most bytes that `Beginning` returns.
+    static constexpr int MOST_SHOWN = 400;
+
     /// Moves the body out, so that a large body is never stored twice.
     QByteArray TakeBytes() { return std::exchange(m_baBytes, {}); }
 

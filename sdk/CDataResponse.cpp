@@ -1,6 +1,7 @@
 #include "CDataResponse.h"
 
 #include "CodeReply.h"
+#include "ReplyCause.h"
 #include "RequestCatalogue.h"
 #include "UserData.h"
 
@@ -86,13 +87,16 @@ void CDataResponse::SetEndpointPaths(std::shared_ptr<const EndpointPaths> pPaths
 
 void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError)
 {
+    const ReplyInHand inHand(body, nHttpError);
     std::string strEnvelope; // replaces the body of a failed exchange
     if (nHttpError != 0) {
         LogExchangeFailure(59, nType, nHttpError);
+        LogReplyCause(nType, UrlUnderWay(nType, pUserData), "the transport reports a failure");
         strEnvelope = Envelope(nHttpError);
     }
     if (body.find(GATEWAY_FAILURE) != std::string::npos) {
         LogExchangeFailure(66, nType, nHttpError);
+        LogReplyCause(nType, UrlUnderWay(nType, pUserData), "the reply holds the words \"Bad Gateway\"");
         strEnvelope = Envelope(GATEWAY_FAILURE_CODE);
     }
     const std::optional<ResponseHandler> fnHandler = FindHandler(nType);

@@ -1,6 +1,7 @@
 #include "CSource.h"
 
 #include "CDataResponse.h"
+#include "ReplyCause.h"
 #include "UserData.h"
 #include "requests/AllRequests.h"
 
@@ -53,6 +54,34 @@ void Read(const typename Request::Reply& reply, const typename Request::Argument
     header.nCode = reply.Result();
 }
 
+/// Whether the answer that the host gets is a no.
+template <class Request>
+bool IsNo(const typename Request::Reply& reply)
+{
+    constexpr bool HAS_FLAG = std::is_base_of_v<ReplyReader, typename Request::Reply> &&
+                              !std::is_same_v<typename Request::Record, NoRecord>;
+    if constexpr (HAS_FLAG) {
+        return !reply.Success();
+    } else {
+        return reply.Result() != 0;
+    }
+}
+
+/// Logs why the reply counts as a failure.
+/// @param pReply  null if it could not be read
+template <class Reply>
+void LogCause(int nType, const UserData& user, const Reply* pReply) noexcept
+{
+    try {
+        if (pReply != nullptr) {
+            LogReplyCause(nType, user.Url(), pReply->Why(), pReply->Said());
+        } else {
+            LogReplyCause(nType, user.Url(), "the reply can't be read, as the previous line says");
+        }
+    } catch (...) { // not enough memory for the words
+    }
+}
+
 /// Fills the record of a reply that could not be read. Only fields that repeat the request's arguments get a
 /// value.
 template <class Request>
@@ -86,6 +115,9 @@ void Decode(const HostCallBack& host, const std::string& body, int nType, void* 
         });
         if (!bRead) {
             ReadNothing<Request>(nType, pAsked, record);
+        }
+        if (!bRead || IsNo<Request>(*reply)) {
+            LogCause(nType, user, bRead ? &*reply : nullptr);
         }
         if constexpr (!std::is_same_v<typename Request::Record, NoRecord>) {
             header.pData = &record;

@@ -58,9 +58,18 @@ CodeReply::CodeReply(const std::string& strBody) : m_nResult(0)
 {
     Json::Value root;
     ReadEnvelope(strBody, root, m_nResult, m_strMessage);
+    m_bJson = !root.isNull();
     if (root.isObject()) {
         m_members.swap(root);
     }
+}
+
+std::string CodeReply::Why() const
+{
+    if (!m_bJson) {
+        return "the reply is not JSON";
+    }
+    return "the server refused it with code " + std::to_string(m_nResult);
 }
 
 } // namespace VelCSDK

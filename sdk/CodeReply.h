@@ -31,8 +31,15 @@ public:
     /// The object whose members are read.
     const Json::Value& Members() const { return m_members; }
 
+    /// Why the reply is no success, in words for the log.
+    std::string Why() const;
+
+    /// The server's own words for it; empty if there are none.
+    std::string Said() const { return m_strMessage; }
+
 private:
     Json::Value m_members{Json::objectValue};
+    bool m_bJson = false; ///< whether the body could be parsed
     int m_nResult = -1;
     std::string m_strMessage;
 };

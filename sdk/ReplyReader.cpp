@@ -72,6 +72,29 @@ ReplyReader::ReplyReader(const std::string& strBody, ArrayRoot eArrayRoot) : m_s
     }
 }
 
+std::string ReplyReader::Why() const
+{
+    if (m_strBody.empty()) {
+        return "the reply has no body";
+    }
+    if (m_document.HasParseError()) {
+        const std::size_t nBegin = m_strBody.find_first_not_of(" \t\r\n");
+        const bool bHtml = nBegin != std::string::npos && m_strBody[nBegin] == '<';
+        return bHtml ? "the reply is HTML or XML, not JSON" : "the reply is not JSON";
+    }
+    return m_members.Bool("success") ? "the server refused it" : "the reply has no member \"success\"";
+}
+
+std::string ReplyReader::Said() const
+{
+    for (const char* const szName : {"message", "msg", "description", "reason", "error"}) {
+        if (std::string strText = m_members.Text(szName); !strText.empty()) {
+            return strText;
+        }
+    }
+    return {};
+}
+
 void ReplyReader::Judge(const JsonValue& root)
 {
     m_members = JsonObject(&root);

@@ -141,6 +141,12 @@ public:
     /// The object whose members are read.
     const JsonObject& Members() const { return m_members; }
 
+    /// Why the reply is no success, in words for the log.
+    std::string Why() const;
+
+    /// The server's own words for it; empty if there are none.
+    std::string Said() const;
+
 private:
     void Judge(const JsonValue& root);
 

@@ -5,7 +5,9 @@
 #include "platform/system/NeverDestroyed.h"
 
 #include <mutex>
+#include <new>
 #include <unordered_map>
+#include <utility>
 
 namespace VelCSDK
 {
@@ -29,10 +31,15 @@ void Free(RequestList<Request...> /*all*/, int nType, void* pUserData) noexcept
     static_cast<void>((FreeAs<Request>(nType, pUserData) || ...));
 }
 
-/// The user data of all requests that have no answer yet, with their request type ids.
+struct UnderWayRequest {
+    int nType;
+    std::string strUrl;
+};
+
+/// The user data of all requests that have no answer yet.
 struct RequestsUnderWay {
     std::mutex mutex;
-    std::unordered_map<const void*, int> mapType;
+    std::unordered_map<const void*, UnderWayRequest> mapRequest;
 };
 
 RequestsUnderWay& UnderWay()
@@ -41,32 +48,48 @@ RequestsUnderWay& UnderWay()
     return *underWay;
 }
 
-bool TakeUnderWay(int nType, const void* pUserData) noexcept
+bool TakeUnderWay(int nType, const void* pUserData, std::string& strUrl) noexcept
 {
     if (pUserData == nullptr) {
         return false;
     }
     RequestsUnderWay& underWay = UnderWay();
     const std::lock_guard<std::mutex> lock(underWay.mutex);
-    const auto found = underWay.mapType.find(pUserData);
-    if (found == underWay.mapType.end() || found->second != nType) {
+    const auto found = underWay.mapRequest.find(pUserData);
+    if (found == underWay.mapRequest.end() || found->second.nType != nType) {
         return false;
     }
-    underWay.mapType.erase(found);
+    strUrl.swap(found->second.strUrl);
+    underWay.mapRequest.erase(found);
     return true;
 }
 
 } // namespace
 
-void PutUnderWay(int nType, void* pUserData)
+void PutUnderWay(int nType, void* pUserData, std::string strUrl)
 {
     RequestsUnderWay& underWay = UnderWay();
     const std::lock_guard<std::mutex> lock(underWay.mutex);
-    underWay.mapType.emplace(pUserData, nType);
+    underWay.mapRequest.try_emplace(pUserData, UnderWayRequest{nType, std::move(strUrl)});
+}
+
+std::string UrlUnderWay(int nType, const void* pUserData) noexcept
+{
+    RequestsUnderWay& underWay = UnderWay();
+    const std::lock_guard<std::mutex> lock(underWay.mutex);
+    const auto found = underWay.mapRequest.find(pUserData);
+    if (found == underWay.mapRequest.end() || found->second.nType != nType) {
+        return {};
+    }
+    try {
+        return found->second.strUrl;
+    } catch (const std::bad_alloc&) { // then the log names no URL
+        return {};
+    }
 }
 
 UserData::UserData(int nType, void* pUserData) noexcept
-    : m_nType(nType), m_pUserData(TakeUnderWay(nType, pUserData) ? pUserData : nullptr)
+    : m_nType(nType), m_pUserData(TakeUnderWay(nType, pUserData, m_strUrl) ? pUserData : nullptr)
 {
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace VelCSDK
@@ -28,21 +29,29 @@ public:
         return static_cast<const typename Request::Arguments*>(m_pUserData);
     }
 
+    /// Where the request went, for the log; empty if that was not registered.
+    const std::string& Url() const noexcept { return m_strUrl; }
+
 private:
     int m_nType;
+    std::string m_strUrl;
     void* m_pUserData;
 };
 
 /// Registers the user data of a request that is about to be sent.
-void PutUnderWay(int nType, void* pUserData);
+/// @param strUrl  for the log; empty if the transport knows it
+void PutUnderWay(int nType, void* pUserData, std::string strUrl = {});
+
+/// The URL that was registered with user data which nobody has taken over; empty if there is none.
+std::string UrlUnderWay(int nType, const void* pUserData) noexcept;
 
 /// Copies a request's arguments and registers the copy as user data. The first `UserData` that is made for
 /// the copy owns it.
 template <class Request>
-void* NewUserData(typename Request::Arguments arguments)
+void* NewUserData(typename Request::Arguments arguments, std::string strUrl = {})
 {
     auto pUserData = std::make_unique<typename Request::Arguments>(std::move(arguments));
-    PutUnderWay(Request::FORM.nType, pUserData.get());
+    PutUnderWay(Request::FORM.nType, pUserData.get(), std::move(strUrl));
     return pUserData.release();
 }
 

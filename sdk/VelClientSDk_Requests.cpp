@@ -1,5 +1,6 @@
 #include "VelClientSDk.h"
 
+#include "ReplyCause.h"
 #include "UserData.h"
 #include "requests/AllRequests.h"
 
@@ -32,7 +33,8 @@ void VelClientSDk::Send(typename Request::Arguments arguments, const More&... mo
     if constexpr (std::is_same_v<typename Request::Arguments, NoArguments>) {
         HandToTransport(Request::FORM, strUrl, text.strBody, nullptr);
     } else {
-        void* const pUserData = NewUserData<Request>(std::move(arguments));
+        void* const pUserData =
+            NewUserData<Request>(std::move(arguments), TransportTellsStories() ? std::string() : strUrl);
         try {
             HandToTransport(Request::FORM, strUrl, text.strBody, pUserData);
         } catch (...) {

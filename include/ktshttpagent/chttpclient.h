@@ -43,6 +43,13 @@
 /// @par What is not promised
 /// An order of the requests: they use several connections.
 ///
+/// @par Log
+/// Each exchange whose error is not 0 gets one line at level 2, just before its callback: how it went, and
+/// why it failed. At level 3 there is a line when the transport has started, with the versions of its
+/// libraries and all settings in force, and one when it has stopped. At level 4 each exchange without an
+/// error gets a line too. CLOG_LEVEL (clog.h) chooses the level; it is read by CHttpClientInit too. No line
+/// contains a password from a URL or a proxy, or the body of a report.
+///
 /// @par Settings
 /// Read from the environment by CHttpClientInit:
 ///
@@ -182,3 +189,18 @@ CHTTPCLIENT_API void CHttpClientSetResponseCallBack(CHttpClientResponse fnRespon
 CHTTPCLIENT_API void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody,
                                             void* pUserData, bool bPost, bool bHeader,
                                             const std::string& strHeader);
+
+/// How the exchange went whose callback runs on the calling thread, as one line in the words of the log: its
+/// method, URL, type and outcome, why it failed, the address that it was connected to, the proxy, whether the
+/// connection was new, the HTTP status, the times that its stages took, and how the reply's body begins.
+///
+/// The text is made when it is asked for, so it costs nothing otherwise.
+///
+/// The library itself can do without it, so a replacement of this transport need not have it. If it may be
+/// missing, look it up by its name, which is not mangled: dlsym, GetProcAddress, QLibrary::resolve.
+///
+/// May be called from any thread.
+///
+/// @return a text in UTF-8, valid until the callback returns; null outside of a callback, or if there is not
+///         enough memory
+extern "C" CHTTPCLIENT_API const char* CHttpClientExchangeStory();

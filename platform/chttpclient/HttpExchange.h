@@ -1,6 +1,9 @@
 #pragma once
 
+#include "ExchangeFacts.h"
+
 #include <list>
+#include <memory>
 #include <string>
 
 namespace chttpclient
@@ -16,7 +19,8 @@ struct HttpExchange {
     std::string strHeader; ///< empty for none
 
     std::string strReply;
-    int nHttpError = 0; ///< as chttpclient.h lists them
+    int nHttpError = 0;                    ///< as chttpclient.h lists them
+    std::shared_ptr<ExchangeFacts> pFacts; ///< null if it was not begun, or if there is no memory for them
 };
 
 /// Exchanges in progress. Each is allocated when its request is handed in, and then moves from list to list

@@ -112,6 +112,9 @@ void HttpTransfer::SetConstantOptions()
     if (m_eSetUp == CURLE_OK) {
         m_eSetUp = SetAuthorities(m_pEasy.get(), m_settings.strCaFile);
     }
+    if (m_eSetUp == CURLE_OK) {
+        m_eSetUp = m_watch.Attach(m_pEasy.get(), m_settings);
+    }
 }
 
 void HttpTransfer::SetUrl()
@@ -194,8 +197,11 @@ ExchangeList HttpTransfer::Finish(CURLcode eResult)
 {
     HttpExchange& exchange = m_exchange.front();
     exchange.nHttpError = HttpError(m_eRefused != CURLE_OK ? m_eRefused : eResult);
+    exchange.pFacts = m_watch.Facts(m_pEasy.get(), m_eRefused, m_ends);
     if (exchange.nHttpError >= 0) {
         exchange.strReply = m_body.TakeBody();
+    } else if (exchange.pFacts != nullptr) {
+        exchange.pFacts->strBody = m_body.TakeBody();
     }
     return std::move(m_exchange);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BodyDecoder.h"
+#include "ExchangeWatch.h"
 #include "HttpExchange.h"
 #include "KeptConnections.h"
 #include "TransportSettings.h"
@@ -80,7 +81,8 @@ private:
     static std::size_t OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf);
     static std::size_t OnHeader(char* pData, std::size_t nSize, std::size_t nCount, void* pSelf);
 
-    std::unique_ptr<curl_slist, ListCleanup> m_pHeaders; ///< the handle uses it
+    ExchangeWatch m_watch;                               ///< the handle uses it
+    std::unique_ptr<curl_slist, ListCleanup> m_pHeaders; ///< and this
     std::unique_ptr<CURL, EasyCleanup> m_pEasy;
     const TransportSettings& m_settings;
     CURLSH* const m_pShare;

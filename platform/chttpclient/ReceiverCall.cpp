@@ -1,5 +1,8 @@
 #include "ReceiverCall.h"
 
+#include "ExchangeStory.h"
+#include "StartStory.h"
+
 #include <ktshttpagent/clog.h>
 
 #include <exception>
@@ -20,10 +23,30 @@ void SayIfPossible(Say fnSay) noexcept
     }
 }
 
+constexpr int CAUSES = 2; // the level of the causes of failures
+constexpr int LIFE = 3;
+constexpr int EXCHANGES = 4;
+
+/// Logs how an exchange went, if the level asks for it.
+void LogExchange(const HttpExchange& exchange, int nLogLevel) noexcept
+{
+    const bool bFailed = exchange.nHttpError != 0;
+    const int nLevel = bFailed ? CAUSES : EXCHANGES;
+    if (nLevel > nLogLevel) {
+        return;
+    }
+    SayIfPossible([&] {
+        Log_Write(nLevel, "chttpclient::CDelivery::Deliver", __LINE__, "%s: %s",
+                  bFailed ? "failed" : "succeeded", StoryOf(exchange, bFailed).c_str());
+    });
+}
+
 } // namespace
 
-void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exchange) noexcept
+void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exchange, int nLogLevel) noexcept
 {
+    const StoryTeller teller(exchange);
+    LogExchange(exchange, nLogLevel);
     if (pReceiver == nullptr || *pReceiver == nullptr) {
         SayIfPossible([&] {
             Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__, "no receiver for a reply of type %d",
@@ -45,6 +68,20 @@ void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exch
                       exchange.nType);
         });
     }
+}
+
+void LogStart(const TransportSettings& settings) noexcept
+{
+    if (settings.nLogLevel >= LIFE) {
+        SayIfPossible([&] {
+            Log_Write(LIFE, "chttpclient::CTransport::Start", __LINE__, "%s", StoryOfStart(settings).c_str());
+        });
+    }
+}
+
+void LogStop() noexcept
+{
+    SayIfPossible([] { Log_Write(LIFE, "chttpclient::CTransport::Stop", __LINE__, "stopped"); });
 }
 
 void LogNoThread(const char* szWhy) noexcept

@@ -1,16 +1,24 @@
 #pragma once
 
 #include "HttpExchange.h"
+#include "TransportSettings.h"
 
 #include <ktshttpagent/chttpclient.h>
 
 namespace chttpclient
 {
 
-/// Calls the receiver with the outcome of an exchange. What it throws is logged, and so is that there is
-/// none.
+/// Logs the cause of a failed exchange, and at level 4 every exchange; then calls the receiver with the
+/// outcome. What it throws is logged, and so is that there is none.
 /// @param pReceiver  may be null, or an empty function
-void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exchange) noexcept;
+/// @param nLogLevel  lines above it are not made
+void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exchange, int nLogLevel) noexcept;
+
+/// Logs that the transport has started, with its settings.
+void LogStart(const TransportSettings& settings) noexcept;
+
+/// Logs that it has stopped.
+void LogStop() noexcept;
 
 /// Logs that no thread could be started to call the receiver on.
 void LogNoThread(const char* szWhy) noexcept;

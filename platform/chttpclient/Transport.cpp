@@ -1,5 +1,7 @@
 #include "Transport.h"
 
+#include "ReceiverCall.h"
+
 #include "platform/system/Environment.h"
 
 #include <ktshttpagent/chttpclient.h>
@@ -52,7 +54,7 @@ std::unique_lock<std::mutex> Transport::LockLife()
 
 bool Transport::Start()
 {
-    const std::unique_lock<std::mutex> life = LockLife();
+    std::unique_lock<std::mutex> life = LockLife();
     if (!life) {
         return false;
     }
@@ -63,7 +65,10 @@ bool Transport::Start()
         if (!StartLibcurl()) {
             throw std::runtime_error("libcurl can't be initialised");
         }
-        m_workers.Start(ReadTransportSettings());
+        const TransportSettings settings = ReadTransportSettings();
+        m_workers.Start(settings);
+        life.unlock(); // a site's own log may use the transport too
+        LogStart(settings);
         return true;
     } catch (const std::exception& error) {
         Log_Write(1, "chttpclient::CTransport::Start", __LINE__, "the transport can't start: %s",
@@ -74,19 +79,27 @@ bool Transport::Start()
 
 void Transport::Stop()
 {
-    const std::unique_lock<std::mutex> life = LockLife();
+    std::unique_lock<std::mutex> life = LockLife();
     if (life) {
-        m_workers.Drain();
+        const bool bRan = m_workers.Drain();
         m_workers.Stop(Workers::Clock::now() + CALLBACK_GRACE);
+        life.unlock();
+        if (bRan) {
+            LogStop();
+        }
     }
 }
 
 void Transport::End()
 {
-    const std::unique_lock<std::mutex> life = LockLife();
+    std::unique_lock<std::mutex> life = LockLife();
     if (life) {
-        m_workers.Drain();
+        const bool bRan = m_workers.Drain();
         m_workers.End(Workers::Clock::now() + CALLBACK_GRACE);
+        life.unlock();
+        if (bRan) {
+            LogStop();
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 #include "TransportSettings.h"
 
 #include "platform/system/Environment.h"
+#include "platform/text/LogWords.h"
 
 #include <ktshttpagent/clog.h>
 
@@ -23,6 +24,20 @@ std::chrono::milliseconds ReadTime(const char* szName, std::chrono::milliseconds
         EnvironmentNumber(szName, time.count(), {nMin, MAX_MILLISECONDS}, vecComplaints));
 }
 
+/// What libcurl reads for http and https.
+std::vector<std::string> ReadProxies()
+{
+    std::vector<std::string> vecProxies;
+    for (const char* const szName :
+         {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"}) {
+        const std::string strValue = EnvironmentVariable(szName).value_or("");
+        if (!strValue.empty()) {
+            vecProxies.push_back(std::string(szName) + '=' + WithoutPassword(strValue));
+        }
+    }
+    return vecProxies;
+}
+
 } // namespace
 
 TransportSettings ReadTransportSettings()
@@ -40,6 +55,8 @@ TransportSettings ReadTransportSettings()
     settings.postIdle = ReadTime("CHTTPCLIENT_POST_IDLE_MS", settings.postIdle, 0, vecComplaints);
     settings.strCaFile = EnvironmentVariable("CHTTPCLIENT_CA_FILE").value_or("");
     settings.bEnvironmentsProxy = !RightsAreRaised();
+    settings.vecProxies = ReadProxies();
+    settings.nLogLevel = LogLevelOfEnvironment();
     for (const std::string& strComplaint : vecComplaints) {
         Log_Write(1, "chttpclient::ReadTransportSettings", __LINE__, "%s", strComplaint.c_str());
     }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "platform/reply/ExchangeLimits.h"
+#include "platform/system/LogLevel.h"
 
 #include <chrono>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace chttpclient
 {
@@ -18,6 +20,9 @@ struct TransportSettings : ExchangeLimits {
     std::chrono::milliseconds postIdle{500};
     std::string strCaFile;          ///< empty for libcurl's default
     bool bEnvironmentsProxy = true; ///< whether libcurl takes a proxy from the environment
+    /// The variables that name proxies, and hosts that need none, as "NAME=VALUE" without passwords.
+    std::vector<std::string> vecProxies;
+    int nLogLevel = DEFAULT_LOG_LEVEL;
 };
 
 /// Reads the settings from the environment. An unusable value is logged, and the default stays in force.

@@ -37,6 +37,7 @@ void Workers::Start(const TransportSettings& settings)
     StartThreads(THREADS);
     m_duties.Employ(); // those also that were on their way to end
     m_pTransfers = std::move(pTransfers);
+    m_nLogLevel = settings.nLogLevel;
     m_bEnded = false;
     m_duties.Open();
 }
@@ -120,11 +121,11 @@ void Workers::WakeUp(Duties::Wake eWake, Lock& lock)
     }
 }
 
-void Workers::Drain()
+bool Workers::Drain()
 {
     Lock lock(m_mutex);
     if (m_pTransfers == nullptr) {
-        return;
+        return false;
     }
     WakeUp(m_duties.Drain(Clock::now() + m_pTransfers->Settings().drain), lock);
     lock.lock();
@@ -132,6 +133,7 @@ void Workers::Drain()
     const auto pTransfers = std::move(m_pTransfers);
     m_tpCloseIdle = Clock::time_point::max();
     lock.unlock(); // while the connections are closed
+    return true;
 }
 
 void Workers::Stop(Clock::time_point deadline)
@@ -221,9 +223,10 @@ void Workers::Lead(Lock& lock)
 void Workers::Deliver(ExchangeList exchange, Lock& lock)
 {
     auto pReceiver = m_pReceiver;
+    const int nLogLevel = m_nLogLevel;
     --m_nOutstanding; // first: a receiver may send its next request even at a limit of one
     lock.unlock();
-    CallReceiver(pReceiver.get(), exchange.front());
+    CallReceiver(pReceiver.get(), exchange.front(), nLogLevel);
     exchange.clear();
     pReceiver.reset();
     lock.lock();

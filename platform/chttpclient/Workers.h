@@ -44,7 +44,8 @@ public:
 
     /// Accepts no more requests, and returns once those that were accepted have their outcomes. Requests
     /// without one when the drain time is over are cancelled.
-    void Drain();
+    /// @return false if there was nothing to do, because it is not started
+    bool Drain();
 
     /// Makes the threads end once everything is delivered, and waits for that; call `Drain` first. A thread
     /// whose receiver blocks past the deadline, or calls this, is left to end by itself.
@@ -92,6 +93,7 @@ private:
     std::size_t m_nUntimed = 0; ///< threads that sleep without knowing when to close idle connections
     std::thread::id m_idDelivering;
     std::size_t m_nOutstanding = 0; ///< exchanges that are not yet delivered
+    int m_nLogLevel = DEFAULT_LOG_LEVEL;
     bool m_bEnded = false;
 };
 

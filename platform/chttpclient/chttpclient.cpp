@@ -1,5 +1,6 @@
 #include <ktshttpagent/chttpclient.h>
 
+#include "ExchangeStory.h"
 #include "Transport.h"
 
 #include "platform/system/AtFork.h"
@@ -91,6 +92,11 @@ void CHttpClientUnInit()
 void CHttpClientSetResponseCallBack(CHttpClientResponse fnResponse)
 {
     UnlessThreadsAreGone([&] { TheTransport().SetReceiver(std::move(fnResponse)); });
+}
+
+const char* CHttpClientExchangeStory()
+{
+    return chttpclient::StoryTeller::Told();
 }
 
 void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody, void* pUserData,

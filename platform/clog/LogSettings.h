@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/system/LogLevel.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <string>
@@ -8,7 +10,7 @@
 /// The settings of the log; clog.h says what they mean.
 struct LogSettings {
     std::filesystem::path pathFolder; ///< absolute; empty when the environment names none
-    int nLevel = 3;
+    int nLevel = DEFAULT_LOG_LEVEL;
     std::size_t nFileBytes = 5242880;
     std::size_t nFiles = 5;
     std::vector<std::string> vecComplaints; ///< a sentence for each variable whose value is not in force

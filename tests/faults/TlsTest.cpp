@@ -17,6 +17,8 @@ struct TlsPeer {
     const char* szProtocols; ///< null for none: it does not use TLS
     bool bCaFile;            ///< whether the transport is given the authority that signed it
     int nHttpError;
+    const char* szCause = "";             ///< words of the log about a failure
+    const char* szCertificate = "server"; ///< the file that the server uses, without suffix
 
     friend void PrintTo(const TlsPeer& row, std::ostream* pOut) { *pOut << row.szName; }
 };
@@ -31,12 +33,12 @@ protected:
         }
         ASSERT_TRUE(MakeCertificates(m_folder.Path(), GetParam().szSubject, GetParam().szDays));
         const char* const szProtocols = GetParam().szProtocols;
-        const std::string strEncryption =
-            szProtocols == nullptr
-                ? ""
-                : std::string("ssl_certificate server.pem; ssl_certificate_key server.key;\n"
-                              "ssl_ciphers DEFAULT@SECLEVEL=0; ssl_protocols ") +
-                      szProtocols + ";\n";
+        const std::string strEncryption = szProtocols == nullptr
+                                              ? ""
+                                              : std::string("ssl_certificate ") + GetParam().szCertificate +
+                                                    ".pem; ssl_certificate_key " + GetParam().szCertificate +
+                                                    ".key;\nssl_ciphers DEFAULT@SECLEVEL=0; ssl_protocols " +
+                                                    szProtocols + ";\n";
         m_nginx.emplace(m_folder.Path(), szProtocols == nullptr ? "" : " ssl",
                         strEncryption +
                             "location / { return 200 'from nginx'; }\n"
@@ -68,6 +70,24 @@ TEST_P(TransportTls, HasOneOutcomeARequest)
     for (const ReceivedReply& reply : RepliesAfterShutdown(2)) {
         EXPECT_EQ(reply.nHttpError, GetParam().nHttpError);
         EXPECT_EQ(reply.strBody, GetParam().nHttpError == 0 ? "from nginx" : "");
+    }
+}
+
+TEST_P(TransportTls, HasOneCauseInTheLogIfItFails)
+{
+    if (GetParam().bCaFile) {
+        Set("CHTTPCLIENT_CA_FILE", CaFile());
+    }
+    Set("CLOG_LEVEL", 2);
+    Start();
+    Get(Url());
+    RepliesAfterShutdown(1);
+    if (GetParam().nHttpError == 0) {
+        EXPECT_THAT(m_folder.Lines(), testing::IsEmpty());
+    } else {
+        EXPECT_THAT(m_folder.Lines(),
+                    testing::ElementsAre(testing::AllOf(testing::HasSubstr("GET " + Url() + ", type 3104"),
+                                                        testing::HasSubstr(GetParam().szCause))));
     }
 }
 
@@ -133,12 +153,17 @@ INSTANTIATE_TEST_SUITE_P(
     Peers, TransportTls,
     testing::Values(TlsPeer{"Proper", GOOD_NAME, "2", GOOD_PROTOCOLS, true, 0},
                     TlsPeer{"ProperWithAnOlderProtocol", GOOD_NAME, "2", "TLSv1.2", true, 0},
-                    TlsPeer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false, -60},
-                    TlsPeer{"Expired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true, -60},
-                    TlsPeer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true, -60},
-                    TlsPeer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true, -60},
-                    TlsPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, -35},
-                    TlsPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, -35}),
+                    TlsPeer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false, -60,
+                            "unable to get local issuer certificate"},
+                    TlsPeer{"SelfSigned", GOOD_NAME, "2", GOOD_PROTOCOLS, false, -60,
+                            "self-signed certificate", "ca"},
+                    TlsPeer{"Expired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true, -60, "certificate has expired"},
+                    TlsPeer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true, -60,
+                            "alternative certificate subject name"},
+                    TlsPeer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true, -60,
+                            "alternative certificate subject name"},
+                    TlsPeer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, -35, "protocol version"},
+                    TlsPeer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, -35, "wrong version number"}),
     testing::PrintToStringParamName());
 
 INSTANTIATE_TEST_SUITE_P(Peers, TransportTlsSession,

@@ -77,6 +77,7 @@ TransportTest::TransportTest()
         ::unsetenv(szName);
     }
     Set("CHTTPCLIENT_DRAIN_MS", 1000);
+    Set("CLOG_LEVEL", 1); // the fixed lines; CauseTest is about the others
 }
 
 TransportTest::~TransportTest()

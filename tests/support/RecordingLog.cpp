@@ -2,10 +2,12 @@
 
 #include <ktshttpagent/clog.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <iterator>
 #include <mutex>
 
 namespace
@@ -15,10 +17,13 @@ std::vector<RecordedLine> g_vecLines;
 std::atomic<bool> g_bThrows = false;
 } // namespace
 
-std::vector<RecordedLine> RecordedLog()
+std::vector<RecordedLine> RecordedLog(int nMostLevel)
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
-    return g_vecLines;
+    std::vector<RecordedLine> vecLines;
+    std::copy_if(g_vecLines.begin(), g_vecLines.end(), std::back_inserter(vecLines),
+                 [nMostLevel](const RecordedLine& line) { return line.nLevel <= nMostLevel; });
+    return vecLines;
 }
 
 void ClearRecordedLog()

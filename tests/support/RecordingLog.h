@@ -18,7 +18,8 @@ struct RecordedLine {
 };
 
 /// Replaces libclog: keeps the lines of the process, in order. May be called from any thread.
-std::vector<RecordedLine> RecordedLog();
+/// @param nMostLevel  lines above this level are left out; those of level 1 are the fixed ones
+std::vector<RecordedLine> RecordedLog(int nMostLevel = 1);
 void ClearRecordedLog();
 
 /// Sets whether each call throws something that is not a std::exception, as a site's own log may.

@@ -20,6 +20,8 @@
 #include <iterator>
 #include <optional>
 #include <ostream>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -72,11 +74,29 @@ protected:
 
     int Port() const { return m_nginx->Port(); }
 
+    /// Names the authority to the transport alone.
+    void TrustInTransport() const
+    {
+        qputenv("CHTTPCLIENT_CA_FILE", QByteArray::fromStdString((m_folder.Path() / "ca.pem").string()));
+    }
+
     /// The targets of the requests that the server read.
     std::string RequestsRead() const
     {
         std::ifstream file(m_folder.Path() / "access.log");
         return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    /// The lines of the log about the causes of failures.
+    std::vector<std::string> Causes() const
+    {
+        std::vector<std::string> vecCauses;
+        for (const std::string& strLine : m_folder.Lines()) {
+            if (strLine.find(" warning ") != std::string::npos) {
+                vecCauses.push_back(strLine);
+            }
+        }
+        return vecCauses;
     }
 
     const QString m_strHost = Nginx::ADDRESS;
@@ -143,6 +163,27 @@ INSTANTIATE_TEST_SUITE_P(Each, TlsToAGoodServer,
                                            TlsServer{"WithTls12", GOOD_NAME, "2", "TLSv1.2", true}),
                          ::testing::PrintToStringParamName());
 
+/// A server with a certificate of an authority that only CHTTPCLIENT_CA_FILE names.
+class TlsWithTheTransportsSettings : public TlsOfBothInterfaces, public ::testing::WithParamInterface<bool>
+{
+};
+
+TEST_P(TlsWithTheTransportsSettings, TrustsItsAuthorities)
+{
+    if (!Nginx::IsInstalled()) {
+        GTEST_SKIP() << "nginx is not installed; ./dev setup does it";
+    }
+    qputenv("KTSHTTPAGENT_SYNC_SETTINGS", GetParam() ? "transport" : "qt");
+    Start({"", GOOD_NAME, "2", GOOD_PROTOCOLS, false});
+    TrustInTransport();
+    bool bCommon = false;
+    EXPECT_EQ(CUIAgentReq::Instance()->SendGetWhetherInCommonEx(m_strHost, Port(), ENOUGH_MS, "X", bCommon),
+              GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, TlsWithTheTransportsSettings, ::testing::Bool(),
+                         [](const auto& param) { return param.param ? "On" : "Off"; });
+
 class TlsToABadServer : public TlsTo
 {
 };
@@ -164,6 +205,13 @@ TEST_P(TlsToABadServer, FailsOnBothInterfacesAndNothingIsSentInClear)
     EXPECT_THAT(outcome.strError.toStdString(), ::testing::HasSubstr(GetParam().szWhy));
 
     EXPECT_THAT(RequestsRead(), ::testing::Not(::testing::HasSubstr("SECRET")));
+
+    const std::string strServer = "https://127.0.0.2:" + std::to_string(Port()) + "/";
+    EXPECT_THAT(Causes(),
+                ::testing::ElementsAre(
+                    ::testing::AllOf(::testing::HasSubstr("chttpclient"), ::testing::HasSubstr(strServer)),
+                    ::testing::AllOf(::testing::HasSubstr("CUIAgentReq::Exchange:2 failed: GET " + strServer),
+                                     ::testing::HasSubstr(GetParam().szWhy))));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <ktshttpagent/BlockingOutcome.h>
+
+#include <string>
+
+struct ExchangeEnd;
+
+/// A blocking call that is over, for the log.
+struct FinishedCall {
+    const SBlockingOutcome& outcome;
+    bool bPost;
+    const std::string& strReport; ///< the body of the request, of which nothing must reach the log
+    const ExchangeEnd* pEnd;      ///< how its exchange ended; null if that has not ended
+};
+
+/// Logs one line at level 2 if the call failed, at level 4 if it did not. Makes the line only if the log
+/// takes that level.
+void LogCall(const FinishedCall& call) noexcept;

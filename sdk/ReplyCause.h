@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace VelCSDK
+{
+
+/// A reply that the transport is delivering on this thread, for as long as this object exists. It is there
+/// for the log alone.
+class ReplyInHand
+{
+public:
+    /// @param body  as the server sent it
+    ReplyInHand(const std::string& body, int nHttpError) noexcept;
+    ~ReplyInHand();
+    ReplyInHand(const ReplyInHand&) = delete;
+    ReplyInHand& operator=(const ReplyInHand&) = delete;
+
+    const std::string& Body() const { return m_body; }
+    int HttpError() const { return m_nHttpError; }
+
+    /// The innermost one on this thread, if no cause was logged for it yet; null otherwise. From now on it
+    /// counts as logged.
+    static const ReplyInHand* TakeUnlogged() noexcept;
+
+private:
+    const std::string& m_body;
+    const int m_nHttpError;
+    bool m_bLogged = false;
+    ReplyInHand* const m_pOuter;
+};
+
+/// Logs why the reply in hand counts as a failure: one line at level 2, unless the transport has logged the
+/// failure of the exchange itself. Only the first call for a reply logs anything.
+/// @param strUrl  where the request went; empty if that is not known
+/// @param strSaid  the server's own words, if it gave a reason; left out if they might repeat a report
+void LogReplyCause(int nType, std::string_view strUrl, std::string_view strWhy,
+                   std::string_view strSaid = {}) noexcept;
+
+/// Whether the transport tells the story of an exchange (`CHttpClientExchangeStory`), which names the URL. A
+/// site's own transport may not.
+bool TransportTellsStories() noexcept;
+
+} // namespace VelCSDK
