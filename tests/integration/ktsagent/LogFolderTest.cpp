@@ -71,6 +71,15 @@ TEST_F(NamedLogFolder, IsNotNamedWhenTheEnvironmentHasNone)
     EXPECT_THAT(strSaid, Not(HasSubstr("(log: ")));
 }
 
+TEST_F(NamedLogFolder, IsSaidToBeMissingWhenItCantBeMade)
+{
+    qputenv("HOME", "/dev/null");
+    const std::string strSaid = Fail();
+    EXPECT_THAT(strSaid,
+                EndsWith(" (there is no log: /dev/null/.local/state/ktshttpagent can't be written; set "
+                         "CLOG_DIR)\n"));
+}
+
 // Such a log writes to a place of its own, and may lack the function that only ktsagent calls.
 TEST_F(NamedLogFolder, IsNotNamedWhenTheLogIsASitesOwn)
 {
