@@ -88,3 +88,11 @@ TEST_F(NamedLogFolder, IsNotNamedWhenTheLogIsASitesOwn)
     EXPECT_THAT(strSaid, HasSubstr("a log of the site's own: "));
     EXPECT_THAT(strSaid, Not(HasSubstr("(log: ")));
 }
+
+TEST_F(NamedLogFolder, IsUnknownToTheDoctorWhenTheLogIsASitesOwn)
+{
+    qputenv("LD_LIBRARY_PATH", OWN_LOG_FOLDER);
+    const KtsagentRun run = Run({"doctor", "--server", "127.0.0.1:9", "--timeout", "500"});
+    EXPECT_THAT(run.strOut, HasSubstr("libclog, the log, is a site's own: " OWN_LOG_FOLDER));
+    EXPECT_THAT(run.strOut, HasSubstr("The log is a site's own and does not tell its folder."));
+}
