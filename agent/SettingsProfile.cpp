@@ -21,8 +21,7 @@ std::unique_ptr<QSettings> OpenProfile(const char* szProfile)
 // Without a registry: one file for each registry key, below a root folder for the whole machine.
 QString ProfileLocation(const char* szProfile)
 {
-    const std::string strRoot =
-        EnvironmentVariable("KTSHTTPAGENT_SETTINGS_ROOT").value_or("/etc/xdg/ktshttpagent");
+    const std::string strRoot = EnvironmentVariable(SETTINGS_ROOT_VARIABLE).value_or(DEFAULT_SETTINGS_ROOT);
     return QString::fromLocal8Bit(strRoot.c_str()) + '/' + QString::fromLatin1(szProfile).replace('\\', '/') +
            ".ini";
 }

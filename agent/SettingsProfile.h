@@ -9,6 +9,10 @@
 /// below the settings root.
 inline constexpr const char* PLUGIN_PROFILE = "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL\\BRELK\\KTSStartPlugin";
 
+/// The environment variable with the folder of the profiles, and its default. Not used on Windows.
+inline constexpr const char* SETTINGS_ROOT_VARIABLE = "KTSHTTPAGENT_SETTINGS_ROOT";
+inline constexpr const char* DEFAULT_SETTINGS_ROOT = "/etc/xdg/ktshttpagent";
+
 /// Where a profile is stored: its registry key on Windows, elsewhere its INI file.
 QString ProfileLocation(const char* szProfile);
 

@@ -13,7 +13,8 @@
 namespace
 {
 
-constexpr const char* VALUE = "UseTls";
+constexpr const char* ODD_LINE =
+    " holds a line that begins with UseTls, but not as \"UseTls=VALUE\" before any section; TLS is on";
 
 /// A value as it is written in the profile, although Qt reads a value with commas as a list.
 std::string TextOf(const QVariant& value)
@@ -45,17 +46,25 @@ bool HoldsOddLine(const QSettings& settings)
 bool ReadTlsSetting()
 {
     const std::unique_ptr<QSettings> pSettings = OpenProfile(PLUGIN_PROFILE);
-    const QString strLocation = ProfileLocation(PLUGIN_PROFILE);
-    if (pSettings->contains(VALUE)) {
-        return VelCSDK::ReadTlsSwitch((strLocation + ' ' + VALUE).toStdString(),
-                                      TextOf(pSettings->value(VALUE)));
+    const std::string strLocation = ProfileLocation(PLUGIN_PROFILE).toStdString();
+    if (pSettings->contains(TLS_VALUE)) {
+        return VelCSDK::ReadTlsSwitch(strLocation + ' ' + TLS_VALUE, TextOf(pSettings->value(TLS_VALUE)));
     }
     if (!HoldsOddLine(*pSettings)) {
         return false;
     }
-    Log_Write(
-        1, "ReadTlsSetting", 1,
-        "%s holds a line that begins with UseTls, but not as \"UseTls=VALUE\" before any section; TLS is on",
-        qUtf8Printable(strLocation));
+    Log_Write(1, "ReadTlsSetting", 1, "%s%s", strLocation.c_str(), ODD_LINE);
     return true;
+}
+
+std::string TlsSettingComplaint()
+{
+    const std::unique_ptr<QSettings> pSettings = OpenProfile(PLUGIN_PROFILE);
+    const std::string strLocation = ProfileLocation(PLUGIN_PROFILE).toStdString();
+    if (!pSettings->contains(TLS_VALUE)) {
+        return HoldsOddLine(*pSettings) ? strLocation + ODD_LINE : "";
+    }
+    const std::string strValue = TextOf(pSettings->value(TLS_VALUE));
+    return VelCSDK::ReadSwitchWord(strValue) ? ""
+                                             : VelCSDK::TlsComplaint(strLocation + ' ' + TLS_VALUE, strValue);
 }

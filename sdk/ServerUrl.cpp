@@ -30,19 +30,9 @@ std::string SmallLetters(std::string strText)
     return strText;
 }
 
-/// Whether a word means on or off; nothing for any other word.
-std::optional<bool> SwitchOf(const std::string& strText)
-{
-    const std::string strWord = SmallLetters(strText);
-    const bool bOn = IsOneOf(ON, strWord);
-    return bOn || IsOneOf(OFF, strWord) ? std::make_optional(bOn) : std::nullopt;
-}
-
 void SayUnreadable(const std::string& strName, const std::string& strValue)
 {
-    Log_Write(1, "VelCSDK::ReadTlsSwitch", 1,
-              "%s is \"%s\", not one of 1, true, on, yes, 0, false, off, no; TLS is on", strName.c_str(),
-              strValue.c_str());
+    Log_Write(1, "VelCSDK::ReadTlsSwitch", 1, "%s", TlsComplaint(strName, strValue).c_str());
 }
 
 enum class TlsState { Unread, Unsaid, Off, On };
@@ -65,9 +55,21 @@ bool UsesTls()
 
 } // namespace
 
+std::optional<bool> ReadSwitchWord(const std::string& strText)
+{
+    const std::string strWord = SmallLetters(strText);
+    const bool bOn = IsOneOf(ON, strWord);
+    return bOn || IsOneOf(OFF, strWord) ? std::make_optional(bOn) : std::nullopt;
+}
+
+std::string TlsComplaint(const std::string& strName, const std::string& strValue)
+{
+    return strName + " is \"" + strValue + "\", not one of 1, true, on, yes, 0, false, off, no; TLS is on";
+}
+
 bool ReadTlsSwitch(const std::string& strName, const std::string& strValue)
 {
-    const std::optional<bool> optTls = SwitchOf(strValue);
+    const std::optional<bool> optTls = ReadSwitchWord(strValue);
     if (!optTls) {
         SayUnreadable(strName, strValue);
     }
@@ -78,7 +80,7 @@ std::optional<bool> TlsOfEnvironment()
 {
     if (g_eOfEnvironment == TlsState::Unread) {
         const std::optional<std::string> strValue = EnvironmentVariable(TLS_VARIABLE);
-        const std::optional<bool> optTls = strValue ? SwitchOf(*strValue) : std::nullopt;
+        const std::optional<bool> optTls = strValue ? ReadSwitchWord(*strValue) : std::nullopt;
         TlsState eUnread = TlsState::Unread;
         // Another thread may read the environment at the same time: the first result is used, and its thread
         // logs it.

@@ -9,9 +9,15 @@ namespace VelCSDK
 /// The environment variable that turns TLS on or off for servers that are named by host and port.
 inline constexpr const char* TLS_VARIABLE = "KTSHTTPAGENT_TLS";
 
-/// Reads a value that turns TLS on or off: 1, true, on and yes, or 0, false, off and no, in upper or lower
-/// case. Any other text is logged and counts as on, so that a typing mistake does not cause unencrypted
-/// requests.
+/// Reads a word: 1, true, on and yes, or 0, false, off and no, in upper or lower case; nothing for any other.
+std::optional<bool> ReadSwitchWord(const std::string& strText);
+
+/// What is wrong with a value that `ReadSwitchWord` can't read.
+/// @param strName  where the value is from
+std::string TlsComplaint(const std::string& strName, const std::string& strValue);
+
+/// Reads a value that turns TLS on or off, as `ReadSwitchWord` reads it. Any other text is logged and counts
+/// as on, so that a typing mistake does not cause unencrypted requests.
 /// @param strName  where the value is from, for the log
 bool ReadTlsSwitch(const std::string& strName, const std::string& strValue);
 

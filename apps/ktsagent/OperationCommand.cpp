@@ -1,16 +1,14 @@
 #include "OperationCommand.h"
 
+#include "CommandOptions.h"
 #include "Exchange.h"
 #include "LogFolder.h"
-#include "NumberText.h"
 #include "Operations.h"
 #include "ReportFile.h"
 
 #include "platform/text/Escaping.h"
 
-#include <functional>
 #include <iostream>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -39,16 +37,7 @@ using Call = std::shared_ptr<OperationCall>;
 
 void AddArgument(CLI::App& command, const OperationOption& option, ServerAddress& server)
 {
-    const auto fnSet = [&server](const std::string& strText) {
-        try {
-            server = ParseServerAddress(strText);
-        } catch (const std::invalid_argument& e) {
-            throw CLI::ValidationError("--server", e.what());
-        }
-    };
-    command.add_option_function<std::string>(option.strName, fnSet, option.strHelp)
-        ->required()
-        ->type_name("HOST:PORT");
+    AddServerOption(command, option.strName, option.strHelp, server, ServerUrls::WithoutPath);
 }
 
 void AddArgument(CLI::App& command, const OperationOption& option, QString& strArgument)
@@ -67,22 +56,6 @@ void AddArgument(CLI::App& command, const OperationOption& option, QStringList& 
     command.add_option_function<std::vector<std::string>>(option.strName, fnSet, option.strHelp)
         ->delimiter(',')
         ->allow_extra_args(false);
-}
-
-/// Adds an option with an integer value. CLI11's own conversion would read an empty text as 0.
-/// @param strName  with its dashes; further names after commas
-CLI::Option& AddInteger(CLI::App& command, const std::string& strName, const std::string& strHelp,
-                        std::function<void(int)> fnTake, int nMin = std::numeric_limits<int>::min())
-{
-    const auto fnSet = [strName, fnTake = std::move(fnTake), nMin](const std::string& strText) {
-        int nValue = 0;
-        if (!ParseNumber(strText, nValue, nMin)) {
-            throw CLI::ValidationError(strName.substr(0, strName.find(',')),
-                                       "'" + strText + "': must be " + ExpectedNumber(nMin));
-        }
-        fnTake(nValue);
-    };
-    return *command.add_option_function<std::string>(strName, fnSet, strHelp)->type_name("INT");
 }
 
 void AddArgument(CLI::App& command, const OperationOption& option, int& nArgument)
@@ -137,7 +110,7 @@ int RunCall(const Operation& operation, OperationCall& call)
     if (operation.fnRecord) {
         FillRecord(call, operation.fnRecord(call.arguments));
     }
-    const AgentSession session;
+    const AgentSession session(call.arguments.server.optTls);
     const int nTimeoutMs =
         call.optTimeoutMs.value_or(call.bSync ? DEFAULT_SYNC_TIMEOUT_MS : DEFAULT_TIMEOUT_MS);
     const Exchange exchange =
@@ -146,8 +119,7 @@ int RunCall(const Operation& operation, OperationCall& call)
     const OutcomeInfo& info = InfoOf(exchange.eOutcome);
     if (const std::string strRemark = RemarkOf(exchange); !strRemark.empty()) {
         const bool bLogged = info.bLogged && !exchange.optBlocking;
-        const std::string strFolder = bLogged ? LogFolder().toStdString() : "";
-        const std::string strLog = strFolder.empty() ? "" : " (log: " + strFolder + ")";
+        const std::string strLog = bLogged ? WhereTheLogIs().toStdString() : "";
         std::cerr << "ktsagent: " << operation.strName << ": " << EscapeUnsafe(strRemark + strLog)
                   << std::endl;
     }

@@ -8,8 +8,8 @@
 namespace
 {
 
-const OperationOption OPTION_SERVER{"--server", "host and port of the server, [ADDRESS]:PORT for IPv6",
-                                    &Arguments::server};
+const OperationOption OPTION_SERVER{
+    "--server", "host and port of the server, [ADDRESS]:PORT for IPv6; or its URL", &Arguments::server};
 const OperationOption OPTION_URL{"--url", "base URL of the server, with its trailing \"/\"",
                                  &Arguments::strUrl};
 const OperationOption OPTION_T{"--t", "the member \"t\"", &Arguments::t};

@@ -36,10 +36,46 @@ bool IsHost(const std::string& strText)
     return strText.find_first_of(":/?#@[] \t") == std::string::npos;
 }
 
+/// Reads a URL of a server, perhaps with a path.
+ServerAddress ParseServerUrl(const std::string& strText)
+{
+    constexpr int HTTP_PORT = 80;
+    constexpr int HTTPS_PORT = 443;
+    const QUrl url(QString::fromStdString(strText), QUrl::StrictMode);
+    const bool bTls = url.scheme() == "https";
+    if (!url.isValid() || url.host().isEmpty() || (!bTls && url.scheme() != "http")) {
+        throw std::invalid_argument("'" + strText +
+                                    "' is no URL of a server: write http://HOST:PORT or https://HOST:PORT");
+    }
+    if (!url.userInfo().isEmpty() || url.hasQuery() || url.hasFragment()) {
+        throw std::invalid_argument("a URL of a server has no user name, no query and no fragment");
+    }
+    const QString strHost = url.host();
+    ServerAddress server;
+    server.strIp = strHost.contains(':') ? '[' + strHost + ']' : strHost;
+    server.nPort = url.port(bTls ? HTTPS_PORT : HTTP_PORT);
+    server.optTls = bTls;
+    server.strPath = url.path(QUrl::FullyEncoded).mid(1);
+    return server;
+}
+
 } // namespace
+
+std::string BaseUrl(const ServerAddress& server, bool bTls)
+{
+    QString strPath = server.strPath;
+    if (!strPath.isEmpty() && !strPath.endsWith('/')) {
+        strPath += '/';
+    }
+    return (server.optTls.value_or(bTls) ? "https://" : "http://") + server.strIp.toStdString() + ":" +
+           std::to_string(server.nPort) + "/" + strPath.toStdString();
+}
 
 ServerAddress ParseServerAddress(const std::string& strText)
 {
+    if (strText.find("://") != std::string::npos) {
+        return ParseServerUrl(strText);
+    }
     const auto nColon = strText.rfind(':');
     if (nColon == std::string::npos || nColon == 0) {
         throw std::invalid_argument("'" + strText + "' is not HOST:PORT");
@@ -59,5 +95,8 @@ ServerAddress ParseServerAddress(const std::string& strText)
         throw std::invalid_argument("'" + strHost +
                                     "' is no host: a name or an address, an IPv6 address in brackets");
     }
-    return {QString::fromStdString(strHost), ParsePort(strText.substr(nColon + 1))};
+    ServerAddress server;
+    server.strIp = QString::fromStdString(strHost);
+    server.nPort = ParsePort(strText.substr(nColon + 1));
+    return server;
 }

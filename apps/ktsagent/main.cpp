@@ -2,6 +2,8 @@
 #include "Endpoints.h"
 #include "Exchange.h"
 #include "OperationCommand.h"
+#include "doctor/DoctorCommand.h"
+#include "doctor/Versions.h"
 
 #include "platform/text/Escaping.h"
 
@@ -68,7 +70,8 @@ int RunCommandLine(int argc, char** argv)
     CLI::App app("Talks to a laboratory server through the agent, as a host does.", "ktsagent");
     app.footer(
         "Exit status: 0 success, 1 the server said no or the exchange failed, 2 wrong usage, 3 no answer "
-        "in time.\nA value that begins with \"-\" is written --option=-value.");
+        "in time; \"doctor\" has others of its own.\nA value that begins with \"-\" is written "
+        "--option=-value.");
     // Escaped, because the message repeats arguments.
     app.failure_message([](const CLI::App* pApp, const CLI::Error& error) {
         return CLI::FailureMessage::simple(
@@ -79,6 +82,8 @@ int RunCommandLine(int argc, char** argv)
     AddOperationCommands(app, nExit);
     AddEndpointsCommand(app, nExit);
     AddDemoCommand(app, nExit);
+    AddDoctorCommand(app, nExit);
+    app.set_version_flag("--version", VersionLine, "print the versions of the library and of those under it");
     try {
         app.parse(CommandLineArguments(GivenArguments(argc, argv)));
         if (app.get_subcommands().empty()) {

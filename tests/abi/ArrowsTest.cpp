@@ -48,10 +48,10 @@ const Room ROOMS[] = {
 const std::map<std::string, std::string> ROOM_OF_PUBLIC_HEADER = {
     {"BlockingOutcome.h", "agent"}, {"CUIAgentReq.h", "agent"},
     {"CUIAgentRsp.h", "agent"},     {"IVelClientSDk.h", "sdk"},
-    {"KtsExport.h", "sdk"},         {"RequestRecords.h", "sdk"},
-    {"RequestType.h", "sdk"},       {"ResultRecords.h", "sdk"},
-    {"ResultVariants.h", "agent"},  {"chttpclient.h", "platform/chttpclient"},
-    {"clog.h", "platform/clog"},
+    {"KtsExport.h", "sdk"},         {"KtsSettings.h", "agent"},
+    {"RequestRecords.h", "sdk"},    {"RequestType.h", "sdk"},
+    {"ResultRecords.h", "sdk"},     {"ResultVariants.h", "agent"},
+    {"clog.h", "platform/clog"},    {"chttpclient.h", "platform/chttpclient"},
 };
 
 const std::string PUBLIC = "ktshttpagent";

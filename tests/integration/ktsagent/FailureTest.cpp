@@ -45,6 +45,19 @@ TEST_F(Failure, ABlockingCallNamesTheUrlThatItAskedWithTlsToo)
               "https://" + Loopback(port.Port()) + "/vomd/system/whetherInCommon.action?dxtm=X");
 }
 
+TEST_F(Failure, AUrlWinsOverTheSettingOfTls)
+{
+    const RefusingPort port;
+    qputenv("KTSHTTPAGENT_TLS", "off");
+
+    const KtsagentRun run =
+        Run({"in-common", "--sync", "--server", "https://" + Loopback(port.Port()), "--dxtm", "X", "--json"});
+
+    EXPECT_EQ(run.nExit, 1);
+    EXPECT_EQ(run.Object()["exchange"].toObject()["url"],
+              "https://" + Loopback(port.Port()) + "/vomd/system/whetherInCommon.action?dxtm=X");
+}
+
 TEST_F(Failure, ASilentServerIsGivenUpAfterTheTimeOut)
 {
     const ScriptedServer server(ServerStep{"", ServerStep::Ending::Hold});

@@ -71,6 +71,15 @@ TEST_F(NamedLogFolder, IsNotNamedWhenTheEnvironmentHasNone)
     EXPECT_THAT(strSaid, Not(HasSubstr("(log: ")));
 }
 
+TEST_F(NamedLogFolder, IsSaidToBeMissingWhenItCantBeMade)
+{
+    qputenv("HOME", "/dev/null");
+    const std::string strSaid = Fail();
+    EXPECT_THAT(strSaid,
+                EndsWith(" (there is no log: /dev/null/.local/state/ktshttpagent can't be written; set "
+                         "CLOG_DIR)\n"));
+}
+
 // Such a log writes to a place of its own, and may lack the function that only ktsagent calls.
 TEST_F(NamedLogFolder, IsNotNamedWhenTheLogIsASitesOwn)
 {
@@ -78,4 +87,12 @@ TEST_F(NamedLogFolder, IsNotNamedWhenTheLogIsASitesOwn)
     const std::string strSaid = Fail();
     EXPECT_THAT(strSaid, HasSubstr("a log of the site's own: "));
     EXPECT_THAT(strSaid, Not(HasSubstr("(log: ")));
+}
+
+TEST_F(NamedLogFolder, IsUnknownToTheDoctorWhenTheLogIsASitesOwn)
+{
+    qputenv("LD_LIBRARY_PATH", OWN_LOG_FOLDER);
+    const KtsagentRun run = Run({"doctor", "--server", "127.0.0.1:9", "--timeout", "500"});
+    EXPECT_THAT(run.strOut, HasSubstr("libclog, the log, is a site's own: " OWN_LOG_FOLDER));
+    EXPECT_THAT(run.strOut, HasSubstr("The log is a site's own and does not tell its folder."));
 }

@@ -251,3 +251,14 @@ TEST_F(Operation, ReachesAnIPv6AddressWithBracketsAndWithoutThem)
     }
     EXPECT_EQ(server.Exchanges().size(), 3U);
 }
+
+TEST_F(Operation, TakesAUrlForItsServer)
+{
+    qputenv("KTSHTTPAGENT_TLS", "on");
+    const QString strUrl = "http://" + Loopback(m_server.Port()) + "/";
+
+    const KtsagentRun run = Run({"support-ver", "--server", strUrl, "--t", "1.1.0", "--json"});
+
+    EXPECT_EQ(run.nExit, 0) << run.strErr;
+    EXPECT_EQ(run.Signal()["bSucc"], true);
+}

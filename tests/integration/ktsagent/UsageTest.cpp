@@ -59,8 +59,18 @@ INSTANTIATE_TEST_SUITE_P(
                    "'2001:db8::1:8080' is an IPv6 address without a port; if its end is the port, put the "
                    "address in brackets: [2001:db8::1]:8080"},
         WrongUsage{"AlmostIPv6", {"batt-status", "--server", ":::1:99999", "--t", "1"}, "':::1' is no host"},
+        WrongUsage{"UrlOfAnotherKind",
+                   {"batt-status", "--server", "ftp://h:80", "--t", "1"},
+                   "is no URL of a server"},
         WrongUsage{
-            "UrlForServer", {"batt-status", "--server", "http://h:80", "--t", "1"}, "'http://h' is no host"},
+            "UrlWithoutHost", {"batt-status", "--server", "http://", "--t", "1"}, "is no URL of a server"},
+        WrongUsage{
+            "UrlWithUserName", {"batt-status", "--server", "http://u:p@h", "--t", "1"}, "no user name"},
+        WrongUsage{"UrlWithQuery", {"batt-status", "--server", "http://h/?a", "--t", "1"}, "no query"},
+        WrongUsage{"UrlWithPath", {"batt-status", "--server", "http://h/lab", "--t", "1"}, "has a path"},
+        WrongUsage{"UnknownQuery",
+                   {"doctor", "--server", "h:1", "--paths", "report-cycle"},
+                   "'report-cycle' is no query"},
         WrongUsage{"BracketsAlone", {"batt-status", "--server", "[]:80", "--t", "1"}, "'[]' is no host"},
         WrongUsage{"MoreBehindTheBracket",
                    {"batt-status", "--server", "[::1]x]:80", "--t", "1"},
@@ -108,4 +118,14 @@ TEST_F(Usage, HelpTellsHowLongAnAnswerIsWaitedFor)
 {
     EXPECT_THAT(Run({"in-common", "--help"}).strOut,
                 HasSubstr("by default 70000; with --sync by default 10000\n  --json "));
+}
+
+TEST_F(Usage, AsksForTheVersion)
+{
+    const KtsagentRun run = Run({"--version"});
+
+    EXPECT_EQ(run.nExit, 0);
+    EXPECT_THAT(run.strOut,
+                testing::MatchesRegex("ktshttpagent [0-9.]+, Qt 5[0-9.]+, .*libcurl [0-9.]+, .*\n"));
+    EXPECT_EQ(run.strErr, "");
 }

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "HttpAnswer.h"
+
+#include <QNetworkAccessManager>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+/// Sends queries as the blocking interface does, with Qt. Keeps connections between the calls.
+class QtAsker
+{
+public:
+    /// Sends a GET for each URL, all at the same time. Runs an event loop.
+    /// @param timeout  for all together
+    std::vector<HttpAnswer> Ask(const std::vector<std::string>& vecUrls, std::chrono::milliseconds timeout);
+
+private:
+    QNetworkAccessManager m_manager;
+};

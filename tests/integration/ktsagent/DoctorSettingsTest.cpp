@@ -1,0 +1,112 @@
+// What "ktsagent doctor" says about the site's settings, which are files here, and about the log.
+
+#include "DoctorProcess.h"
+
+#include <fstream>
+
+using testing::HasSubstr;
+
+namespace
+{
+
+constexpr const char* PLUGIN = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin";
+constexpr const char* NOBODY = "127.0.0.1:9"; // the stages before the connection do not need a server
+
+class DoctorOfSettings : public DoctorProcess
+{
+protected:
+    std::string WriteProfile(const std::string& strText) const
+    {
+        return WriteFile(QString(PLUGIN) + ".ini", strText).toStdString();
+    }
+};
+
+class DoctorOfTheLog : public DoctorProcess
+{
+protected:
+    KtsagentRun ExamineWithout(std::initializer_list<const char*> lstVariables) const
+    {
+        for (const char* szName : lstVariables) {
+            qunsetenv(szName);
+        }
+        return Examine(NOBODY);
+    }
+};
+
+} // namespace
+
+TEST_F(DoctorOfSettings, FindsTheLineThatBreaksAFile)
+{
+    const std::string strFile =
+        WriteProfile("; the paths\nHttpUrlGetSupportVer=api/ver\nHttpUrlGetSyxm api/p\n");
+    const KtsagentRun run = Examine(NOBODY);
+    ExpectFailure(run, "settings", strFile + ", line 3, can't be parsed");
+    EXPECT_THAT(run.strOut, testing::Not(HasSubstr("api/ver"))); // it is not in force
+}
+
+TEST_F(DoctorOfSettings, FindsAMisspeltName)
+{
+    WriteProfile("HttpUrlGetSuportVer=api/ver\n");
+    ExpectFailure(Examine(NOBODY), "settings", "it is probably a misspelt \"HttpUrlGetSupportVer\"");
+}
+
+TEST_F(DoctorOfSettings, FindsANameThatStandsInASection)
+{
+    WriteProfile("[Paths]\nHttpUrlGetSupportVer=api/ver\n");
+    ExpectFailure(Examine(NOBODY), "settings",
+                  "\"Paths/HttpUrlGetSupportVer\" in " + m_folder.path().toStdString());
+}
+
+TEST_F(DoctorOfSettings, OnlyWarnsOfANameThatResemblesNone)
+{
+    WriteProfile("Colour=blue\n");
+    const KtsagentRun run = Examine(NOBODY);
+    ExpectFailure(run, "connection", "accepts no connection");
+    EXPECT_THAT(Sentences(run.Object(), "settings", "warning"), HasSubstr("\"Colour\" in "));
+}
+
+TEST_F(DoctorOfSettings, FindsAValueOfUseTlsThatIsNoWord)
+{
+    WriteProfile("UseTls=perhaps\n");
+    const KtsagentRun run = Examine(NOBODY);
+    ExpectFailure(run, "settings", "UseTls is \"perhaps\", not one of 1, true, on, yes");
+    EXPECT_EQ(run.Object()["server"], "https://127.0.0.1:9/");
+}
+
+TEST_F(DoctorOfSettings, NamesTheValuesInForceAndTheirFile)
+{
+    const std::string strFile = WriteProfile("HttpUrlGetSupportVer=api/ver\n");
+    const std::string strSaid = Sentences(Examine(NOBODY).Object(), "settings", "ok");
+    EXPECT_THAT(strSaid, HasSubstr("HttpUrlGetSupportVer is \"api/ver\", from " + strFile));
+    EXPECT_THAT(strSaid, HasSubstr(strFile + " is read."));
+}
+
+TEST_F(DoctorOfTheLog, FindsAFolderThatCantBeMade)
+{
+    const std::string strFile = WriteFile("file", "").toStdString();
+    qputenv("CLOG_DIR", QByteArray::fromStdString(strFile + "/log"));
+    ExpectFailure(Examine(NOBODY), "log", "can't be written: " + strFile + " is not a folder");
+}
+
+TEST_F(DoctorOfTheLog, FindsAnotherThingInThePlaceOfTheFile)
+{
+    std::filesystem::create_symlink("/dev/null", m_log.File());
+    ExpectFailure(Examine(NOBODY), "log", "ktshttpagent.log is not a regular file");
+}
+
+TEST_F(DoctorOfTheLog, FindsThatThereIsNoHome)
+{
+    ExpectFailure(ExamineWithout({"CLOG_DIR", "XDG_STATE_HOME", "HOME"}), "log", "HOME is not set");
+}
+
+TEST_F(DoctorOfTheLog, FindsThatTheHomeIsNoFolder)
+{
+    qputenv("HOME", "/dev/null");
+    ExpectFailure(ExamineWithout({"CLOG_DIR", "XDG_STATE_HOME"}), "log", "/dev/null is not a folder");
+}
+
+TEST_F(DoctorOfTheLog, SaysHowMuchItTakes)
+{
+    std::ofstream(m_log.File(1)) << std::string(std::size_t{3} * 1024 * 1024, 'x');
+    EXPECT_THAT(Sentences(Examine(NOBODY).Object(), "log", "ok"), HasSubstr("its files take 3 MiB"));
+}

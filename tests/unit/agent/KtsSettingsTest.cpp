@@ -1,0 +1,152 @@
+// What KtsSettings.h says about settings in files.
+
+#include "ProfileCheck.h"
+#include "SettingsProfile.h"
+#include "SettingsRoot.h"
+
+#include <ktshttpagent/KtsSettings.h>
+#include <ktshttpagent/RequestType.h>
+
+#include <gmock/gmock.h>
+
+#include <QSettings>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr const char* PLUGIN = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin";
+
+class KtsSettings : public SettingsRoot
+{
+protected:
+    static SKtsSetting Find(const std::string& strName)
+    {
+        const std::vector<SKtsSetting> vecSettings = KtsSettingsInForce();
+        const auto it = std::find_if(vecSettings.begin(), vecSettings.end(),
+                                     [&](const SKtsSetting& setting) { return setting.strName == strName; });
+        return it == vecSettings.end() ? SKtsSetting{} : *it;
+    }
+};
+
+/// A text of a file, and the line that Qt can't parse; 0 if there is none.
+struct FileText {
+    const char* szName;
+    const char* szText;
+    int nLine;
+};
+
+void PrintTo(const FileText& row, std::ostream* pOut)
+{
+    *pOut << row.szName;
+}
+
+class BrokenLine : public SettingsRoot, public testing::WithParamInterface<FileText>
+{
+};
+
+} // namespace
+
+TEST_F(KtsSettings, NameAProfileAndAnEnvironmentAndTheDefaultsAsOrigins)
+{
+    Write(PLUGIN, "HttpUrlGetSyxm=api/projects\n");
+    qputenv("CHTTPCLIENT_DRAIN_MS", "7");
+
+    const SKtsSetting ofFile = Find("HttpUrlGetSyxm");
+    EXPECT_EQ(ofFile.strValue, "api/projects");
+    EXPECT_EQ(ofFile.strOrigin, FileOf(PLUGIN).toStdString());
+    EXPECT_EQ(ofFile.nType, VelCSDK::RequestType::GetProjects);
+
+    const SKtsSetting ofEnvironment = Find("CHTTPCLIENT_DRAIN_MS");
+    EXPECT_EQ(ofEnvironment.strValue, "7");
+    EXPECT_EQ(ofEnvironment.strOrigin, "environment");
+
+    EXPECT_EQ(Find("CLOG_LEVEL").strValue, "3");
+    EXPECT_EQ(Find("CLOG_LEVEL").strOrigin, "built in");
+    EXPECT_EQ(Find("HttpUrlGetDxzt").strOrigin, "built in");
+    EXPECT_EQ(Find("HttpUrlGetDxzt").strValue, "vomd/system/GetDxzt.action");
+}
+
+TEST_F(KtsSettings, OfABrokenFileAreNotInForce)
+{
+    Write(PLUGIN, "HttpUrlGetSyxm=api/projects\nbroken\n");
+    EXPECT_EQ(Find("HttpUrlGetSyxm").strOrigin, "built in");
+    EXPECT_EQ(KtsProfiles().front().nLine, 2);
+    EXPECT_EQ(KtsProfiles().front().strProblem, "can't be parsed");
+}
+
+TEST_F(KtsSettings, SayWhereTlsComesFrom)
+{
+    Write(PLUGIN, "UseTls=on\n");
+    EXPECT_EQ(Find("UseTls").strValue, "on");
+    EXPECT_EQ(Find("UseTls").strOrigin, FileOf(PLUGIN).toStdString());
+    EXPECT_EQ(Find("UseTls").strComplaint, "");
+}
+
+TEST_F(KtsSettings, SayThatTheEnvironmentTurnsTlsOff)
+{
+    Write(PLUGIN, "UseTls=on\n");
+    qputenv("KTSHTTPAGENT_TLS", "no");
+    EXPECT_EQ(Find("KTSHTTPAGENT_TLS").strValue, "off");
+    EXPECT_EQ(Find("KTSHTTPAGENT_TLS").strOrigin, "environment");
+}
+
+TEST_F(KtsSettings, SayThatALineOfTlsIsOdd)
+{
+    Write(PLUGIN, "[Section]\nUseTls=off\n");
+    EXPECT_EQ(Find("UseTls").strValue, "on");
+    EXPECT_THAT(Find("UseTls").strComplaint, testing::HasSubstr("holds a line that begins with UseTls"));
+}
+
+TEST_F(KtsSettings, ComplainOfAFileOfAuthoritiesWithoutOne)
+{
+    Write("authorities", "no certificate\n");
+    qputenv("CHTTPCLIENT_CA_FILE", FileOf("authorities").toUtf8());
+    EXPECT_THAT(Find("CHTTPCLIENT_CA_FILE").strComplaint, testing::HasSubstr("holds no certificate"));
+}
+
+TEST_F(KtsSettings, HaveFourProfilesOfWhichNoneExists)
+{
+    const std::vector<SKtsProfile> vecProfiles = KtsProfiles();
+    EXPECT_EQ(vecProfiles.size(), 4U);
+    for (const SKtsProfile& profile : vecProfiles) {
+        EXPECT_FALSE(profile.bExists);
+        EXPECT_EQ(profile.strProblem, "");
+        EXPECT_TRUE(profile.vecUnknown.empty());
+    }
+}
+
+TEST_F(KtsSettings, KnowTheVersionOfTheLibraryFirst)
+{
+    EXPECT_EQ(KtsVersions().front().strLibrary, "ktshttpagent");
+    EXPECT_THAT(KtsVersions().front().strVersion, testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+"));
+}
+
+TEST_P(BrokenLine, IsFoundWhereQtParsesNoFurther)
+{
+    Write("profile", GetParam().szText);
+    const QSettings settings(FileOf("profile"), QSettings::IniFormat);
+    settings.allKeys();                                                            // parses each section
+    EXPECT_EQ(settings.status() == QSettings::FormatError, GetParam().nLine != 0); // what Qt says
+    EXPECT_EQ(FirstBrokenLine(GetParam().szText), GetParam().nLine);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, BrokenLine,
+    testing::Values(FileText{"NoText", "", 0}, FileText{"AValue", "a=b\n", 0},
+                    FileText{"ASection", "[a]\nb=c\n", 0}, FileText{"EmptyLines", "\n \na=b\r\n\r\n", 0},
+                    FileText{"AComment", "; words\na=b\n", 0},
+                    FileText{"AnotherComment", "# words\na=b\n", 1}, FileText{"TwoLines", "a=b\\\n c\n", 0},
+                    FileText{"AQuotedValue", "a=\"b\nc\"\n", 0},
+                    FileText{"ACommentAfterAValue", "a=b ; c\nd=e\n", 0},
+                    FileText{"TwoLinesOfWindows", "a=b\\\r\n c\r\n", 0},
+                    FileText{"AMark",
+                             "\xef\xbb\xbf"
+                             "a=b\n",
+                             0},
+                    FileText{"ASemicolonInQuotes", "a=\"b;c\"\nword\n", 2},
+                    FileText{"AWord", "a=b\nword\n", 2}, FileText{"AWordInASection", "a=b\n[c]\n word\n", 3},
+                    FileText{"AWordAfterTwoLines", "a=b\\\nc\nword\n", 3},
+                    FileText{"AnOpenSection", "a=b\n\n[section\nc=d\n", 3}),
+    testing::PrintToStringParamName());
