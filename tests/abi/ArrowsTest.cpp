@@ -32,13 +32,18 @@ const Room ROOMS[] = {
     {"platform/system", {}, false},
     {"platform/text", {}, false},
     {"platform/reply", {"platform/system"}, false},
+    {"platform/metrics", {"platform/system"}, false},
     {"platform/clog", {"platform/system", "platform/text"}, false},
     {"platform/chttpclient", {"platform/clog", "platform/reply", "platform/system", "platform/text"}, false},
     {"sdk",
-     {"platform/chttpclient", "platform/clog", "platform/reply", "platform/system", "platform/text"},
+     {"platform/chttpclient", "platform/clog", "platform/metrics", "platform/reply", "platform/system",
+      "platform/text"},
      false},
     {"net", {"platform/reply", "platform/system"}, true},
-    {"agent", {"sdk", "net", "platform/clog", "platform/reply", "platform/system", "platform/text"}, true},
+    {"agent",
+     {"sdk", "net", "platform/clog", "platform/metrics", "platform/reply", "platform/system",
+      "platform/text"},
+     true},
     {"labserver", {"platform/system", "platform/text"}, false},
     {"apps/ktsagent", {"labserver", "ktshttpagent", "platform/text"}, true},
 };
@@ -46,12 +51,20 @@ const Room ROOMS[] = {
 /// The public headers, each with the room whose interface it is: the rules for includes of that room apply to
 /// it.
 const std::map<std::string, std::string> ROOM_OF_PUBLIC_HEADER = {
-    {"BlockingOutcome.h", "agent"}, {"CUIAgentReq.h", "agent"},
-    {"CUIAgentRsp.h", "agent"},     {"IVelClientSDk.h", "sdk"},
-    {"KtsExport.h", "sdk"},         {"KtsSettings.h", "agent"},
-    {"RequestRecords.h", "sdk"},    {"RequestType.h", "sdk"},
-    {"ResultRecords.h", "sdk"},     {"ResultVariants.h", "agent"},
-    {"clog.h", "platform/clog"},    {"chttpclient.h", "platform/chttpclient"},
+    {"BlockingOutcome.h", "agent"},
+    {"CUIAgentReq.h", "agent"},
+    {"CUIAgentRsp.h", "agent"},
+    {"IVelClientSDk.h", "sdk"},
+    {"KtsConnection.h", "agent"},
+    {"KtsExport.h", "platform/metrics"},
+    {"KtsMetrics.h", "platform/metrics"},
+    {"KtsSettings.h", "agent"},
+    {"RequestRecords.h", "sdk"},
+    {"RequestType.h", "sdk"},
+    {"ResultRecords.h", "sdk"},
+    {"ResultVariants.h", "agent"},
+    {"chttpclient.h", "platform/chttpclient"},
+    {"clog.h", "platform/clog"},
 };
 
 const std::string PUBLIC = "ktshttpagent";

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <ktshttpagent/KtsMetrics.h>
+
+#include <chrono>
+#include <string_view>
+
+/// What the two interfaces report for the figures of `KtsMetrics`. All functions may be called from any
+/// thread; without a failure they take no lock.
+namespace metrics
+{
+
+/// What is counted separately.
+struct Kind {
+    int nType;
+    bool bBlocking;
+};
+
+using Duration = std::chrono::steady_clock::duration;
+
+void NoteSent(Kind kind) noexcept;
+
+/// One of these follows each `NoteSent`.
+/// @param duration  since the request was sent
+/// @param strWhy    in words, for `SKtsMetrics::strLastFailure`
+void NoteSuccess(Kind kind, Duration duration) noexcept;
+void NoteRefusal(Kind kind, Duration duration, std::string_view strWhy) noexcept;
+void NoteFailure(Kind kind, EKtsFailure eFailure, Duration duration, std::string_view strWhy) noexcept;
+
+/// The failure that an outcome of the transport is, see chttpclient.h; any number but 0.
+EKtsFailure FailureOf(int nHttpError);
+
+} // namespace metrics

@@ -1,0 +1,110 @@
+#include "Servers.h"
+
+#include "platform/system/AtFork.h"
+#include "platform/system/NeverDestroyed.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <new>
+
+namespace metrics
+{
+namespace
+{
+
+struct Servers {
+    std::mutex mutex; ///< guards everything below
+    std::vector<std::string> vecLost;
+    std::vector<ServerObserver*> vecObservers;
+};
+
+Servers& TheServers()
+{
+    static const NeverDestroyed<Servers> servers;
+    return *servers;
+}
+
+std::atomic<std::size_t> g_nLost{0}; ///< the size of vecLost
+
+// A fork while another thread changes them must not leave the child with a lock that stays taken.
+const bool g_bForksKeptOut = AtFork([] { TheServers().mutex.lock(); }, [] { TheServers().mutex.unlock(); },
+                                    [] { TheServers().mutex.unlock(); });
+
+/// Scheme, host and port of a URL, without user and password.
+std::string ServerOf(std::string_view strUrl)
+{
+    const std::size_t nScheme = strUrl.find("://");
+    const std::size_t nHost = nScheme == std::string_view::npos ? 0 : nScheme + 3;
+    const std::string_view strAuthority = strUrl.substr(nHost, strUrl.find_first_of("/?#", nHost) - nHost);
+    const std::size_t nUserEnd = strAuthority.rfind('@');
+    const std::size_t nName = nUserEnd == std::string_view::npos ? 0 : nUserEnd + 1;
+    return std::string(strUrl.substr(0, nHost)) + std::string(strAuthority.substr(nName));
+}
+
+} // namespace
+
+void AddObserver(ServerObserver& observer)
+{
+    Servers& servers = TheServers();
+    const std::lock_guard<std::mutex> lock(servers.mutex);
+    servers.vecObservers.push_back(&observer);
+}
+
+void RemoveObserver(ServerObserver& observer) noexcept
+{
+    Servers& servers = TheServers();
+    const std::lock_guard<std::mutex> lock(servers.mutex);
+    auto& vecAll = servers.vecObservers;
+    vecAll.erase(std::remove(vecAll.begin(), vecAll.end(), &observer), vecAll.end());
+}
+
+void NoteReached(std::string_view strUrl) noexcept
+{
+    if (g_nLost.load(std::memory_order_relaxed) == 0) {
+        return;
+    }
+    try {
+        const std::string strServer = ServerOf(strUrl);
+        Servers& servers = TheServers();
+        const std::lock_guard<std::mutex> lock(servers.mutex);
+        const auto found = std::find(servers.vecLost.begin(), servers.vecLost.end(), strServer);
+        if (found == servers.vecLost.end()) {
+            return;
+        }
+        servers.vecLost.erase(found);
+        g_nLost = servers.vecLost.size();
+        for (ServerObserver* const pObserver : servers.vecObservers) {
+            pObserver->OnBack(strServer);
+        }
+    } catch (const std::bad_alloc&) { // the next answer of that server tells it
+    }
+}
+
+void NoteUnreached(std::string_view strUrl, std::string_view strWhy) noexcept
+{
+    try {
+        const std::string strServer = ServerOf(strUrl);
+        const std::string strReason(strWhy);
+        Servers& servers = TheServers();
+        const std::lock_guard<std::mutex> lock(servers.mutex);
+        if (std::find(servers.vecLost.begin(), servers.vecLost.end(), strServer) != servers.vecLost.end()) {
+            return;
+        }
+        servers.vecLost.push_back(strServer);
+        g_nLost = servers.vecLost.size();
+        for (ServerObserver* const pObserver : servers.vecObservers) {
+            pObserver->OnLost(strServer, strReason);
+        }
+    } catch (const std::bad_alloc&) { // the next failure tells it
+    }
+}
+
+std::vector<std::string> LostServers()
+{
+    Servers& servers = TheServers();
+    const std::lock_guard<std::mutex> lock(servers.mutex);
+    return servers.vecLost;
+}
+
+} // namespace metrics

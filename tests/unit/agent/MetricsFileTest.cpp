@@ -1,0 +1,100 @@
+#include "MetricsFile.h"
+#include "Enough.h"
+#include "RecordingLog.h"
+
+#include "platform/metrics/Recorder.h"
+
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+constexpr metrics::Kind QUERY{3103, false};
+
+std::string ContentsOf(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+template <class Condition>
+bool Becomes(Condition fnCondition)
+{
+    const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
+    while (!fnCondition()) {
+        if (std::chrono::steady_clock::now() > tpEnd) {
+            return false;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+class MetricsFileTest : public testing::Test
+{
+protected:
+    std::string Contents() const { return ContentsOf(m_path); }
+
+    const QTemporaryDir m_dir;
+    const std::filesystem::path m_folder = std::filesystem::u8path(m_dir.path().toStdString());
+    const std::filesystem::path m_path = m_folder / "host.prom";
+};
+
+TEST_F(MetricsFileTest, IsWrittenAtOnceAndAgainInEachInterval)
+{
+    const MetricsFile file(m_path, 1ms);
+    ASSERT_TRUE(Becomes([&] { return Contents().find("requests_outstanding 0\n") != std::string::npos; }));
+    metrics::NoteSent(QUERY);
+    ASSERT_TRUE(Becomes([&] { return Contents().find("requests_outstanding 1\n") != std::string::npos; }));
+}
+
+TEST_F(MetricsFileTest, IsWrittenForTheLastTimeAtTheEnd)
+{
+    {
+        const MetricsFile file(m_path, 1h);
+        ASSERT_TRUE(Becomes([&] { return std::filesystem::exists(m_path); }));
+        metrics::NoteSent(QUERY);
+        metrics::NoteSuccess(QUERY, 1ms);
+    }
+    EXPECT_THAT(Contents(), HasSubstr(R"(result="succeeded"} 1)"));
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "host.prom.part"));
+}
+
+TEST_F(MetricsFileTest, IsWholeWheneverItIsRead)
+{
+    metrics::NoteSent(QUERY);
+    const MetricsFile file(m_path, 0ms);
+    ASSERT_TRUE(Becomes([&] { return std::filesystem::exists(m_path); }));
+    for (int nRead = 0; nRead < 200; ++nRead) {
+        EXPECT_THAT(Contents(), HasSubstr("ktshttpagent_last_failure_timestamp_seconds 0.000000\n"));
+    }
+}
+
+TEST_F(MetricsFileTest, ThatCanNotBeWrittenIsLoggedOnceUntilItCanBe)
+{
+    const std::filesystem::path path = m_folder / "missing" / "host.prom";
+    const MetricsFile file(path, 1ms);
+    ASSERT_TRUE(Becomes([] { return !RecordedLog().empty(); }));
+    std::filesystem::create_directory(path.parent_path());
+    ASSERT_TRUE(Becomes([&] { return std::filesystem::exists(path); }));
+    std::filesystem::rename(path.parent_path(), m_folder / "moved");
+    ASSERT_TRUE(Becomes([] { return RecordedLog().size() == 2; }));
+    for (const RecordedLine& line : RecordedLog()) {
+        EXPECT_THAT(line.strText, HasSubstr(path.u8string()));
+    }
+}
+
+} // namespace
