@@ -2,6 +2,7 @@
 #include "Endpoints.h"
 #include "Exchange.h"
 #include "OperationCommand.h"
+#include "StatsCommand.h"
 #include "doctor/DoctorCommand.h"
 #include "doctor/Versions.h"
 
@@ -83,6 +84,7 @@ int RunCommandLine(int argc, char** argv)
     AddEndpointsCommand(app, nExit);
     AddDemoCommand(app, nExit);
     AddDoctorCommand(app, nExit);
+    AddStatsCommand(app, nExit);
     app.set_version_flag("--version", VersionLine, "print the versions of the library and of those under it");
     try {
         app.parse(CommandLineArguments(GivenArguments(argc, argv)));

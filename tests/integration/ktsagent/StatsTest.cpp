@@ -1,0 +1,87 @@
+#include "KtsagentProcess.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <filesystem>
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace
+{
+
+const std::string FIGURES = R"(# TYPE ktshttpagent_requests_sent_total counter
+ktshttpagent_requests_sent_total{type="3103",interface="asynchronous"} 10
+ktshttpagent_requests_sent_total{type="3115",interface="blocking"} 4
+ktshttpagent_requests_sent_total{type="9999",interface="blocking"} 1
+ktshttpagent_requests_ended_total{type="3103",interface="asynchronous",result="succeeded"} 7
+ktshttpagent_requests_ended_total{type="3103",interface="asynchronous",result="refused"} 2
+ktshttpagent_requests_ended_total{type="3115",interface="blocking",result="timed_out"} 3
+ktshttpagent_requests_ended_total{type="3115",interface="blocking",result="other"} 0
+ktshttpagent_requests_ended_total{type="3115",interface="blocking",result="tls_failed"} 1
+ktshttpagent_request_duration_seconds_bucket{type="3103",interface="asynchronous",le="0.001000"} 0
+ktshttpagent_request_duration_seconds_bucket{type="3103",interface="asynchronous",le="0.020000"} 8
+ktshttpagent_request_duration_seconds_bucket{type="3103",interface="asynchronous",le="5.000000"} 9
+ktshttpagent_request_duration_seconds_bucket{type="3103",interface="asynchronous",le="+Inf"} 9
+a line that nobody knows
+ktshttpagent_requests_outstanding 1
+ktshttpagent_requests_queued 0
+ktshttpagent_last_success_timestamp_seconds 0.000000
+ktshttpagent_last_failure_timestamp_seconds 1700000000.000000
+)";
+
+class Stats : public KtsagentProcess
+{
+protected:
+    KtsagentRun RunWith(const std::string& strFigures) const
+    {
+        return Run({"stats", WriteFile("host.prom", strFigures)});
+    }
+
+    /// The line of the output that begins with this text.
+    static std::string LineOf(const KtsagentRun& run, const std::string& strBegin)
+    {
+        const std::string& strOut = run.strOut;
+        const std::size_t nBegin = strOut.find(strBegin);
+        return nBegin == std::string::npos ? "" : strOut.substr(nBegin, strOut.find('\n', nBegin) - nBegin);
+    }
+};
+
+} // namespace
+
+TEST_F(Stats, ShowEachRequestByTheNameOfItsOperation)
+{
+    const KtsagentRun run = RunWith(FIGURES);
+    ASSERT_EQ(run.nExit, 0) << run.strErr;
+    EXPECT_THAT(LineOf(run, "projects"), testing::ContainsRegex("asynchronous +10 +7 +2 +20 ms +5 s +-$"));
+    EXPECT_THAT(LineOf(run, "report-step-orn"),
+                testing::ContainsRegex("blocking +4 +0 +0 +- +- +3 timed_out, 1 tls_failed$"));
+    EXPECT_THAT(LineOf(run, "9999"), testing::ContainsRegex("blocking +1 "));
+    EXPECT_THAT(LineOf(run, "outstanding"), HasSubstr("outstanding: 1"));
+    EXPECT_THAT(LineOf(run, "last success"), AllOf(HasSubstr("never"), HasSubstr(" s ago")));
+    EXPECT_THAT(run.strOut, Not(HasSubstr("s old")));
+}
+
+TEST_F(Stats, SayThatAFileIsOld)
+{
+    const QString strFile = WriteFile("host.prom", FIGURES);
+    const auto tpOld = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    std::filesystem::last_write_time(strFile.toStdString(), tpOld);
+    EXPECT_THAT(Run({"stats", strFile}).strOut, HasSubstr("s old"));
+}
+
+TEST_F(Stats, OfAnotherKindOfFileAreRefused)
+{
+    const KtsagentRun run = RunWith("go_goroutines 7\n");
+    EXPECT_EQ(run.nExit, 1);
+    EXPECT_THAT(run.strErr, HasSubstr("holds no figures"));
+}
+
+TEST_F(Stats, OfAFileThatIsMissingAreAnError)
+{
+    const KtsagentRun run = Run({"stats", "/nowhere/host.prom"});
+    EXPECT_EQ(run.nExit, 1);
+    EXPECT_THAT(run.strErr, HasSubstr("/nowhere/host.prom can't be read"));
+}
