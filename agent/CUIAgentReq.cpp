@@ -3,6 +3,7 @@
 #include "AgentState.h"
 #include "EndpointSettings.h"
 #include "Logging.h"
+#include "MetricsFile.h"
 #include "ServerUrl.h"
 #include "SyncWait.h"
 #include "TlsSetting.h"
@@ -45,6 +46,7 @@ CUIAgentReq* CUIAgentReq::Instance()
         auto* const pMade = new (storage) CUIAgentReq;
         PrepareLogging();
         PrepareNetwork();
+        StartMetricsFile();
         AtProcessEnd([] {
             EndNetworkUse(); // first, so that no blocking sender uses the object during its destruction
             // If the object belongs to another thread, it is not destroyed: that thread still runs and may

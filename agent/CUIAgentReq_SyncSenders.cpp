@@ -1,6 +1,7 @@
 #include <ktshttpagent/CUIAgentReq.h>
 
 #include "AgentState.h"
+#include "CallFigures.h"
 #include "CallStory.h"
 #include "QueryString.h"
 #include "SyncWait.h"
@@ -134,6 +135,7 @@ void Leave(NAManager& manager, const QDeadlineTimer& deadline, LeftBehind& leftB
 const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
 {
     const NetworkCall call;
+    CountCallBegin(request.nType);
     if (const char* const szWhy = WhyRefused(call, this)) {
         Log_Write(1, "CUIAgentReq::Exchange", 1, "request %d is refused: %s", request.nType, szWhy);
         SBlockingOutcome refused;
@@ -141,6 +143,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
         refused.nType = request.nType;
         refused.strError = QString::fromLatin1(szWhy);
         KeepOutcome(refused);
+        CountCallEnd({refused, false, request.strBody, nullptr});
         return BlankWait();
     }
     PrepareNetwork();
@@ -165,7 +168,10 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     outcome.nType = request.nType;
     outcome.strUrl = strUrl;
     KeepOutcome(outcome);
-    LogCall({outcome, request.nMethod == NAManager::METHOD_POST, request.strBody, EndOf(outcome, wait)});
+    const FinishedCall finished{outcome, request.nMethod == NAManager::METHOD_POST, request.strBody,
+                                EndOf(outcome, wait)};
+    LogCall(finished);
+    CountCallEnd(finished);
     // A null pointer means that the manager is deleted; at the end of the process this object may then be
     // destroyed too.
     if (pManager != nullptr) {

@@ -27,19 +27,6 @@ bool IsYes(const QString& strCode)
            strCode.compare(QLatin1String("success"), Qt::CaseInsensitive) == 0;
 }
 
-/// Whether the server did what it was asked for. The sender of battery data returns false even then, so its
-/// reply is judged by its code.
-bool HasFailed(const FinishedCall& call)
-{
-    if (call.outcome.eEnd != EBlockingEnd::Answered) {
-        return true;
-    }
-    if (call.outcome.nType == VelCSDK::RequestType::PostUploadData) {
-        return call.pEnd == nullptr || !IsYes(call.pEnd->strCode);
-    }
-    return !call.outcome.bSucc;
-}
-
 /// Qt's words for a failure hold the URL, in which a password may stand decoded or encoded.
 std::string WithoutPasswordOf(const QUrl& url, QString strText)
 {
@@ -105,6 +92,22 @@ std::string StoryOf(const FinishedCall& call)
 }
 
 } // namespace
+
+bool HasFailed(const FinishedCall& call)
+{
+    if (call.outcome.eEnd != EBlockingEnd::Answered) {
+        return true;
+    }
+    if (call.outcome.nType == VelCSDK::RequestType::PostUploadData) {
+        return call.pEnd == nullptr || !IsYes(call.pEnd->strCode);
+    }
+    return !call.outcome.bSucc;
+}
+
+std::string WhyItEnded(const FinishedCall& call)
+{
+    return Why(call, QUrl(call.outcome.strUrl, QUrl::TolerantMode));
+}
 
 void LogCall(const FinishedCall& call) noexcept
 {

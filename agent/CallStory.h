@@ -14,6 +14,13 @@ struct FinishedCall {
     const ExchangeEnd* pEnd;      ///< how its exchange ended; null if that has not ended
 };
 
+/// Whether the server did not do what it was asked for. The sender of battery data returns false even if it
+/// did, so its reply is judged by its code.
+bool HasFailed(const FinishedCall& call);
+
+/// Why the call ended as it did, in words, without passwords.
+std::string WhyItEnded(const FinishedCall& call);
+
 /// Logs one line at level 2 if the call failed, at level 4 if it did not. Makes the line only if the log
 /// takes that level.
 void LogCall(const FinishedCall& call) noexcept;

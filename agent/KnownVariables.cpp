@@ -1,8 +1,10 @@
 #include "KnownVariables.h"
 
+#include "MetricsFile.h"
 #include "ServerUrl.h"
 #include "SettingsProfile.h"
 
+#include "net/BlockingSettings.h"
 #include "platform/reply/ExchangeLimits.h"
 #include "platform/reply/ReplyLimits.h"
 
@@ -58,6 +60,11 @@ std::string ComplaintOf(const KnownVariable& variable, const std::string& strVal
         const std::string strWrong = AuthoritiesComplaint(strValue);
         return strWrong.empty() ? "" : variable.szName + (" is \"" + strValue) + "\", which " + strWrong;
     }
+    if (name == SYNC_SETTINGS_VARIABLE) {
+        std::vector<std::string> vecComplaints;
+        ReadTransportsSettings(vecComplaints);
+        return vecComplaints.empty() ? "" : vecComplaints.front();
+    }
     return "";
 }
 
@@ -87,6 +94,8 @@ const std::array<KnownVariable, KNOWN_VARIABLE_COUNT>& KnownVariables()
         {LIST_ELEMENTS_VARIABLE, "250000", COUNT},
         {SETTINGS_ROOT_VARIABLE, DEFAULT_SETTINGS_ROOT},
         {VelCSDK::TLS_VARIABLE, ""},
+        {SYNC_SETTINGS_VARIABLE, "qt"},
+        {METRICS_FILE_VARIABLE, ""},
     }};
     return VARIABLES;
 }

@@ -22,7 +22,6 @@
 namespace
 {
 
-constexpr const char* VARIABLE = "KTSHTTPAGENT_METRICS_FILE";
 constexpr std::chrono::seconds INTERVAL{15};
 
 /// @throws std::system_error
@@ -41,7 +40,7 @@ void LogUnwritten(const std::exception& error) noexcept
 {
     try {
         Log_Write(1, "MetricsFile::Write", 1, "the figures can't be written to the file that %s names: %s",
-                  VARIABLE, error.what());
+                  METRICS_FILE_VARIABLE, error.what());
     } catch (...) { // the line is lost
     }
 }
@@ -107,7 +106,7 @@ void StartMetricsFile()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        const std::string strPath = EnvironmentVariable(VARIABLE).value_or("");
+        const std::string strPath = EnvironmentVariable(METRICS_FILE_VARIABLE).value_or("");
         if (strPath.empty()) {
             return;
         }

@@ -6,6 +6,8 @@
 #include <mutex>
 #include <thread>
 
+inline constexpr const char* METRICS_FILE_VARIABLE = "KTSHTTPAGENT_METRICS_FILE";
+
 /// Writes the figures of `KtsMetrics` to a file from time to time, on a thread of its own: each time a
 /// complete file, which replaces the one before. Whoever reads it never sees a part of one.
 class MetricsFile

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QNetworkReply>
 #include <QString>
 
 /// How the exchange of an `NAManager` ended.
@@ -16,10 +17,12 @@ struct ExchangeEnd {
     int nHttpStatus = 0; ///< 0 when no reply came
     QString strError;    ///< why there is no object; empty if there is one
 
-    // For the log.
+    // For the log and the figures.
     QByteArray baBeginning{}; ///< if there is no object: how the body begins, as far as it came
     QString strMessage{};     ///< the first text of the object's "message", "msg", "reason" or "error"
     QString strCode{};        ///< the text of the object's "code"
+    /// Of a network error; none if the body itself was the reason.
+    QNetworkReply::NetworkError eError = QNetworkReply::NoError;
 };
 
 /// The end of an exchange when there is no memory for its reply. Allocates nothing itself.
@@ -30,5 +33,6 @@ inline ExchangeEnd NoMemoryFor(int nHttpStatus)
             QStringLiteral("there is no memory to read the reply"),
             {},
             {},
-            {}};
+            {},
+            QNetworkReply::NoError};
 }

@@ -152,7 +152,13 @@ ExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
             return {ExchangeEnd::Kind::NetworkError, nStatus, m_pBody->Error(), m_pBody->Beginning()};
         }
         if (reply.error() != QNetworkReply::NoError) {
-            return {ExchangeEnd::Kind::NetworkError, nStatus, ErrorText(reply), m_pBody->Beginning()};
+            return {ExchangeEnd::Kind::NetworkError,
+                    nStatus,
+                    ErrorText(reply),
+                    m_pBody->Beginning(),
+                    {},
+                    {},
+                    reply.error()};
         }
         return ReadBody(m_pBody->TakeBytes(), nStatus, object);
     } catch (const std::bad_alloc&) {

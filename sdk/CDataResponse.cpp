@@ -5,6 +5,7 @@
 #include "RequestCatalogue.h"
 #include "UserData.h"
 
+#include "platform/metrics/Recorder.h"
 #include "platform/system/NeverDestroyed.h"
 
 #include <ktshttpagent/chttpclient.h>
@@ -91,17 +92,20 @@ void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUse
     std::string strEnvelope; // replaces the body of a failed exchange
     if (nHttpError != 0) {
         LogExchangeFailure(59, nType, nHttpError);
-        LogReplyCause(nType, UrlUnderWay(nType, pUserData), "the transport reports a failure");
+        LogReplyCause(nType, UrlUnderWay(nType, pUserData), metrics::FailureOf(nHttpError),
+                      "the transport reports a failure");
         strEnvelope = Envelope(nHttpError);
     }
     if (body.find(GATEWAY_FAILURE) != std::string::npos) {
         LogExchangeFailure(66, nType, nHttpError);
-        LogReplyCause(nType, UrlUnderWay(nType, pUserData), "the reply holds the words \"Bad Gateway\"");
+        LogReplyCause(nType, UrlUnderWay(nType, pUserData), EKtsFailure::HttpStatus,
+                      "the reply holds the words \"Bad Gateway\"");
         strEnvelope = Envelope(GATEWAY_FAILURE_CODE);
     }
     const std::optional<ResponseHandler> fnHandler = FindHandler(nType);
     if (!fnHandler || *fnHandler == nullptr) { // without a handler nobody else frees the user data
         const UserData dropped(nType, pUserData);
+        CountSuccess(nType, dropped.Url());
     }
     if (fnHandler) {
         (*fnHandler)(strEnvelope.empty() ? body : strEnvelope, nType, pUserData);

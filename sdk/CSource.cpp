@@ -74,9 +74,11 @@ void LogCause(int nType, const UserData& user, const Reply* pReply) noexcept
 {
     try {
         if (pReply != nullptr) {
-            LogReplyCause(nType, user.Url(), pReply->Why(), pReply->Said());
+            const ReplyFault fault = pReply->SaysNo() ? ReplyFault() : ReplyFault(EKtsFailure::Unreadable);
+            LogReplyCause(nType, user.Url(), fault, pReply->Why(), pReply->Said());
         } else {
-            LogReplyCause(nType, user.Url(), "the reply can't be read, as the previous line says");
+            LogReplyCause(nType, user.Url(), EKtsFailure::Unreadable,
+                          "the reply can't be read, as the previous line says");
         }
     } catch (...) { // not enough memory for the words
     }
@@ -118,11 +120,15 @@ void Decode(const HostCallBack& host, const std::string& body, int nType, void* 
         }
         if (!bRead || IsNo<Request>(*reply)) {
             LogCause(nType, user, bRead ? &*reply : nullptr);
+        } else {
+            CountSuccess(nType, user.Url());
         }
         if constexpr (!std::is_same_v<typename Request::Record, NoRecord>) {
             header.pData = &record;
         }
         CSource::Notify(host, nType, user.Context(), header, header.nCode);
+    } else {
+        CountSuccess(nType, user.Url());
     }
 }
 

@@ -64,6 +64,11 @@ CodeReply::CodeReply(const std::string& strBody) : m_nResult(0)
     }
 }
 
+bool CodeReply::SaysNo() const
+{
+    return m_bJson;
+}
+
 std::string CodeReply::Why() const
 {
     if (!m_bJson) {

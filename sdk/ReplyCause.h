@@ -1,5 +1,8 @@
 #pragma once
 
+#include <ktshttpagent/KtsMetrics.h>
+
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -7,7 +10,7 @@ namespace VelCSDK
 {
 
 /// A reply that the transport is delivering on this thread, for as long as this object exists. It is there
-/// for the log alone.
+/// for the log and the figures alone.
 class ReplyInHand
 {
 public:
@@ -20,23 +23,31 @@ public:
     const std::string& Body() const { return m_body; }
     int HttpError() const { return m_nHttpError; }
 
-    /// The innermost one on this thread, if no cause was logged for it yet; null otherwise. From now on it
-    /// counts as logged.
-    static const ReplyInHand* TakeUnlogged() noexcept;
+    /// The innermost one on this thread, if nobody has taken it yet; null otherwise. Whoever takes it logs
+    /// and counts how the request ended.
+    static const ReplyInHand* TakeUncounted() noexcept;
 
 private:
     const std::string& m_body;
     const int m_nHttpError;
-    bool m_bLogged = false;
+    bool m_bCounted = false;
     ReplyInHand* const m_pOuter;
 };
 
+/// What is wrong with a reply: a failure, or nothing if the server said no.
+using ReplyFault = std::optional<EKtsFailure>;
+
 /// Logs why the reply in hand counts as a failure: one line at level 2, unless the transport has logged the
-/// failure of the exchange itself. Only the first call for a reply logs anything.
+/// failure of the exchange itself; and counts it for the figures of KtsMetrics.h. Only the first call for a
+/// reply does anything.
 /// @param strUrl  where the request went; empty if that is not known
 /// @param strSaid  the server's own words, if it gave a reason; left out if they might repeat a report
-void LogReplyCause(int nType, std::string_view strUrl, std::string_view strWhy,
+void LogReplyCause(int nType, std::string_view strUrl, ReplyFault fault, std::string_view strWhy,
                    std::string_view strSaid = {}) noexcept;
+
+/// Counts the reply in hand as a success, unless a cause was logged for it.
+/// @param strUrl  where the request went; empty if that is not known
+void CountSuccess(int nType, std::string_view strUrl) noexcept;
 
 /// Whether the transport tells the story of an exchange (`CHttpClientExchangeStory`), which names the URL. A
 /// site's own transport may not.

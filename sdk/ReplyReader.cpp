@@ -85,6 +85,11 @@ std::string ReplyReader::Why() const
     return m_members.Bool("success") ? "the server refused it" : "the reply has no member \"success\"";
 }
 
+bool ReplyReader::SaysNo() const
+{
+    return m_members.Bool("success").has_value();
+}
+
 std::string ReplyReader::Said() const
 {
     for (const char* const szName : {"message", "msg", "description", "reason", "error"}) {

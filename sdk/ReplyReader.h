@@ -144,6 +144,9 @@ public:
     /// Why the reply is no success, in words for the log.
     std::string Why() const;
 
+    /// Of a reply that is no success: whether it is an answer, which says no, and not something unreadable.
+    bool SaysNo() const;
+
     /// The server's own words for it; empty if there are none.
     std::string Said() const;
 

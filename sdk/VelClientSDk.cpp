@@ -4,7 +4,9 @@
 #include "QueryString.h"
 #include "ServerUrl.h"
 
+#include "platform/metrics/Recorder.h"
 #include "platform/reply/ReplyLimits.h"
+#include "platform/system/OptionalFunction.h"
 
 #include <ktshttpagent/chttpclient.h>
 #include <ktshttpagent/clog.h>
@@ -26,6 +28,8 @@ VelClientSDk::VelClientSDk()
     for (const std::string& strComplaint : vecComplaints) {
         Log_Write(1, "VelCSDK::VelClientSDk::VelClientSDk", 1, "%s", strComplaint.c_str());
     }
+    metrics::SetQueueSource(
+        reinterpret_cast<unsigned long long (*)()>(FindOptionalFunction("chttpclient", "CHttpClientQueued")));
     CHttpClientInit();
     CDataResponse::Instance()->SetEndpointPaths(m_pPaths);
 }

@@ -4,6 +4,8 @@
 #include "UserData.h"
 #include "requests/AllRequests.h"
 
+#include "platform/metrics/Recorder.h"
+
 #include <ktshttpagent/chttpclient.h>
 
 #include <type_traits>
@@ -18,8 +20,15 @@ void HandToTransport(const RequestForm& form, const std::string& strUrl, const s
                      void* pUserData)
 {
     const std::string strHeader = form.szHeader;
-    CHttpClientSendRequest(form.nType, strUrl, strBody, pUserData, form.eMethod == Method::Post,
-                           !strHeader.empty(), strHeader);
+    const metrics::Kind kind{form.nType, false};
+    metrics::NoteSent(kind);
+    try {
+        CHttpClientSendRequest(form.nType, strUrl, strBody, pUserData, form.eMethod == Method::Post,
+                               !strHeader.empty(), strHeader);
+    } catch (...) {
+        metrics::NoteFailure(kind, EKtsFailure::NotSent, {}, "the transport did not accept the request");
+        throw;
+    }
 }
 
 } // namespace

@@ -204,3 +204,27 @@ CHTTPCLIENT_API void CHttpClientSendRequest(int nType, const std::string& strUrl
 /// @return a text in UTF-8, valid until the callback returns; null outside of a callback, or if there is not
 ///         enough memory
 extern "C" CHTTPCLIENT_API const char* CHttpClientExchangeStory();
+
+/// The URL of the request whose callback runs on the calling thread, as it was handed in, and so perhaps with
+/// a password. A replacement of this transport need not have it, see `CHttpClientExchangeStory`.
+///
+/// May be called from any thread.
+///
+/// @return a text in UTF-8, valid until the callback returns; null outside of a callback
+extern "C" CHTTPCLIENT_API const char* CHttpClientExchangeUrl();
+
+/// How long ago the request was handed in whose callback runs on the calling thread: at the beginning of the
+/// callback, how long the exchange took, with its wait for a connection. A replacement of this transport need
+/// not have it, see `CHttpClientExchangeStory`.
+///
+/// May be called from any thread.
+///
+/// @return microseconds; -1 outside of a callback
+extern "C" CHTTPCLIENT_API long long CHttpClientExchangeMicroseconds();
+
+/// How many requests wait at the moment for a free connection to their server, because
+/// CHTTPCLIENT_HOST_CONNECTIONS are in use. A replacement of this transport need not have it, see
+/// `CHttpClientExchangeStory`.
+///
+/// May be called from any thread.
+extern "C" CHTTPCLIENT_API unsigned long long CHttpClientQueued();

@@ -148,4 +148,9 @@ const char* StoryTeller::Told() noexcept
     }
 }
 
+const HttpExchange* StoryTeller::Exchange() noexcept
+{
+    return t_pInnermost == nullptr ? nullptr : &t_pInnermost->m_exchange;
+}
+
 } // namespace chttpclient

@@ -25,6 +25,9 @@ public:
     /// or no memory.
     static const char* Told() noexcept;
 
+    /// The exchange of the innermost object on this thread; null if there is none.
+    static const HttpExchange* Exchange() noexcept;
+
 private:
     const HttpExchange& m_exchange;
     std::string m_strStory; ///< empty until it was asked for

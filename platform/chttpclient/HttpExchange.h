@@ -2,6 +2,7 @@
 
 #include "ExchangeFacts.h"
 
+#include <chrono>
 #include <list>
 #include <memory>
 #include <string>
@@ -16,7 +17,8 @@ struct HttpExchange {
     std::string strBody;
     void* pUserData = nullptr;
     bool bPost = false;
-    std::string strHeader; ///< empty for none
+    std::string strHeader;                          ///< empty for none
+    std::chrono::steady_clock::time_point tpSent{}; ///< when it was handed in
 
     std::string strReply;
     int nHttpError = 0;                    ///< as chttpclient.h lists them

@@ -78,6 +78,7 @@ void Transfers::Queue(ExchangeList& exchange)
     try {
         const auto lane = m_mapLane.try_emplace(LaneKey(exchange.front().strUrl)).first;
         lane->second.lstWaiting.splice(lane->second.lstWaiting.end(), exchange);
+        m_nWaiting.fetch_add(1, std::memory_order_relaxed);
         FillLane(lane);
     } catch (const std::bad_alloc&) {
         Refuse(exchange, CURLE_OUT_OF_MEMORY);
@@ -90,6 +91,7 @@ void Transfers::FillLane(Lanes::iterator lane)
     Lane& requests = lane->second;
     while (!requests.lstWaiting.empty() && requests.nActive < m_settings.nHostConnections) {
         ExchangeList exchange = TakeFirst(requests.lstWaiting);
+        m_nWaiting.fetch_sub(1, std::memory_order_relaxed);
         Begin(exchange, lane);
     }
     if (requests.lstWaiting.empty() && requests.nActive == 0) {
@@ -200,6 +202,7 @@ void Transfers::CancelAll(CURLcode eReason)
         Refuse(lane.lstWaiting, eReason);
     }
     m_mapLane.clear();
+    m_nWaiting = 0;
 }
 
 /// Closes idle connections if their time has come.

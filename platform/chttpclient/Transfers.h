@@ -7,6 +7,7 @@
 
 #include <curl/curl.h>
 
+#include <atomic>
 #include <chrono>
 #include <list>
 #include <map>
@@ -20,7 +21,7 @@ namespace chttpclient
 /// a lane are in progress at once as a host may have connections. A request's time-out starts when it leaves
 /// its lane.
 ///
-/// Used by one thread at a time, except for `Wake` and `Settings`, which any thread may call.
+/// Used by one thread at a time, except for `Wake`, `Waiting` and `Settings`, which any thread may call.
 class Transfers
 {
 public:
@@ -39,6 +40,9 @@ public:
 
     /// Whether any exchange has not ended.
     bool AreInFlight() const { return !m_mapLane.empty(); }
+
+    /// How many requests wait in their lanes. From any thread.
+    std::size_t Waiting() const { return m_nWaiting.load(std::memory_order_relaxed); }
 
     /// When a round must close idle connections; `time_point::max()` if there are none.
     Clock::time_point CloseIdleAt() const { return m_tpCloseIdle; }
@@ -90,7 +94,8 @@ private:
     KeptConnections m_kept;
     Clock::time_point m_tpCloseIdle = Clock::time_point::max(); ///< when to close idle connections
 
-    Lanes m_mapLane; ///< the keys are made by `LaneKey`
+    Lanes m_mapLane;                         ///< the keys are made by `LaneKey`
+    std::atomic<std::size_t> m_nWaiting = 0; ///< the requests in the lists of all lanes
     Slots m_lstActive;
     Slots m_lstSpare;           ///< at most one, which was never used
     Slots m_lstUsed;            ///< to be destroyed

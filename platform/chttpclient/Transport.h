@@ -33,6 +33,9 @@ public:
     void Send(HttpExchange request);
     void SetReceiver(CHttpClientResponse fnReceiver) { m_workers.SetReceiver(std::move(fnReceiver)); }
 
+    /// How many requests wait for a connection.
+    std::size_t Queued() const { return m_workers.Queued(); }
+
     /// For a fork. The child has none of the threads, and its locks may be in any state, so it needs a new
     /// transport: a stopped one with the same receiver.
     void LockForFork() { m_workers.LockForFork(); }

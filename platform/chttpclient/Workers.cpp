@@ -168,6 +168,12 @@ void Workers::End(Clock::time_point deadline)
     }
 }
 
+std::size_t Workers::Queued() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_pTransfers == nullptr ? 0 : m_pTransfers->Waiting();
+}
+
 bool Workers::OnDeliveringThread() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

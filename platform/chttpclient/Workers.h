@@ -55,6 +55,9 @@ public:
     /// thread will not return from that receiver.
     void End(Clock::time_point deadline);
 
+    /// How many requests wait for a connection.
+    std::size_t Queued() const;
+
     /// Whether the calling thread is within a call of the receiver.
     bool OnDeliveringThread() const;
 

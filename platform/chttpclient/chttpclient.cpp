@@ -7,6 +7,7 @@
 #include "platform/system/ProcessEnd.h"
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <utility>
 
@@ -99,6 +100,27 @@ const char* CHttpClientExchangeStory()
     return chttpclient::StoryTeller::Told();
 }
 
+const char* CHttpClientExchangeUrl()
+{
+    const auto* const pExchange = chttpclient::StoryTeller::Exchange();
+    return pExchange == nullptr ? nullptr : pExchange->strUrl.c_str();
+}
+
+long long CHttpClientExchangeMicroseconds()
+{
+    const auto* const pExchange = chttpclient::StoryTeller::Exchange();
+    if (pExchange == nullptr) {
+        return -1;
+    }
+    const auto duration = std::chrono::steady_clock::now() - pExchange->tpSent;
+    return std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
+}
+
+unsigned long long CHttpClientQueued()
+{
+    return UnlessThreadsAreGone([] { return TheTransport().Queued(); });
+}
+
 void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody, void* pUserData,
                             bool bPost, bool bHeader, const std::string& strHeader)
 {
@@ -110,6 +132,7 @@ void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::str
         request.pUserData = pUserData;
         request.bPost = bPost;
         request.strHeader = bHeader ? strHeader : std::string();
+        request.tpSent = std::chrono::steady_clock::now();
         TheTransport().Send(std::move(request));
     });
 }

@@ -61,6 +61,13 @@ EKtsFailure FailureOf(int nHttpError)
     return pRow == std::end(FAILURES) ? EKtsFailure::Other : pRow->eFailure;
 }
 
+bool IsUnreached(EKtsFailure eFailure)
+{
+    return eFailure == EKtsFailure::NameNotFound || eFailure == EKtsFailure::NotConnected ||
+           eFailure == EKtsFailure::TlsFailed || eFailure == EKtsFailure::TimedOut ||
+           eFailure == EKtsFailure::ConnectionLost;
+}
+
 } // namespace metrics
 
 const char* KtsFailureName(EKtsFailure eFailure)

@@ -34,6 +34,7 @@ struct Figures {
 Figures g_figures[TYPES][2];
 
 std::atomic<system_clock::rep> g_nLastSuccess{0};
+std::atomic<unsigned long long (*)()> g_pfnQueued{nullptr};
 
 struct LastFailure {
     std::mutex mutex;
@@ -72,8 +73,10 @@ std::uint64_t Value(const Counter& counter)
 
 void NoteDuration(Figures& figures, Duration duration) noexcept
 {
-    const auto nMicroseconds =
-        std::max<std::int64_t>(std::chrono::duration_cast<std::chrono::microseconds>(duration).count(), 0);
+    if (duration < Duration::zero()) {
+        return;
+    }
+    const auto nMicroseconds = std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
     const auto* const pBound = std::find_if(
         KTS_DURATION_BOUNDS.begin(), KTS_DURATION_BOUNDS.end(),
         [nMicroseconds](std::uint32_t nBound) { return nMicroseconds <= std::int64_t{nBound} * 1'000; });
@@ -159,6 +162,11 @@ void NoteFailure(Kind kind, EKtsFailure eFailure, Duration duration, std::string
     }
 }
 
+void SetQueueSource(unsigned long long (*pfnQueued)()) noexcept
+{
+    g_pfnQueued = pfnQueued;
+}
+
 } // namespace metrics
 
 SKtsMetrics KtsMetrics()
@@ -178,6 +186,8 @@ SKtsMetrics KtsMetrics()
             all.vecRequests.push_back(request);
         }
     }
+    const auto pfnQueued = g_pfnQueued.load();
+    all.nQueued = pfnQueued == nullptr ? 0 : pfnQueued();
     all.tpLastSuccess = system_clock::time_point(system_clock::duration(g_nLastSuccess.load()));
     LastFailure& last = TheLastFailure();
     const std::lock_guard<std::mutex> lock(last.mutex);

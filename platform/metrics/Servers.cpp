@@ -59,9 +59,14 @@ void RemoveObserver(ServerObserver& observer) noexcept
     vecAll.erase(std::remove(vecAll.begin(), vecAll.end(), &observer), vecAll.end());
 }
 
+bool AnyLost() noexcept
+{
+    return g_nLost.load(std::memory_order_relaxed) != 0;
+}
+
 void NoteReached(std::string_view strUrl) noexcept
 {
-    if (g_nLost.load(std::memory_order_relaxed) == 0) {
+    if (!AnyLost()) {
         return;
     }
     try {

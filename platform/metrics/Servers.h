@@ -24,6 +24,9 @@ void AddObserver(ServerObserver& observer);
 /// When this returns, the observer is not being called, and will not be called again.
 void RemoveObserver(ServerObserver& observer) noexcept;
 
+/// Whether any server can't be reached. While none is lost, `NoteReached` has nothing to do.
+bool AnyLost() noexcept;
+
 /// A server answered, whatever it said.
 /// @param strUrl  of the request
 void NoteReached(std::string_view strUrl) noexcept;

@@ -118,13 +118,31 @@ TEST_P(MetricsDuration, IsCountedInTheClassWhoseBoundItDoesNotExceed)
     const SKtsRequestMetrics& request = Only(all);
     EXPECT_EQ(request.arDurations.at(GetParam().nClass), 1U);
     EXPECT_EQ(std::accumulate(request.arDurations.begin(), request.arDurations.end(), std::uint64_t{0}), 1U);
-    EXPECT_EQ(request.durations, std::max(GetParam().length, 0us));
+    EXPECT_EQ(request.durations, GetParam().length);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, MetricsDuration,
                          testing::Values(Length{0us, 0}, Length{1'000us, 0}, Length{1'001us, 1},
                                          Length{2'000us, 1}, Length{60s, 14}, Length{60'000'001us, 15},
-                                         Length{24h, 15}, Length{-1us, 0}));
+                                         Length{24h, 15}));
+
+TEST(Metrics, LeaveOutADurationThatIsNotKnown)
+{
+    metrics::NoteSent(QUERY);
+    metrics::NoteSuccess(QUERY, -1us);
+    const SKtsMetrics all = KtsMetrics();
+    EXPECT_EQ(Only(all).nSucceeded, 1U);
+    EXPECT_THAT(Only(all).arDurations, testing::Each(0U));
+    EXPECT_EQ(Only(all).durations, 0us);
+}
+
+TEST(Metrics, AskHowManyAreQueued)
+{
+    metrics::SetQueueSource([] { return 7ULL; });
+    EXPECT_EQ(KtsMetrics().nQueued, 7U);
+    metrics::SetQueueSource(nullptr);
+    EXPECT_EQ(KtsMetrics().nQueued, 0U);
+}
 
 TEST(Metrics, TellTheLastFailureAndTheLastSuccess)
 {
