@@ -8,6 +8,8 @@
 
 #include "platform/text/Escaping.h"
 
+#include <ktshttpagent/KtsMetrics.h>
+
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -105,6 +107,15 @@ void Print(const Exchange& exchange, bool bJson)
     }
 }
 
+/// Prints why the one request of this process failed, in the words of the log, unless the remark says it.
+void PrintCause(const OutcomeInfo& info, const std::string& strRemark)
+{
+    const std::string strCause = info.eExit == ExitSuccess ? "" : KtsMetrics().strLastFailure;
+    if (strRemark.find(strCause) == std::string::npos) {
+        std::cerr << "ktsagent: cause: " << EscapeUnsafe(strCause) << std::endl;
+    }
+}
+
 int RunCall(const Operation& operation, OperationCall& call)
 {
     if (operation.fnRecord) {
@@ -117,7 +128,9 @@ int RunCall(const Operation& operation, OperationCall& call)
         (call.bSync ? RunSync : RunAsync)(session, operation, call.arguments, nTimeoutMs);
     Print(exchange, call.bJson);
     const OutcomeInfo& info = InfoOf(exchange.eOutcome);
-    if (const std::string strRemark = RemarkOf(exchange); !strRemark.empty()) {
+    const std::string strRemark = RemarkOf(exchange);
+    PrintCause(info, strRemark);
+    if (!strRemark.empty()) {
         const bool bLogged = info.bLogged && !exchange.optBlocking;
         const std::string strLog = bLogged ? WhereTheLogIs().toStdString() : "";
         std::cerr << "ktsagent: " << operation.strName << ": " << EscapeUnsafe(strRemark + strLog)

@@ -32,6 +32,39 @@ TEST_F(Failure, NobodyListens)
     EXPECT_THAT(m_log.Lines(), Contains(HasSubstr("proctol:vomd/system/GetSupportVer.action http-error:-7")));
 }
 
+TEST_F(Failure, IsPrintedWithItsCause)
+{
+    const RefusingPort port;
+
+    const KtsagentRun run = Run({"support-ver", "--server", Loopback(port.Port()), "--t", "1.0.0"});
+
+    EXPECT_THAT(run.strErr, AllOf(HasSubstr("cause: "), HasSubstr("Failed to connect"),
+                                  HasSubstr("127.0.0.1 port " + std::to_string(port.Port()))));
+}
+
+TEST_F(Failure, OfAnAnswerThatSaysNoIsPrintedWithTheServersWordsOnBothInterfaces)
+{
+    const ScriptedServer server(ServerStep{HttpReply(200, R"({"success":false,"message":"cell unknown"})")});
+    const QStringList lstCommand{"in-common", "--server", Loopback(server.Port()), "--dxtm", "X"};
+
+    EXPECT_THAT(Run(lstCommand).strErr, HasSubstr("the server refused it: \"cell unknown\""));
+    EXPECT_THAT(Run(lstCommand + QStringList("--sync")).strErr, HasSubstr("cell unknown"));
+}
+
+TEST_F(Failure, IsCountedInTheFileOfFigures)
+{
+    const RefusingPort port;
+    const QString strFile = WriteFile("host.prom", "");
+    qputenv("KTSHTTPAGENT_METRICS_FILE", strFile.toLocal8Bit());
+
+    const KtsagentRun run = Run({"support-ver", "--server", Loopback(port.Port()), "--t", "1.0.0"});
+    qunsetenv("KTSHTTPAGENT_METRICS_FILE");
+
+    EXPECT_EQ(run.nExit, 1);
+    EXPECT_THAT(Run({"stats", strFile}).strOut,
+                testing::ContainsRegex("support-ver +asynchronous +1 +0 +0 .*1 not_connected"));
+}
+
 TEST_F(Failure, ABlockingCallNamesTheUrlThatItAskedWithTlsToo)
 {
     const RefusingPort port;
