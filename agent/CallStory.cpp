@@ -41,7 +41,7 @@ std::string WithoutPasswordOf(const QUrl& url, QString strText)
 
 std::string Why(const FinishedCall& call, const QUrl& url)
 {
-    const std::string strError = WithoutPasswordOf(url, call.outcome.strError);
+    std::string strError = WithoutPasswordOf(url, call.outcome.strError);
     if (call.outcome.eEnd == EBlockingEnd::TimedOut) {
         return "timed out: " + strError;
     }
