@@ -3,6 +3,7 @@
 #include <ktshttpagent/RequestType.h>
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 namespace RequestType = VelCSDK::RequestType;
@@ -26,21 +27,30 @@ const std::vector<QueryPath>& QueryPaths()
     return PATHS;
 }
 
+namespace
+{
+
+/// @throws std::invalid_argument for an unknown name
+const QueryPath& Find(const std::string& strName)
+{
+    const auto& vecAll = QueryPaths();
+    const auto it = std::find_if(vecAll.begin(), vecAll.end(),
+                                 [&](const QueryPath& path) { return path.strName == strName; });
+    if (it != vecAll.end()) {
+        return *it;
+    }
+    std::string strKnown;
+    for (const QueryPath& path : vecAll) {
+        strKnown.append(strKnown.empty() ? "" : ", ").append(path.strName);
+    }
+    throw std::invalid_argument("'" + strName + "' is no query; these are: " + strKnown);
+}
+
+} // namespace
+
 std::vector<QueryPath> ChosenPaths(const std::vector<std::string>& vecNames)
 {
     std::vector<QueryPath> vecChosen;
-    for (const std::string& strName : vecNames) {
-        const auto& vecAll = QueryPaths();
-        const auto it = std::find_if(vecAll.begin(), vecAll.end(),
-                                     [&](const QueryPath& path) { return path.strName == strName; });
-        if (it == vecAll.end()) {
-            std::string strKnown;
-            for (const QueryPath& path : vecAll) {
-                strKnown.append(strKnown.empty() ? "" : ", ").append(path.strName);
-            }
-            throw std::invalid_argument("'" + strName + "' is no query; these are: " + strKnown);
-        }
-        vecChosen.push_back(*it);
-    }
+    std::transform(vecNames.begin(), vecNames.end(), std::back_inserter(vecChosen), Find);
     return vecChosen;
 }

@@ -26,7 +26,7 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using Ending = ServerStep::Ending;
 
-constexpr int SHORT_MS = 500;
+constexpr int FAULT_SHORT_MS = 500;
 
 /// A server's step, and words that each interface's line about it must hold.
 struct Fault {
@@ -107,7 +107,7 @@ TEST_P(CallCause, IsOneLineOnEachInterface)
     const bool bTimesOut = GetParam().step.ending == Ending::Hold;
     qputenv("CHTTPCLIENT_TIMEOUT_MS", bTimesOut ? "500" : "60000");
     const ScriptedServer server(GetParam().step);
-    AskBoth(server.Port(), bTimesOut ? SHORT_MS : ENOUGH_MS);
+    AskBoth(server.Port(), bTimesOut ? FAULT_SHORT_MS : ENOUGH_MS);
     ExpectCauses(server.Port(), GetParam().vecAsync, GetParam().vecBlocking);
 }
 

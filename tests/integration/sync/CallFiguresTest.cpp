@@ -24,7 +24,7 @@ namespace
 using ::testing::HasSubstr;
 using Ending = ServerStep::Ending;
 
-constexpr int SHORT_MS = 300;
+constexpr int FIGURES_SHORT_MS = 300;
 
 /// What the server does, and how the call of each interface is counted.
 struct CountedCall {
@@ -78,10 +78,10 @@ protected:
 TEST_P(EachCallFigures, CountItOnEachInterface)
 {
     const bool bTimesOut = GetParam().step.ending == Ending::Hold;
-    qputenv("CHTTPCLIENT_TIMEOUT_MS", std::to_string(bTimesOut ? SHORT_MS : ENOUGH_MS).c_str());
+    qputenv("CHTTPCLIENT_TIMEOUT_MS", std::to_string(bTimesOut ? FIGURES_SHORT_MS : ENOUGH_MS).c_str());
     const ScriptedServer server(GetParam().step);
     AskAsync(server.Port());
-    AskBlocking(server.Port(), bTimesOut ? SHORT_MS : ENOUGH_MS);
+    AskBlocking(server.Port(), bTimesOut ? FIGURES_SHORT_MS : ENOUGH_MS);
     const SKtsMetrics all = KtsMetrics();
     ASSERT_EQ(all.vecRequests.size(), 2U);
     EXPECT_FALSE(all.vecRequests.front().bBlocking);

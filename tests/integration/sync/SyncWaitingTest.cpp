@@ -20,7 +20,7 @@
 namespace
 {
 
-constexpr int SHORT_MS = 300;
+constexpr int WAITING_SHORT_MS = 300;
 
 const std::string FIRST_YES =
     HttpReply(200, R"({"success":true,"result":{"allowBoot":"yes","reason":"first"}})");
@@ -39,11 +39,11 @@ TEST_F(SyncInterface, ATimeOutOnTheFirstCallIsANoWithoutTexts)
     const ScriptedServer server(Silent());
     m_bAllow = true;
     m_strReason = "before";
-    EXPECT_FALSE(Check(server, SHORT_MS));
+    EXPECT_FALSE(Check(server, WAITING_SHORT_MS));
     EXPECT_FALSE(m_bAllow);
     EXPECT_EQ(m_strReason, "");
     m_bCommon = true;
-    EXPECT_FALSE(InCommon(server, SHORT_MS));
+    EXPECT_FALSE(InCommon(server, WAITING_SHORT_MS));
     EXPECT_FALSE(m_bCommon);
 }
 
@@ -53,7 +53,7 @@ TEST_F(SyncInterface, ATimeOutReturnsWhatTheReplyBeforeBrought)
     EXPECT_TRUE(Check(server));
     m_bAllow = false;
     m_strReason.clear();
-    EXPECT_TRUE(Check(server, SHORT_MS));
+    EXPECT_TRUE(Check(server, WAITING_SHORT_MS));
     EXPECT_TRUE(m_bAllow);
     EXPECT_EQ(m_strReason, "first");
 }
@@ -68,12 +68,12 @@ TEST_F(SyncInterface, ALateReplyIsStillRecorded)
         WaitUntil(bRelease);
         return ServerStep{FIRST_YES};
     });
-    EXPECT_FALSE(Check(server, SHORT_MS));
+    EXPECT_FALSE(Check(server, WAITING_SHORT_MS));
     bRelease = true;
     // The next time-out returns what the late reply recorded.
     QElapsedTimer timer;
     timer.start();
-    while (!Check(server, SHORT_MS) && timer.elapsed() < ENOUGH_MS) {
+    while (!Check(server, WAITING_SHORT_MS) && timer.elapsed() < ENOUGH_MS) {
     }
     EXPECT_TRUE(m_bAllow);
     EXPECT_EQ(m_strReason, "first");
@@ -84,8 +84,8 @@ TEST_F(SyncInterface, AnUnreachableServerCostsAReportItsPauseAtMostAfterItsTimeO
     const ScriptedServer server(Silent());
     QElapsedTimer timer;
     timer.start();
-    EXPECT_FALSE(m_request.SendPostReportCycleDataEx(Base(server), SHORT_MS, ""));
-    EXPECT_GE(timer.elapsed(), SHORT_MS + REPORT_PAUSE_MS);
+    EXPECT_FALSE(m_request.SendPostReportCycleDataEx(Base(server), WAITING_SHORT_MS, ""));
+    EXPECT_GE(timer.elapsed(), WAITING_SHORT_MS + REPORT_PAUSE_MS);
 }
 
 TEST_F(SyncInterface, TheHostsEventsAreHandledDuringAWait)
@@ -175,7 +175,7 @@ TEST_F(SyncInterface, AHostThatQuitsDuringAWaitNeitherHangsNorCrashes)
     timer.start();
     QCoreApplication::exec();
     EXPECT_LT(timer.elapsed(), ENOUGH_MS);
-    EXPECT_FALSE(InCommon(server, SHORT_MS));
+    EXPECT_FALSE(InCommon(server, WAITING_SHORT_MS));
 }
 
 TEST_F(SyncInterface, ACallFromAnotherThreadIsRefused)

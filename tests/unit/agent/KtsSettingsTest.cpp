@@ -1,6 +1,7 @@
 // What KtsSettings.h says about settings in files.
 
 #include "ProfileCheck.h"
+#include "SettingRows.h"
 #include "SettingsProfile.h"
 #include "SettingsRoot.h"
 
@@ -15,8 +16,6 @@
 
 namespace
 {
-
-constexpr const char* PLUGIN = "HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin";
 
 class KtsSettings : public SettingsRoot
 {
