@@ -17,7 +17,7 @@ namespace
 QString FirstOf(std::initializer_list<const char*> lstNames)
 {
     for (const char* const szName : lstNames) {
-        const QString strValue = QString::fromStdString(EnvironmentVariable(szName).value_or(""));
+        QString strValue = QString::fromStdString(EnvironmentVariable(szName).value_or(""));
         if (!strValue.isEmpty()) {
             return strValue;
         }

@@ -68,6 +68,16 @@ void AddCounts(std::string& strText, const SKtsMetrics& figures)
     }
 }
 
+/// The label that names the upper bound of a class.
+std::string BoundLabel(std::size_t nClass)
+{
+    const bool bBound = nClass < KTS_DURATION_BOUNDS.size();
+    return ",le=\"" +
+           (bBound ? Seconds(std::chrono::milliseconds(KTS_DURATION_BOUNDS.at(nClass)))
+                   : std::string("+Inf")) +
+           '"';
+}
+
 void AddDurations(std::string& strText, const SKtsMetrics& figures)
 {
     const std::string strName = "ktshttpagent_request_duration_seconds";
@@ -77,11 +87,7 @@ void AddDurations(std::string& strText, const SKtsMetrics& figures)
         std::uint64_t nCount = 0;
         for (std::size_t nClass = 0; nClass < request.arDurations.size(); ++nClass) {
             nCount += request.arDurations.at(nClass);
-            const std::string strBound =
-                nClass < KTS_DURATION_BOUNDS.size()
-                    ? Seconds(std::chrono::milliseconds(KTS_DURATION_BOUNDS.at(nClass)))
-                    : "+Inf";
-            AddValue(strText, strName + "_bucket", strLabels + ",le=\"" + strBound + '"', to_string(nCount));
+            AddValue(strText, strName + "_bucket", strLabels + BoundLabel(nClass), to_string(nCount));
         }
         AddValue(strText, strName + "_sum", strLabels, Seconds(request.durations));
         AddValue(strText, strName + "_count", strLabels, to_string(nCount));
