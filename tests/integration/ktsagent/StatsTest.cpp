@@ -81,7 +81,7 @@ TEST_F(Stats, OfAnotherKindOfFileAreRefused)
 
 TEST_F(Stats, OfAFileThatIsMissingAreAnError)
 {
-    const KtsagentRun run = Run({"stats", "/nowhere/host.prom"});
+    const KtsagentRun run = Run({"stats", "nowhere/host.prom"});
     EXPECT_EQ(run.nExit, 1);
-    EXPECT_THAT(run.strErr, HasSubstr("/nowhere/host.prom can't be read"));
+    EXPECT_THAT(run.strErr, HasSubstr("nowhere/host.prom can't be read"));
 }

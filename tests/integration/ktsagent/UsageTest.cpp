@@ -125,7 +125,8 @@ TEST_F(Usage, AsksForTheVersion)
     const KtsagentRun run = Run({"--version"});
 
     EXPECT_EQ(run.nExit, 0);
-    EXPECT_THAT(run.strOut,
-                testing::MatchesRegex("ktshttpagent [0-9.]+, Qt 5[0-9.]+, .*libcurl [0-9.]+, .*\n"));
+    EXPECT_THAT(run.strOut, testing::StartsWith("ktshttpagent 0."));
+    EXPECT_THAT(run.strOut, testing::HasSubstr(", Qt 5."));
+    EXPECT_THAT(run.strOut, testing::HasSubstr(", libcurl "));
     EXPECT_EQ(run.strErr, "");
 }
