@@ -25,6 +25,7 @@ class KTSHTTPAGENT_API CKtsConnection : public QObject
     Q_OBJECT
 
 public:
+    /// Tells from now on; `LostServers` names those that are lost already.
     explicit CKtsConnection(QObject* parent = nullptr);
     ~CKtsConnection() override;
 
@@ -32,9 +33,12 @@ public:
     static QStringList LostServers();
 
 Q_SIGNALS:
+    /// An exchange failed for which the server gave no answer.
     /// @param strServer  "http://HOST:PORT" or "https://HOST:PORT"
     /// @param strWhy     why the exchange failed, in words, as the log says it
     void SigConnectionLost(QString strServer, QString strWhy);
+    /// The server answered again.
+    /// @param strServer  as in `SigConnectionLost`
     void SigConnectionBack(QString strServer);
 
 private:

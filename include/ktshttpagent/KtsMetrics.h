@@ -50,11 +50,11 @@ inline constexpr std::array<std::uint32_t, 15> KTS_DURATION_BOUNDS{
 
 /// The figures of one request type on one interface.
 struct SKtsRequestMetrics {
-    int nType = 0;          ///< the request type id (`VelCSDK::RequestType`)
-    bool bBlocking = false; ///< whether these are the calls of its blocking sender
-    std::uint64_t nSent = 0;
-    std::uint64_t nSucceeded = 0;
-    std::uint64_t nRefused = 0;                         ///< the server answered, and said no
+    int nType = 0;                ///< the request type id (`VelCSDK::RequestType`)
+    bool bBlocking = false;       ///< whether these are the calls of its blocking sender
+    std::uint64_t nSent = 0;      ///< how many were sent, or refused before that
+    std::uint64_t nSucceeded = 0; ///< the server answered, and said yes
+    std::uint64_t nRefused = 0;   ///< the server answered, and said no
     std::array<std::uint64_t, KTS_FAILURES> arFailed{}; ///< by `EKtsFailure`
     /// How many ended, however, within each bound of `KTS_DURATION_BOUNDS` but not within the one before; the
     /// last class has no bound. A duration counts from the call of the sender to the answer.
