@@ -69,6 +69,24 @@ EKtsFailure FailureOf(const FinishedCall& call)
     }
 }
 
+/// Where the request went; empty if it was not sent, or if there is no memory for it.
+std::string UrlOf(const FinishedCall& call) noexcept
+{
+    try {
+        return call.outcome.strUrl.toStdString();
+    } catch (const std::bad_alloc&) {
+        return {};
+    }
+}
+
+/// While no server is lost, this has nothing to do.
+void NoteIfReached(const FinishedCall& call) noexcept
+{
+    if (call.outcome.nHttpStatus != 0 && metrics::AnyLost()) {
+        metrics::NoteReached(UrlOf(call));
+    }
+}
+
 } // namespace
 
 void CountCallBegin(int nType) noexcept
@@ -80,27 +98,26 @@ void CountCallEnd(const FinishedCall& call) noexcept
 {
     const metrics::Kind kind{call.outcome.nType, true};
     const std::chrono::milliseconds duration(call.outcome.nMilliseconds);
-    std::string strWhy;
-    std::string strUrl;
-    try {
-        strWhy = WhyItEnded(call);
-        strUrl = call.outcome.strUrl.toStdString();
-    } catch (const std::bad_alloc&) { // the figures have no words then
-    }
-    const bool bAnswered = call.outcome.eEnd == EBlockingEnd::Answered;
     if (!HasFailed(call)) {
         metrics::NoteSuccess(kind, duration);
-    } else if (bAnswered) {
-        metrics::NoteRefusal(kind, duration, strWhy);
-    } else {
-        metrics::NoteFailure(kind, FailureOf(call), duration, strWhy);
-    }
-    if (strUrl.empty()) {
+        NoteIfReached(call);
         return;
     }
-    if (call.outcome.nHttpStatus != 0) {
-        metrics::NoteReached(strUrl);
-    } else if (!bAnswered && metrics::IsUnreached(FailureOf(call))) {
+    std::string strWhy;
+    try {
+        strWhy = WhyItEnded(call);
+    } catch (const std::bad_alloc&) { // the figures have no words then
+    }
+    if (call.outcome.eEnd == EBlockingEnd::Answered) {
+        metrics::NoteRefusal(kind, duration, strWhy);
+        NoteIfReached(call);
+        return;
+    }
+    const EKtsFailure eFailure = FailureOf(call);
+    metrics::NoteFailure(kind, eFailure, duration, strWhy);
+    NoteIfReached(call);
+    const bool bUnreached = call.outcome.nHttpStatus == 0 && metrics::IsUnreached(eFailure);
+    if (const std::string strUrl = bUnreached ? UrlOf(call) : ""; !strUrl.empty()) {
         metrics::NoteUnreached(strUrl, strWhy);
     }
 }

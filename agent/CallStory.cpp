@@ -17,9 +17,6 @@
 namespace
 {
 
-constexpr int CAUSES = 2; // the level of the causes of failures
-constexpr int EXCHANGES = 4;
-
 /// Whether the code in the answer to battery data is one that servers use for a success.
 bool IsYes(const QString& strCode)
 {
@@ -114,7 +111,7 @@ void LogCall(const FinishedCall& call) noexcept
     try {
         static const int nMostLevel = LogLevelOfEnvironment();
         const bool bFailed = HasFailed(call);
-        const int nLevel = bFailed ? CAUSES : EXCHANGES;
+        const int nLevel = bFailed ? LOG_CAUSES : LOG_EXCHANGES;
         if (nLevel <= nMostLevel) {
             Log_Write(nLevel, "CUIAgentReq::Exchange", 2, "%s: %s", bFailed ? "failed" : "succeeded",
                       StoryOf(call).c_str());

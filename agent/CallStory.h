@@ -6,7 +6,7 @@
 
 struct ExchangeEnd;
 
-/// A blocking call that is over, for the log.
+/// A blocking call that is over, for the log and the figures.
 struct FinishedCall {
     const SBlockingOutcome& outcome;
     bool bPost;

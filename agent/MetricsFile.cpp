@@ -10,7 +10,6 @@
 #include <ktshttpagent/clog.h>
 
 #include <cerrno>
-#include <cstring>
 #include <exception>
 #include <fstream>
 #include <memory>

@@ -2,6 +2,7 @@
 
 #include "platform/metrics/Recorder.h"
 #include "platform/metrics/Servers.h"
+#include "platform/system/LogLevel.h"
 #include "platform/system/OptionalFunction.h"
 #include "platform/text/Escaping.h"
 #include "platform/text/LogWords.h"
@@ -125,7 +126,7 @@ void LogReplyCause(int nType, std::string_view strUrl, ReplyFault fault, std::st
     try {
         strStory = StoryOfReply(*pReply, nType, strUrl, strWhy, strSaid);
         if (pReply->HttpError() == 0 || !TransportTellsStories()) { // otherwise it has logged the story
-            Log_Write(2, "VelCSDK::CSource::Decode", 2, "failed: %s", strStory.c_str());
+            Log_Write(LOG_CAUSES, "VelCSDK::CSource::Decode", 2, "failed: %s", strStory.c_str());
         }
     } catch (...) { // not enough memory for the line, or the log threw: the reply is still answered
     }

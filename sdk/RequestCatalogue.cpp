@@ -2,6 +2,8 @@
 
 #include "requests/AllRequests.h"
 
+#include "platform/metrics/Recorder.h"
+
 #include <algorithm>
 #include <array>
 
@@ -31,6 +33,18 @@ constexpr bool EachIdStandsOnce()
 }
 
 static_assert(EachIdStandsOnce(), "two requests have the same id");
+
+constexpr bool EachIsCounted()
+{
+    for (const RequestForm& form : FORMS) {
+        if (form.nType < metrics::FIRST_TYPE || form.nType >= metrics::FIRST_TYPE + metrics::TYPES) {
+            return false;
+        }
+    }
+    return true;
+}
+
+static_assert(EachIsCounted(), "the figures leave out a request: raise metrics::TYPES");
 
 } // namespace
 

@@ -23,22 +23,25 @@ void SayIfPossible(Say fnSay) noexcept
     }
 }
 
-constexpr int CAUSES = 2; // the level of the causes of failures
-constexpr int LIFE = 3;
-constexpr int EXCHANGES = 4;
-
-/// Logs how an exchange went, if the level asks for it.
+/// Logs how an exchange went, if the level asks for it. The story of a failure is the one that the layers
+/// above get too, so it is made once. Call it while a `StoryTeller` of the exchange exists.
 void LogExchange(const HttpExchange& exchange, int nLogLevel) noexcept
 {
-    const bool bFailed = exchange.nHttpError != 0;
-    const int nLevel = bFailed ? CAUSES : EXCHANGES;
-    if (nLevel > nLogLevel) {
+    if (exchange.nHttpError == 0) {
+        if (nLogLevel >= LOG_EXCHANGES) {
+            SayIfPossible([&] {
+                Log_Write(LOG_EXCHANGES, "chttpclient::CDelivery::Deliver", __LINE__, "succeeded: %s",
+                          StoryOf(exchange, false).c_str());
+            });
+        }
         return;
     }
-    SayIfPossible([&] {
-        Log_Write(nLevel, "chttpclient::CDelivery::Deliver", __LINE__, "%s: %s",
-                  bFailed ? "failed" : "succeeded", StoryOf(exchange, bFailed).c_str());
-    });
+    const char* const szStory = nLogLevel >= LOG_CAUSES ? StoryTeller::Told() : nullptr;
+    if (szStory != nullptr) {
+        SayIfPossible([&] {
+            Log_Write(LOG_CAUSES, "chttpclient::CDelivery::Deliver", __LINE__, "failed: %s", szStory);
+        });
+    }
 }
 
 } // namespace
@@ -72,16 +75,17 @@ void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exch
 
 void LogStart(const TransportSettings& settings) noexcept
 {
-    if (settings.nLogLevel >= LIFE) {
+    if (settings.nLogLevel >= LOG_LIFE) {
         SayIfPossible([&] {
-            Log_Write(LIFE, "chttpclient::CTransport::Start", __LINE__, "%s", StoryOfStart(settings).c_str());
+            Log_Write(LOG_LIFE, "chttpclient::CTransport::Start", __LINE__, "%s",
+                      StoryOfStart(settings).c_str());
         });
     }
 }
 
 void LogStop() noexcept
 {
-    SayIfPossible([] { Log_Write(LIFE, "chttpclient::CTransport::Stop", __LINE__, "stopped"); });
+    SayIfPossible([] { Log_Write(LOG_LIFE, "chttpclient::CTransport::Stop", __LINE__, "stopped"); });
 }
 
 void LogNoThread(const char* szWhy) noexcept

@@ -17,9 +17,6 @@ namespace
 using std::chrono::system_clock;
 using Counter = std::atomic<std::uint64_t>;
 
-constexpr int FIRST_TYPE = 3100;
-constexpr int TYPES = 16;
-
 /// The figures of one kind of request.
 struct Figures {
     Counter nSent{0};

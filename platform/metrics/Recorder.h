@@ -10,6 +10,10 @@
 namespace metrics
 {
 
+/// The request type ids that are counted; others are left out.
+inline constexpr int FIRST_TYPE = 3100;
+inline constexpr int TYPES = 16;
+
 /// What is counted separately.
 struct Kind {
     int nType;
