@@ -9,6 +9,7 @@
 #include <cctype>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -235,6 +236,16 @@ std::map<std::string, std::string> ReadLinks()
         mapLinks[strLine.substr(0, nColon)] = strLine.substr(nColon + 2);
     }
     return mapLinks;
+}
+
+TEST(Arrows, EveryRoomIsMeasured)
+{
+    // What counts branches and what puts faults into the code read their rooms from there.
+    std::ifstream file(SOURCE_DIR / "tests/rooms.py");
+    const std::string strMeasured(std::istreambuf_iterator<char>(file), {});
+    for (const Room& room : ROOMS) {
+        EXPECT_NE(strMeasured.find('"' + room.strName + '"'), std::string::npos) << room.strName;
+    }
 }
 
 TEST(Arrows, EveryLinkLineFollowsThem)
