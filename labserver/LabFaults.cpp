@@ -29,7 +29,7 @@ int BoundedMember(const Json::Value& value, const char* szName, int nDefault, in
     return static_cast<int>(nValue);
 }
 
-LabFaultKind KindOf(const Json::Value& value)
+LabFaultKind FaultKindOf(const Json::Value& value)
 {
     const bool bReply = value.isMember("status") || value.isMember("body");
     const bool bTruncate = value.get("truncate", false).asBool();
@@ -145,7 +145,7 @@ LabFault FaultFromJson(const Json::Value& value)
     LabFault fault;
     fault.strPath = value["path"].asString();
     fault.nCount = BoundedMember(value, "count", 1, 1, MAX_COUNT);
-    fault.eKind = KindOf(value);
+    fault.eKind = FaultKindOf(value);
     fault.nDelayMs = BoundedMember(value, "delayMs", 0, 0, MAX_DELAY_MS);
     fault.nStatus = BoundedMember(value, "status", fault.nStatus, 200, 599);
     fault.strBody =

@@ -239,6 +239,18 @@ TEST_F(TransportCallback, RunsOnTwoThreadsAfterEachStart)
     EXPECT_THAT(m_replies.Errors(), Each(0));
 }
 
+TEST_F(TransportCallback, ThatIsMissingHurtsNobody)
+{
+    ASSERT_TRUE(CHttpClientInit());
+    const ScriptedServer server(Ok());
+    Get(server.Url("/"));
+    ASSERT_TRUE(server.WaitForRequests(1));
+    CHttpClientUnInit();
+    EXPECT_EQ(m_replies.Count(), 0U);
+    EXPECT_THAT(m_logFolder.Lines(),
+                ElementsAre(testing::ContainsRegex("error .*no receiver for a reply of type 3104")));
+}
+
 TEST_F(TransportCallback, RunsOnTheTransportsThreadsForRefusedRequestsToo)
 {
     Start();

@@ -281,15 +281,3 @@ TEST_F(TransportTest, BeforeItsStartEveryRequestIsRefused)
     EXPECT_THAT(m_replies.UserData(), testing::UnorderedElementsAreArray(tokens.All()));
     EXPECT_EQ(server.Accepted(), 0U);
 }
-
-TEST_F(TransportTest, AReplyWithoutReceiverHurtsNobody)
-{
-    ASSERT_TRUE(CHttpClientInit());
-    const ScriptedServer server(Step(HttpReply(200, "")));
-    Get(server.Url("/"));
-    ASSERT_TRUE(server.WaitForRequests(1));
-    CHttpClientUnInit();
-    EXPECT_THAT(m_replies.All(), IsEmpty());
-    EXPECT_THAT(m_logFolder.Lines(),
-                ElementsAre(testing::ContainsRegex("error .*no receiver for a reply of type 3104")));
-}

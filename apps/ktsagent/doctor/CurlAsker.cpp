@@ -14,7 +14,7 @@ struct DeleteEasy {
 };
 
 /// One request and what comes back.
-struct Asked {
+struct AskedByCurl {
     std::unique_ptr<CURL, DeleteEasy> pEasy{curl_easy_init()};
     HttpAnswer answer;
     std::array<char, CURL_ERROR_SIZE> arrError{};
@@ -22,7 +22,7 @@ struct Asked {
 
 std::size_t OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pAsked)
 {
-    std::string& strBody = static_cast<Asked*>(pAsked)->answer.strBody;
+    std::string& strBody = static_cast<AskedByCurl*>(pAsked)->answer.strBody;
     strBody.append(pData, std::min(nSize * nCount, MOST_BODY_BYTES - strBody.size()));
     return nSize * nCount;
 }
@@ -32,13 +32,13 @@ std::size_t OnHeader(char* pData, std::size_t nSize, std::size_t nCount, void* p
     const QString strLine = QString::fromUtf8(pData, static_cast<int>(nSize * nCount));
     const int nColon = strLine.indexOf(':');
     if (nColon > 0) {
-        static_cast<Asked*>(pAsked)->answer.mapHeaders[strLine.left(nColon).toLower().toStdString()] =
+        static_cast<AskedByCurl*>(pAsked)->answer.mapHeaders[strLine.left(nColon).toLower().toStdString()] =
             strLine.mid(nColon + 1).trimmed().toStdString();
     }
     return nSize * nCount;
 }
 
-void Prepare(Asked& asked)
+void Prepare(AskedByCurl& asked)
 {
     CURL* const pEasy = asked.pEasy.get();
     curl_easy_setopt(pEasy, CURLOPT_PRIVATE, static_cast<void*>(&asked));
@@ -53,7 +53,7 @@ void Finish(CURL* pEasy, CURLcode eResult)
 {
     char* pPrivate = nullptr;
     curl_easy_getinfo(pEasy, CURLINFO_PRIVATE, &pPrivate);
-    Asked& asked = *reinterpret_cast<Asked*>(pPrivate);
+    AskedByCurl& asked = *reinterpret_cast<AskedByCurl*>(pPrivate);
     long nStatus = 0;
     long nConnects = 0;
     curl_off_t nMicroseconds = 0;
@@ -101,9 +101,9 @@ CurlAsker::CurlAsker(std::string strCaFile) : m_strCaFile(std::move(strCaFile)) 
 std::vector<HttpAnswer> CurlAsker::Ask(const std::vector<std::string>& vecUrls,
                                        std::chrono::milliseconds timeout)
 {
-    std::vector<Asked> vecAsked(vecUrls.size());
+    std::vector<AskedByCurl> vecAsked(vecUrls.size());
     for (std::size_t i = 0; i < vecUrls.size(); ++i) {
-        Asked& asked = vecAsked[i];
+        AskedByCurl& asked = vecAsked[i];
         if (asked.pEasy == nullptr || m_pMulti == nullptr) {
             throw std::bad_alloc();
         }
@@ -124,7 +124,7 @@ std::vector<HttpAnswer> CurlAsker::Ask(const std::vector<std::string>& vecUrls,
         }
     }
     std::vector<HttpAnswer> vecAnswers;
-    for (Asked& asked : vecAsked) {
+    for (AskedByCurl& asked : vecAsked) {
         curl_multi_remove_handle(m_pMulti.get(), asked.pEasy.get());
         vecAnswers.push_back(std::move(asked.answer));
     }

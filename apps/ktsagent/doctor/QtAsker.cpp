@@ -14,7 +14,7 @@ namespace
 {
 
 /// One request and what comes back.
-struct Asked {
+struct AskedByQt {
     std::unique_ptr<QNetworkReply> pReply;
     HttpAnswer answer;
 };
@@ -27,7 +27,7 @@ bool IsAnswer(const QNetworkReply& reply)
            (eError >= QNetworkReply::ContentAccessDenied && eError <= QNetworkReply::UnknownContentError);
 }
 
-void Read(Asked& asked)
+void Read(AskedByQt& asked)
 {
     QNetworkReply& reply = *asked.pReply;
     HttpAnswer& answer = asked.answer;
@@ -54,9 +54,9 @@ std::vector<HttpAnswer> QtAsker::Ask(const std::vector<std::string>& vecUrls,
     QElapsedTimer clock;
     clock.start();
     std::size_t nOpen = vecUrls.size();
-    std::vector<Asked> vecAsked(vecUrls.size());
+    std::vector<AskedByQt> vecAsked(vecUrls.size());
     for (std::size_t i = 0; i < vecUrls.size(); ++i) {
-        Asked& asked = vecAsked[i];
+        AskedByQt& asked = vecAsked[i];
         asked.answer.strUrl = vecUrls[i];
         QNetworkRequest request{QUrl(QString::fromStdString(vecUrls[i]))};
         asked.pReply.reset(m_manager.get(request));
@@ -72,7 +72,7 @@ std::vector<HttpAnswer> QtAsker::Ask(const std::vector<std::string>& vecUrls,
         loop.exec();
     }
     std::vector<HttpAnswer> vecAnswers;
-    for (Asked& asked : vecAsked) {
+    for (AskedByQt& asked : vecAsked) {
         asked.pReply->disconnect(&loop);
         if (!asked.pReply->isFinished()) {
             asked.answer.nMilliseconds = clock.elapsed();
