@@ -45,6 +45,18 @@ class BrokenLine : public SettingsRoot, public testing::WithParamInterface<FileT
 {
 };
 
+TEST(KtsSettingsDefaults, AreThoseOfASettingWithoutAType)
+{
+    EXPECT_EQ(SKtsSetting().nType, 0);
+}
+
+TEST(KtsSettingsDefaults, AreThoseOfAProfileWithoutAFile)
+{
+    const SKtsProfile profile;
+    EXPECT_FALSE(profile.bExists);
+    EXPECT_EQ(profile.nLine, 0);
+}
+
 } // namespace
 
 TEST_F(KtsSettings, NameAProfileAndAnEnvironmentAndTheDefaultsAsOrigins)
