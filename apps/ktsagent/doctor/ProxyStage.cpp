@@ -1,6 +1,7 @@
-#include "CurlProxy.h"
 #include "Reach.h"
 #include "Stages.h"
+
+#include "platform/proxy/CurlProxy.h"
 
 #include <QNetworkProxyFactory>
 #include <QNetworkProxyQuery>
@@ -60,7 +61,7 @@ Finding CheckAsynchronous(Context& context)
     if (!optProxy) {
         return Direct(context.asynchronous);
     }
-    return Check({QString::fromStdString(optProxy->strHost), optProxy->nPort, optProxy->strShown,
+    return Check({QString::fromStdString(optProxy->strHost), optProxy->nPort, optProxy->Shown(),
                   "variable " + optProxy->strVariable},
                  context.asynchronous, context.timeout / 2);
 }
