@@ -25,6 +25,7 @@ using Names = std::set<std::string>;
 const Names OF_THE_INTERFACE = {
     "CDataResponse",
     "CHttpClientResponse",
+    "CHttpClientTrace",
     "CKtsConnection",
     "CSource",
     "EBlockingEnd",
