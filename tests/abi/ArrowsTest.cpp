@@ -62,6 +62,7 @@ const std::map<std::string, std::string> ROOM_OF_PUBLIC_HEADER = {
     {"KtsExport.h", "platform/metrics"},
     {"KtsMetrics.h", "platform/metrics"},
     {"KtsSettings.h", "agent"},
+    {"KtsTrace.h", "agent"},
     {"RequestRecords.h", "sdk"},
     {"RequestType.h", "sdk"},
     {"ResultRecords.h", "sdk"},
