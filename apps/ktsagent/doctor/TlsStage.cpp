@@ -39,7 +39,9 @@ Finding CheckAsynchronous(Context& context)
     SetTransportOptions(pEasy.get(), context.strBaseUrl, strCaFile, context.timeout / 2);
     curl_easy_setopt(pEasy.get(), CURLOPT_ERRORBUFFER, arrError.data());
     curl_easy_setopt(pEasy.get(), CURLOPT_CONNECT_ONLY, 1L);
+    TraceHandle(pEasy.get());
     const CURLcode eResult = curl_easy_perform(pEasy.get());
+    EndTrace(pEasy.get(), eResult);
     std::string strError;
     if (eResult != CURLE_OK) {
         strError = std::string(arrError.front() == '\0' ? curl_easy_strerror(eResult) : arrError.data()) +
