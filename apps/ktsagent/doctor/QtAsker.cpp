@@ -1,5 +1,6 @@
 #include "QtAsker.h"
 
+#include "BlockingWay.h"
 #include "Verbose.h"
 
 #include <QElapsedTimer>
@@ -89,6 +90,7 @@ std::vector<HttpAnswer> QtAsker::Ask(const std::vector<std::string>& vecUrls,
         Asked& asked = vecAsked[i];
         asked.answer.strUrl = vecUrls[i];
         QNetworkRequest request{QUrl(QString::fromStdString(vecUrls[i]))};
+        ApplyBlockingWay(m_context, m_manager, request);
         Show(request, &asked);
         asked.pReply.reset(m_manager.get(request));
         QObject::connect(asked.pReply.get(), &QNetworkReply::finished, &loop, [&] {
