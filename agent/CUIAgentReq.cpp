@@ -5,6 +5,7 @@
 #include "Logging.h"
 #include "MetricsFile.h"
 #include "ServerUrl.h"
+#include "StartLine.h"
 #include "SyncWait.h"
 #include "TlsSetting.h"
 
@@ -25,7 +26,6 @@
 #include <new>
 #include <string>
 #include <utility>
-#include <vector>
 
 using namespace VelCSDK;
 
@@ -57,6 +57,11 @@ CUIAgentReq* CUIAgentReq::Instance()
         });
         return pMade;
     }();
+    // Only now, because the line is made, and perhaps written, with the help of this function.
+    static std::atomic<bool> bLogged = false;
+    if (!bLogged && !bLogged.exchange(true)) {
+        LogStart();
+    }
     return pInstance;
 }
 
@@ -64,10 +69,8 @@ CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
 {
     SDKFactory::GetInstance()->Init();
     ExchangeLimitsInForce(); // read now, as the transport does with its own settings
-    HasTransportsSettings();
-    std::vector<std::string> vecComplaints;
-    ReadTransportsSettings(vecComplaints);
-    for (const std::string& strComplaint : vecComplaints) {
+    const std::string& strComplaint = BlockingSettingsComplaint(); // and these
+    if (!strComplaint.empty()) {
         Log_Write(1, "CUIAgentReq::CUIAgentReq", 1, "%s", strComplaint.c_str());
     }
     ReadEndpoints();

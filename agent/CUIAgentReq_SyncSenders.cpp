@@ -122,6 +122,7 @@ const ExchangeEnd* EndOf(const SBlockingOutcome& outcome, const SyncWait& wait)
 void Leave(NAManager& manager, const QDeadlineTimer& deadline, LeftBehind& leftBehind)
 {
     if (!manager.HasEnded()) {
+        manager.EndTrace();
         leftBehind.Add(manager, deadline);
     } else if (QThread::currentThread()->loopLevel() == 0) {
         // Without an event loop nothing else would delete the manager. With one, the loop deletes it, so that
@@ -143,7 +144,9 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
         refused.nType = request.nType;
         refused.strError = QString::fromLatin1(szWhy);
         KeepOutcome(refused);
-        CountCallEnd({refused, false, request.strBody, nullptr});
+        const FinishedCall ended{refused, false, request.strBody, nullptr};
+        CountCallEnd(ended);
+        TraceCallEnd(ended, &refused);
         return BlankWait();
     }
     PrepareNetwork();
@@ -154,6 +157,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
     const WaitWatch watch(wait, nTimeout, m_pState->bStrictWaits);
     auto pMade = std::make_unique<NAManager>(nullptr);
     const QPointer<NAManager> pManager = pMade.get();
+    const void* const pExchange = static_cast<QNetworkAccessManager*>(pMade.get()); // its name in the trace
     if (!watch.IsStrictAndBusy()) {
         watch.Follow(*pManager, *this);
         connect(pManager.data(), SIGNAL(signal_reply_finished(bool, QJsonObject)), this, request.szReplySlot);
@@ -172,6 +176,7 @@ const SyncWait& CUIAgentReq::Exchange(const SSyncRequest& request, int nTimeout)
                                 EndOf(outcome, wait)};
     LogCall(finished);
     CountCallEnd(finished);
+    TraceCallEnd(finished, pExchange);
     // A null pointer means that the manager is deleted; at the end of the process this object may then be
     // destroyed too.
     if (pManager != nullptr) {

@@ -1,6 +1,7 @@
 #include "CallStory.h"
 
 #include "net/BlockingSettings.h"
+#include "net/CallTrace.h"
 #include "net/ExchangeEnd.h"
 #include "net/NetworkUse.h"
 #include "platform/system/LogLevel.h"
@@ -12,6 +13,7 @@
 
 #include <QUrl>
 
+#include <new>
 #include <string_view>
 
 namespace
@@ -104,6 +106,20 @@ bool HasFailed(const FinishedCall& call)
 std::string WhyItEnded(const FinishedCall& call)
 {
     return Why(call, QUrl(call.outcome.strUrl, QUrl::TolerantMode));
+}
+
+void TraceCallEnd(const FinishedCall& call, const void* pExchange) noexcept
+{
+    const CallTrace fnTrace = CallTraceInForce();
+    if (fnTrace == nullptr) {
+        return;
+    }
+    std::string strStory;
+    try {
+        strStory = StoryOf(call);
+    } catch (const std::bad_alloc&) { // then the end has no words
+    }
+    fnTrace(CallPart::End, strStory, pExchange);
 }
 
 void LogCall(const FinishedCall& call) noexcept

@@ -21,6 +21,9 @@ bool HasFailed(const FinishedCall& call);
 /// Why the call ended as it did, in words, without passwords.
 std::string WhyItEnded(const FinishedCall& call);
 
+/// Tells the trace, if there is one, how the call went, as the last part of its exchange.
+void TraceCallEnd(const FinishedCall& call, const void* pExchange) noexcept;
+
 /// Logs one line at level 2 if the call failed, at level 4 if it did not. Makes the line only if the log
 /// takes that level.
 void LogCall(const FinishedCall& call) noexcept;

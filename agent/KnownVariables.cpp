@@ -61,9 +61,7 @@ std::string ComplaintOf(const KnownVariable& variable, const std::string& strVal
         return strWrong.empty() ? "" : variable.szName + (" is \"" + strValue) + "\", which " + strWrong;
     }
     if (name == SYNC_SETTINGS_VARIABLE) {
-        std::vector<std::string> vecComplaints;
-        ReadTransportsSettings(vecComplaints);
-        return vecComplaints.empty() ? "" : vecComplaints.front();
+        return BlockingSettingsComplaint();
     }
     return "";
 }

@@ -96,6 +96,8 @@ measure() {
   local bench=$bin/ktsbench decode=$bin/ktsdecodebench
   in_turns "rate=$bench rate-agent $port 100000" "rate-direct=$bench rate-agent-direct $port 100000" \
     "rate-bare=$bench rate-bare $port 100000" "rate-qt=$bench rate-qt $port 20000"
+  in_turns "rate-figures=$bench rate-agent $port 100000" \
+    "rate-without-figures=${bench}_without_figures rate-agent $port 100000"
   in_turns "latency=$bench latency-agent $port 10000" "latency-direct=$bench latency-agent-direct $port 10000" \
     "latency-hand-over=$bench latency-hand-over $port 10000" "latency-bare=$bench latency-bare $port 10000"
   in_turns "processor=$bench processor-agent $port 100" "processor-bare=$bench processor-bare $port 100"
@@ -118,6 +120,7 @@ table() {
   row 'rate, host thread, against the bare loop' requests/s rate.1 rate-bare.1 ≥ 0.9
   row 'rate, direct receiver, against the bare loop' requests/s rate-direct.1 rate-bare.1 ≥ 0.9
   row 'rate, host thread, against Qt' requests/s rate.1 rate-qt.1 ≥ 5.5
+  row 'rate, host thread, against the library without the figures' requests/s rate-figures.1 rate-without-figures.1 ≥ 0.98
   row 'latency, host thread, median' µs latency.1 latency-bare.1 ≤ 1.6
   row 'latency, host thread, 99th percentile' µs latency.2 latency-bare.2 ≤ 2
   row 'latency, direct receiver, median' µs latency-direct.1 latency-bare.1 ≤ 1.35

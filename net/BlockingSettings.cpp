@@ -4,6 +4,7 @@
 #include "TransportsProxy.h"
 
 #include "platform/system/Environment.h"
+#include "platform/system/NeverDestroyed.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
@@ -39,25 +40,38 @@ QString TextOf(const QNetworkProxy& proxy)
     return (bSocks ? "socks5://" : "http://") + proxy.hostName() + ':' + QString::number(proxy.port());
 }
 
-} // namespace
+/// What the variable says.
+struct Choice {
+    bool bTransports = false;
+    std::string strComplaint;
+};
 
-bool ReadTransportsSettings(std::vector<std::string>& vecComplaints)
+Choice ReadChoice()
 {
     const std::string strValue = EnvironmentVariable(SYNC_SETTINGS_VARIABLE).value_or("");
-    if (!strValue.empty() && strValue != "qt" && strValue != "transport") {
-        vecComplaints.push_back(std::string(SYNC_SETTINGS_VARIABLE) + " is \"" + strValue +
-                                "\", neither \"transport\" nor \"qt\"; blocking calls use Qt's settings");
+    if (strValue.empty() || strValue == "qt" || strValue == "transport") {
+        return {strValue == "transport", {}};
     }
-    return strValue == "transport";
+    return {false, std::string(SYNC_SETTINGS_VARIABLE) + " is \"" + strValue +
+                       "\", neither \"transport\" nor \"qt\"; blocking calls use Qt's settings"};
 }
+
+const Choice& TheChoice()
+{
+    static const NeverDestroyed<Choice> choice(ReadChoice()); // calls are made until the process has ended
+    return *choice;
+}
+
+} // namespace
 
 bool HasTransportsSettings()
 {
-    static const bool bTransports = [] {
-        std::vector<std::string> vecComplaints; // CUIAgentReq logs them
-        return ReadTransportsSettings(vecComplaints);
-    }();
-    return bTransports;
+    return TheChoice().bTransports;
+}
+
+const std::string& BlockingSettingsComplaint()
+{
+    return TheChoice().strComplaint;
 }
 
 void ApplyBlockingSettings(QNetworkAccessManager& manager, QNetworkRequest& request)

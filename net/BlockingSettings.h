@@ -3,7 +3,6 @@
 #include <QString>
 
 #include <string>
-#include <vector>
 
 class QNetworkAccessManager;
 class QNetworkRequest;
@@ -18,10 +17,9 @@ inline constexpr const char* SYNC_SETTINGS_VARIABLE = "KTSHTTPAGENT_SYNC_SETTING
 /// Reads the variable, once per process; later calls return the same. May be called from any thread.
 bool HasTransportsSettings();
 
-/// Reads the variable again.
-/// @param vecComplaints  gets a sentence about a value that is neither "transport" nor "qt" nor empty; such a
-///                       value counts as "qt"
-bool ReadTransportsSettings(std::vector<std::string>& vecComplaints);
+/// A sentence about the value that was read if it is neither "transport" nor "qt" nor empty, which counts as
+/// "qt"; otherwise empty. May be called from any thread.
+const std::string& BlockingSettingsComplaint();
 
 /// Gives a manager and its request the transport's settings, if they are asked for. Call it before the
 /// request is sent.

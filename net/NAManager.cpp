@@ -1,6 +1,7 @@
 #include "NAManager.h"
 
 #include "BlockingSettings.h"
+#include "CallTrace.h"
 #include "EnvironmentsProxy.h"
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
@@ -112,6 +113,7 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     request.setRawHeader("Connection", "Keep-Alive");
     request.setRawHeader("Accept-Encoding", ReplyBody::CODINGS);
     ApplyBlockingSettings(*this, request);
+    TraceRequest(*this, request, nMethod == METHOD_POST ? &baBody : nullptr);
     QNetworkReply* const pReply = nMethod == METHOD_POST ? post(request, baBody) : get(request);
     m_pBody = std::make_unique<ReplyBody>(*pReply, ExchangeLimitsInForce().nMaxReplyBytes);
     connect(pReply, &QNetworkReply::readyRead, this, [this] { m_pBody->Receive(); });
@@ -144,6 +146,9 @@ ExchangeEnd NAManager::Read(QNetworkReply& reply, QJsonObject& object)
         }
         if (reply.error() == QNetworkReply::NoError) {
             m_pBody->Receive();
+        }
+        if (m_bTraced) {
+            TraceReply(*this, reply, m_pBody->Bytes());
         }
         if (m_pBody->LacksMemory()) {
             return NoMemoryFor(nStatus);

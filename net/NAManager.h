@@ -44,6 +44,9 @@ public:
     /// answer is emitted.
     void SetEndReceiver(std::function<void(const ExchangeEnd&)> fnReceive);
 
+    /// Leaves what comes from now on out of the trace (CallTrace.h), because the call is over.
+    void EndTrace() { m_bTraced = false; }
+
     /// Whether the exchange has ended. The object may then be handling its reply, and deletes itself.
     bool HasEnded() const { return m_bEnded; }
 
@@ -70,5 +73,6 @@ private:
     qint64 m_nReserved = 0;
     std::function<void(const ExchangeEnd&)> m_fnEnd;
     bool m_bEnded = false;
+    bool m_bTraced = true;
     std::unique_ptr<ReplyBody> m_pBody; ///< of the reply, once the request is sent
 };

@@ -41,6 +41,9 @@ public:
     /// Whether there was no memory for the body.
     bool LacksMemory() const { return m_bLacksMemory; }
 
+    /// What was taken of the body, unpacked.
+    const QByteArray& Bytes() const { return m_baBytes; }
+
     /// How the body begins, as far as it was taken; for the log.
     QByteArray Beginning() const { return m_baBytes.left(MOST_SHOWN); }
 

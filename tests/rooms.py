@@ -1,7 +1,7 @@
 """The rooms of the production code, for what measures the tests room by room."""
 
 ROOMS = ("include/ktshttpagent", "agent", "net", "sdk", "platform/chttpclient", "platform/clog", "platform/metrics",
-         "platform/reply", "platform/system", "platform/text", "labserver", "apps/ktsagent")
+         "platform/proxy", "platform/reply", "platform/system", "platform/text", "labserver", "apps/ktsagent")
 
 
 def room_of(path):

@@ -2,6 +2,7 @@
 
 #include "DemoCalls.h"
 #include "DemoPrint.h"
+#include "Verbose.h"
 
 #include "labserver/LabServer.h"
 
@@ -126,5 +127,6 @@ void AddDemoCommand(CLI::App& app, int& nExit)
         *app.add_subcommand("demo", "Call every sender of the agent against a lab server in this process");
     const auto pJson = std::make_shared<bool>(false);
     command.add_flag("--json", *pJson, "print a JSON list");
+    AddVerboseOption(command);
     command.callback([pJson, &nExit] { nExit = RunDemo(*pJson); });
 }

@@ -4,12 +4,17 @@
 #include "Exchange.h"
 #include "LogFolder.h"
 #include "Operations.h"
+#include "ProgressLine.h"
 #include "ReportFile.h"
+#include "Verbose.h"
 
 #include "platform/text/Escaping.h"
 
 #include <ktshttpagent/KtsMetrics.h>
 
+#include <QUrl>
+
+#include <chrono>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -116,6 +121,23 @@ void PrintCause(const OutcomeInfo& info, const std::string& strRemark)
     }
 }
 
+/// Where the request goes, without a password.
+std::string TargetOf(const Arguments& arguments)
+{
+    if (!arguments.server.strIp.isEmpty()) {
+        return arguments.server.strIp.toStdString() + ':' + std::to_string(arguments.server.nPort);
+    }
+    return QUrl(arguments.strUrl).authority().section('@', -1).toStdString();
+}
+
+Exchange RunWithProgress(const AgentSession& session, const Operation& operation, OperationCall& call,
+                         int nTimeoutMs)
+{
+    const ProgressLine progress("waiting for " + TargetOf(call.arguments),
+                                std::chrono::milliseconds(nTimeoutMs));
+    return (call.bSync ? RunSync : RunAsync)(session, operation, call.arguments, nTimeoutMs);
+}
+
 int RunCall(const Operation& operation, OperationCall& call)
 {
     if (operation.fnRecord) {
@@ -124,8 +146,7 @@ int RunCall(const Operation& operation, OperationCall& call)
     const AgentSession session(call.arguments.server.optTls);
     const int nTimeoutMs =
         call.optTimeoutMs.value_or(call.bSync ? DEFAULT_SYNC_TIMEOUT_MS : DEFAULT_TIMEOUT_MS);
-    const Exchange exchange =
-        (call.bSync ? RunSync : RunAsync)(session, operation, call.arguments, nTimeoutMs);
+    const Exchange exchange = RunWithProgress(session, operation, call, nTimeoutMs);
     Print(exchange, call.bJson);
     const OutcomeInfo& info = InfoOf(exchange.eOutcome);
     const std::string strRemark = RemarkOf(exchange);
@@ -181,6 +202,7 @@ void AddOperationCommand(CLI::App& app, const Operation& operation, int& nExit)
     }
     AddTimeout(command, operation, *pCall);
     command.add_flag("--json", pCall->bJson, "print one JSON object");
+    AddVerboseOption(command);
     command.callback([&operation, pCall, &nExit] { nExit = RunCall(operation, *pCall); });
 }
 

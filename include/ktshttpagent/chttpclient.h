@@ -74,6 +74,7 @@
 /// If the process has rights that its caller may lack (set-user-id, set-group-id, file capabilities), neither
 /// settings nor proxies are read from the environment.
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -228,3 +229,34 @@ extern "C" CHTTPCLIENT_API long long CHttpClientExchangeMicroseconds();
 ///
 /// May be called from any thread.
 extern "C" CHTTPCLIENT_API unsigned long long CHttpClientQueued();
+
+/// The parts of an exchange that a trace tells.
+namespace CHttpTrace
+{
+/// The numbers. A replacement of this transport may use more.
+enum Part : int {
+    Remark,        ///< libcurl's words about the connection: addresses, proxy, TLS, certificate
+    ReplyHeader,   ///< a line of the reply's header, with its line end; the first one is the status line
+    RequestHeader, ///< the request line and the header lines, as they are sent
+    ReplyBody,     ///< what came of the reply's body, in one piece and decompressed
+    RequestBody,   ///< a piece of the request's body, as it is sent
+    End,           ///< how the exchange went, as `CHttpClientExchangeStory` tells it; always the last part
+};
+} // namespace CHttpTrace
+
+/// Receives a part of an exchange: its number in `CHttpTrace`, its bytes, and a value that is the same for
+/// all parts of one exchange and for no other exchange at the same time. The bytes are valid until it
+/// returns. They are unchanged, so they may hold passwords: whoever shows them must leave those out.
+///
+/// It is called on one of the transport's threads, or where a callback is made within
+/// `CHttpClientSendRequest`; for different exchanges perhaps on both threads at the same time. It delays the
+/// exchanges, and must not call the transport.
+using CHttpClientTrace = void (*)(int nPart, const char* pBytes, std::size_t nBytes,
+                                  const void* pExchange) noexcept;
+
+/// Sets what receives all parts of each exchange that begins from now on, and `CHttpTrace::End` of each that
+/// ends; null for nothing, as at the beginning. Meant for tools that show an exchange to their user. A
+/// replacement of this transport need not have it, see `CHttpClientExchangeStory`.
+///
+/// May be called from any thread. A call of the previous receiver that has begun may still run afterwards.
+extern "C" CHTTPCLIENT_API void CHttpClientSetTrace(CHttpClientTrace fnTrace);

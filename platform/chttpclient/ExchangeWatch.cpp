@@ -1,5 +1,7 @@
 #include "ExchangeWatch.h"
 
+#include "Trace.h"
+
 #include "platform/text/LogWords.h"
 
 #include <new>
@@ -20,19 +22,21 @@ Value Info(CURL* pEasy, CURLINFO eInfo)
 } // namespace
 
 // Before version 8.7 libcurl tells which proxy it uses only in the text that it writes for people. That takes
-// time, so it writes it only if there may be a proxy.
-CURLcode ExchangeWatch::Attach(CURL* pEasy, const TransportSettings& settings)
+// time, so it writes it only if there may be a proxy, or if there is a trace.
+CURLcode ExchangeWatch::Attach(CURL* pEasy, const TransportSettings& settings, const void* pExchange)
 {
-    const bool bProxies = settings.bEnvironmentsProxy && !settings.vecProxies.empty();
+    const bool bTells =
+        (settings.bEnvironmentsProxy && !settings.vecProxies.empty()) || TraceInForce() != nullptr;
+    m_pExchange = pExchange;
     m_error.front() = '\0';
     CURLcode eResult = curl_easy_setopt(pEasy, CURLOPT_ERRORBUFFER, m_error.data());
-    if (eResult == CURLE_OK && bProxies) {
+    if (eResult == CURLE_OK && bTells) {
         eResult = curl_easy_setopt(pEasy, CURLOPT_DEBUGDATA, static_cast<void*>(this));
     }
-    if (eResult == CURLE_OK && bProxies) {
+    if (eResult == CURLE_OK && bTells) {
         eResult = curl_easy_setopt(pEasy, CURLOPT_DEBUGFUNCTION, &ExchangeWatch::OnText);
     }
-    if (eResult == CURLE_OK && bProxies) {
+    if (eResult == CURLE_OK && bTells) {
         eResult = curl_easy_setopt(pEasy, CURLOPT_VERBOSE, 1L);
     }
     return eResult;
@@ -40,13 +44,36 @@ CURLcode ExchangeWatch::Attach(CURL* pEasy, const TransportSettings& settings)
 
 int ExchangeWatch::OnText(CURL* /*pEasy*/, curl_infotype eType, char* pText, std::size_t nSize, void* pSelf)
 {
+    auto& watch = *static_cast<ExchangeWatch*>(pSelf);
     if (eType == CURLINFO_TEXT) {
         try {
-            static_cast<ExchangeWatch*>(pSelf)->NoteProxy({pText, nSize});
+            watch.NoteProxy({pText, nSize});
         } catch (const std::bad_alloc&) { // then the log says nothing about the proxy
         }
     }
+    watch.Trace(eType, {pText, nSize});
     return 0;
+}
+
+/// The body of the reply is left to `TraceEnd`, because here it is still packed and in chunks.
+void ExchangeWatch::Trace(curl_infotype eType, std::string_view strBytes) const
+{
+    const CHttpClientTrace fnTrace = TraceInForce();
+    if (fnTrace == nullptr) {
+        return;
+    }
+    switch (eType) {
+    case CURLINFO_TEXT:
+        return fnTrace(CHttpTrace::Remark, strBytes.data(), strBytes.size(), m_pExchange);
+    case CURLINFO_HEADER_IN:
+        return fnTrace(CHttpTrace::ReplyHeader, strBytes.data(), strBytes.size(), m_pExchange);
+    case CURLINFO_HEADER_OUT:
+        return fnTrace(CHttpTrace::RequestHeader, strBytes.data(), strBytes.size(), m_pExchange);
+    case CURLINFO_DATA_OUT:
+        return fnTrace(CHttpTrace::RequestBody, strBytes.data(), strBytes.size(), m_pExchange);
+    default:
+        return;
+    }
 }
 
 /// The text is "Uses proxy env variable NAME == 'VALUE'". It also names no_proxy, which comes first and keeps

@@ -113,7 +113,7 @@ void HttpTransfer::SetConstantOptions()
         m_eSetUp = SetAuthorities(m_pEasy.get(), m_settings.strCaFile);
     }
     if (m_eSetUp == CURLE_OK) {
-        m_eSetUp = m_watch.Attach(m_pEasy.get(), m_settings);
+        m_eSetUp = m_watch.Attach(m_pEasy.get(), m_settings, &Request());
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "ExchangeStory.h"
 #include "StartStory.h"
+#include "Trace.h"
 
 #include <ktshttpagent/clog.h>
 
@@ -49,6 +50,7 @@ void LogExchange(const HttpExchange& exchange, int nLogLevel) noexcept
 void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exchange, int nLogLevel) noexcept
 {
     const StoryTeller teller(exchange);
+    TraceEnd(exchange);
     LogExchange(exchange, nLogLevel);
     if (pReceiver == nullptr || *pReceiver == nullptr) {
         SayIfPossible([&] {

@@ -8,8 +8,8 @@
 namespace chttpclient
 {
 
-/// Logs the cause of a failed exchange, and at level 4 every exchange; then calls the receiver with the
-/// outcome. What it throws is logged, and so is that there is none.
+/// Ends the trace of an exchange; logs the cause if it failed, and at level 4 every exchange; then calls the
+/// receiver with the outcome. What it throws is logged, and so is that there is none.
 /// @param pReceiver  may be null, or an empty function
 /// @param nLogLevel  lines above it are not made
 void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exchange, int nLogLevel) noexcept;

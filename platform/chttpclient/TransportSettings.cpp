@@ -1,5 +1,6 @@
 #include "TransportSettings.h"
 
+#include "platform/proxy/CurlProxy.h"
 #include "platform/system/Environment.h"
 #include "platform/text/LogWords.h"
 
@@ -24,12 +25,10 @@ std::chrono::milliseconds ReadTime(const char* szName, std::chrono::milliseconds
         EnvironmentNumber(szName, time.count(), {nMin, MAX_MILLISECONDS}, vecComplaints));
 }
 
-/// What libcurl reads for http and https.
 std::vector<std::string> ReadProxies()
 {
     std::vector<std::string> vecProxies;
-    for (const char* const szName :
-         {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"}) {
+    for (const char* const szName : PROXY_VARIABLES) {
         const std::string strValue = EnvironmentVariable(szName).value_or("");
         if (!strValue.empty()) {
             vecProxies.push_back(std::string(szName) + '=' + WithoutPassword(strValue));

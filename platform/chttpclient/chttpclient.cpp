@@ -1,6 +1,7 @@
 #include <ktshttpagent/chttpclient.h>
 
 #include "ExchangeStory.h"
+#include "Trace.h"
 #include "Transport.h"
 
 #include "platform/system/AtFork.h"
@@ -114,6 +115,11 @@ long long CHttpClientExchangeMicroseconds()
     }
     const auto duration = std::chrono::steady_clock::now() - pExchange->tpSent;
     return std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
+}
+
+void CHttpClientSetTrace(CHttpClientTrace fnTrace)
+{
+    chttpclient::SetTrace(fnTrace);
 }
 
 unsigned long long CHttpClientQueued()

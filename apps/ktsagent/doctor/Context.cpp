@@ -24,6 +24,12 @@ std::string Context::CaFile() const
     return pSetting != nullptr && pSetting->strOrigin == "environment" ? pSetting->strValue : "";
 }
 
+bool Context::HasTransportsSettings() const
+{
+    const SKtsSetting* const pSetting = FindSetting("KTSHTTPAGENT_SYNC_SETTINGS");
+    return pSetting != nullptr && pSetting->strValue == "transport";
+}
+
 std::string Context::PathOf(int nType) const
 {
     return VelCSDK::SDKFactory::GetInstance()->GetUrl(nType);

@@ -34,8 +34,8 @@ struct Context {
 
     Interface asynchronous{"asynchronous interface (libcurl)"};
     Interface blocking{"blocking interface (Qt)"};
-    QNetworkProxy proxyOfBlocking{QNetworkProxy::NoProxy};
-    QList<QHostAddress> lstAddresses; ///< of the server
+    QNetworkProxy proxyOfBlocking{QNetworkProxy::NoProxy}; ///< found by the proxy stage
+    QList<QHostAddress> lstAddresses;                      ///< of the server
     std::optional<QDateTime> optServerTime;
     QDateTime tpServerTime; ///< when that time arrived here
 
@@ -46,6 +46,8 @@ struct Context {
     const SKtsSetting* FindSetting(const std::string& strName) const;
     /// The endpoint path in force for a request type id.
     std::string PathOf(int nType) const;
+    /// Whether blocking calls have the transport's settings instead of Qt's.
+    bool HasTransportsSettings() const;
     /// The file of authorities of the asynchronous interface; empty for the system's.
     std::string CaFile() const;
     /// The interfaces that have not been found unable to reach the server.

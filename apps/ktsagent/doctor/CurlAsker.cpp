@@ -1,10 +1,13 @@
 #include "CurlAsker.h"
 
+#include "Verbose.h"
+
 #include <QString>
 
 #include <algorithm>
 #include <array>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -47,6 +50,7 @@ void Prepare(AskedByCurl& asked)
     curl_easy_setopt(pEasy, CURLOPT_WRITEDATA, static_cast<void*>(&asked));
     curl_easy_setopt(pEasy, CURLOPT_HEADERFUNCTION, &OnHeader);
     curl_easy_setopt(pEasy, CURLOPT_HEADERDATA, static_cast<void*>(&asked));
+    TraceHandle(pEasy);
 }
 
 void Finish(CURL* pEasy, CURLcode eResult)
@@ -71,9 +75,46 @@ void Finish(CURL* pEasy, CURLcode eResult)
             asked.arrError.front() == '\0' ? curl_easy_strerror(eResult) : asked.arrError.data();
         answer.strError = std::string(szError) + " (libcurl's error " + std::to_string(eResult) + ")";
     }
+    EndTrace(pEasy, eResult);
+}
+
+int OnPart(CURL* pEasy, curl_infotype eType, char* pBytes, std::size_t nBytes, void* /*pData*/)
+{
+    constexpr std::pair<curl_infotype, EKtsTrace> PARTS[] = {{CURLINFO_TEXT, EKtsTrace::Remark},
+                                                             {CURLINFO_HEADER_IN, EKtsTrace::ReplyHeader},
+                                                             {CURLINFO_HEADER_OUT, EKtsTrace::RequestHeader},
+                                                             {CURLINFO_DATA_IN, EKtsTrace::ReplyBody},
+                                                             {CURLINFO_DATA_OUT, EKtsTrace::RequestBody}};
+    for (const auto& [eOfLibcurl, ePart] : PARTS) {
+        if (eOfLibcurl == eType) {
+            ShowPart(ePart, {pBytes, nBytes}, pEasy);
+        }
+    }
+    return 0;
 }
 
 } // namespace
+
+void TraceHandle(CURL* pEasy)
+{
+    if (IsVerbose()) {
+        curl_easy_setopt(pEasy, CURLOPT_DEBUGFUNCTION, &OnPart);
+        curl_easy_setopt(pEasy, CURLOPT_VERBOSE, 1L);
+    }
+}
+
+void EndTrace(CURL* pEasy, CURLcode eResult)
+{
+    if (!IsVerbose()) {
+        return;
+    }
+    curl_off_t nMicroseconds = 0;
+    curl_easy_getinfo(pEasy, CURLINFO_TOTAL_TIME_T, &nMicroseconds);
+    ShowPart(EKtsTrace::End,
+             (eResult == CURLE_OK ? "" : std::string(curl_easy_strerror(eResult)) + "; ") + "ms: whole " +
+                 std::to_string(nMicroseconds / 1000),
+             pEasy);
+}
 
 void SetTransportOptions(CURL* pEasy, const std::string& strUrl, const std::string& strCaFile,
                          std::chrono::milliseconds timeout)

@@ -13,6 +13,11 @@
 void SetTransportOptions(CURL* pEasy, const std::string& strUrl, const std::string& strCaFile,
                          std::chrono::milliseconds timeout);
 
+/// Shows what the handle's exchange is made of, if the user wants to see that.
+void TraceHandle(CURL* pEasy);
+/// Ends that. Call it once for each handle, after its exchange.
+void EndTrace(CURL* pEasy, CURLcode eResult);
+
 /// Sends queries as the asynchronous interface does, with libcurl. Keeps connections between the calls.
 class CurlAsker
 {

@@ -3,7 +3,9 @@
 #include "AgentSession.h"
 #include "CommandOptions.h"
 #include "Exchange.h"
+#include "ProgressLine.h"
 #include "Report.h"
+#include "Verbose.h"
 
 #include "platform/text/Escaping.h"
 
@@ -39,6 +41,7 @@ StageReport RunTimed(const Stage& stage, Context& context)
 {
     QElapsedTimer clock;
     clock.start();
+    const ProgressLine progress(std::string("stage ") + stage.szName, context.timeout);
     Findings vecFindings = Run(stage, context);
     return {&stage, std::move(vecFindings), clock.elapsed()};
 }
@@ -109,5 +112,6 @@ void AddDoctorCommand(CLI::App& app, int& nExit)
         command, "--timeout", "milliseconds that each stage may wait; by default 5000",
         [pCall](int nValue) { pCall->nTimeoutMs = nValue; }, 1);
     command.add_flag("--json", pCall->bJson, "print one JSON object");
+    AddVerboseOption(command);
     command.callback([pCall, &nExit] { nExit = RunDoctor(*pCall); });
 }

@@ -121,7 +121,7 @@ Findings CheckHttp(Context& context)
         NoteTime(context, vecAnswers.back());
     }
     if (context.blocking.bReachesServer) {
-        const auto vecAnswers = AskInTurn(QtAsker(), strUrl, context.timeout / 2);
+        const auto vecAnswers = AskInTurn(QtAsker(context), strUrl, context.timeout / 2);
         vecFindings.push_back(Judge(context.blocking, vecAnswers));
         NoteTime(context, vecAnswers.back());
     }

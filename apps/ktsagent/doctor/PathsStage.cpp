@@ -27,7 +27,7 @@ std::vector<Asked> AskAll(const Context& context)
             {&context.asynchronous, CurlAsker(context.CaFile()).Ask(vecUrls, context.timeout / 2)});
     }
     if (context.blocking.bReachesServer) {
-        vecAsked.push_back({&context.blocking, QtAsker().Ask(vecUrls, context.timeout / 2)});
+        vecAsked.push_back({&context.blocking, QtAsker(context).Ask(vecUrls, context.timeout / 2)});
     }
     return vecAsked;
 }

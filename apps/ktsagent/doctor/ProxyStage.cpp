@@ -1,6 +1,7 @@
-#include "CurlProxy.h"
 #include "Reach.h"
 #include "Stages.h"
+
+#include "platform/proxy/CurlProxy.h"
 
 #include <QNetworkProxyFactory>
 #include <QNetworkProxyQuery>
@@ -53,20 +54,51 @@ Finding Direct(const Interface& interface)
     return {Mark::Ok, std::string("The ") + interface.szName + " uses no proxy for this server."};
 }
 
+/// The proxy of libcurl for the server.
+std::optional<CurlProxy> CurlsProxy(const Context& context)
+{
+    return CurlProxyFor(context.UsesTls() ? "https" : "http", context.Host().toStdString());
+}
+
+Proxy Described(const CurlProxy& proxy)
+{
+    return {QString::fromStdString(proxy.strHost), proxy.nPort, proxy.Shown(),
+            "variable " + proxy.strVariable};
+}
+
 Finding CheckAsynchronous(Context& context)
 {
-    const std::optional<CurlProxy> optProxy =
-        CurlProxyFor(context.UsesTls() ? "https" : "http", context.Host().toStdString());
+    const std::optional<CurlProxy> optProxy = CurlsProxy(context);
+    return optProxy ? Check(Described(*optProxy), context.asynchronous, context.timeout / 2)
+                    : Direct(context.asynchronous);
+}
+
+/// What blocking calls use with the transport's settings.
+Finding CheckBlockingAsTransport(Context& context)
+{
+    const std::optional<CurlProxy> optProxy = CurlsProxy(context);
     if (!optProxy) {
-        return Direct(context.asynchronous);
+        return Direct(context.blocking);
     }
-    return Check({QString::fromStdString(optProxy->strHost), optProxy->nPort, optProxy->strShown,
-                  "variable " + optProxy->strVariable},
-                 context.asynchronous, context.timeout / 2);
+    if (!optProxy->IsKnownToQt()) {
+        context.blocking.bReachesServer = false;
+        return {Mark::Failed,
+                std::string("The ") + context.blocking.szName + " can't use the proxy " + optProxy->Shown() +
+                    " (variable " + optProxy->strVariable + "): Qt does not know this kind of proxy.",
+                "Name a proxy of HTTP or SOCKS 5, or unset KTSHTTPAGENT_SYNC_SETTINGS."};
+    }
+    context.proxyOfBlocking = QNetworkProxy(
+        optProxy->IsSocks5() ? QNetworkProxy::Socks5Proxy : QNetworkProxy::HttpProxy,
+        QString::fromStdString(optProxy->strHost), static_cast<quint16>(optProxy->nPort),
+        QString::fromStdString(optProxy->strUser), QString::fromStdString(optProxy->strPassword));
+    return Check(Described(*optProxy), context.blocking, context.timeout / 2);
 }
 
 Finding CheckBlocking(Context& context)
 {
+    if (context.HasTransportsSettings()) {
+        return CheckBlockingAsTransport(context);
+    }
     const QUrl url(QString::fromStdString(context.strBaseUrl));
     const QList<QNetworkProxy> lstProxies =
         QNetworkProxyFactory::proxyForQuery(QNetworkProxyQuery(url)); // as Qt's network access does
@@ -89,7 +121,8 @@ Findings CheckProxy(Context& context)
     if (context.asynchronous.bUsesProxy != context.blocking.bUsesProxy) {
         vecFindings.push_back(
             {Mark::Warning, "The two interfaces reach the server by different ways.",
-             "Set http_proxy, https_proxy and no_proxy in small letters, which both read."});
+             "Set http_proxy, https_proxy and no_proxy in small letters, which both read; or "
+             "KTSHTTPAGENT_SYNC_SETTINGS=transport, which gives both the same."});
     }
     return vecFindings;
 }

@@ -1,5 +1,8 @@
 #include "QtAsker.h"
 
+#include "BlockingWay.h"
+#include "Verbose.h"
+
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QNetworkReply>
@@ -45,6 +48,34 @@ void Read(AskedByQt& asked)
     answer.strError = answer.bTimedOut ? "no whole reply in time" : reply.errorString().toStdString();
 }
 
+/// Shows a request to a user who wants to see it.
+void Show(const QNetworkRequest& request, const Asked* pAsked)
+{
+    if (IsVerbose()) {
+        ShowPart(EKtsTrace::RequestHeader, "GET " + request.url().toEncoded().toStdString() + "\r\n\r\n",
+                 pAsked);
+    }
+}
+
+/// Shows what came back, which Qt reports without its bytes.
+void Show(const Asked& asked)
+{
+    if (!IsVerbose()) {
+        return;
+    }
+    const HttpAnswer& answer = asked.answer;
+    std::string strHead = answer.nStatus == 0 ? "" : "HTTP " + std::to_string(answer.nStatus) + "\r\n";
+    for (const auto& [strName, strValue] : answer.mapHeaders) {
+        strHead.append(strName).append(": ").append(strValue).append("\r\n");
+    }
+    ShowPart(EKtsTrace::ReplyHeader, strHead.empty() ? "" : strHead + "\r\n", &asked);
+    ShowPart(EKtsTrace::ReplyBody, answer.strBody, &asked);
+    ShowPart(EKtsTrace::End,
+             (answer.strError.empty() ? "" : answer.strError + "; ") + "ms: whole " +
+                 std::to_string(answer.nMilliseconds),
+             &asked);
+}
+
 } // namespace
 
 std::vector<HttpAnswer> QtAsker::Ask(const std::vector<std::string>& vecUrls,
@@ -59,6 +90,8 @@ std::vector<HttpAnswer> QtAsker::Ask(const std::vector<std::string>& vecUrls,
         AskedByQt& asked = vecAsked[i];
         asked.answer.strUrl = vecUrls[i];
         QNetworkRequest request{QUrl(QString::fromStdString(vecUrls[i]))};
+        ApplyBlockingWay(m_context, m_manager, request);
+        Show(request, &asked);
         asked.pReply.reset(m_manager.get(request));
         QObject::connect(asked.pReply.get(), &QNetworkReply::finished, &loop, [&] {
             asked.answer.nMilliseconds = clock.elapsed();
@@ -78,6 +111,7 @@ std::vector<HttpAnswer> QtAsker::Ask(const std::vector<std::string>& vecUrls,
             asked.answer.nMilliseconds = clock.elapsed();
         }
         Read(asked);
+        Show(asked);
         vecAnswers.push_back(std::move(asked.answer));
     }
     return vecAnswers;

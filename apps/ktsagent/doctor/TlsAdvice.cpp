@@ -14,7 +14,8 @@ struct Advice {
 constexpr const char* RENEW = "Renew the server's certificate, and check the clock of this machine.";
 constexpr const char* TRUST =
     "Add the authority's certificate to the system's, which both interfaces read; CHTTPCLIENT_CA_FILE names "
-    "another file for the asynchronous interface only.";
+    "another file for the asynchronous interface, and with KTSHTTPAGENT_SYNC_SETTINGS=transport for the "
+    "blocking one too.";
 constexpr const char* NAME =
     "Name the server as its certificate does, or give it a certificate for this name.";
 constexpr const char* PLAIN = "This port may speak HTTP without TLS: try http instead of https.";

@@ -1,3 +1,4 @@
+#include "BlockingWay.h"
 #include "CurlAsker.h"
 #include "Stages.h"
 #include "TlsAdvice.h"
@@ -31,6 +32,12 @@ Finding Result(Interface& interface, const std::string& strError, const std::str
             TlsAdvice(strError)};
 }
 
+/// @param strCaFile  the file of authorities; empty for the system's
+std::string TrustedBy(const std::string& strCaFile)
+{
+    return strCaFile.empty() ? ", by the system's authorities" : ", by " + strCaFile;
+}
+
 Finding CheckAsynchronous(Context& context)
 {
     const std::unique_ptr<CURL, DeleteEasy> pEasy(curl_easy_init());
@@ -39,14 +46,15 @@ Finding CheckAsynchronous(Context& context)
     SetTransportOptions(pEasy.get(), context.strBaseUrl, strCaFile, context.timeout / 2);
     curl_easy_setopt(pEasy.get(), CURLOPT_ERRORBUFFER, arrError.data());
     curl_easy_setopt(pEasy.get(), CURLOPT_CONNECT_ONLY, 1L);
+    TraceHandle(pEasy.get());
     const CURLcode eResult = curl_easy_perform(pEasy.get());
+    EndTrace(pEasy.get(), eResult);
     std::string strError;
     if (eResult != CURLE_OK) {
         strError = std::string(arrError.front() == '\0' ? curl_easy_strerror(eResult) : arrError.data()) +
                    " (libcurl's error " + std::to_string(eResult) + ")";
     }
-    return Result(context.asynchronous, strError,
-                  strCaFile.empty() ? ", by the system's authorities" : ", by " + strCaFile);
+    return Result(context.asynchronous, strError, TrustedBy(strCaFile));
 }
 
 std::string ErrorOf(const QSslSocket& socket)
@@ -129,10 +137,11 @@ Findings CheckBlocking(Context& context)
     }
     QSslSocket socket;
     socket.setProxy(context.proxyOfBlocking);
+    socket.setSslConfiguration(TlsOfBlocking(context));
     socket.connectToHostEncrypted(context.Host(), static_cast<quint16>(context.server.nPort));
     const bool bEncrypted = socket.waitForEncrypted(static_cast<int>(context.timeout.count() / 2));
-    Findings vecFindings{
-        Result(context.blocking, bEncrypted ? "" : ErrorOf(socket), ", by the system's authorities")};
+    const std::string strCaFile = context.HasTransportsSettings() ? context.CaFile() : "";
+    Findings vecFindings{Result(context.blocking, bEncrypted ? "" : ErrorOf(socket), TrustedBy(strCaFile))};
     for (Finding& finding : Describe(socket.peerCertificateChain())) {
         vecFindings.push_back(std::move(finding));
     }

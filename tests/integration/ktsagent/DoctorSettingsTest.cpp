@@ -1,6 +1,7 @@
 // What "ktsagent doctor" says about the site's settings, which are files here, and about the log.
 
 #include "DoctorProcess.h"
+#include "ScriptedServer.h"
 
 #include <fstream>
 
@@ -18,6 +19,17 @@ protected:
     std::string WriteProfile(const std::string& strText) const
     {
         return WriteFile(QString(PLUGIN) + ".ini", strText).toStdString();
+    }
+};
+
+/// With the transport's settings for blocking calls.
+class DoctorOfEqualSettings : public DoctorProcess
+{
+protected:
+    DoctorOfEqualSettings()
+    {
+        qunsetenv("no_proxy");
+        qputenv("KTSHTTPAGENT_SYNC_SETTINGS", "transport");
     }
 };
 
@@ -79,6 +91,56 @@ TEST_F(DoctorOfSettings, NamesTheValuesInForceAndTheirFile)
     const std::string strSaid = Sentences(Examine(NOBODY).Object(), "settings", "ok");
     EXPECT_THAT(strSaid, HasSubstr("HttpUrlGetSupportVer is \"api/ver\", from " + strFile));
     EXPECT_THAT(strSaid, HasSubstr(strFile + " is read."));
+}
+
+// Qt itself does not read this variable.
+TEST_F(DoctorOfEqualSettings, FindsADeadProxyOfBothInterfaces)
+{
+    const RefusingPort port;
+    qputenv("all_proxy", "http://user:secret@" + Loopback(port.Port()).toLatin1());
+
+    const KtsagentRun run = Examine("laboratory.invalid:80");
+
+    const std::string strUses = " uses the proxy http://" + Loopback(port.Port()).toStdString() +
+                                " (variable all_proxy); no connection to it can be made";
+    ExpectFailure(run, "proxy", "The asynchronous interface (libcurl)" + strUses);
+    ExpectFailure(run, "proxy", "The blocking interface (Qt)" + strUses);
+    EXPECT_EQ(run.strOut.find("secret"), std::string::npos);
+}
+
+TEST_F(DoctorOfEqualSettings, FindsADeadProxyOfBothWithQtsOwnSettingsToo)
+{
+    qunsetenv("KTSHTTPAGENT_SYNC_SETTINGS");
+    const RefusingPort port;
+    qputenv("http_proxy", "http://user:secret@" + Loopback(port.Port()).toLatin1());
+
+    const KtsagentRun run = Examine("laboratory.invalid:80");
+
+    const std::string strProxy = Loopback(port.Port()).toStdString();
+    ExpectFailure(run, "proxy", "(libcurl) uses the proxy http://" + strProxy + " (variable http_proxy); ");
+    ExpectFailure(run, "proxy", "(Qt) uses the proxy " + strProxy + " (the system's, as Qt finds it); ");
+    EXPECT_EQ(run.strOut.find("secret"), std::string::npos);
+}
+
+TEST_F(DoctorOfEqualSettings, AsksThroughTheProxyOnBothInterfaces)
+{
+    const ScriptedServer proxy(ServerStep{HttpReply(200, R"({"success":true,"code":0})")});
+    qputenv("all_proxy", Loopback(proxy.Port()).toLatin1());
+
+    const KtsagentRun run = Examine("laboratory.invalid:80", {"--paths", "support-ver"});
+
+    EXPECT_THAT(Sentences(run.Object(), "paths", "ok"), HasSubstr("on both interfaces"));
+    EXPECT_EQ(Sentences(run.Object(), "proxy", "warning"), "");
+}
+
+TEST_F(DoctorOfEqualSettings, FindsAProxyThatQtDoesNotKnow)
+{
+    const RefusingPort port;
+    qputenv("http_proxy", "socks4://" + Loopback(port.Port()).toLatin1());
+    ExpectFailure(Examine("laboratory.invalid:80"), "proxy",
+                  "The blocking interface (Qt) can't use the proxy socks4://" +
+                      Loopback(port.Port()).toStdString() +
+                      " (variable http_proxy): Qt does not know this kind of proxy.");
 }
 
 TEST_F(DoctorOfTheLog, FindsAFolderThatCantBeMade)

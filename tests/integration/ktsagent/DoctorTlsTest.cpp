@@ -42,13 +42,15 @@ protected:
         }
     }
 
-    void Start(const char* szSubject, const char* szDays, const char* szCertificate = "server")
+    void Start(const char* szSubject, const char* szDays, const char* szCertificate = "server",
+               const std::string& strMore = "")
     {
         ASSERT_TRUE(MakeCertificates(Folder(), szSubject, szDays));
         const std::string strName = szCertificate;
         m_nginx.emplace(Folder(), " ssl",
-                        "ssl_certificate " + strName + ".pem; ssl_certificate_key " + strName +
-                            ".key; default_type application/json;\n"
+                        "ssl_certificate " + strName + ".pem; ssl_certificate_key " + strName + ".key; " +
+                            strMore +
+                            "default_type application/json;\n"
                             R"(location / { return 200 '{"success":true,"code":0}'; })");
     }
 
@@ -112,6 +114,34 @@ TEST_F(DoctorOfTls, FindsThatOnlyTheAsynchronousInterfaceKnowsTheAuthority)
     EXPECT_THAT(Sentences(run.Object(), "tls", "ok"),
                 HasSubstr("The asynchronous interface (libcurl) accepts the server's certificate"));
     EXPECT_THAT(Sentences(run.Object(), "paths", "ok"), HasSubstr("on the asynchronous interface"));
+}
+
+TEST_F(DoctorOfTls, FindsAServerThatOffersOnlyAnOutdatedVersion)
+{
+    Start(GOOD_NAME, "90", "server", "ssl_protocols TLSv1; ssl_ciphers DEFAULT@SECLEVEL=0; ");
+    KnowTheAuthority();
+
+    const KtsagentRun run = Examine(Url());
+
+    ExpectFailure(run, "tls", "The asynchronous interface (libcurl) makes no TLS connection: ");
+    ExpectFailure(run, "tls", "The blocking interface (Qt) makes no TLS connection: ");
+    EXPECT_THAT(Sentences(run.Object(), "tls", "FAILED"), HasSubstr("protocol"));
+}
+
+TEST_F(DoctorOfTls, LetsBothInterfacesKnowTheAuthorityIfTheyHaveTheSameSettings)
+{
+    qputenv("KTSHTTPAGENT_SYNC_SETTINGS", "transport");
+    Start(GOOD_NAME, "90");
+    KnowTheAuthority();
+
+    const KtsagentRun run = Examine(Url());
+
+    EXPECT_EQ(run.nExit, 0) << run.strOut;
+    const std::string strBy = "accepts the server's certificate, by " + (Folder() / "ca.pem").string();
+    EXPECT_THAT(Sentences(run.Object(), "tls", "ok"),
+                AllOf(HasSubstr("The asynchronous interface (libcurl) " + strBy),
+                      HasSubstr("The blocking interface (Qt) " + strBy)));
+    EXPECT_THAT(Sentences(run.Object(), "paths", "ok"), HasSubstr("on both interfaces"));
 }
 
 TEST_F(DoctorOfTls, SaysWhatTheServerShows)

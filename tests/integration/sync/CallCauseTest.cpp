@@ -154,6 +154,50 @@ TEST_F(CallLog, HasOneCauseOnEachInterfaceForAServerThatIsDown)
     ExpectCauses(refusing.Port(), {"Couldn't connect"}, {"Connection refused"});
 }
 
+TEST_F(CallLog, HasOneCauseOnEachInterfaceForASilentPort)
+{
+    qputenv("CHTTPCLIENT_CONNECT_TIMEOUT_MS", "500");
+    const BlackHolePort silent;
+    AskBoth(silent.Port(), FAULT_SHORT_MS);
+    ExpectCauses(silent.Port(), {"outcome -28: timed out connecting: "},
+                 {"timed out: no answer came within 500 ms"});
+}
+
+TEST_F(CallLog, HasOneCauseOnEachInterfaceForAWrongName)
+{
+    const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
+    Request().SendGetWhetherInCommon("laboratory.invalid", 8080, "X");
+    ASSERT_TRUE(spy.Wait(1));
+    bool bCommon = false;
+    Request().SendGetWhetherInCommonEx("laboratory.invalid", 8080, ENOUGH_MS, "X", bCommon);
+    EXPECT_THAT(Lines(" warning "),
+                ElementsAre(HasSubstr("Could not resolve host: laboratory.invalid"),
+                            AllOf(HasSubstr("Host laboratory.invalid not found"),
+                                  HasSubstr("server laboratory.invalid:8080, no proxy"))));
+}
+
+// Qt never asks a proxy for this machine, so the server is another one.
+TEST_F(CallLog, HasOneCauseOnEachInterfaceForADeadProxy)
+{
+    if (RunsUnderWine()) {
+        GTEST_SKIP() << "on Windows Qt takes proxies from the system's settings";
+    }
+    const RefusingPort refusing;
+    const std::string strProxy = "127.0.0.1:" + std::to_string(refusing.Port());
+    qputenv("http_proxy", QByteArray::fromStdString("http://user:SECRET@" + strProxy));
+    const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
+    Request().SendGetWhetherInCommon("laboratory.invalid", 8080, "X");
+    ASSERT_TRUE(spy.Wait(1));
+    bool bCommon = false;
+    Request().SendGetWhetherInCommonEx("laboratory.invalid", 8080, ENOUGH_MS, "X", bCommon);
+    EXPECT_THAT(Lines(" warning "),
+                ElementsAre(AllOf(HasSubstr("Couldn't connect"), HasSubstr("http://laboratory.invalid:8080/"),
+                                  HasSubstr("proxy http://user:***@" + strProxy)),
+                            AllOf(HasSubstr("Connection refused"),
+                                  HasSubstr("server laboratory.invalid:8080, proxy http://" + strProxy))));
+    EXPECT_THAT(m_folder.Lines(), Each(Not(HasSubstr("SECRET"))));
+}
+
 TEST_F(CallLog, HasEveryExchangeOfBothInterfacesAtLevel4)
 {
     const ScriptedServer server(ServerStep{HttpReply(200, R"({"success":true,"common":true})")});

@@ -88,7 +88,7 @@ TEST_P(CallSettings, AreComplainedAboutIfTheyAreUnknown)
     if (GetParam().bComplains) {
         EXPECT_THAT(m_folder.Lines(), complains);
     } else {
-        EXPECT_THAT(m_folder.Lines(), Not(Contains(HasSubstr("KTSHTTPAGENT_SYNC_SETTINGS"))));
+        EXPECT_THAT(m_folder.Lines(), Not(Contains(HasSubstr("KTSHTTPAGENT_SYNC_SETTINGS is"))));
     }
 }
 

@@ -2,6 +2,7 @@
 // certificates that are created here.
 
 #include "AnswerSpy.h"
+#include "ConnectingProxy.h"
 #include "Enough.h"
 #include "LogFolder.h"
 #include "Nginx.h"
@@ -33,7 +34,9 @@ struct TlsServer {
     const char* szDays;      ///< how long it is valid from now on
     const char* szProtocols; ///< null for none: it does not use TLS
     bool bKnown;
-    const char* szWhy = ""; ///< what a blocking call tells about it
+    const char* szWhy = "";      ///< what a blocking call tells about it
+    const char* szAsyncWhy = ""; ///< what the log tells about an asynchronous request to it
+    const char* szCertificate = "server";
 };
 
 void PrintTo(const TlsServer& peer, std::ostream* pStream)
@@ -55,9 +58,9 @@ protected:
         ASSERT_TRUE(MakeCertificates(m_folder.Path(), peer.szSubject, peer.szDays));
         const std::string strTls = peer.szProtocols == nullptr
                                        ? ""
-                                       : std::string("ssl_certificate server.pem; ssl_certificate_key "
-                                                     "server.key; ssl_ciphers DEFAULT@SECLEVEL=0; "
-                                                     "ssl_protocols ") +
+                                       : std::string("ssl_certificate ") + peer.szCertificate +
+                                             ".pem; ssl_certificate_key " + peer.szCertificate +
+                                             ".key; ssl_ciphers DEFAULT@SECLEVEL=0; ssl_protocols " +
                                              peer.szProtocols + ";\n";
         m_nginx.emplace(m_folder.Path(), peer.szProtocols == nullptr ? "" : " ssl",
                         strTls + "access_log access.log target; default_type application/json;\n"
@@ -99,9 +102,8 @@ protected:
         return vecCauses;
     }
 
-    const QString m_strHost = Nginx::ADDRESS;
+    const std::filesystem::path& Folder() const { return m_folder.Path(); }
 
-private:
     /// Makes both interfaces trust an authority.
     static void Trust(const std::filesystem::path& pathAuthority)
     {
@@ -112,6 +114,9 @@ private:
         QSslConfiguration::setDefaultConfiguration(configuration);
     }
 
+    const QString m_strHost = Nginx::ADDRESS;
+
+private:
     const LogFolder m_folder; ///< of the server's files too
     std::optional<Nginx> m_nginx;
 };
@@ -184,6 +189,68 @@ TEST_P(TlsWithTheTransportsSettings, TrustsItsAuthorities)
 INSTANTIATE_TEST_SUITE_P(Both, TlsWithTheTransportsSettings, ::testing::Bool(),
                          [](const auto& param) { return param.param ? "On" : "Off"; });
 
+/// OpenSSL is told to offer old versions of TLS too, which Debian's own settings exclude.
+class OutdatedTlsWithTheTransportsSettings : public TlsWithTheTransportsSettings
+{
+};
+
+TEST_P(OutdatedTlsWithTheTransportsSettings, IsRefused)
+{
+    if (!Nginx::IsInstalled()) {
+        GTEST_SKIP() << "nginx is not installed; ./dev setup does it";
+    }
+    const std::filesystem::path pathSettings = Folder() / "openssl.cnf";
+    std::ofstream(pathSettings)
+        << "openssl_conf = all\n[all]\nssl_conf = tls\n[tls]\nsystem_default = every\n"
+           "[every]\nMinProtocol = TLSv1\nCipherString = DEFAULT@SECLEVEL=0\n";
+    qputenv("KTSHTTPAGENT_SYNC_SETTINGS", GetParam() ? "transport" : "qt");
+    Start({"", GOOD_NAME, "2", "TLSv1.1", false});
+    qputenv("OPENSSL_CONF", QByteArray::fromStdString(pathSettings.string()));
+    Trust(Folder() / "ca.pem"); // the first use of OpenSSL in this process, which reads its settings now
+    bool bCommon = false;
+    EXPECT_EQ(CUIAgentReq::Instance()->SendGetWhetherInCommonEx(m_strHost, Port(), ENOUGH_MS, "X", bCommon),
+              !GetParam());
+    if (GetParam()) {
+        EXPECT_THAT(Causes(), ::testing::ElementsAre(::testing::HasSubstr("SSL handshake failed")));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, OutdatedTlsWithTheTransportsSettings, ::testing::Bool(),
+                         [](const auto& param) { return param.param ? "On" : "Off"; });
+
+/// A proxy that every call must go through.
+class TlsThroughAProxyWithTheTransportsSettings : public TlsWithTheTransportsSettings
+{
+};
+
+// Such a proxy answers in the server's place, with a certificate of its own authority.
+TEST_P(TlsThroughAProxyWithTheTransportsSettings, TrustsTheAuthorityOfAProxyThatReadsTheTraffic)
+{
+    if (!Nginx::IsInstalled()) {
+        GTEST_SKIP() << "nginx is not installed; ./dev setup does it";
+    }
+    qputenv("KTSHTTPAGENT_SYNC_SETTINGS", "transport");
+    Start({"", "DNS:laboratory.invalid", "2", GOOD_PROTOCOLS, false});
+    const ConnectingProxy proxy(Nginx::ADDRESS, Port());
+    qputenv("https_proxy", "http://127.0.0.1:" + QByteArray::number(proxy.Port()));
+    if (GetParam()) {
+        TrustInTransport();
+    }
+    bool bCommon = false;
+    EXPECT_EQ(
+        CUIAgentReq::Instance()->SendGetWhetherInCommonEx("laboratory.invalid", 443, ENOUGH_MS, "X", bCommon),
+        GetParam());
+    EXPECT_THAT(proxy.Request(), ::testing::StartsWith("CONNECT laboratory.invalid:443 "));
+    if (!GetParam()) {
+        EXPECT_THAT(Causes(),
+                    ::testing::ElementsAre(::testing::AllOf(
+                        ::testing::HasSubstr("issuer"), ::testing::HasSubstr("proxy http://127.0.0.1:"))));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Known, TlsThroughAProxyWithTheTransportsSettings, ::testing::Bool(),
+                         [](const auto& param) { return param.param ? "Known" : "Unknown"; });
+
 class TlsToABadServer : public TlsTo
 {
 };
@@ -209,21 +276,28 @@ TEST_P(TlsToABadServer, FailsOnBothInterfacesAndNothingIsSentInClear)
     const std::string strServer = "https://127.0.0.2:" + std::to_string(Port()) + "/";
     EXPECT_THAT(Causes(),
                 ::testing::ElementsAre(
-                    ::testing::AllOf(::testing::HasSubstr("chttpclient"), ::testing::HasSubstr(strServer)),
+                    ::testing::AllOf(::testing::HasSubstr("chttpclient"), ::testing::HasSubstr(strServer),
+                                     ::testing::HasSubstr(GetParam().szAsyncWhy)),
                     ::testing::AllOf(::testing::HasSubstr("CUIAgentReq::Exchange:2 failed: GET " + strServer),
                                      ::testing::HasSubstr(GetParam().szWhy))));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Each, TlsToABadServer,
-    ::testing::Values(
-        TlsServer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false, "issuer"},
-        TlsServer{"ThatExpired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true, "has expired"},
-        TlsServer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true,
-                  "host name did not match"},
-        TlsServer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true, "host name did not match"},
-        TlsServer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true, "SSL handshake failed"},
-        TlsServer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, "SSL handshake failed"}),
+    ::testing::Values(TlsServer{"OfAnUnknownAuthority", GOOD_NAME, "2", GOOD_PROTOCOLS, false, "issuer",
+                                "unable to get local issuer certificate"},
+                      TlsServer{"ThatSignedItsOwnCertificate", GOOD_NAME, "2", GOOD_PROTOCOLS, false,
+                                "self-signed", "self-signed certificate", "ca"},
+                      TlsServer{"ThatExpired", GOOD_NAME, "-1", GOOD_PROTOCOLS, true, "has expired",
+                                "has expired"},
+                      TlsServer{"OfAnotherName", "DNS:elsewhere.invalid", "2", GOOD_PROTOCOLS, true,
+                                "host name did not match", "no alternative certificate subject name"},
+                      TlsServer{"OfAnotherAddress", "IP:127.0.0.1", "2", GOOD_PROTOCOLS, true,
+                                "host name did not match", "no alternative certificate subject name"},
+                      TlsServer{"WithAnOutdatedProtocol", GOOD_NAME, "2", "TLSv1", true,
+                                "SSL handshake failed", "protocol"},
+                      TlsServer{"ThatSpeaksPlainly", GOOD_NAME, "2", nullptr, true, "SSL handshake failed",
+                                "wrong version number"}),
     ::testing::PrintToStringParamName());
 
 } // namespace
