@@ -49,7 +49,7 @@ void Read(AskedByQt& asked)
 }
 
 /// Shows a request to a user who wants to see it.
-void Show(const QNetworkRequest& request, const Asked* pAsked)
+void Show(const QNetworkRequest& request, const AskedByQt* pAsked)
 {
     if (IsVerbose()) {
         ShowPart(EKtsTrace::RequestHeader, "GET " + request.url().toEncoded().toStdString() + "\r\n\r\n",
@@ -58,7 +58,7 @@ void Show(const QNetworkRequest& request, const Asked* pAsked)
 }
 
 /// Shows what came back, which Qt reports without its bytes.
-void Show(const Asked& asked)
+void Show(const AskedByQt& asked)
 {
     if (!IsVerbose()) {
         return;

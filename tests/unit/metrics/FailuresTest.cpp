@@ -53,6 +53,20 @@ INSTANTIATE_TEST_SUITE_P(Each, FailureClass,
                                          Classed{500, EKtsFailure::HttpStatus},
                                          Classed{-999, EKtsFailure::Other}));
 
+TEST(Failures, ShowThatTheServerCanNotBeReachedIfItGaveNoAnswer)
+{
+    std::set<EKtsFailure> setUnreached;
+    for (std::size_t nFailure = 0; nFailure < KTS_FAILURES; ++nFailure) {
+        if (metrics::IsUnreached(static_cast<EKtsFailure>(nFailure))) {
+            setUnreached.insert(static_cast<EKtsFailure>(nFailure));
+        }
+    }
+    EXPECT_THAT(setUnreached,
+                testing::UnorderedElementsAre(EKtsFailure::NameNotFound, EKtsFailure::NotConnected,
+                                              EKtsFailure::TlsFailed, EKtsFailure::TimedOut,
+                                              EKtsFailure::ConnectionLost));
+}
+
 TEST(FailureNames, AreAllDifferent)
 {
     std::set<std::string> setNames;

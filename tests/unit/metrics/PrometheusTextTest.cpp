@@ -6,6 +6,7 @@
 #include <chrono>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -90,11 +91,14 @@ TEST(PrometheusText, DescribesEachNameBeforeItsValues)
     figures.vecRequests.back().nType = 3110;
     std::vector<std::string> vecDescribed;
     std::string strCurrent;
+    std::string strBefore;
     for (const std::string& strLine : LinesOf(figures)) {
         const std::string TYPE = "# TYPE ";
+        const std::string strPrevious = std::exchange(strBefore, strLine);
         if (strLine.rfind(TYPE, 0) == 0) {
             strCurrent = strLine.substr(TYPE.size(), strLine.find(' ', TYPE.size()) - TYPE.size());
             EXPECT_THAT(vecDescribed, testing::Not(Contains(strCurrent)));
+            EXPECT_THAT(strPrevious, testing::StartsWith("# HELP " + strCurrent + ' '));
             vecDescribed.push_back(strCurrent);
         } else if (strLine.rfind('#', 0) != 0) {
             EXPECT_THAT(strLine, testing::StartsWith(strCurrent));

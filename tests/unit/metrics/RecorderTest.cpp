@@ -33,6 +33,7 @@ TEST(Metrics, AreEmptyBeforeTheFirstRequest)
     EXPECT_EQ(all.nQueued, 0U);
     EXPECT_EQ(all.tpLastSuccess, system_clock::time_point());
     EXPECT_EQ(all.tpLastFailure, system_clock::time_point());
+    EXPECT_EQ(all.nLastFailureType, 0);
     EXPECT_EQ(all.strLastFailure, "");
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace
@@ -76,6 +77,28 @@ TEST(Servers, TellAnObserverNothingAfterItsRemoval)
     }
     metrics::NoteReached("http://lab:80/");
     EXPECT_EQ(stays.All().size(), 2U);
+}
+
+TEST(Servers, MayBeLostAndFoundWhileObserversComeAndGo)
+{
+    const Told stays;
+    std::vector<std::thread> vecThreads;
+    for (int nThread = 0; nThread < 4; ++nThread) {
+        vecThreads.emplace_back([nThread] {
+            const std::string strUrl = "http://lab:" + std::to_string(nThread) + "/";
+            for (int nTurn = 0; nTurn < 200; ++nTurn) {
+                const Told passes;
+                metrics::NoteUnreached(strUrl, "late");
+                EXPECT_THAT(metrics::LostServers(), testing::Contains(strUrl.substr(0, strUrl.size() - 1)));
+                metrics::NoteReached(strUrl);
+            }
+        });
+    }
+    for (std::thread& thread : vecThreads) {
+        thread.join();
+    }
+    EXPECT_THAT(metrics::LostServers(), IsEmpty());
+    EXPECT_EQ(stays.All().size(), 2U * 4U * 200U);
 }
 
 } // namespace
