@@ -2,6 +2,7 @@
 
 #include "labserver/LabFaults.h"
 #include "labserver/LabHttp.h"
+#include "labserver/LabKeyClaim.h"
 #include "labserver/LabRoutes.h"
 #include "labserver/LabStore.h"
 
@@ -79,6 +80,7 @@ private:
     std::atomic<int> m_nPort{0};
     ExchangeLog m_exchanges;
     LabFaults m_faults;
+    LabKeysInWork m_keys;
     std::unique_ptr<LabStore> m_pStore;
     std::unique_ptr<LabHttp> m_pHttp; ///< last, so that serving ends before the others are destroyed
 };
@@ -105,14 +107,19 @@ int LabServer::Impl::Start()
 void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request& request,
                              httplib::Response& response)
 {
+    // A report is being worked on from now on, also while a fault delays it.
+    LabKeyClaim claim(m_keys, TakesReports(request.method, strPath) ? KeyOf(request) : LabKey());
     // Operator paths are exempt, or a fault could keep faults from being cleared.
     const auto fault = IsOperatorPath(strPath) ? std::nullopt : m_faults.Take(strPath);
     const bool bHandled = !fault || IsHandled(*fault);
+    if (!bHandled) {
+        claim.Release();
+    }
     if (fault) {
         LabHttp::Current().Pause(std::chrono::milliseconds(fault->nDelayMs));
     }
     if (bHandled) {
-        LabContext context{*m_pStore, m_faults};
+        LabContext context{*m_pStore, m_faults, claim};
         AnswerRequest(context, strPath, request, response);
     }
     if (fault) {
