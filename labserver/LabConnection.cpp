@@ -28,7 +28,7 @@ LabConnection::LabConnection(Socket nSocket, const StopSignal& stop, millisecond
 
 LabConnection::~LabConnection()
 {
-    if (IsReset()) {
+    if (m_eEnd == End::Reset) {
         // Closing with a linger time of zero sends a reset.
         SetSocketOption(m_nSocket, SOL_SOCKET, SO_LINGER, linger{1, 0});
     }
@@ -45,7 +45,10 @@ bool LabConnection::WaitForRequest()
 
 bool LabConnection::FinishReply()
 {
-    if (IsReset()) {
+    if (m_eEnd == End::Silent) {
+        StaySilent();
+    }
+    if (!HasReply()) {
         return false;
     }
     if (m_eEnd == End::Truncated) {
@@ -189,4 +192,15 @@ void LabConnection::ReadAway()
            ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) > 0 &&
            std::chrono::steady_clock::now() < end) {
     }
+}
+
+/// Reads and discards what the client sends until it leaves or the server must stop.
+void LabConnection::StaySilent()
+{
+    constexpr int FOR_EVER = -1;
+    m_vecIn.resize(READ_SIZE);
+    pollfd events[] = {{m_nSocket, POLLIN, 0}, {m_stop.Descriptor(), POLLIN, 0}};
+    do {
+        PollSockets(events, std::size(events), FOR_EVER);
+    } while (events[1].revents == 0 && ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) > 0);
 }

@@ -38,7 +38,8 @@ public:
 
     void TruncateReply() { m_eEnd = End::Truncated; } ///< only half of this reply's body will be sent
     void ResetReply() { m_eEnd = End::Reset; }        ///< a reset will be sent instead of this reply
-    bool IsReset() const { return m_eEnd == End::Reset; }
+    void SilenceReply() { m_eEnd = End::Silent; }     ///< this reply is not sent, and nothing else is
+    bool HasReply() const { return m_eEnd != End::Reset && m_eEnd != End::Silent; }
 
     /// This request's body will not be read: the connection ends after the reply. What still arrives is read
     /// and discarded for a moment, since closing a connection with unread bytes resets it, and the reply
@@ -60,7 +61,7 @@ public:
     socket_t socket() const override { return m_nSocket; }
 
 private:
-    enum class End { Kept, BodyUnread, Truncated, Reset };
+    enum class End { Kept, BodyUnread, Truncated, Reset, Silent };
 
     void BeginToWait() { m_end = std::chrono::steady_clock::now() + m_patience; }
     std::chrono::milliseconds TimeForNextBytes() const;
@@ -72,6 +73,7 @@ private:
     bool Fill();
     bool Flush();
     void ReadAway();
+    void StaySilent();
 
     Socket m_nSocket;
     const StopSignal& m_stop;

@@ -8,6 +8,7 @@ enum class LabFaultKind {
     Reply,    ///< answered with the fault's status and body, without being handled
     Truncate, ///< handled, but only half of the reply's body is sent before the connection is closed
     Reset,    ///< not handled, and the connection is reset instead of a reply
+    Silence,  ///< not handled, and no reply comes; the connection stays open until the client leaves
 };
 
 /// One scripted fault, for the next requests to one path.
@@ -20,4 +21,13 @@ struct LabFault {
     int nStatus = 200;   ///< HTTP status of a Reply
     std::string strBody; ///< body of a Reply, sent as it stands
     std::string strContentType = "application/json; charset=utf-8"; ///< of a Reply
+    /// For a Reply, a Reset and a Silence: the request is handled first all the same. So a report is stored,
+    /// but its acknowledgement is lost.
+    bool bStored = false;
 };
+
+/// Whether a request that a fault hits is handled as if there were no fault.
+inline bool IsHandled(const LabFault& fault)
+{
+    return fault.eKind == LabFaultKind::Delay || fault.eKind == LabFaultKind::Truncate || fault.bStored;
+}

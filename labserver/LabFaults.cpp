@@ -15,7 +15,7 @@ constexpr LabField PATH_FIELD{"path", LabType::Text};
 constexpr LabField OPTIONAL_FIELDS[] = {
     {"count", LabType::Integer}, {"delayMs", LabType::Integer},  {"status", LabType::Integer},
     {"body", LabType::Text},     {"contentType", LabType::Text}, {"truncate", LabType::Flag},
-    {"reset", LabType::Flag},
+    {"reset", LabType::Flag},    {"silence", LabType::Flag},     {"stored", LabType::Flag},
 };
 
 /// An optional integer member within bounds.
@@ -34,8 +34,11 @@ LabFaultKind FaultKindOf(const Json::Value& value)
     const bool bReply = value.isMember("status") || value.isMember("body");
     const bool bTruncate = value.get("truncate", false).asBool();
     const bool bReset = value.get("reset", false).asBool();
-    if (bReply + bTruncate + bReset > 1) {
-        throw LabError(400, "A fault is a reply (\"status\", \"body\"), \"truncate\" or \"reset\", not two.");
+    const bool bSilence = value.get("silence", false).asBool();
+    if (bReply + bTruncate + bReset + bSilence > 1) {
+        throw LabError(400,
+                       "A fault is a reply (\"status\", \"body\"), \"truncate\", \"reset\" or \"silence\", "
+                       "not two of them.");
     }
     if (bReply) {
         return LabFaultKind::Reply;
@@ -46,10 +49,24 @@ LabFaultKind FaultKindOf(const Json::Value& value)
     if (bReset) {
         return LabFaultKind::Reset;
     }
+    if (bSilence) {
+        return LabFaultKind::Silence;
+    }
     if (!value.isMember("delayMs")) {
         throw LabError(400, "The fault does nothing.");
     }
     return LabFaultKind::Delay;
+}
+
+/// Reads whether a request is handled although the fault, whose kind is set, says otherwise.
+bool StoredOf(const Json::Value& value, const LabFault& fault)
+{
+    const bool bStored = value.get("stored", false).asBool();
+    if (bStored && IsHandled(fault)) {
+        throw LabError(400,
+                       "\"stored\" goes with \"reset\", \"silence\" or a reply: other faults store anyway.");
+    }
+    return bStored;
 }
 
 std::string WithoutSlash(const std::string& strPath)
@@ -84,6 +101,12 @@ Json::Value JsonOf(const LabFault& fault)
     case LabFaultKind::Reset:
         value["reset"] = true;
         break;
+    case LabFaultKind::Silence:
+        value["silence"] = true;
+        break;
+    }
+    if (fault.bStored) {
+        value["stored"] = true;
     }
     return value;
 }
@@ -146,6 +169,7 @@ LabFault FaultFromJson(const Json::Value& value)
     fault.strPath = value["path"].asString();
     fault.nCount = BoundedMember(value, "count", 1, 1, MAX_COUNT);
     fault.eKind = FaultKindOf(value);
+    fault.bStored = StoredOf(value, fault);
     fault.nDelayMs = BoundedMember(value, "delayMs", 0, 0, MAX_DELAY_MS);
     fault.nStatus = BoundedMember(value, "status", fault.nStatus, 200, 599);
     fault.strBody =

@@ -28,6 +28,7 @@ private:
 };
 
 /// Reads a fault as operators write it: "path"; "count" (default 1); "delayMs"; and at most one of
-/// "truncate", "reset", and a reply given by "status", "body" or both.
+/// "truncate", "reset", "silence", and a reply given by "status", "body" or both. With a reset, a silence or
+/// a reply, "stored" may be true.
 /// @throws LabError (400) when it describes no fault, or an impossible one
 LabFault FaultFromJson(const Json::Value& value);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "labserver/LabFaults.h"
+#include "labserver/LabKeyClaim.h"
 #include "labserver/LabStore.h"
 
 #include <functional>
@@ -12,6 +13,7 @@
 struct LabContext {
     LabStore& store;
     LabFaults& faults;
+    const LabKeyClaim& claim; ///< to the request's key, if it brings a report and a key
 };
 
 /// A request as passed to its handler.

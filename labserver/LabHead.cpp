@@ -7,11 +7,33 @@
 namespace
 {
 
+/// The name in a header line, in lower case.
+std::string NameOf(const std::string& strLine)
+{
+    return LowerCase(strLine.substr(0, strLine.find(':')));
+}
+
 /// Whether a header line asks for ranges of the reply's body.
 bool AsksForRanges(const std::string& strLine)
 {
-    const std::string strName = LowerCase(strLine.substr(0, strLine.find(':')));
+    const std::string strName = NameOf(strLine);
     return strName == "range" || strName == "if-range";
+}
+
+/// Changes the line with a report's key, so that httplib passes the key on as it came. httplib would decode
+/// percent signs, and then two keys could be taken for one; and it would drop a line without a value.
+void ProtectKey(std::string& strLine)
+{
+    if (NameOf(strLine) != "idempotency-key") {
+        return;
+    }
+    const std::size_t nValue = strLine.find(':') + 1;
+    if (strLine.find_first_not_of(" \t\r\n", nValue) == std::string::npos) {
+        strLine.insert(nValue, "\"\"");
+    }
+    for (std::size_t i = nValue; (i = strLine.find('%', i)) != std::string::npos; i += 3) {
+        strLine.replace(i, 1, "%25");
+    }
 }
 
 } // namespace
@@ -72,6 +94,7 @@ void LabHead::EndHeaderLine()
     } else if (m_nLines > MAX_LINES) {
         m_refusal = {431, "The request's header has more than " + std::to_string(MAX_LINES) + " lines."};
     } else if (!AsksForRanges(m_strTaking)) {
+        ProtectKey(m_strTaking);
         m_strLine.swap(m_strTaking);
     }
 }

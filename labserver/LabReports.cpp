@@ -2,9 +2,11 @@
 
 #include "labserver/LabJson.h"
 #include "labserver/LabQueries.h"
+#include "labserver/LabRepeats.h"
 #include "labserver/LabTables.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace
 {
@@ -42,27 +44,32 @@ std::string TextOf(const Json::Value& value, const std::string& strBody)
     return strBody.substr(nStart, static_cast<size_t>(value.getOffsetLimit()) - nStart);
 }
 
-std::int64_t StoreRow(LabStore& store, const LabReportKind& kind, const LabRequest& request)
+/// The field of a report that comes in the query; empty if its kind has none, or if it is missing.
+std::string TextInQuery(const LabReportKind& kind, const LabRequest& request)
+{
+    return kind.szQueryField != nullptr ? request.http.get_param_value(kind.szQueryField) : std::string();
+}
+
+/// Reads a report, and checks that it can be stored.
+Json::Value ReadReport(const LabReportKind& kind, const LabRequest& request)
 {
     Json::Value report = ParseJson(request.http.body);
+    if (kind.pElements != nullptr) {
+        return report;
+    }
     if (kind.szQueryField != nullptr && report.isObject()) {
         report[kind.szQueryField] = QueryText(request, kind.szQueryField);
     }
     RequireRow(report, kind.table);
-    LabTransaction transaction(store);
-    const std::int64_t nId = transaction.Insert(kind.table, report);
-    transaction.Commit();
-    return nId;
+    return report;
 }
 
 /// A body that is not an array counts as a list with that one element.
-std::int64_t StoreList(LabStore& store, const LabReportKind& kind, const LabRequest& request)
+std::int64_t InsertList(LabTransaction& transaction, const LabReportKind& kind, const Json::Value& body,
+                        const std::string& strBody)
 {
-    const std::string& strBody = request.http.body;
-    const Json::Value body = ParseJson(strBody);
     Json::Value report(Json::objectValue);
     report["isArray"] = body.isArray();
-    LabTransaction transaction(store);
     const std::int64_t nId = transaction.Insert(kind.table, report);
     Json::Value row(Json::objectValue);
     row["report"] = Json::Int64{nId};
@@ -72,8 +79,58 @@ std::int64_t StoreList(LabStore& store, const LabReportKind& kind, const LabRequ
         row["element"] = TextOf(body.isArray() ? body[nElement] : body, strBody);
         transaction.Insert(*kind.pElements, row);
     }
+    return nId;
+}
+
+std::int64_t Insert(LabTransaction& transaction, const LabReportKind& kind, const Json::Value& report,
+                    const std::string& strBody)
+{
+    return kind.pElements == nullptr ? transaction.Insert(kind.table, report)
+                                     : InsertList(transaction, kind, report, strBody);
+}
+
+std::int64_t Store(LabStore& store, const LabReportKind& kind, const LabRequest& request)
+{
+    const Json::Value report = ReadReport(kind, request);
+    LabTransaction transaction(store);
+    const std::int64_t nId = Insert(transaction, kind, report, request.http.body);
     transaction.Commit();
     return nId;
+}
+
+/// Looks for the report of a key, as CountRepeat() does, in a transaction of its own.
+std::optional<std::int64_t> FindRepeat(LabStore& store, const LabKeyedReport& keyed)
+{
+    LabTransaction transaction(store);
+    const std::optional<std::int64_t> optId = CountRepeat(transaction, keyed);
+    transaction.Commit();
+    return optId;
+}
+
+/// Stores a report and its key together, unless the key was kept before.
+/// @return the id of the report, which a repeated one shares with the first
+std::int64_t StoreOnce(LabContext& context, const LabReportKind& kind, const LabRequest& request)
+{
+    const std::string& strBody = request.http.body;
+    const LabKeyedReport keyed{context.claim.Key().strText, kind.strName,
+                               FingerprintOf(kind.strName, TextInQuery(kind, request), strBody)};
+    // Another report with the key is said to be so even if it could not be stored.
+    if (const auto optId = FindRepeat(context.store, keyed)) {
+        return *optId;
+    }
+    if (!context.claim.IsHeld()) {
+        throw LabError(409, "A report with the same Idempotency-Key is still being worked on.");
+    }
+    const Json::Value report = ReadReport(kind, request);
+    LabTransaction transaction(context.store);
+    // Another server with the same data file may have kept the key meanwhile.
+    std::optional<std::int64_t> optId = CountRepeat(transaction, keyed);
+    if (!optId) {
+        optId = Insert(transaction, kind, report, strBody);
+        KeepKey(transaction, keyed, *optId);
+    }
+    transaction.Commit();
+    return *optId;
 }
 
 /// One acknowledgement with everything that clients may check: "success"; "code" and "message"; or "msg".
@@ -120,8 +177,12 @@ LabHandler ReportHandler(const char* szKind)
 {
     const LabReportKind& kind = KindOf(szKind);
     return [&kind](LabContext& context, const LabRequest& request) {
-        const auto pfnStore = kind.pElements == nullptr ? StoreRow : StoreList;
-        return Acknowledgement(pfnStore(context.store, kind, request));
+        const LabKey& key = context.claim.Key();
+        if (!key.strFlaw.empty()) {
+            throw LabError(400, key.strFlaw);
+        }
+        return Acknowledgement(key.strText.empty() ? Store(context.store, kind, request)
+                                                   : StoreOnce(context, kind, request));
     };
 }
 
@@ -140,6 +201,7 @@ Json::Value ListReports(LabContext& context, const LabRequest& request)
         report["report"] = ReportOf(context.store, kind, row);
         reports.append(report);
     }
+    AddKeys(context.store, kind.strName, reports);
     Json::Value reply(Json::objectValue);
     reply["count"] = Json::Int64{context.store.Count(kind.table)};
     reply["reports"] = reports;

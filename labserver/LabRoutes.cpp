@@ -6,6 +6,8 @@
 #include "labserver/LabReports.h"
 #include "labserver/LabTables.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -13,7 +15,13 @@ struct LabRoute {
     std::string strMethod;
     std::string strPath; ///< one that ends in "/" stands for every path with one more segment
     LabHandler fnAnswer;
+    bool bReport = false; ///< whether the requests bring reports
 };
+
+LabRoute ReportRoute(const char* szPath, const char* szKind)
+{
+    return {"POST", szPath, ReportHandler(szKind), true};
+}
 
 const std::vector<LabRoute>& Routes()
 {
@@ -26,12 +34,12 @@ const std::vector<LabRoute>& Routes()
         {"GET", "/vomd/system/xmmb/getFtpFilePath.action", AnswerFtpFilePath},
         {"GET", "/vomd/system/channelCheckData.action", AnswerChannelCheckData},
         {"GET", "/vomd/system/whetherInCommon.action", AnswerWhetherInCommon},
-        {"POST", "/vomd/system/addstatuslog.action", ReportHandler("channel-status")},
-        {"POST", "/vomd/system/incubatorStatus.action", ReportHandler("incubator-status")},
-        {"POST", "/dev-api/connector/DataCollectionController_KR_KR/saveData", ReportHandler("battery-data")},
-        {"POST", "/open/test-cabinet/add/kostrel/cycle", ReportHandler("cycle-data")},
-        {"POST", "/open/test-cabinet/add/kostrel/step", ReportHandler("step-data")},
-        {"POST", "/core/api/public/orn/qm/autoWriteInspection", ReportHandler("orn-step-data")},
+        ReportRoute("/vomd/system/addstatuslog.action", "channel-status"),
+        ReportRoute("/vomd/system/incubatorStatus.action", "incubator-status"),
+        ReportRoute("/dev-api/connector/DataCollectionController_KR_KR/saveData", "battery-data"),
+        ReportRoute("/open/test-cabinet/add/kostrel/cycle", "cycle-data"),
+        ReportRoute("/open/test-cabinet/add/kostrel/step", "step-data"),
+        ReportRoute("/core/api/public/orn/qm/autoWriteInspection", "orn-step-data"),
         {"GET", "/lab/reports/", ListReports},
         {"GET", "/lab/channel-rules", ListHandler(labtables::CHANNEL_RULES)},
         {"POST", "/lab/channel-rules", AddHandler(labtables::CHANNEL_RULES)},
@@ -88,6 +96,14 @@ void Refuse(httplib::Response& response, int nStatus, const std::string& strWhy)
 }
 
 } // namespace
+
+bool TakesReports(const std::string& strMethod, const std::string& strPath)
+{
+    const auto& vecRoutes = Routes();
+    return std::any_of(vecRoutes.begin(), vecRoutes.end(), [&](const LabRoute& route) {
+        return route.bReport && route.strMethod == strMethod && route.strPath == strPath;
+    });
+}
 
 void AnswerRequest(LabContext& context, const std::string& strPath, const httplib::Request& request,
                    httplib::Response& response)

@@ -2,7 +2,7 @@
 
 #include "labserver/LabFaults.h"
 #include "labserver/LabHttp.h"
-#include "labserver/LabJson.h"
+#include "labserver/LabKeyClaim.h"
 #include "labserver/LabRoutes.h"
 #include "labserver/LabStore.h"
 
@@ -73,13 +73,14 @@ public:
 
 private:
     void Answer(const std::string& strPath, const httplib::Request& request, httplib::Response& response);
-    void Fail(const LabFault& fault, const std::function<void()>& fnHandle, httplib::Response& response);
+    static void Fail(const LabFault& fault, httplib::Response& response);
     void Record(const httplib::Request& request, const httplib::Response& response);
 
     const LabServerOptions m_options;
     std::atomic<int> m_nPort{0};
     ExchangeLog m_exchanges;
     LabFaults m_faults;
+    LabKeysInWork m_keys;
     std::unique_ptr<LabStore> m_pStore;
     std::unique_ptr<LabHttp> m_pHttp; ///< last, so that serving ends before the others are destroyed
 };
@@ -106,27 +107,31 @@ int LabServer::Impl::Start()
 void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request& request,
                              httplib::Response& response)
 {
-    const auto fnHandle = [&] {
-        LabContext context{*m_pStore, m_faults};
-        AnswerRequest(context, strPath, request, response);
-    };
+    // A report is being worked on from now on, also while a fault delays it.
+    LabKeyClaim claim(m_keys, TakesReports(request.method, strPath) ? KeyOf(request) : LabKey());
     // Operator paths are exempt, or a fault could keep faults from being cleared.
     const auto fault = IsOperatorPath(strPath) ? std::nullopt : m_faults.Take(strPath);
+    const bool bHandled = !fault || IsHandled(*fault);
+    if (!bHandled) {
+        claim.Release();
+    }
     if (fault) {
-        Fail(*fault, fnHandle, response);
-    } else {
-        fnHandle();
+        LabHttp::Current().Pause(std::chrono::milliseconds(fault->nDelayMs));
+    }
+    if (bHandled) {
+        LabContext context{*m_pStore, m_faults, claim};
+        AnswerRequest(context, strPath, request, response);
+    }
+    if (fault) {
+        Fail(*fault, response);
     }
 }
 
-/// @param fnHandle handles the request as if there were no fault
-void LabServer::Impl::Fail(const LabFault& fault, const std::function<void()>& fnHandle,
-                           httplib::Response& response)
+/// Does to a reply what a fault does to it.
+void LabServer::Impl::Fail(const LabFault& fault, httplib::Response& response)
 {
-    LabHttp::Current().Pause(std::chrono::milliseconds(fault.nDelayMs));
     switch (fault.eKind) {
     case LabFaultKind::Delay:
-        fnHandle();
         break;
     case LabFaultKind::Reply:
         response.status = fault.nStatus;
@@ -134,19 +139,21 @@ void LabServer::Impl::Fail(const LabFault& fault, const std::function<void()>& f
         break;
     case LabFaultKind::Truncate:
         LabHttp::Current().TruncateReply();
-        fnHandle();
         break;
     case LabFaultKind::Reset:
         LabHttp::Current().ResetReply();
+        break;
+    case LabFaultKind::Silence:
+        LabHttp::Current().SilenceReply();
         break;
     }
 }
 
 void LabServer::Impl::Record(const httplib::Request& request, const httplib::Response& response)
 {
-    const bool bReset = LabHttp::Current().IsReset();
-    m_exchanges.Add({request.method, request.target, request.body, bReset ? 0 : response.status,
-                     bReset ? std::string() : response.body});
+    const bool bReply = LabHttp::Current().HasReply();
+    m_exchanges.Add({request.method, request.target, request.body, bReply ? response.status : 0,
+                     bReply ? response.body : std::string()});
 }
 
 LabServer::LabServer(LabServerOptions options) : m_pImpl(std::make_unique<Impl>(std::move(options))) {}

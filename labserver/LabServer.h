@@ -12,7 +12,7 @@ struct LabExchange {
     std::string strMethod;
     std::string strTarget; ///< request target as received, including the query
     std::string strBody;
-    int nStatus = 0;      ///< 0 when the connection was reset instead
+    int nStatus = 0;      ///< 0 when no reply was sent, because of a reset or a silence
     std::string strReply; ///< the whole body, even if a fault let only half of it be sent
 };
 

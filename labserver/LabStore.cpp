@@ -11,7 +11,9 @@ namespace
 {
 
 /// Stored in the file itself; incremented when a table changes.
-constexpr int SCHEMA_VERSION = 1;
+constexpr int SCHEMA_VERSION = 2;
+/// Files of this version lack the keys of reports, and are otherwise the same.
+constexpr int VERSION_WITHOUT_KEYS = 1;
 
 /// How long to wait for other servers that use the same file.
 constexpr std::chrono::milliseconds BUSY_PATIENCE{5000};
@@ -46,9 +48,19 @@ std::string CreateTableSql(const LabTable& table)
         strSql += ", " + Quoted(field.szName) + ' ' + ColumnType(field.eType) + " NOT NULL";
     }
     if (table.szUnique != nullptr) {
-        strSql += std::string(", UNIQUE (") + table.szUnique + ") ON CONFLICT REPLACE";
+        strSql += std::string(", UNIQUE (") + table.szUnique + ')' +
+                  (table.bFirstStays ? "" : " ON CONFLICT REPLACE");
     }
     return strSql + ')';
+}
+
+void CreateTable(Sqlite& db, const LabTable& table)
+{
+    db.Execute(CreateTableSql(table));
+    if (table.szIndex != nullptr) {
+        db.Execute("CREATE INDEX " + Quoted(table.szName + std::string("_index")) + " ON " +
+                   Quoted(table.szName) + " (" + table.szIndex + ')');
+    }
 }
 
 /// The table's columns, separated by commas.
@@ -66,6 +78,26 @@ int SchemaVersionOf(Sqlite& db)
     SqliteStatement query(db, "PRAGMA user_version");
     query.Step();
     return query.Column(0, LabType::Integer).asInt();
+}
+
+std::vector<LabRow> SelectRows(Sqlite& db, const LabTable& table, const std::string& strRest,
+                               const std::vector<Json::Value>& vecBound)
+{
+    SqliteStatement query(db,
+                          "SELECT row_id, received_at, " + ColumnList(table) + " FROM " +
+                              Quoted(table.szName) + ' ' + strRest,
+                          vecBound);
+    std::vector<LabRow> vecRows;
+    while (query.Step()) {
+        LabRow row{query.Column(0, LabType::Integer).asInt64(), query.Column(1, LabType::Text).asString(),
+                   Json::Value(Json::objectValue)};
+        int nColumn = 2;
+        for (const LabField& field : table.vecFields) {
+            row.members[field.szName] = query.Column(nColumn++, field.eType);
+        }
+        vecRows.push_back(std::move(row));
+    }
+    return vecRows;
 }
 
 /// If two servers do this with a new file at the same moment, SQLite makes one fail instead of waiting.
@@ -106,13 +138,16 @@ void LabStore::Prepare()
     if (nVersion == SCHEMA_VERSION) {
         return;
     }
-    if (nVersion != 0) {
+    if (nVersion == VERSION_WITHOUT_KEYS) {
+        CreateTable(m_db, labtables::REPORT_KEYS);
+    } else if (nVersion == 0) {
+        for (const LabTable* pTable : labtables::All()) {
+            CreateTable(m_db, *pTable);
+        }
+        ForEachSeedRow([&fresh](const LabTable& table, const Json::Value& row) { fresh.Insert(table, row); });
+    } else {
         throw std::runtime_error("it is of another version of this server");
     }
-    for (const LabTable* pTable : labtables::All()) {
-        m_db.Execute(CreateTableSql(*pTable));
-    }
-    ForEachSeedRow([&fresh](const LabTable& table, const Json::Value& row) { fresh.Insert(table, row); });
     m_db.Execute("PRAGMA user_version = " + std::to_string(SCHEMA_VERSION));
     fresh.Commit();
 }
@@ -121,21 +156,7 @@ std::vector<LabRow> LabStore::Select(const LabTable& table, const std::string& s
                                      const std::vector<Json::Value>& vecBound)
 {
     const std::lock_guard lock(m_mutex);
-    SqliteStatement query(m_db,
-                          "SELECT row_id, received_at, " + ColumnList(table) + " FROM " +
-                              Quoted(table.szName) + ' ' + strRest,
-                          vecBound);
-    std::vector<LabRow> vecRows;
-    while (query.Step()) {
-        LabRow row{query.Column(0, LabType::Integer).asInt64(), query.Column(1, LabType::Text).asString(),
-                   Json::Value(Json::objectValue)};
-        int nColumn = 2;
-        for (const LabField& field : table.vecFields) {
-            row.members[field.szName] = query.Column(nColumn++, field.eType);
-        }
-        vecRows.push_back(std::move(row));
-    }
-    return vecRows;
+    return SelectRows(m_db, table, strRest, vecBound);
 }
 
 std::int64_t LabStore::Count(const LabTable& table)
@@ -178,6 +199,21 @@ std::int64_t LabTransaction::Insert(const LabTable& table, const Json::Value& ro
                     vecBound)
         .Step();
     return m_db.LastRowId();
+}
+
+void LabTransaction::Update(const LabTable& table, std::int64_t nId, const char* szField,
+                            const Json::Value& value)
+{
+    SqliteStatement(m_db,
+                    "UPDATE " + Quoted(table.szName) + " SET " + Quoted(szField) + " = ? WHERE row_id = ?",
+                    {value, Json::Int64{nId}})
+        .Step();
+}
+
+std::vector<LabRow> LabTransaction::Select(const LabTable& table, const std::string& strRest,
+                                           const std::vector<Json::Value>& vecBound)
+{
+    return SelectRows(m_db, table, strRest, vecBound);
 }
 
 void LabTransaction::Commit()

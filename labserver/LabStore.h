@@ -20,7 +20,8 @@ struct LabRow {
 class LabStore
 {
 public:
-    /// Opens the store; a new one gets its tables and the seed data. From then on, only its owner can access
+    /// Opens the store; a new one gets its tables and the seed data, and one of an earlier version the tables
+    /// that it lacks. From then on, only its owner can access
     /// the file and those that SQLite creates beside it, whatever their modes were before.
     /// @param strFile empty keeps everything in memory
     /// @throws std::runtime_error when the file can't be opened, is a symbolic link, holds something else or
@@ -57,6 +58,13 @@ public:
 
     /// Adds a row that RequireRow() accepts. @return its id @throws SqliteError
     std::int64_t Insert(const LabTable& table, const Json::Value& row);
+
+    /// Changes one field of a row. @throws SqliteError
+    void Update(const LabTable& table, std::int64_t nId, const char* szField, const Json::Value& value);
+
+    /// Rows as LabStore::Select() returns them, with the changes made so far. @throws SqliteError
+    std::vector<LabRow> Select(const LabTable& table, const std::string& strRest,
+                               const std::vector<Json::Value>& vecBound);
 
     /// Makes the changes permanent. @throws SqliteError when they are not kept
     void Commit();

@@ -26,6 +26,9 @@ struct LabTable {
     /// The key fields, quoted and separated by commas: a new row replaces the old one with the same key.
     /// Null: every row stays.
     const char* szUnique = nullptr;
+    bool bFirstStays = false; ///< a new row with the key of an old one is refused instead
+    /// Further fields that rows are looked up by, quoted and separated by commas. Null: none.
+    const char* szIndex = nullptr;
 };
 
 /// Checks the member of an object that holds a field.

@@ -160,6 +160,18 @@ const LabTable STEP_ELEMENTS = ElementTable("step_element");
 const LabTable ORN_STEP_DATA = ListTable("orn_step_data");
 const LabTable ORN_STEP_ELEMENTS = ElementTable("orn_step_element");
 
+const LabTable REPORT_KEYS{
+    "report_key",
+    {{"key", Type::Text},
+     {"kind", Type::Text},
+     {"report", Type::Integer},
+     {"fingerprint", Type::Integer},
+     {"repeats", Type::Integer}},
+    R"("key")",
+    true,
+    R"("kind", "report")",
+};
+
 const std::vector<const LabTable*>& All()
 {
     static const std::vector<const LabTable*> vecAll = {
@@ -180,6 +192,7 @@ const std::vector<const LabTable*>& All()
         &STEP_ELEMENTS,
         &ORN_STEP_DATA,
         &ORN_STEP_ELEMENTS,
+        &REPORT_KEYS,
     };
     return vecAll;
 }

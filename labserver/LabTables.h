@@ -28,6 +28,10 @@ extern const LabTable STEP_ELEMENTS;
 extern const LabTable ORN_STEP_DATA;
 extern const LabTable ORN_STEP_ELEMENTS;
 
+/// The keys of the reports that came with one: "kind" as in /lab/reports/KIND, "report" the report's id
+/// there, "fingerprint" the fingerprint of what was sent, "repeats" how often the report came again.
+extern const LabTable REPORT_KEYS;
+
 /// All of the above.
 const std::vector<const LabTable*>& All();
 

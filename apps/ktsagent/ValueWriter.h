@@ -30,6 +30,7 @@ class JsonWriter : public ValueWriter
 {
 public:
     std::string Result() const;
+    void Number(double dValue) { m_writer.Double(dValue); }
 
     void Null() override { m_writer.Null(); }
     void Bool(bool bValue) override { m_writer.Bool(bValue); }

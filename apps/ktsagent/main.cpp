@@ -5,6 +5,7 @@
 #include "StatsCommand.h"
 #include "doctor/DoctorCommand.h"
 #include "doctor/Versions.h"
+#include "fleet/FleetCommand.h"
 
 #include "platform/text/Escaping.h"
 
@@ -85,6 +86,7 @@ int RunCommandLine(int argc, char** argv)
     AddDemoCommand(app, nExit);
     AddDoctorCommand(app, nExit);
     AddStatsCommand(app, nExit);
+    AddFleetCommand(app, nExit);
     app.set_version_flag("--version", VersionLine, "print the versions of the library and of those under it");
     try {
         app.parse(CommandLineArguments(GivenArguments(argc, argv)));

@@ -34,7 +34,15 @@ void EndSignals::Wait() const
     ::WaitForSingleObject(g_hEnd, INFINITE);
 }
 
+bool EndSignals::WaitFor(std::chrono::nanoseconds time) const
+{
+    const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(time);
+    return ::WaitForSingleObject(g_hEnd, static_cast<DWORD>(milliseconds.count())) == WAIT_OBJECT_0;
+}
+
 #else
+
+#include <ctime>
 
 // Blocks the signals on this thread and on those that it creates later, so that they can be waited for. They
 // stay blocked: another signal while the program ends would otherwise kill it just before it is done.
@@ -50,6 +58,15 @@ void EndSignals::Wait() const
 {
     int nSignal = 0;
     sigwait(&m_ends, &nSignal);
+}
+
+bool EndSignals::WaitFor(std::chrono::nanoseconds time) const
+{
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    timespec limit{};
+    limit.tv_sec = static_cast<time_t>(seconds.count());
+    limit.tv_nsec = static_cast<long>((time - seconds).count());
+    return sigtimedwait(&m_ends, nullptr, &limit) > 0;
 }
 
 #endif

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #if !defined(_WIN32)
 #include <csignal>
 #endif
@@ -19,6 +21,11 @@ public:
 
     /// Waits for one of them.
     void Wait() const;
+
+    /// Waits for one of them for some time; Windows rounds it up to a millisecond, and another signal with a
+    /// handler may end it early.
+    /// @return whether one came
+    bool WaitFor(std::chrono::nanoseconds time) const;
 
 #if !defined(_WIN32)
 private:

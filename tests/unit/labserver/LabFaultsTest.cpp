@@ -155,12 +155,14 @@ TEST_F(LabFaultsTest, PendingFaultsAreListedCountedDownAndCleared)
     Script(R"({"path": "a", "status": 418, "body": "tea", "contentType": "text/plain"})");
     Script(R"({"path": "b", "truncate": true})");
     Script(R"({"path": "c", "reset": true})");
+    Script(R"({"path": "d", "silence": true, "stored": true})");
     Get("/posts/1");
-    EXPECT_EQ(Get("/lab/faults").json, JsonFrom(R"({"count": 4, "faults": [
+    EXPECT_EQ(Get("/lab/faults").json, JsonFrom(R"({"count": 5, "faults": [
         {"path": "posts", "count": 2, "delayMs": 1},
         {"path": "a", "count": 1, "delayMs": 0, "status": 418, "body": "tea", "contentType": "text/plain"},
         {"path": "b", "count": 1, "delayMs": 0, "truncate": true},
-        {"path": "c", "count": 1, "delayMs": 0, "reset": true}]})"));
+        {"path": "c", "count": 1, "delayMs": 0, "reset": true},
+        {"path": "d", "count": 1, "delayMs": 0, "silence": true, "stored": true}]})"));
     m_client.Send("DELETE", "/lab/faults");
     EXPECT_EQ(Get("/lab/faults").json["count"], 0);
     EXPECT_EQ(Get("/a").nStatus, 404);
@@ -175,15 +177,31 @@ TEST_F(LabFaultsTest, TheOperatorsOwnPathsNeverFail)
 
 TEST_F(LabFaultsTest, AFaultThatMakesNoSenseIsRefused)
 {
-    for (const char* szFault :
-         {"[]", "{}", R"({"path": "a"})", R"({"status": 500})", R"({"path": 7, "status": 500})",
-          R"({"path": "a", "status": 99})", R"({"path": "a", "status": 600})",
-          R"({"path": "a", "status": 199})", R"({"path": "a", "delayMs": 600001})",
-          R"({"path": "a", "count": 1000001, "reset": true})", R"({"path": "a", "status": "500"})",
-          R"({"path": "a", "delayMs": -1})", R"({"path": "a", "delayMs": 1e12})",
-          R"({"path": "a", "count": 0, "reset": true})", R"({"path": "a", "reset": 1})",
-          R"({"path": "a", "reset": false})", R"({"path": "a", "reset": true, "truncate": true})",
-          R"({"path": "a", "status": 500, "truncate": true})", R"({"path": "a", "body": {}})"}) {
+    for (const char* szFault : {"[]",
+                                "{}",
+                                R"({"path": "a"})",
+                                R"({"status": 500})",
+                                R"({"path": 7, "status": 500})",
+                                R"({"path": "a", "status": 99})",
+                                R"({"path": "a", "status": 600})",
+                                R"({"path": "a", "status": 199})",
+                                R"({"path": "a", "delayMs": 600001})",
+                                R"({"path": "a", "count": 1000001, "reset": true})",
+                                R"({"path": "a", "status": "500"})",
+                                R"({"path": "a", "delayMs": -1})",
+                                R"({"path": "a", "delayMs": 1e12})",
+                                R"({"path": "a", "count": 0, "reset": true})",
+                                R"({"path": "a", "reset": 1})",
+                                R"({"path": "a", "reset": false})",
+                                R"({"path": "a", "reset": true, "truncate": true})",
+                                R"({"path": "a", "status": 500, "truncate": true})",
+                                R"({"path": "a", "body": {}})",
+                                R"({"path": "a", "reset": true, "silence": true})",
+                                R"({"path": "a", "silence": false})",
+                                R"({"path": "a", "stored": true})",
+                                R"({"path": "a", "stored": true, "delayMs": 1})",
+                                R"({"path": "a", "stored": true, "truncate": true})",
+                                R"({"path": "a", "stored": 1, "reset": true})"}) {
         const LabReply reply = Post("/lab/faults", szFault);
         EXPECT_EQ(reply.nStatus, 400) << szFault;
         EXPECT_EQ(reply.json["success"], false);
@@ -196,10 +214,11 @@ TEST_F(LabFaultsTest, AFaultAtItsLimitsIsTaken)
     for (const char* szFault :
          {R"({"path": "a", "status": 200})", R"({"path": "a", "status": 599})",
           R"({"path": "a", "delayMs": 600000})", R"({"path": "a", "delayMs": 0, "reset": true})",
-          R"({"path": "a", "count": 1000000, "reset": true})"}) {
+          R"({"path": "a", "count": 1000000, "reset": true})",
+          R"({"path": "a", "delayMs": 0, "stored": false})"}) {
         EXPECT_NE(Post("/lab/faults", szFault).nStatus, 400) << szFault;
     }
-    EXPECT_EQ(Get("/lab/faults").json["count"], 5);
+    EXPECT_EQ(Get("/lab/faults").json["count"], 6);
 }
 
 TEST_F(LabFaultsTest, OfAProgramIsByDefaultOneDelayOfNothing)
@@ -209,6 +228,7 @@ TEST_F(LabFaultsTest, OfAProgramIsByDefaultOneDelayOfNothing)
     EXPECT_EQ(fault.nDelayMs, 0);
     EXPECT_EQ(fault.nStatus, 200);
     EXPECT_EQ(fault.eKind, LabFaultKind::Delay);
+    EXPECT_FALSE(fault.bStored);
 }
 
 } // namespace

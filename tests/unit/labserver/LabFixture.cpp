@@ -1,7 +1,10 @@
 #include "LabFixture.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <memory>
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -24,11 +27,11 @@ Json::Value JsonFrom(const std::string& strText)
     return value;
 }
 
-LabClient::LabClient(int nPort) : m_client("127.0.0.1", nPort)
+LabClient::LabClient(int nPort, std::chrono::milliseconds patience) : m_client("127.0.0.1", nPort)
 {
     m_client.set_keep_alive(true);
     m_client.set_tcp_nodelay(true);
-    m_client.set_read_timeout(60);
+    m_client.set_read_timeout(patience);
 }
 
 LabReply LabClient::Get(const std::string& strTarget)
@@ -41,12 +44,36 @@ LabReply LabClient::Post(const std::string& strTarget, const std::string& strBod
     return ReplyOf(m_client.Post(strTarget, strBody, "application/json; charset=utf-8/gb2312"));
 }
 
+LabReply LabClient::PostWithKey(const std::string& strTarget, const std::string& strBody,
+                                const std::string& strKey)
+{
+    return ReplyOf(m_client.Post(strTarget, {{"Idempotency-Key", strKey}}, strBody,
+                                 "application/json; charset=utf-8/gb2312"));
+}
+
 LabReply LabClient::Send(const std::string& strMethod, const std::string& strTarget)
 {
     httplib::Request request;
     request.method = strMethod;
     request.path = strTarget;
     return ReplyOf(m_client.send(request));
+}
+
+void OnThreads(std::size_t nThreads, const std::function<void(std::size_t)>& fn)
+{
+    std::atomic<std::size_t> nWaiting{nThreads};
+    std::vector<std::thread> vecThreads;
+    for (std::size_t nThread = 0; nThread < nThreads; ++nThread) {
+        vecThreads.emplace_back([&, nThread] {
+            for (--nWaiting; nWaiting > 0;) {
+                std::this_thread::yield();
+            }
+            fn(nThread);
+        });
+    }
+    for (std::thread& thread : vecThreads) {
+        thread.join();
+    }
 }
 
 TemporaryFolder::TemporaryFolder()

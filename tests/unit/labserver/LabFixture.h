@@ -2,7 +2,9 @@
 
 #include "labserver/LabServer.h"
 
+#include <chrono>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <httplib.h>
 #include <json/json.h>
@@ -28,15 +30,21 @@ Json::Value JsonFrom(const std::string& strText);
 class LabClient
 {
 public:
-    explicit LabClient(int nPort);
+    /// @param patience how long it waits for the next bytes of a reply
+    explicit LabClient(int nPort, std::chrono::milliseconds patience = std::chrono::seconds(60));
 
     LabReply Get(const std::string& strTarget);
     LabReply Post(const std::string& strTarget, const std::string& strBody);
+    /// @param strKey value of the header Idempotency-Key
+    LabReply PostWithKey(const std::string& strTarget, const std::string& strBody, const std::string& strKey);
     LabReply Send(const std::string& strMethod, const std::string& strTarget);
 
 private:
     httplib::Client m_client;
 };
+
+/// Calls a function on many threads at once, with the number of each, from 0 on.
+void OnThreads(std::size_t nThreads, const std::function<void(std::size_t)>& fn);
 
 /// A server of its own for each test, with its data in memory, and a client of it.
 class LabTest : public ::testing::Test
@@ -49,6 +57,10 @@ protected:
     LabReply Post(const std::string& strTarget, const std::string& strBody)
     {
         return m_client.Post(strTarget, strBody);
+    }
+    LabReply PostWithKey(const std::string& strTarget, const std::string& strBody, const std::string& strKey)
+    {
+        return m_client.PostWithKey(strTarget, strBody, strKey);
     }
 };
 

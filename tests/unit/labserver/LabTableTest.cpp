@@ -62,7 +62,7 @@ TEST(LabDatabase, OfAnotherVersionIsRefusedAndLeftAsItIs)
 {
     const TemporaryFolder folder;
     Sqlite db(folder.File("lab.db"));
-    db.Execute("PRAGMA user_version = 2");
+    db.Execute("PRAGMA user_version = 3");
     LabServer server({"127.0.0.1", 0, folder.File("lab.db")});
     try {
         server.Start();

@@ -4,31 +4,12 @@
 
 #include <array>
 #include <atomic>
-#include <functional>
 #include <mutex>
 #include <set>
 #include <thread>
 
 namespace
 {
-
-/// Calls a function on many threads at once, with the number of each, from 0 on.
-void OnThreads(size_t nThreads, const std::function<void(size_t)>& fn)
-{
-    std::atomic<size_t> nWaiting{nThreads};
-    std::vector<std::thread> vecThreads;
-    for (size_t nThread = 0; nThread < nThreads; ++nThread) {
-        vecThreads.emplace_back([&, nThread] {
-            for (--nWaiting; nWaiting > 0;) {
-                std::this_thread::yield();
-            }
-            fn(nThread);
-        });
-    }
-    for (std::thread& thread : vecThreads) {
-        thread.join();
-    }
-}
 
 TEST(LabTogether, AFaultStrikesAsOftenAsItSaysWhoeverAsks)
 {
