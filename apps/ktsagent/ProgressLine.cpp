@@ -1,13 +1,9 @@
 #include "ProgressLine.h"
 
+#include "platform/system/Terminal.h"
 #include "platform/text/Escaping.h"
 
-#if defined(_WIN32)
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
-
+#include <cstdio>
 #include <iostream>
 #include <system_error>
 
@@ -16,16 +12,6 @@ namespace
 
 /// More would be wrapped by a usual terminal, and could then not be erased.
 constexpr std::size_t MOST_COLUMNS = 79;
-
-bool IsTerminal()
-{
-    constexpr int STANDARD_ERROR = 2;
-#if defined(_WIN32)
-    return ::_isatty(STANDARD_ERROR) != 0;
-#else
-    return ::isatty(STANDARD_ERROR) == 1;
-#endif
-}
 
 /// What stands in the last line of standard error.
 class LastLine
@@ -75,7 +61,7 @@ std::string Seconds(std::chrono::milliseconds time)
 ProgressLine::ProgressLine(const std::string& strWhat, std::chrono::milliseconds limit)
     : m_strWhat(EscapeUnsafe(strWhat)), m_limit(limit)
 {
-    if (!IsTerminal()) {
+    if (!IsTerminal(stderr)) {
         return;
     }
     try {

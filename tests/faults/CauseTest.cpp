@@ -218,7 +218,7 @@ TEST_F(TransportLog, HasEveryExchangeAtLevel4)
 {
     const ScriptedServer server(Step(HttpReply(200, "OF-THE-REPLY")));
     Start();
-    for (int nRequest = 0; nRequest < 2; ++nRequest) {
+    for (std::size_t nRequest = 0; nRequest < 2; ++nRequest) {
         Get(server.Url("/vomd/x"));
         ASSERT_TRUE(m_replies.WaitFor(nRequest + 1));
     }
