@@ -61,6 +61,7 @@ const std::map<std::string, std::string> ROOM_OF_PUBLIC_HEADER = {
     {"KtsConnection.h", "agent"},
     {"KtsExport.h", "platform/metrics"},
     {"KtsMetrics.h", "platform/metrics"},
+    {"KtsOutbox.h", "outbox"},
     {"KtsSettings.h", "agent"},
     {"RequestRecords.h", "sdk"},
     {"RequestType.h", "sdk"},
