@@ -19,7 +19,7 @@ namespace outbox
 {
 
 /// The body of the reply that a sender gets for a report that is stored and will be sent later.
-inline constexpr const char* STORED_BODY = R"({"success":true})";
+const std::string& StoredBody();
 
 /// The steady time; tests bring their own.
 class Clock

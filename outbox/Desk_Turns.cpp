@@ -58,7 +58,11 @@ TimePoint Desk::NextTurn(bool bMore) const
 {
     const Lock lock(m_mutex);
     const TimePoint tpNow = Now();
-    TimePoint tpNext = std::min(m_tpAdopt, m_tpSync.value_or(TimePoint::max()));
+    const TimePoint tpSync = m_tpSync.value_or(TimePoint::max());
+    if (m_bStopped) {
+        return tpSync;
+    }
+    const TimePoint tpNext = std::min(m_tpAdopt, tpSync);
     if (bMore) {
         return std::min(tpNext, tpNow);
     }
@@ -180,18 +184,18 @@ void Desk::CallBackStored() noexcept
             }
         }
     }
-    const auto fnHandBack = [this](const Owed& owed, const char* szBody, int nError) {
+    const auto fnHandBack = [this](const Owed& owed, const std::string& strBody, int nError) {
         try {
-            m_means.pPost->HandBack(owed.nType, szBody, owed.pUserData, nError);
+            m_means.pPost->HandBack(owed.nType, strBody, owed.pUserData, nError);
         } catch (...) { // of the receiver: it was called
             Say(1, __LINE__, "the receiver of a stored report threw");
         }
     };
     for (const Owed& owed : lstStored) {
-        fnHandBack(owed, STORED_BODY, 0);
+        fnHandBack(owed, StoredBody(), 0);
     }
     for (const Owed& owed : lstFailed) {
-        fnHandBack(owed, "", CHttpOutcome::NotRunning);
+        fnHandBack(owed, std::string(), CHttpOutcome::NotRunning);
     }
 }
 

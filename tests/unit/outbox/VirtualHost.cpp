@@ -1,6 +1,7 @@
 #include "VirtualHost.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace outbox
@@ -24,9 +25,7 @@ public:
     }
     void HandBack(int nType, const std::string& strBody, void* pUserData, int nHttpError) override
     {
-        if (m_host.bKeepsSent) {
-            m_host.vecCalled.push_back({m_host.m_tpNow, strBody, nType, pUserData, nHttpError});
-        }
+        m_host.NoteCall(strBody, nType, pUserData, nHttpError);
     }
     std::optional<std::chrono::seconds> RetryAfter() const override { return m_host.m_current.retryAfter; }
     bool MayHaveBeenSeen() const override { return m_host.m_current.bSeen; }
@@ -131,10 +130,20 @@ bool VirtualHost::Reply(void* pToken, const ServerReply& reply)
     m_current = reply;
     return m_pDesk->OnReply(reply.nError < 0 ? "" : reply.strBody, pToken, reply.nError,
                             [this](const std::string& strBody, int nType, void* pUserData, int nError) {
-                                if (bKeepsSent) {
-                                    vecCalled.push_back({m_tpNow, strBody, nType, pUserData, nError});
-                                }
+                                NoteCall(strBody, nType, pUserData, nError);
                             });
+}
+
+/// The call counts, even if there is no memory for its body.
+void VirtualHost::NoteCall(const std::string& strBody, int nType, void* pUserData, int nError)
+{
+    if (bKeepsSent) {
+        vecCalled.push_back({m_tpNow, {}, nType, pUserData, nError});
+        try {
+            vecCalled.back().strBody = strBody;
+        } catch (const std::bad_alloc&) { // a test of that
+        }
+    }
 }
 
 std::vector<std::string> VirtualHost::SentBodies() const

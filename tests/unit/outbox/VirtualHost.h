@@ -98,6 +98,7 @@ private:
     class TheClock;
 
     bool Step(TimePoint tpEnd);
+    void NoteCall(const std::string& strBody, int nType, void* pUserData, int nError);
 
     TimePoint m_tpNow{std::chrono::hours(1)};
     TimePoint m_tpTurn{}; ///< next turn of the clerk
