@@ -1,8 +1,14 @@
 #include <ktshttpagent/KtsOutbox.h>
 
+#include "OpenOutbox.h"
 #include "Outbox.h"
 
 #include <utility>
+
+bool KtsOpenOutbox(const std::string& strFolder)
+{
+    return outbox::OpenIn(strFolder);
+}
 
 void KtsCloseOutbox()
 {
