@@ -33,6 +33,18 @@ struct ServerReply {
     bool bSeen = true;
 };
 
+/// No connection to the server.
+inline ServerReply Down()
+{
+    return {-7, "", {}, false};
+}
+
+/// An answer with a status that is no success.
+inline ServerReply Status(int nStatus)
+{
+    return {nStatus, "", {}, true};
+}
+
 /// A report as it was given to the transport.
 struct Sent {
     TimePoint tpAt;
