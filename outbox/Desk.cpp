@@ -81,7 +81,7 @@ bool Desk::Store(Report& report, void* pUserData, const std::string& strUrl)
             const Lock lock(m_mutex);
             m_courier.Abandon(adding);
         }
-        NoteUnprotected(m_means.pShelf->WhyNot());
+        NoteUnprotected(m_means.pShelf->WhyNot().c_str());
         return false;
     }
     NoteProtected();

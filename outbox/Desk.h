@@ -107,7 +107,7 @@ private:
     void Launch(Report& report, const std::string* pUrl, Flight& flight) noexcept;
     Flight* Claim(const void* pToken);
     void Land(Flight& flight, Judgement judgement, Fate eFate, int nError, Milliseconds retryAfter) noexcept;
-    void NoteUnprotected(const std::string& strWhy) noexcept;
+    void NoteUnprotected(const char* szWhy) noexcept;
     void NoteProtected() noexcept;
     Fate CarryOut(Fate eFate, ReportId id, Verdict eVerdict, int nError) noexcept;
     void Owe(std::list<Owed>& lstOwed, Lock& lock) noexcept;

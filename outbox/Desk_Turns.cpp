@@ -46,7 +46,7 @@ TimePoint Desk::Turn() noexcept
             bMore = DoOne(Now());
         }
     } catch (const std::exception& error) {
-        Say(1, __LINE__, std::string("the backlog has to wait: ") + error.what());
+        Say(1, __LINE__, "the backlog has to wait: ", error.what());
         const Lock lock(m_mutex);
         m_tpRetry = Now() + PAUSE_AFTER_TROUBLE;
         bMore = false;
@@ -127,8 +127,7 @@ void Desk::Adopt() noexcept
             m_courier.Rewind();
         }
     } catch (const std::exception& error) {
-        Say(1, __LINE__,
-            std::string("the outbox could not look for reports of other processes: ") + error.what());
+        Say(1, __LINE__, "the outbox could not look for reports of other processes: ", error.what());
     }
     const Lock lock(m_mutex);
     m_tpAdopt = Now() + ADOPT_INTERVAL;

@@ -19,18 +19,18 @@ Desk::Figures Desk::Status() const
     return figures;
 }
 
-void Desk::NoteUnprotected(const std::string& strWhy) noexcept
+void Desk::NoteUnprotected(const char* szWhy) noexcept
 {
     bool bSay = false;
     try {
         const Lock lock(m_mutex);
         ++m_nUnprotected;
-        bSay = m_strTrouble != strWhy || strWhy.empty();
-        m_strTrouble = strWhy;
+        bSay = m_strTrouble != szWhy;
+        m_strTrouble = szWhy;
     } catch (const std::exception&) { // no memory for the words
     }
     if (bSay) {
-        Say(1, __LINE__, "reports are sent, but not stored: " + strWhy);
+        Say(1, __LINE__, "reports are sent, but not stored: ", szWhy);
     }
 }
 

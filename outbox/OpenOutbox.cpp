@@ -70,7 +70,7 @@ Desk::Means MakeMeans(const std::string& strFolder)
 bool OpenWith(const OutboxSettings& settings, const std::vector<std::string>& vecComplaints)
 {
     for (const std::string& strComplaint : vecComplaints) {
-        Say(1, __LINE__, strComplaint);
+        Say(1, __LINE__, strComplaint.c_str());
     }
     return Open(settings, [strFolder = settings.strFolder] { return MakeMeans(strFolder); });
 }

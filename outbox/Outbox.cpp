@@ -172,7 +172,7 @@ bool Open(const OutboxSettings& settings, MakeMeans fnMake) noexcept
             RegisterAtExit();
         } catch (const std::exception& error) {
             strWhyNot = error.what();
-            Say(1, __LINE__, "there is no outbox, reports are not stored: " + strWhyNot);
+            Say(1, __LINE__, "there is no outbox, reports are not stored: ", error.what());
         }
         const Lock lock(the.mutex);
         the.settings = settings;

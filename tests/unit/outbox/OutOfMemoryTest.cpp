@@ -12,7 +12,14 @@ namespace
 using namespace outbox;
 using namespace std::chrono_literals;
 
-TEST(OutboxOutOfMemory, TakesAReportWhollyOrNotAtAll)
+/// With each allocation failing by itself, and with all those after it.
+class OutboxOutOfMemory : public ::testing::TestWithParam<bool>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, OutboxOutOfMemory, ::testing::Bool());
+
+TEST_P(OutboxOutOfMemory, TakesAReportWhollyOrNotAtAll)
 {
     for (int nNth = 1; nNth < 400; ++nNth) {
         VirtualHost host;
@@ -27,7 +34,7 @@ TEST(OutboxOutOfMemory, TakesAReportWhollyOrNotAtAll)
                       "",
                       0};
         int nUserData = 0;
-        FailAllocation(nNth, false);
+        FailAllocation(nNth, GetParam());
         const bool bTaken = host.TheDesk().Send(std::move(report), &nUserData);
         const bool bFailed = HasFailed();
         EndFailing();
@@ -43,7 +50,7 @@ TEST(OutboxOutOfMemory, TakesAReportWhollyOrNotAtAll)
     FAIL() << "there is no end of allocations";
 }
 
-TEST(OutboxOutOfMemory, LosesNoReportWhileItTakesAReplyOrSendsAgain)
+TEST_P(OutboxOutOfMemory, LosesNoReportWhileItTakesAReplyOrSendsAgain)
 {
     for (int nNth = 1; nNth < 2'000; ++nNth) {
         VirtualHost host;
@@ -57,7 +64,7 @@ TEST(OutboxOutOfMemory, LosesNoReportWhileItTakesAReplyOrSendsAgain)
         ASSERT_NE(pUserData, nullptr);
         bool bFailed = false;
         try {
-            FailAllocation(nNth, false);
+            FailAllocation(nNth, GetParam());
             host.Run(200ms);
         } catch (const std::bad_alloc&) { // of the test's own parts
         }
