@@ -187,6 +187,13 @@ bool Courier::HasBacklog() const
     return m_backlog.Count() > 0 || m_retries.Count() > 0 || m_backlog.HasMore();
 }
 
+void Courier::Hasten(const std::string& strServer, TimePoint tpNow) noexcept
+{
+    if (const Server* const pServer = m_routes.Hasten(strServer)) {
+        m_retries.Hasten(*pServer, tpNow);
+    }
+}
+
 bool Courier::IsInAlarm() const
 {
     const auto& places = m_routes.Places();

@@ -94,6 +94,8 @@ public:
     std::optional<TimePoint> Next(TimePoint tpNow) const;
     /// Whether there is something to send or to read, now or later.
     bool HasBacklog() const;
+    /// The places of a server are tried again at once: it gets another password now.
+    void Hasten(const std::string& strServer, TimePoint tpNow) noexcept;
     /// Everything on the disk is to be looked at again.
     void Rewind() { m_backlog.Rewind(); }
 

@@ -5,13 +5,15 @@
 namespace outbox
 {
 
-void Credentials::Remember(const std::string& strServer, const std::string& strUserInfo)
+bool Credentials::Remember(const std::string& strServer, const std::string& strUserInfo)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const bool bHasRoom = m_mapUserInfo.size() < MOST_SERVERS || m_mapUserInfo.count(strServer) > 0;
-    if (!strUserInfo.empty() && bHasRoom) {
-        m_mapUserInfo[strServer] = strUserInfo;
+    if (strUserInfo.empty() || !bHasRoom || m_mapUserInfo[strServer] == strUserInfo) {
+        return false;
     }
+    m_mapUserInfo[strServer] = strUserInfo;
+    return true;
 }
 
 std::string Credentials::Complete(const std::string& strBareUrl) const

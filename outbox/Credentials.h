@@ -16,8 +16,9 @@ class Credentials
 public:
     /// Remembers those of a server. Beyond `MOST_SERVERS` further servers are not remembered.
     /// @param strUserInfo  "user:password"; if empty, nothing changes
+    /// @return whether the server's are others now than before
     /// @throws std::bad_alloc
-    void Remember(const std::string& strServer, const std::string& strUserInfo);
+    bool Remember(const std::string& strServer, const std::string& strUserInfo);
 
     /// The URL with what is remembered of its server.
     /// @throws std::bad_alloc

@@ -50,7 +50,10 @@ bool Desk::Send(Report report, void* pUserData) noexcept
             return false;
         }
         report.strUrl = parts->strBare;
-        m_credentials.Remember(parts->strServer, parts->strUserInfo);
+        if (m_credentials.Remember(parts->strServer, parts->strUserInfo)) {
+            const Lock lock(m_mutex);
+            m_courier.Hasten(parts->strServer, Now());
+        }
         return Store(report, pUserData, strUrl);
     } catch (const std::exception& error) {
         NoteUnprotected(error.what());

@@ -34,7 +34,8 @@ public:
     void Succeed(std::uint64_t nBegin);
     /// @param least  the shortest wait, as the server asked for it
     void Fail(std::uint64_t nBegin, TimePoint tpNow, Milliseconds least, Random& random);
-    void Leave() { --m_nInFlight; } ///< it says nothing about the server
+    void Hasten() { m_tpDue = TimePoint(); } ///< ends the wait: something has changed
+    void Leave() { --m_nInFlight; }          ///< it says nothing about the server
 
 private:
     Milliseconds m_longest;

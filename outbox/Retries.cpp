@@ -58,6 +58,17 @@ void Retries::Forget(ReportId id)
     }
 }
 
+void Retries::Hasten(const Server& server, TimePoint tpNow) noexcept
+{
+    for (auto& [id, note] : m_mapNote) {
+        if (note.pLane->pServer == &server && note.due.empty() && note.tpDue > tpNow) {
+            auto node = m_setDue.extract({note.tpDue, id});
+            node.value().first = note.tpDue = tpNow;
+            m_setDue.insert(std::move(node));
+        }
+    }
+}
+
 std::optional<ReportId> Retries::Due(TimePoint tpNow, const std::function<bool(const Note&)>& fnMay) const
 {
     for (const auto& [tpDue, id] : m_setDue) {

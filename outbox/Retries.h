@@ -45,6 +45,8 @@ public:
     /// The noted report has been read into memory.
     void Load(ReportId id);
     void Forget(ReportId id);
+    /// The time of all reports for a server has come.
+    void Hasten(const Server& server, TimePoint tpNow) noexcept;
 
     /// The first report whose time has come and that `fnMay` lets pass.
     std::optional<ReportId> Due(TimePoint tpNow, const std::function<bool(const Note&)>& fnMay) const;

@@ -50,6 +50,20 @@ Lane& Routes::MakeLane(const Report& report, Place& place)
     return lane;
 }
 
+const Server* Routes::Hasten(const std::string& strServer)
+{
+    const auto found = m_mapServer.find(strServer);
+    if (found == m_mapServer.end()) {
+        return nullptr;
+    }
+    for (auto& [strPlace, place] : m_mapPlace) {
+        if (place.pServer == &found->second) {
+            place.gate.Hasten();
+        }
+    }
+    return &found->second;
+}
+
 void Routes::ForgetEmpty()
 {
     for (auto it = m_mapLane.begin(); it != m_mapLane.end();) {

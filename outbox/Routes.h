@@ -73,6 +73,9 @@ public:
     Lanes& AllLanes() { return m_mapLane; }
     const std::map<std::string, Server, std::less<>>& Servers() const { return m_mapServer; }
     const std::map<std::string, Place, std::less<>>& Places() const { return m_mapPlace; }
+    /// Ends the waits of all places of a server.
+    /// @return null if there is no such server
+    const Server* Hasten(const std::string& strServer);
 
 private:
     void ForgetEmpty();
