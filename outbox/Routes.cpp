@@ -1,0 +1,74 @@
+#include "Routes.h"
+
+#include "Url.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace outbox
+{
+namespace
+{
+
+/// Two kinds of names that can't be equal: no address of an object is part of a stream's name.
+std::string LaneKey(const Report& report, const Place& place)
+{
+    const void* const pOwner =
+        report.strStream.empty() ? static_cast<const void*>(&place) : static_cast<const void*>(place.pServer);
+    return std::to_string(reinterpret_cast<std::uintptr_t>(pOwner)) + ' ' + report.strStream;
+}
+
+} // namespace
+
+Place& Routes::PlaceOf(const Report& report)
+{
+    const std::optional<UrlParts> parts = SplitUrl(report.strUrl);
+    const std::string& strPlace = parts ? parts->strPlace : report.strUrl;
+    if (const auto found = m_mapPlace.find(strPlace); found != m_mapPlace.end()) {
+        return found->second;
+    }
+    Server& server = m_mapServer[parts ? parts->strServer : std::string()];
+    return m_mapPlace.try_emplace(strPlace, server).first->second;
+}
+
+Lane* Routes::FindLane(const Report& report, const Place& place)
+{
+    const auto found = m_mapLane.find(LaneKey(report, place));
+    return found == m_mapLane.end() ? nullptr : &found->second;
+}
+
+Lane& Routes::MakeLane(const Report& report, Place& place)
+{
+    if (m_mapLane.size() >= m_nForgetAt) {
+        ForgetEmpty();
+        m_nForgetAt = std::max<std::size_t>(m_nForgetAt, 2 * m_mapLane.size());
+    }
+    Lane& lane = m_mapLane[LaneKey(report, place)];
+    lane.pServer = place.pServer;
+    lane.pPlace = &place;
+    lane.bOrdered = !report.strStream.empty();
+    return lane;
+}
+
+const Server* Routes::Hasten(const std::string& strServer)
+{
+    const auto found = m_mapServer.find(strServer);
+    if (found == m_mapServer.end()) {
+        return nullptr;
+    }
+    for (auto& [strPlace, place] : m_mapPlace) {
+        if (place.pServer == &found->second) {
+            place.gate.Hasten();
+        }
+    }
+    return &found->second;
+}
+
+void Routes::ForgetEmpty()
+{
+    for (auto it = m_mapLane.begin(); it != m_mapLane.end();) {
+        it = it->second.IsEmpty() && it->second.nAdding == 0 ? m_mapLane.erase(it) : std::next(it);
+    }
+}
+
+} // namespace outbox

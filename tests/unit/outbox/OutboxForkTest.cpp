@@ -1,0 +1,49 @@
+// The child of a fork has the memory of its parent, but none of its threads.
+
+#include "ThreadedOutbox.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#if defined(__SANITIZE_THREAD__)
+extern "C" const char* __tsan_default_options();
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options()
+{
+    return "die_after_fork=0"; // the test is about a child that starts a thread
+}
+#endif
+
+namespace
+{
+
+using namespace outbox;
+using namespace std::chrono_literals;
+
+TEST_F(OutboxTest, StartsAfreshInTheChildOfAFork)
+{
+    m_transport.bAnswers = false;
+    ASSERT_TRUE(Open({}, Make()));
+    // Once the thread has looked at the disk and synced it, it is idle and holds no lock of the test.
+    EXPECT_TRUE(Await(&FakeShelf::Contents::nReads, 1));
+    EXPECT_TRUE(SendOne(0));
+    EXPECT_TRUE(Await(&FakeShelf::Contents::nSyncs, 1));
+    const pid_t nChild = ::fork();
+    if (nChild == 0) {
+        const std::uint64_t nOwnBefore = m_disk.nSequence;
+        const bool bClosed = !State().bOpen && MaySend();
+        const bool bTokenIsNotOurs = !OnReply("", m_transport.vecTokens.at(0), 0, {});
+        const bool bSent = SendOne(1);
+        BeginStop();
+        ::_exit(bClosed && bTokenIsNotOurs && bSent && m_disk.nSequence == nOwnBefore + 1 ? 0 : 1);
+    }
+    int nStatus = -1;
+    ASSERT_EQ(::waitpid(nChild, &nStatus, 0), nChild);
+    EXPECT_EQ(nStatus, 0);
+    EXPECT_TRUE(State().bOpen);
+    Close(0ms);
+    EXPECT_TRUE(m_transport.AwaitCalls(1));
+}
+
+} // namespace
