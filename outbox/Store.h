@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace outbox
 {
@@ -69,6 +70,7 @@ private:
     Reading Fetch(const Found& found, Record& record, std::string& strBytes, std::error_code& error) const;
     void EndLocked(ReportId id, Ending eEnding);
     bool RetryUnread();
+    std::vector<std::shared_ptr<Run>> Take(const std::vector<std::string>& vecNames, std::size_t nRoom);
 
     std::vector<Unsynced> CollectUnsynced() const;
     bool SyncNames();

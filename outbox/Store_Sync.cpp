@@ -11,6 +11,9 @@ namespace outbox
 namespace
 {
 
+/// More runs are taken when some of these have ended, because each keeps a file open.
+constexpr std::size_t MOST_RUNS = 100;
+
 /// When the oldest waiting report of a run was stored; 0 if that can't be read.
 std::int64_t OldestMs(const Run& run)
 {
@@ -180,18 +183,34 @@ bool Store::Adopt()
     for (const auto& [nRun, pRun] : m_mapRuns) {
         vecNames.erase(std::remove(vecNames.begin(), vecNames.end(), pRun->Name()), vecNames.end());
     }
+    const std::size_t nRoom = MOST_RUNS - std::min(MOST_RUNS, m_mapRuns.size());
     lock.unlock();
-    std::vector<std::shared_ptr<Run>> vecTaken;
+    const std::vector<std::shared_ptr<Run>> vecTaken = Take(vecNames, nRoom);
+    lock.lock();
+    for (const std::shared_ptr<Run>& pRun : vecTaken) {
+        m_mapRuns[++m_nLastFound] = pRun;
+        m_bNamesSynced = false;
+    }
+    return bRetried || !vecTaken.empty();
+}
+
+/// Takes as many of these runs as there is room for; the oldest comes first.
+std::vector<std::shared_ptr<Run>> Store::Take(const std::vector<std::string>& vecNames, std::size_t nRoom)
+{
+    std::multimap<std::int64_t, std::shared_ptr<Run>> mapTaken; // by age
     std::uint64_t nTorn = 0;
     std::error_code lastError;
     for (const std::string& strName : vecNames) {
+        if (mapTaken.size() >= nRoom) {
+            break;
+        }
         std::error_code error;
         const std::shared_ptr<Run> pRun = Run::Take(m_folder, strName, error);
         nTorn += pRun != nullptr ? pRun->CountTorn() : 0;
         if (pRun != nullptr && pRun->IsOver()) {
             pRun->Remove();
         } else if (pRun != nullptr) {
-            vecTaken.push_back(pRun);
+            mapTaken.emplace(OldestMs(*pRun), pRun);
         }
         // Another process may own it, or have removed it meanwhile.
         if (error && error != std::errc::device_or_resource_busy &&
@@ -199,18 +218,16 @@ bool Store::Adopt()
             lastError = error;
         }
     }
-    std::sort(vecTaken.begin(), vecTaken.end(),
-              [](const auto& pA, const auto& pB) { return OldestMs(*pA) < OldestMs(*pB); });
-    lock.lock();
+    std::vector<std::shared_ptr<Run>> vecTaken;
+    for (const auto& [nMs, pRun] : mapTaken) {
+        vecTaken.push_back(pRun);
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_nTorn += nTorn;
     if (lastError) {
         NoteError("the reports of an earlier process can't all be read now", lastError);
     }
-    m_nTorn += nTorn;
-    m_bNamesSynced = m_bNamesSynced && vecTaken.empty();
-    for (const std::shared_ptr<Run>& pRun : vecTaken) {
-        m_mapRuns[++m_nLastFound] = pRun;
-    }
-    return bRetried || !vecTaken.empty();
+    return vecTaken;
 }
 
 } // namespace outbox

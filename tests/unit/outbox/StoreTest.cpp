@@ -198,6 +198,23 @@ TEST_F(StoreTest, TakesRunsInTheOrderOfTheirAge)
     EXPECT_EQ(BodiesOf(FoundBy(m_pMachine)), vecBodies);
 }
 
+TEST_F(StoreTest, TakesNoMoreRunsAtOnceThanItMayKeepFilesOpen)
+{
+    for (int i = 0; i < 120; ++i) {
+        MustAdd(*OpenStore(m_pMachine), std::to_string(i));
+    }
+    const auto pNext = OpenStore(m_pMachine);
+    EXPECT_TRUE(pNext->Adopt());
+    EXPECT_FALSE(pNext->Adopt());
+    const std::vector<Waiting> vecWaiting = AllWaiting(*pNext);
+    EXPECT_EQ(vecWaiting.size(), 100U);
+    for (const Waiting& waiting : vecWaiting) {
+        pNext->End(waiting.id, Ending::Acknowledged);
+    }
+    EXPECT_TRUE(pNext->Adopt());
+    EXPECT_EQ(AllWaiting(*pNext).size(), 20U);
+}
+
 TEST_F(StoreTest, TakesNoRunOfALivingProcess)
 {
     const auto pOwner = OpenStore(m_pMachine);
