@@ -227,30 +227,3 @@ TEST_F(LinuxDiskTest, ReservesRoomWithoutChangingTheSize)
     EXPECT_EQ(pDisk->Create("file", 0, error), nullptr);
     EXPECT_EQ(error, std::errc::file_exists);
 }
-
-TEST_F(LinuxDiskTest, GivesALockToOneAtATime)
-{
-    const auto pDisk = Open();
-    std::error_code error;
-    auto pLock = pDisk->Lock("lock", error);
-    ASSERT_NE(pLock, nullptr);
-    EXPECT_EQ(pDisk->Lock("lock", error), nullptr);
-    EXPECT_EQ(error, std::errc::device_or_resource_busy);
-    pLock.reset();
-    EXPECT_NE(pDisk->Lock("lock", error), nullptr);
-}
-
-TEST_F(LinuxDiskTest, TellsWhatIsMissing)
-{
-    const auto pDisk = Open();
-    std::error_code error;
-    std::vector<DiskEntry> vecEntries;
-    EXPECT_EQ(pDisk->OpenToRead("file", error), nullptr);
-    EXPECT_EQ(error, std::errc::no_such_file_or_directory);
-    EXPECT_EQ(pDisk->List("folder", vecEntries), std::errc::no_such_file_or_directory);
-    EXPECT_EQ(pDisk->SyncFolder("folder"), std::errc::no_such_file_or_directory);
-    EXPECT_FALSE(pDisk->MakeFolder("folder"));
-    EXPECT_EQ(pDisk->MakeFolder("folder"), std::errc::file_exists);
-    EXPECT_FALSE(pDisk->SyncFolder("folder"));
-    EXPECT_FALSE(pDisk->RemoveFolder("folder"));
-}
