@@ -131,7 +131,7 @@ public:
         if (::flock(nDescriptor, LOCK_EX | LOCK_NB) != 0) {
             error =
                 errno == EWOULDBLOCK ? std::make_error_code(std::errc::device_or_resource_busy) : LastError();
-        } else if (::fstat(nDescriptor, &status) != 0) {
+        } else if (::fchmod(nDescriptor, FILE_MODE) != 0 || ::fstat(nDescriptor, &status) != 0) {
             error = LastError();
         } else if (status.st_nlink == 0) {
             error = std::make_error_code(std::errc::no_such_file_or_directory);

@@ -67,7 +67,7 @@ private:
 inline std::string Hex8(std::uint32_t nNumber)
 {
     char szHex[9];
-    std::snprintf(szHex, sizeof szHex, "%08x", static_cast<unsigned>(nNumber));
+    static_cast<void>(std::snprintf(szHex, sizeof szHex, "%08x", static_cast<unsigned>(nNumber)));
     return szHex;
 }
 

@@ -28,7 +28,7 @@ inline std::string NewRunName()
     std::string strName;
     for (int nPart = 0; nPart < 4; ++nPart) {
         char szPart[9];
-        std::snprintf(szPart, sizeof szPart, "%08x", static_cast<unsigned>(random()));
+        static_cast<void>(std::snprintf(szPart, sizeof szPart, "%08x", static_cast<unsigned>(random())));
         strName += szPart;
     }
     return strName;

@@ -27,7 +27,8 @@ Segment::Segment(Disk& disk, std::string strFolder, std::string strRun, std::uin
 std::string Segment::FileName(std::uint32_t nNumber, const char* szSuffix)
 {
     char szName[24];
-    std::snprintf(szName, sizeof szName, "%08u%s", static_cast<unsigned>(nNumber), szSuffix);
+    static_cast<void>(
+        std::snprintf(szName, sizeof szName, "%08u%s", static_cast<unsigned>(nNumber), szSuffix));
     return szName;
 }
 
@@ -38,6 +39,9 @@ std::string Segment::Path(const char* szSuffix) const
 
 std::error_code Segment::Create(std::uint64_t nBytes)
 {
+    // Memory must not run out between the writing of a record and the noting of it.
+    m_vecEnded.reserve(MOST_RECORDS);
+    m_vecMarks.reserve(MOST_RECORDS / RECORDS_PER_MARK + 1);
     std::error_code error;
     m_pFile = m_disk.Create(Path(".seg"), nBytes, error);
     if (m_pFile != nullptr) {
@@ -261,7 +265,7 @@ std::shared_ptr<DiskFile> Segment::TakeUnsyncedEndings()
     if (!std::exchange(m_bEndingsUnsynced, false)) {
         return nullptr;
     }
-    const std::shared_ptr<DiskFile> pEndings = m_pEndings;
+    std::shared_ptr<DiskFile> pEndings = m_pEndings;
     if (m_bSealed) {
         m_pEndings.reset(); // so that not every segment keeps a file open
     }

@@ -110,6 +110,9 @@ TEST_F(LinuxDiskTest, WorksWithAnyUmask)
     EXPECT_TRUE(pStore->Sync());
     EXPECT_EQ(AllWaiting(*pStore).size(), 1U);
     ::umask(022);
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(m_path)) {
+        EXPECT_EQ(ModeOf(entry.path()), entry.is_directory() ? 0700U : 0600U) << entry.path();
+    }
 }
 
 TEST_F(LinuxDiskTest, TakesRightsFromOthersOnAFolderThatExists)
