@@ -16,6 +16,12 @@ target_link_libraries(PkgConfig::httplib INTERFACE ws2_32)
 
 set(RAPIDJSON_INCLUDE_DIRS ${KTS_WINDOWS_PREFIX}/include)
 
+# Boost is used as headers only, which are the same on every system. A link makes them visible without the native
+# system's other headers.
+set(Boost_INCLUDE_DIRS ${PROJECT_BINARY_DIR}/boost_headers)
+file(MAKE_DIRECTORY ${Boost_INCLUDE_DIRS})
+file(CREATE_LINK /usr/include/boost ${Boost_INCLUDE_DIRS}/boost SYMBOLIC)
+
 # All DLLs that the programs need next to them: the build copies them there, and packages contain them.
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libstdc++-6.dll
   OUTPUT_VARIABLE compiler_runtime OUTPUT_STRIP_TRAILING_WHITESPACE)

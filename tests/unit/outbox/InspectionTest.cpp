@@ -1,0 +1,180 @@
+// What an operator's program sees and does.
+
+#include "StoreHelp.h"
+
+#include "outbox/Inspection.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace outbox;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace
+{
+
+class InspectionTest : public testing::Test
+{
+protected:
+    std::vector<InspectedReport> AllInspected()
+    {
+        std::vector<InspectedReport> vecReports;
+        m_inspection.ForEachWaiting([&vecReports](const InspectedReport& report) {
+            vecReports.push_back(report);
+            return true;
+        });
+        return vecReports;
+    }
+
+    ReportId MustAdd(const std::string& strBody)
+    {
+        Report report = MakeReport(strBody);
+        return m_pStore->Add(report).value();
+    }
+
+    std::shared_ptr<Machine> m_pMachine = std::make_shared<Machine>();
+    std::unique_ptr<Store> m_pStore = OpenStore(m_pMachine);
+    Inspection m_inspection{std::make_unique<MemoryDisk>(m_pMachine)};
+};
+
+} // namespace
+
+TEST_F(InspectionTest, ShowsWhatWaitsInARunThatIsOwned)
+{
+    const ReportId first = MustAdd("1");
+    MustAdd("2");
+    m_pStore->End(first, Ending::Acknowledged);
+    const auto mapBefore = m_pMachine->Files();
+    const std::vector<InspectedReport> vecReports = AllInspected();
+    ASSERT_EQ(vecReports.size(), 1U);
+    EXPECT_EQ(vecReports[0].record.report.strBody, "2");
+    EXPECT_EQ(vecReports[0].record.nSequence, 2U);
+    EXPECT_TRUE(vecReports[0].bOwned);
+    EXPECT_EQ(m_pMachine->Files(), mapBefore);
+    EXPECT_EQ(m_inspection.Verify().nWaiting, 1U);
+}
+
+TEST_F(InspectionTest, ShowsWhatWaitsInARunWhoseOwnerIsGone)
+{
+    MustAdd("1");
+    m_pStore.reset();
+    const std::vector<InspectedReport> vecReports = AllInspected();
+    ASSERT_EQ(vecReports.size(), 1U);
+    EXPECT_FALSE(vecReports[0].bOwned);
+}
+
+TEST_F(InspectionTest, StopsWhenItIsToldTo)
+{
+    MustAdd("1");
+    MustAdd("2");
+    int nCalls = 0;
+    m_inspection.ForEachWaiting([&nCalls](const InspectedReport&) { return ++nCalls > 1; });
+    EXPECT_EQ(nCalls, 1);
+}
+
+TEST_F(InspectionTest, ShowsDeadLetters)
+{
+    m_pStore->Bury(MustAdd("1"), Ending::Dead, "the server said no", 400);
+    const std::vector<std::string> vecNames = m_inspection.ListDead();
+    ASSERT_EQ(vecNames.size(), 1U);
+    const auto optLetter = m_inspection.ReadDead(vecNames[0]);
+    ASSERT_TRUE(optLetter);
+    EXPECT_EQ(optLetter->record.report.strBody, "1");
+    EXPECT_EQ(optLetter->strWhy, "the server said no");
+    EXPECT_EQ(optLetter->nStatus, 400);
+    EXPECT_FALSE(m_inspection.ReadDead("../" + vecNames[0]));
+    EXPECT_FALSE(m_inspection.ReadDead("other"));
+}
+
+TEST_F(InspectionTest, MakesADeadReportWaitAgainUnderItsKey)
+{
+    Report report = MakeReport("1");
+    m_pStore->Bury(m_pStore->Add(report).value(), Ending::Dead, "no", 400);
+    const std::string strName = m_inspection.ListDead().at(0);
+    EXPECT_EQ(m_inspection.Requeue(strName), "");
+    EXPECT_THAT(m_inspection.ListDead(), IsEmpty());
+    EXPECT_TRUE(m_pStore->Adopt());
+    const auto vecWaiting = AllWaiting(*m_pStore);
+    ASSERT_EQ(vecWaiting.size(), 1U);
+    EXPECT_EQ(vecWaiting[0].report.strKey, report.strKey);
+    EXPECT_EQ(vecWaiting[0].report.strBody, "1");
+    EXPECT_NE(m_inspection.Requeue(strName), "") << "it is gone";
+}
+
+TEST_F(InspectionTest, KeepsALetterThatCanNotBeMadeToWait)
+{
+    m_pStore->Bury(MustAdd("1"), Ending::Dead, "no", 400);
+    const std::string strName = m_inspection.ListDead().at(0);
+    for (const char* szFailing : {"create", "append", "sync", "sync folder", "make folder"}) {
+        const std::string strFailing = szFailing;
+        m_pMachine->fnBefore = [&](const std::string& strOperation, const std::string& strPath) {
+            return strOperation == strFailing && strPath.find("dead") == std::string::npos
+                       ? std::make_error_code(std::errc::no_space_on_device)
+                       : std::error_code();
+        };
+        EXPECT_NE(m_inspection.Requeue(strName), "") << szFailing;
+        m_pMachine->fnBefore = nullptr;
+        EXPECT_THAT(m_inspection.ListDead(), ElementsAre(strName)) << szFailing;
+        EXPECT_THAT(AllInspected(), IsEmpty()) << szFailing;
+    }
+}
+
+TEST_F(InspectionTest, DropsADeadLetter)
+{
+    m_pStore->Bury(MustAdd("1"), Ending::Parked, "", 0);
+    const std::string strName = m_inspection.ListDead().at(0);
+    EXPECT_EQ(m_inspection.DropDead(strName), "");
+    EXPECT_THAT(m_inspection.ListDead(), IsEmpty());
+    EXPECT_NE(m_inspection.DropDead(strName), "");
+    EXPECT_NE(m_inspection.DropDead("../runs"), "");
+}
+
+TEST_F(InspectionTest, DropsAWaitingReportOfNobody)
+{
+    MustAdd("1");
+    MustAdd("2");
+    const std::string strRun = AllInspected().at(0).strRun;
+    EXPECT_EQ(m_inspection.DropWaiting(strRun, 1), "the process that stored it is still running");
+    m_pStore.reset();
+    EXPECT_EQ(m_inspection.DropWaiting(strRun, 1), "");
+    EXPECT_EQ(m_inspection.DropWaiting(strRun, 1), "there is no such report");
+    EXPECT_EQ(AllInspected().at(0).record.report.strBody, "2");
+    EXPECT_EQ(m_inspection.DropWaiting(strRun, 2), "");
+    EXPECT_THAT(m_pMachine->Files(), IsEmpty());
+    EXPECT_EQ(m_inspection.DropWaiting(strRun, 2), "there is no such run");
+}
+
+TEST_F(InspectionTest, TellsDamage)
+{
+    MustAdd("first");
+    MustAdd("second");
+    m_pStore->Bury(MustAdd("third"), Ending::Dead, "", 0);
+    m_pStore.reset();
+    EXPECT_THAT(m_inspection.Verify().vecDamages, IsEmpty());
+    const auto mapFiles = m_pMachine->Files();
+    for (auto [strFile, strContent] : mapFiles) {
+        if (const std::size_t nAt = strContent.find("first"); nAt != std::string::npos) {
+            strContent[nAt] = 'F';
+            m_pMachine->Put(strFile, strContent + "R1 ");
+        }
+    }
+    m_pMachine->Put("dead/letter", "junk");
+    const auto mapBefore = m_pMachine->Files();
+    const Verdict verdict = m_inspection.Verify();
+    EXPECT_EQ(verdict.nRuns, 1U);
+    EXPECT_EQ(verdict.nWaiting, 1U);
+    EXPECT_EQ(verdict.nDead, 1U);
+    EXPECT_EQ(verdict.nTorn, 1U);
+    EXPECT_EQ(verdict.vecDamages.size(), 2U);
+    EXPECT_EQ(verdict.vecDamages.back(), "dead/letter");
+    EXPECT_THAT(verdict.vecErrors, IsEmpty());
+    EXPECT_EQ(m_pMachine->Files(), mapBefore) << "it only looks";
+    m_pMachine->fnBefore = [](const std::string& strOperation, const std::string&) {
+        return strOperation == "read" ? std::make_error_code(std::errc::io_error) : std::error_code();
+    };
+    EXPECT_EQ(m_inspection.Verify().vecErrors.size(), 3U);
+}
