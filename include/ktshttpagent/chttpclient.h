@@ -223,6 +223,59 @@ extern "C" CHTTPCLIENT_API const char* CHttpClientExchangeUrl();
 /// @return microseconds; -1 outside of a callback
 extern "C" CHTTPCLIENT_API long long CHttpClientExchangeMicroseconds();
 
+/// Sends a POST like `CHttpClientSendRequest`, with any number of header lines. A replacement of this
+/// transport need not have it, see `CHttpClientExchangeStory`.
+///
+/// May be called from any thread, also from within the callback.
+///
+/// @param nType      passed to the callback with the reply
+/// @param szUrl      the URL, encoded as described above
+/// @param pBody      the body; null only if nBody is 0
+/// @param nBody      its size in bytes
+/// @param pUserData  passed to the callback with the reply, never dereferenced
+/// @param arHeaders  complete header lines without their line ends; a null pointer follows the last one
+/// @return whether the request is accepted; if it is not, because there is not enough memory or the process
+///         has ended, there is no callback
+extern "C" CHTTPCLIENT_API bool CHttpClientSendReport(int nType, const char* szUrl, const char* pBody,
+                                                      std::size_t nBody, void* pUserData,
+                                                      const char* const* arHeaders);
+
+/// Has the callback called with a reply that the caller brings, as if it had come from the network: on the
+/// delivering thread, one at a time with those of the real replies. Nothing is sent, and nothing is logged;
+/// during the callback the functions that tell about its exchange have nothing to tell. It is answered also
+/// while the transport is stopped. A replacement of this transport need not have it, see
+/// `CHttpClientExchangeStory`.
+///
+/// May be called from any thread, also from within the callback.
+///
+/// @param nType       passed to the callback, like pUserData and nHttpError
+/// @param pBody       the reply's body; null only if nBody is 0
+/// @param nBody       its size in bytes
+/// @param pUserData   passed to the callback, never dereferenced
+/// @param nHttpError  0, an HTTP status, or a number of `CHttpOutcome`
+/// @return whether the reply is accepted; if it is not, because there is not enough memory or the process has
+///         ended, there is no callback
+extern "C" CHTTPCLIENT_API bool CHttpClientHandBack(int nType, const char* pBody, std::size_t nBody,
+                                                    void* pUserData, int nHttpError);
+
+/// How long the server asks to wait before another try (its header Retry-After, as seconds or as a date), if
+/// the reply whose callback runs on the calling thread has a status of 300 or more. A replacement of this
+/// transport need not have it, see `CHttpClientExchangeStory`.
+///
+/// May be called from any thread.
+///
+/// @return seconds; -1 outside of a callback, and if the server does not ask for it
+extern "C" CHTTPCLIENT_API long long CHttpClientExchangeRetryAfter();
+
+/// Whether the server may have seen any of the body of the POST whose callback runs on the calling thread; of
+/// one without a body, any of the request. A replacement of this transport need not have it, see
+/// `CHttpClientExchangeStory`.
+///
+/// May be called from any thread.
+///
+/// @return 1 if it may have, 0 if it has not; -1 if that is not known, and outside of a callback
+extern "C" CHTTPCLIENT_API int CHttpClientExchangeBodySent();
+
 /// How many requests wait at the moment for a free connection to their server, because
 /// CHTTPCLIENT_HOST_CONNECTIONS are in use. A replacement of this transport need not have it, see
 /// `CHttpClientExchangeStory`.

@@ -102,6 +102,9 @@ std::shared_ptr<ExchangeFacts> ExchangeWatch::Facts(CURL* pEasy, CURLcode eRefus
         auto pFacts = std::make_shared<ExchangeFacts>();
         // Each question to libcurl costs time, so those without use for an ordinary exchange are left out.
         pFacts->nStatus = Info<long>(pEasy, CURLINFO_RESPONSE_CODE);
+        if (pFacts->nStatus >= 300) {
+            pFacts->nRetryAfter = Info<curl_off_t>(pEasy, CURLINFO_RETRY_AFTER);
+        }
         pFacts->bSent = pFacts->nStatus != 0 || Info<long>(pEasy, CURLINFO_REQUEST_SIZE) > 0;
         if (pFacts->nStatus != 0) {
             pFacts->strPeer = ends.peer.data();

@@ -6,6 +6,7 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace chttpclient
 {
@@ -17,8 +18,9 @@ struct HttpExchange {
     std::string strBody;
     void* pUserData = nullptr;
     bool bPost = false;
-    std::string strHeader;                          ///< empty for none
+    std::vector<std::string> vecHeaders;            ///< header lines
     std::chrono::steady_clock::time_point tpSent{}; ///< when it was handed in
+    bool bHandedBack = false;                       ///< never for the network: its reply came with it
 
     std::string strReply;
     int nHttpError = 0;                    ///< as chttpclient.h lists them

@@ -139,19 +139,22 @@ void HttpTransfer::AppendHeader(const char* szLine)
 
 void HttpTransfer::SetHeaders()
 {
-    const std::string& strHeader = Request().strHeader;
-    if (!strHeader.empty() && !IsHeaderLine(strHeader)) {
+    const std::vector<std::string>& vecHeaders = Request().vecHeaders;
+    if (!std::all_of(vecHeaders.begin(), vecHeaders.end(), &IsHeaderLine)) {
         m_eSetUp = CURLE_BAD_FUNCTION_ARGUMENT;
         return;
     }
     if (Request().bPost) { // a name without a value keeps libcurl from adding that header
         AppendHeader("Expect:");
-        if (!BeginsWith(strHeader, CONTENT_TYPE)) {
+        const auto isContentType = [](const std::string& strLine) {
+            return BeginsWith(strLine, CONTENT_TYPE);
+        };
+        if (std::none_of(vecHeaders.begin(), vecHeaders.end(), isContentType)) {
             AppendHeader("Content-Type:");
         }
     }
-    if (!strHeader.empty()) {
-        AppendHeader(strHeader.c_str());
+    for (const std::string& strLine : vecHeaders) {
+        AppendHeader(strLine.c_str());
     }
     Set(CURLOPT_HTTPHEADER, m_pHeaders.get());
 }
@@ -198,6 +201,10 @@ ExchangeList HttpTransfer::Finish(CURLcode eResult)
     HttpExchange& exchange = m_exchange.front();
     exchange.nHttpError = HttpError(m_eRefused != CURLE_OK ? m_eRefused : eResult);
     exchange.pFacts = m_watch.Facts(m_pEasy.get(), m_eRefused, m_ends);
+    if (exchange.pFacts != nullptr) {
+        exchange.pFacts->bBodySent =
+            exchange.bPost && (m_nSent > 0 || (exchange.strBody.empty() && exchange.pFacts->bSent));
+    }
     if (exchange.nHttpError >= 0) {
         exchange.strReply = m_body.TakeBody();
     } else if (exchange.pFacts != nullptr) {

@@ -7,6 +7,7 @@
 #include <ktshttpagent/clog.h>
 
 #include <exception>
+#include <optional>
 
 namespace chttpclient
 {
@@ -49,9 +50,12 @@ void LogExchange(const HttpExchange& exchange, int nLogLevel) noexcept
 
 void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exchange, int nLogLevel) noexcept
 {
-    const StoryTeller teller(exchange);
-    TraceEnd(exchange);
-    LogExchange(exchange, nLogLevel);
+    std::optional<StoryTeller> teller;
+    if (!exchange.bHandedBack) {
+        teller.emplace(exchange);
+        TraceEnd(exchange);
+        LogExchange(exchange, nLogLevel);
+    }
     if (pReceiver == nullptr || *pReceiver == nullptr) {
         SayIfPossible([&] {
             Log_Write(1, "chttpclient::CDelivery::Deliver", __LINE__, "no receiver for a reply of type %d",

@@ -9,7 +9,8 @@ namespace chttpclient
 {
 
 /// Ends the trace of an exchange; logs the cause if it failed, and at level 4 every exchange; then calls the
-/// receiver with the outcome. What it throws is logged, and so is that there is none.
+/// receiver with the outcome. A reply that did not come from the network is neither traced nor logged. What
+/// the receiver throws is logged, and so is that there is none.
 /// @param pReceiver  may be null, or an empty function
 /// @param nLogLevel  lines above it are not made
 void CallReceiver(const CHttpClientResponse* pReceiver, const HttpExchange& exchange, int nLogLevel) noexcept;

@@ -103,6 +103,13 @@ void Transport::End()
     }
 }
 
+void Transport::HandBack(HttpExchange reply)
+{
+    ExchangeList exchange;
+    exchange.push_back(std::move(reply));
+    m_workers.HandBack(std::move(exchange));
+}
+
 void Transport::Send(HttpExchange request)
 {
     ExchangeList exchange;

@@ -31,6 +31,8 @@ public:
 
     /// @throws std::bad_alloc when there is no memory for the request, which is then not accepted
     void Send(HttpExchange request);
+    /// @throws std::bad_alloc when there is no memory for the reply, which is then not accepted
+    void HandBack(HttpExchange reply);
     void SetReceiver(CHttpClientResponse fnReceiver) { m_workers.SetReceiver(std::move(fnReceiver)); }
 
     /// How many requests wait for a connection.

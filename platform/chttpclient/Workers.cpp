@@ -95,6 +95,14 @@ void Workers::Send(ExchangeList exchange)
     Refuse(exchange, lock);
 }
 
+void Workers::HandBack(ExchangeList exchange)
+{
+    Lock lock(m_mutex);
+    ++m_nOutstanding;
+    Refuse(exchange, lock);
+}
+
+/// Has an exchange delivered that is not begun.
 void Workers::Refuse(ExchangeList& exchange, Lock& lock)
 {
     try {

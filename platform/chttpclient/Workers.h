@@ -42,6 +42,9 @@ public:
     /// calling thread if that can't be started, and after `End`.
     void Send(ExchangeList exchange);
 
+    /// Has an exchange delivered that has its reply already, like one that is refused.
+    void HandBack(ExchangeList exchange);
+
     /// Accepts no more requests, and returns once those that were accepted have their outcomes. Requests
     /// without one when the drain time is over are cancelled.
     /// @return false if there was nothing to do, because it is not started

@@ -9,7 +9,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace
@@ -72,6 +74,31 @@ void AfterForkInChild()
     g_mutexMaking.unlock();
 }
 
+chttpclient::HttpExchange NewExchange(int nType, const char* pBody, std::size_t nBody, void* pUserData)
+{
+    chttpclient::HttpExchange exchange;
+    exchange.nType = nType;
+    exchange.strBody.assign(pBody, nBody);
+    exchange.pUserData = pUserData;
+    exchange.tpSent = std::chrono::steady_clock::now();
+    return exchange;
+}
+
+/// Runs what hands an exchange to the transport.
+/// @return whether the transport has accepted it
+template <class HandIn>
+bool Accepts(HandIn fnHandIn) noexcept
+{
+    try {
+        return UnlessThreadsAreGone([&] {
+            fnHandIn();
+            return true;
+        });
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 const bool g_bForksPrepared = AtFork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
 
 } // namespace
@@ -127,18 +154,65 @@ unsigned long long CHttpClientQueued()
     return UnlessThreadsAreGone([] { return TheTransport().Queued(); });
 }
 
+bool CHttpClientSendReport(int nType, const char* szUrl, const char* pBody, std::size_t nBody,
+                           void* pUserData, const char* const* arHeaders)
+{
+    const auto send = [&] {
+        chttpclient::HttpExchange request = NewExchange(nType, pBody, nBody, pUserData);
+        request.strUrl = szUrl;
+        request.bPost = true;
+        for (; *arHeaders != nullptr; ++arHeaders) {
+            request.vecHeaders.emplace_back(*arHeaders);
+        }
+        TheTransport().Send(std::move(request));
+    };
+    return Accepts(send);
+}
+
+bool CHttpClientHandBack(int nType, const char* pBody, std::size_t nBody, void* pUserData, int nHttpError)
+{
+    const auto handBack = [&] {
+        chttpclient::HttpExchange reply = NewExchange(nType, {}, 0, pUserData);
+        reply.strReply.assign(pBody, nBody);
+        reply.nHttpError = nHttpError;
+        reply.bHandedBack = true;
+        TheTransport().HandBack(std::move(reply));
+    };
+    return Accepts(handBack);
+}
+
+long long CHttpClientExchangeRetryAfter()
+{
+    const auto* const pExchange = chttpclient::StoryTeller::Exchange();
+    const bool bAsked =
+        pExchange != nullptr && pExchange->pFacts != nullptr && pExchange->pFacts->nRetryAfter > 0;
+    return bAsked ? pExchange->pFacts->nRetryAfter : -1;
+}
+
+int CHttpClientExchangeBodySent()
+{
+    const auto* const pExchange = chttpclient::StoryTeller::Exchange();
+    if (pExchange == nullptr) {
+        return -1;
+    }
+    if (pExchange->pFacts != nullptr) {
+        return pExchange->pFacts->bBodySent ? 1 : 0;
+    }
+    const bool bRefused = pExchange->nHttpError == CHttpOutcome::NotRunning ||
+                          pExchange->nHttpError == CHttpOutcome::TooManyOutstanding;
+    return bRefused ? 0 : -1; // without facts it was not begun, or there was no memory for them
+}
+
 void CHttpClientSendRequest(int nType, const std::string& strUrl, const std::string& strBody, void* pUserData,
                             bool bPost, bool bHeader, const std::string& strHeader)
 {
     UnlessThreadsAreGone([&] {
-        chttpclient::HttpExchange request;
-        request.nType = nType;
+        chttpclient::HttpExchange request = NewExchange(nType, strBody.data(), strBody.size(), pUserData);
         request.strUrl = strUrl;
-        request.strBody = strBody;
-        request.pUserData = pUserData;
         request.bPost = bPost;
-        request.strHeader = bHeader ? strHeader : std::string();
-        request.tpSent = std::chrono::steady_clock::now();
+        if (bHeader && !strHeader.empty()) {
+            request.vecHeaders.push_back(strHeader);
+        }
         TheTransport().Send(std::move(request));
     });
 }
