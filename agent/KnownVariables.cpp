@@ -5,6 +5,7 @@
 #include "SettingsProfile.h"
 
 #include "net/BlockingSettings.h"
+#include "outbox/OutboxSettings.h"
 #include "platform/reply/ExchangeLimits.h"
 #include "platform/reply/ReplyLimits.h"
 
@@ -47,6 +48,18 @@ std::string NumberComplaintOf(const KnownVariable& variable)
     return vecComplaints.empty() ? "" : vecComplaints.front();
 }
 
+std::string OutboxComplaint(std::string_view strName)
+{
+    std::vector<std::string> vecComplaints;
+    outbox::ReadOutboxSettings(vecComplaints);
+    for (std::string& strComplaint : vecComplaints) {
+        if (strComplaint.compare(0, strName.size() + 1, std::string(strName) + ' ') == 0) {
+            return std::move(strComplaint);
+        }
+    }
+    return "";
+}
+
 std::string ComplaintOf(const KnownVariable& variable, const std::string& strValue)
 {
     const std::string_view name = variable.szName;
@@ -63,7 +76,7 @@ std::string ComplaintOf(const KnownVariable& variable, const std::string& strVal
     if (name == SYNC_SETTINGS_VARIABLE) {
         return BlockingSettingsComplaint();
     }
-    return "";
+    return OutboxComplaint(name);
 }
 
 bool IsOfTheLog(const KnownVariable& variable)
@@ -94,6 +107,9 @@ const std::array<KnownVariable, KNOWN_VARIABLE_COUNT>& KnownVariables()
         {VelCSDK::TLS_VARIABLE, ""},
         {SYNC_SETTINGS_VARIABLE, "qt"},
         {METRICS_FILE_VARIABLE, ""},
+        {outbox::FOLDER_VARIABLE, ""},
+        {outbox::SYNC_VARIABLE, "50"},
+        {outbox::REPEAT_VARIABLE, "any"},
     }};
     return VARIABLES;
 }

@@ -14,7 +14,7 @@ struct KnownVariable {
     std::optional<NumberRange> range{}; ///< which numbers it may hold; nothing for a text
 };
 
-constexpr std::size_t KNOWN_VARIABLE_COUNT = 18;
+constexpr std::size_t KNOWN_VARIABLE_COUNT = 21;
 
 /// All variables. Those of the transport and the log are documented in chttpclient.h and clog.h, because a
 /// site may replace these libraries; a test compares this list with the headers.

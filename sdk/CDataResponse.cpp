@@ -5,6 +5,8 @@
 #include "RequestCatalogue.h"
 #include "UserData.h"
 
+#include "outbox/OpenOutbox.h"
+#include "outbox/Outbox.h"
 #include "platform/metrics/Recorder.h"
 #include "platform/system/NeverDestroyed.h"
 
@@ -33,6 +35,12 @@ std::string Envelope(int nCode) noexcept
     }
 }
 
+/// Whether the outbox has handed this back for a report that it keeps, as far as the transport tells.
+bool IsFromOutbox(const std::string& body, int nHttpError)
+{
+    return outbox::MaySend() && nHttpError == 0 && body == outbox::StoredBody() && !IsFromExchange();
+}
+
 } // namespace
 
 // The transport's callback holds the instance too, so that it still exists for a reply that is delivered
@@ -49,10 +57,11 @@ CDataResponse* CDataResponse::Instance()
     std::shared_ptr<CDataResponse>& pInstance = Holder();
     if (pInstance == nullptr) {
         const std::shared_ptr<CDataResponse> pNew(new CDataResponse);
-        CHttpClientSetResponseCallBack(
-            [pNew](const std::string& body, int nType, void* pUserData, int nHttpError) {
-                pNew->CHttpCallBack(body, nType, pUserData, nHttpError);
-            });
+        const auto receive = [pNew](const std::string& body, int nType, void* pUserData, int nHttpError) {
+            pNew->CHttpCallBack(body, nType, pUserData, nHttpError);
+        };
+        CHttpClientSetResponseCallBack(receive);
+        outbox::SetReceiver(receive);
         pInstance = pNew;
     }
     return pInstance.get();
@@ -89,6 +98,23 @@ void CDataResponse::SetEndpointPaths(std::shared_ptr<const EndpointPaths> pPaths
 void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError)
 {
     const ReplyInHand inHand(body, nHttpError);
+    const auto answer = [this](const std::string& strBody, int nOf, void* pSent, int nError) {
+        Answer(strBody, nOf, pSent, nError, &strBody == &outbox::StoredBody());
+    };
+    if (outbox::OnReply(body, pUserData, nHttpError, answer)) {
+        NoteServer(nHttpError);
+    } else {
+        Answer(body, nType, pUserData, nHttpError, IsFromOutbox(body, nHttpError));
+    }
+}
+
+void CDataResponse::Answer(const std::string& body, int nType, void* pUserData, int nHttpError, bool bStored)
+{
+    if (bStored) {
+        CountStored(nType);
+        PassOn(body, nType, pUserData);
+        return;
+    }
     std::string strEnvelope; // replaces the body of a failed exchange
     if (nHttpError != 0) {
         LogExchangeFailure(59, nType, nHttpError);
@@ -102,13 +128,18 @@ void CDataResponse::CHttpCallBack(const std::string& body, int nType, void* pUse
                       "the reply holds the words \"Bad Gateway\"");
         strEnvelope = Envelope(GATEWAY_FAILURE_CODE);
     }
+    PassOn(strEnvelope.empty() ? body : strEnvelope, nType, pUserData);
+}
+
+void CDataResponse::PassOn(const std::string& body, int nType, void* pUserData)
+{
     const std::optional<ResponseHandler> fnHandler = FindHandler(nType);
     if (!fnHandler || *fnHandler == nullptr) { // without a handler nobody else frees the user data
         const UserData dropped(nType, pUserData);
         CountSuccess(nType, dropped.Url());
     }
     if (fnHandler) {
-        (*fnHandler)(strEnvelope.empty() ? body : strEnvelope, nType, pUserData);
+        (*fnHandler)(body, nType, pUserData);
     }
 }
 

@@ -43,7 +43,8 @@ public:
 
     /// The transport's callback. A failure (`nHttpError` other than 0) reaches the handler as the envelope
     /// {"code":N}, a gateway's error page as {"code":7}. A reply without a handler is dropped, and its user
-    /// data is freed. An exception of the handler reaches the caller.
+    /// data is freed. An exception of the handler reaches the caller. Replies to the outbox's own tries are
+    /// taken by that, see outbox/Outbox.h.
     void CHttpCallBack(const std::string& body, int nType, void* pUserData, int nHttpError);
 
     /// Does the same as `ReadEnvelope`, which the decoders call; a fixed member of the class.
@@ -53,6 +54,10 @@ private:
     CDataResponse() = default;
 
     static std::shared_ptr<CDataResponse>& Holder();
+    /// The answer to a request, from the transport or from the outbox.
+    /// @param bStored  there was no reply: the outbox keeps the report
+    void Answer(const std::string& body, int nType, void* pUserData, int nHttpError, bool bStored);
+    void PassOn(const std::string& body, int nType, void* pUserData);
     std::string EndpointPath(int nType);
     void LogExchangeFailure(int nLine, int nType, int nHttpError) noexcept;
     std::optional<ResponseHandler> FindHandler(int nType);

@@ -73,11 +73,17 @@ std::string_view UrlOr(std::string_view strUrl) noexcept
     return szUrl != nullptr ? szUrl : strUrl;
 }
 
-/// How long the exchange took; less than nothing if the transport does not tell.
-metrics::Duration ExchangeDuration() noexcept
+auto FindTime() noexcept
 {
     static const auto fnTime =
         Find<decltype(&CHttpClientExchangeMicroseconds)>("CHttpClientExchangeMicroseconds");
+    return fnTime;
+}
+
+/// How long the exchange took; less than nothing if the transport does not tell.
+metrics::Duration ExchangeDuration() noexcept
+{
+    const auto fnTime = FindTime();
     return std::chrono::microseconds(fnTime != nullptr ? fnTime() : -1);
 }
 
@@ -141,6 +147,29 @@ void CountSuccess(int nType, std::string_view strUrl) noexcept
     metrics::NoteSuccess({nType, false}, ExchangeDuration());
     if (metrics::AnyLost()) {
         metrics::NoteReached(UrlOr(strUrl));
+    }
+}
+
+bool IsFromExchange() noexcept
+{
+    return FindTime() == nullptr || ExchangeDuration() >= metrics::Duration::zero();
+}
+
+void CountStored(int nType) noexcept
+{
+    if (ReplyInHand::TakeUncounted() != nullptr) {
+        metrics::NoteStored({nType, false}, ExchangeDuration());
+    }
+}
+
+void NoteServer(int nHttpError) noexcept
+{
+    const std::string_view strUrl = UrlOr({});
+    if (nHttpError < 0 && metrics::IsUnreached(metrics::FailureOf(nHttpError))) {
+        const char* const szStory = Story();
+        metrics::NoteUnreached(strUrl, szStory != nullptr ? szStory : "the transport reports a failure");
+    } else if (nHttpError >= 0 && metrics::AnyLost()) {
+        metrics::NoteReached(strUrl);
     }
 }
 

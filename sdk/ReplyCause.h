@@ -49,6 +49,15 @@ void LogReplyCause(int nType, std::string_view strUrl, ReplyFault fault, std::st
 /// @param strUrl  where the request went; empty if that is not known
 void CountSuccess(int nType, std::string_view strUrl) noexcept;
 
+/// Whether the transport delivers the reply of an exchange on this thread; also true if it does not tell.
+bool IsFromExchange() noexcept;
+
+/// Counts the reply in hand as the answer to a report that the outbox keeps for later.
+void CountStored(int nType) noexcept;
+
+/// Notes what a reply that the outbox has taken says about the server: whether that can be reached.
+void NoteServer(int nHttpError) noexcept;
+
 /// Whether the transport tells the story of an exchange (`CHttpClientExchangeStory`), which names the URL. A
 /// site's own transport may not.
 bool TransportTellsStories() noexcept;

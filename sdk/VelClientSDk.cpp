@@ -4,6 +4,8 @@
 #include "QueryString.h"
 #include "ServerUrl.h"
 
+#include "outbox/OpenOutbox.h"
+#include "outbox/Outbox.h"
 #include "platform/metrics/Recorder.h"
 #include "platform/reply/ReplyLimits.h"
 #include "platform/system/OptionalFunction.h"
@@ -32,12 +34,20 @@ VelClientSDk::VelClientSDk()
         reinterpret_cast<unsigned long long (*)()>(FindOptionalFunction("chttpclient", "CHttpClientQueued")));
     CHttpClientInit();
     CDataResponse::Instance()->SetEndpointPaths(m_pPaths);
+    outbox::OpenByEnvironment();
 }
 
 // The transport ends first, because the replies that it still delivers need the decoders.
 VelClientSDk::~VelClientSDk()
 {
+    const bool bOutbox = outbox::MaySend();
+    outbox::BeginStop();
     CHttpClientUnInit();
+    outbox::Close(outbox::Milliseconds(0));
+    if (bOutbox) {
+        CHttpClientUnInit(); // returns when the senders of reports that were cancelled, but stored, are
+                             // called
+    }
     CDataResponse::ReleaseInstance();
 }
 

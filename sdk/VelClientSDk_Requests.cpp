@@ -4,6 +4,7 @@
 #include "UserData.h"
 #include "requests/AllRequests.h"
 
+#include "outbox/Outbox.h"
 #include "platform/metrics/Recorder.h"
 
 #include <ktshttpagent/chttpclient.h>
@@ -16,15 +17,40 @@ namespace VelCSDK
 namespace
 {
 
-void HandToTransport(const RequestForm& form, const std::string& strUrl, const std::string& strBody,
-                     void* pUserData)
+/// A request that is about to be sent.
+struct Outgoing {
+    std::string strUrl;
+    std::string strBody;
+    std::string strStream; ///< see outbox::Report
+};
+
+/// Hands a report to the outbox.
+/// @return false if the outbox does not take it: it is not open, or could not store the report
+bool HandToOutbox(const RequestForm& form, const Outgoing& outgoing, void* pUserData)
 {
-    const std::string strHeader = form.szHeader;
+    if (form.eMethod != Method::Post || !outbox::MaySend()) {
+        return false;
+    }
+    outbox::Report report;
+    report.nType = form.nType;
+    report.strUrl = outgoing.strUrl;
+    report.strHeader = form.szHeader;
+    report.strBody = outgoing.strBody;
+    report.strStream = outbox::ThreadStream().empty() ? outgoing.strStream : outbox::ThreadStream();
+    return outbox::Send(std::move(report), pUserData);
+}
+
+void HandToTransport(const RequestForm& form, const Outgoing& outgoing, void* pUserData)
+{
     const metrics::Kind kind{form.nType, false};
     metrics::NoteSent(kind);
     try {
-        CHttpClientSendRequest(form.nType, strUrl, strBody, pUserData, form.eMethod == Method::Post,
-                               !strHeader.empty(), strHeader);
+        if (HandToOutbox(form, outgoing, pUserData)) {
+            return;
+        }
+        const std::string strHeader = form.szHeader;
+        CHttpClientSendRequest(form.nType, outgoing.strUrl, outgoing.strBody, pUserData,
+                               form.eMethod == Method::Post, !strHeader.empty(), strHeader);
     } catch (...) {
         metrics::NoteFailure(kind, EKtsFailure::NotSent, {}, "the transport did not accept the request");
         throw;
@@ -37,15 +63,16 @@ template <class Request, class... More>
 void VelClientSDk::Send(typename Request::Arguments arguments, const More&... more)
 {
     static_assert(AllRequests::CONTAINS<Request>, "the list of requests lacks this one");
-    const RequestText text = Request::Outgoing(arguments, more...);
-    const std::string strUrl = m_strBaseUrl + GetUrl(Request::FORM.nType) + text.strAfterPath;
+    RequestText text = Request::Outgoing(arguments, more...);
+    Outgoing outgoing{m_strBaseUrl + GetUrl(Request::FORM.nType) + text.strAfterPath, std::move(text.strBody),
+                      std::move(text.strStream)};
     if constexpr (std::is_same_v<typename Request::Arguments, NoArguments>) {
-        HandToTransport(Request::FORM, strUrl, text.strBody, nullptr);
+        HandToTransport(Request::FORM, outgoing, nullptr);
     } else {
-        void* const pUserData =
-            NewUserData<Request>(std::move(arguments), TransportTellsStories() ? std::string() : strUrl);
+        void* const pUserData = NewUserData<Request>(
+            std::move(arguments), TransportTellsStories() ? std::string() : outgoing.strUrl);
         try {
-            HandToTransport(Request::FORM, strUrl, text.strBody, pUserData);
+            HandToTransport(Request::FORM, outgoing, pUserData);
         } catch (...) {
             const UserData takenBack(Request::FORM.nType, pUserData);
             throw;

@@ -1,7 +1,8 @@
 """The rooms of the production code, for what measures the tests room by room."""
 
-ROOMS = ("include/ktshttpagent", "agent", "net", "sdk", "platform/chttpclient", "platform/clog", "platform/metrics",
-         "platform/proxy", "platform/reply", "platform/system", "platform/text", "labserver", "apps/ktsagent")
+ROOMS = ("include/ktshttpagent", "agent", "net", "sdk", "outbox", "platform/chttpclient", "platform/clog",
+         "platform/metrics", "platform/proxy", "platform/reply", "platform/system", "platform/text", "labserver",
+         "apps/ktsagent")
 
 
 def room_of(path):

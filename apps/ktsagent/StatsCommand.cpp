@@ -51,7 +51,7 @@ std::string Failures(const RequestStats& request)
 {
     std::string strFailures;
     for (const auto& [strResult, nCount] : request.mapEnded) {
-        if (nCount > 0 && strResult != "succeeded" && strResult != "refused") {
+        if (nCount > 0 && strResult != "succeeded" && strResult != "refused" && strResult != "stored") {
             strFailures +=
                 (strFailures.empty() ? "" : ", ") + std::to_string(nCount) + ' ' + EscapeUnsafe(strResult);
         }
@@ -79,14 +79,14 @@ void PrintTable(const StatsFile& stats)
 {
     std::cout << std::left << std::setw(22) << "operation" << std::setw(14) << "interface" << std::right
               << std::setw(10) << "sent" << std::setw(11) << "succeeded" << std::setw(9) << "refused"
-              << std::setw(10) << "half in" << std::setw(10) << "99 % in"
+              << std::setw(8) << "stored" << std::setw(10) << "half in" << std::setw(10) << "99 % in"
               << "  failed\n";
     for (const auto& [key, request] : stats.mapRequests) {
         std::cout << std::left << std::setw(22) << NameOf(key.first) << std::setw(14)
                   << EscapeUnsafe(key.second) << std::right << std::setw(10) << request.nSent << std::setw(11)
-                  << Count(request, "succeeded") << std::setw(9) << Count(request, "refused") << std::setw(10)
-                  << Bound(request.Within(0.5)) << std::setw(10) << Bound(request.Within(0.99)) << "  "
-                  << Failures(request) << "\n";
+                  << Count(request, "succeeded") << std::setw(9) << Count(request, "refused") << std::setw(8)
+                  << Count(request, "stored") << std::setw(10) << Bound(request.Within(0.5)) << std::setw(10)
+                  << Bound(request.Within(0.99)) << "  " << Failures(request) << "\n";
     }
 }
 

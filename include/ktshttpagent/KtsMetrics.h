@@ -60,6 +60,8 @@ struct SKtsRequestMetrics {
     /// last class has no bound. A duration counts from the call of the sender to the answer.
     std::array<std::uint64_t, KTS_DURATION_BOUNDS.size() + 1> arDurations{};
     std::chrono::microseconds durations{0}; ///< the sum of all durations
+    std::uint64_t nStored = 0; ///< reports whose senders were answered because the outbox keeps them, see
+                               ///< KtsOutbox.h; its later tries are not counted here
 };
 
 /// A snapshot of the figures. Requests that end while it is taken may be counted in one figure and not yet in

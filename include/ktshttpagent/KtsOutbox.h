@@ -7,14 +7,14 @@
 ///
 /// The outbox takes the reports of the asynchronous interface. Queries and blocking senders pass it by.
 ///
-/// | variable                   | meaning                                                             |
-/// default |
-/// |----------------------------|---------------------------------------------------------------------|---------|
-/// | KTSHTTPAGENT_OUTBOX        | the folder; it is made if it is missing                             | none
-/// | | KTSHTTPAGENT_OUTBOX_SYNC   | when stored reports are made safe from a power cut: `each` at once, | 50
-/// | |                            | `50` those of 50 ms together, `none` when the system does so        | |
-/// | KTSHTTPAGENT_OUTBOX_REPEAT | `any` report without an answer is sent again; `unseen`: only those  | any |
-/// |                            | that the server can't have seen, for servers that know no keys      | |
+/// | variable                   | meaning                                                     | default |
+/// |----------------------------|-------------------------------------------------------------|---------|
+/// | KTSHTTPAGENT_OUTBOX        | the folder; it is made if it is missing                     | none    |
+/// | KTSHTTPAGENT_OUTBOX_SYNC   | when stored reports are made safe from a power cut          | 50      |
+/// | KTSHTTPAGENT_OUTBOX_REPEAT | which reports without an answer are sent again              | any     |
+///
+/// SYNC is `each` (at once), `50` (those of 50 ms together) or `none` (when the system does so). REPEAT is
+/// `any`, or for servers that know no keys `unseen`: only reports that the server can't have seen.
 ///
 /// If a value is none of these, the log says so, and the default is used. The variables are read when the
 /// outbox is opened.

@@ -207,26 +207,21 @@ CHTTPCLIENT_API void CHttpClientSendRequest(int nType, const std::string& strUrl
 extern "C" CHTTPCLIENT_API const char* CHttpClientExchangeStory();
 
 /// The URL of the request whose callback runs on the calling thread, as it was handed in, and so perhaps with
-/// a password. A replacement of this transport need not have it, see `CHttpClientExchangeStory`.
-///
-/// May be called from any thread.
+/// a password.
+/// May be called from any thread. A replacement may lack it, see `CHttpClientExchangeStory`.
 ///
 /// @return a text in UTF-8, valid until the callback returns; null outside of a callback
 extern "C" CHTTPCLIENT_API const char* CHttpClientExchangeUrl();
 
 /// How long ago the request was handed in whose callback runs on the calling thread: at the beginning of the
-/// callback, how long the exchange took, with its wait for a connection. A replacement of this transport need
-/// not have it, see `CHttpClientExchangeStory`.
-///
-/// May be called from any thread.
+/// callback, how long the exchange took, with its wait for a connection.
+/// May be called from any thread. A replacement may lack it, see `CHttpClientExchangeStory`.
 ///
 /// @return microseconds; -1 outside of a callback
 extern "C" CHTTPCLIENT_API long long CHttpClientExchangeMicroseconds();
 
-/// Sends a POST like `CHttpClientSendRequest`, with any number of header lines. A replacement of this
-/// transport need not have it, see `CHttpClientExchangeStory`.
-///
-/// May be called from any thread, also from within the callback.
+/// Sends a POST like `CHttpClientSendRequest`, with any number of header lines.
+/// May be called from any thread. A replacement may lack it, see `CHttpClientExchangeStory`.
 ///
 /// @param nType      passed to the callback with the reply
 /// @param szUrl      the URL, encoded as described above
@@ -242,11 +237,9 @@ extern "C" CHTTPCLIENT_API bool CHttpClientSendReport(int nType, const char* szU
 
 /// Has the callback called with a reply that the caller brings, as if it had come from the network: on the
 /// delivering thread, one at a time with those of the real replies. Nothing is sent, and nothing is logged;
-/// during the callback the functions that tell about its exchange have nothing to tell. It is answered also
-/// while the transport is stopped. A replacement of this transport need not have it, see
+/// during the callback the functions that tell about its exchange have nothing to tell. It works while the
+/// transport is stopped too. May be called from any thread. A replacement may lack it, see
 /// `CHttpClientExchangeStory`.
-///
-/// May be called from any thread, also from within the callback.
 ///
 /// @param nType       passed to the callback, like pUserData and nHttpError
 /// @param pBody       the reply's body; null only if nBody is 0
@@ -259,28 +252,21 @@ extern "C" CHTTPCLIENT_API bool CHttpClientHandBack(int nType, const char* pBody
                                                     void* pUserData, int nHttpError);
 
 /// How long the server asks to wait before another try (its header Retry-After, as seconds or as a date), if
-/// the reply whose callback runs on the calling thread has a status of 300 or more. A replacement of this
-/// transport need not have it, see `CHttpClientExchangeStory`.
-///
-/// May be called from any thread.
+/// the reply whose callback runs on the calling thread has a status of 300 or more.
+/// May be called from any thread. A replacement may lack it, see `CHttpClientExchangeStory`.
 ///
 /// @return seconds; -1 outside of a callback, and if the server does not ask for it
 extern "C" CHTTPCLIENT_API long long CHttpClientExchangeRetryAfter();
 
 /// Whether the server may have seen any of the body of the POST whose callback runs on the calling thread; of
-/// one without a body, any of the request. A replacement of this transport need not have it, see
-/// `CHttpClientExchangeStory`.
-///
-/// May be called from any thread.
+/// one without a body, any of the request.
+/// May be called from any thread. A replacement may lack it, see `CHttpClientExchangeStory`.
 ///
 /// @return 1 if it may have, 0 if it has not; -1 if that is not known, and outside of a callback
 extern "C" CHTTPCLIENT_API int CHttpClientExchangeBodySent();
 
-/// How many requests wait at the moment for a free connection to their server, because
-/// CHTTPCLIENT_HOST_CONNECTIONS are in use. A replacement of this transport need not have it, see
-/// `CHttpClientExchangeStory`.
-///
-/// May be called from any thread.
+/// How many requests wait for a connection to their server, of which CHTTPCLIENT_HOST_CONNECTIONS are in use.
+/// May be called from any thread. A replacement may lack it, see `CHttpClientExchangeStory`.
 extern "C" CHTTPCLIENT_API unsigned long long CHttpClientQueued();
 
 /// The parts of an exchange that a trace tells.
@@ -308,8 +294,7 @@ using CHttpClientTrace = void (*)(int nPart, const char* pBytes, std::size_t nBy
                                   const void* pExchange) noexcept;
 
 /// Sets what receives all parts of each exchange that begins from now on, and `CHttpTrace::End` of each that
-/// ends; null for nothing, as at the beginning. Meant for tools that show an exchange to their user. A
-/// replacement of this transport need not have it, see `CHttpClientExchangeStory`.
-///
-/// May be called from any thread. A call of the previous receiver that has begun may still run afterwards.
+/// ends; null for nothing, as at the beginning. Meant for tools that show an exchange to their user.
+/// May be called from any thread. A replacement may lack it, see `CHttpClientExchangeStory`. A call of the
+/// previous receiver that has begun may still run afterwards.
 extern "C" CHTTPCLIENT_API void CHttpClientSetTrace(CHttpClientTrace fnTrace);

@@ -1,6 +1,7 @@
 #include "HttpTransfer.h"
 
 #include "Authorities.h"
+#include "HeaderLine.h"
 #include "UrlEncoding.h"
 #include "UrlParts.h"
 
@@ -19,17 +20,6 @@ namespace
 
 // No server needs more; a header that never ends is cut off here.
 constexpr std::size_t MAX_HEADER_BYTES = std::size_t{256} * 1024;
-
-constexpr std::string_view CONTENT_TYPE = "content-type:";
-
-/// Whether a line is "Name: value" and holds no byte that could end it early.
-bool IsHeaderLine(const std::string& strLine)
-{
-    const auto isControl = [](char c) { return (c >= '\0' && c < ' ' && c != '\t') || c == '\x7F'; };
-    const std::size_t nColon = strLine.find(':');
-    return nColon != std::string::npos && nColon > 0 &&
-           std::none_of(strLine.begin(), strLine.end(), isControl);
-}
 
 /// Ignores case.
 bool BeginsWith(std::string_view strText, std::string_view strBegin)
@@ -146,10 +136,7 @@ void HttpTransfer::SetHeaders()
     }
     if (Request().bPost) { // a name without a value keeps libcurl from adding that header
         AppendHeader("Expect:");
-        const auto isContentType = [](const std::string& strLine) {
-            return BeginsWith(strLine, CONTENT_TYPE);
-        };
-        if (std::none_of(vecHeaders.begin(), vecHeaders.end(), isContentType)) {
+        if (std::none_of(vecHeaders.begin(), vecHeaders.end(), &IsContentType)) {
             AppendHeader("Content-Type:");
         }
     }

@@ -56,11 +56,13 @@ void AddCounts(std::string& strText, const SKtsMetrics& figures)
     const std::string strEnded = "ktshttpagent_requests_ended_total";
     AddHead(
         strText, strEnded, "counter",
-        "Requests that ended: succeeded, refused by the server's answer, or failed for the reason named.");
+        "Requests that ended: succeeded, refused by the server's answer, stored for later, or failed for the "
+        "reason named.");
     for (const SKtsRequestMetrics& request : figures.vecRequests) {
         const std::string strLabels = LabelsOf(request) + ",result=\"";
         AddValue(strText, strEnded, strLabels + "succeeded\"", to_string(request.nSucceeded));
         AddValue(strText, strEnded, strLabels + "refused\"", to_string(request.nRefused));
+        AddValue(strText, strEnded, strLabels + "stored\"", to_string(request.nStored));
         for (std::size_t nFailure = 0; nFailure < request.arFailed.size(); ++nFailure) {
             AddValue(strText, strEnded, strLabels + KtsFailureName(static_cast<EKtsFailure>(nFailure)) + '"',
                      to_string(request.arFailed.at(nFailure)));

@@ -22,6 +22,7 @@ struct Figures {
     Counter nSent{0};
     Counter nSucceeded{0};
     Counter nRefused{0};
+    Counter nStored{0};
     std::array<Counter, KTS_FAILURES> arFailed{};
     std::array<Counter, KTS_DURATION_BOUNDS.size() + 1> arDurations{};
     Counter nMicroseconds{0};
@@ -108,6 +109,7 @@ SKtsRequestMetrics Snapshot(int nType, bool bBlocking, const Figures& figures)
     request.nSent = Value(figures.nSent);
     request.nSucceeded = Value(figures.nSucceeded);
     request.nRefused = Value(figures.nRefused);
+    request.nStored = Value(figures.nStored);
     Copy(figures.arFailed, request.arFailed);
     Copy(figures.arDurations, request.arDurations);
     request.durations = std::chrono::microseconds(Value(figures.nMicroseconds));
@@ -116,7 +118,7 @@ SKtsRequestMetrics Snapshot(int nType, bool bBlocking, const Figures& figures)
 
 std::uint64_t Ended(const SKtsRequestMetrics& request)
 {
-    std::uint64_t nEnded = request.nSucceeded + request.nRefused;
+    std::uint64_t nEnded = request.nSucceeded + request.nRefused + request.nStored;
     for (const std::uint64_t nFailed : request.arFailed) {
         nEnded += nFailed;
     }
@@ -156,6 +158,14 @@ void NoteFailure(Kind kind, EKtsFailure eFailure, Duration duration, std::string
         Increase(pFigures->arFailed[static_cast<std::size_t>(eFailure)]);
         NoteDuration(*pFigures, duration);
         NoteLastFailure(kind, strWhy);
+    }
+}
+
+void NoteStored(Kind kind, Duration duration) noexcept
+{
+    if (Figures* const pFigures = FiguresOf(kind)) {
+        Increase(pFigures->nStored);
+        NoteDuration(*pFigures, duration);
     }
 }
 

@@ -31,6 +31,9 @@ void NoteSuccess(Kind kind, Duration duration) noexcept;
 void NoteRefusal(Kind kind, Duration duration, std::string_view strWhy) noexcept;
 void NoteFailure(Kind kind, EKtsFailure eFailure, Duration duration, std::string_view strWhy) noexcept;
 
+/// The report is kept for later, and its sender answered.
+void NoteStored(Kind kind, Duration duration) noexcept;
+
 /// Sets the function that tells `SKtsMetrics::nQueued`; null for none.
 void SetQueueSource(unsigned long long (*pfnQueued)()) noexcept;
 

@@ -75,7 +75,7 @@ RequestText ReportChlStatus::Outgoing(const Arguments& t, const tagRepoChlStatus
     const Json::Value body = StatusObject(info);
     Json::Value query;
     query["t"] = t;
-    return {BuildQueryString(query), WriteJson(body)};
+    return {BuildQueryString(query), WriteJson(body), info.deviceId + '/' + info.box + '/' + info.chl};
 }
 
 } // namespace VelCSDK::requests

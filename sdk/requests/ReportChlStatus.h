@@ -5,7 +5,7 @@
 namespace VelCSDK::requests
 {
 
-/// One line of a channel's status log.
+/// One line of a channel's status log. The lines of one channel are a stream: its device, box and channel.
 ///
 ///     POST vomd/system/addstatuslog.action?t=1.1.0
 ///     {"PEXAVer":"1.0","action":"start","box":1,"chl":"3","cycle":1,"hostname":"LAB-7",...}

@@ -61,6 +61,8 @@ struct UnregisteredReply {
 struct RequestText {
     std::string strAfterPath; ///< follows the endpoint path in the URL
     std::string strBody;
+    std::string strStream = {}; ///< requests of one stream are sent in order if they are reports that the
+                                ///< outbox keeps; empty for no order
 };
 
 /// A query: the members of `object` as query string, and as JSON body for a transport that uses it.

@@ -48,7 +48,7 @@ const Room ROOMS[] = {
      false},
     {"net", {"platform/proxy", "platform/reply", "platform/system"}, true},
     {"agent",
-     {"sdk", "net", "platform/clog", "platform/metrics", "platform/reply", "platform/system",
+     {"sdk", "net", "outbox", "platform/clog", "platform/metrics", "platform/reply", "platform/system",
       "platform/text"},
      true},
     {"labserver", {"platform/system", "platform/text"}, false},

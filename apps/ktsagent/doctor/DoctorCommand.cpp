@@ -4,7 +4,7 @@
 #include "CommandOptions.h"
 #include "Exchange.h"
 #include "ProgressLine.h"
-#include "Report.h"
+#include "DoctorReport.h"
 #include "Verbose.h"
 
 #include "platform/text/Escaping.h"

@@ -55,9 +55,9 @@ TEST_F(Stats, ShowEachRequestByTheNameOfItsOperation)
 {
     const KtsagentRun run = RunWith(FIGURES);
     ASSERT_EQ(run.nExit, 0) << run.strErr;
-    EXPECT_THAT(LineOf(run, "projects"), testing::ContainsRegex("asynchronous +10 +7 +2 +20 ms +5 s +-$"));
+    EXPECT_THAT(LineOf(run, "projects"), testing::ContainsRegex("asynchronous +10 +7 +2 +0 +20 ms +5 s +-$"));
     EXPECT_THAT(LineOf(run, "report-step-orn"),
-                testing::ContainsRegex("blocking +4 +0 +0 +- +- +3 timed_out, 1 tls_failed$"));
+                testing::ContainsRegex("blocking +4 +0 +0 +0 +- +- +3 timed_out, 1 tls_failed$"));
     EXPECT_THAT(LineOf(run, "9999"), testing::ContainsRegex("blocking +1 "));
     EXPECT_THAT(LineOf(run, "outstanding"), HasSubstr("outstanding: 1"));
     EXPECT_THAT(LineOf(run, "last success"), HasSubstr("last success: never, last failure or refusal: "));

@@ -1,4 +1,4 @@
-#include "Report.h"
+#include "DoctorReport.h"
 
 #include "ValueWriter.h"
 
