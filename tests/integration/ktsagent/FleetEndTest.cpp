@@ -18,7 +18,7 @@
 namespace
 {
 
-constexpr int PATIENCE_MS = 60000;
+constexpr int PATIENCE_WITH_FLEET_MS = 60000;
 
 /// A terminal, with the side that a program writes to and the side that a test reads.
 class Terminal
@@ -78,13 +78,13 @@ protected:
                                   "5", "--seconds", "600"} +
                           lstOptions,
                       QIODevice::ReadOnly);
-        ASSERT_TRUE(process.waitForStarted(PATIENCE_MS));
+        ASSERT_TRUE(process.waitForStarted(PATIENCE_WITH_FLEET_MS));
     }
 
     static KtsagentRun End(QProcess& process, int nSignal)
     {
         EXPECT_EQ(::kill(static_cast<pid_t>(process.processId()), nSignal), 0);
-        EXPECT_TRUE(process.waitForFinished(PATIENCE_MS));
+        EXPECT_TRUE(process.waitForFinished(PATIENCE_WITH_FLEET_MS));
         return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
                 process.readAllStandardOutput().toStdString(), process.readAllStandardError().toStdString()};
     }

@@ -13,7 +13,7 @@ const char* const STEPS = "/open/test-cabinet/add/kostrel/step";
 const char* const INCUBATOR = "/vomd/system/incubatorStatus.action";
 const char* const OVEN = R"({"name": "Oven 3", "status": "idle", "temperature": 25.5})";
 const char* const CHANNEL = "/vomd/system/addstatuslog.action?t=";
-const char* const CHANNEL_STATUS = R"({"com": "", "ver": "", "PEXAVer": "", "deviceId": "", "box": 1,
+const char* const REPEATED_KIND = R"({"com": "", "ver": "", "PEXAVer": "", "deviceId": "", "box": 1,
     "disch_retention": 1, "retentionUnder": "", "stepStatus": "", "stopTime": "", "cMax": "", "errorParam": "",
     "errorTime": "", "chl": "3", "dxtm": "", "cycle": 1, "disch_capacity": 1, "step_state": "", "voltage": 1,
     "current": 1, "backup_dir": "", "hostname": "", "action": "", "action_desc": "", "chlType": 1, "reason": 1,
@@ -36,7 +36,7 @@ TEST_F(LabRepeats, GetTheSameReplyAndStoreNothing)
     for (const auto& [strTarget, strBody, strKind] :
          {std::array<std::string, 3>{CYCLES, "[1,2]", "cycle-data"},
           std::array<std::string, 3>{INCUBATOR, OVEN, "incubator-status"},
-          std::array<std::string, 3>{CHANNEL + std::string("1.1.0"), CHANNEL_STATUS, "channel-status"}}) {
+          std::array<std::string, 3>{CHANNEL + std::string("1.1.0"), REPEATED_KIND, "channel-status"}}) {
         Post(strTarget, strBody); // so that the reply's id is not the only one
         const LabReply first = PostWithKey(strTarget, strBody, '"' + strKind + '"');
         EXPECT_EQ(first.nStatus, 200);
@@ -92,9 +92,9 @@ TEST_F(LabRepeats, ToAnotherEndpointAreRefused)
 
 TEST_F(LabRepeats, WithAnotherFieldInTheQueryAreRefused)
 {
-    EXPECT_EQ(PostWithKey(CHANNEL + std::string("1"), CHANNEL_STATUS, "\"k\"").nStatus, 200);
-    ExpectOther(PostWithKey(CHANNEL + std::string("2"), CHANNEL_STATUS, "\"k\""));
-    EXPECT_EQ(PostWithKey(CHANNEL + std::string("1"), CHANNEL_STATUS, "\"k\"").nStatus, 200);
+    EXPECT_EQ(PostWithKey(CHANNEL + std::string("1"), REPEATED_KIND, "\"k\"").nStatus, 200);
+    ExpectOther(PostWithKey(CHANNEL + std::string("2"), REPEATED_KIND, "\"k\""));
+    EXPECT_EQ(PostWithKey(CHANNEL + std::string("1"), REPEATED_KIND, "\"k\"").nStatus, 200);
     EXPECT_EQ(Get("/lab/reports/channel-status").json["count"], 1);
 }
 
