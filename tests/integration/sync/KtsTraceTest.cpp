@@ -21,7 +21,7 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-constexpr const char* YES = R"({"success":true,"common":true})";
+constexpr const char* COMMON_YES = R"({"success":true,"common":true})";
 
 class BothTraces : public SyncInterface
 {
@@ -71,21 +71,21 @@ private:
 
 TEST_F(BothTraces, TellAnAsynchronousExchange)
 {
-    const ScriptedServer server(ServerStep{HttpReply(200, YES)});
+    const ScriptedServer server(ServerStep{HttpReply(200, COMMON_YES)});
     const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
     m_request.SendGetWhetherInCommon(m_strHost, server.Port(), "X");
     ASSERT_TRUE(spy.Wait(1));
     EXPECT_THAT(Told(EKtsTrace::RequestHeader),
                 ElementsAre(StartsWith("GET /vomd/system/whetherInCommon.action?dxtm=X HTTP/1.1\r\n")));
     EXPECT_THAT(Told(EKtsTrace::ReplyHeader).at(0), StartsWith("HTTP/1.1 200"));
-    EXPECT_THAT(Told(EKtsTrace::ReplyBody), ElementsAre(YES));
+    EXPECT_THAT(Told(EKtsTrace::ReplyBody), ElementsAre(COMMON_YES));
     EXPECT_THAT(Told(EKtsTrace::End), ElementsAre(AllOf(HasSubstr("type 3110"), HasSubstr("ms: "))));
     ExpectEachInOneExchange();
 }
 
 TEST_F(BothTraces, TellABlockingExchangeAsQtReportsIt)
 {
-    const ScriptedServer server(ServerStep{HttpReply(200, YES, "X-Lab: 7\r\n")});
+    const ScriptedServer server(ServerStep{HttpReply(200, COMMON_YES, "X-Lab: 7\r\n")});
     EXPECT_TRUE(InCommon(server));
     EXPECT_THAT(Told(EKtsTrace::Remark),
                 ElementsAre(HasSubstr("Qt does not tell the bytes"), "no proxy", ""));
@@ -96,7 +96,7 @@ TEST_F(BothTraces, TellABlockingExchangeAsQtReportsIt)
     EXPECT_THAT(Told(EKtsTrace::RequestBody), IsEmpty());
     EXPECT_THAT(Told(EKtsTrace::ReplyHeader),
                 ElementsAre(AllOf(StartsWith("HTTP 200 "), HasSubstr("X-Lab: 7\r\n"))));
-    EXPECT_THAT(Told(EKtsTrace::ReplyBody), ElementsAre(YES));
+    EXPECT_THAT(Told(EKtsTrace::ReplyBody), ElementsAre(COMMON_YES));
     EXPECT_THAT(Told(EKtsTrace::End), ElementsAre(HasSubstr("type 3110: the server said yes")));
     ExpectEachInOneExchange();
 }
@@ -118,8 +118,8 @@ TEST_F(BothTraces, TellTheReportOfABlockingCallButNoPasswordOfItsUrl)
 
 TEST_F(BothTraces, TellNothingOfAReplyThatComesAfterItsCall)
 {
-    const ScriptedServer server(
-        ServerStep{HttpReply(200, YES), ServerStep::Ending::KeepAlive, std::chrono::milliseconds(300)});
+    const ScriptedServer server(ServerStep{HttpReply(200, COMMON_YES), ServerStep::Ending::KeepAlive,
+                                           std::chrono::milliseconds(300)});
     m_request.SetStrictWaits(true); // so that the late reply does not end the second call
     EXPECT_FALSE(InCommon(server, 1));
     EXPECT_THAT(Told(EKtsTrace::End), ElementsAre(HasSubstr("timed out: no answer came within 1 ms")));
@@ -131,7 +131,7 @@ TEST_F(BothTraces, TellNothingOfAReplyThatComesAfterItsCall)
 TEST_F(BothTraces, AreSilentWithoutAReceiver)
 {
     EXPECT_TRUE(KtsSetTrace({}));
-    const ScriptedServer server(ServerStep{HttpReply(200, YES)});
+    const ScriptedServer server(ServerStep{HttpReply(200, COMMON_YES)});
     EXPECT_TRUE(InCommon(server));
     EXPECT_THAT(All(), IsEmpty());
 }
@@ -139,7 +139,7 @@ TEST_F(BothTraces, AreSilentWithoutAReceiver)
 TEST_F(BothTraces, SurviveAReceiverThatThrows)
 {
     EXPECT_TRUE(KtsSetTrace([](const SKtsTrace&) { throw std::runtime_error("full"); }));
-    const ScriptedServer server(ServerStep{HttpReply(200, YES)});
+    const ScriptedServer server(ServerStep{HttpReply(200, COMMON_YES)});
     EXPECT_TRUE(InCommon(server));
 }
 
