@@ -96,7 +96,10 @@ TEST_F(StoreTest, GivesEachReportAKeyOfItsOwn)
         setKeys.insert(report.strKey);
     }
     EXPECT_EQ(setKeys.size(), 10U);
-    EXPECT_THAT(*setKeys.begin(), testing::MatchesRegex("[0-9a-f]+-[0-9]+"));
+    const std::string strKey = *setKeys.begin();
+    EXPECT_EQ(strKey.find('-'), 32U) << strKey;
+    EXPECT_EQ(strKey.find_first_not_of("0123456789abcdef-"), std::string::npos) << strKey;
+    EXPECT_EQ(strKey.rfind('-'), 32U) << strKey;
 }
 
 TEST_F(StoreTest, GivesReportsBackInOrder)
