@@ -2,9 +2,9 @@
 
 #include "AgentSession.h"
 #include "CommandOptions.h"
+#include "DoctorReport.h"
 #include "Exchange.h"
 #include "ProgressLine.h"
-#include "DoctorReport.h"
 #include "Verbose.h"
 
 #include "platform/text/Escaping.h"
