@@ -4,11 +4,15 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <set>
 
 namespace
 {
 constexpr std::chrono::seconds PATIENCE{60};
-}
+
+/// The names of the settings that the present test has made.
+std::set<std::string> g_setNames;
+} // namespace
 
 void ReceivedReplies::Add(const std::string& strBody, int nType, void* pUserData, int nHttpError)
 {
@@ -84,6 +88,10 @@ TransportTest::~TransportTest()
 {
     CHttpClientUnInit();
     CHttpClientSetResponseCallBack(nullptr);
+    for (const std::string& strName : g_setNames) { // the next test may run in the same process
+        ::unsetenv(strName.c_str());
+    }
+    g_setNames.clear();
 }
 
 void TransportTest::Set(const std::string& strName, long nValue)
@@ -93,6 +101,7 @@ void TransportTest::Set(const std::string& strName, long nValue)
 
 void TransportTest::Set(const std::string& strName, const std::string& strValue)
 {
+    g_setNames.insert(strName);
     ::setenv(strName.c_str(), strValue.c_str(), 1);
 }
 

@@ -66,7 +66,7 @@ protected:
     TransportTest();
     ~TransportTest() override;
 
-    /// Settings are read by Start.
+    /// Settings are read by Start, and end with the test.
     static void Set(const std::string& strName, long nValue);
     static void Set(const std::string& strName, const std::string& strValue);
 

@@ -121,7 +121,8 @@ TEST(LabWaits, TwoSecondsInAllForBytesThatComeNowAndThenAtAStop)
                   vecLast.end());
     ASSERT_FALSE(vecLast.empty());
     EXPECT_THAT(Patiences(1), Each(Le(200)));
-    EXPECT_LT(vecLast.back().begin - vecLast.front().begin, milliseconds(3500));
+    EXPECT_LT(vecLast.back().begin - vecLast.front().begin, std::chrono::seconds(15))
+        << "without the two seconds it is a minute, and a busy machine may stretch them";
 }
 
 TEST(LabWaits, FiveSecondsForARefusedClientThatStays)
