@@ -5,6 +5,7 @@
 #include "net/CallTrace.h"
 #include "platform/system/NeverDestroyed.h"
 
+#include <memory>
 #include <mutex>
 #include <string_view>
 #include <utility>
@@ -12,23 +13,37 @@
 namespace
 {
 
-struct Receiver {
-    std::mutex mutex; ///< guards the member below
-    KtsTraceReceiver fnReceive;
+using Receiver = std::shared_ptr<const KtsTraceReceiver>;
+
+struct Current {
+    std::mutex mutex;  ///< guards the member below; not held while a receiver runs
+    Receiver receiver; ///< null for none
 };
 
-Receiver& TheReceiver()
+Current& TheCurrent()
 {
-    static const NeverDestroyed<Receiver> receiver; // exchanges may still end while the process does
-    return *receiver;
+    static const NeverDestroyed<Current> current; // exchanges may still end while the process does
+    return *current;
+}
+
+/// @return the previous one
+Receiver Replace(Receiver receiver)
+{
+    const std::lock_guard<std::mutex> lock(TheCurrent().mutex);
+    return std::exchange(TheCurrent().receiver, std::move(receiver));
+}
+
+Receiver InForce()
+{
+    const std::lock_guard<std::mutex> lock(TheCurrent().mutex);
+    return TheCurrent().receiver;
 }
 
 void Tell(EKtsTrace ePart, std::string_view strBytes, const void* pExchange) noexcept
 {
     try {
-        const std::lock_guard<std::mutex> lock(TheReceiver().mutex);
-        if (TheReceiver().fnReceive) {
-            TheReceiver().fnReceive({ePart, std::string(strBytes), pExchange});
+        if (const Receiver receiver = InForce()) {
+            (*receiver)({ePart, std::string(strBytes), pExchange});
         }
     } catch (...) { // not enough memory, or the receiver threw: the exchange goes on all the same
     }
@@ -57,10 +72,7 @@ static_assert(static_cast<int>(CallPart::End) == static_cast<int>(EKtsTrace::End
 bool KtsSetTrace(KtsTraceReceiver fnReceive)
 {
     const bool bSet = static_cast<bool>(fnReceive);
-    {
-        const std::lock_guard<std::mutex> lock(TheReceiver().mutex);
-        std::swap(TheReceiver().fnReceive, fnReceive); // the old one is destroyed without the lock
-    }
+    Replace(bSet ? std::make_shared<const KtsTraceReceiver>(std::move(fnReceive)) : nullptr);
     SetCallTrace(bSet ? &TellOfCall : nullptr);
     return VelCSDK::SetTransportTrace(bSet ? &TellOfTransport : nullptr);
 }

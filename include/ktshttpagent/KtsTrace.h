@@ -33,12 +33,18 @@ struct SKtsTrace {
     const void* pExchange; ///< the same for all parts of one exchange, and for no other at the same time
 };
 
-/// Receives the parts of all exchanges, one call at a time. It is called on whatever thread the part arises,
-/// also on the host's; it delays the exchange, and must not use the library.
+/// Receives the parts of all exchanges. It is called on whatever thread a part arises, also on the host's,
+/// and on several threads at a time; the parts of one exchange come one after the other. It delays the
+/// exchange, so it should return soon. If it throws, the exchange goes on. The requests that it sends are
+/// shown too.
 using KtsTraceReceiver = std::function<void(const SKtsTrace&)>;
 
 /// Sets the receiver for each exchange that begins from now on; an empty function for none, as at the
-/// beginning. When this returns, the previous receiver is not called any more. It may be called from any
-/// thread, but not from a receiver.
+/// beginning. May be called from any thread, also by a receiver.
+///
+/// A call of the previous receiver that has begun on another thread may go on after this has returned. The
+/// previous receiver is destroyed when its last call has ended, so what it uses should belong to it, for
+/// instance by a `std::shared_ptr`.
 /// @return whether the asynchronous interface is shown too; a site's own transport may not be able to
+/// @throws std::bad_alloc
 KTSHTTPAGENT_API bool KtsSetTrace(KtsTraceReceiver fnReceive);

@@ -7,6 +7,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -28,9 +32,9 @@ class BothTraces : public SyncInterface
 protected:
     BothTraces()
     {
-        EXPECT_TRUE(KtsSetTrace([this](const SKtsTrace& part) {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_vecParts.push_back(part);
+        EXPECT_TRUE(KtsSetTrace([told = m_told](const SKtsTrace& part) {
+            const std::lock_guard<std::mutex> lock(told->mutex);
+            told->vecParts.push_back(part);
         }));
     }
     ~BothTraces() override { KtsSetTrace({}); }
@@ -38,9 +42,8 @@ protected:
     /// The texts of a kind of part.
     std::vector<std::string> Told(EKtsTrace ePart) const
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
         std::vector<std::string> vecTold;
-        for (const SKtsTrace& part : m_vecParts) {
+        for (const SKtsTrace& part : All()) {
             if (part.ePart == ePart) {
                 vecTold.push_back(part.strBytes);
             }
@@ -50,8 +53,8 @@ protected:
 
     std::vector<SKtsTrace> All() const
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_vecParts;
+        const std::lock_guard<std::mutex> lock(m_told->mutex);
+        return m_told->vecParts;
     }
 
     void ExpectEachInOneExchange() const
@@ -65,8 +68,11 @@ protected:
     }
 
 private:
-    mutable std::mutex m_mutex;
-    std::vector<SKtsTrace> m_vecParts; ///< guarded by the mutex
+    struct Parts {
+        std::mutex mutex; ///< guards the member below
+        std::vector<SKtsTrace> vecParts;
+    };
+    const std::shared_ptr<Parts> m_told = std::make_shared<Parts>(); ///< belongs to the receiver too
 };
 
 TEST_F(BothTraces, TellAnAsynchronousExchange)
@@ -141,6 +147,40 @@ TEST_F(BothTraces, SurviveAReceiverThatThrows)
     EXPECT_TRUE(KtsSetTrace([](const SKtsTrace&) { throw std::runtime_error("full"); }));
     const ScriptedServer server(ServerStep{HttpReply(200, COMMON_YES)});
     EXPECT_TRUE(InCommon(server));
+}
+
+TEST_F(BothTraces, MayBeSwitchedOffByTheReceiverItself)
+{
+    auto bCalled = std::make_shared<std::atomic<int>>(0);
+    EXPECT_TRUE(KtsSetTrace([bCalled](const SKtsTrace&) {
+        ++*bCalled;
+        KtsSetTrace({});
+    }));
+    const ScriptedServer server(ServerStep{HttpReply(200, COMMON_YES)});
+    EXPECT_TRUE(InCommon(server));
+    EXPECT_EQ(*bCalled, 1);
+}
+
+TEST_F(BothTraces, MayBeSwitchedOffWhileTheReceiverIsBusy)
+{
+    auto entered = std::make_shared<std::promise<void>>();
+    auto left = std::make_shared<std::promise<std::future_status>>();
+    std::promise<void> off;
+    EXPECT_TRUE(KtsSetTrace([entered, left, bFirst = std::make_shared<std::atomic<bool>>(true),
+                             fnOff = off.get_future().share()](const SKtsTrace&) {
+        if (bFirst->exchange(false)) {
+            entered->set_value();
+            left->set_value(fnOff.wait_for(std::chrono::seconds(60)));
+        }
+    }));
+    const ScriptedServer server(ServerStep{HttpReply(200, COMMON_YES)});
+    const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
+    m_request.SendGetWhetherInCommon(m_strHost, server.Port(), "X");
+    ASSERT_EQ(entered->get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    EXPECT_TRUE(KtsSetTrace({}));
+    off.set_value();
+    EXPECT_EQ(left->get_future().get(), std::future_status::ready) << "it waited for the receiver";
+    EXPECT_TRUE(spy.Wait(1));
 }
 
 } // namespace
