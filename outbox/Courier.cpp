@@ -36,7 +36,7 @@ Courier::Adding Courier::Prepare(const Report& report, void* pUserData)
     }
     flight.nBytes = BytesOf(report);
     flight.nType = report.nType;
-    flight.bHttp = report.strUrl.rfind("http", 0) == 0;
+    flight.bHttp = IsHttp(report.strUrl);
     flight.lstOwed.push_back({report.nType, pUserData, 0});
     m_lstAdding.push_back(m_newest);
     ++flight.pLane->nAdding;
@@ -151,7 +151,7 @@ std::optional<Courier::Departure> Courier::TakeDue(TimePoint tpNow)
     flight.nBytes = held.nBytes;
     flight.nType = held.report.nType;
     flight.strKey = held.report.strKey;
-    flight.bHttp = held.report.strUrl.rfind("http", 0) == 0;
+    flight.bHttp = IsHttp(held.report.strUrl);
     Flight& inMap = m_mapFlight.try_emplace(*id, std::move(flight)).first->second;
     m_rate.Take(tpNow);
     Depart(inMap);

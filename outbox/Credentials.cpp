@@ -18,9 +18,9 @@ bool Credentials::Remember(const std::string& strServer, const std::string& strU
 
 std::string Credentials::Complete(const std::string& strBareUrl) const
 {
-    const std::optional<UrlParts> parts = SplitUrl(strBareUrl);
+    const std::optional<Address> address = ReadAddress(strBareUrl);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto found = parts ? m_mapUserInfo.find(parts->strServer) : m_mapUserInfo.end();
+    const auto found = address ? m_mapUserInfo.find(address->strServer) : m_mapUserInfo.end();
     return found == m_mapUserInfo.end() ? strBareUrl : WithUserInfo(strBareUrl, found->second);
 }
 

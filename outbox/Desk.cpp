@@ -44,15 +44,15 @@ bool Desk::Send(Report report, void* pUserData) noexcept
 {
     try {
         const std::string strUrl = report.strUrl;
-        const std::optional<UrlParts> parts = SplitUrl(strUrl);
-        if (!parts) {
+        const std::optional<Address> address = ReadAddress(strUrl);
+        if (!address) {
             NoteUnprotected("its address is no URL");
             return false;
         }
-        report.strUrl = parts->strBare;
-        if (m_credentials.Remember(parts->strServer, parts->strUserInfo)) {
+        report.strUrl = address->strBare;
+        if (m_credentials.Remember(address->strServer, address->strUserInfo)) {
             const Lock lock(m_mutex);
-            m_courier.Hasten(parts->strServer, Now());
+            m_courier.Hasten(address->strServer, Now());
         }
         return Store(report, pUserData, strUrl);
     } catch (const std::exception& error) {

@@ -22,12 +22,12 @@ std::string LaneKey(const Report& report, const Place& place)
 
 Place& Routes::PlaceOf(const Report& report)
 {
-    const std::optional<UrlParts> parts = SplitUrl(report.strUrl);
-    const std::string& strPlace = parts ? parts->strPlace : report.strUrl;
+    const std::optional<Address> address = ReadAddress(report.strUrl);
+    const std::string& strPlace = address ? address->strPlace : report.strUrl;
     if (const auto found = m_mapPlace.find(strPlace); found != m_mapPlace.end()) {
         return found->second;
     }
-    Server& server = m_mapServer[parts ? parts->strServer : std::string()];
+    Server& server = m_mapServer[address ? address->strServer : std::string()];
     return m_mapPlace.try_emplace(strPlace, server).first->second;
 }
 

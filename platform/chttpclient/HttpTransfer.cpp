@@ -3,7 +3,8 @@
 #include "Authorities.h"
 #include "HeaderLine.h"
 #include "UrlEncoding.h"
-#include "UrlParts.h"
+
+#include "platform/text/UrlParts.h"
 
 #include <ktshttpagent/chttpclient.h>
 

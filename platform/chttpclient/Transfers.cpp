@@ -1,7 +1,7 @@
 #include "Transfers.h"
 
 #include "IdleConnections.h"
-#include "UrlParts.h"
+#include "LaneKey.h"
 
 #include <ktshttpagent/clog.h>
 

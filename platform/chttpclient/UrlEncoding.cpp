@@ -1,6 +1,6 @@
 #include "UrlEncoding.h"
 
-#include "UrlParts.h"
+#include "platform/text/UrlParts.h"
 
 #include <array>
 #include <optional>

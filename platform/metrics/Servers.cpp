@@ -2,6 +2,7 @@
 
 #include "platform/system/AtFork.h"
 #include "platform/system/NeverDestroyed.h"
+#include "platform/text/UrlParts.h"
 
 #include <algorithm>
 #include <atomic>
@@ -31,15 +32,11 @@ std::atomic<std::size_t> g_nLost{0}; ///< the size of vecLost
 const bool g_bForksKeptOut = AtFork([] { TheServers().mutex.lock(); }, [] { TheServers().mutex.unlock(); },
                                     [] { TheServers().mutex.unlock(); });
 
-/// Scheme, host and port of a URL, without user and password.
+/// Scheme, host and port of a URL, without user and password; the whole text if it is no URL.
 std::string ServerOf(std::string_view strUrl)
 {
-    const std::size_t nScheme = strUrl.find("://");
-    const std::size_t nHost = nScheme == std::string_view::npos ? 0 : nScheme + 3;
-    const std::string_view strAuthority = strUrl.substr(nHost, strUrl.find_first_of("/?#", nHost) - nHost);
-    const std::size_t nUserEnd = strAuthority.rfind('@');
-    const std::size_t nName = nUserEnd == std::string_view::npos ? 0 : nUserEnd + 1;
-    return std::string(strUrl.substr(0, nHost)) + std::string(strAuthority.substr(nName));
+    const std::optional<UrlParts> parts = SplitUrl(strUrl);
+    return parts ? std::string(parts->strScheme).append("://").append(parts->strHost) : std::string(strUrl);
 }
 
 } // namespace

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-namespace chttpclient
-{
 namespace
 {
 
@@ -24,20 +22,6 @@ bool IsScheme(std::string_view strText)
            std::all_of(strText.begin(), strText.end(), &IsOfScheme);
 }
 
-bool EndsWith(std::string_view strText, std::string_view strEnd)
-{
-    return strText.size() >= strEnd.size() && strText.substr(strText.size() - strEnd.size()) == strEnd;
-}
-
-std::string LowerCase(std::string_view strText)
-{
-    std::string strLower(strText);
-    for (char& c : strLower) {
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    }
-    return strLower;
-}
-
 } // namespace
 
 std::optional<UrlParts> SplitUrl(std::string_view strUrl)
@@ -48,27 +32,24 @@ std::optional<UrlParts> SplitUrl(std::string_view strUrl)
         strUrl.substr(nScheme, AUTHORITY_MARK.size()) != AUTHORITY_MARK) {
         return std::nullopt;
     }
-    const std::string_view strRest = strUrl.substr(nScheme + AUTHORITY_MARK.size());
-    return UrlParts{strUrl.substr(0, nScheme), strRest.substr(0, strRest.find_first_of("/?#"))};
+    const std::size_t nAuthority = nScheme + AUTHORITY_MARK.size();
+    const std::size_t nRest = std::min(strUrl.find_first_of("/?#", nAuthority), strUrl.size());
+    UrlParts parts;
+    parts.strScheme = strUrl.substr(0, nScheme);
+    parts.strAuthority = strUrl.substr(nAuthority, nRest - nAuthority);
+    parts.strRest = strUrl.substr(nRest);
+    const std::size_t nAt = parts.strAuthority.rfind('@');
+    const bool bUser = nAt != std::string_view::npos;
+    parts.strUserInfo = parts.strAuthority.substr(0, bUser ? nAt : 0);
+    parts.strHost = parts.strAuthority.substr(bUser ? nAt + 1 : 0);
+    return parts;
 }
 
-std::string LaneKey(std::string_view strUrl)
+std::string LowerCase(std::string_view strText)
 {
-    const std::optional<UrlParts> parts = SplitUrl(strUrl);
-    if (!parts) {
-        return {};
+    std::string strLower(strText);
+    for (char& c : strLower) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     }
-    const std::string strScheme = LowerCase(parts->strScheme);
-    const std::size_t nUser = parts->strAuthority.rfind('@');
-    std::string strHost =
-        LowerCase(parts->strAuthority.substr(nUser == std::string_view::npos ? 0 : nUser + 1));
-    const std::string_view strImplied = strScheme == "https" ? ":443" : ":80";
-    if (EndsWith(strHost, strImplied)) {
-        strHost.resize(strHost.size() - strImplied.size());
-    } else if (EndsWith(strHost, ":")) {
-        strHost.pop_back();
-    }
-    return strScheme + "://" + strHost;
+    return strLower;
 }
-
-} // namespace chttpclient

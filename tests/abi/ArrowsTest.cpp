@@ -33,7 +33,7 @@ const Room ROOMS[] = {
     {"platform/system", {}, false},
     {"platform/text", {}, false},
     {"platform/reply", {"platform/system"}, false},
-    {"platform/metrics", {"platform/system"}, false},
+    {"platform/metrics", {"platform/system", "platform/text"}, false},
     {"platform/proxy", {"platform/system"}, false},
     {"platform/clog", {"platform/system", "platform/text"}, false},
     {"platform/chttpclient",

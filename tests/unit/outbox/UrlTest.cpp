@@ -8,48 +8,50 @@
 namespace
 {
 
+using outbox::Address;
 using outbox::Credentials;
-using outbox::SplitUrl;
-using outbox::UrlParts;
+using outbox::IsHttp;
+using outbox::ReadAddress;
 using outbox::WithUserInfo;
 
-TEST(SplitUrl, TakesUserNameAndPasswordOut)
+TEST(ReadAddress, TakesUserNameAndPasswordOut)
 {
-    const UrlParts parts = SplitUrl("HTTP://bob:p@ss@Lab:8080/a/B?x=http://c@d#e").value();
+    const Address parts = ReadAddress("HTTP://bob:p@ss@Lab:8080/a/B?x=http://c@d#e").value();
     EXPECT_EQ(parts.strServer, "http://lab:8080");
     EXPECT_EQ(parts.strPlace, "http://lab:8080/a/B");
     EXPECT_EQ(parts.strBare, "HTTP://Lab:8080/a/B?x=http://c@d#e");
     EXPECT_EQ(parts.strUserInfo, "bob:p@ss");
-    EXPECT_TRUE(parts.bHttp);
 }
 
-TEST(SplitUrl, LeavesAURLWithoutThemAsItIs)
+TEST(ReadAddress, LeavesAURLWithoutThemAsItIs)
 {
-    const UrlParts parts = SplitUrl("https://lab/report.action").value();
+    const Address parts = ReadAddress("https://lab/report.action").value();
     EXPECT_EQ(parts.strBare, "https://lab/report.action");
     EXPECT_EQ(parts.strUserInfo, "");
     EXPECT_EQ(parts.strPlace, "https://lab/report.action");
-    EXPECT_TRUE(parts.bHttp);
 }
 
-TEST(SplitUrl, KnowsOtherSchemes)
+TEST(IsHttp, KnowsTheSchemeInAnyCase)
 {
-    EXPECT_FALSE(SplitUrl("ftp://lab/x").value().bHttp);
-    EXPECT_FALSE(SplitUrl("httpx://lab/x").value().bHttp);
+    EXPECT_TRUE(IsHttp("HTTP://lab/x"));
+    EXPECT_TRUE(IsHttp("https://lab/x"));
+    EXPECT_FALSE(IsHttp("ftp://lab/x"));
+    EXPECT_FALSE(IsHttp("httpx://lab/x"));
+    EXPECT_FALSE(IsHttp("http"));
 }
 
-TEST(SplitUrl, FindsTheEndOfTheServerWithoutAPath)
+TEST(ReadAddress, FindsTheEndOfTheServerWithoutAPath)
 {
-    EXPECT_EQ(SplitUrl("http://lab?x=1").value().strPlace, "http://lab");
-    EXPECT_EQ(SplitUrl("http://a:b@lab#f").value().strBare, "http://lab#f");
-    EXPECT_EQ(SplitUrl("http://@lab/").value().strBare, "http://lab/");
+    EXPECT_EQ(ReadAddress("http://lab?x=1").value().strPlace, "http://lab");
+    EXPECT_EQ(ReadAddress("http://a:b@lab#f").value().strBare, "http://lab#f");
+    EXPECT_EQ(ReadAddress("http://@lab/").value().strBare, "http://lab/");
 }
 
-TEST(SplitUrl, RefusesWhatHasNoScheme)
+TEST(ReadAddress, RefusesWhatHasNoScheme)
 {
     for (const char* szUrl :
          {"", "lab/report", "bob:secret@lab/report", "://lab", "/a://b", "bob:secret@x://y"}) {
-        EXPECT_FALSE(SplitUrl(szUrl).has_value()) << szUrl;
+        EXPECT_FALSE(ReadAddress(szUrl).has_value()) << szUrl;
     }
 }
 
