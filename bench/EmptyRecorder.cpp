@@ -10,6 +10,8 @@ void NoteSent(Kind /*kind*/) noexcept {}
 
 void NoteSuccess(Kind /*kind*/, Duration /*duration*/) noexcept {}
 
+void NoteStored(Kind /*kind*/, Duration /*duration*/) noexcept {}
+
 void NoteRefusal(Kind /*kind*/, Duration /*duration*/, std::string_view /*strWhy*/) noexcept {}
 
 void NoteFailure(Kind /*kind*/, EKtsFailure /*eFailure*/, Duration /*duration*/,

@@ -38,6 +38,14 @@ LatencyOfBareHandOver(const Load& load); ///< until the same has returned on ano
 double ProcessorTimeOfAgent(const Load& load);    ///< received on the delivering thread
 double ProcessorTimeOfBareLoop(const Load& load); ///< libcurl's multi interface on the sender's thread
 
+// Reports of an incubator's state, with the outbox if KTSHTTPAGENT_OUTBOX names a folder for it, else
+// without.
+double RateOfReports(const Load& load); ///< a second, received on the delivering thread
+Latencies
+CallsOfReports(const Load& load); ///< how long each call of the sender takes, one report a millisecond
+/// How often threads of the process go to sleep in as many seconds as the load counts, if nothing is sent.
+double SleepsOfIdleReporter(const Load& load);
+
 // Latencies of blocking channel checks, each over a connection of its own.
 Latencies LatencyOfSyncSender(const Load& load); ///< SendGetChannelCheckDataEx
 Latencies LatencyOfOneShotQt(const Load& load);  ///< a QNetworkAccessManager and an event loop for each

@@ -39,6 +39,13 @@ Figures Single(const Arguments& vecArguments)
 }
 
 template <Latencies (*fnLatency)(const Load&)>
+Figures MedianAndFarTail(const Arguments& vecArguments)
+{
+    const Latencies vecLatency = fnLatency(LoadOf(vecArguments));
+    return {Quantile(vecLatency, 0.5), Quantile(vecLatency, 0.999)};
+}
+
+template <Latencies (*fnLatency)(const Load&)>
 Figures MedianAndTail(const Arguments& vecArguments)
 {
     const Latencies vecLatency = fnLatency(LoadOf(vecArguments));
@@ -69,6 +76,9 @@ const std::map<std::string, std::function<Figures(const Arguments&)>> MEASUREMEN
     {"latency-hand-over", MedianAndTail<LatencyOfBareHandOver>},
     {"processor-agent", Single<ProcessorTimeOfAgent>},
     {"processor-bare", Single<ProcessorTimeOfBareLoop>},
+    {"rate-reports", Single<RateOfReports>},
+    {"calls-reports", MedianAndFarTail<CallsOfReports>},
+    {"sleeps-reports", Single<SleepsOfIdleReporter>},
     {"sync-agent", MedianAndTail<LatencyOfSyncSender>},
     {"sync-qt", MedianAndTail<LatencyOfOneShotQt>},
     {"in-flight-agent", InFlight<BytesInFlightOfAgent>},

@@ -7,11 +7,12 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 runs=${RUNS:-5}
 bin=build/release/bin
 folder=$(mktemp -d)
+outbox=$PWD/build/release/outbox-of-bench
 nginx_pid=
-trap 'stop_nginx; rm -rf "$folder"' EXIT
+trap 'stop_nginx; rm -rf "$folder" "$outbox"' EXIT
 export CLOG_DIR=$folder/log KTSHTTPAGENT_SETTINGS_ROOT=$folder/settings
 export QT_LOGGING_RULES="ktshttpagent.*=false"
-unset http_proxy https_proxy HTTP_PROXY HTTPS_PROXY all_proxy ALL_PROXY
+unset KTSHTTPAGENT_OUTBOX http_proxy https_proxy HTTP_PROXY HTTPS_PROXY all_proxy ALL_PROXY
 
 # 10,000 connections need as many descriptors.
 ulimit -n "$(ulimit -Hn)"
@@ -62,15 +63,23 @@ in_turns() {
   done
 }
 
-# Prints the instructions of one request: a long run minus a short one, so that the start-up cancels out.
+# instructions MEASUREMENT [PROGRAM]: prints the instructions of one request: a long run minus a short one, so that the
+# start-up cancels out.
 instructions() {
   local count sums=()
   for count in 500 2500; do
-    valgrind --tool=callgrind --callgrind-out-file=/dev/null "$bin/ktsbench" "$1" "$port" "$count" \
+    valgrind --tool=callgrind --callgrind-out-file=/dev/null "${2:-$bin/ktsbench}" "$1" "$port" "$count" \
       >/dev/null 2>"$folder/valgrind"
     sums+=("$(sed -n 's/.*Collected : //p' "$folder/valgrind")")
   done
   echo $(((sums[1] - sums[0]) / 2000))
+}
+
+# Runs a command with an outbox in a new folder. That is on the disk of the build, not in a temporary folder, which may
+# be in memory.
+with_outbox() {
+  rm -rf "$outbox"
+  KTSHTTPAGENT_OUTBOX=$outbox "$@"
 }
 
 median() { sort -g | awk '{ value[NR] = $1 } END { print (value[int((NR + 1) / 2)] + value[int(NR / 2) + 1]) / 2 }'; }
@@ -92,12 +101,27 @@ row() {
     "$([ "$5" = - ] && echo - || echo "$5 $6")" "$verdict"
 }
 
+# figure WHAT UNIT OURS MOST: the same for a figure that has no baseline but a maximum.
+figure() {
+  local ours
+  ours=$(median <"$folder/$3")
+  printf '| %s | %s | %s | - | - | ≤ %s | %s |\n' "$1" "$2" "$(short "$ours")" "$4" \
+    "$(awk -v ours="$ours" -v most="$4" 'BEGIN { print ours <= most ? "yes" : "no" }')"
+}
+
 measure() {
   local bench=$bin/ktsbench decode=$bin/ktsdecodebench
   in_turns "rate=$bench rate-agent $port 100000" "rate-direct=$bench rate-agent-direct $port 100000" \
     "rate-bare=$bench rate-bare $port 100000" "rate-qt=$bench rate-qt $port 20000"
   in_turns "rate-figures=$bench rate-agent $port 100000" \
     "rate-without-figures=${bench}_without_figures rate-agent $port 100000"
+  in_turns "reports-off=$bench rate-reports $port 100000" \
+    "reports-without=${bench}_without_outbox rate-reports $port 100000" \
+    "reports-on=with_outbox $bench rate-reports $port 100000"
+  in_turns "reports-off-instructions=instructions rate-reports" \
+    "reports-without-instructions=instructions rate-reports ${bench}_without_outbox"
+  in_turns "calls-off=$bench calls-reports $port 10000" "calls-on=with_outbox $bench calls-reports $port 10000"
+  in_turns "sleeps-on=with_outbox $bench sleeps-reports $port 30"
   in_turns "latency=$bench latency-agent $port 10000" "latency-direct=$bench latency-agent-direct $port 10000" \
     "latency-hand-over=$bench latency-hand-over $port 10000" "latency-bare=$bench latency-bare $port 10000"
   in_turns "processor=$bench processor-agent $port 100" "processor-bare=$bench processor-bare $port 100"
@@ -121,6 +145,12 @@ table() {
   row 'rate, direct receiver, against the bare loop' requests/s rate-direct.1 rate-bare.1 ≥ 0.9
   row 'rate, host thread, against Qt' requests/s rate.1 rate-qt.1 ≥ 5.5
   row 'rate, host thread, against the library without the figures' requests/s rate-figures.1 rate-without-figures.1 ≥ 0.98
+  row 'rate of reports, outbox off, against the library without it' reports/s reports-off.1 reports-without.1 ≥ 0.99
+  row 'instructions a report, outbox off, against the library without it' instructions reports-off-instructions.1 reports-without-instructions.1 ≤ 1.01
+  row 'rate of reports, outbox on, against off' reports/s reports-on.1 reports-off.1 ≥ 0.9
+  row 'call of a sender of reports, outbox on, against off, median' µs calls-on.1 calls-off.1 - -
+  figure 'call of a sender of reports, outbox on, 99.9th percentile' µs calls-on.2 100
+  figure 'threads that go to sleep in 30 idle seconds, outbox on' - sleeps-on.1 1
   row 'latency, host thread, median' µs latency.1 latency-bare.1 ≤ 1.6
   row 'latency, host thread, 99th percentile' µs latency.2 latency-bare.2 ≤ 2
   row 'latency, direct receiver, median' µs latency-direct.1 latency-bare.1 ≤ 1.35
