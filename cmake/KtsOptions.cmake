@@ -28,20 +28,26 @@ if(KTS_SANITIZE)
   add_link_options(-fsanitize=${KTS_SANITIZE})
 endif()
 
-# kts_compile_as_one(target): with sanitizers, several files of the target are compiled as one, because most of the time
-# goes into headers and templates that all of them use. Without sanitizers each is compiled by itself, so that a change
-# costs one file.
+# kts_compile_as_one(target): several files of the target are compiled as one, because most of the time goes into headers
+# and templates that all of them use.
 function(kts_compile_as_one target)
-  if(KTS_SANITIZE AND NOT WIN32)
+  if(KTS_COMPILE_AS_ONE AND NOT WIN32)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
     # GCC takes a class in an unnamed namespace of an included file for one that other files see too.
-    target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  endif()
+endfunction()
+
+# kts_room(target): the same for the library's own code, but only with sanitizers. Without them each file is compiled by
+# itself, so that it includes what it uses, and a change costs one file.
+function(kts_room target)
+  if(KTS_SANITIZE)
+    kts_compile_as_one(${target})
   endif()
 endfunction()
 
 # kts_seldom_used(target): with sanitizers, optimising this target would take longer than it saves.
 function(kts_seldom_used target)
-  kts_compile_as_one(${target})
   if(KTS_SANITIZE)
     target_compile_options(${target} PRIVATE -O0)
   endif()

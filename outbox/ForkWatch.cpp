@@ -12,16 +12,16 @@ namespace outbox
 namespace
 {
 
-std::mutex g_mutex; ///< guards the list; taken before the locks of those in it
-ForkWatch* g_pFirst = nullptr;
+std::mutex g_mutexOfWatches; ///< guards the list; taken before the locks of those in it
+ForkWatch* g_pFirstWatch = nullptr;
 
 } // namespace
 
 struct ForkHandlers {
     static void Before()
     {
-        g_mutex.lock();
-        for (ForkWatch* pWatch = g_pFirst; pWatch != nullptr; pWatch = pWatch->m_pNext) {
+        g_mutexOfWatches.lock();
+        for (ForkWatch* pWatch = g_pFirstWatch; pWatch != nullptr; pWatch = pWatch->m_pNext) {
             pWatch->m_mutex.lock();
         }
 #if !defined(_WIN32)
@@ -47,36 +47,37 @@ struct ForkHandlers {
 
     static void Unlock(bool bIsChild)
     {
-        for (ForkWatch* pWatch = g_pFirst; pWatch != nullptr; pWatch = pWatch->m_pNext) {
+        for (ForkWatch* pWatch = g_pFirstWatch; pWatch != nullptr; pWatch = pWatch->m_pNext) {
             pWatch->m_bIsChild = pWatch->m_bIsChild || bIsChild;
             pWatch->m_mutex.unlock();
         }
-        g_mutex.unlock();
+        g_mutexOfWatches.unlock();
     }
 };
 
 namespace
 {
 
-const bool g_bForksPrepared = AtFork(&ForkHandlers::Before, &ForkHandlers::InParent, &ForkHandlers::InChild);
+const bool g_bWatchesPrepared =
+    AtFork(&ForkHandlers::Before, &ForkHandlers::InParent, &ForkHandlers::InChild);
 
 } // namespace
 
 ForkWatch::ForkWatch(std::mutex& mutex, bool& bIsChild) : m_mutex(mutex), m_bIsChild(bIsChild)
 {
-    const std::lock_guard<std::mutex> lock(g_mutex);
-    static_cast<void>(g_bForksPrepared);
-    m_pNext = g_pFirst;
+    const std::lock_guard<std::mutex> lock(g_mutexOfWatches);
+    static_cast<void>(g_bWatchesPrepared);
+    m_pNext = g_pFirstWatch;
     if (m_pNext != nullptr) {
         m_pNext->m_pPrevious = this;
     }
-    g_pFirst = this;
+    g_pFirstWatch = this;
 }
 
 ForkWatch::~ForkWatch()
 {
-    const std::lock_guard<std::mutex> lock(g_mutex);
-    (m_pPrevious != nullptr ? m_pPrevious->m_pNext : g_pFirst) = m_pNext;
+    const std::lock_guard<std::mutex> lock(g_mutexOfWatches);
+    (m_pPrevious != nullptr ? m_pPrevious->m_pNext : g_pFirstWatch) = m_pNext;
     if (m_pNext != nullptr) {
         m_pNext->m_pPrevious = m_pPrevious;
     }

@@ -1,5 +1,6 @@
 // Long outages, in virtual time.
 
+#include "ReportHelp.h"
 #include "VirtualHost.h"
 
 #include <gtest/gtest.h>
@@ -106,17 +107,18 @@ private:
 };
 
 // To keep the test short, each host sends its backlog five times more slowly, and has less of it: what
-// matters is how long a host needs for its backlog, compared to the longest wait.
-TEST(Outage, OfAServerOfAThousandHostsEndsWithoutAStorm)
+// matters is how long a host needs for its backlog, compared to the longest wait. KTS_OUTBOX_HOSTS sets how
+// many there are.
+TEST(Outage, OfAServerOfManyHostsEndsWithoutAStorm)
 {
-    constexpr std::size_t HOSTS = 1'000;
+    const std::uint64_t nHosts = NumberFromEnvironment("KTS_OUTBOX_HOSTS", 200);
     constexpr unsigned PER_SECOND = 6;
     constexpr std::uint64_t BACKLOG = 2'400;
     std::vector<std::unique_ptr<SimulatedHost>> vecHosts;
     std::set<std::pair<TimePoint, std::size_t>> setTurns;
     const TimePoint START{1h};
     const TimePoint tpBack = START + 8h;
-    for (std::size_t nHost = 0; nHost < HOSTS; ++nHost) {
+    for (std::size_t nHost = 0; nHost < nHosts; ++nHost) {
         vecHosts.push_back(
             std::make_unique<SimulatedHost>(static_cast<unsigned>(nHost + 1), PER_SECOND, BACKLOG));
         setTurns.emplace(START, nHost);
@@ -149,7 +151,7 @@ TEST(Outage, OfAServerOfAThousandHostsEndsWithoutAStorm)
         nAll += nCount;
         nPeak = std::max(nPeak, nCount);
     }
-    EXPECT_EQ(nAll, HOSTS * BACKLOG);
+    EXPECT_EQ(nAll, nHosts * BACKLOG);
     const auto nSeconds = static_cast<double>(mapPerSecond.rbegin()->first + 1);
     const double dMean = static_cast<double>(nAll) / nSeconds;
     RecordProperty("PeakToMean", std::to_string(static_cast<double>(nPeak) / dMean));
