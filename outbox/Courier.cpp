@@ -1,7 +1,5 @@
 #include "Courier.h"
 
-#include "Url.h"
-
 #include <algorithm>
 #include <new>
 #include <utility>
@@ -24,11 +22,11 @@ Courier::Courier(const CourierSettings& settings, Random& random)
     m_vecEnded.reserve(ENDED_DURING_READ);
 }
 
-Courier::Adding Courier::Prepare(const Report& report, void* pUserData)
+Courier::Adding Courier::Prepare(const Report& report, const Address& address, void* pUserData)
 {
     Flights one;
     Flight& flight = one[ReportId()];
-    flight.pPlace = &m_routes.PlaceOf(report);
+    flight.pPlace = &m_routes.PlaceOf(address);
     flight.pLane = m_routes.FindLane(report, *flight.pPlace);
     if (flight.pLane == nullptr) {
         flight.pLane = &m_routes.MakeLane(report, *flight.pPlace);
@@ -36,7 +34,6 @@ Courier::Adding Courier::Prepare(const Report& report, void* pUserData)
     }
     flight.nBytes = BytesOf(report);
     flight.nType = report.nType;
-    flight.bHttp = IsHttp(report.strUrl);
     flight.lstOwed.push_back({report.nType, pUserData, 0});
     m_lstAdding.push_back(m_newest);
     ++flight.pLane->nAdding;
@@ -151,7 +148,6 @@ std::optional<Courier::Departure> Courier::TakeDue(TimePoint tpNow)
     flight.nBytes = held.nBytes;
     flight.nType = held.report.nType;
     flight.strKey = held.report.strKey;
-    flight.bHttp = IsHttp(held.report.strUrl);
     Flight& inMap = m_mapFlight.try_emplace(*id, std::move(flight)).first->second;
     m_rate.Take(tpNow);
     Depart(inMap);

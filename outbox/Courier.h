@@ -30,7 +30,6 @@ struct Flight {
     std::size_t nBytes = 0;
     int nType = 0;
     std::string strKey;
-    bool bHttp = true;       ///< whether the URL's scheme is http or https
     std::list<Owed> lstOwed; ///< at a first attempt, the one callback that its sender waits for
 };
 
@@ -61,8 +60,9 @@ public:
 
     Courier(const CourierSettings& settings, Random& random);
 
+    /// @param address  that of the report
     /// @throws std::bad_alloc
-    Adding Prepare(const Report& report, void* pUserData);
+    Adding Prepare(const Report& report, const Address& address, void* pUserData);
     /// The report could not be added.
     void Abandon(const Adding& adding);
     /// The report is on the disk. Decides whether it is sent now.

@@ -54,7 +54,7 @@ bool Desk::Send(Report report, void* pUserData) noexcept
             const Lock lock(m_mutex);
             m_courier.Hasten(address->strServer, Now());
         }
-        return Store(report, pUserData, strUrl);
+        return Store(report, *address, pUserData, strUrl);
     } catch (const std::exception& error) {
         NoteUnprotected(error.what());
         return false;
@@ -63,7 +63,7 @@ bool Desk::Send(Report report, void* pUserData) noexcept
 
 /// Everything that can fail comes before the addition to the disk, and with it the promise.
 /// @throws std::exception if the report was not added
-bool Desk::Store(Report& report, void* pUserData, const std::string& strUrl)
+bool Desk::Store(Report& report, const Address& address, void* pUserData, const std::string& strUrl)
 {
     Tokens mapToken{{nullptr, nullptr}};
     Courier::Adding adding;
@@ -72,7 +72,7 @@ bool Desk::Store(Report& report, void* pUserData, const std::string& strUrl)
         if (m_bStopped) {
             return false;
         }
-        adding = m_courier.Prepare(report, pUserData);
+        adding = m_courier.Prepare(report, address, pUserData);
     }
     std::optional<ReportId> id;
     try {
@@ -216,7 +216,7 @@ Judgement Desk::JudgeReply(const std::string& strBody, const Flight& flight, int
         const std::chrono::seconds wait = m_means.pPost->RetryAfter().value_or(std::chrono::seconds(0));
         retryAfter =
             std::min<std::chrono::seconds>(wait, std::chrono::hours(1)); // no overflow in milliseconds
-        return Judge({nError, strBody, flight.bHttp, m_means.pPost->MayHaveBeenSeen()});
+        return Judge({nError, strBody, flight.pPlace->bHttp, m_means.pPost->MayHaveBeenSeen()});
     } catch (const std::exception&) { // no memory: the report is tried again
         return {Verdict::TryLater, true};
     }

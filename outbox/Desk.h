@@ -102,7 +102,7 @@ private:
     using Tokens = std::map<const void*, Flight*>;
 
     TimePoint Now() const { return m_means.pClock->Now(); }
-    bool Store(Report& report, void* pUserData, const std::string& strUrl);
+    bool Store(Report& report, const Address& address, void* pUserData, const std::string& strUrl);
     Flight* Begin(Courier::Adding& adding, ReportId id, Tokens& mapToken) noexcept;
     void Launch(Report& report, const std::string* pUrl, Flight& flight) noexcept;
     Flight* Claim(const void* pToken);

@@ -1,7 +1,5 @@
 #include "Routes.h"
 
-#include "Url.h"
-
 #include <algorithm>
 #include <cstdint>
 
@@ -20,15 +18,20 @@ std::string LaneKey(const Report& report, const Place& place)
 
 } // namespace
 
+Place& Routes::PlaceOf(const Address& address)
+{
+    if (const auto found = m_mapPlace.find(address.strPlace); found != m_mapPlace.end()) {
+        return found->second;
+    }
+    Server& server = m_mapServer[address.strServer];
+    return m_mapPlace.try_emplace(address.strPlace, server, IsHttp(address.strPlace)).first->second;
+}
+
 Place& Routes::PlaceOf(const Report& report)
 {
     const std::optional<Address> address = ReadAddress(report.strUrl);
-    const std::string& strPlace = address ? address->strPlace : report.strUrl;
-    if (const auto found = m_mapPlace.find(strPlace); found != m_mapPlace.end()) {
-        return found->second;
-    }
-    Server& server = m_mapServer[address ? address->strServer : std::string()];
-    return m_mapPlace.try_emplace(strPlace, server).first->second;
+    return PlaceOf(address ? *address
+                           : Address{{}, report.strUrl, {}, {}}); // what was found on the disk may be no URL
 }
 
 Lane* Routes::FindLane(const Report& report, const Place& place)

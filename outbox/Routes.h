@@ -2,6 +2,7 @@
 
 #include "Gate.h"
 #include "Report.h"
+#include "Url.h"
 
 #include <map>
 #include <optional>
@@ -19,9 +20,10 @@ struct Server {
 
 /// A place on a server to which reports are sent: its URL without the query.
 struct Place {
-    explicit Place(Server& server) : pServer(&server) {}
+    Place(Server& server, bool bIsHttp) : pServer(&server), bHttp(bIsHttp) {}
 
     Server* pServer;
+    bool bHttp; ///< whether its scheme is http or https
     Gate gate{LONGEST_WAIT};
 };
 
@@ -64,6 +66,7 @@ public:
     using Lanes = std::map<std::string, Lane, std::less<>>;
 
     /// @throws std::bad_alloc
+    Place& PlaceOf(const Address& address);
     Place& PlaceOf(const Report& report);
     Lane* FindLane(const Report& report, const Place& place);
     /// Makes the lane if there is none. Empty ones may be forgotten then.

@@ -2,6 +2,8 @@
 
 #include "platform/text/UrlParts.h"
 
+#include <algorithm>
+
 namespace outbox
 {
 namespace
@@ -22,7 +24,10 @@ std::optional<Address> ReadAddress(std::string_view strUrl)
         .append(AFTER_SCHEME)
         .append(LowerCase(parts->strHost));
     address.strPlace = address.strServer;
-    address.strPlace += parts->strRest.substr(0, parts->strRest.find_first_of("?#"));
+    const std::string_view strRest = parts->strRest;
+    const auto itQuery =
+        std::find_if(strRest.begin(), strRest.end(), [](char c) { return c == '?' || c == '#'; });
+    address.strPlace.append(strRest.begin(), itQuery);
     address.strBare.append(parts->strScheme)
         .append(AFTER_SCHEME)
         .append(parts->strHost)
