@@ -1,6 +1,7 @@
 #include "Demo.h"
 
 #include "DemoCalls.h"
+#include "DemoOutbox.h"
 #include "DemoPrint.h"
 #include "Verbose.h"
 
@@ -90,10 +91,11 @@ DemoRow RunCall(const AgentSession& session, LabServer& server, const DemoCall& 
 
 int RunDemo(bool bJson)
 {
-    // The demo shows the same on every machine: it ignores the site's proxy, the site's endpoint paths, and
-    // the site's TLS setting, because the lab server does not support TLS.
+    // The demo shows the same on every machine: it ignores the site's proxy, the site's endpoint paths, the
+    // user's outbox, and the site's TLS setting, because the lab server does not support TLS.
     qputenv("no_proxy", "127.0.0.1");
     qputenv("KTSHTTPAGENT_TLS", "off");
+    qunsetenv("KTSHTTPAGENT_OUTBOX");
     LabServer server;
     server.Start();
     const AgentSession session;
@@ -105,8 +107,10 @@ int RunDemo(bool bJson)
     for (const DemoCall& call : SyncCalls()) {
         vecRows.push_back(RunCall(session, server, call, true));
     }
-    (bJson ? PrintRowsAsJson : PrintRowsAsTable)(vecRows);
-    const bool bAsExpected = std::all_of(vecRows.begin(), vecRows.end(), std::mem_fn(&DemoRow::bAsExpected));
+    const OutboxDemo outbox = RunOutboxDemo();
+    (bJson ? PrintAsJson : PrintAsTable)(vecRows, outbox);
+    const bool bAsExpected =
+        outbox.bAsExpected && std::all_of(vecRows.begin(), vecRows.end(), std::mem_fn(&DemoRow::bAsExpected));
     // Compares the totals too, because a request that should not have been sent may arrive after its call is
     // over.
     const std::size_t nSeen =
@@ -129,4 +133,5 @@ void AddDemoCommand(CLI::App& app, int& nExit)
     command.add_flag("--json", *pJson, "print a JSON list");
     AddVerboseOption(command);
     command.callback([pJson, &nExit] { nExit = RunDemo(*pJson); });
+    AddDemoHostCommand(app, nExit);
 }

@@ -64,6 +64,29 @@ void WriteRow(ValueWriter& writer, const DemoRow& row)
     writer.EndObject();
 }
 
+const char* OutboxVerdict(const OutboxDemo& outbox)
+{
+    return outbox.bAsExpected ? "no report lost, none twice" : "NOT AS EXPECTED";
+}
+
+void WriteOutbox(ValueWriter& writer, const OutboxDemo& outbox)
+{
+    writer.StartObject();
+    writer.Key("operation");
+    writer.Text("outbox");
+    writer.Key("reports");
+    writer.Integer(outbox.nReports);
+    writer.Key("arrived");
+    writer.Integer(outbox.nArrived);
+    writer.Key("twice");
+    writer.Integer(outbox.nTwice);
+    writer.Key("verdict");
+    writer.Text(OutboxVerdict(outbox));
+    writer.Key("asExpected");
+    writer.Bool(outbox.bAsExpected);
+    writer.EndObject();
+}
+
 void PrintColumns(const std::string& strOperation, const std::string& strId, const std::string& strOutcome,
                   const std::string& strMilliseconds)
 {
@@ -89,18 +112,19 @@ void PrintSeen(const LabExchange& seen)
 
 } // namespace
 
-void PrintRowsAsJson(const std::vector<DemoRow>& vecRows)
+void PrintAsJson(const std::vector<DemoRow>& vecRows, const OutboxDemo& outbox)
 {
     JsonWriter writer;
     writer.StartList();
     for (const DemoRow& row : vecRows) {
         WriteRow(writer, row);
     }
+    WriteOutbox(writer, outbox);
     writer.EndList();
     std::cout << writer.Result() << std::endl;
 }
 
-void PrintRowsAsTable(const std::vector<DemoRow>& vecRows)
+void PrintAsTable(const std::vector<DemoRow>& vecRows, const OutboxDemo& outbox)
 {
     PrintColumns("operation", "id", "outcome", "ms");
     for (const DemoRow& row : vecRows) {
@@ -117,5 +141,10 @@ void PrintRowsAsTable(const std::vector<DemoRow>& vecRows)
     }
     const auto nAsExpected =
         std::count_if(vecRows.begin(), vecRows.end(), std::mem_fn(&DemoRow::bAsExpected));
-    std::cout << vecRows.size() << " calls, " << nAsExpected << " as expected" << std::endl;
+    std::cout << "outbox                        " << OutboxVerdict(outbox) << "\n";
+    for (const std::string& strStep : outbox.vecSteps) {
+        std::cout << "    " << strStep << "\n";
+    }
+    std::cout << vecRows.size() << " calls and the outbox, " << nAsExpected + (outbox.bAsExpected ? 1 : 0)
+              << " as expected" << std::endl;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DemoCalls.h"
+#include "DemoOutbox.h"
 #include "Exchange.h"
 
 #include "labserver/LabServer.h"
@@ -15,9 +16,9 @@ struct DemoRow {
     bool bAsExpected;
 };
 
-/// Prints a JSON array with an object for each call.
-void PrintRowsAsJson(const std::vector<DemoRow>& vecRows);
+/// Prints a JSON array with an object for each call, and one for the outbox.
+void PrintAsJson(const std::vector<DemoRow>& vecRows, const OutboxDemo& outbox);
 
-/// Prints a line for each call, below it what came back and what the server received, and at the end how many
-/// calls had the expected result.
-void PrintRowsAsTable(const std::vector<DemoRow>& vecRows);
+/// Prints a line for each call, below it what came back and what the server received; then what happened to
+/// the reports in the outbox; and at the end how much had the expected result.
+void PrintAsTable(const std::vector<DemoRow>& vecRows, const OutboxDemo& outbox);

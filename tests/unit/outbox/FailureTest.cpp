@@ -1,5 +1,6 @@
 // Every operation of the disk fails once: nothing that was kept is lost, nothing refuses to go on.
 
+#include "LongRun.h"
 #include "StoreHelp.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,8 @@
 // Processes that are killed, that share a folder, that fork, and that may not write much, on the real disk.
 // KTS_OUTBOX_KILLS sets how many are killed, KTS_OUTBOX_SEED the first seed.
 
+#include "LongRun.h"
+#include "RunningProcess.h"
 #include "StoreHelp.h"
 
 #include <gmock/gmock.h>
@@ -11,13 +13,10 @@
 #include <csignal>
 #include <filesystem>
 #include <set>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,91 +28,12 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/// A program that runs, with pipes to its input and from its output.
-class Child
+std::vector<std::string> StoringHost(const std::vector<std::string>& vecArguments)
 {
-public:
-    explicit Child(const std::vector<std::string>& vecArguments)
-    {
-        std::array<int, 2> input{};
-        std::array<int, 2> output{};
-        EXPECT_EQ(::pipe2(input.data(), O_CLOEXEC) + ::pipe2(output.data(), O_CLOEXEC), 0);
-        posix_spawn_file_actions_t actions{};
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
-        ::posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-        std::vector<std::string> vecAll = {STORING_HOST};
-        vecAll.insert(vecAll.end(), vecArguments.begin(), vecArguments.end());
-        std::vector<char*> vecPointers;
-        for (std::string& strArgument : vecAll) {
-            vecPointers.push_back(strArgument.data());
-        }
-        vecPointers.push_back(nullptr);
-        EXPECT_EQ(::posix_spawn(&m_nProcess, STORING_HOST, &actions, nullptr, vecPointers.data(), environ),
-                  0);
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::close(input[0]);
-        ::close(output[1]);
-        m_nInput = input[1];
-        m_nOutput = output[0];
-    }
-
-    ~Child()
-    {
-        End(SIGKILL);
-        ::close(m_nOutput);
-    }
-
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-
-    /// Reads until at least that many bytes came, or a text, or the end.
-    void ReadUntil(std::size_t nBytes, const std::string& strText = "\xff")
-    {
-        std::array<char, 4096> bytes{};
-        while (m_strOutput.size() < nBytes && m_strOutput.find(strText) == std::string::npos) {
-            const ssize_t nRead = ::read(m_nOutput, bytes.data(), bytes.size());
-            if (nRead <= 0) {
-                return;
-            }
-            m_strOutput.append(bytes.data(), static_cast<std::size_t>(nRead));
-        }
-    }
-
-    /// Closes its input, sends it a signal if that is not 0, and waits for its end.
-    void End(int nSignal)
-    {
-        if (m_nProcess != 0) {
-            ::close(m_nInput);
-            if (nSignal != 0) {
-                ::kill(m_nProcess, nSignal);
-            }
-            ReadUntil(std::string::npos);
-            ::waitpid(m_nProcess, &m_nStatus, 0);
-            m_nProcess = 0;
-        }
-    }
-
-    int Status() const { return m_nStatus; }
-
-    /// The whole lines that it has told.
-    std::vector<std::string> Lines() const
-    {
-        std::vector<std::string> vecLines;
-        std::istringstream lines(m_strOutput.substr(0, m_strOutput.rfind('\n') + 1));
-        for (std::string strLine; std::getline(lines, strLine);) {
-            vecLines.push_back(strLine);
-        }
-        return vecLines;
-    }
-
-private:
-    pid_t m_nProcess = 0;
-    int m_nInput = -1;
-    int m_nOutput = -1;
-    int m_nStatus = -1;
-    std::string m_strOutput;
-};
+    std::vector<std::string> vecCommand = {STORING_HOST};
+    vecCommand.insert(vecCommand.end(), vecArguments.begin(), vecArguments.end());
+    return vecCommand;
+}
 
 class HostOnDisk : public testing::Test
 {
@@ -149,13 +69,15 @@ protected:
 TEST_F(HostOnDisk, LosesNothingWhenItIsKilled)
 {
     const std::uint64_t nFirst = Seed();
-    const std::uint64_t nKills = NumberFromEnvironment("KTS_OUTBOX_KILLS", 10);
-    for (std::uint64_t n = 0; n < nKills && !HasFailure(); ++n) {
-        SCOPED_TRACE("KTS_OUTBOX_SEED=" + std::to_string(nFirst + n));
-        Machine::Random random(nFirst + n);
-        Child child({m_path.string()});
+    std::uint64_t nTold = 0;
+    std::uint64_t nLost = 0;
+    Cases cases("KTS_OUTBOX_KILLS", 10);
+    for (; cases.HasNext() && !HasFailure(); cases.Next()) {
+        SCOPED_TRACE("KTS_OUTBOX_SEED=" + std::to_string(nFirst + cases.Done()));
+        Machine::Random random(nFirst + cases.Done());
+        RunningProcess child(StoringHost({m_path.string()}));
         child.ReadUntil(1 + random() % 40'000);
-        child.End(SIGKILL);
+        child.Kill();
         const std::vector<std::string> vecTold = child.Lines();
         ASSERT_FALSE(vecTold.empty());
         const auto pStore = Open();
@@ -167,28 +89,32 @@ TEST_F(HostOnDisk, LosesNothingWhenItIsKilled)
         }
         for (const std::string& strKey : vecTold) {
             EXPECT_EQ(setFound.count(strKey), 1U) << "lost: " << strKey;
+            nLost += 1 - setFound.count(strKey);
         }
         EXPECT_LE(setFound.size(), vecTold.size() + 1) << "one may be kept and not told of";
         EXPECT_EQ(CountRuns(), 0U) << "what has ended whole is removed";
+        nTold += vecTold.size();
     }
+    NoteFigure("kill -9, only the store", cases.Reached() + " kills, " + std::to_string(nTold) +
+                                              " reports told of, " + std::to_string(nLost) + " lost");
 }
 
 TEST_F(HostOnDisk, SharesWhatIsLeftWithOthersAndOwnsItAlone)
 {
     std::vector<std::string> vecTold;
     for (int i = 0; i < 4; ++i) {
-        Child child({m_path.string()});
+        RunningProcess child(StoringHost({m_path.string()}));
         child.ReadUntil(2000);
-        child.End(SIGKILL);
+        child.Kill();
         const std::vector<std::string> vecLines = child.Lines();
         vecTold.insert(vecTold.end(), vecLines.begin(), vecLines.end());
     }
-    Child first({m_path.string(), "adopt"});
-    Child second({m_path.string(), "adopt"});
-    first.ReadUntil(std::string::npos, "end\n");
-    second.ReadUntil(std::string::npos, "end\n");
+    RunningProcess first(StoringHost({m_path.string(), "adopt"}));
+    RunningProcess second(StoringHost({m_path.string(), "adopt"}));
+    first.ReadUntil("end\n");
+    second.ReadUntil("end\n");
     std::multiset<std::string> setFound;
-    for (const Child* pChild : {&first, &second}) {
+    for (const RunningProcess* pChild : {&first, &second}) {
         for (const std::string& strKey : pChild->Lines()) {
             setFound.insert(strKey);
         }
@@ -198,18 +124,16 @@ TEST_F(HostOnDisk, SharesWhatIsLeftWithOthersAndOwnsItAlone)
     }
     const auto pStore = Open();
     EXPECT_FALSE(pStore->Adopt()) << "all have owners";
-    first.End(SIGKILL);
-    second.End(SIGKILL);
+    first.Kill();
+    second.Kill();
     EXPECT_TRUE(pStore->Adopt());
     EXPECT_GE(AllWaiting(*pStore).size(), vecTold.size());
 }
 
 TEST_F(HostOnDisk, KeepsReportsWithinTheLimitForTheSizeOfFiles)
 {
-    Child child({m_path.string(), "limit"});
-    child.ReadUntil(std::string::npos);
-    child.End(0);
-    EXPECT_EQ(child.Status(), 0) << "and is not killed";
+    RunningProcess child(StoringHost({m_path.string(), "limit"}));
+    EXPECT_EQ(child.Await(), 0) << "and is not killed";
     EXPECT_THAT(child.Lines(), testing::ElementsAre("1000 and no large one"));
     const auto pStore = Open();
     EXPECT_TRUE(pStore->Adopt());

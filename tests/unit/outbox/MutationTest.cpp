@@ -1,6 +1,7 @@
 // Somebody changes a file of the outbox: only what was touched is lost, and no start fails.
 // KTS_OUTBOX_MUTATIONS sets their number, KTS_OUTBOX_SEED the first seed.
 
+#include "LongRun.h"
 #include "StoreHelp.h"
 
 #include "outbox/RecordScan.h"
@@ -143,9 +144,10 @@ TEST(Mutation, LosesOnlyWhatItTouches)
     const std::set<std::string> setBefore = KeysOf(FoundBy(pPrepared->Copy()));
     ASSERT_EQ(setBefore.size(), 3U * 8U);
     const std::uint64_t nFirst = Seed();
-    const std::uint64_t nMutations = NumberFromEnvironment("KTS_OUTBOX_MUTATIONS", 300);
     std::uint64_t nLost = 0;
-    for (std::uint64_t n = 0; n < nMutations && !HasFailure(); ++n) {
+    Cases cases("KTS_OUTBOX_MUTATIONS", 300);
+    for (; cases.HasNext() && !HasFailure(); cases.Next()) {
+        const std::uint64_t n = cases.Done();
         SCOPED_TRACE("KTS_OUTBOX_SEED=" + std::to_string(nFirst + n));
         const std::shared_ptr<Machine> pMachine = pPrepared->Copy();
         const std::set<std::string> setTouched = Mutation(*pMachine, nFirst + n).Apply();
@@ -159,5 +161,7 @@ TEST(Mutation, LosesOnlyWhatItTouches)
         Report report = MakeReport("after");
         EXPECT_TRUE(pStore->Add(report)) << pStore->WhyNot();
     }
-    EXPECT_GT(nLost, nMutations / 10) << "the mutations touched nothing";
+    NoteFigure("changes of the folder",
+               cases.Reached() + " mutations, " + std::to_string(nLost) + " reports lost that were touched");
+    EXPECT_GT(nLost, cases.Done() / 10) << "the mutations touched nothing";
 }

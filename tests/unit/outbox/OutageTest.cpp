@@ -1,6 +1,6 @@
 // Long outages, in virtual time.
 
-#include "ReportHelp.h"
+#include "LongRun.h"
 #include "VirtualHost.h"
 
 #include <gtest/gtest.h>
@@ -154,7 +154,8 @@ TEST(Outage, OfAServerOfManyHostsEndsWithoutAStorm)
     EXPECT_EQ(nAll, nHosts * BACKLOG);
     const auto nSeconds = static_cast<double>(mapPerSecond.rbegin()->first + 1);
     const double dMean = static_cast<double>(nAll) / nSeconds;
-    RecordProperty("PeakToMean", std::to_string(static_cast<double>(nPeak) / dMean));
+    NoteFigure("common outage", std::to_string(nHosts) + " hosts, peak " +
+                                    std::to_string(static_cast<double>(nPeak) / dMean) + " times the mean");
     EXPECT_LE(static_cast<double>(nPeak), 1.5 * dMean) << nPeak << " at most, " << dMean << " on average";
 }
 

@@ -2,6 +2,7 @@
 // missing. What was synced must be found, and no state may keep a process from starting.
 // KTS_OUTBOX_STATES sets their number, KTS_OUTBOX_SEED the first seed.
 
+#include "LongRun.h"
 #include "StoreHelp.h"
 
 #include <gtest/gtest.h>
@@ -155,15 +156,15 @@ void Check(const Host& host)
 TEST(PowerCut, LosesNothingThatWasSynced)
 {
     const std::uint64_t nFirst = Seed();
-    const std::uint64_t nStates = NumberFromEnvironment("KTS_OUTBOX_STATES", 300);
     std::uint64_t nSynced = 0;
-    for (std::uint64_t n = 0; n < nStates && !HasFailure(); ++n) {
-        SCOPED_TRACE("KTS_OUTBOX_SEED=" + std::to_string(nFirst + n));
-        Host host(nFirst + n);
+    Cases cases("KTS_OUTBOX_STATES", 300);
+    for (; cases.HasNext() && !HasFailure(); cases.Next()) {
+        SCOPED_TRACE("KTS_OUTBOX_SEED=" + std::to_string(nFirst + cases.Done()));
+        Host host(nFirst + cases.Done());
         host.WorkUntilPowerCut();
         Check(host);
         nSynced += host.AtCut().setSynced.size();
     }
-    RecordProperty("synced", std::to_string(nSynced));
-    EXPECT_GT(nSynced, nStates) << "the hosts did nothing that could be lost";
+    NoteFigure("power loss", cases.Reached() + " states, " + std::to_string(nSynced) + " synced reports");
+    EXPECT_GT(nSynced, cases.Done()) << "the hosts did nothing that could be lost";
 }

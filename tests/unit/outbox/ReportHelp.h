@@ -2,9 +2,6 @@
 
 #include "outbox/Report.h"
 
-#include <cstdint>
-#include <cstdlib>
-#include <random>
 #include <string>
 
 // What several tests of the outbox's disk side use.
@@ -17,18 +14,6 @@ inline outbox::Report MakeReport(const std::string& strBody)
     report.strHeader = "Content-Type: application/json";
     report.strBody = strBody;
     return report;
-}
-
-inline std::uint64_t NumberFromEnvironment(const char* szName, std::uint64_t nDefault)
-{
-    const char* const szValue = std::getenv(szName);
-    return szValue == nullptr ? nDefault : std::strtoull(szValue, nullptr, 10);
-}
-
-/// The seed of a test with random numbers: `KTS_OUTBOX_SEED`, or else a new one. A test that fails prints it.
-inline std::uint64_t Seed()
-{
-    return NumberFromEnvironment("KTS_OUTBOX_SEED", std::random_device()());
 }
 
 /// The name of a run that no test makes.
