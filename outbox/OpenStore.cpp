@@ -17,7 +17,7 @@ std::unique_ptr<Shelf> OpenStore(const std::string& strFolder)
     std::string strWhyNot;
     std::unique_ptr<Disk> pDisk = OpenDisk(std::filesystem::u8path(strFolder), strWhyNot);
     if (pDisk == nullptr) {
-        throw std::runtime_error("the folder " + strFolder + " can't be used: " + strWhyNot);
+        throw std::runtime_error(strWhyNot);
     }
     std::vector<std::string> vecComplaints; // whoever opens the outbox logs them
     StoreSettings settings;

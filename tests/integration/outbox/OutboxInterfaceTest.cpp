@@ -17,6 +17,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -129,6 +130,16 @@ LabServerOptions At(int nPort)
     LabServerOptions options;
     options.nPort = nPort;
     return options;
+}
+
+TEST_F(OutboxInterface, AFolderThatCantBeUsedIsNamedWithTheReasonOnce)
+{
+    const std::string strFile = (m_logFolder.Path() / "a-file").string();
+    std::ofstream(strFile) << "no folder";
+    EXPECT_FALSE(KtsOpenOutbox(strFile));
+    const std::string strWhy = KtsOutboxStatus().strWhyNotOpen;
+    EXPECT_THAT(strWhy, testing::StartsWith("the folder " + strFile + " can't be used: "));
+    EXPECT_EQ(strWhy.find("can't be used"), strWhy.rfind("can't be used")) << strWhy;
 }
 
 TEST_F(OutboxInterface, AReportCarriesItsKeyAndQueriesCarryNone)
