@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,7 +26,9 @@ RunningProcess::RunningProcess(std::vector<std::string> vecCommand)
 {
     std::array<int, 2> input{};
     std::array<int, 2> output{};
-    EXPECT_EQ(::pipe2(input.data(), O_CLOEXEC) + ::pipe2(output.data(), O_CLOEXEC), 0);
+    // Writing to a socket can raise no signal if the program has ended.
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, input.data()), 0);
+    EXPECT_EQ(::pipe2(output.data(), O_CLOEXEC), 0);
     posix_spawn_file_actions_t actions{};
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
@@ -35,7 +38,8 @@ RunningProcess::RunningProcess(std::vector<std::string> vecCommand)
         vecPointers.push_back(strArgument.data());
     }
     vecPointers.push_back(nullptr);
-    EXPECT_EQ(::posix_spawn(&m_nProcess, vecPointers[0], &actions, nullptr, vecPointers.data(), environ), 0);
+    EXPECT_EQ(::posix_spawn(&m_nProcess, vecPointers[0], &actions, nullptr, vecPointers.data(), environ), 0)
+        << vecPointers[0];
     ::posix_spawn_file_actions_destroy(&actions);
     ::close(input[0]);
     ::close(output[1]);
@@ -59,7 +63,8 @@ void RunningProcess::CloseInput()
 
 void RunningProcess::Write(const std::string& strText) const
 {
-    EXPECT_EQ(::write(m_nInput, strText.data(), strText.size()), static_cast<ssize_t>(strText.size()));
+    EXPECT_EQ(::send(m_nInput, strText.data(), strText.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(strText.size()));
 }
 
 /// @return false if the output has ended, or nothing comes

@@ -97,6 +97,7 @@ private:
 struct Member {
     std::string strMark;
     std::unique_ptr<ScriptedServer> pProxy;
+    std::unique_ptr<ScriptedServer> pProxyOfChild;
     std::unique_ptr<RunningProcess> pHost;
     pid_t nChild = 0;
 
@@ -110,13 +111,19 @@ struct Member {
 class OutboxFamily : public TortureTest
 {
 protected:
+    std::unique_ptr<ScriptedServer> MakeProxy(const std::string& strSender)
+    {
+        auto pProxy = std::make_unique<ScriptedServer>(
+            [this, strSender](const WireRequest& request) { return m_watcher.Answer(strSender, request); });
+        pProxy->KeepNoRequests();
+        return pProxy;
+    }
+
     Member& Start(const std::string& strMark)
     {
         Member& member = m_lstMembers.emplace_back();
         member.strMark = strMark;
-        member.pProxy = std::make_unique<ScriptedServer>(
-            [this, strMark](const WireRequest& request) { return m_watcher.Answer(strMark, request); });
-        member.pProxy->KeepNoRequests();
+        member.pProxy = MakeProxy(strMark);
         ::setenv("http_proxy", member.pProxy->Url("").c_str(), 1);
         member.pHost = std::make_unique<RunningProcess>(HostCommand("http://lab.invalid/", strMark));
         return member;
@@ -125,7 +132,8 @@ protected:
     void StartFamily()
     {
         Member& member = Start("p" + std::to_string(m_lstMembers.size()));
-        std::string strChild = member.pHost->Ask("child");
+        member.pProxyOfChild = MakeProxy(member.strMark + "c");
+        std::string strChild = member.pHost->Ask("child " + member.pProxyOfChild->Url(""));
         strChild.erase(std::remove(strChild.begin(), strChild.end(), 'c'), strChild.end()); // its child tells
         member.nChild = static_cast<pid_t>(std::stol(strChild));
         member.pHost->Write("endless 16\n");

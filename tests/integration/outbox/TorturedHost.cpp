@@ -20,6 +20,7 @@
 
 #include <ktshttpagent/IVelClientSDk.h>
 #include <ktshttpagent/KtsOutbox.h>
+#include <ktshttpagent/chttpclient.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -104,15 +105,17 @@ public:
               std::to_string(m_nAnswered) + "\n");
     }
 
-    void Fork()
+    void Fork(const std::string& strProxy)
     {
         const pid_t nChild = ::fork();
         if (nChild == 0) {
+            ::setenv("http_proxy", strProxy.c_str(), 1);
+            CHttpClientInit();
             m_strMark += "c";
             m_nSent = 0;
             for (;;) {
                 SendOne("c");
-                ::usleep(200'000);
+                ::usleep(50'000);
             }
         }
         Print(std::to_string(nChild) + "\n");
@@ -188,7 +191,9 @@ int main(int nArguments, char* arArguments[])
         } else if (strCommand == "limit") {
             LimitFiles(static_cast<rlim_t>(nNumber));
         } else if (strCommand == "child") {
-            host.Fork();
+            std::string strProxy;
+            std::cin >> strProxy;
+            host.Fork(strProxy);
         } else if (strCommand == "end") {
             host.End();
             return EXIT_SUCCESS;
