@@ -140,6 +140,17 @@ TEST_F(KtsSettings, DoNotComplainOfAnEmptyNameOfAFileOfAuthorities)
     EXPECT_EQ(Find("CHTTPCLIENT_CA_FILE").strComplaint, "");
 }
 
+TEST_F(KtsSettings, ComplainOfEachWordForTheOutboxThatIsNone)
+{
+    qputenv("KTSHTTPAGENT_OUTBOX_SYNC", "often");
+    qputenv("KTSHTTPAGENT_OUTBOX_REPEAT", "never");
+    EXPECT_THAT(Find("KTSHTTPAGENT_OUTBOX_SYNC").strComplaint,
+                testing::HasSubstr("is \"often\", not one of"));
+    EXPECT_THAT(Find("KTSHTTPAGENT_OUTBOX_REPEAT").strComplaint,
+                testing::HasSubstr("is \"never\", not one of"));
+    EXPECT_EQ(Find("KTSHTTPAGENT_OUTBOX").strComplaint, "");
+}
+
 TEST_F(KtsSettings, OfAFolderInThePlaceOfAFileCantBeRead)
 {
     QDir().mkpath(FileOf(PLUGIN));
