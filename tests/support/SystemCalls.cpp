@@ -7,8 +7,13 @@
 #include <string>
 #include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace
@@ -219,6 +224,83 @@ int __wrap_eventfd(unsigned nCount, int nFlags);
 int __wrap_eventfd(unsigned nCount, int nFlags)
 {
     return Fails("eventfd") ? -1 : __real_eventfd(nCount, nFlags);
+}
+
+int __real_openat(int nFolder, const char* szFile, int nFlags, ...);
+int __wrap_openat(int nFolder, const char* szFile, int nFlags, ...);
+int __wrap_openat(int nFolder, const char* szFile, int nFlags, ...)
+{
+    va_list arguments;
+    va_start(arguments, nFlags);
+    const mode_t nMode = (nFlags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return Fails("openat") ? -1 : __real_openat(nFolder, szFile, nFlags, nMode);
+}
+
+ssize_t __real_pread(int nDescriptor, void* pBytes, size_t nBytes, off_t nOffset);
+ssize_t __wrap_pread(int nDescriptor, void* pBytes, size_t nBytes, off_t nOffset);
+ssize_t __wrap_pread(int nDescriptor, void* pBytes, size_t nBytes, off_t nOffset)
+{
+    return Fails("pread") ? -1 : __real_pread(nDescriptor, pBytes, nBytes, nOffset);
+}
+
+int __real_fallocate(int nDescriptor, int nMode, off_t nOffset, off_t nBytes);
+int __wrap_fallocate(int nDescriptor, int nMode, off_t nOffset, off_t nBytes);
+int __wrap_fallocate(int nDescriptor, int nMode, off_t nOffset, off_t nBytes)
+{
+    return Fails("fallocate") ? -1 : __real_fallocate(nDescriptor, nMode, nOffset, nBytes);
+}
+
+int __real_flock(int nDescriptor, int nOperation);
+int __wrap_flock(int nDescriptor, int nOperation);
+int __wrap_flock(int nDescriptor, int nOperation)
+{
+    if (Fails("flock")) {
+        return Failures().at("flock").nError == 0 ? 0 : -1;
+    }
+    return __real_flock(nDescriptor, nOperation);
+}
+
+int __real_fstatat(int nFolder, const char* szFile, struct stat* pStatus, int nFlags);
+int __wrap_fstatat(int nFolder, const char* szFile, struct stat* pStatus, int nFlags);
+int __wrap_fstatat(int nFolder, const char* szFile, struct stat* pStatus, int nFlags)
+{
+    return Fails("fstatat") ? -1 : __real_fstatat(nFolder, szFile, pStatus, nFlags);
+}
+
+int __real_fstatfs(int nDescriptor, struct statfs* pStatus);
+int __wrap_fstatfs(int nDescriptor, struct statfs* pStatus);
+int __wrap_fstatfs(int nDescriptor, struct statfs* pStatus)
+{
+    return Fails("fstatfs") ? -1 : __real_fstatfs(nDescriptor, pStatus);
+}
+
+int __real_fstatvfs(int nDescriptor, struct statvfs* pStatus);
+int __wrap_fstatvfs(int nDescriptor, struct statvfs* pStatus);
+int __wrap_fstatvfs(int nDescriptor, struct statvfs* pStatus)
+{
+    return Fails("fstatvfs") ? -1 : __real_fstatvfs(nDescriptor, pStatus);
+}
+
+DIR* __real_fdopendir(int nDescriptor);
+DIR* __wrap_fdopendir(int nDescriptor);
+DIR* __wrap_fdopendir(int nDescriptor)
+{
+    return Fails("fdopendir") ? nullptr : __real_fdopendir(nDescriptor);
+}
+
+dirent* __real_readdir(DIR* pListing);
+dirent* __wrap_readdir(DIR* pListing);
+dirent* __wrap_readdir(DIR* pListing)
+{
+    return Fails("readdir") ? nullptr : __real_readdir(pListing);
+}
+
+int __real_getrlimit(__rlimit_resource_t eResource, rlimit* pLimit);
+int __wrap_getrlimit(__rlimit_resource_t eResource, rlimit* pLimit);
+int __wrap_getrlimit(__rlimit_resource_t eResource, rlimit* pLimit)
+{
+    return Fails("getrlimit") ? -1 : __real_getrlimit(eResource, pLimit);
 }
 
 } // extern "C"

@@ -10,7 +10,8 @@ public:
     static constexpr int ALWAYS = 1'000'000;
 
     /// @param szCall  a literal, one of those that CMakeLists.txt lists
-    /// @param nError  the `errno` of the failure; 0 for a call, such as `write`, that succeeds without doing
+    /// @param nError  the `errno` of the failure; 0 for a call, `write` or `flock`, that succeeds without
+    /// doing
     ///                anything
     /// @param nAfter  how many calls succeed before
     /// @param nTimes  how many then fail

@@ -22,12 +22,14 @@ struct AskedByQt {
     HttpAnswer answer;
 };
 
-/// Whether a whole reply came. A status of 400 or more counts as an error with Qt, but is an answer.
+/// Whether a whole reply came. A status of 400 or more counts as an error with Qt, but is an answer; 400
+/// itself counts as an invalid operation.
 bool IsAnswer(const QNetworkReply& reply)
 {
     const QNetworkReply::NetworkError eError = reply.error();
     return eError == QNetworkReply::NoError || eError >= QNetworkReply::InternalServerError ||
-           (eError >= QNetworkReply::ContentAccessDenied && eError <= QNetworkReply::UnknownContentError);
+           (eError >= QNetworkReply::ContentAccessDenied && eError <= QNetworkReply::UnknownContentError) ||
+           eError == QNetworkReply::ProtocolInvalidOperationError;
 }
 
 void Read(AskedByQt& asked)

@@ -62,6 +62,18 @@ TEST_F(DoctorOfSettings, FindsAMisspeltName)
     ExpectFailure(Examine(NOBODY), "settings", "it is probably a misspelt \"HttpUrlGetSupportVer\"");
 }
 
+TEST_F(DoctorOfSettings, FindsANameWithALetterTooMuch)
+{
+    WriteProfile("HttpUrlGetSupportVerr=api/ver\n");
+    ExpectFailure(Examine(NOBODY), "settings", "it is probably a misspelt \"HttpUrlGetSupportVer\"");
+}
+
+TEST_F(DoctorOfSettings, FindsAFolderInThePlaceOfAFile)
+{
+    std::filesystem::create_directories(m_folder.filePath(QString(PLUGIN) + ".ini").toStdString());
+    ExpectFailure(Examine(NOBODY), "settings", "can't be read; nothing in it is in force.");
+}
+
 TEST_F(DoctorOfSettings, FindsANameThatStandsInASection)
 {
     WriteProfile("[Paths]\nHttpUrlGetSupportVer=api/ver\n");
@@ -133,6 +145,22 @@ TEST_F(DoctorOfEqualSettings, AsksThroughTheProxyOnBothInterfaces)
     EXPECT_EQ(Sentences(run.Object(), "proxy", "warning"), "");
 }
 
+TEST_F(DoctorOfEqualSettings, FindsADeadSocksProxy)
+{
+    const RefusingPort port;
+    qputenv("all_proxy", "socks5://" + Loopback(port.Port()).toLatin1());
+    ExpectFailure(Examine("laboratory.invalid:80"), "proxy",
+                  "The blocking interface (Qt) uses the proxy socks5://" +
+                      Loopback(port.Port()).toStdString() + " (variable all_proxy); ");
+}
+
+TEST_F(DoctorOfEqualSettings, TrustsTheSystemsAuthoritiesWithoutAFileOfOthers)
+{
+    const ScriptedServer server(ServerStep{"no TLS", ServerStep::Ending::Close});
+    ExpectFailure(Examine("https://" + Loopback(server.Port()), {"--timeout", "6000"}), "tls",
+                  "The blocking interface (Qt) makes no TLS connection: ");
+}
+
 TEST_F(DoctorOfEqualSettings, FindsAProxyThatQtDoesNotKnow)
 {
     const RefusingPort port;
@@ -154,6 +182,32 @@ TEST_F(DoctorOfTheLog, FindsAnotherThingInThePlaceOfTheFile)
 {
     std::filesystem::create_symlink("/dev/null", m_log.File());
     ExpectFailure(Examine(NOBODY), "log", "ktshttpagent.log is not a regular file");
+}
+
+TEST_F(DoctorOfTheLog, FindsAFolderInThePlaceOfTheFile)
+{
+    std::filesystem::create_directory(m_log.File());
+    ExpectFailure(Examine(NOBODY), "log", "ktshttpagent.log is not a regular file");
+}
+
+TEST_F(DoctorOfTheLog, FindsAFolderInWhichNothingCanBeMade)
+{
+    qputenv("CLOG_DIR", "/proc"); // not even by the administrator
+    ExpectFailure(Examine(NOBODY), "log", "can't be written: nothing can be made in /proc (");
+}
+
+TEST_F(DoctorOfTheLog, PassesAFolderWithoutALog)
+{
+    qputenv("CLOG_LEVEL", "0");
+    EXPECT_THAT(Sentences(Examine(NOBODY).Object(), "log", "ok"), HasSubstr("its files take 0 KiB"));
+    EXPECT_FALSE(std::filesystem::exists(m_log.File()));
+}
+
+TEST_F(DoctorOfTheLog, WarnsIfThereIsNotEnoughRoom)
+{
+    qputenv("CLOG_FILE_BYTES", "1000000000000");
+    qputenv("CLOG_FILES", "1000");
+    EXPECT_THAT(Sentences(Examine(NOBODY).Object(), "log", "warning"), HasSubstr(" are free."));
 }
 
 TEST_F(DoctorOfTheLog, FindsThatThereIsNoHome)

@@ -1,5 +1,4 @@
-// What "ktsagent doctor" says about servers that answer wrongly, late or not at all, and about the
-// environment.
+// What "ktsagent doctor" says about servers that answer wrongly, late or not at all.
 
 #include "DoctorProcess.h"
 #include "ScriptedServer.h"
@@ -130,6 +129,18 @@ INSTANTIATE_TEST_SUITE_P(
                     {"SSH-2.0-OpenSSH_9.2\r\n", ServerStep::Ending::Close},
                     "http",
                     "asynchronous interface (libcurl) reached something that does not speak HTTP"},
+        WrongServer{"WithALengthThatIsNone",
+                    {"HTTP/1.1 200 OK\r\nContent-Length: x\r\n\r\n", ServerStep::Ending::Close},
+                    "http",
+                    "asynchronous interface (libcurl) reached something that does not speak HTTP"},
+        WrongServer{"ThatWantsTls",
+                    {HttpReply(400, "<html>The plain HTTP request was sent to HTTPS port</html>")},
+                    "http",
+                    "The server wants https on this port."},
+        WrongServer{"OfBadRequests",
+                    {HttpReply(400, "bad")},
+                    "paths",
+                    "brought a body that is not a JSON object (status 400), on both interfaces."},
         WrongServer{"Silent", Silent(), "http", "got no reply within", "http", "6000"},
         WrongServer{"ThatCloses", {"", ServerStep::Ending::Close}, "http", "got no reply: "},
         WrongServer{"BehindAGateway",
@@ -218,6 +229,19 @@ TEST_F(Doctor, TakesOneNoAmongManyForAnAnswer)
     EXPECT_THAT(Sentences(run.Object(), "paths", "ok"), HasSubstr("\"no such cell\""));
 }
 
+TEST_F(Doctor, FindsASinglePathWithoutAReplyBelowThePathOfTheUrl)
+{
+    const ScriptedServer server([](const WireRequest& request) {
+        const bool bSilent = request.Target().find("autoExport") != std::string::npos;
+        return bSilent ? ServerStep{"", ServerStep::Ending::Close} : ServerStep{HttpReply(200, YES)};
+    });
+    const KtsagentRun run = Examine(QString::fromStdString(server.Url("/lab/")));
+    ExpectFailure(run, "paths", "/lab/vomd/");
+    EXPECT_THAT(Sentences(run.Object(), "paths", "FAILED"),
+                AllOf(HasSubstr("brought no reply: "), HasSubstr("on the asynchronous interface"),
+                      HasSubstr("on the blocking interface")));
+}
+
 TEST_F(Doctor, DoesTheTerminalNoHarm)
 {
     const ScriptedServer server(ServerStep{
@@ -252,57 +276,6 @@ TEST_F(Doctor, UsesAProxyThatLives)
     EXPECT_THAT(Sentences(run.Object(), "proxy", "ok"), HasSubstr("which accepts connections"));
     EXPECT_THAT(Sentences(run.Object(), "paths", "ok"), HasSubstr("http://laboratory.invalid:80/"));
     EXPECT_THAT(proxy.Requests().front().Line(), HasSubstr("GET http://laboratory.invalid/vomd/"));
-}
-
-TEST_F(Doctor, FindsAMisspeltVariable)
-{
-    qputenv("CHTTPCLIENT_TIMOUT_MS", "5");
-    ExpectFailure(
-        Examine("127.0.0.1:9"), "environment",
-        "CHTTPCLIENT_TIMOUT_MS is read by nobody; it is probably a misspelt CHTTPCLIENT_TIMEOUT_MS.");
-}
-
-TEST_F(Doctor, FindsAMisspeltPrefixOfAVariable)
-{
-    qputenv("CHTPCLIENT_TIMEOUT_MS", "5");
-    ExpectFailure(Examine("127.0.0.1:9"), "environment", "probably a misspelt CHTTPCLIENT_TIMEOUT_MS.");
-}
-
-TEST_F(Doctor, OnlyWarnsOfAVariableThatResemblesNone)
-{
-    qputenv("CHTTPCLIENT_OF_THIS_SITE", "5");
-    LabServer server;
-    server.Start();
-    const KtsagentRun run = Examine(Loopback(server.Port()));
-    EXPECT_EQ(run.nExit, 0);
-    EXPECT_THAT(Sentences(run.Object(), "environment", "warning"), HasSubstr("CHTTPCLIENT_OF_THIS_SITE"));
-}
-
-TEST_F(Doctor, FindsAVariableWithAValueThatCantBeUsed)
-{
-    qputenv("CHTTPCLIENT_DRAIN_MS", "3s");
-    ExpectFailure(Examine("127.0.0.1:9"), "environment",
-                  "CHTTPCLIENT_DRAIN_MS is \"3s\", no number from 0 to");
-}
-
-TEST_F(Doctor, FindsAFileOfAuthoritiesWithATypingError)
-{
-    qputenv("CHTTPCLIENT_CA_FILE", "/etc/ssl/my-authorty.pem");
-    ExpectFailure(Examine("https://127.0.0.1:9"), "environment",
-                  "CHTTPCLIENT_CA_FILE is \"/etc/ssl/my-authorty.pem\", which can't be read: ");
-}
-
-TEST_F(Doctor, NamesTheVariablesInForce)
-{
-    qputenv("CHTTPCLIENT_DRAIN_MS", "17");
-    EXPECT_THAT(Sentences(Examine("127.0.0.1:9", {"--timeout", "500"}).Object(), "environment", "ok"),
-                HasSubstr("CHTTPCLIENT_DRAIN_MS=17"));
-}
-
-TEST_F(Doctor, DoesNotTakeTheSchemeOfAUrlForAVariable)
-{
-    EXPECT_THAT(Sentences(Examine("https://127.0.0.1:9").Object(), "environment", "ok"),
-                testing::Not(HasSubstr("KTSHTTPAGENT_TLS")));
 }
 
 TEST_F(Doctor, ListsItsExitStatuses)

@@ -46,6 +46,10 @@ protected:
                const std::string& strMore = "")
     {
         ASSERT_TRUE(MakeCertificates(Folder(), szSubject, szDays));
+        ASSERT_EQ(std::system(("cd '" + Folder().string() +
+                               "' && cat server.pem ca.pem >chain.pem && cp server.key chain.key")
+                                  .c_str()),
+                  0);
         const std::string strName = szCertificate;
         m_nginx.emplace(Folder(), " ssl",
                         "ssl_certificate " + strName + ".pem; ssl_certificate_key " + strName + ".key; " +
@@ -151,6 +155,13 @@ TEST_F(DoctorOfTls, SaysWhatTheServerShows)
     EXPECT_THAT(strSaid, AllOf(HasSubstr("a certificate for 127.0.0.2; the chain is \"server\", signed by "
                                          "\"Authority\", which the server does not send"),
                                HasSubstr("for 90 days.")));
+}
+
+TEST_F(DoctorOfTls, SaysWhatTheServerShowsOfItsAuthority)
+{
+    Start(GOOD_NAME, "90", "chain");
+    EXPECT_THAT(Sentences(Examine(Url()).Object(), "tls", "ok"),
+                HasSubstr("the chain is \"server\", signed by \"Authority\"."));
 }
 
 // The only way to let Qt trust an authority is to make it one of the system's.

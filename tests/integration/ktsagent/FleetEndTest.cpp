@@ -147,6 +147,30 @@ TEST_F(FleetEnd, ByASignalDoesNotWaitForASilentServer)
     EXPECT_EQ(result["failed"], (QJsonObject{{"cancelled", result["sent"]}}));
 }
 
+TEST_F(FleetEnd, ByASignalDoesNotWaitForTheLastAnswersEither)
+{
+    qputenv("CHTTPCLIENT_DRAIN_MS", "100");
+    LabFault silence;
+    silence.strPath = "vomd";
+    silence.nCount = 1'000'000;
+    silence.eKind = LabFaultKind::Silence;
+    m_server.AddFault(silence);
+    QProcess process;
+    process.start(KTSAGENT_PROGRAM,
+                  {"fleet", "--server", Loopback(m_server.Port()), "--hosts", "1", "--channels", "1",
+                   "--rate", "1", "--seconds", "1", "--wait", "600", "--json"},
+                  QIODevice::ReadOnly);
+    ASSERT_TRUE(process.waitForStarted(PATIENCE_WITH_FLEET_MS));
+    while (m_server.Exchanges().empty()) { // there is only one report
+        std::this_thread::yield();
+    }
+    const KtsagentRun run = End(process, SIGINT);
+
+    EXPECT_EQ(run.nExit, 1);
+    EXPECT_EQ(run.Object()["complete"], false);
+    EXPECT_EQ(run.Object()["sent"], run.Object()["planned"]);
+}
+
 TEST_F(FleetEnd, OnATerminalIsPrecededByALineASecond)
 {
     const Terminal terminal;

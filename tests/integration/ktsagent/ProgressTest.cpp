@@ -139,6 +139,18 @@ TEST_F(Progress, IsNotThereInAPipe)
     EXPECT_EQ(run.strErr.find('\r'), std::string::npos);
 }
 
+TEST_F(Progress, IsOnlyTheTimesIfTheLineWouldBeTooLong)
+{
+    const ScriptedServer proxy(Silent());
+    qunsetenv("no_proxy");
+    qputenv("http_proxy", Loopback(proxy.Port()).toLatin1());
+    qputenv("CHTTPCLIENT_DRAIN_MS", "0");
+    const QString strHost = QString(60, 'h') + ".invalid:80"; // only the proxy would look it up
+    const std::string strSaid =
+        RunOnTerminal({"in-common", "--server", strHost, "--dxtm", "X", "--timeout", "2500"});
+    EXPECT_EQ(strSaid.find("1 s of 3 s …\r"), 0U) << strSaid;
+}
+
 TEST_F(Progress, LeavesLinesOfTheTraceWhole)
 {
     const ScriptedServer server(ServerStep{HttpReply(200, R"({"success":true,"common":true})"),

@@ -14,6 +14,7 @@ namespace
 
 const std::string FIGURES = R"(# TYPE ktshttpagent_requests_sent_total counter
 ktshttpagent_requests_sent_total{type="3103",interface="asynchronous"} 10
+ktshttpagent_requests_sent_total{type="3114",interface="blocking"} 5
 ktshttpagent_requests_sent_total{type="3115",interface="blocking"} 4
 ktshttpagent_requests_sent_total{type="9999",interface="blocking"} 1
 ktshttpagent_requests_ended_total{type="3103",interface="asynchronous",result="succeeded"} 7
@@ -26,6 +27,14 @@ ktshttpagent_request_duration_seconds_bucket{type="3103",interface="asynchronous
 ktshttpagent_request_duration_seconds_bucket{type="3103",interface="asynchronous",le="5.000000"} 9
 ktshttpagent_request_duration_seconds_bucket{type="3103",interface="asynchronous",le="+Inf"} 9
 a line that nobody knows
+ktshttpagent_without_a_number
+ktshttpagent_with_a_word often
+ktshttpagent_requests_sent_total{type=3103,interface=asynchronous} 7777
+ktshttpagent_requests_sent_total{type="} 7777
+ktshttpagent_requests_sent_total{interface="asynchronous"} 7777
+ktshttpagent_request_duration_seconds_bucket{type="9998",interface="blocking",le="5.000000"} 0
+ktshttpagent_request_duration_seconds_bucket{type="9998",interface="blocking",le="+Inf"} 2
+ktshttpagent_request_duration_seconds_bucket{type="9997",interface="blocking",le="+Inf"} 0
 ktshttpagent_requests_outstanding 1
 ktshttpagent_requests_queued 0
 ktshttpagent_last_success_timestamp_seconds 0.000000
@@ -56,9 +65,13 @@ TEST_F(Stats, ShowEachRequestByTheNameOfItsOperation)
     const KtsagentRun run = RunWith(FIGURES);
     ASSERT_EQ(run.nExit, 0) << run.strErr;
     EXPECT_THAT(LineOf(run, "projects"), testing::ContainsRegex("asynchronous +10 +7 +2 +0 +20 ms +5 s +-$"));
+    EXPECT_THAT(LineOf(run, "report-step"), testing::ContainsRegex("report-step +blocking +5 "));
     EXPECT_THAT(LineOf(run, "report-step-orn"),
                 testing::ContainsRegex("blocking +4 +0 +0 +0 +- +- +3 timed_out, 1 tls_failed$"));
     EXPECT_THAT(LineOf(run, "9999"), testing::ContainsRegex("blocking +1 "));
+    EXPECT_THAT(LineOf(run, "9998"), testing::ContainsRegex("blocking +0 +0 +0 +0 +- +- +-$"));
+    EXPECT_THAT(LineOf(run, "9997"), testing::ContainsRegex("blocking +0 +0 +0 +0 +- +- +-$"));
+    EXPECT_THAT(run.strOut, Not(HasSubstr("7777"))) << "lines that can't be parsed count nothing";
     EXPECT_THAT(LineOf(run, "outstanding"), HasSubstr("outstanding: 1"));
     EXPECT_THAT(LineOf(run, "last success"), HasSubstr("last success: never, last failure or refusal: "));
     EXPECT_THAT(run.strOut, Not(HasSubstr("s old")));

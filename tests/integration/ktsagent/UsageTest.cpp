@@ -67,6 +67,10 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{
             "UrlWithUserName", {"batt-status", "--server", "http://u:p@h", "--t", "1"}, "no user name"},
         WrongUsage{"UrlWithQuery", {"batt-status", "--server", "http://h/?a", "--t", "1"}, "no query"},
+        WrongUsage{"UrlWithFragment", {"batt-status", "--server", "http://h/#a", "--t", "1"}, "no fragment"},
+        WrongUsage{"UrlWithPortTooLarge",
+                   {"batt-status", "--server", "http://h:65536", "--t", "1"},
+                   "is no URL of a server"},
         WrongUsage{"UrlWithPath", {"batt-status", "--server", "http://h/lab", "--t", "1"}, "has a path"},
         WrongUsage{"UnknownQuery",
                    {"doctor", "--server", "h:1", "--paths", "report-cycle"},

@@ -102,3 +102,12 @@ TEST_F(Verbose, PrintsTheQueriesOfTheDoctor)
                       HasSubstr("> GET http://" + Loopback(server.Port()).toStdString() + "/vomd/system/"),
                       HasSubstr("\n< HTTP/1.1 200 OK\n"), HasSubstr("\n< HTTP 200\n")));
 }
+
+TEST_F(Verbose, PrintsTheQueriesOfTheDoctorThatFail)
+{
+    const ScriptedServer server(ServerStep{"", ServerStep::Ending::Close});
+    const KtsagentRun run = Run({"doctor", "--server", Loopback(server.Port()), "-v"});
+    EXPECT_EQ(run.nExit, 19);
+    EXPECT_THAT(run.strErr, AllOf(HasSubstr("\n* Server returned nothing (no headers, no data); ms: whole "),
+                                  HasSubstr("\n* Connection closed; ms: whole "), Not(HasSubstr("< HTTP"))));
+}

@@ -230,6 +230,36 @@ TEST_F(OutboxInterface, ReportsThatTheServerIsGivenUpForAtTheEndAreStored)
     EXPECT_THAT(m_vecResults, ElementsAre(0)) << "it is stored, and its sender was told before the end";
 }
 
+TEST_F(OutboxInterface, ReportsOfTheThreadsStreamWaitForEachOther)
+{
+    setenv("CHTTPCLIENT_DRAIN_MS", "0", 1);
+    const ScriptedServer silent(Silent());
+    VelCSDK::IVelClientSDk& client = Client(silent.Port());
+    KtsSetReportStream("line 7");
+    Report(client, "report-0", 1);
+    ASSERT_TRUE(silent.WaitForRequests(1));
+    Report(client, "report-1", 2);
+    KtsSetReportStream("");
+    Report(client, "report-2", 3);
+    ASSERT_TRUE(silent.WaitForRequests(2)) << "another channel waits for nobody";
+    EXPECT_THAT(silent.Requests().at(0).strBody, testing::HasSubstr("report-0"));
+    EXPECT_THAT(silent.Requests().at(1).strBody, testing::HasSubstr("report-2"));
+    EXPECT_EQ(KtsOutboxStatus().nWaiting, 3U);
+    VelCSDK::SDKFactory::DestoryInstance(&client);
+    EXPECT_THAT(m_vecResults, testing::AllOf(SizeIs(3), Each(0))) << "each is stored";
+}
+
+TEST_F(OutboxInterface, AQueryThatFailsIsNotStored)
+{
+    VelCSDK::IVelClientSDk& client = Client(FreePort());
+    client.GetBattStatus("1");
+    EXPECT_THAT(Results(1), ElementsAre(testing::Ne(0)));
+    EXPECT_EQ(KtsOutboxStatus().nWaiting, 0U);
+    const SKtsMetrics figures = KtsMetrics();
+    ASSERT_THAT(figures.vecRequests, SizeIs(1));
+    EXPECT_EQ(figures.vecRequests.front().nStored, 0U);
+}
+
 TEST_F(OutboxInterface, IsNotThereUnlessItIsAskedFor)
 {
     unsetenv("KTSHTTPAGENT_OUTBOX");

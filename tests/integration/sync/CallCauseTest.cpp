@@ -7,6 +7,8 @@
 
 #include <ktshttpagent/CUIAgentRsp.h>
 
+#include <QTest>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -176,6 +178,14 @@ TEST_F(CallLog, HasOneCauseOnEachInterfaceForAWrongName)
                                   HasSubstr("server laboratory.invalid:8080, no proxy"))));
 }
 
+TEST_F(CallLog, HasAnIPv6AddressInBrackets)
+{
+    const RefusingPort refusing;
+    const std::string strServer = "[::1]:" + std::to_string(refusing.Port());
+    Request().SendPostReportCycleDataEx(QString::fromStdString("http://" + strServer + "/"), ENOUGH_MS, "{}");
+    EXPECT_THAT(Lines(" warning "), ElementsAre(HasSubstr("; server " + strServer + ", no proxy")));
+}
+
 // Qt never asks a proxy for this machine, so the server is another one.
 TEST_F(CallLog, HasOneCauseOnEachInterfaceForADeadProxy)
 {
@@ -185,6 +195,7 @@ TEST_F(CallLog, HasOneCauseOnEachInterfaceForADeadProxy)
     const RefusingPort refusing;
     const std::string strProxy = "127.0.0.1:" + std::to_string(refusing.Port());
     qputenv("http_proxy", QByteArray::fromStdString("http://user:SECRET@" + strProxy));
+    qputenv("NO_PROXY", "elsewhere.invalid"); // libcurl names it too
     const AnswerSpy spy(&CUIAgentRsp::SigGetWhetherInCommonRet);
     Request().SendGetWhetherInCommon("laboratory.invalid", 8080, "X");
     ASSERT_TRUE(spy.Wait(1));
@@ -224,6 +235,24 @@ TEST_F(CallLog, HoldsNoPasswordAndNothingOfAReport)
                                   HasSubstr("(it repeats the report)")),
                             HasSubstr("the server refused it")));
     EXPECT_THAT(m_folder.Lines(), Each(AllOf(Not(HasSubstr("SECRET")), Not(HasSubstr("OF-THE-REPORT")))));
+}
+
+TEST_F(CallLog, HoldsNothingOfAnAsynchronousReportThatTheReplyRepeats)
+{
+    CUIAgentRsp::Instance(); // takes the answer
+    const ScriptedServer server([](const WireRequest& request) {
+        return ServerStep{
+            HttpReply(200, R"({"success":false,"message":"NOT SO","was":)" + request.strBody + "}")};
+    });
+    KTSStartPlugin::tagRepoChlStatusInfo status;
+    status.box = "1";
+    status.chl = "1";
+    status.dxtm = "OF-THE-REPORT-1234567890";
+    Request().SendPostReportChlStatus("127.0.0.1", server.Port(), "1", status);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !Lines(" warning ").empty(); }, ENOUGH_MS));
+    EXPECT_THAT(Lines(" warning "), ElementsAre(AllOf(HasSubstr("the server refused it: "),
+                                                      HasSubstr("(it repeats the report)"))));
+    EXPECT_THAT(m_folder.Lines(), Each(AllOf(Not(HasSubstr("OF-THE-REPORT")), Not(HasSubstr("NOT SO")))));
 }
 
 TEST_F(CallLog, HasACauseForBatteryDataOnlyIfTheServerRefusesIt)

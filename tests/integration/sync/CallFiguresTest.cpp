@@ -170,6 +170,15 @@ TEST_F(CallFigures, ShowAServerAsBackAfterAnyAnswer)
     EXPECT_EQ(CKtsConnection::LostServers().size(), 1);
 }
 
+TEST_F(CallFigures, CountACallOfAnUnknownProtocolAsAnotherFailure)
+{
+    CUIAgentReq::Instance()->SendPostReportCycleDataEx("no-such-protocol://127.0.0.1/", ENOUGH_MS, "{}");
+    const SKtsMetrics all = KtsMetrics();
+    ASSERT_EQ(all.vecRequests.size(), 1U);
+    EXPECT_EQ(all.vecRequests.front().arFailed.at(static_cast<std::size_t>(EKtsFailure::Other)), 1U);
+    EXPECT_TRUE(CKtsConnection::LostServers().isEmpty());
+}
+
 TEST_F(CallFigures, CountACallThatIsRefused)
 {
     CUIAgentReq& request = *CUIAgentReq::Instance();

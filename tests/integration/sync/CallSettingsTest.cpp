@@ -80,6 +80,31 @@ TEST_P(CallSettings, AreNamedInTheLogIfTheProxyIsDead)
     EXPECT_THAT(m_folder.Lines(), Not(Contains(HasSubstr("SECRET"))));
 }
 
+TEST_P(CallSettings, AreNamedInTheLogIfTheProxyOfSocksIsDead)
+{
+    const RefusingPort refusing;
+    const ScriptedServer server(m_yes);
+    const std::string strProxy = "socks5://127.0.0.1:" + std::to_string(refusing.Port());
+    qputenv("all_proxy", QByteArray::fromStdString(strProxy));
+    EXPECT_EQ(InCommon(server), !GetParam().bTransports);
+    const auto hasCause = Contains(HasSubstr("proxy " + strProxy + ", no HTTP status"));
+    if (GetParam().bTransports) {
+        EXPECT_THAT(m_folder.Lines(), hasCause);
+    } else {
+        EXPECT_THAT(m_folder.Lines(), Not(hasCause));
+    }
+}
+
+TEST_P(CallSettings, AreNoProxyInTheLogIfItHasNoName)
+{
+    const RefusingPort refusing;
+    qputenv("all_proxy", "http://:1");
+    bool bCommon = false;
+    EXPECT_FALSE(CUIAgentReq::Instance()->SendGetWhetherInCommonEx("127.0.0.1", refusing.Port(), ENOUGH_MS,
+                                                                   "X", bCommon));
+    EXPECT_THAT(m_folder.Lines(), Contains(HasSubstr(", no proxy, no HTTP status")));
+}
+
 TEST_P(CallSettings, AreComplainedAboutIfTheyAreUnknown)
 {
     CUIAgentReq::Instance();

@@ -2,6 +2,7 @@
 
 #include "AnswerSpy.h"
 #include "SyncInterface.h"
+#include "Wine.h"
 
 #include <ktshttpagent/KtsTrace.h>
 
@@ -105,6 +106,21 @@ TEST_F(BothTraces, TellABlockingExchangeAsQtReportsIt)
     EXPECT_THAT(Told(EKtsTrace::ReplyBody), ElementsAre(COMMON_YES));
     EXPECT_THAT(Told(EKtsTrace::End), ElementsAre(HasSubstr("type 3110: the server said yes")));
     ExpectEachInOneExchange();
+}
+
+// Qt never asks a proxy for this machine, so the server is another one.
+TEST_F(BothTraces, TellTheProxyOfABlockingExchange)
+{
+    if (RunsUnderWine()) {
+        GTEST_SKIP() << "on Windows Qt takes proxies from the system's settings";
+    }
+    const RefusingPort refusing;
+    const std::string strProxy = "127.0.0.1:" + std::to_string(refusing.Port());
+    qunsetenv("no_proxy");
+    qputenv("http_proxy", QByteArray::fromStdString("http://user:SECRET@" + strProxy));
+    bool bCommon = false;
+    m_request.SendGetWhetherInCommonEx("laboratory.invalid", 8080, ENOUGH_MS, "X", bCommon);
+    EXPECT_THAT(Told(EKtsTrace::Remark), ::testing::Contains("proxy http://" + strProxy));
 }
 
 TEST_F(BothTraces, TellTheReportOfABlockingCallButNoPasswordOfItsUrl)

@@ -9,6 +9,7 @@
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
+#include <ktshttpagent/KtsTrace.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -150,8 +151,12 @@ TEST_P(TlsToAGoodServer, IsTakenByBothInterfaces)
     EXPECT_EQ(spy[0][0], true);
     EXPECT_EQ(spy[0][1], true);
 
+    std::string strTold;
+    KtsSetTrace([&strTold](const SKtsTrace& part) { strTold += part.strBytes + '\n'; });
     bool bCommon = false;
     EXPECT_TRUE(request.SendGetWhetherInCommonEx(m_strHost, Port(), ENOUGH_MS, "X", bCommon));
+    KtsSetTrace({});
+    EXPECT_THAT(strTold, ::testing::ContainsRegex("\nTLS: TLSv1.[23], .*certificate of \"server\""));
     EXPECT_TRUE(bCommon);
     EXPECT_EQ(request.LastOutcome().eEnd, EBlockingEnd::Answered);
     EXPECT_EQ(request.LastOutcome().strUrl, Url(PATH_IN_COMMON));

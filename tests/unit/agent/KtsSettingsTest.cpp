@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include <QDir>
 #include <QSettings>
 
 #include <algorithm>
@@ -95,6 +96,22 @@ TEST_F(KtsSettings, SayWhereTlsComesFrom)
     EXPECT_EQ(Find("UseTls").strComplaint, "");
 }
 
+TEST_F(KtsSettings, SayThatTheSiteTurnsTlsOff)
+{
+    Write(PLUGIN, "UseTls=off\n");
+    EXPECT_EQ(Find("UseTls").strValue, "off");
+    EXPECT_EQ(Find("UseTls").strOrigin, FileOf(PLUGIN).toStdString());
+    EXPECT_EQ(Find("UseTls").strComplaint, "");
+}
+
+TEST_F(KtsSettings, SayThatAWordOfTheEnvironmentForTlsIsNone)
+{
+    qputenv("KTSHTTPAGENT_TLS", "perhaps");
+    EXPECT_EQ(Find("KTSHTTPAGENT_TLS").strValue, "on");
+    EXPECT_THAT(Find("KTSHTTPAGENT_TLS").strComplaint,
+                testing::HasSubstr("KTSHTTPAGENT_TLS is \"perhaps\", not one of"));
+}
+
 TEST_F(KtsSettings, SayThatTheEnvironmentTurnsTlsOff)
 {
     Write(PLUGIN, "UseTls=on\n");
@@ -115,6 +132,30 @@ TEST_F(KtsSettings, ComplainOfAFileOfAuthoritiesWithoutOne)
     Write("authorities", "no certificate\n");
     qputenv("CHTTPCLIENT_CA_FILE", FileOf("authorities").toUtf8());
     EXPECT_THAT(Find("CHTTPCLIENT_CA_FILE").strComplaint, testing::HasSubstr("holds no certificate"));
+}
+
+TEST_F(KtsSettings, DoNotComplainOfAnEmptyNameOfAFileOfAuthorities)
+{
+    qputenv("CHTTPCLIENT_CA_FILE", "");
+    EXPECT_EQ(Find("CHTTPCLIENT_CA_FILE").strComplaint, "");
+}
+
+TEST_F(KtsSettings, ComplainOfEachWordForTheOutboxThatIsNone)
+{
+    qputenv("KTSHTTPAGENT_OUTBOX_SYNC", "often");
+    qputenv("KTSHTTPAGENT_OUTBOX_REPEAT", "never");
+    EXPECT_THAT(Find("KTSHTTPAGENT_OUTBOX_SYNC").strComplaint,
+                testing::HasSubstr("is \"often\", not one of"));
+    EXPECT_THAT(Find("KTSHTTPAGENT_OUTBOX_REPEAT").strComplaint,
+                testing::HasSubstr("is \"never\", not one of"));
+    EXPECT_EQ(Find("KTSHTTPAGENT_OUTBOX").strComplaint, "");
+}
+
+TEST_F(KtsSettings, OfAFolderInThePlaceOfAFileCantBeRead)
+{
+    QDir().mkpath(FileOf(PLUGIN));
+    EXPECT_TRUE(KtsProfiles().front().bExists);
+    EXPECT_EQ(KtsProfiles().front().strProblem, "can't be read");
 }
 
 TEST_F(KtsSettings, HaveFourProfilesOfWhichNoneExists)
@@ -149,7 +190,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FileText{"ASection", "[a]\nb=c\n", 0}, FileText{"EmptyLines", "\n \na=b\r\n\r\n", 0},
                     FileText{"AComment", "; words\na=b\n", 0},
                     FileText{"AnotherComment", "# words\na=b\n", 1}, FileText{"TwoLines", "a=b\\\n c\n", 0},
-                    FileText{"AQuotedValue", "a=\"b\nc\"\n", 0},
+                    FileText{"ATab", "\ta=b\n\tword\n", 2}, FileText{"AQuotedValue", "a=\"b\nc\"\n", 0},
                     FileText{"ACommentAfterAValue", "a=b ; c\nd=e\n", 0},
                     FileText{"TwoLinesOfWindows", "a=b\\\r\n c\r\n", 0},
                     FileText{"AMark",

@@ -47,7 +47,7 @@ TEST_F(LabKeyHeader, IsRefusedIfItIsMalformed)
 {
     for (const char* szHeader :
          {R"("open)", R"(")", R"("a"b)", R"("a";p=1)", R"("a", "b")", R"("a\n")", R"("a\)", "a b", "a,b",
-          "a;b", R"(a"b)", R"(a\b)", "\"caf\xc3\xa9\"", "\xc3\xa9", "\"a\tb\"", R"("a\")"}) {
+          "a;b", R"(a"b)", R"(a\b)", "\"caf\xc3\xa9\"", "\xc3\xa9", "\"a\tb\"", "\"a\x7f\"", R"("a\")"}) {
         const LabReply reply = PostWithKey(CYCLES, "[1]", szHeader);
         EXPECT_EQ(reply.nStatus, 400) << szHeader;
         EXPECT_EQ(reply.json["success"], false);

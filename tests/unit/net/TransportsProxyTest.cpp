@@ -71,6 +71,12 @@ INSTANTIATE_TEST_SUITE_P(
         ProxyCase{"WithoutPort", {{"http_proxy", "http://proxy"}}, SERVER, "proxy", 1080},
         ProxyCase{
             "OfSocks", {{"all_proxy", "socks5h://proxy:1"}}, SERVER, "proxy", 1, QNetworkProxy::Socks5Proxy},
+        ProxyCase{"OfSocksWithNamesLookedUpHere",
+                  {{"all_proxy", "socks5://proxy:1"}},
+                  SERVER,
+                  "proxy",
+                  1,
+                  QNetworkProxy::Socks5Proxy},
         ProxyCase{"OverTlsIsNowhere",
                   {{"all_proxy", "https://proxy:1"}},
                   SERVER,

@@ -91,4 +91,17 @@ TEST(DeskStop, SaysThatAReportIsNotStoredIfTheDiskCantSync)
     EXPECT_EQ(host.vecCalled[1].nError, -2);
 }
 
+TEST(DeskStop, AnswersAReportThatIsBeingStoredMeanwhile)
+{
+    VirtualHost host;
+    host.disk.fnOnAdd = [&host] { host.TheDesk().Stop(); };
+    const void* const pUserData = host.Send("a");
+    ASSERT_NE(pUserData, nullptr) << "it is stored";
+    ASSERT_EQ(host.CallsOf(pUserData), 1U);
+    EXPECT_EQ(host.vecCalled[0].nError, 0);
+    EXPECT_EQ(host.disk.nUnsynced, 0U);
+    EXPECT_EQ(host.disk.mapWaiting.size(), 1U);
+    EXPECT_TRUE(host.vecSent.empty());
+}
+
 } // namespace

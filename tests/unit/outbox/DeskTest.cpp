@@ -5,7 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <future>
+#include <new>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 namespace
 {
@@ -229,6 +233,60 @@ TEST(Desk, OutlivesAnObserverThatThrowsOrSends)
     EXPECT_TRUE(host.RunUntilDrained(10min));
     EXPECT_THAT(host.vecTold, SizeIs(2));
     EXPECT_EQ(host.disk.mapEnding.size(), 3U);
+}
+
+TEST(Desk, TakesTheReplyToAReportThatTheTransportRefuses)
+{
+    VirtualHost host;
+    host.fnPost = [&host](void* pToken) {
+        EXPECT_TRUE(host.Reply(pToken, {}));
+        return false;
+    };
+    const void* const pUserData = host.Send("a");
+    host.Run(1min);
+    EXPECT_EQ(host.CallsOf(pUserData), 1U);
+    EXPECT_EQ(host.disk.mapEnding.size(), 1U);
+}
+
+TEST(Desk, WaitsASecondAtMostForASyncOfAnotherThread)
+{
+    VirtualHost host;
+    std::promise<void> begun;
+    std::promise<void> allowed;
+    const void* const pUserData = host.Send("a");
+    EXPECT_TRUE(host.Reply(host.vecSent.at(0).pToken, Down()));
+    host.disk.fnOnSync = [&] {
+        begun.set_value();
+        allowed.get_future().wait();
+    };
+    std::thread syncing([&host] { host.TheDesk().CallBackStored(); });
+    begun.get_future().wait();
+    host.TheDesk().CallBackStored();
+    EXPECT_THAT(host.vecCalled, IsEmpty()) << "the report is not on the disk yet";
+    allowed.set_value();
+    syncing.join();
+    ASSERT_EQ(host.CallsOf(pUserData), 1U);
+    EXPECT_EQ(host.vecCalled[0].nError, 0);
+    EXPECT_EQ(host.disk.nSyncs, 1U);
+}
+
+TEST(Desk, OutlivesADiskThatCantNoteAnEnding)
+{
+    for (const int nStatus : {0, 422}) {
+        VirtualHost host;
+        host.server = [nStatus](const Report&) { return nStatus == 0 ? ServerReply() : Status(nStatus); };
+        bool bFailed = false;
+        host.disk.fnOnEnd = [&bFailed] {
+            if (!std::exchange(bFailed, true)) {
+                throw std::bad_alloc();
+            }
+        };
+        const void* const pUserData = host.Send("a");
+        EXPECT_TRUE(host.RunUntilDrained(1h)) << nStatus;
+        EXPECT_TRUE(bFailed) << nStatus;
+        EXPECT_EQ(host.CallsOf(pUserData), 1U) << nStatus;
+        EXPECT_EQ(host.disk.mapEnding.size(), 1U) << nStatus;
+    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "outbox/Shelf.h"
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -31,28 +32,37 @@ public:
         bool bSyncs = true;                      ///< a sync succeeds
         bool bBuries = true;                     ///< a dead letter can be written
         std::map<ReportId, Report> mapAbandoned; ///< of another process, to be adopted
+        std::function<void()> fnOnAdd;  ///< called when a report stands on the disk, before that is told
+        std::function<void()> fnOnEnd;  ///< called before a report is ended or buried
+        std::function<void()> fnOnNext; ///< called when a report was read, before that is told
+        std::function<void()> fnOnSync; ///< called before a sync
     };
 
     explicit FakeShelf(Contents& contents) : m_contents(contents) {}
 
     std::optional<ReportId> Add(Report& report) override
     {
-        const std::lock_guard<std::mutex> lock(m_contents.mutex);
-        if (m_contents.bThrows) {
-            throw std::bad_alloc();
+        ReportId id{OWN_RUN, 0};
+        {
+            const std::lock_guard<std::mutex> lock(m_contents.mutex);
+            if (m_contents.bThrows) {
+                throw std::bad_alloc();
+            }
+            if (m_contents.bFull) {
+                return std::nullopt;
+            }
+            id.nSequence = ++m_contents.nSequence;
+            report.strKey = "key-" + std::to_string(id.nSequence);
+            m_contents.mapWaiting[id] = report;
+            ++m_contents.nUnsynced;
         }
-        if (m_contents.bFull) {
-            return std::nullopt;
-        }
-        const ReportId id{OWN_RUN, ++m_contents.nSequence};
-        report.strKey = "key-" + std::to_string(id.nSequence);
-        m_contents.mapWaiting[id] = report;
-        ++m_contents.nUnsynced;
+        Call(m_contents.fnOnAdd);
         return id;
     }
     std::string WhyNot() const override { return "the disk is full"; }
     bool Sync() override
     {
+        Call(m_contents.fnOnSync);
         const std::lock_guard<std::mutex> lock(m_contents.mutex);
         ++m_contents.nSyncs;
         if (m_contents.bSyncs) {
@@ -62,6 +72,7 @@ public:
     }
     void End(ReportId id, Ending eEnding) override
     {
+        Call(m_contents.fnOnEnd);
         const std::lock_guard<std::mutex> lock(m_contents.mutex);
         m_contents.mapWaiting.erase(id);
         m_contents.mapEnding[id] = eEnding;
@@ -78,12 +89,17 @@ public:
     }
     std::optional<Waiting> Next(ReportId after) override
     {
-        const std::lock_guard<std::mutex> lock(m_contents.mutex);
-        ++m_contents.nReads;
-        const auto found = m_contents.mapWaiting.upper_bound(after);
-        return found == m_contents.mapWaiting.end()
-                   ? std::nullopt
-                   : std::make_optional(Waiting{found->first, found->second});
+        std::optional<Waiting> waiting;
+        {
+            const std::lock_guard<std::mutex> lock(m_contents.mutex);
+            ++m_contents.nReads;
+            const auto found = m_contents.mapWaiting.upper_bound(after);
+            if (found != m_contents.mapWaiting.end()) {
+                waiting = Waiting{found->first, found->second};
+            }
+        }
+        Call(m_contents.fnOnNext);
+        return waiting;
     }
     bool Adopt() override
     {
@@ -105,6 +121,13 @@ public:
     static constexpr std::uint64_t OWN_RUN = 7;
 
 private:
+    static void Call(const std::function<void()>& fnHook)
+    {
+        if (fnHook) {
+            fnHook();
+        }
+    }
+
     Contents& m_contents;
 };
 

@@ -178,3 +178,61 @@ TEST_F(InspectionTest, TellsDamage)
     };
     EXPECT_EQ(m_inspection.Verify().vecErrors.size(), 3U);
 }
+
+TEST_F(InspectionTest, ShowsWhatItCanReadIfTheDiskFails)
+{
+    MustAdd("1");
+    MustAdd("2");
+    int nOperations = 0;
+    for (int nFailing = 0; nFailing <= nOperations; ++nFailing) {
+        nOperations = 0;
+        m_pMachine->fnBefore = [&](const std::string&, const std::string&) {
+            return nOperations++ == nFailing ? std::make_error_code(std::errc::io_error) : std::error_code();
+        };
+        const std::vector<InspectedReport> vecReports = AllInspected();
+        EXPECT_LE(vecReports.size(), 2U) << nFailing;
+        for (const InspectedReport& report : vecReports) {
+            EXPECT_EQ(report.record.report.strBody, std::to_string(report.record.nSequence)) << nFailing;
+        }
+        if (nFailing == nOperations) {
+            EXPECT_EQ(vecReports.size(), 2U) << "nothing failed";
+        }
+    }
+    EXPECT_GT(nOperations, 8);
+}
+
+TEST_F(InspectionTest, TakesOnlyPlainNamesOfLetters)
+{
+    m_pMachine->Put("dead/.hidden", "text");
+    for (const char* szName : {"", ".hidden", "../runs", "..\\runs", "a/b"}) {
+        EXPECT_FALSE(m_inspection.ReadDead(szName)) << szName;
+        EXPECT_NE(m_inspection.DropDead(szName), "") << szName;
+    }
+    EXPECT_EQ(m_pMachine->Files().count("dead/.hidden"), 1U);
+    MemoryDisk(m_pMachine).MakeFolder("dead/folder");
+    EXPECT_THAT(m_inspection.ListDead(), ElementsAre(".hidden")) << "a folder is no letter";
+}
+
+TEST_F(InspectionTest, TellsWhatTheDiskRefuses)
+{
+    m_pStore->Bury(MustAdd("1"), Ending::Dead, "no", 400);
+    MustAdd("2");
+    const std::string strRun = AllInspected().at(0).strRun;
+    const std::string strLetter = m_inspection.ListDead().at(0);
+    m_pStore.reset();
+    const std::error_code REFUSED = std::make_error_code(std::errc::permission_denied);
+    std::string strRefused;
+    m_pMachine->fnBefore = [&](const std::string& strOperation, const std::string& strPath) {
+        return strOperation + " " + strPath.substr(0, 4) == strRefused ? REFUSED : std::error_code();
+    };
+    strRefused = "lock runs";
+    EXPECT_EQ(m_inspection.DropWaiting(strRun, 2), REFUSED.message());
+    strRefused = "remove file dead";
+    EXPECT_EQ(m_inspection.DropDead(strLetter), REFUSED.message());
+    strRefused = "list runs";
+    EXPECT_THAT(m_inspection.Verify().vecErrors, ElementsAre("runs: " + REFUSED.message()));
+    strRefused = "open to read dead";
+    EXPECT_THAT(m_inspection.Verify().vecErrors, ElementsAre("dead/" + strLetter + ": " + REFUSED.message()));
+    strRefused = "sync folder dead";
+    EXPECT_EQ(m_inspection.DropDead(strLetter), REFUSED.message());
+}

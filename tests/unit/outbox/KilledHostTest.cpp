@@ -175,3 +175,27 @@ TEST_F(HostOnDisk, BeginsARunOfItsOwnInTheChildOfAFork)
     ::close(pipe[0]);
     ::close(pipe[1]);
 }
+
+TEST_F(HostOnDisk, BeginsARunOfItsOwnInTheChildOfAChild)
+{
+    auto pStore = Open();
+    Report report = MakeReport("parent");
+    ASSERT_TRUE(pStore->Add(report));
+    const pid_t nChild = ::fork();
+    if (nChild == 0) {
+        const pid_t nGrandchild = ::fork(); // before the child has used the store
+        if (nGrandchild == 0) {
+            Report ofGrandchild = MakeReport("grandchild");
+            const bool bWell = !pStore->Next({}) && pStore->Add(ofGrandchild) &&
+                               BodiesOf(AllWaiting(*pStore)) == std::vector<std::string>{"grandchild"};
+            ::_exit(bWell ? 0 : 1);
+        }
+        int nStatus = -1;
+        ::_exit(::waitpid(nGrandchild, &nStatus, 0) == nGrandchild && nStatus == 0 ? 0 : 1);
+    }
+    int nStatus = -1;
+    ASSERT_EQ(::waitpid(nChild, &nStatus, 0), nChild);
+    EXPECT_EQ(nStatus, 0);
+    EXPECT_TRUE(pStore->Adopt()) << "the grandchild is gone";
+    EXPECT_EQ(AllWaiting(*pStore).size(), 2U);
+}

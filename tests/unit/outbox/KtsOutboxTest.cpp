@@ -85,6 +85,13 @@ TEST_F(KtsOutboxTest, IsOpenedByTheEnvironment)
               "KTSHTTPAGENT_OUTBOX_SYNC is \"often\", not one of 50, each, none; 50 stays in force");
 }
 
+TEST_F(KtsOutboxTest, StaysClosedIfTheEnvironmentNamesAFolderThatCantBeUsed)
+{
+    ::setenv("KTSHTTPAGENT_OUTBOX", "/network", 1);
+    EXPECT_FALSE(outbox::OpenByEnvironment());
+    EXPECT_EQ(KtsOutboxStatus().strWhyNotOpen, "it is a network file system");
+}
+
 TEST_F(KtsOutboxTest, CallsTheReceiverForAStoredReport)
 {
     std::string strCalled;
@@ -99,6 +106,18 @@ TEST_F(KtsOutboxTest, CallsTheReceiverForAStoredReport)
     outbox::Close(outbox::Milliseconds(0)); // the recording transport answers nothing
     const std::lock_guard<std::mutex> lock(mutex);
     EXPECT_EQ(strCalled, R"({"success":true} 3102 0)");
+}
+
+TEST_F(KtsOutboxTest, NeedsNoReceiver)
+{
+    for (int nRound = 1; nRound <= 2; ++nRound) {
+        ASSERT_TRUE(KtsOpenOutbox("/var/outbox"));
+        EXPECT_TRUE(outbox::Send({3102, "http://lab/", "", "", "", "", 0}, &nRound));
+        outbox::Close(outbox::Milliseconds(0)); // nobody can be told that it is stored
+        EXPECT_EQ(KtsOutboxStatus().strLastError, "");
+        EXPECT_EQ(g_disk.mapWaiting.size(), static_cast<std::size_t>(nRound));
+        outbox::SetReceiver({}); // none, in the other way
+    }
 }
 
 TEST_F(KtsOutboxTest, SetsTheStreamOfTheThread)

@@ -150,8 +150,11 @@ TEST_F(LinuxDiskTest, RefusesANetworkFileSystem)
     EXPECT_THAT(m_strWhyNot, HasSubstr("network file system"));
     g_bOnNfs = false;
     EXPECT_NE(Open(), nullptr);
-    EXPECT_TRUE(IsNetworkFileSystem(0xff534d42)) << "CIFS";
-    EXPECT_TRUE(IsNetworkFileSystem(0x65735546)) << "sshfs";
+    for (const std::uint32_t nMagic :
+         {0x6969U, 0x517bU, 0xfe534d42U, 0xff534d42U, 0x65735546U, 0x01021997U, 0x5346414fU, 0x6b414653U,
+          0x73757245U, 0x564cU, 0x00c36400U, 0x0bd00bd0U}) {
+        EXPECT_TRUE(IsNetworkFileSystem(nMagic)) << std::hex << nMagic;
+    }
     EXPECT_FALSE(IsNetworkFileSystem(0xef53)) << "ext4";
     EXPECT_FALSE(IsNetworkFileSystem(0x01021994)) << "tmpfs";
 }

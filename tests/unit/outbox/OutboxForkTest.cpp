@@ -46,4 +46,38 @@ TEST_F(OutboxTest, StartsAfreshInTheChildOfAFork)
     EXPECT_TRUE(m_transport.AwaitCalls(1));
 }
 
+TEST_F(OutboxTest, StaysClosedInTheChildOfAFork)
+{
+    const pid_t nChild = ::fork();
+    if (nChild == 0) {
+        ::_exit(!MaySend() && !SendOne(0) && !State().bOpen ? 0 : 1);
+    }
+    int nStatus = -1;
+    ASSERT_EQ(::waitpid(nChild, &nStatus, 0), nChild);
+    EXPECT_EQ(nStatus, 0);
+}
+
+TEST_F(OutboxTest, StartsAfreshInTheChildOfAChild)
+{
+    m_transport.bAnswers = false;
+    ASSERT_TRUE(Open({}, Make()));
+    EXPECT_TRUE(Await(&FakeShelf::Contents::nReads, 1));
+    EXPECT_TRUE(SendOne(0));
+    EXPECT_TRUE(Await(&FakeShelf::Contents::nSyncs, 1)); // the thread is idle, as above
+    const pid_t nChild = ::fork();
+    if (nChild == 0) {
+        const pid_t nGrandchild = ::fork(); // before the child has sent anything
+        if (nGrandchild == 0) {
+            const bool bSent = SendOne(1);
+            BeginStop();
+            ::_exit(bSent && State().bOpen ? 0 : 1);
+        }
+        int nStatus = -1;
+        ::_exit(::waitpid(nGrandchild, &nStatus, 0) == nGrandchild && nStatus == 0 ? 0 : 1);
+    }
+    int nStatus = -1;
+    ASSERT_EQ(::waitpid(nChild, &nStatus, 0), nChild);
+    EXPECT_EQ(nStatus, 0);
+}
+
 } // namespace

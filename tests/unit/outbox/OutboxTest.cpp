@@ -103,6 +103,67 @@ TEST_F(OutboxTest, AnswersAndForgetsWhatIsStillOnItsWayWhenItIsClosed)
     EXPECT_EQ(m_transport.CallsOf(0), 1);
 }
 
+TEST_F(OutboxTest, TakesLateRepliesAlsoIfItCantBeOpenedAgain)
+{
+    m_transport.bAnswers = false;
+    ASSERT_TRUE(Open({}, Make()));
+    EXPECT_TRUE(SendOne(0));
+    EXPECT_FALSE(OnReply("{}", nullptr, 0, {})) << "a reply that belongs to nobody";
+    Close(1ms);
+    EXPECT_FALSE(Open({}, []() -> Desk::Means { throw std::runtime_error("not a local disk"); }));
+    EXPECT_TRUE(MaySend()) << "a reply may still come";
+    int nToken = 0;
+    EXPECT_FALSE(OnReply("{}", &nToken, 0, {})) << "a reply of somebody else";
+    m_transport.Deliver({"{}", 3102, m_transport.vecTokens.at(0), 0});
+    EXPECT_TRUE(AwaitNoneWaiting()) << "the late reply counts";
+    EXPECT_EQ(m_transport.CallsOf(0), 1);
+}
+
+TEST_F(OutboxTest, TakesLateRepliesAlsoAfterItIsOpenedAgain)
+{
+    m_transport.bAnswers = false;
+    ASSERT_TRUE(Open({}, Make()));
+    EXPECT_TRUE(SendOne(0));
+    Close(1ms);
+    ASSERT_TRUE(Open({}, Make()));
+    m_transport.Deliver({"{}", 3102, m_transport.vecTokens.at(0), 0});
+    EXPECT_TRUE(AwaitNoneWaiting()) << "the late reply counts";
+    EXPECT_TRUE(MaySend());
+}
+
+TEST_F(OutboxTest, MayBeStoppedOnItsOwnThread)
+{
+    std::atomic<bool> bStopped{false};
+    m_disk.fnOnNext = [&bStopped] {
+        if (!bStopped) {
+            BeginStop(); // waits for this thread for a second only
+            bStopped = true;
+        }
+    };
+    ASSERT_TRUE(Open({}, Make()));
+    const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
+    while (!bStopped && std::chrono::steady_clock::now() < tpEnd) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_TRUE(bStopped);
+    EXPECT_FALSE(SendOne(0)) << "it takes nothing any more";
+}
+
+TEST_F(OutboxTest, NeedsNoObserver)
+{
+    ASSERT_TRUE(Open({}, Make()));
+    for (int nRound = 0; nRound < 2; ++nRound) {
+        m_transport.nError = -7;
+        EXPECT_TRUE(SendOne(0));
+        EXPECT_TRUE(m_transport.AwaitCalls(2 * nRound + 1)) << "it is stored";
+        m_transport.nError = 0;
+        EXPECT_TRUE(AwaitNoneWaiting()) << "and ends later";
+        EXPECT_TRUE(SendOne(1));
+        EXPECT_TRUE(m_transport.AwaitCalls(2 * nRound + 2)) << "the reply after the one that would be told";
+        SetObserver({}); // none, in the other way
+    }
+}
+
 TEST_F(OutboxTest, MayBeClosedAndOpenedAgainFromACallback)
 {
     std::atomic<int> nOpened{0};

@@ -152,7 +152,7 @@ TEST(RecordScan, FindsTheNextRecordBehindMuchDamage)
 {
     const std::string strMuch(1'000'001, 'x');
     EXPECT_THAT(Pieces(strMuch + Written(1, "a")), ElementsAre("bad 1000001", "R1"));
-    for (const std::size_t nBefore : {262'141, 262'142, 262'143, 262'144}) { // around the end of a block
+    for (const std::size_t nBefore : {262'141U, 262'142U, 262'143U, 262'144U}) { // around the end of a block
         EXPECT_THAT(Pieces(std::string(nBefore, 'x') + Written(1, "a")),
                     ElementsAre("bad " + std::to_string(nBefore), "R1"));
     }
@@ -174,6 +174,39 @@ TEST(RecordScan, TellsATornEndFromADamagedOne)
     EXPECT_THAT(Pieces(Written(1, "a") + std::string(700'000, '\0')), ElementsAre("R1", "torn 700000"));
     EXPECT_THAT(Pieces(Written(1, "a") + "x"), ElementsAre("R1", "bad 1"));
     EXPECT_THAT(Pieces(Written(1, "a") + std::string(700'000, '\0') + "x"), ElementsAre("R1", "bad 700001"));
+}
+
+TEST(RecordScan, TellsEachReadThatFailsAndGoesOnWhenTheFileCanBeRead)
+{
+    const auto pMachine = std::make_shared<Machine>();
+    pMachine->Put("file",
+                  std::string(300'000, 'x') + Written(1, std::string(300'000, 'b')) + Written(2, "c"));
+    std::error_code error;
+    const auto pFile = MemoryDisk(pMachine).OpenToRead("file", error);
+    int nReads = 0;
+    for (int nFailing = 0; nFailing <= nReads; ++nFailing) {
+        nReads = 0;
+        pMachine->fnBefore = [&](const std::string&, const std::string&) {
+            return nReads++ == nFailing ? std::make_error_code(std::errc::io_error) : std::error_code();
+        };
+        RecordScan scan(*pFile, SOME_RUN);
+        std::vector<std::uint64_t> vecPieces;
+        int nErrors = 0;
+        Record record;
+        for (auto piece = scan.Next(record); piece.eKind != RecordScan::Kind::End;
+             piece = scan.Next(record)) {
+            if (piece.eKind == RecordScan::Kind::Error) {
+                ++nErrors;
+                EXPECT_EQ(piece.error, std::errc::io_error) << nFailing;
+            } else {
+                vecPieces.push_back(piece.eKind == RecordScan::Kind::Record ? record.nSequence
+                                                                            : piece.nBytes);
+            }
+        }
+        EXPECT_THAT(vecPieces, ElementsAre(300'000U, 1U, 2U)) << nFailing;
+        EXPECT_EQ(nErrors, nFailing < nReads ? 1 : 0) << nFailing;
+    }
+    EXPECT_GT(nReads, 4);
 }
 
 TEST(EndingLine, LooksAsDocumentedAndIsReadAgain)

@@ -14,6 +14,9 @@ public:
 
     bool Send(const Report& report, void* pToken) override
     {
+        if (m_host.fnPost) {
+            return m_host.fnPost(pToken);
+        }
         if (!m_host.bAccepts) {
             return false;
         }

@@ -95,9 +95,10 @@ public:
     FakeShelf::Contents disk;
     Server server = [](const Report&) { return ServerReply(); };
     Milliseconds latency{20};
-    bool bAccepts = true;      ///< whether the transport accepts reports
-    bool bKeepsSent = true;    ///< whether `vecSent` and `vecCalled` are filled
-    std::vector<Sent> vecSent; ///< everything that was given to the transport
+    bool bAccepts = true;                     ///< whether the transport accepts reports
+    std::function<bool(void* pToken)> fnPost; ///< if set, accepts reports instead, or not
+    bool bKeepsSent = true;                   ///< whether `vecSent` and `vecCalled` are filled
+    std::vector<Sent> vecSent;                ///< everything that was given to the transport
     std::vector<CalledBack> vecCalled;
     std::vector<SKtsReportEnding> vecTold; ///< what the observer heard
     std::function<void(const SKtsReportEnding&)> fnObserver;

@@ -246,9 +246,11 @@ TEST_P(HostileTransport, ThatAnswersAsAnotherTypeOfRequest)
     const int nOtherType = m_request.nType == 3109 ? 3103 : 3109;
     m_transport.fnResponse(YES, nOtherType, m_request.pUserData, 0);
     EXPECT_EQ(m_nContexts, 0); // what it holds is of another type
+    m_transport.fnResponse("", nOtherType, m_request.pUserData, -7);
+    EXPECT_EQ(m_nContexts, 0);
     Answer(m_request);
     EXPECT_EQ(m_nContexts, 1);
-    EXPECT_EQ(m_nAnswers, 2);
+    EXPECT_EQ(m_nAnswers, 3);
     ExpectFreedOnce();
 }
 

@@ -1,9 +1,15 @@
 #include "SdkFixture.h"
 
+#include "outbox/OpenOutbox.h"
+#include "outbox/Outbox.h"
 #include "sdk/VelClientSDk.h"
 
+#include <ktshttpagent/KtsMetrics.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <thread>
@@ -341,6 +347,18 @@ TEST_F(VelClientSdk, ReservedHasNoEffect)
 }
 
 #if defined(__x86_64__) && !defined(_WIN32)
+TEST_F(VelClientSdk, TakesAReplyWithTheWordsOfTheOutboxForOneIfTheTransportTellsNothing)
+{
+    ASSERT_TRUE(outbox::OpenIn((std::filesystem::path(std::getenv("HOME")) / "outbox").u8string()));
+    m_client.GetWhetherInCommon("X");
+    m_transport.Reply(outbox::StoredBody());
+    outbox::Close(outbox::Milliseconds(0));
+    const SKtsMetrics figures = KtsMetrics();
+    ASSERT_EQ(figures.vecRequests.size(), 1U);
+    EXPECT_EQ(figures.vecRequests.front().nSucceeded, 1U);
+    EXPECT_EQ(figures.vecRequests.front().nStored, 0U);
+}
+
 TEST(VelClientSdkTable, HoldsEachOperationAtItsPlace)
 {
     const std::vector<std::ptrdiff_t> vecIndex{TableIndex(&IVelClientSDk::Init),
