@@ -22,7 +22,7 @@ namespace
 
 constexpr int REPORTS = 5;
 /// Far longer than anything takes here.
-constexpr int PATIENCE_MS = 20'000;
+constexpr int LONGEST_WAIT_MS = 20'000;
 
 /// One of the hosts.
 class DemoHost
@@ -41,7 +41,7 @@ public:
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         m_process.start(QCoreApplication::applicationFilePath(),
                         {"demo-host", QString::fromStdString(strUrl), QString::number(nReports)});
-        m_process.waitForStarted(PATIENCE_MS);
+        m_process.waitForStarted(LONGEST_WAIT_MS);
     }
 
     /// How many of its reports it knows to be kept; waits until that many are.
@@ -49,7 +49,7 @@ public:
     {
         QElapsedTimer clock;
         clock.start();
-        while (m_baOutput.count('\n') < nWanted && !clock.hasExpired(PATIENCE_MS)) {
+        while (m_baOutput.count('\n') < nWanted && !clock.hasExpired(LONGEST_WAIT_MS)) {
             m_process.waitForReadyRead(100);
             m_baOutput += m_process.readAllStandardOutput();
         }
@@ -59,14 +59,14 @@ public:
     void Kill()
     {
         m_process.kill();
-        m_process.waitForFinished(PATIENCE_MS);
+        m_process.waitForFinished(LONGEST_WAIT_MS);
     }
 
     /// @return whether it ends well when it is told to
     bool End()
     {
         m_process.closeWriteChannel();
-        return m_process.waitForFinished(PATIENCE_MS) && m_process.exitStatus() == QProcess::NormalExit &&
+        return m_process.waitForFinished(LONGEST_WAIT_MS) && m_process.exitStatus() == QProcess::NormalExit &&
                m_process.exitCode() == ExitSuccess;
     }
 
@@ -132,7 +132,7 @@ OutboxDemo RunOutboxDemo()
     DemoHost second(folder.path(), strUrl, 0);
     QElapsedTimer clock;
     clock.start();
-    while (Arrived(server).size() < std::size_t{REPORTS} && !clock.hasExpired(PATIENCE_MS)) {
+    while (Arrived(server).size() < std::size_t{REPORTS} && !clock.hasExpired(LONGEST_WAIT_MS)) {
         QThread::msleep(5);
     }
     const bool bEnded = second.End();

@@ -1,5 +1,7 @@
 #include "CurlAsker.h"
 
+#include "CurlHandle.h"
+
 #include "Verbose.h"
 
 #include <QString>
@@ -12,13 +14,9 @@
 namespace
 {
 
-struct DeleteEasy {
-    void operator()(CURL* pEasy) const { curl_easy_cleanup(pEasy); }
-};
-
 /// One request and what comes back.
 struct AskedByCurl {
-    std::unique_ptr<CURL, DeleteEasy> pEasy{curl_easy_init()};
+    CurlHandle pEasy{curl_easy_init()};
     HttpAnswer answer;
     std::array<char, CURL_ERROR_SIZE> arrError{};
 };

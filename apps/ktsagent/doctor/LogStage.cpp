@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr const char* NAME = "ktshttpagent";
+constexpr const char* LOG_NAME = "ktshttpagent";
 
 std::string MiB(std::int64_t nBytes)
 {
@@ -48,7 +48,7 @@ std::string Hindrance(const QString& strFolder)
         return "nothing can be made in " + strAbove.toStdString() + " (" + probe.errorString().toStdString() +
                ")";
     }
-    const QFileInfo log(QDir(strFolder).filePath(QString(NAME) + ".log"));
+    const QFileInfo log(QDir(strFolder).filePath(QString(LOG_NAME) + ".log"));
     if (log.isSymLink() || (log.exists() && !log.isFile())) {
         return log.filePath().toStdString() + " is not a regular file";
     }
@@ -62,7 +62,7 @@ std::string Hindrance(const QString& strFolder)
 std::int64_t BytesOfTheLog(const QString& strFolder)
 {
     std::int64_t nBytes = 0;
-    for (const QFileInfo& file : QDir(strFolder).entryInfoList({QString(NAME) + "*.log"}, QDir::Files)) {
+    for (const QFileInfo& file : QDir(strFolder).entryInfoList({QString(LOG_NAME) + "*.log"}, QDir::Files)) {
         nBytes += file.size();
     }
     return nBytes;

@@ -16,7 +16,7 @@ constexpr const char* TRUST =
     "Add the authority's certificate to the system's, which both interfaces read; CHTTPCLIENT_CA_FILE names "
     "another file for the asynchronous interface, and with KTSHTTPAGENT_SYNC_SETTINGS=transport for the "
     "blocking one too.";
-constexpr const char* NAME =
+constexpr const char* WRONG_NAME =
     "Name the server as its certificate does, or give it a certificate for this name.";
 constexpr const char* PLAIN = "This port may speak HTTP without TLS: try http instead of https.";
 
@@ -24,9 +24,9 @@ constexpr const char* PLAIN = "This port may speak HTTP without TLS: try http in
 constexpr Advice ADVICES[] = {
     {"expired", RENEW},
     {"not yet valid", RENEW},
-    {"host name did not match", NAME},
-    {"does not match", NAME},
-    {"no alternative certificate subject name", NAME},
+    {"host name did not match", WRONG_NAME},
+    {"does not match", WRONG_NAME},
+    {"no alternative certificate subject name", WRONG_NAME},
     {"self-signed", TRUST},
     {"self signed", TRUST},
     {"issuer", TRUST},

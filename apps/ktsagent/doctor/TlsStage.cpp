@@ -1,5 +1,6 @@
 #include "BlockingWay.h"
 #include "CurlAsker.h"
+#include "CurlHandle.h"
 #include "Stages.h"
 #include "TlsAdvice.h"
 
@@ -15,10 +16,6 @@ namespace
 {
 
 constexpr qint64 DAYS_TO_WARN = 30;
-
-struct DeleteEasy {
-    void operator()(CURL* pEasy) const { curl_easy_cleanup(pEasy); }
-};
 
 Finding Result(Interface& interface, const std::string& strError, const std::string& strTrusted)
 {
@@ -38,9 +35,9 @@ std::string TrustedBy(const std::string& strCaFile)
     return strCaFile.empty() ? ", by the system's authorities" : ", by " + strCaFile;
 }
 
-Finding CheckAsynchronous(Context& context)
+Finding CheckTlsOfAsynchronous(Context& context)
 {
-    const std::unique_ptr<CURL, DeleteEasy> pEasy(curl_easy_init());
+    const CurlHandle pEasy(curl_easy_init());
     std::array<char, CURL_ERROR_SIZE> arrError{};
     const std::string strCaFile = context.CaFile();
     SetTransportOptions(pEasy.get(), context.strBaseUrl, strCaFile, context.timeout / 2);
@@ -127,7 +124,7 @@ Findings Describe(const QList<QSslCertificate>& lstChain)
     return vecFindings;
 }
 
-Findings CheckBlocking(Context& context)
+Findings CheckTlsOfBlocking(Context& context)
 {
     if (!QSslSocket::supportsSsl()) {
         context.blocking.bReachesServer = false;
@@ -157,10 +154,10 @@ Findings CheckTls(Context& context)
     }
     Findings vecFindings;
     if (context.asynchronous.bReachesServer) {
-        vecFindings.push_back(CheckAsynchronous(context));
+        vecFindings.push_back(CheckTlsOfAsynchronous(context));
     }
     if (context.blocking.bReachesServer) {
-        for (Finding& finding : CheckBlocking(context)) {
+        for (Finding& finding : CheckTlsOfBlocking(context)) {
             vecFindings.push_back(std::move(finding));
         }
     }

@@ -15,7 +15,7 @@ using std::chrono::steady_clock;
 using testing::StartsWith;
 
 /// Longer than any client may delay a stop, even on a busy machine.
-constexpr std::chrono::seconds PROMPTLY{15};
+constexpr std::chrono::seconds AT_ONCE{15};
 
 const std::string REPORT_HEAD = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\n"
                                 "Expect: 100-continue\r\nContent-Length: 3\r\n\r\n";
@@ -55,7 +55,7 @@ TEST(LabStop, WhoeverComesMeanwhileIsRefused)
     socket.ReadUntil("\r\n\r\n");
     bool bRefused = false;
     WatchLastWait([&] { // the listening thread may not have noticed yet
-        for (const auto end = steady_clock::now() + PROMPTLY; steady_clock::now() < end && !bRefused;) {
+        for (const auto end = steady_clock::now() + AT_ONCE; steady_clock::now() < end && !bRefused;) {
             bRefused = IsRefused(nPort);
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
@@ -82,7 +82,7 @@ TEST(LabStop, ARequestThatComesByteByByteDoesNotHoldItUp)
     });
     const auto start = steady_clock::now();
     server.Stop();
-    EXPECT_LT(steady_clock::now() - start, PROMPTLY);
+    EXPECT_LT(steady_clock::now() - start, AT_ONCE);
     slow.join();
 }
 

@@ -63,8 +63,8 @@ TEST(LabWaits, AsLongForTheNextRequestAsItsRepliesPromise)
                 HasSubstr("\r\nKeep-Alive: timeout=60, max=2147483647\r\n"));
 }
 
-const std::string TOO_LARGE = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\n"
-                              "Content-Length: 20000000\r\n\r\n";
+const std::string HEAD_OF_TOO_MUCH = "POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\n"
+                                     "Content-Length: 20000000\r\n\r\n";
 
 TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
 {
@@ -72,7 +72,7 @@ TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
     server.Start();
     {
         Socket socket(server.Port());
-        socket.Send(TOO_LARGE);
+        socket.Send(HEAD_OF_TOO_MUCH);
         EXPECT_THAT(socket.ReadAll(), AllOf(StartsWith("HTTP/1.1 413 "), Not(HasSubstr("Keep-Alive"))));
     }
     server.Stop(); // waits for the connection
@@ -88,7 +88,7 @@ TEST(LabWaits, NotUntilTheClientIsTiredOfSendingARefusedBody)
 {
     LabServer server;
     Socket socket(server.Start());
-    socket.Send(TOO_LARGE);
+    socket.Send(HEAD_OF_TOO_MUCH);
     const auto end = steady_clock::now() + std::chrono::seconds(30);
     EXPECT_THROW(
         while (steady_clock::now() < end) {
