@@ -17,6 +17,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -247,6 +248,15 @@ TEST_F(OutboxInterface, AQueryThatFailsIsNotStored)
     const SKtsMetrics figures = KtsMetrics();
     ASSERT_THAT(figures.vecRequests, SizeIs(1));
     EXPECT_EQ(figures.vecRequests.front().nStored, 0U);
+}
+
+TEST_F(OutboxInterface, SaysWhyAFolderCantBeUsed)
+{
+    const std::filesystem::path file = m_logFolder.Path() / "file";
+    std::ofstream(file) << "text";
+    EXPECT_FALSE(KtsOpenOutbox((file / "outbox").u8string()));
+    EXPECT_FALSE(KtsOutboxStatus().bOpen);
+    EXPECT_THAT(KtsOutboxStatus().strWhyNotOpen, testing::HasSubstr("can't be used: "));
 }
 
 TEST_F(OutboxInterface, IsNotThereUnlessItIsAskedFor)
