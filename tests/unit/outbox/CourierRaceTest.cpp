@@ -248,9 +248,8 @@ TEST(CourierRace, AnyMixtureOfFailuresAndNewReportsArrivesInOrderAndOnce)
     constexpr int REPORTS = 6'000;
     for (int nReport = 0; nReport < REPORTS; ++nReport) {
         const int nStream = fnBelow(6); // the last one is none
-        const int nPlace = nStream == 5 ? fnBelow(3) : nStream % 3;
         host.Send(std::to_string(nReport), nStream == 5 ? "" : "stream " + std::to_string(nStream),
-                  "http://lab" + std::to_string(nStream % 2) + "/place" + std::to_string(nPlace));
+                  "http://lab" + std::to_string(nStream % 2) + "/place" + std::to_string(fnBelow(3)));
         host.Run(Milliseconds(fnBelow(40)));
         bFails = nReport / 500 % 2 == 0;
     }
