@@ -170,14 +170,19 @@ Held Backlog::Release(ReportId id)
     return held;
 }
 
+/// Of a stream, what comes after a dropped report is dropped too: it must not be sent before that one.
 void Backlog::Drop(const std::function<bool(const Held&)>& fnWhich,
                    const std::function<void(ReportId)>& fnDropped)
 {
+    ++m_nLook;
     for (auto it = m_mapHeld.begin(); it != m_mapHeld.end();) {
         const auto itThis = it++;
-        if (!fnWhich(itThis->second)) {
+        Lane& ofThis = *itThis->second.pLane;
+        const bool bWaitsForDropped = ofThis.bOrdered && ofThis.nLooked == m_nLook;
+        if (!bWaitsForDropped && !fnWhich(itThis->second)) {
             continue;
         }
+        ofThis.nLooked = m_nLook;
         const ReportId id = itThis->first;
         const Held held = Release(id);
         if (held.bRetry) {

@@ -45,7 +45,7 @@ struct Lane {
     std::size_t nRetries = 0;      ///< reports that are noted, to be tried again at a time of their own
     std::uint64_t nPassedOver = 0; ///< the pass over the backlog that left one of its reports lying
     std::uint64_t nAddedRead = 0;  ///< the read of the disk during which one was added
-    std::uint64_t nLooked = 0;     ///< the search for a report to send that came across one of its reports
+    std::uint64_t nLooked = 0; ///< the search for reports to send, or to drop, that found one of its reports
 
     /// Whether none of its reports waits, as far as is known, or is on its way.
     bool IsEmpty() const { return !bMore && !again && nHeld + nInFlight + nRetries == 0; }

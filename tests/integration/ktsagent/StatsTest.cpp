@@ -19,6 +19,7 @@ ktshttpagent_requests_sent_total{type="3115",interface="blocking"} 4
 ktshttpagent_requests_sent_total{type="9999",interface="blocking"} 1
 ktshttpagent_requests_ended_total{type="3103",interface="asynchronous",result="succeeded"} 7
 ktshttpagent_requests_ended_total{type="3103",interface="asynchronous",result="refused"} 2
+ktshttpagent_requests_ended_total{type="3103",interface="asynchronous",result="stored"} 4
 ktshttpagent_requests_ended_total{type="3115",interface="blocking",result="timed_out"} 3
 ktshttpagent_requests_ended_total{type="3115",interface="blocking",result="other"} 0
 ktshttpagent_requests_ended_total{type="3115",interface="blocking",result="tls_failed"} 1
@@ -64,7 +65,7 @@ TEST_F(Stats, ShowEachRequestByTheNameOfItsOperation)
 {
     const KtsagentRun run = RunWith(FIGURES);
     ASSERT_EQ(run.nExit, 0) << run.strErr;
-    EXPECT_THAT(LineOf(run, "projects"), testing::ContainsRegex("asynchronous +10 +7 +2 +0 +20 ms +5 s +-$"));
+    EXPECT_THAT(LineOf(run, "projects"), testing::ContainsRegex("asynchronous +10 +7 +2 +4 +20 ms +5 s +-$"));
     EXPECT_THAT(LineOf(run, "report-step"), testing::ContainsRegex("report-step +blocking +5 "));
     EXPECT_THAT(LineOf(run, "report-step-orn"),
                 testing::ContainsRegex("blocking +4 +0 +0 +0 +- +- +3 timed_out, 1 tls_failed$"));

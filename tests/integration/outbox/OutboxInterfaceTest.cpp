@@ -260,6 +260,15 @@ TEST_F(OutboxInterface, AQueryThatFailsIsNotStored)
     EXPECT_EQ(figures.vecRequests.front().nStored, 0U);
 }
 
+TEST_F(OutboxInterface, SaysWhyAFolderCantBeUsed)
+{
+    const std::filesystem::path file = m_logFolder.Path() / "file";
+    std::ofstream(file) << "text";
+    EXPECT_FALSE(KtsOpenOutbox((file / "outbox").u8string()));
+    EXPECT_FALSE(KtsOutboxStatus().bOpen);
+    EXPECT_THAT(KtsOutboxStatus().strWhyNotOpen, testing::HasSubstr("can't be used: "));
+}
+
 TEST_F(OutboxInterface, IsNotThereUnlessItIsAskedFor)
 {
     unsetenv("KTSHTTPAGENT_OUTBOX");

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -180,12 +182,13 @@ TEST(CourierRace, AReportThatAnOperatorDroppedIsNotTakenForTheNextOne)
         host.server = [](const Report&) { return Status(503); };
         host.disk.mapWaiting[{nRun, 100}] = {3102, "http://lab:8080/report", "", "dropped", "", "k", 0};
         host.disk.nSequence = 200;
-        host.Send("kept");
         host.Run(1min);
-        host.disk.mapWaiting.erase({nRun, 100});
         host.vecSent.clear();
+        host.latency = 1h;
         host.server = [](const Report&) { return ServerReply(); };
-        host.Run(20min);
+        host.Send("kept");
+        host.disk.mapWaiting.erase({nRun, 100});
+        host.Run(3h);
         EXPECT_THAT(host.SentBodies(), ElementsAre("kept")) << nRun;
         EXPECT_TRUE(host.disk.mapWaiting.empty()) << nRun;
     }
@@ -211,6 +214,53 @@ TEST(CourierRace, ANewPasswordHastensWhatWaitsForATimeOfItsOwnOrIsInMemory)
         EXPECT_TRUE(host.RunUntilDrained(3h)) << bInMemory;
         EXPECT_EQ(host.disk.mapEnding.size(), 21U) << bInMemory;
     }
+}
+
+TEST(CourierRace, AReportThatTheDiskShowsLateIsFoundByTheNextLook)
+{
+    VirtualHost host;
+    host.Send("b");
+    host.Run(1s);
+    host.disk.mapWaiting[{FakeShelf::OWN_RUN, 100}] = {3102, "http://lab:8080/report", "", "late", "", "k",
+                                                       0};
+    host.Send("first", "s");
+    host.Send("second", "s");
+    host.Run(31s);
+    EXPECT_THAT(host.SentBodies(), ElementsAre("b", "first", "second", "late"));
+    EXPECT_TRUE(host.disk.mapWaiting.empty());
+}
+
+TEST(CourierRace, AnyMixtureOfFailuresAndNewReportsArrivesInOrderAndOnce)
+{
+    VirtualHost host;
+    SeededRandom random(7);
+    const auto fnBelow = [&random](int nBound) { return static_cast<int>(random.Fraction() * nBound); };
+    bool bFails = true;
+    std::map<std::string, std::vector<int>> mapArrived;
+    host.server = [&](const Report& report) {
+        const int STATUSES[] = {404, 500, 503, -7};
+        if (bFails && fnBelow(3) == 0) {
+            return Status(STATUSES[fnBelow(4)]);
+        }
+        mapArrived[report.strStream].push_back(std::stoi(report.strBody));
+        return ServerReply();
+    };
+    constexpr int REPORTS = 6'000;
+    for (int nReport = 0; nReport < REPORTS; ++nReport) {
+        const int nStream = fnBelow(6); // the last one is none
+        host.Send(std::to_string(nReport), nStream == 5 ? "" : "stream " + std::to_string(nStream),
+                  "http://lab" + std::to_string(nStream % 2) + "/place" + std::to_string(fnBelow(3)));
+        host.Run(Milliseconds(fnBelow(40)));
+        bFails = nReport / 500 % 2 == 0;
+    }
+    bFails = false;
+    EXPECT_TRUE(host.RunUntilDrained(10h));
+    std::size_t nArrived = 0;
+    for (const auto& [strStream, vecNumbers] : mapArrived) {
+        EXPECT_TRUE(strStream.empty() || std::is_sorted(vecNumbers.begin(), vecNumbers.end())) << strStream;
+        nArrived += vecNumbers.size();
+    }
+    EXPECT_EQ(nArrived, static_cast<std::size_t>(REPORTS));
 }
 
 } // namespace
