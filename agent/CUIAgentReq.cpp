@@ -4,6 +4,7 @@
 #include "EndpointSettings.h"
 #include "Logging.h"
 #include "MetricsFile.h"
+#include "OutboxSetting.h"
 #include "ServerUrl.h"
 #include "StartLine.h"
 #include "SyncWait.h"
@@ -77,6 +78,7 @@ CUIAgentReq::CUIAgentReq() : m_pState(std::make_unique<SAgentState>())
     if (!TlsOfEnvironment()) {
         SetTls(ReadTlsSetting());
     }
+    OpenOutboxOfProfile();
     for (const int nType : SYNC_TYPES) {
         m_mapSyncWait.insert(nType, new SyncWait);
     }

@@ -3,10 +3,13 @@
 #include "EndpointSettings.h"
 #include "KnownVariables.h"
 #include "NearestName.h"
+#include "OutboxSetting.h"
 #include "ProfileCheck.h"
 #include "ServerUrl.h"
 #include "SettingsProfile.h"
 #include "TlsSetting.h"
+
+#include "outbox/OutboxSettings.h"
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/IVelClientSDk.h>
@@ -65,8 +68,23 @@ SKtsSetting TlsInForce(const KnownVariable& variable)
     return setting;
 }
 
+/// The environment's setting wins over the profile's.
+SKtsSetting OutboxInForce(const KnownVariable& variable)
+{
+    const VariableState state = StateOf(variable);
+    const std::string strOfProfile = state.bFromEnvironment ? "" : ReadOutboxSetting();
+    if (strOfProfile.empty()) {
+        return {variable.szName, state.strValue, state.bFromEnvironment ? ENVIRONMENT : BUILT_IN,
+                state.strComplaint};
+    }
+    return {OUTBOX_VALUE, strOfProfile, ProfileLocation(PLUGIN_PROFILE).toStdString(), ""};
+}
+
 SKtsSetting VariableInForce(const KnownVariable& variable)
 {
+    if (std::string_view(variable.szName) == outbox::FOLDER_VARIABLE) {
+        return OutboxInForce(variable);
+    }
     if (std::string_view(variable.szName) == VelCSDK::TLS_VARIABLE) {
         return TlsInForce(variable);
     }

@@ -1,5 +1,8 @@
 #include "MetricsFile.h"
 
+#include "OutboxFigures.h"
+
+#include "outbox/OutboxStatus.h"
 #include "platform/metrics/PrometheusText.h"
 #include "platform/system/AtFork.h"
 #include "platform/system/Environment.h"
@@ -91,7 +94,7 @@ void MetricsFile::Write()
     try {
         std::filesystem::path pathPart = m_path;
         pathPart += ".part";
-        WriteWhole(pathPart, metrics::PrometheusText(KtsMetrics()));
+        WriteWhole(pathPart, metrics::PrometheusText(KtsMetrics()) + OutboxFigures(outbox::Status()));
         std::filesystem::rename(pathPart, m_path);
         m_bComplained = false;
     } catch (const std::exception& error) {

@@ -3,6 +3,7 @@
 #include "EndpointSettings.h"
 #include "IniLines.h"
 #include "NearestName.h"
+#include "OutboxSetting.h"
 #include "SettingsProfile.h"
 #include "TlsSetting.h"
 
@@ -29,6 +30,7 @@ std::vector<std::string> NamesIn(const char* szProfile)
     }
     if (std::string_view(szProfile) == PLUGIN_PROFILE) {
         vecNames.emplace_back(TLS_VALUE);
+        vecNames.emplace_back(OUTBOX_VALUE);
     }
     return vecNames;
 }

@@ -2,6 +2,7 @@
 
 #include "OpenOutbox.h"
 #include "Outbox.h"
+#include "OutboxStatus.h"
 
 #include <utility>
 
@@ -18,22 +19,7 @@ void KtsCloseOutbox()
 
 SKtsOutboxStatus KtsOutboxStatus()
 {
-    const outbox::OutboxState state = outbox::State();
-    const outbox::ShelfStatus& shelf = state.figures.shelf;
-    SKtsOutboxStatus status;
-    status.bOpen = state.bOpen;
-    status.strFolder = state.strFolder;
-    status.strWhyNotOpen = state.strWhyNot;
-    status.nWaiting = shelf.nWaiting;
-    status.nBytes = shelf.nBytes;
-    status.oldest = shelf.oldest;
-    status.nDead = shelf.nDead;
-    status.nBad = shelf.nBad;
-    status.nUnprotected = state.figures.nUnprotected;
-    status.strLastError =
-        state.figures.strLastError.empty() ? shelf.strLastError : state.figures.strLastError;
-    status.bInAlarm = state.figures.bInAlarm;
-    return status;
+    return outbox::Status();
 }
 
 void KtsSetReportStream(const std::string& strStream)

@@ -99,6 +99,21 @@ void PrintMoment(StatsFile& stats)
               << "\n";
 }
 
+/// Prints nothing for a host without an outbox.
+void PrintOutbox(StatsFile& stats)
+{
+    if (stats.mapSingle.count("outbox_waiting") == 0) {
+        return;
+    }
+    std::cout << "outbox: " << stats.mapSingle["outbox_waiting"] << " waiting, the oldest for "
+              << stats.mapSingle["outbox_oldest_seconds"] << " s, " << stats.mapSingle["outbox_dead_letters"]
+              << " dead letters, " << stats.mapSingle["outbox_bad_pieces"] << " damaged pieces, "
+              << stats.mapSingle["outbox_unprotected_total"] << " sent without being stored\n";
+    if (stats.mapSingle["outbox_alarm"] != 0) {
+        std::cout << "outbox: an address does not take reports; the host's log names it\n";
+    }
+}
+
 void WarnOfAge(const std::filesystem::path& path)
 {
     const auto age = std::filesystem::file_time_type::clock::now() - std::filesystem::last_write_time(path);
@@ -125,6 +140,7 @@ int PrintStats(const std::string& strPath)
     }
     PrintTable(stats);
     PrintMoment(stats);
+    PrintOutbox(stats);
     WarnOfAge(path);
     std::cout << std::flush;
     return ExitSuccess;

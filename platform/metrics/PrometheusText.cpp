@@ -33,13 +33,6 @@ void AddValue(std::string& strText, const std::string& strName, const std::strin
     strText += strName + (strLabels.empty() ? std::string() : '{' + strLabels + '}') + ' ' + strValue + '\n';
 }
 
-void AddSingle(std::string& strText, const std::string& strName, const char* szType, const char* szHelp,
-               const std::string& strValue)
-{
-    AddHead(strText, strName, szType, szHelp);
-    AddValue(strText, strName, {}, strValue);
-}
-
 std::string LabelsOf(const SKtsRequestMetrics& request)
 {
     return "type=\"" + to_string(request.nType) + "\",interface=\"" +
@@ -97,6 +90,13 @@ void AddDurations(std::string& strText, const SKtsMetrics& figures)
 }
 
 } // namespace
+
+void AddSingle(std::string& strText, const std::string& strName, const char* szType, const char* szHelp,
+               const std::string& strValue)
+{
+    AddHead(strText, strName, szType, szHelp);
+    AddValue(strText, strName, {}, strValue);
+}
 
 std::string PrometheusText(const SKtsMetrics& figures)
 {

@@ -11,4 +11,9 @@ namespace metrics
 /// of their classes includes the shorter ones, as that format demands.
 std::string PrometheusText(const SKtsMetrics& figures);
 
+/// Adds a figure without labels to a text in that format.
+/// @param szType  "gauge" or "counter"
+void AddSingle(std::string& strText, const std::string& strName, const char* szType, const char* szHelp,
+               const std::string& strValue);
+
 } // namespace metrics

@@ -78,6 +78,21 @@ TEST_F(Stats, ShowEachRequestByTheNameOfItsOperation)
     EXPECT_THAT(run.strOut, Not(HasSubstr("s old")));
 }
 
+TEST_F(Stats, TellOfTheOutboxIfTheHostHasOne)
+{
+    EXPECT_EQ(LineOf(RunWith(FIGURES), "outbox"), "");
+    const std::string strOutbox = "ktshttpagent_outbox_waiting 12\nktshttpagent_outbox_oldest_seconds 34\n"
+                                  "ktshttpagent_outbox_dead_letters 2\nktshttpagent_outbox_bad_pieces 1\n"
+                                  "ktshttpagent_outbox_unprotected_total 5\nktshttpagent_outbox_alarm ";
+    const std::string strLine =
+        "outbox: 12 waiting, the oldest for 34 s, 2 dead letters, 1 damaged pieces, 5 sent "
+        "without being stored\n";
+    const std::string strAlarm = "outbox: an address does not take reports; the host's log names it\n";
+    EXPECT_THAT(RunWith(FIGURES + strOutbox + "0\n").strOut,
+                AllOf(HasSubstr(strLine), Not(HasSubstr(strAlarm))));
+    EXPECT_THAT(RunWith(FIGURES + strOutbox + "1\n").strOut, HasSubstr(strLine + strAlarm));
+}
+
 TEST_F(Stats, SayThatAFileIsOld)
 {
     const QString strFile = WriteFile("host.prom", FIGURES);
