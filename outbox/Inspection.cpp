@@ -3,7 +3,7 @@
 #include "RunName.h"
 
 #include <algorithm>
-#include <chrono>
+#include <iterator>
 #include <utility>
 
 namespace outbox
@@ -12,51 +12,37 @@ namespace outbox
 namespace
 {
 
-constexpr const char* NO_SUCH_LETTER = "there is no such dead letter, or it is damaged";
-
 /// Whether a name is that of a file in its folder, and does not lead elsewhere.
 bool IsPlainName(const std::string& strName)
 {
     return !strName.empty() && strName.find_first_of("/\\") == std::string::npos && strName[0] != '.';
 }
 
-/// Stores a report in a run of its own, on the disk.
-std::error_code StoreAlone(Folder& folder, Report report, std::string& strWhyNot)
+/// Whether a run or a file is gone, because hosts go on working meanwhile.
+bool IsGone(const std::error_code& error)
 {
-    std::error_code error;
-    const std::shared_ptr<Run> pRun = Run::Make(folder, error);
-    if (pRun == nullptr) {
-        return error;
-    }
-    if (!pRun->Add(report, true, strWhyNot)) {
-        pRun->Remove();
-        return std::make_error_code(std::errc::io_error);
-    }
-    error = pRun->Segments().front()->Unsynced()->Sync();
-    for (const std::string& strFolder : {pRun->Path(), std::string(RUNS_FOLDER)}) {
-        if (!error) {
-            error = folder.Files().SyncFolder(strFolder);
-        }
-    }
-    if (error) { // the letter stays, so nothing is lost
-        pRun->End(1, Ending::Dropped);
-        pRun->Seal();
-        pRun->Remove();
-    }
-    return error;
+    return error == std::errc::no_such_file_or_directory;
+}
+
+/// Where a damaged piece stands that would be set aside as "RUN-00000001-512.bin".
+DamagedPlace PlaceOf(const Run& run, const std::string& strName)
+{
+    const std::size_t nOffset = strName.rfind('-') + 1;
+    const std::size_t nNumber = run.Name().size() + 1;
+    return {run.Path() + "/" + strName.substr(nNumber, nOffset - 1 - nNumber) + ".seg",
+            std::stoull(strName.substr(nOffset))};
+}
+
+/// The order in which the letters of a run were stored.
+bool IsOlder(const std::string& strName, const std::string& strOther)
+{
+    const int nRuns = strName.compare(0, RUN_NAME_LENGTH, strOther, 0, RUN_NAME_LENGTH);
+    return nRuns != 0 ? nRuns < 0 : std::pair(strName.size(), strName) < std::pair(strOther.size(), strOther);
 }
 
 } // namespace
 
 Inspection::Inspection(std::unique_ptr<Disk> pDisk) : m_pDisk(std::move(pDisk)), m_folder(*m_pDisk, {}) {}
-
-/// A lock that can be had is given back at once.
-bool Inspection::IsOwned(const std::string& strRun)
-{
-    std::error_code error;
-    const auto pLock = m_pDisk->Lock(std::string(RUNS_FOLDER) + "/" + strRun + "/lock", error);
-    return pLock == nullptr && error == std::errc::device_or_resource_busy;
-}
 
 void Inspection::ForEachWaiting(const std::function<bool(const InspectedReport&)>& fnReport)
 {
@@ -65,7 +51,7 @@ void Inspection::ForEachWaiting(const std::function<bool(const InspectedReport&)
     for (const std::string& strRun : vecRuns) {
         Run run(m_folder, strRun, nullptr);
         static_cast<void>(run.LoadMissing()); // `Verify` tells what can't be read
-        InspectedReport report{strRun, IsOwned(strRun), {}};
+        InspectedReport report{strRun, {}};
         for (auto optPlace = run.WaitingAfter(0); optPlace;
              optPlace = run.WaitingAfter(optPlace->nSequence)) {
             std::string strBytes;
@@ -80,6 +66,53 @@ void Inspection::ForEachWaiting(const std::function<bool(const InspectedReport&)
     }
 }
 
+WaitingUse Inspection::MeasureWaiting()
+{
+    std::vector<std::string> vecRuns;
+    const std::error_code error = m_folder.ListRuns(vecRuns);
+    WaitingUse use = MeasureWaiting(vecRuns);
+    if (error) {
+        use.strWhyNot = std::string(RUNS_FOLDER) + ": " + error.message();
+    }
+    return use;
+}
+
+WaitingUse Inspection::MeasureWaiting(const std::vector<std::string>& vecRuns)
+{
+    WaitingUse use;
+    for (const std::string& strRun : vecRuns) {
+        Run run(m_folder, strRun, nullptr);
+        if (const std::error_code error = run.LoadMissing(); error && !IsGone(error)) {
+            use.strWhyNot = run.Path() + ": " + error.message();
+        }
+        use.nWaiting += run.CountWaiting();
+        Record record;
+        std::string strBytes;
+        std::error_code error;
+        const std::optional<Run::Place> optFirst = run.WaitingAfter(0);
+        if (optFirst && optFirst->pFile != nullptr &&
+            FetchRecord(*optFirst->pFile, strRun, optFirst->place.nOffset, optFirst->place.nSteps, record,
+                        strBytes, error) == Reading::Whole) {
+            const std::int64_t nStoredMs = record.report.nStoredMs;
+            use.optOldestMs = std::min(use.optOldestMs.value_or(nStoredMs), nStoredMs);
+        }
+    }
+    return use;
+}
+
+std::vector<std::string> Inspection::ListAbandoned()
+{
+    std::vector<std::string> vecRuns;
+    static_cast<void>(m_folder.ListRuns(vecRuns));
+    const auto IsOwned = [this](const std::string& strRun) {
+        std::error_code error;
+        const auto pLock = m_pDisk->Lock(std::string(RUNS_FOLDER) + "/" + strRun + "/lock", error);
+        return pLock == nullptr && error == std::errc::device_or_resource_busy;
+    };
+    vecRuns.erase(std::remove_if(vecRuns.begin(), vecRuns.end(), IsOwned), vecRuns.end());
+    return vecRuns;
+}
+
 std::vector<std::string> Inspection::ListDead() const
 {
     std::vector<DiskEntry> vecEntries;
@@ -90,7 +123,7 @@ std::vector<std::string> Inspection::ListDead() const
             vecNames.push_back(entry.strName);
         }
     }
-    std::sort(vecNames.begin(), vecNames.end());
+    std::sort(vecNames.begin(), vecNames.end(), &IsOlder);
     return vecNames;
 }
 
@@ -100,20 +133,11 @@ std::optional<DeadLetter> Inspection::ReadDead(const std::string& strName) const
     return IsPlainName(strName) ? ReadDeadLetter(*m_pDisk, strName, error) : std::nullopt;
 }
 
-std::string Inspection::Requeue(const std::string& strName)
+Requeued Inspection::Requeue(const std::vector<std::string>& vecNames)
 {
-    const std::optional<DeadLetter> optLetter = ReadDead(strName);
-    if (!optLetter) {
-        return NO_SUCH_LETTER;
-    }
-    using namespace std::chrono;
-    Report report = optLetter->record.report;
-    report.nStoredMs = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-    std::string strWhyNot;
-    if (const std::error_code error = StoreAlone(m_folder, std::move(report), strWhyNot)) {
-        return strWhyNot.empty() ? error.message() : strWhyNot;
-    }
-    return DropDead(strName);
+    std::vector<std::string> vecPlain;
+    std::copy_if(vecNames.begin(), vecNames.end(), std::back_inserter(vecPlain), &IsPlainName);
+    return outbox::Requeue(m_folder, vecPlain);
 }
 
 std::string Inspection::DropDead(const std::string& strName)
@@ -161,21 +185,23 @@ Verdict Inspection::Verify()
     verdict.nRuns = vecRuns.size();
     for (const std::string& strRun : vecRuns) {
         Run run(m_folder, strRun, nullptr);
-        if (const std::error_code error = run.LoadMissing()) {
+        if (const std::error_code error = run.LoadMissing(); error && !IsGone(error)) {
             verdict.vecErrors.push_back(run.Path() + ": " + error.message());
         }
         verdict.nWaiting += run.CountWaiting();
         verdict.nTorn += run.CountTorn();
-        verdict.vecDamages.insert(verdict.vecDamages.end(), run.Damages().begin(), run.Damages().end());
+        for (const std::string& strDamage : run.Damages()) {
+            verdict.vecDamages.push_back(PlaceOf(run, strDamage));
+        }
     }
     for (const std::string& strName : ListDead()) {
         std::error_code error;
         if (ReadDeadLetter(*m_pDisk, strName, error)) {
             ++verdict.nDead;
-        } else if (error) {
+        } else if (error && !IsGone(error)) {
             verdict.vecErrors.push_back(std::string(DEAD_FOLDER) + "/" + strName + ": " + error.message());
-        } else {
-            verdict.vecDamages.push_back(std::string(DEAD_FOLDER) + "/" + strName);
+        } else if (!error) {
+            verdict.vecDamages.push_back({std::string(DEAD_FOLDER) + "/" + strName, 0});
         }
     }
     return verdict;

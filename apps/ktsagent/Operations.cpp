@@ -207,3 +207,13 @@ const Operation& FindOperation(const std::string& strName)
     }
     return *it;
 }
+
+std::string OperationOf(int nType)
+{
+    const auto& vecOperations = Operations();
+    const auto found =
+        std::find_if(vecOperations.begin(), vecOperations.end(), [nType](const Operation& operation) {
+            return operation.nId == nType || (operation.optSync && operation.optSync->nId == nType);
+        });
+    return found == vecOperations.end() ? std::to_string(nType) : found->strName;
+}

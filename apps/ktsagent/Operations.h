@@ -79,3 +79,6 @@ const std::vector<Operation>& Operations();
 /// The operation with a name.
 /// @throws std::out_of_range for an unknown name
 const Operation& FindOperation(const std::string& strName);
+
+/// The name of the operation that sends a request type, by either interface; or else the id.
+std::string OperationOf(int nType);

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <iostream>
 #include <system_error>
+#include <utility>
 
 namespace
 {
@@ -59,7 +60,12 @@ std::string Seconds(std::chrono::milliseconds time)
 } // namespace
 
 ProgressLine::ProgressLine(const std::string& strWhat, std::chrono::milliseconds limit)
-    : m_strWhat(EscapeUnsafe(strWhat)), m_limit(limit)
+    : ProgressLine([strWhat] { return strWhat; }, limit)
+{
+}
+
+ProgressLine::ProgressLine(std::function<std::string()> fnWhat, std::chrono::milliseconds limit)
+    : m_fnWhat(std::move(fnWhat)), m_limit(limit)
 {
     if (!IsTerminal(stderr)) {
         return;
@@ -91,7 +97,7 @@ void ProgressLine::Run()
     for (std::chrono::seconds waited{1};
          !m_condition.wait_until(lock, tpBegin + waited, [this] { return m_bStop; }); ++waited) {
         const std::string strTimes = Seconds(waited) + " of " + Seconds(m_limit) + " …";
-        const std::string strLine = m_strWhat + ", " + strTimes;
+        const std::string strLine = EscapeUnsafe(m_fnWhat()) + ", " + strTimes;
         TheLastLine().Show(strLine.size() <= MOST_COLUMNS ? strLine : strTimes);
     }
 }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -15,6 +16,8 @@ public:
     /// @param strWhat  is escaped
     /// @param limit    how long the wait may take
     ProgressLine(const std::string& strWhat, std::chrono::milliseconds limit);
+    /// @param fnWhat  is called each time that the line is written, on another thread
+    ProgressLine(std::function<std::string()> fnWhat, std::chrono::milliseconds limit);
     ~ProgressLine();
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
@@ -22,7 +25,7 @@ public:
 private:
     void Run();
 
-    const std::string m_strWhat;
+    const std::function<std::string()> m_fnWhat;
     const std::chrono::milliseconds m_limit;
     std::mutex m_mutex;
     std::condition_variable m_condition;

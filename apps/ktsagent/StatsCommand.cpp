@@ -24,17 +24,6 @@ namespace
 /// The library writes the file every 15 seconds.
 constexpr std::chrono::seconds LONGEST_AGE{60};
 
-/// The name of the operation with this request type id, or else the id.
-std::string NameOf(int nType)
-{
-    const auto& vecOperations = Operations();
-    const auto found =
-        std::find_if(vecOperations.begin(), vecOperations.end(), [nType](const Operation& operation) {
-            return operation.nId == nType || (operation.optSync && operation.optSync->nId == nType);
-        });
-    return found == vecOperations.end() ? std::to_string(nType) : found->strName;
-}
-
 /// A bound of durations for people: "20 ms", "5 s".
 std::string Bound(double dSeconds)
 {
@@ -82,7 +71,7 @@ void PrintTable(const StatsFile& stats)
               << std::setw(8) << "stored" << std::setw(10) << "half in" << std::setw(10) << "99 % in"
               << "  failed\n";
     for (const auto& [key, request] : stats.mapRequests) {
-        std::cout << std::left << std::setw(22) << NameOf(key.first) << std::setw(14)
+        std::cout << std::left << std::setw(22) << OperationOf(key.first) << std::setw(14)
                   << EscapeUnsafe(key.second) << std::right << std::setw(10) << request.nSent << std::setw(11)
                   << Count(request, "succeeded") << std::setw(9) << Count(request, "refused") << std::setw(8)
                   << Count(request, "stored") << std::setw(10) << Bound(request.Within(0.5)) << std::setw(10)

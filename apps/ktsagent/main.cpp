@@ -6,6 +6,7 @@
 #include "doctor/DoctorCommand.h"
 #include "doctor/Versions.h"
 #include "fleet/FleetCommand.h"
+#include "outbox/OutboxCommand.h"
 
 #include "platform/text/Escaping.h"
 
@@ -87,6 +88,7 @@ int RunCommandLine(int argc, char** argv)
     AddDoctorCommand(app, nExit);
     AddStatsCommand(app, nExit);
     AddFleetCommand(app, nExit);
+    AddOutboxCommand(app, nExit);
     app.set_version_flag("--version", VersionLine, "print the versions of the library and of those under it");
     try {
         app.parse(CommandLineArguments(GivenArguments(argc, argv)));

@@ -53,7 +53,7 @@ const Room ROOMS[] = {
      true},
     {"labserver", {"platform/system", "platform/text"}, false},
     {"apps/ktsagent",
-     {"labserver", "ktshttpagent", "platform/proxy", "platform/system", "platform/text"},
+     {"labserver", "ktshttpagent", "outbox", "platform/proxy", "platform/system", "platform/text"},
      true},
 };
 

@@ -46,9 +46,21 @@ StageReport RunTimed(const Stage& stage, Context& context)
     return {&stage, std::move(vecFindings), clock.elapsed()};
 }
 
+/// A session without an outbox, which would send the reports that wait in it: only queries are to be sent.
+std::unique_ptr<AgentSession> OpenSession(const DoctorCall& call)
+{
+    constexpr const char* VARIABLE = "KTSHTTPAGENT_OUTBOX";
+    const bool bSet = qEnvironmentVariableIsSet(VARIABLE);
+    const QByteArray baFolder = qgetenv(VARIABLE);
+    qputenv(VARIABLE, ""); // also wins over a profile
+    auto pSession = std::make_unique<AgentSession>(call.server.optTls);
+    bSet ? qputenv(VARIABLE, baFolder) : qunsetenv(VARIABLE);
+    return pSession;
+}
+
 int RunDoctor(const DoctorCall& call)
 {
-    const AgentSession session(call.server.optTls);
+    const std::unique_ptr<AgentSession> pSession = OpenSession(call);
     Context context = ContextOf(call);
     if (!call.bJson) {
         std::cout << "ktsagent doctor " << EscapeUnsafe(context.strBaseUrl) << "\n\n" << std::flush;

@@ -1,11 +1,11 @@
 #include "LogFolder.h"
 #include "Stages.h"
+#include "WritableFolder.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStorageInfo>
-#include <QTemporaryFile>
 
 #include <cstdint>
 
@@ -26,27 +26,11 @@ Finding CannotWrite(const QString& strFolder, const std::string& strWhy)
             "Set CLOG_DIR to a folder that this user may write, or correct HOME."};
 }
 
-/// The nearest folder above that exists.
-QString ExistingAbove(const QString& strFolder)
-{
-    QString strPath = strFolder;
-    while (!QFileInfo::exists(strPath) && strPath != QFileInfo(strPath).path()) {
-        strPath = QFileInfo(strPath).path();
-    }
-    return strPath;
-}
-
 /// Why the log can't be written, as far as that can be found out without writing to it; empty if it can.
 std::string Hindrance(const QString& strFolder)
 {
-    const QString strAbove = ExistingAbove(strFolder);
-    if (!QFileInfo(strAbove).isDir()) {
-        return strAbove.toStdString() + " is not a folder";
-    }
-    QTemporaryFile probe(strAbove + "/.ktsagent-doctor-XXXXXX");
-    if (!probe.open()) {
-        return "nothing can be made in " + strAbove.toStdString() + " (" + probe.errorString().toStdString() +
-               ")";
+    if (const std::string strWhy = WhyNothingCanBeMade(strFolder); !strWhy.empty()) {
+        return strWhy;
     }
     const QFileInfo log(QDir(strFolder).filePath(QString(LOG_NAME) + ".log"));
     if (log.isSymLink() || (log.exists() && !log.isFile())) {

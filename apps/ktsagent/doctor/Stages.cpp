@@ -10,6 +10,7 @@ const std::vector<Stage>& Stages()
         {"settings", 12, "the profiles of the site, and the values in force", CheckSettings},
         {"environment", 13, "the environment variables of the library", CheckEnvironment},
         {"log", 14, "whether the log can be written", CheckLog},
+        {"outbox", 22, "whether the outbox can be used, and what waits in it", CheckOutbox},
         {"proxy", 15, "the proxy that each interface uses", CheckProxy},
         {"name", 16, "the addresses of the server's name", CheckName},
         {"connection", 17, "whether each address accepts connections", CheckConnection},

@@ -25,6 +25,7 @@ Findings CheckLibrary(Context& context);
 Findings CheckSettings(Context& context);
 Findings CheckEnvironment(Context& context);
 Findings CheckLog(Context& context);
+Findings CheckOutbox(Context& context);
 Findings CheckProxy(Context& context);
 Findings CheckName(Context& context);
 Findings CheckConnection(Context& context);

@@ -54,7 +54,8 @@ std::string DoctorProcess::Sentences(const QJsonObject& report, const QString& s
 const std::vector<std::pair<QString, int>>& StagesOfDoctor()
 {
     static const std::vector<std::pair<QString, int>> STAGES{
-        {"library", 11},    {"settings", 12}, {"environment", 13}, {"log", 14},   {"proxy", 15}, {"name", 16},
-        {"connection", 17}, {"tls", 18},      {"http", 19},        {"paths", 20}, {"clock", 21}};
+        {"library", 11}, {"settings", 12}, {"environment", 13}, {"log", 14},
+        {"outbox", 22},  {"proxy", 15},    {"name", 16},        {"connection", 17},
+        {"tls", 18},     {"http", 19},     {"paths", 20},       {"clock", 21}};
     return STAGES;
 }

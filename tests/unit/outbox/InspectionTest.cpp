@@ -53,9 +53,10 @@ TEST_F(InspectionTest, ShowsWhatWaitsInARunThatIsOwned)
     ASSERT_EQ(vecReports.size(), 1U);
     EXPECT_EQ(vecReports[0].record.report.strBody, "2");
     EXPECT_EQ(vecReports[0].record.nSequence, 2U);
-    EXPECT_TRUE(vecReports[0].bOwned);
-    EXPECT_EQ(m_pMachine->Files(), mapBefore);
     EXPECT_EQ(m_inspection.Verify().nWaiting, 1U);
+    EXPECT_EQ(m_inspection.MeasureWaiting().nWaiting, 1U);
+    EXPECT_THAT(m_inspection.ListAbandoned(), IsEmpty());
+    EXPECT_EQ(m_pMachine->Files(), mapBefore);
 }
 
 TEST_F(InspectionTest, ShowsWhatWaitsInARunWhoseOwnerIsGone)
@@ -64,7 +65,52 @@ TEST_F(InspectionTest, ShowsWhatWaitsInARunWhoseOwnerIsGone)
     m_pStore.reset();
     const std::vector<InspectedReport> vecReports = AllInspected();
     ASSERT_EQ(vecReports.size(), 1U);
-    EXPECT_FALSE(vecReports[0].bOwned);
+    EXPECT_THAT(m_inspection.ListAbandoned(), ElementsAre(vecReports[0].strRun));
+    EXPECT_EQ(m_inspection.MeasureWaiting({vecReports[0].strRun}).nWaiting, 1U);
+    EXPECT_EQ(m_inspection.MeasureWaiting({SOME_RUN}).nWaiting, 0U) << "a run that is gone";
+}
+
+TEST_F(InspectionTest, TakesNoLockToRead)
+{
+    MustAdd("1");
+    m_pStore->Bury(MustAdd("2"), Ending::Dead, "no", 400);
+    m_pStore.reset();
+    m_pMachine->fnBefore = [](const std::string& strOperation, const std::string& strPath) {
+        EXPECT_TRUE(strOperation == "list" || strOperation == "open to read" || strOperation == "read")
+            << strOperation << " " << strPath;
+        return std::error_code();
+    };
+    EXPECT_EQ(AllInspected().size(), 1U);
+    EXPECT_EQ(m_inspection.MeasureWaiting().nWaiting, 1U);
+    EXPECT_EQ(m_inspection.Measure().nDead, 1U);
+    EXPECT_EQ(m_inspection.Verify().nDead, 1U);
+    EXPECT_TRUE(m_inspection.ReadDead(m_inspection.ListDead().at(0)));
+}
+
+TEST_F(InspectionTest, TellsTheOldestOfAllRuns)
+{
+    StoreSettings settings = SmallSegments();
+    EXPECT_FALSE(m_inspection.MeasureWaiting().optOldestMs);
+    for (const std::int64_t nStoredMs : {3000, 1000, 2000}) {
+        settings.fnWallMs = [nStoredMs] { return nStoredMs; };
+        Report report = MakeReport("1");
+        ASSERT_TRUE(OpenStore(m_pMachine, settings)->Add(report));
+    }
+    const WaitingUse use = m_inspection.MeasureWaiting();
+    EXPECT_EQ(use.nWaiting, 3U);
+    EXPECT_EQ(use.optOldestMs, 1000);
+    EXPECT_EQ(use.strWhyNot, "");
+}
+
+TEST_F(InspectionTest, TellsWhatCanNotBeReadOfWhatWaits)
+{
+    MustAdd("1");
+    for (const std::string strFailing : {"list", "read"}) {
+        m_pMachine->fnBefore = [&](const std::string& strOperation, const std::string&) {
+            return strOperation == strFailing ? std::make_error_code(std::errc::io_error) : std::error_code();
+        };
+        EXPECT_NE(m_inspection.MeasureWaiting().strWhyNot, "") << strFailing;
+    }
 }
 
 TEST_F(InspectionTest, StopsWhenItIsToldTo)
@@ -88,39 +134,6 @@ TEST_F(InspectionTest, ShowsDeadLetters)
     EXPECT_EQ(optLetter->nStatus, 400);
     EXPECT_FALSE(m_inspection.ReadDead("../" + vecNames[0]));
     EXPECT_FALSE(m_inspection.ReadDead("other"));
-}
-
-TEST_F(InspectionTest, MakesADeadReportWaitAgainUnderItsKey)
-{
-    Report report = MakeReport("1");
-    m_pStore->Bury(m_pStore->Add(report).value(), Ending::Dead, "no", 400);
-    const std::string strName = m_inspection.ListDead().at(0);
-    EXPECT_EQ(m_inspection.Requeue(strName), "");
-    EXPECT_THAT(m_inspection.ListDead(), IsEmpty());
-    EXPECT_TRUE(m_pStore->Adopt());
-    const auto vecWaiting = AllWaiting(*m_pStore);
-    ASSERT_EQ(vecWaiting.size(), 1U);
-    EXPECT_EQ(vecWaiting[0].report.strKey, report.strKey);
-    EXPECT_EQ(vecWaiting[0].report.strBody, "1");
-    EXPECT_NE(m_inspection.Requeue(strName), "") << "it is gone";
-}
-
-TEST_F(InspectionTest, KeepsALetterThatCanNotBeMadeToWait)
-{
-    m_pStore->Bury(MustAdd("1"), Ending::Dead, "no", 400);
-    const std::string strName = m_inspection.ListDead().at(0);
-    for (const char* szFailing : {"create", "append", "sync", "sync folder", "make folder"}) {
-        const std::string strFailing = szFailing;
-        m_pMachine->fnBefore = [&](const std::string& strOperation, const std::string& strPath) {
-            return strOperation == strFailing && strPath.find("dead") == std::string::npos
-                       ? std::make_error_code(std::errc::no_space_on_device)
-                       : std::error_code();
-        };
-        EXPECT_NE(m_inspection.Requeue(strName), "") << szFailing;
-        m_pMachine->fnBefore = nullptr;
-        EXPECT_THAT(m_inspection.ListDead(), ElementsAre(strName)) << szFailing;
-        EXPECT_THAT(AllInspected(), IsEmpty()) << szFailing;
-    }
 }
 
 TEST_F(InspectionTest, DropsADeadLetter)
@@ -155,6 +168,7 @@ TEST_F(InspectionTest, TellsDamage)
     m_pStore->Bury(MustAdd("third"), Ending::Dead, "", 0);
     m_pStore.reset();
     EXPECT_THAT(m_inspection.Verify().vecDamages, IsEmpty());
+    const std::string strRun = m_inspection.ListAbandoned().at(0);
     const auto mapFiles = m_pMachine->Files();
     for (auto [strFile, strContent] : mapFiles) {
         if (const std::size_t nAt = strContent.find("first"); nAt != std::string::npos) {
@@ -169,8 +183,10 @@ TEST_F(InspectionTest, TellsDamage)
     EXPECT_EQ(verdict.nWaiting, 1U);
     EXPECT_EQ(verdict.nDead, 1U);
     EXPECT_EQ(verdict.nTorn, 1U);
-    EXPECT_EQ(verdict.vecDamages.size(), 2U);
-    EXPECT_EQ(verdict.vecDamages.back(), "dead/letter");
+    ASSERT_EQ(verdict.vecDamages.size(), 2U);
+    EXPECT_EQ(verdict.vecDamages.front().strFile, "runs/" + strRun + "/00000001.seg");
+    EXPECT_EQ(verdict.vecDamages.front().nOffset, 0U);
+    EXPECT_EQ(verdict.vecDamages.back().strFile, "dead/letter");
     EXPECT_THAT(verdict.vecErrors, IsEmpty());
     EXPECT_EQ(m_pMachine->Files(), mapBefore) << "it only looks";
     m_pMachine->fnBefore = [](const std::string& strOperation, const std::string&) {
