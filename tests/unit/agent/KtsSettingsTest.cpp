@@ -5,13 +5,19 @@
 #include "SettingsProfile.h"
 #include "SettingsRoot.h"
 
+#include "outbox/Outbox.h"
+#include "outbox/OutboxStatus.h"
+
+#include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/KtsSettings.h>
 #include <ktshttpagent/RequestType.h>
 
 #include <gmock/gmock.h>
 
 #include <QDir>
+#include <QFileInfo>
 #include <QSettings>
+#include <QTemporaryDir>
 
 #include <algorithm>
 
@@ -202,3 +208,29 @@ INSTANTIATE_TEST_SUITE_P(
                     FileText{"AWordAfterTwoLines", "a=b\\\nc\nword\n", 3},
                     FileText{"AnOpenSection", "a=b\n\n[section\nc=d\n", 3}),
     testing::PrintToStringParamName());
+
+TEST_F(KtsSettings, NameTheOutboxOfAProfileUnlessTheEnvironmentHasAWordOnIt)
+{
+    const std::string strFolder = QDir::temp().filePath("kts-outbox-,of a profile").toStdString();
+    Write(PLUGIN, QByteArray("OutboxFolder=") + strFolder.c_str() + "\n");
+    qputenv("KTSHTTPAGENT_OUTBOX", ""); // none is opened
+    EXPECT_EQ(Find("KTSHTTPAGENT_OUTBOX").strOrigin, "environment");
+    EXPECT_EQ(Find("OutboxFolder").strName, "");
+    EXPECT_FALSE(QFileInfo::exists(QString::fromStdString(strFolder)));
+    qunsetenv("KTSHTTPAGENT_OUTBOX");
+    EXPECT_EQ(Find("OutboxFolder").strValue, strFolder);
+    EXPECT_EQ(Find("OutboxFolder").strOrigin, FileOf(PLUGIN).toStdString());
+    EXPECT_TRUE(KtsProfiles().front().vecUnknown.empty());
+}
+
+TEST_F(KtsSettings, OpenTheOutboxThatAProfileNames)
+{
+    const QTemporaryDir dir;
+    const std::string strFolder = dir.filePath("outbox").toStdString();
+    Write(PLUGIN, QByteArray("OutboxFolder=") + strFolder.c_str() + "\n");
+    qunsetenv("KTSHTTPAGENT_OUTBOX");
+    CUIAgentReq::Instance();
+    EXPECT_TRUE(outbox::Status().bOpen) << outbox::Status().strWhyNotOpen;
+    EXPECT_EQ(outbox::Status().strFolder, strFolder);
+    outbox::Close(std::chrono::milliseconds(0));
+}
