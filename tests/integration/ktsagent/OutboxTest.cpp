@@ -195,3 +195,20 @@ TEST_F(OutboxCommand, VerifyNamesDamageAndMovesNothing)
     }
     EXPECT_EQ(JsonOf("list").size(), 1U);
 }
+
+TEST_F(OutboxCommand, SaysWhatItCanNotRead)
+{
+    const std::string strKey = Add(*Open(), "1");
+    const QString strRun = ToQString(strKey).section('-', 0, 0);
+    WriteFile("outbox/runs/" + strRun + "/00000002.seg/file", "a folder in the place of a segment");
+    for (const char* szCommand : {"status", "list"}) {
+        const KtsagentRun run = Outbox(szCommand);
+        EXPECT_EQ(run.nExit, 1);
+        EXPECT_THAT(run.strErr, HasSubstr("ktsagent: runs/" + strRun.toStdString() + ": "));
+    }
+    EXPECT_THAT(Outbox("list").strOut, HasSubstr(strKey)) << "what can be read is there";
+    const KtsagentRun verify = Outbox("verify");
+    EXPECT_EQ(verify.nExit, 1);
+    EXPECT_THAT(verify.strOut, HasSubstr("not readable: runs/" + strRun.toStdString() + ": "));
+    EXPECT_THAT(Outbox("show", {"key"}).strErr, HasSubstr("ktsagent: runs/"));
+}
