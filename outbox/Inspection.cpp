@@ -44,13 +44,19 @@ bool IsOlder(const std::string& strName, const std::string& strOther)
 
 Inspection::Inspection(std::unique_ptr<Disk> pDisk) : m_pDisk(std::move(pDisk)), m_folder(*m_pDisk, {}) {}
 
-void Inspection::ForEachWaiting(const std::function<bool(const InspectedReport&)>& fnReport)
+std::string Inspection::ForEachWaiting(const std::function<bool(const InspectedReport&)>& fnReport)
 {
+    std::string strWhyNot;
+    const auto Note = [&strWhyNot](const std::string& strPlace, const std::error_code& error) {
+        if (error && !IsGone(error)) {
+            strWhyNot = strPlace + ": " + error.message();
+        }
+    };
     std::vector<std::string> vecRuns;
-    static_cast<void>(m_folder.ListRuns(vecRuns));
+    Note(RUNS_FOLDER, m_folder.ListRuns(vecRuns));
     for (const std::string& strRun : vecRuns) {
         Run run(m_folder, strRun, nullptr);
-        static_cast<void>(run.LoadMissing()); // `Verify` tells what can't be read
+        Note(run.Path(), run.LoadMissing());
         InspectedReport report{strRun, {}};
         for (auto optPlace = run.WaitingAfter(0); optPlace;
              optPlace = run.WaitingAfter(optPlace->nSequence)) {
@@ -60,10 +66,12 @@ void Inspection::ForEachWaiting(const std::function<bool(const InspectedReport&)
                 FetchRecord(*optPlace->pFile, strRun, optPlace->place.nOffset, optPlace->place.nSteps,
                             report.record, strBytes, error) == Reading::Whole &&
                 !fnReport(report)) {
-                return;
+                return strWhyNot;
             }
+            Note(run.Path(), error);
         }
     }
+    return strWhyNot;
 }
 
 WaitingUse Inspection::MeasureWaiting()

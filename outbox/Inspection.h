@@ -54,7 +54,8 @@ public:
     explicit Inspection(std::unique_ptr<Disk> pDisk);
 
     /// Calls the function for each waiting report, until it returns false.
-    void ForEachWaiting(const std::function<bool(const InspectedReport&)>& fnReport);
+    /// @return what could not be read, and why; empty for nothing
+    std::string ForEachWaiting(const std::function<bool(const InspectedReport&)>& fnReport);
 
     /// Counts without looking at each report. The oldest is sought among the first ones of all runs.
     WaitingUse MeasureWaiting();

@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -77,6 +78,16 @@ void AwaitEmptiness(outbox::Inspection& inspection, const std::vector<std::strin
     }
 }
 
+/// What nobody else sends. For a moment after the end of the outbox its locks may still be held, so the runs
+/// that were found count in any case.
+outbox::WaitingUse MeasureLeft(outbox::Inspection& inspection, const std::vector<std::string>& vecFound)
+{
+    const std::vector<std::string> vecNow = inspection.ListAbandoned();
+    std::set<std::string> setRuns(vecFound.begin(), vecFound.end());
+    setRuns.insert(vecNow.begin(), vecNow.end());
+    return inspection.MeasureWaiting({setRuns.begin(), setRuns.end()});
+}
+
 int Drain(const DrainCall& call)
 {
     const std::string strFolder = FolderOf(call.strFolder);
@@ -98,7 +109,7 @@ int Drain(const DrainCall& call)
         AwaitEmptiness(*pInspection, vecRuns, SteadyClock::now() + call.timeout);
         KtsCloseOutbox();
     }
-    const outbox::WaitingUse left = pInspection->MeasureWaiting(pInspection->ListAbandoned());
+    const outbox::WaitingUse left = MeasureLeft(*pInspection, vecRuns);
     std::cout << "sent: " << pTally->nSent << "\nnew dead letters: " << pTally->nDead
               << "\nleft: " << left.nWaiting << std::endl;
     if (!left.strWhyNot.empty()) {

@@ -51,6 +51,19 @@ private:
 };
 
 /// @return whether all could be read
+bool AddWaiting(outbox::Inspection& inspection, ReportList& list)
+{
+    const std::string strWhyNot = inspection.ForEachWaiting([&list](const outbox::InspectedReport& report) {
+        list.Add(report.record.report, nullptr);
+        return true;
+    });
+    if (!strWhyNot.empty()) {
+        std::cerr << "ktsagent: " << EscapeUnsafe(strWhyNot) << std::endl;
+    }
+    return strWhyNot.empty();
+}
+
+/// @return whether all could be read
 bool AddDead(const outbox::Inspection& inspection, ReportList& list)
 {
     bool bAll = true;
@@ -70,15 +83,7 @@ int PrintList(const ListCall& call)
 {
     const std::unique_ptr<outbox::Inspection> pInspection = OpenToInspect(call.strFolder);
     ReportList list(call.bJson);
-    bool bAll = true;
-    if (call.bDead) {
-        bAll = AddDead(*pInspection, list);
-    } else {
-        pInspection->ForEachWaiting([&list](const outbox::InspectedReport& report) {
-            list.Add(report.record.report, nullptr);
-            return true;
-        });
-    }
+    const bool bAll = call.bDead ? AddDead(*pInspection, list) : AddWaiting(*pInspection, list);
     list.Print();
     return bAll ? ExitSuccess : ExitNo;
 }

@@ -34,12 +34,15 @@ struct FoundReport {
 std::optional<FoundReport> Find(outbox::Inspection& inspection, const std::string& strKey)
 {
     std::optional<FoundReport> optFound;
-    inspection.ForEachWaiting([&](const outbox::InspectedReport& report) {
+    const std::string strWhyNot = inspection.ForEachWaiting([&](const outbox::InspectedReport& report) {
         if (report.record.report.strKey == strKey) {
             optFound = FoundReport{report.record.report, std::nullopt};
         }
         return !optFound;
     });
+    if (!strWhyNot.empty()) {
+        std::cerr << "ktsagent: " << EscapeUnsafe(strWhyNot) << std::endl;
+    }
     const auto vecNames = optFound ? std::vector<std::string>() : inspection.ListDead();
     for (const std::string& strName : vecNames) {
         std::optional<outbox::DeadLetter> optLetter = inspection.ReadDead(strName);

@@ -1,21 +1,13 @@
-// "ktsagent outbox": what an operator sees of an outbox, and does with its dead letters.
+// What "ktsagent outbox" shows of an outbox.
 
-#include "KtsagentProcess.h"
+#include "OutboxProcess.h"
 #include "UnsafeTexts.h"
 
-#include "outbox/Disk.h"
-#include "outbox/Store.h"
-
 #include <gmock/gmock.h>
-#include <json/json.h>
 
 #include <QDir>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <sstream>
 #include <string>
 
 using outbox::Ending;
@@ -28,88 +20,8 @@ namespace
 
 constexpr const char* SECRET = "secret";
 
-Json::Value ParsedJson(const std::string& strText)
+class OutboxCommand : public OutboxProcess
 {
-    Json::Value value;
-    std::istringstream text(strText);
-    std::string strErrors;
-    EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), text, &value, &strErrors))
-        << strErrors << strText;
-    return value;
-}
-
-class OutboxCommand : public KtsagentProcess
-{
-protected:
-    OutboxCommand() : m_strFolder(m_folder.filePath("outbox")) { qunsetenv("KTSHTTPAGENT_OUTBOX"); }
-
-    /// What a host has open.
-    std::unique_ptr<outbox::Store> Open(std::int64_t nStoredMs = 0) const
-    {
-        std::string strWhyNot;
-        auto pDisk = outbox::OpenDisk(std::filesystem::u8path(m_strFolder.toStdString()), strWhyNot);
-        EXPECT_NE(pDisk, nullptr) << strWhyNot;
-        outbox::StoreSettings settings;
-        if (nStoredMs != 0) {
-            settings.fnWallMs = [nStoredMs] { return nStoredMs; };
-        }
-        return std::make_unique<outbox::Store>(std::move(pDisk), std::move(settings));
-    }
-
-    /// @return the key
-    static std::string Add(outbox::Store& store, const std::string& strBody,
-                           const std::string& strUrl = "http://10.0.0.5:8080/saveData")
-    {
-        outbox::Report report;
-        report.nType = 3112;
-        report.strUrl = strUrl;
-        report.strBody = strBody;
-        EXPECT_TRUE(store.Add(report));
-        return report.strKey;
-    }
-
-    static std::string Bury(outbox::Store& store, const std::string& strBody, Ending eEnding = Ending::Dead,
-                            const std::string& strWhy = "the server said no")
-    {
-        outbox::Report report;
-        report.nType = 3112;
-        report.strUrl = "http://10.0.0.5:8080/saveData";
-        report.strBody = strBody;
-        EXPECT_TRUE(store.Bury(store.Add(report).value(), eEnding, strWhy, 400));
-        return report.strKey;
-    }
-
-    KtsagentRun Outbox(const QString& strCommand, const QStringList& lstMore = {}) const
-    {
-        return Run(QStringList{"outbox", strCommand, "--folder", m_strFolder} + lstMore);
-    }
-
-    Json::Value JsonOf(const QString& strCommand, const QStringList& lstMore = {}) const
-    {
-        return ParsedJson(Outbox(strCommand, lstMore + QStringList{"--json"}).strOut);
-    }
-
-    /// Changes the first place in the folder's segments where a text stands.
-    /// @return the segment, from the folder on
-    std::string Damage(const std::string& strText) const
-    {
-        const auto pathFolder = std::filesystem::u8path(m_strFolder.toStdString());
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(pathFolder)) {
-            std::stringstream content;
-            content << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-            const std::size_t nAt = content.str().find(strText);
-            if (nAt != std::string::npos && entry.path().extension() == ".seg") {
-                std::fstream file(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
-                file.seekp(static_cast<std::streamoff>(nAt));
-                file << '#';
-                return std::filesystem::relative(entry.path(), pathFolder).generic_string();
-            }
-        }
-        ADD_FAILURE() << "no segment contains " << strText;
-        return {};
-    }
-
-    const QString m_strFolder;
 };
 
 QString ToQString(const std::string& strText)
@@ -282,4 +194,21 @@ TEST_F(OutboxCommand, VerifyNamesDamageAndMovesNothing)
                                       HasSubstr("runs: 1, waiting: 1, dead letters: 0, damaged: 2, ")));
     }
     EXPECT_EQ(JsonOf("list").size(), 1U);
+}
+
+TEST_F(OutboxCommand, SaysWhatItCanNotRead)
+{
+    const std::string strKey = Add(*Open(), "1");
+    const QString strRun = ToQString(strKey).section('-', 0, 0);
+    WriteFile("outbox/runs/" + strRun + "/00000002.seg/file", "a folder in the place of a segment");
+    for (const char* szCommand : {"status", "list"}) {
+        const KtsagentRun run = Outbox(szCommand);
+        EXPECT_EQ(run.nExit, 1);
+        EXPECT_THAT(run.strErr, HasSubstr("ktsagent: runs/" + strRun.toStdString() + ": "));
+    }
+    EXPECT_THAT(Outbox("list").strOut, HasSubstr(strKey)) << "what can be read is there";
+    const KtsagentRun verify = Outbox("verify");
+    EXPECT_EQ(verify.nExit, 1);
+    EXPECT_THAT(verify.strOut, HasSubstr("not readable: runs/" + strRun.toStdString() + ": "));
+    EXPECT_THAT(Outbox("show", {"key"}).strErr, HasSubstr("ktsagent: runs/"));
 }

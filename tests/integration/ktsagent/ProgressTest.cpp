@@ -1,19 +1,14 @@
 // A line on a terminal tells how long a command has waited.
 
 #include "KtsagentProcess.h"
+#include "OnTerminal.h"
 #include "ScriptedServer.h"
-
-#include <QElapsedTimer>
-#include <QProcess>
 
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <string>
 
-#include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
 using testing::HasSubstr;
@@ -22,82 +17,12 @@ using testing::Not;
 namespace
 {
 
-/// A terminal without a screen: what is written to it can be read.
-class Terminal
-{
-public:
-    Terminal() : m_nMaster(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
-    {
-        EXPECT_GE(m_nMaster, 0);
-        EXPECT_EQ(::grantpt(m_nMaster), 0);
-        EXPECT_EQ(::unlockpt(m_nMaster), 0);
-        m_nSlave = ::open(::ptsname(m_nMaster), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        EXPECT_GE(m_nSlave, 0);
-    }
-    ~Terminal()
-    {
-        ::close(m_nSlave);
-        ::close(m_nMaster);
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    int Slave() const { return m_nSlave; }
-
-    /// What was written since the last call, so far.
-    std::string Read() const
-    {
-        std::string strAll;
-        pollfd waiting{m_nMaster, POLLIN, 0};
-        while (::poll(&waiting, 1, 0) == 1) {
-            char buffer[4096];
-            const ssize_t nRead = ::read(m_nMaster, buffer, sizeof buffer);
-            if (nRead <= 0) {
-                break;
-            }
-            strAll.append(buffer, static_cast<std::size_t>(nRead));
-        }
-        return strAll;
-    }
-
-private:
-    const int m_nMaster;
-    int m_nSlave = -1;
-};
-
-/// A process whose standard error is a terminal.
-class ProcessOnTerminal : public QProcess
-{
-public:
-    explicit ProcessOnTerminal(const Terminal& terminal) : m_nTerminal(terminal.Slave()) {}
-
-protected:
-    void setupChildProcess() override { ::dup2(m_nTerminal, STDERR_FILENO); }
-
-private:
-    const int m_nTerminal;
-};
-
 class Progress : public KtsagentProcess
 {
 protected:
-    /// Runs the program on a terminal to its end.
-    /// @return what it wrote to standard error
-    std::string RunOnTerminal(const QStringList& lstArguments) const
+    static std::string RunOnTerminal(const QStringList& lstArguments)
     {
-        constexpr int PATIENCE_MS = 60'000;
-        constexpr int READ_EACH_MS = 100;
-        const Terminal terminal;
-        ProcessOnTerminal process(terminal);
-        process.start(KTSAGENT_PROGRAM, lstArguments, QIODevice::ReadOnly);
-        std::string strSaid;
-        QElapsedTimer clock;
-        clock.start();
-        while (!process.waitForFinished(READ_EACH_MS) && !clock.hasExpired(PATIENCE_MS)) {
-            strSaid += terminal.Read(); // what it says must not fill the terminal's buffer
-        }
-        EXPECT_EQ(process.state(), QProcess::NotRunning);
-        return strSaid + terminal.Read();
+        return OnTerminal(lstArguments, STDERR_FILENO);
     }
 
     static QStringList AskSilent(const ScriptedServer& server, const QStringList& lstMore = {})

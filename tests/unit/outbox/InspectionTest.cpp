@@ -23,10 +23,11 @@ protected:
     std::vector<InspectedReport> AllInspected()
     {
         std::vector<InspectedReport> vecReports;
-        m_inspection.ForEachWaiting([&vecReports](const InspectedReport& report) {
+        const auto Take = [&vecReports](const InspectedReport& report) {
             vecReports.push_back(report);
             return true;
-        });
+        };
+        EXPECT_EQ(m_inspection.ForEachWaiting(Take), "");
         return vecReports;
     }
 
@@ -110,6 +111,7 @@ TEST_F(InspectionTest, TellsWhatCanNotBeReadOfWhatWaits)
             return strOperation == strFailing ? std::make_error_code(std::errc::io_error) : std::error_code();
         };
         EXPECT_NE(m_inspection.MeasureWaiting().strWhyNot, "") << strFailing;
+        EXPECT_NE(m_inspection.ForEachWaiting([](const InspectedReport&) { return true; }), "") << strFailing;
     }
 }
 
