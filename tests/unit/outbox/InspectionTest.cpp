@@ -207,8 +207,14 @@ TEST_F(InspectionTest, ShowsWhatItCanReadIfTheDiskFails)
         m_pMachine->fnBefore = [&](const std::string&, const std::string&) {
             return nOperations++ == nFailing ? std::make_error_code(std::errc::io_error) : std::error_code();
         };
-        const std::vector<InspectedReport> vecReports = AllInspected();
+        std::vector<InspectedReport> vecReports;
+        const std::string strWhyNot =
+            m_inspection.ForEachWaiting([&vecReports](const InspectedReport& report) {
+                vecReports.push_back(report);
+                return true;
+            });
         EXPECT_LE(vecReports.size(), 2U) << nFailing;
+        EXPECT_TRUE(vecReports.size() == 2 || !strWhyNot.empty()) << "what is missing is told of";
         for (const InspectedReport& report : vecReports) {
             EXPECT_EQ(report.record.report.strBody, std::to_string(report.record.nSequence)) << nFailing;
         }
