@@ -27,7 +27,7 @@ std::string WithoutByteOrderMark(std::string strText)
     return strText.rfind("\xEF\xBB\xBF", 0) == 0 ? strText.substr(3) : strText;
 }
 
-std::size_t LineOf(const std::string& strText, std::size_t nOffset)
+std::size_t LineNumberAt(const std::string& strText, std::size_t nOffset)
 {
     const auto itEnd = strText.begin() + static_cast<std::ptrdiff_t>(std::min(nOffset, strText.size()));
     return 1 + static_cast<std::size_t>(std::count(strText.begin(), itEnd, '\n'));
@@ -129,7 +129,7 @@ void ReadReportFile(const std::string& strFile, const std::vector<FieldSlot>& ve
     const auto result = reader.Parse<PARSE_FLAGS>(stream, filler);
 
     const auto Line = [&](std::size_t nOffset) {
-        return strFile + ":" + std::to_string(LineOf(strText, nOffset)) + ":";
+        return strFile + ":" + std::to_string(LineNumberAt(strText, nOffset)) + ":";
     };
     if (result.Code() == rapidjson::kParseErrorTermination) {
         throw std::runtime_error(Line(filler.Offset()) + " " + filler.Trouble());

@@ -54,7 +54,7 @@ FleetResult Run(const FleetCall& call)
     const bool bShown = IsTerminal(stderr);
     FleetRun run(ends, [bShown](int nSecond, const FleetFigures& figures) {
         if (bShown) {
-            std::cerr << ProgressLine(nSecond, figures) << std::endl;
+            std::cerr << FleetLine(nSecond, figures) << std::endl;
         }
     });
     {

@@ -111,7 +111,7 @@ void WriteCounts(JsonWriter& writer, const FleetResult& result)
 
 } // namespace
 
-std::string ProgressLine(int nSecond, const FleetFigures& figures)
+std::string FleetLine(int nSecond, const FleetFigures& figures)
 {
     std::ostringstream line;
     line << std::setw(5) << nSecond << " s: sent " << figures.nSent << ", yes " << figures.nYes

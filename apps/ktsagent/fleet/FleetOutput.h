@@ -22,7 +22,7 @@ struct FleetResult {
 };
 
 /// One line about the run so far.
-std::string ProgressLine(int nSecond, const FleetFigures& figures);
+std::string FleetLine(int nSecond, const FleetFigures& figures);
 
 /// The result for people, several lines.
 std::string TableOf(const FleetResult& result);

@@ -49,7 +49,7 @@ OutboxFacts Ask(const StatusCall& call)
     return facts;
 }
 
-void PrintJson(const OutboxFacts& facts)
+void PrintFactsAsJson(const OutboxFacts& facts)
 {
     JsonWriter writer;
     const auto Count = [&writer](const char* szName, std::uint64_t nCount) {
@@ -75,7 +75,7 @@ void PrintJson(const OutboxFacts& facts)
     std::cout << writer.Result() << std::endl;
 }
 
-void PrintText(const OutboxFacts& facts)
+void PrintFacts(const OutboxFacts& facts)
 {
     std::cout << "waiting: " << facts.waiting.nWaiting;
     if (facts.optOldestSeconds) {
@@ -92,7 +92,7 @@ void PrintText(const OutboxFacts& facts)
 int PrintStatus(const StatusCall& call)
 {
     const OutboxFacts facts = Ask(call);
-    (call.bJson ? PrintJson : PrintText)(facts);
+    (call.bJson ? PrintFactsAsJson : PrintFacts)(facts);
     if (!facts.waiting.strWhyNot.empty()) {
         std::cerr << "ktsagent: " << EscapeUnsafe(facts.waiting.strWhyNot) << std::endl;
     }
