@@ -81,7 +81,7 @@ std::shared_ptr<Desk> MakeDesk(const OutboxSettings& settings, const MakeMeans& 
 {
     Desk::Means means = fnMake();
     means.fnObserver = &CallObserver;
-    const auto pDesk = std::make_shared<Desk>(settings, std::move(means));
+    auto pDesk = std::make_shared<Desk>(settings, std::move(means));
     StartQuietThread([pDesk] { RunClerk(*pDesk); }).detach(); // `BeginStop` waits for it
     return pDesk;
 }

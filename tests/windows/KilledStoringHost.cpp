@@ -8,7 +8,6 @@
 #include "outbox/Store.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <thread>
@@ -42,7 +41,7 @@ int main(int nArguments, char** ppArguments)
     settings.limits.nSegmentBytes = 64U << 10U;
     settings.limits.nFree = 0;
     outbox::Store store(std::move(pDisk), settings);
-    std::thread([time = std::chrono::microseconds(std::atoi(ppArguments[2]))] {
+    std::thread([time = std::chrono::microseconds(std::stoi(ppArguments[2]))] {
         std::this_thread::sleep_for(time);
         ::TerminateProcess(::GetCurrentProcess(), 9);
     }).detach();

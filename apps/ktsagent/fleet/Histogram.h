@@ -30,7 +30,7 @@ public:
 
 private:
     static constexpr int SHIFTS = 35; ///< up to `LONGEST`, whose 42 bits are 8 and 34 more
-    static constexpr std::size_t CLASSES = 128U * (SHIFTS + 1U);
+    static constexpr std::size_t CLASSES = std::size_t{128} * (SHIFTS + 1);
 
     static std::size_t ClassOf(std::uint64_t nValue);
     static std::uint64_t HighestOf(std::size_t nClass);

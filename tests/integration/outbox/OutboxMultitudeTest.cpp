@@ -105,7 +105,9 @@ TEST_F(OutboxMultitude, OfWaitingReportsCostsLittleMemoryAndArrives)
         patience);
     const std::uint64_t nArrived = server.Ledger().Reports();
     const HostStatus status(host);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // with them most of it is theirs
     EXPECT_LE(nMost - nBefore, MOST_KIB) << nBefore << " KiB before";
+#endif
     EXPECT_GE(nArrived + status.nWaiting, nReports) << "some are lost";
     EXPECT_EQ(status.nDead + server.Ledger().Twice() + server.Ledger().Mixed(), 0U);
     if (std::getenv("KTS_OUTBOX_SECONDS") == nullptr) {

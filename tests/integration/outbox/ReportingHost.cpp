@@ -14,8 +14,8 @@ int main(int nArguments, char* arArguments[])
     }
     VelCSDK::IVelClientSDk& client = *VelCSDK::SDKFactory::GetInstance();
     client.Init();
-    client.SetServerAddr("127.0.0.1", std::atoi(arArguments[1]));
-    for (int nReport = 0; nReport < std::atoi(arArguments[2]); ++nReport) {
+    client.SetServerAddr("127.0.0.1", std::stoi(arArguments[1]));
+    for (int nReport = 0; nReport < std::stoi(arArguments[2]); ++nReport) {
         KTSStartPlugin::tagRepoChlStatusInfo info;
         info.box = "1";
         info.chl = std::to_string(nReport % 4);
