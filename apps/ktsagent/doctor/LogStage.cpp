@@ -29,7 +29,7 @@ Finding CannotWrite(const QString& strFolder, const std::string& strWhy)
 /// Why the log can't be written, as far as that can be found out without writing to it; empty if it can.
 std::string Hindrance(const QString& strFolder)
 {
-    if (const std::string strWhy = WhyNothingCanBeMade(strFolder); !strWhy.empty()) {
+    if (std::string strWhy = WhyNothingCanBeMade(strFolder); !strWhy.empty()) {
         return strWhy;
     }
     const QFileInfo log(QDir(strFolder).filePath(QString(LOG_NAME) + ".log"));
