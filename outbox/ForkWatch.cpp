@@ -58,10 +58,16 @@ struct ForkHandlers {
 namespace
 {
 
-const bool g_bWatchesPrepared =
-    AtFork(&ForkHandlers::Before, &ForkHandlers::InParent, &ForkHandlers::InChild);
+const bool g_bWatchesPrepared = ForkWatch::Register(); // as the library is loaded
 
 } // namespace
+
+bool ForkWatch::Register()
+{
+    static const bool bRegistered =
+        AtFork(&ForkHandlers::Before, &ForkHandlers::InParent, &ForkHandlers::InChild);
+    return bRegistered;
+}
 
 ForkWatch::ForkWatch(std::mutex& mutex, bool& bIsChild) : m_mutex(mutex), m_bIsChild(bIsChild)
 {

@@ -17,6 +17,11 @@ public:
     ForkWatch(const ForkWatch&) = delete;
     ForkWatch& operator=(const ForkWatch&) = delete;
 
+    /// Has the locks taken before every fork, from the first call on. Whoever makes such objects under a lock
+    /// of its own, which it takes before a fork too, must call this before it registers that: what was
+    /// registered last is called first, so the locks are taken in the usual order.
+    static bool Register();
+
 private:
     friend struct ForkHandlers;
 

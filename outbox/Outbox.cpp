@@ -1,5 +1,6 @@
 #include "Outbox.h"
 
+#include "ForkWatch.h"
 #include "Say.h"
 
 #include "platform/system/AtFork.h"
@@ -123,7 +124,8 @@ void AfterForkInChild()
     AfterForkInParent();
 }
 
-const bool g_bForksPrepared = AtFork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
+const bool g_bForksPrepared =
+    ForkWatch::Register() && AtFork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
 
 /// Forgets the closed outboxes that have nothing to expect any more. Under the lock.
 /// @return those, to be destroyed without the lock

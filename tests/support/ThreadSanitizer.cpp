@@ -20,6 +20,9 @@ const char* __tsan_default_suppressions()
         "called_from_lib:libQt5Network.so\n"
         // Its locks are futex calls too. Here it runs Qt's event loops and nothing else.
         "called_from_lib:libglib-2.0.so\n"
+        // Certificates that Qt hands from thread to thread; their owners are counted with atomic
+        // instructions.
+        "called_from_lib:libcrypto.so\n"
         // Qt's watch over the machine's network connections, which it loads by itself. It has a thread of its
         // own and shares Qt's event queues.
         "called_from_lib:libQt5DBus.so\n"

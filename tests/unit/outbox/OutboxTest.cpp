@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 #include <stdexcept>
 
 namespace
@@ -93,7 +95,7 @@ TEST_F(OutboxTest, AnswersAndForgetsWhatIsStillOnItsWayWhenItIsClosed)
     EXPECT_FALSE(SendOne(1));
     EXPECT_FALSE(State().bOpen);
     EXPECT_TRUE(MaySend()) << "a reply may still come";
-    m_transport.Deliver({"{}", 3102, m_transport.vecTokens.at(0), 0});
+    m_transport.Deliver({"{}", 3102, m_transport.FirstToken(), 0});
     EXPECT_TRUE(AwaitNoneWaiting()) << "the late reply counts";
     const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
     while (MaySend() && std::chrono::steady_clock::now() < tpEnd) {
@@ -114,7 +116,7 @@ TEST_F(OutboxTest, TakesLateRepliesAlsoIfItCantBeOpenedAgain)
     EXPECT_TRUE(MaySend()) << "a reply may still come";
     int nToken = 0;
     EXPECT_FALSE(OnReply("{}", &nToken, 0, {})) << "a reply of somebody else";
-    m_transport.Deliver({"{}", 3102, m_transport.vecTokens.at(0), 0});
+    m_transport.Deliver({"{}", 3102, m_transport.FirstToken(), 0});
     EXPECT_TRUE(AwaitNoneWaiting()) << "the late reply counts";
     EXPECT_EQ(m_transport.CallsOf(0), 1);
 }
@@ -126,7 +128,7 @@ TEST_F(OutboxTest, TakesLateRepliesAlsoAfterItIsOpenedAgain)
     EXPECT_TRUE(SendOne(0));
     Close(1ms);
     ASSERT_TRUE(Open({}, Make()));
-    m_transport.Deliver({"{}", 3102, m_transport.vecTokens.at(0), 0});
+    m_transport.Deliver({"{}", 3102, m_transport.FirstToken(), 0});
     EXPECT_TRUE(AwaitNoneWaiting()) << "the late reply counts";
     EXPECT_TRUE(MaySend());
 }
@@ -134,13 +136,16 @@ TEST_F(OutboxTest, TakesLateRepliesAlsoAfterItIsOpenedAgain)
 TEST_F(OutboxTest, MayBeStoppedOnItsOwnThread)
 {
     std::atomic<bool> bStopped{false};
-    m_disk.fnOnNext = [&bStopped] {
+    std::promise<void> opened;
+    m_disk.fnOnNext = [&bStopped, fnOpened = opened.get_future().share()] {
+        fnOpened.wait();
         if (!bStopped) {
             BeginStop(); // waits for this thread for a second only
             bStopped = true;
         }
     };
     ASSERT_TRUE(Open({}, Make()));
+    opened.set_value();
     const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
     while (!bStopped && std::chrono::steady_clock::now() < tpEnd) {
         std::this_thread::sleep_for(1ms);

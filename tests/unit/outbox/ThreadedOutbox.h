@@ -64,6 +64,13 @@ public:
     std::atomic<int> nError{0}; ///< of the replies
     std::atomic<bool> bAnswers{true};
     std::function<void()> fnOnCall; ///< called within each callback
+    /// The token of the first report that was sent.
+    void* FirstToken()
+    {
+        const std::lock_guard<std::mutex> lock(mutexTokens);
+        return vecTokens.at(0);
+    }
+
     std::mutex mutexTokens;
     std::vector<void*> vecTokens; ///< of the reports that were sent
 
