@@ -19,7 +19,7 @@ void AddFolderOption(CLI::App& command, std::string& strFolder)
 
 std::string FolderOf(const std::string& strFolder)
 {
-    const std::string strNamed =
+    std::string strNamed =
         strFolder.empty() ? EnvironmentVariable(outbox::FOLDER_VARIABLE).value_or("") : strFolder;
     if (strNamed.empty()) {
         throw CLI::ValidationError("--folder", std::string("no folder is named, neither here nor by ") +

@@ -74,7 +74,7 @@ int DropLetters(const LetterCall& call)
         const std::string strWhyNot = pInspection->DropDead(strName);
         nDropped += strWhyNot.empty() ? 1 : 0;
         if (!strWhyNot.empty()) {
-            Complain(strName + ": " + strWhyNot);
+            Complain(std::string(strName).append(": ").append(strWhyNot));
         }
     }
     std::cout << "dropped: " << nDropped << std::endl;

@@ -105,7 +105,7 @@ TEST_F(OutboxMultitude, OfWaitingReportsCostsLittleMemoryAndArrives)
     const std::uint64_t nArrived = server.Ledger().Reports();
     const HostStatus status(host);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // with them most of it is theirs
-    constexpr std::int64_t MOST_KIB = 16 * 1024;
+    constexpr std::int64_t MOST_KIB = std::int64_t{16} * 1024;
     EXPECT_LE(nMost - nBefore, MOST_KIB) << nBefore << " KiB before";
 #endif
     EXPECT_GE(nArrived + status.nWaiting, nReports) << "some are lost";
