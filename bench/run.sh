@@ -80,6 +80,7 @@ instructions() {
 with_outbox() {
   rm -rf "$outbox"
   KTSHTTPAGENT_OUTBOX=$outbox "$@"
+  sync # what the system has still to write would slow down the next measurement
 }
 
 median() { sort -g | awk '{ value[NR] = $1 } END { print (value[int((NR + 1) / 2)] + value[int(NR / 2) + 1]) / 2 }'; }
