@@ -47,6 +47,8 @@ TEST_P(TransportShutdownInFlight, CancelsEachRequestOnceInBoundedTime)
 {
     Set("CHTTPCLIENT_DRAIN_MS", 200);
     Set("CHTTPCLIENT_HOST_CONNECTIONS", Connections());
+    Set("CHTTPCLIENT_CONNECT_TIMEOUT_MS", 120'000); // a busy machine may take long for a thousand
+    Set("CHTTPCLIENT_TIMEOUT_MS", 120'000);
     Start();
     const ScriptedServer server(Silent());
     Tokens tokens(1000);

@@ -15,7 +15,7 @@
 namespace
 {
 
-constexpr std::chrono::seconds PATIENCE{30};
+constexpr std::chrono::seconds PATIENCE{90};
 constexpr int BACKLOG = 1024;
 
 void Check(bool bSucc, const char* szCall)

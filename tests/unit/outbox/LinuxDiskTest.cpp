@@ -29,6 +29,7 @@ bool g_bOnNfs = false;
 } // namespace
 
 // The linker lets the code under test call these instead.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's --wrap names them so
 extern "C" int __real_fstatfs(int nDescriptor, struct statfs* pStatus);
 extern "C" int __wrap_fstatfs(int nDescriptor, struct statfs* pStatus)
 {
@@ -38,6 +39,7 @@ extern "C" int __wrap_fstatfs(int nDescriptor, struct statfs* pStatus)
     }
     return nResult;
 }
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace
 {
