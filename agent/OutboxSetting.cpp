@@ -6,15 +6,9 @@
 #include "outbox/OutboxSettings.h"
 #include "platform/system/Environment.h"
 
-#include <QStringList>
-#include <QVariant>
-
 std::string ReadOutboxSetting()
 {
-    const QVariant value = OpenProfile(PLUGIN_PROFILE)->value(OUTBOX_VALUE);
-    // Qt reads a value with commas as a list.
-    return (value.type() == QVariant::StringList ? value.toStringList().join(',') : value.toString())
-        .toStdString();
+    return ProfileText(*OpenProfile(PLUGIN_PROFILE), OUTBOX_VALUE);
 }
 
 void OpenOutboxOfProfile()

@@ -2,7 +2,8 @@
 
 #include "platform/system/Environment.h"
 
-#include <string>
+#include <QStringList>
+#include <QVariant>
 
 #if defined(Q_OS_WIN)
 
@@ -34,3 +35,10 @@ std::unique_ptr<QSettings> OpenProfile(const char* szProfile)
 }
 
 #endif
+
+std::string ProfileText(const QSettings& settings, const char* szName)
+{
+    const QVariant value = settings.value(szName);
+    return (value.type() == QVariant::StringList ? value.toStringList().join(',') : value.toString())
+        .toStdString();
+}

@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <memory>
+#include <string>
 
 /// The profile with the settings of most requests: a registry key on Windows, elsewhere the path of a file
 /// below the settings root.
@@ -19,3 +20,7 @@ QString ProfileLocation(const char* szProfile);
 /// Opens a profile. Qt reports a broken file only to its first reader; later readers get the values that Qt
 /// could parse.
 std::unique_ptr<QSettings> OpenProfile(const char* szProfile);
+
+/// A value as it is written in a profile, in UTF-8, although Qt reads a value with commas as a list; empty if
+/// there is none.
+std::string ProfileText(const QSettings& settings, const char* szName);

@@ -7,21 +7,12 @@
 
 #include <QFile>
 #include <QRegularExpression>
-#include <QStringList>
-#include <QVariant>
 
 namespace
 {
 
 constexpr const char* ODD_LINE =
     " holds a line that begins with UseTls, but not as \"UseTls=VALUE\" before any section; TLS is on";
-
-/// A value as it is written in the profile, although Qt reads a value with commas as a list.
-std::string TextOf(const QVariant& value)
-{
-    return (value.type() == QVariant::StringList ? value.toStringList().join(',') : value.toString())
-        .toStdString();
-}
 
 /// Whether a profile in which Qt finds no such value has a line that seems to be meant as one.
 bool HoldsOddLine(const QSettings& settings)
@@ -48,7 +39,7 @@ bool ReadTlsSetting()
     const std::unique_ptr<QSettings> pSettings = OpenProfile(PLUGIN_PROFILE);
     const std::string strLocation = ProfileLocation(PLUGIN_PROFILE).toStdString();
     if (pSettings->contains(TLS_VALUE)) {
-        return VelCSDK::ReadTlsSwitch(strLocation + ' ' + TLS_VALUE, TextOf(pSettings->value(TLS_VALUE)));
+        return VelCSDK::ReadTlsSwitch(strLocation + ' ' + TLS_VALUE, ProfileText(*pSettings, TLS_VALUE));
     }
     if (!HoldsOddLine(*pSettings)) {
         return false;
@@ -64,7 +55,7 @@ std::string TlsSettingComplaint()
     if (!pSettings->contains(TLS_VALUE)) {
         return HoldsOddLine(*pSettings) ? strLocation + ODD_LINE : "";
     }
-    const std::string strValue = TextOf(pSettings->value(TLS_VALUE));
+    const std::string strValue = ProfileText(*pSettings, TLS_VALUE);
     return VelCSDK::ReadSwitchWord(strValue) ? ""
                                              : VelCSDK::TlsComplaint(strLocation + ' ' + TLS_VALUE, strValue);
 }

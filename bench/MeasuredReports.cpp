@@ -3,6 +3,7 @@
 
 #include "Clock.h"
 #include "Measured.h"
+#include "ProcessUse.h"
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
@@ -13,8 +14,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -66,22 +65,6 @@ private:
     const QMetaObject::Connection m_connection;
 };
 
-/// How often the threads of this process have gone to sleep so far.
-unsigned long long Sleeps()
-{
-    unsigned long long nAll = 0;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream status(thread.path() / "status");
-        for (std::string strWord; status >> strWord;) {
-            unsigned long long nSleeps = 0;
-            if (strWord == "voluntary_ctxt_switches:" && status >> nSleeps) {
-                nAll += nSleeps;
-            }
-        }
-    }
-    return nAll;
-}
-
 } // namespace
 
 double RateOfReports(const Load& load)
@@ -128,9 +111,9 @@ double SleepsOfIdleReporter(const Load& load)
     host.SendOne();
     host.WaitForOne();
     std::this_thread::sleep_for(std::chrono::seconds(10)); // the transport closes its connection meanwhile
-    const unsigned long long nBefore = Sleeps();
+    const long nBefore = Sleeps();
     std::this_thread::sleep_for(std::chrono::seconds(load.nCount));
-    const unsigned long long nSleeps = Sleeps() - nBefore - 1; // the sleep of this thread
+    const long nSleeps = Sleeps() - nBefore - 1; // the sleep of this thread
     host.ThrowUnlessAllIsWell();
     return static_cast<double>(nSleeps);
 }

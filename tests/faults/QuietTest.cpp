@@ -1,5 +1,6 @@
 // Effects of the transport that the host must not notice: signals, idle load, growth.
 
+#include "ProcessUse.h"
 #include "TransportTest.h"
 
 #include <gmock/gmock.h>
@@ -9,7 +10,6 @@
 #include <csignal>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 
 #include <sys/syscall.h>
@@ -27,22 +27,6 @@ namespace
 std::size_t Entries(const char* szFolder)
 {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(szFolder), {}));
-}
-
-/// How often threads of the process have gone to sleep so far. Each further sleep follows a wake-up.
-long Sleeps()
-{
-    long nAll = 0;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream status(thread.path() / "status");
-        for (std::string strWord; status >> strWord;) {
-            long nSleeps = 0;
-            if (strWord == "voluntary_ctxt_switches:" && status >> nSleeps) {
-                nAll += nSleeps;
-            }
-        }
-    }
-    return nAll;
 }
 
 double ProcessorSeconds()

@@ -1,7 +1,9 @@
 #include "ProcessUse.h"
 
 #include <filesystem>
+#include <fstream>
 #include <iterator>
+#include <string>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -64,6 +66,21 @@ std::size_t Threads()
 std::size_t HeapBytes()
 {
     return mallinfo2().uordblks;
+}
+
+long Sleeps()
+{
+    long nAll = 0;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream status(thread.path() / "status");
+        for (std::string strWord; status >> strWord;) {
+            long nSleeps = 0;
+            if (strWord == "voluntary_ctxt_switches:" && status >> nSleeps) {
+                nAll += nSleeps;
+            }
+        }
+    }
+    return nAll;
 }
 
 #endif

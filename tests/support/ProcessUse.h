@@ -8,3 +8,7 @@ std::size_t OpenDescriptors();
 std::size_t Threads();
 /// Bytes that the process has allocated; always 0 under a sanitizer, which replaces the allocator.
 std::size_t HeapBytes();
+#if !defined(_WIN32)
+/// How often threads of the process have gone to sleep so far. Each further sleep follows a wake-up.
+long Sleeps();
+#endif

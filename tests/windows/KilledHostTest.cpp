@@ -24,15 +24,7 @@ class HostOnDiskOfWindows : public testing::Test
 protected:
     ~HostOnDiskOfWindows() override { fs::remove_all(m_path.parent_path()); }
 
-    std::unique_ptr<Store> Open() const
-    {
-        std::string strWhyNot;
-        std::unique_ptr<Disk> pDisk = OpenDisk(m_path, strWhyNot);
-        EXPECT_NE(pDisk, nullptr) << strWhyNot;
-        StoreSettings settings;
-        settings.limits.nFree = 0;
-        return std::make_unique<Store>(std::move(pDisk), settings);
-    }
+    std::unique_ptr<Store> Open() const { return OpenStoreOnDisk(m_path); }
 
     Departure RunUntilKilled(unsigned nMicroseconds) const
     {

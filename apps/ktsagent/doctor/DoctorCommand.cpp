@@ -5,14 +5,18 @@
 #include "DoctorReport.h"
 #include "Exchange.h"
 #include "ProgressLine.h"
+#include "SetVariable.h"
 #include "Verbose.h"
 
+#include "outbox/OutboxSettings.h"
+#include "platform/system/Environment.h"
 #include "platform/text/Escaping.h"
 
 #include <QElapsedTimer>
 
 #include <iostream>
 #include <memory>
+#include <optional>
 
 namespace
 {
@@ -49,12 +53,11 @@ StageReport RunTimed(const Stage& stage, Context& context)
 /// A session without an outbox, which would send the reports that wait in it: only queries are to be sent.
 std::unique_ptr<AgentSession> OpenSession(const DoctorCall& call)
 {
-    constexpr const char* VARIABLE = "KTSHTTPAGENT_OUTBOX";
-    const bool bSet = qEnvironmentVariableIsSet(VARIABLE);
-    const QByteArray baFolder = qgetenv(VARIABLE);
-    qputenv(VARIABLE, ""); // also wins over a profile
+    constexpr const char* VARIABLE = outbox::FOLDER_VARIABLE;
+    const std::optional<std::string> optFolder = EnvironmentVariable(VARIABLE);
+    SetVariable(VARIABLE, ""); // also wins over a profile
     auto pSession = std::make_unique<AgentSession>(call.server.optTls);
-    bSet ? qputenv(VARIABLE, baFolder) : qunsetenv(VARIABLE);
+    optFolder ? SetVariable(VARIABLE, *optFolder) : RemoveVariable(VARIABLE);
     return pSession;
 }
 

@@ -3,19 +3,16 @@
 #include "Exchange.h"
 #include "FolderOption.h"
 #include "ProgressLine.h"
+#include "SetVariable.h"
 #include "Subcommands.h"
 
 #include "outbox/OutboxSettings.h"
 
 #include <ktshttpagent/KtsOutbox.h>
 
-#include <QByteArray>
-#include <QString>
-
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <set>
@@ -42,17 +39,6 @@ struct DrainTally {
     std::atomic<std::uint64_t> nSent{0};
     std::atomic<std::uint64_t> nDead{0};
 };
-
-/// Makes the library open this outbox, whatever the settings name.
-void NameOutbox(const std::string& strFolder)
-{
-#if defined(Q_OS_WIN)
-    const std::wstring strName = QString(outbox::FOLDER_VARIABLE).toStdWString();
-    ::_wputenv_s(strName.c_str(), QString::fromStdString(strFolder).toStdWString().c_str());
-#else
-    qputenv(outbox::FOLDER_VARIABLE, QByteArray::fromStdString(strFolder));
-#endif
-}
 
 /// @throws std::runtime_error if that is impossible
 void OpenOutbox(const std::string& strFolder)
@@ -97,7 +83,7 @@ int Drain(const DrainCall& call)
     KtsSetOutboxObserver([pTally](const SKtsReportEnding& ending) {
         ++(ending.eEnding == EKtsReportEnding::Acknowledged ? pTally->nSent : pTally->nDead);
     });
-    NameOutbox(strFolder);
+    SetVariable(outbox::FOLDER_VARIABLE, strFolder); // wins over a profile
     {
         const AgentSession session;
         OpenOutbox(strFolder);

@@ -89,6 +89,15 @@ protected:
                 process.readAllStandardOutput().toStdString(), process.readAllStandardError().toStdString()};
     }
 
+    void KeepServerSilent()
+    {
+        LabFault silence;
+        silence.strPath = "vomd";
+        silence.nCount = 1'000'000;
+        silence.eKind = LabFaultKind::Silence;
+        m_server.AddFault(silence);
+    }
+
     LabServer m_server;
 };
 
@@ -129,11 +138,7 @@ TEST_F(FleetEnd, ByASignalIsToldInTheTable)
 TEST_F(FleetEnd, ByASignalDoesNotWaitForASilentServer)
 {
     qputenv("CHTTPCLIENT_DRAIN_MS", "100");
-    LabFault silence;
-    silence.strPath = "vomd";
-    silence.nCount = 1'000'000;
-    silence.eKind = LabFaultKind::Silence;
-    m_server.AddFault(silence);
+    KeepServerSilent();
     QProcess process;
     Start(process, {"--json"});
     while (m_server.Exchanges().empty()) {
@@ -150,11 +155,7 @@ TEST_F(FleetEnd, ByASignalDoesNotWaitForASilentServer)
 TEST_F(FleetEnd, ByASignalDoesNotWaitForTheLastAnswersEither)
 {
     qputenv("CHTTPCLIENT_DRAIN_MS", "100");
-    LabFault silence;
-    silence.strPath = "vomd";
-    silence.nCount = 1'000'000;
-    silence.eKind = LabFaultKind::Silence;
-    m_server.AddFault(silence);
+    KeepServerSilent();
     QProcess process;
     process.start(KTSAGENT_PROGRAM,
                   {"fleet", "--server", Loopback(m_server.Port()), "--hosts", "1", "--channels", "1",

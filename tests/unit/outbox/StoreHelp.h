@@ -5,8 +5,11 @@
 
 #include "outbox/Store.h"
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +30,17 @@ inline std::unique_ptr<outbox::Store> OpenStore(const std::shared_ptr<Machine>& 
                                                 outbox::StoreSettings settings = SmallSegments())
 {
     return std::make_unique<outbox::Store>(std::make_unique<MemoryDisk>(pMachine), std::move(settings));
+}
+
+/// A store on the real disk, which takes even the last bytes of it.
+inline std::unique_ptr<outbox::Store> OpenStoreOnDisk(const std::filesystem::path& path)
+{
+    std::string strWhyNot;
+    std::unique_ptr<outbox::Disk> pDisk = outbox::OpenDisk(path, strWhyNot);
+    EXPECT_NE(pDisk, nullptr) << strWhyNot;
+    outbox::StoreSettings settings;
+    settings.limits.nFree = 0;
+    return std::make_unique<outbox::Store>(std::move(pDisk), settings);
 }
 
 /// All reports that wait, in order.
