@@ -1,5 +1,6 @@
 // What the store keeps, forgets and takes over, on a disk in memory.
 
+#include "LongRun.h"
 #include "StoreHelp.h"
 
 #include <gmock/gmock.h>
@@ -282,7 +283,7 @@ TEST_F(StoreTest, LeavesRoomToOthers)
 TEST_F(StoreTest, StaysBelowItsLimit)
 {
     StoreSettings settings = SmallSegments();
-    settings.limits.nBytes = 3 * 482'000;
+    settings.limits.nBytes = std::uint64_t{3} * 482'000;
     const auto pStore = OpenStore(m_pMachine, settings);
     Report report = MakeReport(std::string(1500, 'x'));
     EXPECT_TRUE(pStore->Add(report));
@@ -332,7 +333,9 @@ TEST_F(StoreTest, WritesAnewWhatAFailedSyncLeavesInDoubt)
     EXPECT_EQ(vecSynced.size(), 2U);
     EXPECT_NE(vecSynced.front(), vecSynced.back()) << "the same file is never synced again";
     EXPECT_EQ(CountFiles(*m_pMachine, ".seg"), 1U);
-    Machine::Random random(1);
+    const std::uint64_t nSeed = Seed();
+    SCOPED_TRACE("KTS_OUTBOX_SEED=" + std::to_string(nSeed));
+    Machine::Random random(nSeed);
     EXPECT_THAT(BodiesOf(FoundBy(m_pMachine->AfterPowerCut(random))), ElementsAre("2"));
     MustAdd(*pStore, "3");
     EXPECT_THAT(BodiesOf(AllWaiting(*pStore)), ElementsAre("2", "3"));
