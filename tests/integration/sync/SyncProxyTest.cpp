@@ -1,5 +1,5 @@
-// Which proxies a blocking call takes from the environment. Qt decides that; these tests check what the
-// README says about it.
+// Which proxies a blocking call takes from the environment. Qt decides that; these tests check what
+// docs/threads-and-waiting.md says about it.
 
 #include "SyncInterface.h"
 
