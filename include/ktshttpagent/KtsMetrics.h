@@ -35,7 +35,7 @@ enum class EKtsFailure {
     HttpStatus = 6,     ///< the server answered with an HTTP status that is no success
     Unreadable = 7,     ///< the reply can't be read: not HTTP, not JSON, too large, can't be decompressed
     Cancelled = 8,      ///< given up at the end of the transport or of the process
-    Other = 9,
+    Other = 9,          ///< anything else
 };
 
 /// How many failures `EKtsFailure` distinguishes.
