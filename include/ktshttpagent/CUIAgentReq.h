@@ -5,6 +5,7 @@
 /// settings of a site. The asynchronous senders are answered by the signals of CUIAgentRsp.h; connect them
 /// before the first request. RequestRecords.h has the records that a host passes in, ResultVariants.h those
 /// that come back, BlockingOutcome.h how a blocking call ended. A host without Qt uses IVelClientSDk.h.
+/// What the arguments mean to the server is in docs/glossary.md, as far as it is known.
 ///
 /// Threads: the one object belongs to the thread that first calls `CUIAgentReq::Instance()`; call its senders
 /// on that thread. Ownership: the library owns the object until the process ends; arguments are copied, or

@@ -2,7 +2,8 @@
 
 /// @file
 /// The records that a host passes with a request to `CUIAgentReq` (CUIAgentReq.h) and
-/// `VelCSDK::IVelClientSDk` (IVelClientSDk.h). The records that come back are in ResultRecords.h.
+/// `VelCSDK::IVelClientSDk` (IVelClientSDk.h). The records that come back are in ResultRecords.h. What the
+/// fields mean to the server is in docs/glossary.md, as far as it is known.
 ///
 /// Hosts and the library share the memory layout of these records, so the order of the fields must not
 /// change: a new library version may add fields only at the end of a record. All texts are UTF-8.

@@ -4,7 +4,7 @@
 /// The records that the decoders fill from the server's replies. A host with Qt finds them inside the
 /// variants of `CUIAgentRsp` (CUIAgentRsp.h; ResultVariants.h makes the variants readable). A host without Qt
 /// gets them in its `VelCSDK::ResponseCallBack` (IVelClientSDk.h). The records that a host passes with a
-/// request are in RequestRecords.h.
+/// request are in RequestRecords.h. What the fields mean is in docs/glossary.md, as far as it is known.
 ///
 /// All texts are UTF-8 as received, cut at their first NUL byte. If a member is missing in the reply, or has
 /// another JSON type, its field keeps the default.
