@@ -9,6 +9,7 @@ CODE = r"(?P<ticks>`+)(?!`).*?(?<!`)(?P=ticks)(?!`)"
 LINK = r"(?P<image>!?)\[(?P<text>(?:[^\[\]]|\[[^\]]*\])*)\]\((?P<target>[^()\s]+)\)"
 HEADING = r"^(?P<level>#{1,6}) (?P<heading>[^\n]+)$"
 BOLD = r"\*\*(?P<bold>[^\s*\[](?:[^*\[\n]|\n(?!\n))*)\*\*"
+LIST_TABLE = re.compile(r"(?:^ +\|[^\n]*\|\n)+", re.MULTILINE)
 GLOBAL_NAME = r"(?<![\w>)])::"
 TOKEN = re.compile(f"{FENCE}|{HEADING}|{LINK}|{BOLD}|{CODE}", re.DOTALL | re.MULTILINE)
 QUOTED = re.compile(r"^<!-- from (?P<path>\S+) -->\n```[^\n]*\n(?P<code>.*?)^```$", re.DOTALL | re.MULTILINE)
@@ -18,6 +19,19 @@ def anchor_of(heading):
     """@return the anchor that GitHub gives to a heading"""
     plain = re.sub(LINK, r"\g<text>", heading).strip().lower()
     return re.sub(r"[^\w\- ]", "", plain).replace(" ", "-")
+
+
+def as_html(table):
+    """@return a table of a list item in HTML, because Doxygen 1.9 ends the list before one in Markdown"""
+    rows = [line.strip().strip("|").split("|") for line in table[0].splitlines()]
+    indent = " " * (len(table[0]) - len(table[0].lstrip()))
+    text = f"{indent}<table>\n"
+    for number, row in enumerate(rows):
+        tag = "td" if number else "th"
+        if number != 1:  # the line that separates the header
+            cells = "".join(f"<{tag}>{cell.strip()}</{tag}>" for cell in row)
+            text += f"{indent}<tr>{cells}</tr>\n"
+    return f"{text}{indent}</table>\n"
 
 
 def without_global_names(code):
@@ -73,7 +87,7 @@ class MarkdownPage:
                 return f"<b>{TOKEN.sub(rewrite, token['bold'])}</b>"
             return token[0] if token["ticks"] is None else without_global_names(token[0])
 
-        text = TOKEN.sub(rewrite, self.text)
+        text = LIST_TABLE.sub(as_html, TOKEN.sub(rewrite, self.text))
         # Between two lines of Chinese there is no space.
         return re.sub(r"(?<=[\u3000-\u9fff\uff00-\uffef])\n *(?=[\u3000-\u9fff])", "", text)
 
