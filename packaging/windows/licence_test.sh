@@ -30,9 +30,10 @@ parts() {
 }
 
 component_of() { # prints the package of the first row that matches a part
-  local package patterns pattern
-  while IFS=$'\t' read -r package _ patterns; do
-    for pattern in $patterns; do
+  local package dlls files patterns pattern
+  while IFS=$'\t' read -r package dlls files; do
+    read -ra patterns <<<"$dlls $files"
+    for pattern in "${patterns[@]}"; do
       # shellcheck disable=SC2053 # a pattern
       if [[ $1 == $pattern ]]; then echo "$package"; return; fi
     done
@@ -41,11 +42,9 @@ component_of() { # prints the package of the first row that matches a part
   echo none
 }
 
-set -f # the patterns are not for files of the current folder
 "$here/components.sh" >"$folder/rows"
 parts >"$folder/parts"
 while read -r part; do component_of "$part"; done <"$folder/parts" >"$folder/found" 2>"$folder/unknown"
-set +f
 echo "-- $(wc -l <"$folder/parts") parts"
 [ "$(wc -l <"$folder/parts")" -ge 500 ] || fail "too few parts: at least 500 are expected"
 [ ! -s "$folder/unknown" ] || { cat "$folder/unknown"; result=1; }
@@ -55,6 +54,7 @@ while IFS=$'\t' read -r package _; do
   echo "   $source: $count files"
   [ "$count" -gt 0 ] || fail "components.tsv: nothing is used of $package"
   cmp "/usr/share/doc/$package/copyright" "$top/licenses/$source.txt" || fail "no licence of $source"
+  grep -qF "\"name\": \"$source\"" "$top/ktshttpagent.spdx.json" || fail "not in the bill of materials: $source"
   echo "$source.txt" >>"$folder/wanted"
 done <"$folder/rows"
 for file in "$top"/licenses/*.txt; do

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # make_zip.sh BUILD: makes two zips from a finished build for Windows, and a file with the checksum of each. The first
-# holds what hosts and their developers need; unpacked over it, the second adds the debug files of this project's DLLs
-# and programs. The same sources give the same bytes, whoever makes them and when: SOURCE_DATE_EPOCH, by default the
+# holds what hosts and their developers need; unpacked over it, the second adds the debug files of this project's and
+# the compiler's. The same sources give the same bytes, whoever makes them and when: SOURCE_DATE_EPOCH, by default the
 # time of the last commit, stands in place of all times.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -42,6 +42,20 @@ copy_licences() {
     while read -r licence; do cp -L "$licence" "$whole/licenses/common/${licence##*/}.txt"; done
 }
 
+# Lists the zip's files and the parts of others in it.
+write_bill_of_materials() (
+  cd "$whole"
+  parts=()
+  while IFS=$'\t' read -r package dlls _; do
+    component=$(dpkg-query -W -f='${source:Package}=${source:Version}' "$package")
+    # shellcheck disable=SC2206 # patterns
+    if [ "$dlls" = - ]; then parts+=(--static "$component"); else parts+=(--contained "$component" $dlls); fi
+  done < <("$here/components.sh")
+  "$here/../sbom/sbom.py" --name ktshttpagent-windows --version "$version" --created "$SOURCE_DATE_EPOCH" \
+    --folder . "${parts[@]}" >"$build/zip/bill.json"
+  mv "$build/zip/bill.json" ktshttpagent.spdx.json
+)
+
 # pack FOLDER ZIP: packs the one folder in FOLDER, in the order of the names, with one time and two sets of rights.
 pack() {
   find "$1" -type f -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
@@ -57,6 +71,7 @@ cmake --install "$build" --prefix "$whole" >/dev/null
 cp "$here/README.md" "$whole/"
 split_debug_files
 copy_licences
+write_bill_of_materials
 pack "$build/zip/whole" "$build/$name.zip"
 pack "$build/zip/debug" "$build/$name-debug.zip"
 echo "$build/$name.zip"
