@@ -13,6 +13,7 @@
 
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/IVelClientSDk.h>
+#include <ktshttpagent/KtsVersion.h>
 
 #include <QProcessEnvironment>
 
@@ -147,7 +148,7 @@ std::vector<SKtsUnknownName> KtsUnknownVariables()
 
 std::vector<SKtsVersion> KtsVersions()
 {
-    return {{"ktshttpagent", KTSHTTPAGENT_VERSION},
+    return {{"ktshttpagent", KtsVersion()},
             {"Qt", qVersion()},
             {"jsoncpp", JSONCPP_VERSION_STRING},
             {"RapidJSON", RAPIDJSON_VERSION_STRING}};

@@ -3,8 +3,6 @@
 #include "SettingsProfile.h"
 
 #include "outbox/OpenOutbox.h"
-#include "outbox/OutboxSettings.h"
-#include "platform/system/Environment.h"
 
 std::string ReadOutboxSetting()
 {
@@ -13,11 +11,6 @@ std::string ReadOutboxSetting()
 
 void OpenOutboxOfProfile()
 {
-    if (EnvironmentVariable(outbox::FOLDER_VARIABLE)) {
-        return; // also an empty value: it switches the outbox off for one host
-    }
-    const std::string strFolder = ReadOutboxSetting();
-    if (!strFolder.empty()) {
-        outbox::OpenIn(strFolder);
-    }
+    outbox::SetDefaultFolder(ReadOutboxSetting());
+    outbox::OpenConfigured();
 }

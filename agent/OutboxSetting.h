@@ -9,6 +9,6 @@ inline constexpr const char* OUTBOX_VALUE = "OutboxFolder";
 /// none.
 std::string ReadOutboxSetting();
 
-/// Opens the outbox in that folder, if there is one and the environment names none. Call it after the
-/// endpoint paths were read: Qt reports a broken profile only to its first reader.
+/// Makes that folder the default one of the outbox, now and whenever the SDK is started again, and opens the
+/// outbox. Call it after the endpoint paths were read: Qt reports a broken profile only to its first reader.
 void OpenOutboxOfProfile();

@@ -15,7 +15,10 @@ if(WIN32)
 endif()
 
 add_library(kts_options INTERFACE)
-target_compile_options(kts_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_compile_options(kts_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(PROJECT_IS_TOP_LEVEL)
+  target_compile_options(kts_options INTERFACE -Werror)
+endif()
 target_include_directories(kts_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 if(WIN32)
   # Windows 7 and later; headers without rarely used parts and without the macros min and max.
@@ -63,6 +66,18 @@ if(KTS_COVERAGE)
     ${counts} -fcoverage-mapping -fprofile-update=atomic "SHELL:-mllvm -runtime-counter-relocation")
   add_link_options(${counts})
 endif()
+
+# Makes a shared library one that hosts may use: with the include folder of the public headers, and on Linux with the
+# major version in the name under which it is loaded.
+function(kts_public_library target)
+  add_library(ktshttpagent::${target} ALIAS ${target})
+  target_compile_features(${target} INTERFACE cxx_std_17)
+  target_include_directories(${target} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
+  if(NOT WIN32)
+    set_target_properties(${target} PROPERTIES
+      VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN")
+  endif()
+endfunction()
 
 # Makes a shared library export exactly what its list in cmake/exports names. Windows does not need this: there only
 # what a header marks as exported is exported.

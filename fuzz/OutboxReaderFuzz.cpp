@@ -28,6 +28,7 @@ public:
 
     std::error_code Append(std::string_view /*bytes*/) override { return {}; }
     std::error_code Sync() override { return {}; }
+    std::error_code KeepReserved(std::uint64_t /*nBytes*/) override { return {}; }
 
     std::error_code Read(std::uint64_t nOffset, std::size_t nBytes, std::string& strBytes) const override
     {

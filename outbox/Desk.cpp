@@ -35,7 +35,8 @@ const std::string& StoredBody()
 Desk::Desk(const OutboxSettings& settings, Means means)
     : m_eSync(settings.eSync),
       m_means(std::move(means)),
-      m_courier({CourierSettings().nPerSecond, settings.bRepeatSeen}, *m_means.pRandom)
+      m_courier({CourierSettings().nPerSecond, settings.bRepeatSeen}, *m_means.pRandom),
+      m_bMayAdopt(m_means.bTransportRuns)
 {
     static_cast<void>(StoredBody()); // made while there is memory
 }
@@ -253,7 +254,9 @@ void Desk::Land(Flight& flight, Judgement judgement, Fate eFate, int nError, Mil
         const bool bWasInAlarm = m_courier.IsInAlarm();
         m_courier.End(flight, judgement, eFate, bAnswered, retryAfter, Now());
         bAlarm = !bWasInAlarm && m_courier.IsInAlarm();
-        bWake = !m_bStopped && (m_courier.HasBacklog() || !m_lstStored.empty());
+        const bool bAdoptsNow = !m_bMayAdopt && nError != CHttpOutcome::NotRunning;
+        m_bMayAdopt = m_bMayAdopt || bAdoptsNow;
+        bWake = !m_bStopped && (bAdoptsNow || m_courier.HasBacklog() || !m_lstStored.empty());
         m_change.notify_all();
     }
     if (bAlarm) {

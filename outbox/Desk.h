@@ -49,6 +49,9 @@ public:
         std::unique_ptr<Clock> pClock;
         std::unique_ptr<Random> pRandom;
         std::function<void(const SKtsReportEnding&)> fnObserver;
+        /// false: whether the transport runs is not known, as in the child of a fork. Then nothing is taken
+        /// over before it has carried a report.
+        bool bTransportRuns = true;
     };
     struct Figures {
         ShelfStatus shelf;
@@ -134,6 +137,7 @@ private:
     bool m_bWake = false;
     bool m_bClerkGone = false;
     bool m_bSyncs = false; ///< a sync is under way
+    bool m_bMayAdopt;      ///< what is taken over can be sent
     TimePoint m_tpAdopt{}; ///< next time
     TimePoint m_tpRetry{}; ///< no turn does more before: something failed that may fail again at once
 

@@ -32,7 +32,7 @@ TimePoint Desk::Turn() noexcept
         const Lock lock(m_mutex);
         m_bWake = false;
         bSync = m_tpSync && *m_tpSync <= tpNow;
-        bAdopt = !m_bStopped && m_tpAdopt <= tpNow;
+        bAdopt = !m_bStopped && m_bMayAdopt && m_tpAdopt <= tpNow;
     }
     if (bSync) {
         CallBackStored();
@@ -62,7 +62,7 @@ TimePoint Desk::NextTurn(bool bMore) const
     if (m_bStopped) {
         return tpSync;
     }
-    const TimePoint tpNext = std::min(m_tpAdopt, tpSync);
+    const TimePoint tpNext = std::min(m_bMayAdopt ? m_tpAdopt : TimePoint::max(), tpSync);
     if (bMore) {
         return std::min(tpNext, tpNow);
     }

@@ -37,6 +37,10 @@ public:
 
     /// Brings what was appended onto the disk, where it survives a power cut.
     virtual std::error_code Sync() = 0;
+
+    /// Gives back the room that was reserved for the file and is not used, but for so many bytes. Nobody may
+    /// be appending.
+    virtual std::error_code KeepReserved(std::uint64_t nBytes) = 0;
 };
 
 /// Keeps other processes from locking the same file, for as long as the object lives. The system frees the

@@ -91,10 +91,8 @@ public:
         }
         const int nDescriptor = pFile->Opened().Get();
         error = ErrorOf(::fchmod(nDescriptor, FILE_MODE));
-        if (!error && nReserve > 0 &&
-            ::fallocate(nDescriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(nReserve)) != 0 &&
-            errno != EOPNOTSUPP && errno != ENOSYS) {
-            error = LastError();
+        if (!error) {
+            error = ReserveBehind(nDescriptor, 0, nReserve);
         }
         if (error) {
             RemoveFile(strFile);

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,6 +18,15 @@ std::error_code LastError()
 std::error_code ErrorOf(int nResult)
 {
     return nResult == 0 ? std::error_code() : LastError();
+}
+
+std::error_code ReserveBehind(int nDescriptor, std::uint64_t nOffset, std::uint64_t nBytes)
+{
+    if (nBytes == 0 || ::fallocate(nDescriptor, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(nOffset),
+                                   static_cast<off_t>(nBytes)) == 0) {
+        return {};
+    }
+    return errno == EOPNOTSUPP || errno == ENOSYS ? std::error_code() : LastError();
 }
 
 std::error_code LinuxFile::Append(std::string_view bytes)
@@ -61,6 +71,17 @@ std::error_code LinuxFile::Read(std::uint64_t nOffset, std::size_t nBytes, std::
 std::error_code LinuxFile::Sync()
 {
     return ErrorOf(::fdatasync(m_descriptor.Get()));
+}
+
+std::error_code LinuxFile::KeepReserved(std::uint64_t nBytes)
+{
+    struct stat status {
+    };
+    // Cutting a file to the size that it has frees what is reserved behind it.
+    if (::fstat(m_descriptor.Get(), &status) != 0 || ::ftruncate(m_descriptor.Get(), status.st_size) != 0) {
+        return LastError();
+    }
+    return ReserveBehind(m_descriptor.Get(), static_cast<std::uint64_t>(status.st_size), nBytes);
 }
 
 /// A write beyond the process's limit for the size of its files would end the process.

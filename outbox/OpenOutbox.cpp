@@ -4,6 +4,7 @@
 #include "Outbox.h"
 #include "Say.h"
 
+#include "platform/system/Environment.h"
 #include "platform/system/NeverDestroyed.h"
 
 #include <exception>
@@ -33,15 +34,17 @@ private:
     std::mt19937_64 m_engine{std::random_device()()};
 };
 
-struct TheReceiver {
-    std::mutex mutex;
+struct TheRegistered {
+    std::mutex mutex; ///< guards everything below
     std::shared_ptr<const TransportPost::Receiver> pReceiver;
+    std::string strDefaultFolder;
 };
 
-TheReceiver& Registered()
+TheRegistered& Registered()
 {
-    static const NeverDestroyed<TheReceiver> receiver; // reports are called back until the process has ended
-    return *receiver;
+    static const NeverDestroyed<TheRegistered>
+        registered; // reports are called back until the process has ended
+    return *registered;
 }
 
 void Receive(const std::string& strBody, int nType, void* pUserData, int nHttpError)
@@ -96,11 +99,21 @@ bool OpenIn(const std::string& strFolder) noexcept
     }
 }
 
-bool OpenByEnvironment() noexcept
+void SetDefaultFolder(const std::string& strFolder)
+{
+    const std::lock_guard<std::mutex> lock(Registered().mutex);
+    Registered().strDefaultFolder = strFolder;
+}
+
+bool OpenConfigured() noexcept
 {
     try {
         std::vector<std::string> vecComplaints;
-        const OutboxSettings settings = ReadOutboxSettings(vecComplaints);
+        OutboxSettings settings = ReadOutboxSettings(vecComplaints);
+        if (!EnvironmentVariable(FOLDER_VARIABLE)) {
+            const std::lock_guard<std::mutex> lock(Registered().mutex);
+            settings.strFolder = Registered().strDefaultFolder;
+        }
         return !settings.strFolder.empty() && OpenWith(settings, vecComplaints);
     } catch (const std::exception&) { // no memory
         return false;

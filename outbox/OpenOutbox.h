@@ -16,8 +16,13 @@ void SetReceiver(TransportPost::Receiver fnReceiver);
 /// @return whether it is open
 bool OpenIn(const std::string& strFolder) noexcept;
 
-/// The same in the folder that the environment names.
-/// @return false also if it names none
-bool OpenByEnvironment() noexcept;
+/// Sets where `OpenConfigured` opens the outbox if the environment has no word on it; empty for nowhere, as
+/// at the beginning.
+void SetDefaultFolder(const std::string& strFolder);
+
+/// The same in the folder that the environment names, or else in the default one. An empty variable means: in
+/// none.
+/// @return false also if there is no such folder
+bool OpenConfigured() noexcept;
 
 } // namespace outbox

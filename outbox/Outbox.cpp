@@ -78,10 +78,11 @@ void RunClerk(Desk& desk) noexcept
 }
 
 /// @throws std::exception if there can be no outbox
-std::shared_ptr<Desk> MakeDesk(const OutboxSettings& settings, const MakeMeans& fnMake)
+std::shared_ptr<Desk> MakeDesk(const OutboxSettings& settings, const MakeMeans& fnMake, bool bTransportRuns)
 {
     Desk::Means means = fnMake();
     means.fnObserver = &CallObserver;
+    means.bTransportRuns = bTransportRuns;
     auto pDesk = std::make_shared<Desk>(settings, std::move(means));
     StartQuietThread([pDesk] { RunClerk(*pDesk); }).detach(); // `BeginStop` waits for it
     return pDesk;
@@ -139,27 +140,7 @@ std::vector<std::shared_ptr<Desk>> TakeEnded(TheOutbox& the)
     return vecEnded;
 }
 
-/// In the child of a fork, opens what the parent had open.
-void ReopenIfNeeded() noexcept
-{
-    OutboxSettings settings;
-    MakeMeans fnMake;
-    try {
-        const Lock lock(The().mutex);
-        if (!std::exchange(The().bReopen, false)) {
-            return;
-        }
-        settings = The().settings;
-        fnMake = The().fnMake;
-    } catch (const std::exception&) { // no memory: the child has no outbox
-        return;
-    }
-    Open(settings, std::move(fnMake));
-}
-
-} // namespace
-
-bool Open(const OutboxSettings& settings, MakeMeans fnMake) noexcept
+bool OpenWith(const OutboxSettings& settings, MakeMeans fnMake, bool bTransportRuns) noexcept
 {
     TheOutbox& the = The();
     try {
@@ -170,7 +151,7 @@ bool Open(const OutboxSettings& settings, MakeMeans fnMake) noexcept
         std::string strWhyNot;
         std::shared_ptr<Desk> pDesk;
         try {
-            pDesk = MakeDesk(settings, fnMake);
+            pDesk = MakeDesk(settings, fnMake, bTransportRuns);
             RegisterAtExit();
         } catch (const std::exception& error) {
             strWhyNot = error.what();
@@ -187,6 +168,31 @@ bool Open(const OutboxSettings& settings, MakeMeans fnMake) noexcept
     } catch (const std::exception&) { // no memory
         return false;
     }
+}
+
+/// In the child of a fork, opens what the parent had open. The transport may still be stopped there.
+void ReopenIfNeeded() noexcept
+{
+    OutboxSettings settings;
+    MakeMeans fnMake;
+    try {
+        const Lock lock(The().mutex);
+        if (!std::exchange(The().bReopen, false)) {
+            return;
+        }
+        settings = The().settings;
+        fnMake = The().fnMake;
+    } catch (const std::exception&) { // no memory: the child has no outbox
+        return;
+    }
+    OpenWith(settings, std::move(fnMake), false);
+}
+
+} // namespace
+
+bool Open(const OutboxSettings& settings, MakeMeans fnMake) noexcept
+{
+    return OpenWith(settings, std::move(fnMake), true);
 }
 
 bool MaySend() noexcept

@@ -84,6 +84,7 @@ private:
     std::error_code Open(std::uint64_t nBytes, std::shared_ptr<Segment>& pSegment);
     std::error_code Load(const std::shared_ptr<Segment>& pSegment);
     void SyncFound();
+    void GiveBackRoom();
     void Resolve(Segment& older, Segment& newer) const;
     void SetAside(Segment& segment, const SegmentDamage& damage);
     void RemoveEnded();

@@ -38,6 +38,7 @@ std::shared_ptr<Run> Run::Take(Folder& folder, const std::string& strName, std::
     error = pRun->LoadMissing();
     pRun->RemoveEnded();
     pRun->SyncFound();
+    pRun->GiveBackRoom();
     return pRun;
 }
 
@@ -89,6 +90,15 @@ void Run::SyncFound()
     const bool bDoubtful = !m_vecSegments.empty() && m_folder.Files().SyncFolder(Path());
     for (const std::shared_ptr<Segment>& pSegment : m_vecSegments) {
         pSegment->bDoubtful = pSegment->SyncFound() || bDoubtful;
+    }
+}
+
+/// A host that ends again and again while the server is away would fill the folder with room that is only
+/// reserved.
+void Run::GiveBackRoom()
+{
+    for (const std::shared_ptr<Segment>& pSegment : m_vecSegments) {
+        pSegment->GiveBackRoom();
     }
 }
 

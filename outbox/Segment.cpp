@@ -252,6 +252,18 @@ std::error_code Segment::SyncFound()
     return pFile == nullptr ? error : pFile->Sync();
 }
 
+void Segment::GiveBackRoom()
+{
+    const auto Keep = [this](const char* szSuffix, std::uint64_t nBytes) {
+        std::error_code error;
+        if (const std::unique_ptr<DiskFile> pFile = m_disk.OpenToAppend(Path(szSuffix), error)) {
+            static_cast<void>(pFile->KeepReserved(nBytes)); // then it takes room, and nothing else is wrong
+        }
+    };
+    Keep(".seg", 0);
+    Keep(".ack", m_nWaiting * MOST_ENDING_BYTES);
+}
+
 void Segment::NoteSynced(std::uint64_t nBytes)
 {
     m_nSynced = std::max(m_nSynced, nBytes);

@@ -78,6 +78,9 @@ public:
 
     /// Syncs a segment that was found.
     std::error_code SyncFound();
+    /// Gives back the room that nothing will fill in a segment that was found. That of the endings that may
+    /// still come is kept, so that a full disk doesn't refuse them.
+    void GiveBackRoom();
 
     /// What has to be synced: null for nothing.
     std::shared_ptr<DiskFile> Unsynced() const { return m_nBytes > m_nSynced ? m_pFile : nullptr; }

@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -81,6 +82,7 @@ private:
     const std::unique_ptr<Disk> m_pDisk;
     const StoreSettings m_settings;
     mutable Folder m_folder;
+    std::set<std::string> m_setLeft; ///< names of runs that there was no room for; of the adopting thread
 
     mutable std::mutex m_mutex; ///< guards everything below
     mutable bool m_bIsChild = false;

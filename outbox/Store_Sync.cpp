@@ -194,23 +194,30 @@ bool Store::Adopt()
     return bRetried || !vecTaken.empty();
 }
 
-/// Takes as many of these runs as there is room for; the oldest comes first.
+/// Takes as many of these runs as there is room for; the oldest comes first. The others are taken once and
+/// left again: that gives back the room of the disk that they had reserved.
 std::vector<std::shared_ptr<Run>> Store::Take(const std::vector<std::string>& vecNames, std::size_t nRoom)
 {
     std::multimap<std::int64_t, std::shared_ptr<Run>> mapTaken; // by age
+    std::set<std::string> setLeft;
     std::uint64_t nTorn = 0;
     std::error_code lastError;
     for (const std::string& strName : vecNames) {
-        if (mapTaken.size() >= nRoom) {
-            break;
+        const bool bRoom = mapTaken.size() < nRoom;
+        if (!bRoom && m_setLeft.count(strName) > 0) {
+            setLeft.insert(strName);
+            continue;
         }
         std::error_code error;
         const std::shared_ptr<Run> pRun = Run::Take(m_folder, strName, error);
-        nTorn += pRun != nullptr ? pRun->CountTorn() : 0;
         if (pRun != nullptr && pRun->IsOver()) {
+            nTorn += pRun->CountTorn();
             pRun->Remove();
-        } else if (pRun != nullptr) {
+        } else if (pRun != nullptr && bRoom) {
+            nTorn += pRun->CountTorn();
             mapTaken.emplace(OldestMs(*pRun), pRun);
+        } else if (pRun != nullptr) {
+            setLeft.insert(strName);
         }
         // Another process may own it, or have removed it meanwhile.
         if (error && error != std::errc::device_or_resource_busy &&
@@ -218,6 +225,7 @@ std::vector<std::shared_ptr<Run>> Store::Take(const std::vector<std::string>& ve
             lastError = error;
         }
     }
+    m_setLeft.swap(setLeft);
     std::vector<std::shared_ptr<Run>> vecTaken;
     for (const auto& [nMs, pRun] : mapTaken) {
         vecTaken.push_back(pRun);

@@ -48,6 +48,8 @@ public:
     std::error_code Append(std::string_view bytes) override;
     std::error_code Read(std::uint64_t nOffset, std::size_t nBytes, std::string& strBytes) const override;
     std::error_code Sync() override;
+    /// Does nothing: Windows gives back what is reserved when the last handle of a file is closed.
+    std::error_code KeepReserved(std::uint64_t /*nBytes*/) override { return {}; }
 
 private:
     const Handle m_handle;

@@ -34,7 +34,7 @@ VelClientSDk::VelClientSDk()
         reinterpret_cast<unsigned long long (*)()>(FindOptionalFunction("chttpclient", "CHttpClientQueued")));
     CHttpClientInit();
     CDataResponse::Instance()->SetEndpointPaths(m_pPaths);
-    outbox::OpenByEnvironment();
+    outbox::OpenConfigured();
 }
 
 // The transport ends first, because the replies that it still delivers need the decoders.

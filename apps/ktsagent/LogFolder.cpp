@@ -1,15 +1,17 @@
 #include "LogFolder.h"
 
+#include "platform/system/OptionalFunction.h"
+
 #include <ktshttpagent/clog.h>
 
 #include <QDir>
 #include <QFileInfo>
-#include <QLibrary>
 
 std::optional<QString> LogFolderIfKnown()
 {
     // Looked up at run time, because a site's own log may lack this function.
-    const auto fnFolder = reinterpret_cast<decltype(&Log_Folder)>(QLibrary::resolve("libclog", "Log_Folder"));
+    const auto fnFolder =
+        reinterpret_cast<decltype(&Log_Folder)>(FindOptionalFunction("libclog", "Log_Folder"));
     return fnFolder == nullptr ? std::nullopt : std::make_optional(QString::fromUtf8(fnFolder()));
 }
 

@@ -198,7 +198,7 @@ CHTTPCLIENT_API void CHttpClientSendRequest(int nType, const std::string& strUrl
 /// The text is made when it is asked for, so it costs nothing otherwise.
 ///
 /// The library itself can do without it, so a replacement of this transport need not have it. If it may be
-/// missing, look it up by its name, which is not mangled: dlsym, GetProcAddress, QLibrary::resolve.
+/// missing, look it up by its name, which is not mangled: dlsym with RTLD_DEFAULT, or GetProcAddress.
 ///
 /// May be called from any thread.
 ///

@@ -79,7 +79,7 @@ LIBCLOG_API void Log_Write(int level, const std::string& where, int line, const 
 /// The folder of the log, so that a host can tell its user where to look.
 ///
 /// The library itself never calls this, so a replacement of this log need not have it. If it may be missing,
-/// look it up by its name, which is not mangled: dlsym, GetProcAddress, QLibrary::resolve.
+/// look it up by its name, which is not mangled: dlsym with RTLD_DEFAULT, or GetProcAddress.
 ///
 /// May be called from any thread. It reads the settings if no line was written before.
 ///

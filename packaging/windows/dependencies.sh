@@ -19,7 +19,7 @@ qtOptions=(-opensource -confirm-license -xplatform win32-g++ -device-option CROS
   -shared -release -no-opengl -no-dbus -no-feature-sql -no-icu -no-openssl -schannel
   -qt-zlib -qt-pcre -qt-doubleconversion -nomake examples -nomake tests)
 case "${1:-}" in
-  --widgets) qtOptions+=(-widgets -qt-freetype -qt-harfbuzz -qt-libpng -qt-libjpeg) ;;
+  --widgets) qtOptions+=(-widgets -no-feature-tabletevent -qt-freetype -qt-harfbuzz -qt-libpng -qt-libjpeg) ;;
   *) qtOptions+=(-no-gui -no-widgets) ;;
 esac
 curlOptions=(-DBUILD_SHARED_LIBS=ON -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DENABLE_MANUAL=OFF -DHTTP_ONLY=ON

@@ -70,6 +70,7 @@ const std::map<std::string, std::string> ROOM_OF_PUBLIC_HEADER = {
     {"KtsOutbox.h", "outbox"},
     {"KtsSettings.h", "agent"},
     {"KtsTrace.h", "agent"},
+    {"KtsVersion.h", "agent"},
     {"RequestRecords.h", "sdk"},
     {"RequestType.h", "sdk"},
     {"ResultRecords.h", "sdk"},

@@ -5,18 +5,15 @@
 #include "DoctorReport.h"
 #include "Exchange.h"
 #include "ProgressLine.h"
-#include "SetVariable.h"
 #include "Verbose.h"
+#include "WithoutOutbox.h"
 
-#include "outbox/OutboxSettings.h"
-#include "platform/system/Environment.h"
 #include "platform/text/Escaping.h"
 
 #include <QElapsedTimer>
 
 #include <iostream>
 #include <memory>
-#include <optional>
 
 namespace
 {
@@ -50,15 +47,11 @@ StageReport RunTimed(const Stage& stage, Context& context)
     return {&stage, std::move(vecFindings), clock.elapsed()};
 }
 
-/// A session without an outbox, which would send the reports that wait in it: only queries are to be sent.
+/// A session without an outbox: only queries are to be sent.
 std::unique_ptr<AgentSession> OpenSession(const DoctorCall& call)
 {
-    constexpr const char* VARIABLE = outbox::FOLDER_VARIABLE;
-    const std::optional<std::string> optFolder = EnvironmentVariable(VARIABLE);
-    SetVariable(VARIABLE, ""); // also wins over a profile
-    auto pSession = std::make_unique<AgentSession>(call.server.optTls);
-    optFolder ? SetVariable(VARIABLE, *optFolder) : RemoveVariable(VARIABLE);
-    return pSession;
+    const WithoutOutbox withoutOutbox;
+    return std::make_unique<AgentSession>(call.server.optTls);
 }
 
 int RunDoctor(const DoctorCall& call)

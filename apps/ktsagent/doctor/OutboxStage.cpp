@@ -14,18 +14,6 @@ namespace
 /// A server that is restarted is back long before.
 constexpr std::chrono::minutes LONG_WAIT{15};
 
-/// The setting that names the folder: the variable, or the value of a profile; null for none.
-const SKtsSetting* FolderSetting(const Context& context)
-{
-    for (const char* szName : {"KTSHTTPAGENT_OUTBOX", "OutboxFolder"}) {
-        const SKtsSetting* const pSetting = context.FindSetting(szName);
-        if (pSetting != nullptr && !pSetting->strValue.empty()) {
-            return pSetting;
-        }
-    }
-    return nullptr;
-}
-
 std::string Count(std::uint64_t nCount, const char* szOne, const char* szMore)
 {
     return std::to_string(nCount) + ' ' + (nCount == 1 ? szOne : szMore);
@@ -83,7 +71,7 @@ Findings Inspect(const std::string& strFolder)
 
 Findings CheckOutbox(Context& context)
 {
-    const SKtsSetting* const pSetting = FolderSetting(context);
+    const SKtsSetting* const pSetting = FindFolderSetting(context.vecSettings);
     if (pSetting == nullptr) {
         return {{Mark::Ok, "There is no outbox: each report is sent once."}};
     }

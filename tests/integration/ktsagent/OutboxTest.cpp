@@ -35,8 +35,8 @@ TEST_F(OutboxCommand, NeedsAFolderThatIsAnOutbox)
 {
     const KtsagentRun none = Run({"outbox", "status"});
     EXPECT_EQ(none.nExit, 2);
-    EXPECT_THAT(none.strErr,
-                HasSubstr("--folder: no folder is named, neither here nor by KTSHTTPAGENT_OUTBOX"));
+    EXPECT_THAT(none.strErr, HasSubstr("--folder: no folder is named, neither here nor by "
+                                       "KTSHTTPAGENT_OUTBOX nor by a profile's OutboxFolder"));
     for (const char* szCommand : {"status", "list", "verify", "drain"}) {
         EXPECT_EQ(Outbox(szCommand).nExit, 1);
         EXPECT_FALSE(QDir(m_strFolder).exists()) << szCommand << " made it";
@@ -53,6 +53,19 @@ TEST_F(OutboxCommand, TakesTheFolderOfTheEnvironment)
     qunsetenv("KTSHTTPAGENT_OUTBOX");
     EXPECT_EQ(run.nExit, 0) << run.strErr;
     EXPECT_THAT(run.strOut, AllOf(HasSubstr("waiting: 0\n"), HasSubstr("Only the running host knows")));
+}
+
+TEST_F(OutboxCommand, TakesTheFolderOfAProfileAndSendsNothingFromIt)
+{
+    const auto pHost = Open();
+    Add(*pHost, "waits");
+    SetEndpoint("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL/BRELK/KTSStartPlugin", "OutboxFolder", m_strFolder);
+    const KtsagentRun run = Run({"outbox", "status"});
+    EXPECT_EQ(run.nExit, 0) << run.strErr;
+    EXPECT_THAT(run.strOut, HasSubstr("waiting: 1, the oldest"));
+    qputenv("KTSHTTPAGENT_OUTBOX", ""); // switches the outbox off
+    EXPECT_EQ(Run({"outbox", "status"}).nExit, 2);
+    qunsetenv("KTSHTTPAGENT_OUTBOX");
 }
 
 TEST_F(OutboxCommand, StatusTellsBesideARunningHostWhatWaits)

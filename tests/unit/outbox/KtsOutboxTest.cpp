@@ -45,7 +45,7 @@ TEST_F(KtsOutboxTest, IsClosedAtFirst)
     EXPECT_FALSE(status.bOpen);
     EXPECT_EQ(status.strFolder, "");
     EXPECT_EQ(status.strWhyNotOpen, "");
-    EXPECT_FALSE(outbox::OpenByEnvironment()) << "it names no folder";
+    EXPECT_FALSE(outbox::OpenConfigured()) << "it names no folder";
 }
 
 TEST_F(KtsOutboxTest, SaysAndLogsWhyItCantBeOpened)
@@ -78,17 +78,36 @@ TEST_F(KtsOutboxTest, IsOpenedByTheEnvironment)
 {
     ::setenv("KTSHTTPAGENT_OUTBOX", "/var/outbox", 1);
     ::setenv("KTSHTTPAGENT_OUTBOX_SYNC", "often", 1);
-    EXPECT_TRUE(outbox::OpenByEnvironment());
+    EXPECT_TRUE(outbox::OpenConfigured());
     EXPECT_EQ(KtsOutboxStatus().strFolder, "/var/outbox");
     ASSERT_EQ(RecordedLog().size(), 1U);
     EXPECT_EQ(RecordedLog()[0].strText,
               "KTSHTTPAGENT_OUTBOX_SYNC is \"often\", not one of 50, each, none; 50 stays in force");
 }
 
+TEST_F(KtsOutboxTest, IsOpenedInTheDefaultFolderUnlessTheEnvironmentHasAWordOnIt)
+{
+    outbox::SetDefaultFolder("/var/default");
+    ::setenv("KTSHTTPAGENT_OUTBOX", "", 1);
+    EXPECT_FALSE(outbox::OpenConfigured()) << "an empty word switches it off";
+    ::setenv("KTSHTTPAGENT_OUTBOX", "/var/outbox", 1);
+    EXPECT_TRUE(outbox::OpenConfigured());
+    EXPECT_EQ(KtsOutboxStatus().strFolder, "/var/outbox");
+    KtsCloseOutbox();
+    ::unsetenv("KTSHTTPAGENT_OUTBOX");
+    EXPECT_TRUE(outbox::OpenConfigured());
+    EXPECT_EQ(KtsOutboxStatus().strFolder, "/var/default");
+    KtsCloseOutbox();
+    EXPECT_TRUE(outbox::OpenConfigured()) << "as often as the SDK starts";
+    KtsCloseOutbox();
+    outbox::SetDefaultFolder("");
+    EXPECT_FALSE(outbox::OpenConfigured());
+}
+
 TEST_F(KtsOutboxTest, StaysClosedIfTheEnvironmentNamesAFolderThatCantBeUsed)
 {
     ::setenv("KTSHTTPAGENT_OUTBOX", "/network", 1);
-    EXPECT_FALSE(outbox::OpenByEnvironment());
+    EXPECT_FALSE(outbox::OpenConfigured());
     EXPECT_EQ(KtsOutboxStatus().strWhyNotOpen, "it is a network file system");
 }
 

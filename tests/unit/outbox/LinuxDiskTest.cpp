@@ -222,6 +222,30 @@ TEST_F(LinuxDiskTest, WaitsForNobodyAtTheOtherEndOfAPipe)
     EXPECT_EQ(error, std::errc::operation_not_permitted);
 }
 
+TEST_F(LinuxDiskTest, GivesBackReservedRoomWithoutChangingTheContent)
+{
+    const auto pDisk = Open();
+    std::error_code error;
+    const auto pFile = pDisk->Create("file", 1U << 20U, error);
+    ASSERT_NE(pFile, nullptr);
+    EXPECT_FALSE(pFile->Append("content"));
+    const auto BytesOnDisk = [&pDisk] {
+        std::vector<DiskEntry> vecEntries;
+        EXPECT_FALSE(pDisk->List("", vecEntries));
+        return vecEntries.at(0).nBytes;
+    };
+    ASSERT_GE(BytesOnDisk(), 1U << 20U);
+    EXPECT_FALSE(pFile->KeepReserved(64U << 10U));
+    EXPECT_GE(BytesOnDisk(), 64U << 10U);
+    EXPECT_LT(BytesOnDisk(), 256U << 10U);
+    EXPECT_FALSE(pFile->KeepReserved(0));
+    EXPECT_LE(BytesOnDisk(), 8U << 10U);
+    EXPECT_EQ(fs::file_size(m_path / "file"), 7U);
+    std::string strContent;
+    EXPECT_FALSE(pFile->Read(0, 100, strContent));
+    EXPECT_EQ(strContent, "content");
+}
+
 TEST_F(LinuxDiskTest, ReservesRoomWithoutChangingTheSize)
 {
     const auto pDisk = Open();

@@ -135,6 +135,16 @@ public:
         return error;
     }
 
+    std::error_code KeepReserved(std::uint64_t nBytes) override
+    {
+        const std::error_code error = m_pMachine->Before("keep reserved", m_strPath);
+        const std::lock_guard<std::mutex> lock(m_pMachine->m_mutex);
+        if (!error) {
+            m_pNode->nReserved = m_pNode->strContent.size() + nBytes;
+        }
+        return error;
+    }
+
 private:
     const std::shared_ptr<Machine> m_pMachine;
     const std::shared_ptr<Node> m_pNode;

@@ -2,6 +2,8 @@
 
 #include "ThreadedOutbox.h"
 
+#include <ktshttpagent/chttpclient.h>
+
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -44,6 +46,29 @@ TEST_F(OutboxTest, StartsAfreshInTheChildOfAFork)
     EXPECT_TRUE(State().bOpen);
     Close(0ms);
     EXPECT_TRUE(m_transport.AwaitCalls(1));
+}
+
+TEST_F(OutboxTest, TakesNothingOverInTheChildOfAForkBeforeItsTransportRuns)
+{
+    m_transport.bAnswers = false;
+    ASSERT_TRUE(Open({}, Make()));
+    EXPECT_TRUE(Await(&FakeShelf::Contents::nReads, 1)); // the thread is idle, as above
+    const pid_t nChild = ::fork();
+    if (nChild == 0) {
+        const std::uint64_t nBefore = m_disk.nAdoptions;
+        const auto fnIgnore = [](const std::string&, int, void*, int) {};
+        const bool bSent = SendOne(0) && SendOne(1);
+        const bool bSynced = Await(&FakeShelf::Contents::nSyncs, 1); // its thread has had a turn
+        OnReply("", m_transport.vecTokens.at(0), CHttpOutcome::NotRunning, fnIgnore);
+        const bool bNotYet = m_disk.nAdoptions == nBefore;
+        OnReply("", m_transport.vecTokens.at(1), -7, fnIgnore); // a failed connection was tried
+        const bool bThen = Await(&FakeShelf::Contents::nAdoptions, nBefore + 1);
+        BeginStop();
+        ::_exit(bSent && bSynced && bNotYet && bThen ? 0 : 1);
+    }
+    int nStatus = -1;
+    ASSERT_EQ(::waitpid(nChild, &nStatus, 0), nChild);
+    EXPECT_EQ(nStatus, 0);
 }
 
 TEST_F(OutboxTest, StaysClosedInTheChildOfAFork)

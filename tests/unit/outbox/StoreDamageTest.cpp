@@ -39,6 +39,7 @@ public:
         return {};
     }
     std::error_code Sync() override { return {}; }
+    std::error_code KeepReserved(std::uint64_t /*nBytes*/) override { return {}; }
 };
 
 class StoreDamage : public testing::Test

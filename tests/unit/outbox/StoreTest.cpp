@@ -295,6 +295,41 @@ TEST_F(StoreTest, StaysBelowItsLimit)
     EXPECT_EQ(pStore->Status().strLastError, pStore->WhyNot());
 }
 
+TEST_F(StoreTest, TakesLittleRoomForTheReportsOfManyHostsThatHaveEnded)
+{
+    StoreSettings settings = SmallSegments(1U << 20U);
+    for (int i = 0; i < 150; ++i) { // more than are taken over at once
+        const auto pKilled = OpenStore(m_pMachine, settings);
+        MustAdd(*pKilled, Numbered(i));
+    }
+    const auto pNext = OpenStore(m_pMachine, settings);
+    ASSERT_GT(pNext->Status().nBytes, 150U << 20U);
+    int nTaken = 0;
+    m_pMachine->fnBefore = [&nTaken](const std::string& strHere, const std::string&) {
+        nTaken += strHere == "lock" ? 1 : 0;
+        return std::error_code();
+    };
+    EXPECT_TRUE(pNext->Adopt());
+    EXPECT_EQ(nTaken, 150);
+    EXPECT_LT(pNext->Status().nBytes, 150U * 1000);
+    EXPECT_FALSE(pNext->Adopt());
+    EXPECT_EQ(nTaken, 150) << "runs without reserved room are left alone";
+    EXPECT_EQ(AllWaiting(*pNext).size(), 100U);
+    EXPECT_EQ(FoundAfterKill().size(), 100U);
+}
+
+TEST_F(StoreTest, KeepsRoomForTheEndingsOfReportsThatAreTakenOver)
+{
+    MustAdd(*OpenStore(m_pMachine), "1");
+    const auto pNext = OpenStore(m_pMachine);
+    EXPECT_TRUE(pNext->Adopt());
+    std::size_t nContent = 0;
+    for (const auto& [strFile, strContent] : m_pMachine->Files()) {
+        nContent += strContent.size();
+    }
+    EXPECT_EQ(pNext->Status().nBytes, nContent + 48); // an ending takes at most 48 bytes
+}
+
 TEST_F(StoreTest, RefusesAReportThatIsTooLarge)
 {
     const auto pStore = OpenStore(m_pMachine, {});
