@@ -17,7 +17,11 @@
 namespace
 {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int ENDS_OF_EACH = 2; // each takes a second
+#else
 constexpr int ENDS_OF_EACH = 5;
+#endif
 
 const std::vector<std::string> SPECIAL{
     "exit-on-another-thread-while-answers-come",
