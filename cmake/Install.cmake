@@ -31,7 +31,11 @@ function(kts_install_pc name description requires library flags)
 endfunction()
 kts_install_pc(ktshttpagent "${PROJECT_DESCRIPTION}" "Qt5Core >= 5.15" "-lktshttpagent" "-fPIC") # Qt demands it
 kts_install_pc(chttpclient "The asynchronous transport of ktshttpagent" "" "-lchttpclient" "")
-kts_install_pc(libclog "The log of ktshttpagent" "" "-l:libclog.so" "")
+set(clog -lclog)
+if(WIN32)
+  set(clog -llibclog) # its import library is called liblibclog.dll.a
+endif()
+kts_install_pc(libclog "The log of ktshttpagent" "" ${clog} "")
 
 if(KTS_BUILD_APPS)
   if(NOT WIN32)

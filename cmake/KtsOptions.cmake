@@ -42,10 +42,10 @@ function(kts_compile_as_one target)
   endif()
 endfunction()
 
-# kts_room(target): the same for the library's own code, but only with sanitizers. Without them each file is compiled by
-# itself, so that it includes what it uses, and a change costs one file.
+# kts_room(target): the same for the library's own code, but only with sanitizers or where a preset asks for it. Otherwise
+# each file is compiled by itself, so that it includes what it uses, and a change costs one file.
 function(kts_room target)
-  if(KTS_SANITIZE)
+  if(KTS_SANITIZE OR KTS_COMPILE_ROOMS_AS_ONE)
     kts_compile_as_one(${target})
   endif()
 endfunction()
