@@ -160,29 +160,6 @@ std::string Inspection::DropDead(const std::string& strName)
     return error ? error.message() : "";
 }
 
-std::string Inspection::DropWaiting(const std::string& strRun, std::uint64_t nSequence)
-{
-    std::error_code error = std::make_error_code(std::errc::no_such_file_or_directory);
-    std::vector<std::string> vecRuns;
-    static_cast<void>(m_folder.ListRuns(vecRuns));
-    if (!std::binary_search(vecRuns.begin(), vecRuns.end(), strRun)) { // locking it would create a file
-        return "there is no such run";
-    }
-    const std::shared_ptr<Run> pRun = Run::Take(m_folder, strRun, error);
-    if (pRun == nullptr) {
-        return error == std::errc::device_or_resource_busy ? "the process that stored it is still running"
-                                                           : error.message();
-    }
-    const bool bFound = pRun->IsWaiting(nSequence);
-    if (bFound) {
-        pRun->End(nSequence, Ending::Dropped);
-    }
-    if (pRun->IsOver()) {
-        pRun->Remove();
-    }
-    return bFound ? "" : "there is no such report";
-}
-
 Verdict Inspection::Verify()
 {
     Verdict verdict;

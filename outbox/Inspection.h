@@ -79,10 +79,6 @@ public:
     /// @return why that failed; empty if it did not
     std::string DropDead(const std::string& strName);
 
-    /// Ends a waiting report of a run whose owner is gone.
-    /// @return why that failed; empty if it did not
-    std::string DropWaiting(const std::string& strRun, std::uint64_t nSequence);
-
     /// Reads everything.
     Verdict Verify();
 

@@ -148,21 +148,6 @@ TEST_F(InspectionTest, DropsADeadLetter)
     EXPECT_NE(m_inspection.DropDead("../runs"), "");
 }
 
-TEST_F(InspectionTest, DropsAWaitingReportOfNobody)
-{
-    MustAdd("1");
-    MustAdd("2");
-    const std::string strRun = AllInspected().at(0).strRun;
-    EXPECT_EQ(m_inspection.DropWaiting(strRun, 1), "the process that stored it is still running");
-    m_pStore.reset();
-    EXPECT_EQ(m_inspection.DropWaiting(strRun, 1), "");
-    EXPECT_EQ(m_inspection.DropWaiting(strRun, 1), "there is no such report");
-    EXPECT_EQ(AllInspected().at(0).record.report.strBody, "2");
-    EXPECT_EQ(m_inspection.DropWaiting(strRun, 2), "");
-    EXPECT_THAT(m_pMachine->Files(), IsEmpty());
-    EXPECT_EQ(m_inspection.DropWaiting(strRun, 2), "there is no such run");
-}
-
 TEST_F(InspectionTest, TellsDamage)
 {
     MustAdd("first");
@@ -241,7 +226,6 @@ TEST_F(InspectionTest, TellsWhatTheDiskRefuses)
 {
     m_pStore->Bury(MustAdd("1"), Ending::Dead, "no", 400);
     MustAdd("2");
-    const std::string strRun = AllInspected().at(0).strRun;
     const std::string strLetter = m_inspection.ListDead().at(0);
     m_pStore.reset();
     const std::error_code REFUSED = std::make_error_code(std::errc::permission_denied);
@@ -249,8 +233,6 @@ TEST_F(InspectionTest, TellsWhatTheDiskRefuses)
     m_pMachine->fnBefore = [&](const std::string& strOperation, const std::string& strPath) {
         return strOperation + " " + strPath.substr(0, 4) == strRefused ? REFUSED : std::error_code();
     };
-    strRefused = "lock runs";
-    EXPECT_EQ(m_inspection.DropWaiting(strRun, 2), REFUSED.message());
     strRefused = "remove file dead";
     EXPECT_EQ(m_inspection.DropDead(strLetter), REFUSED.message());
     strRefused = "list runs";
