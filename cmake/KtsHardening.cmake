@@ -24,6 +24,8 @@ if(WIN32)
   # Windows touches the pages of a large frame in any case, and MinGW-w64 can't mark a program for Windows' shadow
   # stacks.
   add_link_options(-Wl,--dynamicbase,--nxcompat,--high-entropy-va)
+  # No file tells when it was linked, so that a second build gives the same files.
+  add_link_options(-Wl,--no-insert-timestamp)
 else()
   add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
   foreach(flag -fcf-protection=full -fstack-clash-protection) # not available on every processor

@@ -11,6 +11,7 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 if(WIN32)
   set(CMAKE_SHARED_LIBRARY_PREFIX "") # a DLL has the name of its target
+  add_compile_options(-g) # for the separate debug files of the zip
 endif()
 
 add_library(kts_options INTERFACE)

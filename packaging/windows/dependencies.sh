@@ -3,6 +3,8 @@
 # Debian's sources, googletest, and the header-only libraries. Everything is installed into one folder of the cache. Its
 # name contains a hash of all versions and options, so that later calls with the same ones use it again. Prints that
 # folder to stdout; all other output goes to stderr.
+#   --widgets  Qt with its modules for windows, QtGui and QtWidgets, in a folder of its own: for hosts that have windows.
+#              The library itself needs neither, and they take as long to build as all the rest.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
@@ -14,8 +16,12 @@ toolchain=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev)
 # Both HTTP interfaces use Windows' own TLS; zlib is linked into libcurl, for compressed replies. Debian's tarball of Qt
 # lacks the sources that -sql-* and -accessibility would need.
 qtOptions=(-opensource -confirm-license -xplatform win32-g++ -device-option CROSS_COMPILE=x86_64-w64-mingw32-
-  -shared -release -no-gui -no-widgets -no-opengl -no-dbus -no-feature-sql -no-icu -no-openssl -schannel
+  -shared -release -no-opengl -no-dbus -no-feature-sql -no-icu -no-openssl -schannel
   -qt-zlib -qt-pcre -qt-doubleconversion -nomake examples -nomake tests)
+case "${1:-}" in
+  --widgets) qtOptions+=(-widgets -no-feature-tabletevent -qt-freetype -qt-harfbuzz -qt-libpng -qt-libjpeg) ;;
+  *) qtOptions+=(-no-gui -no-widgets) ;;
+esac
 curlOptions=(-DBUILD_SHARED_LIBS=ON -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DENABLE_MANUAL=OFF -DHTTP_ONLY=ON
   -DCURL_USE_SCHANNEL=ON -DENABLE_UNICODE=ON -DCURL_ZLIB=ON -DZLIB_LIBRARY=/usr/x86_64-w64-mingw32/lib/libz.a
   -DCURL_USE_LIBSSH2=OFF -DUSE_LIBIDN2=OFF -DCURL_CA_BUNDLE=none -DCURL_CA_PATH=none)
@@ -28,6 +34,8 @@ sqliteOptions=(-O2 -DSQLITE_OMIT_LOAD_EXTENSION)
 guards=(-fstack-protector-strong)
 checks=(-D_FORTIFY_SOURCE=2)
 guardLibrary=-l:libssp.a
+# No file tells when it was made, so that a second build gives the same files.
+timeless=("-Wl,--no-insert-timestamp")
 systemLibraries=(-lkernel32 -luser32 -lgdi32 -lwinspool -lshell32 -lole32 -loleaut32 -luuid -lcomdlg32 -ladvapi32)
 
 source_version() { dpkg-query -W -f='${source:Package}=${source:Version}\n' "$@"; }
@@ -35,7 +43,7 @@ source_version() { dpkg-query -W -f='${source:Package}=${source:Version}\n' "$@"
 key() {
   { source_version "${fromSource[@]}" "${fromHeaders[@]}" "${toolchain[@]}"
     printf '%s\n' "${qtOptions[@]}" "${curlOptions[@]}" "${jsoncppOptions[@]}" "${googletestOptions[@]}" \
-      "${sqliteOptions[@]}" "${guards[@]}" "${checks[@]}" "$guardLibrary" 'names no folder'
+      "${sqliteOptions[@]}" "${guards[@]}" "${checks[@]}" "$guardLibrary" "${timeless[@]}" 'names no folder'
   } | sha256sum | cut -c1-16
 }
 
@@ -68,6 +76,7 @@ fetch_sources() {
   cat >>"$work/src/qtbase/mkspecs/win32-g++/qmake.conf" <<CONF
 QMAKE_CFLAGS += ${guards[@]} ${nameless[@]}
 QMAKE_CXXFLAGS += ${guards[@]} ${nameless[@]}
+QMAKE_LFLAGS += ${timeless[@]}
 QMAKE_LIBS += $guardLibrary
 CONF
 }
@@ -95,7 +104,7 @@ cross_cmake() {
   logged "$name-configure" cmake -G Ninja -S "$source" -B "$work/build/$name" \
     -DCMAKE_TOOLCHAIN_FILE="$here/../../cmake/mingw-w64.cmake" -DKTS_WINDOWS_PREFIX="$prefix" \
     -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" \
-    -DCMAKE_C_STANDARD_LIBRARIES="${systemLibraries[*]} $guardLibrary" \
+    -DCMAKE_SHARED_LINKER_FLAGS="${timeless[*]}" -DCMAKE_C_STANDARD_LIBRARIES="${systemLibraries[*]} $guardLibrary" \
     -DCMAKE_CXX_STANDARD_LIBRARIES="${systemLibraries[*]} $guardLibrary" "$@"
   logged "$name-build" ninja -C "$work/build/$name" -j"$jobs" install
 }

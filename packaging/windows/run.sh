@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Implements ./dev windows: cross-builds the project, makes the zip and runs the tests under Wine.
+# Implements ./dev windows: cross-builds the project, makes the zips, twice, and runs the tests under Wine.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 build=build/windows-mingw
@@ -25,7 +25,10 @@ fresh=()
 grep -qxE "KTS_WINDOWS_PREFIX:[A-Z]+=$KTS_WINDOWS_PREFIX" "$build/CMakeCache.txt" 2>/dev/null || fresh=(--fresh)
 cmake "${fresh[@]}" --preset windows-mingw >"$build-configure.log" 2>&1 || { cat "$build-configure.log"; exit 1; }
 cmake --build --preset windows-mingw
-(cd "$build" && cpack --config CPackConfig.cmake)
+"$scripts/make_zip.sh" "$build"
+
+say "the same again, from another folder"
+"$scripts/twice_test.sh" "$build"
 
 say "test"
 log=$build/test.log
