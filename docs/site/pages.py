@@ -19,7 +19,7 @@ from markdown_page import MarkdownPage
 ROOT = Path(__file__).resolve().parents[2]
 HEADERS = "include/ktshttpagent/"
 START = "docs/index.md"
-OF_THE_ROOT = ["SECURITY.md", "CONTRIBUTING.md", "CHANGELOG.md"]  # pages of the site that are not in docs/
+OUTSIDE = ["SECURITY.md", "CONTRIBUTING.md", "CHANGELOG.md", "packaging/windows/README.md"]  # pages that are not in docs/
 LANGUAGES = {".cpp": "{.cpp}", ".h": "{.cpp}", ".py": "{.py}", ".xml": "{.xml}"}
 
 
@@ -27,7 +27,7 @@ class Site:
     def __init__(self, folder: Path):
         self.folder = folder
         self.errors = []
-        paths = sorted(ROOT.glob("docs/*.md")) + [ROOT / name for name in OF_THE_ROOT if (ROOT / name).exists()]
+        paths = sorted(ROOT.glob("docs/*.md")) + [ROOT / name for name in OUTSIDE if (ROOT / name).exists()]
         self.pages = {path: MarkdownPage(ROOT, path) for path in paths}
         self.start = self.pages[ROOT / START]
         self.shown = {}  # files and folders that pages link to, and what the site shows for them
