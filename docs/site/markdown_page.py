@@ -81,7 +81,7 @@ class MarkdownPage:
             if token["heading"] is not None:
                 anchor = next(anchors)
                 if token["level"] != "#":
-                    return f"{token[0]} {{#{anchor}}}"
+                    return f"{token[0].replace('`', '')} {{#{anchor}}}"  # the table of contents would show tags
                 return f"{token[0]} {{#{self.id}}}" + ("\n[TOC]\n" if len(self.anchors) > 4 else "")
             if token["target"] is not None:
                 return rewrite_link(token)
