@@ -47,6 +47,8 @@ class MarkdownPage:
         self.root = root
         self.path = path
         self.id = path.name.removesuffix(".md").replace(".", "_")
+        if self.id == "README":
+            self.id = f"{path.parent.name}-README"
         self.text = path.read_text(encoding="utf-8")
         self.anchors = {}  # GitHub's anchor of each heading, and the one on the site
         self.title = ""
@@ -59,8 +61,8 @@ class MarkdownPage:
             times = sum(1 for known in self.anchors if re.fullmatch(re.escape(anchor) + r"(-\d+)?", known))
             if times:
                 anchor += f"-{times}"
-            plain = re.sub(r"[^a-z0-9-]", "", anchor).strip("-")
-            self.anchors[anchor] = f"{self.id}-{plain or len(self.anchors)}"
+            # Doxygen wants ASCII; a Chinese heading gets its number.
+            self.anchors[anchor] = f"{self.id}-{anchor if anchor.isascii() else len(self.anchors)}"
 
     def where(self, token):
         """@return file and line of a token, for messages"""
@@ -79,7 +81,7 @@ class MarkdownPage:
             if token["heading"] is not None:
                 anchor = next(anchors)
                 if token["level"] != "#":
-                    return f"{token[0]} {{#{anchor}}}"
+                    return f"{token[0].replace('`', '')} {{#{anchor}}}"  # the table of contents would show tags
                 return f"{token[0]} {{#{self.id}}}" + ("\n[TOC]\n" if len(self.anchors) > 4 else "")
             if token["target"] is not None:
                 return rewrite_link(token)

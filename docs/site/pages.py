@@ -19,7 +19,8 @@ from markdown_page import MarkdownPage
 ROOT = Path(__file__).resolve().parents[2]
 HEADERS = "include/ktshttpagent/"
 START = "docs/index.md"
-OF_THE_ROOT = ["SECURITY.md", "CONTRIBUTING.md", "CHANGELOG.md"]  # pages of the site that are not in docs/
+OUTSIDE = ["SECURITY.md", "CONTRIBUTING.md", "CHANGELOG.md", "examples/README.md",
+           "packaging/windows/README.md"]  # pages that are not in docs/
 LANGUAGES = {".cpp": "{.cpp}", ".h": "{.cpp}", ".py": "{.py}", ".xml": "{.xml}"}
 
 
@@ -27,7 +28,7 @@ class Site:
     def __init__(self, folder: Path):
         self.folder = folder
         self.errors = []
-        paths = sorted(ROOT.glob("docs/*.md")) + [ROOT / name for name in OF_THE_ROOT if (ROOT / name).exists()]
+        paths = sorted(ROOT.glob("docs/*.md")) + [ROOT / name for name in OUTSIDE if (ROOT / name).exists()]
         self.pages = {path: MarkdownPage(ROOT, path) for path in paths}
         self.start = self.pages[ROOT / START]
         self.shown = {}  # files and folders that pages link to, and what the site shows for them
@@ -90,7 +91,7 @@ class Site:
         shutil.rmtree(pages, ignore_errors=True)
         pages.mkdir(parents=True)
         for page in self.pages.values():
-            (pages / page.path.name).write_text(self.rewrite(page), encoding="utf-8")
+            (pages / f"{page.id}.md").write_text(self.rewrite(page), encoding="utf-8")
         for path, name in self.shown.items():
             (pages / f"{name}.md").write_text(listing(path, name), encoding="utf-8")
         for image in ROOT.glob("docs/images/*"):

@@ -8,7 +8,7 @@ import unittest
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-USED = ("docs", "examples", "include", "sdk/requests", "tests/integration/ktsagent")
+USED = ("docs", "examples", "include", "packaging", "sdk/requests", "tests/integration/ktsagent")
 
 
 class Site(unittest.TestCase):
