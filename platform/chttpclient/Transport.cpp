@@ -34,7 +34,9 @@ bool StartLibcurl()
 
 } // namespace
 
-Transport::Transport(Transport* pBeforeFork) : m_pBeforeFork(pBeforeFork)
+Transport::Transport(Transport* pBeforeFork)
+    : m_doubled([this](ExchangeList exchange) { m_workers.HandBack(std::move(exchange)); }),
+      m_pBeforeFork(pBeforeFork)
 {
     if (pBeforeFork != nullptr) {
         pBeforeFork->UnlockAfterFork();
@@ -67,6 +69,7 @@ bool Transport::Start()
         }
         const TransportSettings settings = ReadTransportSettings();
         m_workers.Start(settings);
+        m_doubled.Open();
         life.unlock(); // a site's own log may use the transport too
         LogStart(settings);
         return true;
@@ -81,6 +84,7 @@ void Transport::Stop()
 {
     std::unique_lock<std::mutex> life = LockLife();
     if (life) {
+        m_doubled.Close();
         const bool bRan = m_workers.Drain();
         m_workers.Stop(Workers::Clock::now() + CALLBACK_GRACE);
         life.unlock();
@@ -94,6 +98,7 @@ void Transport::End()
 {
     std::unique_lock<std::mutex> life = LockLife();
     if (life) {
+        m_doubled.Close();
         const bool bRan = m_workers.Drain();
         m_workers.End(Workers::Clock::now() + CALLBACK_GRACE);
         life.unlock();
@@ -114,7 +119,9 @@ void Transport::Send(HttpExchange request)
 {
     ExchangeList exchange;
     exchange.push_back(std::move(request));
-    m_workers.Send(std::move(exchange));
+    if (!m_doubled.Take(exchange)) {
+        m_workers.Send(std::move(exchange));
+    }
 }
 
 } // namespace chttpclient

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DoubledExchanges.h"
 #include "HttpExchange.h"
 #include "Workers.h"
 
@@ -35,6 +36,9 @@ public:
     void HandBack(HttpExchange reply);
     void SetReceiver(CHttpClientResponse fnReceiver) { m_workers.SetReceiver(std::move(fnReceiver)); }
 
+    /// Sets what takes requests instead of the network; an empty function for nothing.
+    void SetDouble(CHttpClientDouble fnDouble) { m_doubled.Set(std::move(fnDouble)); }
+
     /// How many requests wait for a connection.
     std::size_t Queued() const { return m_workers.Queued(); }
 
@@ -48,6 +52,7 @@ private:
 
     std::mutex m_mutexLife; ///< one start or stop at a time
     Workers m_workers;
+    DoubledExchanges m_doubled;
     /// Not used after construction and never freed: what it holds belongs to the parent.
     [[maybe_unused]] Transport* const m_pBeforeFork;
 };

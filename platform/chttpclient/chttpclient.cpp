@@ -1,3 +1,4 @@
+#include <ktshttpagent/CHttpClientDouble.h>
 #include <ktshttpagent/chttpclient.h>
 
 #include "ExchangeStory.h"
@@ -147,6 +148,11 @@ long long CHttpClientExchangeMicroseconds()
 void CHttpClientSetTrace(CHttpClientTrace fnTrace)
 {
     chttpclient::SetTrace(fnTrace);
+}
+
+void CHttpClientSetDouble(CHttpClientDouble fnDouble)
+{
+    UnlessThreadsAreGone([&] { TheTransport().SetDouble(std::move(fnDouble)); });
 }
 
 unsigned long long CHttpClientQueued()
