@@ -1,6 +1,7 @@
 #include "NAMDownload.h"
 
 #include "EnvironmentsProxy.h"
+#include "ManagerFactory.h"
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
 #include "ReplyBody.h"
@@ -83,7 +84,7 @@ bool NAMDownload::Start(const QString& strUrl, const QString& strTarget)
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setRawHeader("Accept-Encoding", "identity"); // so that the announced length is that of the file
-    m_pReply = get(request);
+    m_pReply = ManagerFor(*this).get(request);
     BoundBuffer(*m_pReply);
     connect(m_pReply, SIGNAL(readyRead()), this, SLOT(slot_NReply_readyRead()));
     connect(m_pReply, SIGNAL(downloadProgress(qint64, qint64)), this,

@@ -52,7 +52,7 @@ private:
     void CheckWhole();
     bool IsTooLarge() const;
 
-    QPointer<QNetworkReply> m_pReply; ///< a child of this object; deletes itself after its end
+    QPointer<QNetworkReply> m_pReply; ///< deleted after its end, or with this object
     std::unique_ptr<QFile> m_pFile;   ///< open while the download is in progress
     QString m_strTarget;
 };

@@ -3,6 +3,7 @@
 #include "BlockingSettings.h"
 #include "CallTrace.h"
 #include "EnvironmentsProxy.h"
+#include "ManagerFactory.h"
 #include "NetworkUse.h"
 #include "ProgressGuard.h"
 #include "ReplyBody.h"
@@ -87,11 +88,17 @@ QUrl RequestUrl(const QString& strUrl)
 NAManager::NAManager(QObject* parent) : QNetworkAccessManager(parent)
 {
     AvoidEnvironmentsProxy(*this);
-    connect(this, SIGNAL(finished(QNetworkReply*)), this, SLOT(slot_reply_finished(QNetworkReply*)));
-    NoteTlsErrors(*this);
+    Receive(*this);
 }
 
 NAManager::~NAManager() = default;
+
+/// Receives the end of an exchange of that manager.
+void NAManager::Receive(QNetworkAccessManager& access)
+{
+    connect(&access, SIGNAL(finished(QNetworkReply*)), this, SLOT(slot_reply_finished(QNetworkReply*)));
+    NoteTlsErrors(access);
+}
 
 void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
 {
@@ -112,9 +119,13 @@ void NAManager::SendRequest(QString strUrl, QByteArray baBody, int nMethod)
     // would put them; in a POST, Content-Length follows them instead of preceding them.
     request.setRawHeader("Connection", "Keep-Alive");
     request.setRawHeader("Accept-Encoding", ReplyBody::CODINGS);
-    ApplyBlockingSettings(*this, request);
+    QNetworkAccessManager& access = ManagerFor(*this);
+    if (&access != this) {
+        Receive(access);
+    }
+    ApplyBlockingSettings(access, request);
     TraceRequest(*this, request, nMethod == METHOD_POST ? &baBody : nullptr);
-    QNetworkReply* const pReply = nMethod == METHOD_POST ? post(request, baBody) : get(request);
+    QNetworkReply* const pReply = nMethod == METHOD_POST ? access.post(request, baBody) : access.get(request);
     m_pBody = std::make_unique<ReplyBody>(*pReply, ExchangeLimitsInForce().nMaxReplyBytes);
     connect(pReply, &QNetworkReply::readyRead, this, [this] { m_pBody->Receive(); });
     WatchInFlight(*this);

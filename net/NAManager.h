@@ -64,6 +64,7 @@ private Q_SLOTS:
     void slot_upload_progress(qint64 bytesSent, qint64 bytesTotal);
 
 private:
+    void Receive(QNetworkAccessManager& access);
     ExchangeEnd Read(QNetworkReply& reply, QJsonObject& object);
     void Answer(QNetworkReply& reply);
 
