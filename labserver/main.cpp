@@ -13,9 +13,12 @@ namespace
 
 constexpr int EXIT_USAGE = 2;
 
-int Serve(const LabServerOptions& options)
+int Serve(const LabServerOptions& options, bool bEndsWithInput)
 {
     const EndSignals ends;
+    if (bEndsWithInput) {
+        ends.CountInputEnd();
+    }
     LabServer server(options);
     const int nPort = server.Start();
     std::cout << "ktslabserver: listening on http://" << EscapeUnsafe(HostAndPort(options.strAddress, nPort))
@@ -28,6 +31,7 @@ int Serve(const LabServerOptions& options)
 int ParseAndServe(int nArguments, char** ppArguments)
 {
     LabServerOptions options;
+    bool bEndsWithInput = false;
     CLI::App app("A stand-in laboratory server. Ends on SIGTERM or SIGINT.", "ktslabserver");
     app.add_option("--port", options.nPort, "Port to listen on; 0 takes a free one and prints it")
         ->check(CLI::Range(0, 65535))
@@ -43,6 +47,8 @@ int ParseAndServe(int nArguments, char** ppArguments)
                    "Connections at a time, a thread and a file descriptor each; one more is answered 503")
         ->check(CLI::Range(1, 10'000))
         ->capture_default_str();
+    app.add_flag("--end-with-input", bEndsWithInput,
+                 "End also when the standard input ends, for a test that holds the other end of a pipe");
     app.footer("Exit status: 0 after such a signal, 1 when it can't serve, 2 wrong usage.");
     app.failure_message([](const CLI::App* pApp, const CLI::Error& error) {
         return CLI::FailureMessage::simple(
@@ -53,7 +59,7 @@ int ParseAndServe(int nArguments, char** ppArguments)
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : EXIT_USAGE; // asking for help is no error
     }
-    return Serve(options);
+    return Serve(options, bEndsWithInput);
 }
 
 } // namespace

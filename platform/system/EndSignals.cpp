@@ -1,5 +1,9 @@
 #include "EndSignals.h"
 
+#include "QuietThread.h"
+
+#include <array>
+
 #if defined(_WIN32)
 
 #include <windows.h>
@@ -29,6 +33,21 @@ EndSignals::~EndSignals()
     ::CloseHandle(g_hEnd);
 }
 
+void EndSignals::CountInputEnd() const
+{
+    const auto await = [] {
+        std::array<char, 512> bytes{};
+        DWORD nRead = 0;
+        do {
+            nRead = 0;
+            ::ReadFile(::GetStdHandle(STD_INPUT_HANDLE), bytes.data(), static_cast<DWORD>(bytes.size()),
+                       &nRead, nullptr);
+        } while (nRead > 0);
+        ::SetEvent(g_hEnd);
+    };
+    StartQuietThread(await).detach();
+}
+
 void EndSignals::Wait() const
 {
     ::WaitForSingleObject(g_hEnd, INFINITE);
@@ -44,6 +63,8 @@ bool EndSignals::WaitFor(std::chrono::nanoseconds time) const
 
 #include <ctime>
 
+#include <unistd.h>
+
 // Blocks the signals on this thread and on those that it creates later, so that they can be waited for. They
 // stay blocked: another signal while the program ends would otherwise kill it just before it is done.
 EndSignals::EndSignals()
@@ -52,6 +73,17 @@ EndSignals::EndSignals()
     sigaddset(&m_ends, SIGTERM);
     sigaddset(&m_ends, SIGINT);
     pthread_sigmask(SIG_BLOCK, &m_ends, nullptr);
+}
+
+void EndSignals::CountInputEnd() const
+{
+    const auto await = [] {
+        std::array<char, 512> bytes{};
+        while (::read(STDIN_FILENO, bytes.data(), bytes.size()) > 0) {
+        }
+        ::kill(::getpid(), SIGTERM);
+    };
+    StartQuietThread(await).detach();
 }
 
 void EndSignals::Wait() const

@@ -19,6 +19,9 @@ public:
     EndSignals(const EndSignals&) = delete;
     EndSignals& operator=(const EndSignals&) = delete;
 
+    /// From now on the end of the standard input counts as such a signal too. Call it once at most.
+    void CountInputEnd() const;
+
     /// Waits for one of them.
     void Wait() const;
 

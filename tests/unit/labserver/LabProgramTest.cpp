@@ -18,7 +18,8 @@ namespace
 class Program
 {
 public:
-    explicit Program(std::vector<std::string> vecArguments)
+    /// @param nInput  the descriptor that becomes its standard input; -1 for that of the test
+    explicit Program(std::vector<std::string> vecArguments, int nInput = -1)
     {
         std::array<int, 2> aOut{}, aErr{};
         if (pipe2(aOut.data(), O_CLOEXEC) != 0 || pipe2(aErr.data(), O_CLOEXEC) != 0) {
@@ -28,6 +29,9 @@ public:
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, aOut[1], STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&actions, aErr[1], STDERR_FILENO);
+        if (nInput >= 0) {
+            posix_spawn_file_actions_adddup2(&actions, nInput, STDIN_FILENO);
+        }
         vecArguments.insert(vecArguments.begin(), KTSLABSERVER);
         std::vector<char*> vecRaw;
         for (std::string& strArgument : vecArguments) {
@@ -119,6 +123,32 @@ TEST(LabProgram, AFurtherSignalIsNoneThatItDiesOf)
         program.Signal(nFurther);
         EXPECT_EQ(program.Wait(), 0);
     }
+}
+
+TEST(LabProgram, ItEndsWithItsInputIfTold)
+{
+    std::array<int, 2> aInput{};
+    ASSERT_EQ(pipe2(aInput.data(), O_CLOEXEC), 0);
+    Program program({"--end-with-input"}, aInput[0]);
+    close(aInput[0]);
+    const int nPort = program.ReadPort();
+    ASSERT_GT(nPort, 0);
+    EXPECT_EQ(write(aInput[1], "ignored\n", 8), 8);
+    EXPECT_EQ(LabClient(nPort).Get("/posts/1").nStatus, 200) << "it serves as long as the input is open";
+    close(aInput[1]);
+    EXPECT_EQ(program.Wait(), 0);
+    EXPECT_EQ(program.ErrLine(), "");
+}
+
+TEST(LabProgram, ItDoesNotMindTheEndOfItsInputIfNotTold)
+{
+    const int nEmpty = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    Program program({}, nEmpty);
+    close(nEmpty);
+    LabClient client(program.ReadPort());
+    EXPECT_EQ(client.Get("/posts/1").nStatus, 200);
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait(), 0);
 }
 
 TEST(LabProgram, ABusyPortIsSaidInOneLineAndIsAFailure)
