@@ -1,5 +1,5 @@
 # What is installed, on both systems, by component: runtime (the libraries), development (what is needed to build a
-# host), tools (the programs), documentation.
+# host), testing (the test kit), tools (the programs), documentation.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ktshttpagent)
@@ -11,7 +11,7 @@ install(TARGETS ${libraries} EXPORT ktshttpagentTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ktshttpagent DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  COMPONENT development)
+  COMPONENT development PATTERN testing EXCLUDE)
 
 # The CMake package.
 install(EXPORT ktshttpagentTargets NAMESPACE ktshttpagent:: DESTINATION ${package_dir} COMPONENT development)
@@ -26,8 +26,12 @@ install(FILES ${PROJECT_BINARY_DIR}/ktshttpagentConfig.cmake ${PROJECT_BINARY_DI
 file(RELATIVE_PATH prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" prefix_from_pc ${prefix_from_pc})
 function(kts_install_pc name description requires library flags)
+  set(component development)
+  if(ARGC GREATER 5)
+    set(component ${ARGV5})
+  endif()
   configure_file(${PROJECT_SOURCE_DIR}/cmake/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${component})
 endfunction()
 kts_install_pc(ktshttpagent "${PROJECT_DESCRIPTION}" "Qt5Core >= 5.15" "-lktshttpagent" "-fPIC") # Qt demands it
 kts_install_pc(chttpclient "The asynchronous transport of ktshttpagent" "" "-lchttpclient" "")
@@ -36,6 +40,20 @@ if(WIN32)
   set(clog -llibclog) # its import library is called liblibclog.dll.a
 endif()
 kts_install_pc(libclog "The log of ktshttpagent" "" ${clog} "")
+
+# The component testing: the test kit.
+install(TARGETS ktshttpagent_testing EXPORT ktshttpagentTestingTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT testing
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ktshttpagent/testing
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ktshttpagent COMPONENT testing)
+install(EXPORT ktshttpagentTestingTargets NAMESPACE ktshttpagent:: DESTINATION ${package_dir} COMPONENT testing)
+file(RELATIVE_PATH programs_from_package ${CMAKE_INSTALL_PREFIX}/${package_dir} ${CMAKE_INSTALL_FULL_BINDIR})
+configure_file(${CMAKE_CURRENT_LIST_DIR}/ktshttpagent-testing.cmake.in
+  ${PROJECT_BINARY_DIR}/ktshttpagent-testing.cmake @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/ktshttpagent-testing.cmake DESTINATION ${package_dir} COMPONENT testing)
+kts_install_pc(ktshttpagent-testing "The test kit of ktshttpagent" "ktshttpagent chttpclient Qt5Network"
+  "-lktshttpagent-testing" "" testing)
 
 if(KTS_BUILD_APPS)
   if(NOT WIN32)

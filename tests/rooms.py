@@ -2,7 +2,7 @@
 
 ROOMS = ("include/ktshttpagent", "agent", "net", "sdk", "outbox", "platform/chttpclient", "platform/clog",
          "platform/metrics", "platform/proxy", "platform/reply", "platform/system", "platform/text", "labserver",
-         "apps/ktsagent")
+         "apps/ktsagent", "testing")
 
 
 def room_of(path):

@@ -24,23 +24,30 @@ using Names = std::set<std::string>;
 /// Types that hosts use, or that occur in the names of exported functions.
 const Names OF_THE_INTERFACE = {
     "CDataResponse",
+    "CHttpClientAnswer",
+    "CHttpClientDouble",
+    "CHttpClientReply",
+    "CHttpClientRequest",
     "CHttpClientResponse",
     "CHttpClientTrace",
     "CKtsConnection",
     "CSource",
     "EBlockingEnd",
     "EKtsFailure",
+    "EKtsFault",
     "EKtsTrace",
     "EKtsReportEnding",
     "SAgentState",
     "SBatteryItem",
     "SBlockingOutcome",
     "SIdName",
+    "SKtsLabServerOptions",
     "SKtsMetrics",
     "SKtsOutboxStatus",
     "SKtsProfile",
     "SKtsReportEnding",
     "SKtsRequestMetrics",
+    "SKtsSent",
     "SKtsSetting",
     "SKtsTrace",
     "SKtsUnknownName",
@@ -150,7 +157,7 @@ std::string WholeText()
 {
     std::string strText;
     for (const std::string& strFile : SourcesIn({"include", "sdk", "agent", "net", "platform", "labserver",
-                                                 "apps", "bench", "examples", "fuzz", "tests"})) {
+                                                 "testing", "apps", "bench", "examples", "fuzz", "tests"})) {
         strText += TextOf(strFile) + "\n";
     }
     return strText;

@@ -112,7 +112,7 @@ std::vector<std::string> SourcesIn(const std::vector<std::string>& vecFolders)
 
 std::vector<std::string> ProductionSources()
 {
-    return SourcesIn({"include", "sdk", "agent", "net", "platform", "labserver", "apps"});
+    return SourcesIn({"include", "sdk", "agent", "net", "platform", "labserver", "testing", "apps"});
 }
 
 std::string TextOf(const std::string& strFile)

@@ -30,6 +30,6 @@ cp -r "$prefix" without
 rm -f without/lib/cmake/ktshttpagent/ktshttpagent-testing.cmake
 prefix=$PWD/without
 refused 'the component "testing" of ktshttpagent is not installed in' \
-  configure other "$major.$minor;REQUIRED;COMPONENTS;testing"
+  configure lacking "$major.$minor;REQUIRED;COMPONENTS;testing"
 quietly configure optional "$major.$minor;REQUIRED;OPTIONAL_COMPONENTS;testing"
 grep -q 'testing: FALSE' output.txt || fail "an optional component that is missing counts as found"

@@ -27,7 +27,7 @@ ldd "$lib"/lib*.so "$bin/ktslabserver" >ldd.txt
 ! grep 'not found' ldd.txt || fail "a file lacks libraries"
 "$bin/ktsagent" --version | grep -q "^ktshttpagent $version, " || fail "ktsagent tells another version than $version"
 
-headers() { (cd "$1/include/ktshttpagent" && ls ./*.h); }
+headers() { (cd "$1/include/ktshttpagent" && ls ./*.h testing/*.h); }
 diff <(headers "$source") <(headers "$prefix") || fail "the headers are not those of the source"
 for page in README.md SECURITY.md docs/reliability.md examples/minimal_host/main.cpp; do
   cmp "$source/$page" "$prefix/share/doc/ktshttpagent/$page" || fail "$page is not installed"

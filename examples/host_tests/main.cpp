@@ -1,0 +1,12 @@
+// Blocking senders and signals need a QCoreApplication; everything else is GoogleTest's own main function.
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
