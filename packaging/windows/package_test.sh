@@ -55,7 +55,5 @@ package=$(cd .. && pwd)
   -DKTS_WINDOWS_PREFIX="$prefix" -DCMAKE_BUILD_TYPE=Release -Dktshttpagent_DIR="$package/lib/cmake/ktshttpagent" &&
   ninja -C "$folder/host/build"; } >"$folder/host/log.txt" 2>&1 || { cat "$folder/host/log.txt"; exit 1; }
 cp "$folder/host/build/host.exe" .
-# The host from the README connects to port 8080, where most likely nothing listens; it prints "supported" or "not
-# supported" either way.
-"$here/wine.sh" host.exe 2>&1 | tr -d '\r' | tee "$folder/host.txt"
-grep -q 'supported' "$folder/host.txt"
+"$here/wine.sh" host.exe "$port" 2>&1 | tr -d '\r' | tee "$folder/host.txt"
+grep -q 'supported: "1.1.0"' "$folder/host.txt"

@@ -6,6 +6,7 @@ shift
 rm -rf "$folder"
 mkdir -p "$folder"
 cd "$folder"
-unset "${!KTSHTTPAGENT_@}" "${!CHTTPCLIENT_@}" "${!CLOG_@}" "${!CMAKE_PREFIX_@}" LD_LIBRARY_PATH PKG_CONFIG_PATH DESTDIR
+unset "${!KTSHTTPAGENT_@}" "${!CHTTPCLIENT_@}" "${!CLOG_@}" "${!CMAKE_PREFIX_@}" CMAKE_CXX_COMPILER_LAUNCHER \
+  LD_LIBRARY_PATH PKG_CONFIG_PATH DESTDIR
 export CLOG_DIR=$folder/log
 exec "$@"

@@ -1,0 +1,12 @@
+# The examples and the tutorial, built and run against what is installed.
+set(built ${PROJECT_BINARY_DIR}/installed/Examples.AreBuiltAndConfiguredAlone)
+set(tutorial ${PROJECT_BINARY_DIR}/installed/Tutorial.BuildsAfterEachStep)
+kts_installed_test(Examples.AreBuiltAndConfiguredAlone examples/build.sh)
+set_tests_properties(Examples.AreBuiltAndConfiguredAlone PROPERTIES FIXTURES_SETUP examples)
+kts_installed_test(Tutorial.BuildsAfterEachStep examples/steps.sh)
+set_tests_properties(Tutorial.BuildsAfterEachStep PROPERTIES FIXTURES_SETUP examples)
+foreach(example IN ITEMS minimal_host window_host blocking_host outbox_host own_transport own_log)
+  kts_installed_test(Examples.Runs_${example} examples/run.sh ${built} ${tutorial} ${example})
+  set_tests_properties(Examples.Runs_${example} PROPERTIES FIXTURES_REQUIRED "prefix;examples")
+endforeach()
+add_test(NAME Tutorial.ShowsTheProgramAsItIs COMMAND ${CMAKE_CURRENT_LIST_DIR}/tutorial.py check)
