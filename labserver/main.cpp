@@ -1,4 +1,5 @@
 #include "labserver/HostAndPort.h"
+#include "labserver/LabCommandLine.h"
 #include "labserver/LabServer.h"
 
 #include "platform/system/EndSignals.h"
@@ -28,26 +29,8 @@ int Serve(const LabServerOptions& options)
 int ParseAndServe(int nArguments, char** ppArguments)
 {
     LabServerOptions options;
-    CLI::App app("A stand-in laboratory server. Ends on SIGTERM or SIGINT.", "ktslabserver");
-    app.add_option("--port", options.nPort, "Port to listen on; 0 takes a free one and prints it")
-        ->check(CLI::Range(0, 65535))
-        ->capture_default_str();
-    app.add_option("--address", options.strAddress, "Address to listen on")
-        ->check([](const std::string& strText) {
-            return strText.empty() ? std::string("The address must not be empty") : std::string();
-        })
-        ->capture_default_str();
-    app.add_option("--data", options.strDataFile,
-                   "SQLite file to keep everything in, for its owner alone; without it, memory");
-    app.add_option("--max-connections", options.nMaxConnections,
-                   "Connections at a time, a thread and a file descriptor each; one more is answered 503")
-        ->check(CLI::Range(1, 10'000))
-        ->capture_default_str();
-    app.footer("Exit status: 0 after such a signal, 1 when it can't serve, 2 wrong usage.");
-    app.failure_message([](const CLI::App* pApp, const CLI::Error& error) {
-        return CLI::FailureMessage::simple(
-            pApp, CLI::Error(error.get_name(), EscapeUnsafe(error.what()), error.get_exit_code()));
-    });
+    CLI::App app;
+    DescribeLabCommandLine(app, options);
     try {
         app.parse(nArguments, ppArguments);
     } catch (const CLI::ParseError& error) {
