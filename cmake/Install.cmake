@@ -60,6 +60,9 @@ if(KTS_BUILD_APPS)
     file(RELATIVE_PATH libraries_from_programs ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
     set_target_properties(ktsagent ktslabserver PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_programs}")
   endif()
+  if(NOT CMAKE_CROSSCOMPILING AND NOT KTS_SANITIZE AND NOT KTS_COVERAGE) # the build runs a program that writes them
+    add_subdirectory(packaging/pages)
+  endif()
   install(TARGETS ktsagent ktslabserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 endif()
 

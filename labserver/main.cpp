@@ -1,4 +1,5 @@
 #include "labserver/HostAndPort.h"
+#include "labserver/LabCommandLine.h"
 #include "labserver/LabServer.h"
 
 #include "platform/system/EndSignals.h"
@@ -31,6 +32,7 @@ int Serve(const LabServerOptions& options, bool bEndsWithInput)
 int ParseAndServe(int nArguments, char** ppArguments)
 {
     LabServerOptions options;
+<<<<<<< HEAD
     bool bEndsWithInput = false;
     CLI::App app("A stand-in laboratory server. Ends on SIGTERM or SIGINT.", "ktslabserver");
     app.add_option("--port", options.nPort, "Port to listen on; 0 takes a free one and prints it")
@@ -54,6 +56,10 @@ int ParseAndServe(int nArguments, char** ppArguments)
         return CLI::FailureMessage::simple(
             pApp, CLI::Error(error.get_name(), EscapeUnsafe(error.what()), error.get_exit_code()));
     });
+=======
+    CLI::App app;
+    DescribeLabCommandLine(app, options);
+>>>>>>> refs/heads/install
     try {
         app.parse(nArguments, ppArguments);
     } catch (const CLI::ParseError& error) {

@@ -72,8 +72,10 @@ void AddArgument(CLI::App& command, const OperationOption& option, int& nArgumen
 
 void AddRecord(CLI::App& command, const std::vector<FieldSlot>& vecSlots, const Call& pCall)
 {
-    command.add_option("--file", pCall->strFile,
-                       "JSON file with an object of the record's fields; the options below win over it");
+    command
+        .add_option("--file", pCall->strFile,
+                    "JSON file with an object of the record's fields; the options below win over it")
+        ->type_name("FILE");
     for (const FieldSlot& slot : vecSlots) {
         const auto fnSet = [pCall, slot](const std::string& strText) {
             pCall->vecFieldTexts.emplace_back(slot, strText);

@@ -294,6 +294,7 @@ TEST(Arrows, EveryLinkLineFollowsThem)
         {"kts_agent", {"CURL", "spdlog", "chttpclient"}},
         {"kts_labserver", {"Qt5", "kts_sdk", "kts_agent", "kts_net", "chttpclient", "ktshttpagent"}},
         {"kts_lab_sockets", {"Qt5", "kts_sdk", "kts_agent", "kts_net", "chttpclient", "ktshttpagent"}},
+        {"ktsagent_commands", {"kts_sdk", "kts_agent", "kts_net"}},
         {"ktsagent", {"kts_sdk", "kts_agent", "kts_net"}},
         {"ktshttpagent_testing", {"kts_sdk", "kts_agent", "kts_net", "kts_labserver", "GTest", "Test"}},
     };
