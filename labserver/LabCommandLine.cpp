@@ -1,30 +1,30 @@
 #include "labserver/LabCommandLine.h"
 
-#include "labserver/LabServerOptions.h"
-
 #include "platform/text/Escaping.h"
 
 #include <CLI/CLI.hpp>
 
-void DescribeLabCommandLine(CLI::App& app, LabServerOptions& options)
+void DescribeLabCommandLine(CLI::App& app, LabCommandLine& line)
 {
     app.name("ktslabserver");
     app.description("A stand-in laboratory server. Ends on SIGTERM or SIGINT.");
-    app.add_option("--port", options.nPort, "Port to listen on; 0 takes a free one and prints it")
+    app.add_option("--port", line.options.nPort, "Port to listen on; 0 takes a free one and prints it")
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
-    app.add_option("--address", options.strAddress, "Address to listen on")
+    app.add_option("--address", line.options.strAddress, "Address to listen on")
         ->check([](const std::string& strText) {
             return strText.empty() ? std::string("The address must not be empty") : std::string();
         })
         ->capture_default_str();
-    app.add_option("--data", options.strDataFile,
+    app.add_option("--data", line.options.strDataFile,
                    "SQLite file to keep everything in, for its owner alone; without it, memory")
         ->type_name("FILE");
-    app.add_option("--max-connections", options.nMaxConnections,
+    app.add_option("--max-connections", line.options.nMaxConnections,
                    "Connections at a time, a thread and a file descriptor each; one more is answered 503")
         ->check(CLI::Range(1, 10'000))
         ->capture_default_str();
+    app.add_flag("--end-with-input", line.bEndsWithInput,
+                 "End also when the standard input ends, for a test that holds the other end of a pipe");
     app.footer("Exit status: 0 after such a signal, 1 when it can't serve, 2 wrong usage.");
     app.failure_message([](const CLI::App* pApp, const CLI::Error& error) {
         return CLI::FailureMessage::simple(

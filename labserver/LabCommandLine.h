@@ -1,12 +1,18 @@
 #pragma once
 
-struct LabServerOptions;
+#include "labserver/LabServerOptions.h"
 
 namespace CLI
 {
 class App;
 }
 
+/// What the program's command line asks for.
+struct LabCommandLine {
+    LabServerOptions options;
+    bool bEndsWithInput = false; ///< the server ends when the standard input does
+};
+
 /// Describes the program's command line, and thereby how it is parsed.
-/// @param options  where the values are put; must outlive the parse
-void DescribeLabCommandLine(CLI::App& app, LabServerOptions& options);
+/// @param line  where the values are put; must outlive the parse
+void DescribeLabCommandLine(CLI::App& app, LabCommandLine& line);

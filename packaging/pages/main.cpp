@@ -63,8 +63,8 @@ int main(int argc, char** argv)
                     "ktslabserver --port 8080 &\nktsagent support-ver --server 127.0.0.1:8080 --t 1.1.0",
                     "ktslabserver", DOCUMENTS});
         CLI::App server;
-        LabServerOptions options;
-        DescribeLabCommandLine(server, options);
+        LabCommandLine line;
+        DescribeLabCommandLine(server, line);
         WritePages(argv[1], server,
                    {argv[2], argv[3], "ktslabserver --port 8080 --data lab.db", "ktsagent", DOCUMENTS});
     } catch (const std::exception& error) {
