@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Tests that the site of the documentation is not built if something is wrong in it."""
+"""Tests that the site of the documentation is not built if something is wrong in it. That it is built otherwise,
+./dev docs shows before it runs these."""
 
 import shutil
 import subprocess
@@ -34,20 +35,12 @@ class Site(unittest.TestCase):
         self.assertIn(old, text)
         path.write_text(text.replace(old, new, 1), encoding="utf-8")
 
-    def build(self):
+    def assert_fails(self, *messages):
         run = subprocess.run([self.tree / "docs/build_site.sh", self.site], stdout=subprocess.PIPE,
                              stderr=subprocess.STDOUT, encoding="utf-8", check=False)
-        return run.returncode, run.stdout
-
-    def assert_fails(self, *messages):
-        status, output = self.build()
-        self.assertNotEqual(status, 0)
+        self.assertNotEqual(run.returncode, 0)
         for message in messages:
-            self.assertIn(message, output)
-
-    def test_is_built_if_nothing_is_wrong(self):
-        self.assertEqual(self.build(), (0, ""))
-        self.assertTrue((self.site / "html/index.html").is_file())
+            self.assertIn(message, run.stdout)
 
     def test_fails_for_a_page_with_dead_links(self):
         self.add("docs/tls.md", "\nSee [there](gone.md), [here](outbox.md#gone), ![so](images/gone.png).\n")
