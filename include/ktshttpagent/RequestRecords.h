@@ -5,8 +5,10 @@
 /// `VelCSDK::IVelClientSDk` (IVelClientSDk.h). The records that come back are in ResultRecords.h. What the
 /// fields mean to the server is in docs/glossary.md, as far as it is known.
 ///
-/// Hosts and the library share the memory layout of these records, so the order of the fields must not
-/// change: a new library version may add fields only at the end of a record. All texts are UTF-8.
+/// Hosts allocate these records, and share their memory layout with the library. So no field is added,
+/// removed or moved, not even at the end, while the libraries keep their SONAME: a host that was compiled
+/// with a shorter record would pass memory that lacks the new field. See docs/compatibility.md. All texts are
+/// UTF-8.
 ///
 /// Ownership and threads: plain values, which belong to the host; a call does not use its record any more
 /// after it returns.
