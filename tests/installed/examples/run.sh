@@ -30,6 +30,7 @@ await() { # await COMMAND...: until it succeeds
 }
 
 start_lab() { # start_lab [PORT]: sets lab and port
+  rm -f lab.txt # that of an earlier one, which says "listening" too
   "$prefix/bin/ktslabserver" --port "${1:-0}" >lab.txt &
   lab=$!
   await grep -qs listening lab.txt
