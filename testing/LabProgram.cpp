@@ -18,7 +18,7 @@ QString FindLabProgram(const QString& strGiven, QString& strError)
 {
     for (const QString& strNamed : {qEnvironmentVariable(VARIABLE), strGiven}) {
         if (!strNamed.isEmpty()) { // a name that is wrong must not lead to another program
-            const QString strFound = QStandardPaths::findExecutable(strNamed);
+            QString strFound = QStandardPaths::findExecutable(strNamed);
             strError =
                 strFound.isEmpty() ? "there is no program " + QDir::toNativeSeparators(strNamed) : QString();
             return strFound;
