@@ -29,9 +29,13 @@ function(kts_install_pc name description requires library flags)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endfunction()
+set(log_library -l:libclog.so) # its name does not begin with lib and a name of its own
+if(WIN32)
+  set(log_library -llibclog)
+endif()
 kts_install_pc(ktshttpagent "${PROJECT_DESCRIPTION}" "Qt5Core >= 5.15" "-lktshttpagent" "-fPIC") # Qt demands it
 kts_install_pc(chttpclient "The asynchronous transport of ktshttpagent" "" "-lchttpclient" "")
-kts_install_pc(libclog "The log of ktshttpagent" "" "-l:libclog.so" "")
+kts_install_pc(libclog "The log of ktshttpagent" "" "${log_library}" "")
 
 if(KTS_BUILD_APPS)
   if(NOT WIN32)
