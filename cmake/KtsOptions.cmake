@@ -35,17 +35,17 @@ endif()
 # kts_compile_as_one(target): several files of the target are compiled as one, because most of the time goes into headers
 # and templates that all of them use.
 function(kts_compile_as_one target)
-  if(KTS_COMPILE_AS_ONE AND NOT WIN32)
+  if(KTS_COMPILE_AS_ONE)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
     # GCC takes a class in an unnamed namespace of an included file for one that other files see too.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
   endif()
 endfunction()
 
-# kts_room(target): the same for the library's own code, but only with sanitizers or where a preset asks for it. Otherwise
-# each file is compiled by itself, so that it includes what it uses, and a change costs one file.
+# kts_room(target): the same for the library's own code, but only with sanitizers, for Windows, or where a preset asks for
+# it. Otherwise each file is compiled by itself, so that it includes what it uses, and a change costs one file.
 function(kts_room target)
-  if(KTS_SANITIZE OR KTS_COMPILE_ROOMS_AS_ONE)
+  if(KTS_SANITIZE OR WIN32 OR KTS_COMPILE_ROOMS_AS_ONE)
     kts_compile_as_one(${target})
   endif()
 endfunction()

@@ -1,11 +1,11 @@
 # The packages that the build needs, of Debian or, for Windows, of KTS_WINDOWS_PREFIX.
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
-find_package(CURL REQUIRED)
 if(WIN32)
   set(ZLIB_USE_STATIC_LIBS ON) # like in libcurl on Windows; it is too small to be worth a DLL
 endif()
-find_package(ZLIB REQUIRED)
+find_package(ZLIB REQUIRED) # before libcurl, whose package would look for zlib's DLL
+find_package(CURL REQUIRED)
 pkg_check_modules(jsoncpp REQUIRED IMPORTED_TARGET jsoncpp)
 if(KTS_WITH_QT)
   find_package(Qt5 5.15 REQUIRED COMPONENTS Core Network GLOBAL) # for a project that contains this one too

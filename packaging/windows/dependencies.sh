@@ -3,8 +3,6 @@
 # Debian's sources, googletest, and the header-only libraries. Everything is installed into one folder of the cache. Its
 # name contains a hash of all versions and options, so that later calls with the same ones use it again. Prints that
 # folder to stdout; all other output goes to stderr.
-#   --widgets  Qt with its modules for windows, QtGui and QtWidgets, in a folder of its own: for hosts that have windows.
-#              The library itself needs neither, and they take as long to build as all the rest.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
@@ -17,11 +15,8 @@ toolchain=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev)
 # lacks the sources that -sql-* and -accessibility would need.
 qtOptions=(-opensource -confirm-license -xplatform win32-g++ -device-option CROSS_COMPILE=x86_64-w64-mingw32-
   -shared -release -no-opengl -no-dbus -no-feature-sql -no-icu -no-openssl -schannel
-  -qt-zlib -qt-pcre -qt-doubleconversion -nomake examples -nomake tests)
-case "${1:-}" in
-  --widgets) qtOptions+=(-widgets -no-feature-tabletevent -qt-freetype -qt-harfbuzz -qt-libpng -qt-libjpeg) ;;
-  *) qtOptions+=(-no-gui -no-widgets) ;;
-esac
+  -qt-zlib -qt-pcre -qt-doubleconversion -nomake examples -nomake tests
+  -no-gui -no-widgets)
 curlOptions=(-DBUILD_SHARED_LIBS=ON -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DENABLE_MANUAL=OFF -DHTTP_ONLY=ON
   -DCURL_USE_SCHANNEL=ON -DENABLE_UNICODE=ON -DCURL_ZLIB=ON -DZLIB_LIBRARY=/usr/x86_64-w64-mingw32/lib/libz.a
   -DCURL_USE_LIBSSH2=OFF -DUSE_LIBIDN2=OFF -DCURL_CA_BUNDLE=none -DCURL_CA_PATH=none)
