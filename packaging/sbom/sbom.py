@@ -125,7 +125,7 @@ def document(arguments):
     own = identifier("Package", arguments.name)
 
     for kind, wanted in (("DYNAMIC_LINK", arguments.dynamic), ("STATIC_LINK", arguments.static)):
-        for text in sorted(wanted):
+        for text in sorted(set(wanted)):
             components.append(component_package(text, licences))
             relationships.append(relationship(own, kind, components[-1]["SPDXID"]))
     for text, *names in sorted(arguments.contained):
