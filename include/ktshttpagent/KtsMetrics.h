@@ -12,8 +12,7 @@
 /// For a lamp that shows whether the server can be reached, see KtsConnection.h.
 ///
 /// Threads: every function may be called from any thread. Ownership: a snapshot is a copy, which belongs to
-/// the caller. A member may be added at the end of a struct in a later version, so compile hosts against the
-/// headers of the version that they run with.
+/// the caller. Its layout stays the same as long as the library keeps its major version.
 
 #include "KtsExport.h"
 

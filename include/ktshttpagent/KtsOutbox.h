@@ -19,9 +19,8 @@
 /// If a value is none of these, the log says so, and the default is used. The variables are read when the
 /// outbox is opened.
 ///
-/// Threads: every function may be called from any thread. Ownership: texts and figures are copies. A member
-/// may be added at the end of a struct in a later version, so compile hosts against the headers of the
-/// version that they run with.
+/// Threads: every function may be called from any thread. Ownership: texts and figures are copies. The
+/// layout of the structs stays the same as long as the library keeps its major version.
 
 #include "KtsExport.h"
 
