@@ -24,6 +24,16 @@ read_layouts() {
   read_interface "$library" "$2"
 }
 
+# unnamed_types HEADERS prints the records, classes and enumerations of a folder of public headers that layouts.cpp does
+# not name. The headers of the test kit are left out: hosts compile it with their tests.
+unnamed_types() {
+  local type
+  awk '/^(struct|class|enum) / && !/;$/ { sub(/ (: .*|\{)$/, ""); print $NF }' "$1"/ktshttpagent/*.h |
+    while read -r type; do
+      grep -qw "$type" tests/abi/layouts.cpp || printf '%s\n' "$type"
+    done
+}
+
 # same_interface FILE compares a file with the stored one of the same name. It prints what differs, and fails if
 # anything does, additions too: what was once added is only missed later if the stored file knows it.
 same_interface() {

@@ -9,6 +9,11 @@ source tests/abi/binary_interface.sh
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
+unnamed=$(unnamed_types include)
+if [ -n "$unnamed" ]; then
+  echo "abi: tests/abi/layouts.cpp has to name these too: ${unnamed//$'\n'/, }" >&2
+  exit 1
+fi
 read_layouts include "$folder/layouts.abi"
 for name in libktshttpagent libchttpclient libclog; do
   read_library "$libraries/$name.so.0" "$folder/$name.abi"

@@ -91,4 +91,12 @@ must_tell "a number of an enumeration" compare_layouts "TimedOut" \
 must_tell "a parameter of an exported function" compare_log "Log_Write" \
   's/int (line,)/long \1/; s/(std::string&), int, const/\1, long, const/' $log own_log.cpp
 must_tell "an export that is removed" compare_log "Log_Folder" '/Log_Folder/d' libclog.map
+fresh_copy
+echo 'struct SNobodyNamed {' >>"$folder/$results"
+unnamed_types "$folder/include" >"$folder/report"
+if [ "$(cat "$folder/report")" = SNobodyNamed ]; then
+  echo "abi: told: a record that layouts.cpp does not name"
+else
+  fail "a record that layouts.cpp does not name is not told"
+fi
 [ "$failures" = 0 ]

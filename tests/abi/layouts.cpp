@@ -2,6 +2,7 @@
 // tells the layout of each, also of those that no exported function of the real libraries names. It is
 // compiled, never run.
 
+#include <ktshttpagent/CHttpClientDouble.h>
 #include <ktshttpagent/CUIAgentReq.h>
 #include <ktshttpagent/CUIAgentRsp.h>
 #include <ktshttpagent/IVelClientSDk.h>
@@ -21,6 +22,7 @@ Layouts(SBlockingOutcome*, CUIAgentReq*, CUIAgentRsp*, VelCSDK::IVelClientSDk*, 
         KTSStartPlugin::tagRepoIncubatorStatus*, tagBatteryTestData*, SResponseHeader*, USER_INFO*,
         SSupportVer*, SResponseGetProject*, SProjectItem*, SResponseGetBatteryStatus*, SBatteryItem*,
         SResponseGetAutoExport*, SResponseGetFtpFilePath*, SResponseGetChannelCheckData*,
-        SResponseGetWhetherInCommon*, CHttpOutcome::Outcome*, CHttpTrace::Part*)
+        SResponseGetWhetherInCommon*, CHttpOutcome::Outcome*, CHttpTrace::Part*, EBlockingEnd*,
+        EKtsReportEnding*, EKtsTrace*, SIdName*, CHttpClientRequest*, CHttpClientReply*)
 {
 }
