@@ -5,7 +5,7 @@
 set -euo pipefail
 folder=$2 copy=$2/$3
 mkdir -p "$folder"
-cp -r "$1" "$copy"
+cp -r --preserve=mode "$1" "$copy" # the source package contains the rights of the files
 shift 3
 
 offline=(unshare --net)

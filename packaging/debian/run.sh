@@ -20,13 +20,14 @@ check_version() {
     { echo "package: debian/changelog says $version, KtsVersion.h says ${header:-nothing}" >&2; exit 1; }
 }
 
-# Copies the files that git knows and that exist, or that it does not ignore.
+# Copies the files that git knows and that exist, or that it does not ignore, with the same rights for every umask.
 copy_sources() {
   local file
   mkdir -p "$1"
   git ls-files -z --cached --others --exclude-standard | while IFS= read -r -d '' file; do
     [ ! -e "$file" ] || printf '%s\0' "$file"
   done | xargs -0 cp --parents -t "$1"
+  chmod -R u=rwX,go=rX "$1"
 }
 
 # compare: fails, and shows the differences, unless both builds made the same files.
