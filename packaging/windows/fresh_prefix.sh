@@ -2,7 +2,7 @@
 # fresh_prefix.sh FOLDER: creates a fresh Wine prefix and keeps it running; "end_prefix.sh FOLDER" ends it.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-export WINEPREFIX=$1 KTS_WINE_ITSELF=1
+export WINEPREFIX=$1
 "$here/end_prefix.sh" "$WINEPREFIX"
 rm -rf "$WINEPREFIX"
 mkdir -p "$WINEPREFIX"

@@ -3,10 +3,7 @@
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 export WINEPREFIX=${WINEPREFIX:-$here/../../build/windows-mingw/wine} WINEARCH=win64
 export WINEDEBUG=${WINEDEBUG:--all}          # WINEDEBUG=+loaddll shows which DLL is missing
-# No dialogs about add-ons; and no zlib1.dll, which Wine has but Windows has not. The programs that make a prefix need it,
-# so KTS_WINE_ITSELF leaves it there.
-export WINEDLLOVERRIDES="mscoree,mshtml="
-[ -n "${KTS_WINE_ITSELF:-}" ] || WINEDLLOVERRIDES+=";zlib1=n"
+export WINEDLLOVERRIDES="mscoree,mshtml="    # no dialogs about add-ons
 export LC_ALL=C.UTF-8                        # otherwise file names beyond ASCII are invisible
 export WINEQT_FORCE_STDERR_LOGGING=1         # Wine passes QT_ variables on only under such a name
 # Sometimes Wine ends at once, without a message, before the program has begun. This is frequent when Wine replaces this
