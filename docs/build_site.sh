@@ -6,8 +6,6 @@ set -euo pipefail
 folder=$(realpath --canonicalize-missing "${1:?usage: docs/build_site.sh FOLDER}")
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 export KTS_SITE=$folder PYTHONDONTWRITEBYTECODE=1
-KTS_PAGES=$(basename --suffix=.md docs/*.md | paste -sd '|')
-export KTS_PAGES
 rm -rf "$folder/html" "$folder/xml"
 docs/site/pages.py "$folder"
 # Doxygen's own header, with the switch between light and dark added.

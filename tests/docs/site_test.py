@@ -59,9 +59,10 @@ class Site(unittest.TestCase):
         self.add("docs/tls.md", "\n<!-- from examples/minimal_host/main.cpp -->\n```cpp\nint main() { return 7; }\n```\n")
         self.assert_fails("this is not in examples/minimal_host/main.cpp")
 
-    def test_fails_for_an_undocumented_symbol(self):
+    def test_fails_for_an_undocumented_symbol_and_a_header_that_names_a_missing_page(self):
         self.add("include/ktshttpagent/KtsMetrics.h", "struct SUndocumented {\n    int nMember;\n};\n")
-        self.assert_fails("SUndocumented")
+        self.add("include/ktshttpagent/KtsMetrics.h", "/// See docs/gone.md.\nstruct SDocumented {};\n")
+        self.assert_fails("SUndocumented", "reference to 'gone'")
 
     def test_fails_for_names_that_are_not_explained(self):
         self.add("include/ktshttpagent/KtsMetrics.h", "/// Some.\nenum class ESome { UndocumentedValue };\n")
