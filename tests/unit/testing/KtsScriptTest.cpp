@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QString>
 #include <QtGlobal>
 
 using ::testing::ElementsAre;
