@@ -81,7 +81,7 @@ begin=$EPOCHSECONDS
 "$scripts/build.sh" "$first/sources" "$first" "ktshttpagent-$version" LC_ALL=C.UTF-8 TZ=UTC
 echo "$((EPOCHSECONDS - begin)) s"
 say "second build"
-(umask 0077 && "$scripts/build.sh" "$first/sources" "$second" another-folder LC_ALL=C TZ=Asia/Shanghai)
+(umask 0077 && "$scripts/build.sh" "$first/sources" "$second" "ktshttpagent-$version" LC_ALL=C TZ=Asia/Shanghai)
 
 say "both builds compared"
 compare
