@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
-#include <QHostAddress>
 #include <QPointer>
 #include <QTcpServer>
 #include <QTest>
