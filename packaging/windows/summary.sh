@@ -2,13 +2,20 @@
 # Summarises a test run for Windows: summary.sh CTEST-LOG OUTPUT-OF-THE-TESTS LIST-OF-TESTS-NOT-BUILT
 set -euo pipefail
 log=$1 printed=$2 notBuilt=$3
+output() { # prints the last 40 lines that a test printed
+  awk -v name="$1" '/^[0-9]+\/[0-9]+ Test: / { on = (substr($0, index($0, "Test: ") + 6) == name) } on' "$printed" |
+    tr -d '\r' | sed '/^<end of output>/,$d' | tail -n 40
+}
 reason() { # prints why a test was skipped
   awk -v name="$1" 'index($0, "[ RUN      ] " name) { on = 1; next } on && /Skipped\r?$/ { getline; print; exit }' \
     "$printed" | tr -d '\r'
 }
 
 echo "-- failed"
-sed -nE 's/^[^#]*#[0-9]+: (.*) \.+\*\*\*(Failed|Timeout|Exception.*|Not Run).*/   \1: \2/p' "$log"
+sed -nE 's/^[^#]*#[0-9]+: (.*) \.+\*\*\*(Failed|Timeout|Exception.*|Not Run).*/\1: \2/p' "$log" | while read -r failed; do
+  printf '   %s\n' "$failed"
+  output "${failed%: *}" | sed 's/^/      /'
+done
 echo "-- skipped at run time"
 sed -nE 's/^[^#]*#[0-9]+: ([^ ]+) \.+\*\*\*Skipped.*/\1/p' "$log" | while read -r name; do
   printf '   %s: %s\n' "$name" "$(reason "$name")"

@@ -1,4 +1,4 @@
-// The endpoint paths given by a site's registry, written with the system's own tool.
+// The endpoint paths given by a site's registry.
 
 #include "Registry.h"
 
@@ -20,22 +20,16 @@ namespace
 class Registry : public ::testing::Test
 {
 protected:
-    Registry()
-    {
-        EXPECT_TRUE(RunReg({"add", ROOT, "/f"})); // there may be none to delete
-        EXPECT_TRUE(RunReg({"delete", ROOT, "/f"}));
-    }
-    ~Registry() override { EXPECT_TRUE(RunReg({"delete", ROOT, "/f"})); }
+    Registry() { EXPECT_TRUE(DeleteRegistry(ROOT)); }
+    ~Registry() override { EXPECT_TRUE(DeleteRegistry(ROOT)); }
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
-    /// @param szType  the value's type, as the tool names it
+    /// @param szType  the value's type, as the system's tool names it
     static void Write(const QString& strProfile, const QString& strName, const QString& strData,
                       const char* szType = "REG_SZ")
     {
-        QString strKey = strProfile;
-        ASSERT_TRUE(
-            RunReg({"add", strKey.replace('/', '\\'), "/v", strName, "/t", szType, "/d", strData, "/f"}));
+        ASSERT_TRUE(WriteRegistry(strProfile, strName, strData, szType));
     }
 
     static std::string PathOf(int nType)

@@ -20,7 +20,7 @@ protected:
     // Removes the settings, so that the next test, another process on this machine, does not find them.
     ~Endpoints() override
     {
-        RunReg({"delete", "HKEY_LOCAL_MACHINE\\SOFTWARE\\ZORVAL", "/f"});
+        EXPECT_TRUE(DeleteRegistry("HKEY_LOCAL_MACHINE/SOFTWARE/ZORVAL"));
     }
 #endif
 };

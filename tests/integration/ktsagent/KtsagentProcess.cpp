@@ -84,8 +84,7 @@ void KtsagentProcess::SetEndpoint(const QString& strProfile, const QString& strV
                                   const QString& strPath) const
 {
 #if defined(Q_OS_WIN)
-    QString strKey = strProfile;
-    ASSERT_TRUE(RunReg({"add", strKey.replace('/', '\\'), "/v", strValue, "/d", strPath, "/f"}));
+    ASSERT_TRUE(WriteRegistry(strProfile, strValue, strPath));
 #else
     WriteFile(strProfile + ".ini", ("[General]\n" + strValue + "=" + strPath + "\n").toStdString());
 #endif
