@@ -78,7 +78,7 @@ private:
 
 std::string OnTerminal(const QStringList& lstArguments, int nStream)
 {
-    constexpr int PATIENCE_MS = 60'000;
+    constexpr int LONGEST_MS = 60'000;
     constexpr int READ_EACH_MS = 100;
     const Terminal terminal;
     ProcessOnTerminal process(terminal, nStream);
@@ -86,7 +86,7 @@ std::string OnTerminal(const QStringList& lstArguments, int nStream)
     std::string strSaid;
     QElapsedTimer clock;
     clock.start();
-    while (!process.waitForFinished(READ_EACH_MS) && !clock.hasExpired(PATIENCE_MS)) {
+    while (!process.waitForFinished(READ_EACH_MS) && !clock.hasExpired(LONGEST_MS)) {
         strSaid += terminal.Read(); // what it says must not fill the terminal's buffer
     }
     EXPECT_EQ(process.state(), QProcess::NotRunning);
