@@ -50,7 +50,7 @@ def merge_counts():
 def counting_files():
     """The programs and libraries of the build, as arguments for llvm-cov."""
     found = [path for path in sorted(BUILD.rglob("*")) if path.is_file() and not path.is_symlink() and
-             (path.parent.name == "bin" or path.suffix == ".so")]
+             (path.parent.name == "bin" or ".so" in path.suffixes)]
     return [found[0], *(f"-object={path}" for path in found[1:])]
 
 
