@@ -157,6 +157,21 @@ TEST_F(TransportReports, TellThatNobodyHasSeenTheBodyOfARefusedOne)
     EXPECT_EQ(m_vecTold[0].nBodySent, 0);
 }
 
+TEST_F(TransportReports, TellThatNobodyHasSeenTheBodyOfOneTooMany)
+{
+    Set("CHTTPCLIENT_MAX_OUTSTANDING", 1);
+    Set("CHTTPCLIENT_DRAIN_MS", 100);
+    const ScriptedServer server(Silent());
+    StartListening();
+    ASSERT_TRUE(Report(server.Url("/"), "{}", {}));
+    ASSERT_TRUE(Report(server.Url("/"), "{}", {}));
+    ASSERT_TRUE(m_replies.WaitFor(1));
+    EXPECT_EQ(m_vecTold[0].nHttpError, CHttpOutcome::TooManyOutstanding);
+    EXPECT_EQ(m_vecTold[0].nBodySent, 0);
+    ASSERT_TRUE(server.WaitForRequests(1));
+    CHttpClientUnInit();
+}
+
 TEST_F(TransportReports, ThatEndedTellNothingOutsideOfTheirCallback)
 {
     EXPECT_EQ(CHttpClientExchangeRetryAfter(), -1);

@@ -94,6 +94,7 @@ TEST(Metrics, LeaveOutTypesThatAreNotOurs)
     for (const int nType : {3099, 3116, 0, -1}) {
         metrics::NoteSent({nType, false});
         metrics::NoteSuccess({nType, false}, 1ms);
+        metrics::NoteStored({nType, false}, 1ms);
         metrics::NoteRefusal({nType, false}, 1ms, "no");
         metrics::NoteFailure({nType, false}, EKtsFailure::Other, 1ms, "why");
     }

@@ -352,10 +352,12 @@ TEST_F(VelClientSdk, TakesAReplyWithTheWordsOfTheOutboxForOneIfTheTransportTells
     ASSERT_TRUE(outbox::OpenIn((std::filesystem::path(std::getenv("HOME")) / "outbox").u8string()));
     m_client.GetWhetherInCommon("X");
     m_transport.Reply(outbox::StoredBody());
+    m_client.GetWhetherInCommon("X");
+    m_transport.Reply(R"({"success":true})");
     outbox::Close(outbox::Milliseconds(0));
     const SKtsMetrics figures = KtsMetrics();
     ASSERT_EQ(figures.vecRequests.size(), 1U);
-    EXPECT_EQ(figures.vecRequests.front().nSucceeded, 1U);
+    EXPECT_EQ(figures.vecRequests.front().nSucceeded, 2U);
     EXPECT_EQ(figures.vecRequests.front().nStored, 0U);
 }
 

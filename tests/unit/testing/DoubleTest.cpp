@@ -139,6 +139,30 @@ TEST_F(Double, GetsNothingOnceItIsRemoved)
     EXPECT_TRUE(m_vecAnswers.empty());
 }
 
+TEST_F(Double, TellsWhichFailuresSentNothing)
+{
+    const std::vector<int> vecUnsent = {CHttpOutcome::UnsupportedProtocol, CHttpOutcome::NotRunning,
+                                        CHttpOutcome::InvalidUrl,          CHttpOutcome::NameNotFound,
+                                        CHttpOutcome::ConnectionRefused,   CHttpOutcome::TlsFailed,
+                                        CHttpOutcome::UntrustedCertificate};
+    const std::vector<int> vecSent = {CHttpOutcome::NoReply, CHttpOutcome::ConnectionReset,
+                                      CHttpOutcome::TimedOut, 502};
+    std::vector<int> vecOutcomes = vecUnsent;
+    vecOutcomes.insert(vecOutcomes.end(), vecSent.begin(), vecSent.end());
+    CHttpClientSetDouble([&](const CHttpClientRequest& request, const CHttpClientAnswer& fnAnswer) {
+        fnAnswer({"", vecOutcomes.at(static_cast<std::size_t>(request.nType)), "", 0});
+    });
+    for (std::size_t nType = 0; nType < vecOutcomes.size(); ++nType) {
+        Receiver::Post(static_cast<int>(nType), "{}");
+    }
+    const auto vecCalls = m_receiver.Wait(vecOutcomes.size());
+    ASSERT_EQ(vecCalls.size(), vecOutcomes.size());
+    for (const ReceivedCall& call : vecCalls) {
+        EXPECT_EQ(call.nHttpError, vecOutcomes.at(static_cast<std::size_t>(call.nType)));
+        EXPECT_EQ(call.nBodySent, call.nType < static_cast<int>(vecUnsent.size()) ? 0 : 1) << call.nHttpError;
+    }
+}
+
 TEST_F(Double, TellsWhyThereIsNoReplyInTheTransportsWords)
 {
     CHttpClientSetDouble([](const CHttpClientRequest& request, const CHttpClientAnswer& fnAnswer) {

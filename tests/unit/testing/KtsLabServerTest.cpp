@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QHostAddress>
 #include <QProcess>
@@ -171,6 +172,31 @@ TEST(KtsLabServer, SaysWhereItLookedForTheProgram)
     EXPECT_TRUE(lab.Start()) << lab.Error().toStdString();
 }
 
+/// What a test without a QCoreApplication prints that looks for the program in this search path.
+QByteArray PrintedByAPlainTest(const QString& strPath)
+{
+    qunsetenv("KTSLABSERVER");
+    qputenv("PATH", strPath.toLocal8Bit());
+    QProcess test;
+    test.start(KTS_PLAIN_TEST, QStringList());
+    EXPECT_TRUE(test.waitForFinished(LONG_MS));
+    EXPECT_EQ(test.exitStatus(), QProcess::NormalExit);
+    return test.readAllStandardOutput().trimmed();
+}
+
+TEST(KtsLabServer, FindsTheProgramInTheSearchPathToo)
+{
+    EXPECT_GT(PrintedByAPlainTest(QCoreApplication::applicationDirPath()).toInt(), 0);
+}
+
+TEST(KtsLabServer, SaysWhereTheProgramIsNot)
+{
+    EXPECT_EQ(PrintedByAPlainTest("/no/such/folder"),
+              "KtsLabServer: the program ktslabserver is not found: it is neither beside the test nor in the "
+              "search path. "
+              "Install ktshttpagent's tools, or set the environment variable KTSLABSERVER to its path");
+}
+
 TEST(KtsLabServer, SaysWhyTheProgramDoesNotStart)
 {
     SKtsLabServerOptions options;
@@ -178,6 +204,57 @@ TEST(KtsLabServer, SaysWhyTheProgramDoesNotStart)
     KtsLabServer lab(options);
     EXPECT_FALSE(lab.Start());
     EXPECT_THAT(lab.Error().toStdString(), HasSubstr("/bin/false does not start: "));
+}
+
+/// A program of the shell, in a folder that goes with it.
+class ShellProgram
+{
+public:
+    explicit ShellProgram(const QByteArray& baCommands)
+    {
+        QFile file(Path());
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("#!/bin/sh\n" + baCommands + "\n");
+        file.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    }
+
+    QString Path() const { return m_folder.filePath("ktslabserver"); }
+
+private:
+    const QTemporaryDir m_folder;
+};
+
+TEST(KtsLabServer, SaysWhatAProgramSaidThatDoesNotListen)
+{
+    const ShellProgram program("echo something else; echo no port is free >&2; cat >/dev/null");
+    SKtsLabServerOptions options;
+    options.strProgram = program.Path();
+    KtsLabServer lab(options);
+    EXPECT_FALSE(lab.Start());
+    EXPECT_EQ(lab.Port(), 0);
+    EXPECT_THAT(lab.Error().toStdString(), HasSubstr("/ktslabserver does not start: "));
+}
+
+TEST(KtsLabServer, KillsAProgramThatDoesNotEndWithItsInput)
+{
+    const ShellProgram program("echo ktslabserver: listening on http://127.0.0.1:1/; exec sleep 600");
+    SKtsLabServerOptions options;
+    options.strProgram = program.Path();
+    options.nMostMilliseconds = 2'000;
+    KtsLabServer lab(options);
+    ASSERT_TRUE(lab.Start()) << lab.Error().toStdString();
+    EXPECT_EQ(lab.Port(), 1);
+    lab.Stop();
+    EXPECT_FALSE(lab.ClearFaults());
+    EXPECT_THAT(lab.Error().toStdString(), HasSubstr("the lab server is not started"));
+}
+
+TEST(KtsLabServer, SaysThatItFindsNoFolderForItsData)
+{
+    qputenv("TMPDIR", "/proc"); // where nobody may make one
+    KtsLabServer lab;
+    EXPECT_FALSE(lab.Start());
+    EXPECT_THAT(lab.Error().toStdString(), HasSubstr("no temporary folder can be made: "));
 }
 
 TEST(KtsLabServer, GivesUpOnAProgramThatSaysNothing)

@@ -65,6 +65,7 @@ TEST_F(Script, AnswersAPathByItsEnd)
     EXPECT_THAT(Bodies(1, 1, "http://h:1/system/Get.action/more"), ElementsAre("any"));
     EXPECT_THAT(Bodies(1, 1, "http://h:1?p=/system/Get.action"), ElementsAre("any"));
     EXPECT_THAT(Bodies(1, 1, "http://h:1"), ElementsAre("any"));
+    EXPECT_THAT(Bodies(1, 1, "h:1/system/Get.action"), ElementsAre("path")) << "a host may forget the scheme";
 }
 
 TEST_F(Script, TakesAPathWithASlashAtItsBeginning)

@@ -19,6 +19,7 @@ struct ReceivedCall {
     std::thread::id idThread;
     std::string strStory;
     long long nRetryAfter;
+    int nBodySent;
 };
 
 /// Starts the transport with a receiver that keeps all callbacks, and stops it.
@@ -31,7 +32,8 @@ public:
             [this](const std::string& strBody, int nType, void* pUserData, int nHttpError) {
                 const std::lock_guard<std::mutex> lock(m_mutex);
                 m_vecCalls.push_back({strBody, nType, pUserData, nHttpError, std::this_thread::get_id(),
-                                      CHttpClientExchangeStory(), CHttpClientExchangeRetryAfter()});
+                                      CHttpClientExchangeStory(), CHttpClientExchangeRetryAfter(),
+                                      CHttpClientExchangeBodySent()});
                 m_changed.notify_all();
             });
         CHttpClientInit();
