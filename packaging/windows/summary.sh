@@ -17,7 +17,7 @@ sed -nE 's/^[^#]*#[0-9]+: (.*) \.+\*\*\*(Failed|Timeout|Exception.*|Not Run).*/\
   output "${failed%: *}" | sed 's/^/      /'
 done
 echo "-- skipped at run time"
-sed -nE 's/^[^#]*#[0-9]+: ([^ ]+) \.+\*\*\*Skipped.*/\1/p' "$log" | while read -r name; do
+tr -d '\r' <"$printed" | sed -nE 's/^\[  SKIPPED \] (.*) \([0-9]+ ms\)$/\1/p' | while read -r name; do
   printf '   %s: %s\n' "$name" "$(reason "$name")"
 done
 echo "-- not built for Windows"
