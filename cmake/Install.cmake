@@ -66,9 +66,23 @@ if(KTS_BUILD_APPS)
   install(TARGETS ktsagent ktslabserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 endif()
 
-foreach(page IN ITEMS README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md)
-  install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation OPTIONAL)
+# Each page keeps its place relative to the others, so that their links hold.
+foreach(page IN ITEMS README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE packaging/windows/README.md
+    packaging/sbom/licences.tsv)
+  cmake_path(GET page PARENT_PATH folder)
+  install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder} COMPONENT documentation
+    OPTIONAL)
 endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT documentation
   PATTERN Doxyfile EXCLUDE PATTERN build_site.sh EXCLUDE PATTERN site EXCLUDE)
+# The headers lie elsewhere than in the source tree, so the links to them are written anew.
+file(RELATIVE_PATH headers_from_pages ${CMAKE_INSTALL_FULL_DOCDIR} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+install(CODE "
+  set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DOCDIR}\")
+  file(GLOB pages \"\${folder}/*.md\" \"\${folder}/docs/*.md\")
+  foreach(page IN LISTS pages)
+    file(READ \"\${page}\" text)
+    string(REGEX REPLACE \"(\\\\]\\\\((\\\\.\\\\./)?)include/\" \"\\\\1${headers_from_pages}/\" text \"\${text}\")
+    file(WRITE \"\${page}\" \"\${text}\")
+  endforeach()" COMPONENT documentation)

@@ -21,15 +21,19 @@ namespace
 /// Never destroyed: a request from a static destructor must still find it.
 FileTransport* g_pTransport = new FileTransport;
 
-/// Ends the transport together with the process, if nobody has done so before.
+/// Ends the transport together with the process, if nobody has done so before. On Windows it does nothing:
+/// all other threads are gone when a DLL's functions of atexit run, so waiting for one might never end. There
+/// the host stops the transport before its end (`SDKFactory::DestoryInstance`), or what still waits is lost.
 void EndWithProcess()
 {
+#if !defined(_WIN32)
     static std::once_flag once;
     std::call_once(once, [] {
         if (std::atexit([] { g_pTransport->Stop(); }) != 0) {
             Log_Write(1, "CHttpClientInit", 1, "requests that wait when the process ends will be lost");
         }
     });
+#endif
 }
 
 #if defined(__unix__)

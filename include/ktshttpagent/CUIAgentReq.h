@@ -74,7 +74,8 @@ public:
     /// its port. An IPv6 address must be in brackets, "[::1]"; without them the request fails.
     /// @{
 
-    /// Who is this user? Answer: `CUIAgentRsp::SigGetUserInfoRet`.
+    /// Who is this user? `userId` is the user's number on the server. Answer:
+    /// `CUIAgentRsp::SigGetUserInfoRet`.
     void SendGetUserInfo(QString strIp, int nPort, int userId);
     /// Is this version supported? `t` is a query text. Answer: `CUIAgentRsp::SigGetSupportVerRet`.
     void SendGetSupportVer(QString strIp, int nPort, QString t);
@@ -147,8 +148,10 @@ public:
     /// @param nPort      its port
     /// @param nTimeout   milliseconds
     /// @param req        the query's arguments; its four texts are query texts
-    /// @param bAllow     out: whether the server said "yes", in upper or lower case
-    /// @param strReason  out: the server's reason
+    /// @param bAllow     out: whether "allowBoot" of the reply's object "result" is "yes", in upper or lower
+    ///                   case
+    /// @param strReason  out: "reason" of that object, the server's words
+    /// @return whether the reply's member "success" is true; only then do the two say what the server thinks
     bool SendGetChannelCheckDataEx(QString strIp, int nPort, int nTimeout, tagSRequestGetChannelCheckData req,
                                    bool& bAllow, QString& strReason);
     /// Is this cell barcode in common?
@@ -156,15 +159,19 @@ public:
     /// @param nPort     its port
     /// @param nTimeout  milliseconds
     /// @param strDxtm   the barcode, a query text
-    /// @param bCommon  out: whether it is
+    /// @param bCommon   out: the reply's member "common"
+    /// @return whether the reply's member "success" is true
     bool SendGetWhetherInCommonEx(QString strIp, int nPort, int nTimeout, QString strDxtm, bool& bCommon);
     /// Reports one battery test result. Always returns false, because no reply counts as a success.
     bool SendPostUploadDataEx(QString strIp, int nPort, int nTimeout, tagBatteryTestData& data);
-    /// Reports cycle data; the arguments are those of `SendPostReportCycleData`. On failure the calling
-    /// thread sleeps for 2 s, without handling events, before this returns false. The next two senders do the
-    /// same.
+    /// Reports cycle data; the arguments are those of `SendPostReportCycleData`, and `nTimeout` in
+    /// milliseconds. On failure the calling thread sleeps for 2 s, without handling events, before this
+    /// returns false. The next two senders do the same.
+    /// @return whether the reply's member "code" is the text "success", in upper or lower case, and its
+    ///         member "message" a text that is not empty
     bool SendPostReportCycleDataEx(QString strUrl, int nTimeout, std::string strData);
-    /// Reports step data to the step endpoint; `strData` is sent between "[" and "]", as cycle data is.
+    /// Reports step data to the step endpoint; `strData` is sent between "[" and "]", as cycle data is. What
+    /// it returns is determined as for cycle data.
     bool SendPostReportStepDataEx(QString strUrl, int nTimeout, std::string strData);
     /// Reports step data exactly as given, to the ORN endpoint. Every reply without a network error is a
     /// success.

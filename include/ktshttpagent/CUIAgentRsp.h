@@ -33,11 +33,12 @@
 /// before it. After it is destroyed, results are dropped. Its destructor waits, for 5 s at most, until other
 /// threads have finished the deliveries that they have begun.
 ///
-/// `bSucc` is false if the exchange failed or the server said no. The signal does not distinguish the two;
-/// the log does. The records inside the variants are declared in `ResultVariants.h`; after a failure and
-/// after a no the variant is invalid unless the signal documents something else. If there is not enough
-/// memory for the arguments of a signal, it is emitted as a failure, and the arguments that could not be made
-/// are empty.
+/// `bSucc` is true if the reply came and says yes: its member "success" is the literal true, for user
+/// information its member "code" is 0; docs/replies.md has the odd cases. It is false if the exchange failed
+/// or the server said no. The signal does not distinguish the two; the log does. The records inside the
+/// variants are declared in `ResultVariants.h`; after a failure and after a no the variant is invalid unless
+/// the signal documents something else. If there is not enough memory for the arguments of a signal, it is
+/// emitted as a failure, and the arguments that could not be made are empty.
 class KTSHTTPAGENT_API CUIAgentRsp : public QObject
 {
     Q_OBJECT
@@ -71,11 +72,14 @@ Q_SIGNALS:
     void SigGetFtpFilePathRet(bool bSucc, QVariant vData);
     /// Not emitted for any request, because `SendGetChannelUpDownPlatform` sends none.
     void SigGetChannelUpDownPlatformRet(bool bSucc, QString strMessage);
-    /// Answer to `SendGetChannelCheckData`. `strAllowBoot` is the server's text, or "no" if the exchange
-    /// failed; `varRequestData` holds the `SRequestGetChannelCheckData` that was asked about.
+    /// Answer to `SendGetChannelCheckData`. `strMessage` is the reply's member "message"; `strAllowBoot` and
+    /// `strReason` are "allowBoot" and "reason" of its object "result". `strAllowBoot` is the server's text,
+    /// or "no" if the exchange failed; `varRequestData` holds the `SRequestGetChannelCheckData` that was
+    /// asked about.
     void SigGetChannelCheckDataRet(bool bSucc, QString strMessage, QString strAllowBoot, QString strReason,
                                    QVariant varRequestData);
-    /// Answer to `SendGetWhetherInCommon`. `strDxtm` is the barcode that was asked about.
+    /// Answer to `SendGetWhetherInCommon`. `bIsCommon` is the reply's member "common"; `strDxtm` is the
+    /// barcode that was asked about.
     void SigGetWhetherInCommonRet(bool bSucc, bool bIsCommon, QString strDxtm);
     /// Never emitted: `SendGetCdlxFileListByDxtmList` sends no request.
     void SigGetCdlxFileListByDxtmListRet(bool bSucc, QStringList lstRet);

@@ -29,7 +29,8 @@ public:
     explicit CKtsConnection(QObject* parent = nullptr);
     ~CKtsConnection() override;
 
-    /// The servers that are lost at the moment, as "http://HOST:PORT". From any thread.
+    /// The servers that are lost at the moment, as "http://HOST:PORT" or "https://HOST:PORT". May be called
+    /// from any thread.
     static QStringList LostServers();
 
 Q_SIGNALS:

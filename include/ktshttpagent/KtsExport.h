@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The macro that marks what the library exports. A host never includes this header itself: CUIAgentReq.h,
-/// CUIAgentRsp.h and IVelClientSDk.h include it.
+/// The macro that marks what the library exports. A host never includes this header itself: the headers
+/// that need it include it.
 
 /// @def KTSHTTPAGENT_API
 /// Marks what the shared library ktshttpagent exports to its hosts; everything else stays hidden.

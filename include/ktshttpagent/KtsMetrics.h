@@ -41,6 +41,7 @@ enum class EKtsFailure {
 inline constexpr std::size_t KTS_FAILURES = 10;
 
 /// The failure's name as it stands in the figures' file, such as "timed_out".
+/// @return a text that is valid while the library is loaded
 KTSHTTPAGENT_API const char* KtsFailureName(EKtsFailure eFailure);
 
 /// The upper bounds of the classes of durations, in milliseconds. One more class holds what took longer.

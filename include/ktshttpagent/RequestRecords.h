@@ -8,7 +8,8 @@
 /// Hosts allocate these records, and share their memory layout with the library. So no field is added,
 /// removed or moved, not even at the end, while the libraries keep their SONAME: a host that was compiled
 /// with a shorter record would pass memory that lacks the new field. See docs/compatibility.md. All texts are
-/// UTF-8.
+/// UTF-8. Numbers are sent without any conversion of units; which units the server expects is not known to
+/// this library (docs/glossary.md).
 ///
 /// Ownership and threads: plain values, which belong to the host; a call does not use its record any more
 /// after it returns.
@@ -76,7 +77,7 @@ struct tagRepoChlStatusInfo {
 struct tagRepoIncubatorStatus {
     std::string name;         ///< sent as it is, under its own name
     bool status = false;      ///< true: idle, sent as "idle"; false: sent as "busy"
-    float temperature = 0.0F; ///< sent as a number, widened to double
+    float temperature = 0.0F; ///< sent as a number, widened to double; its unit is not known
 };
 
 } // namespace KTSStartPlugin

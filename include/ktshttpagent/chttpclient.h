@@ -130,8 +130,7 @@ enum Outcome : int {
     /// The certificate can't be trusted.
     UntrustedCertificate = -60,
     /// A compressed body that can't be decompressed, ends early, does not match its checksum or has bytes
-    /// after
-    /// its end; a coding other than gzip and deflate.
+    /// after its end; a coding other than gzip and deflate.
     UnpackingFailed = -61,
     /// A reply that is too large, or a header that does not end.
     ReplyTooLarge = -63,

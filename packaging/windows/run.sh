@@ -23,7 +23,10 @@ trap '"$scripts/end_prefix.sh" "$PWD/$build/wine"; "$scripts/end_prefix.sh" "$PW
 # Otherwise the build would go on using what an earlier configuration found in another prefix.
 fresh=()
 grep -qxE "KTS_WINDOWS_PREFIX:[A-Z]+=$KTS_WINDOWS_PREFIX" "$build/CMakeCache.txt" 2>/dev/null || fresh=(--fresh)
-cmake "${fresh[@]}" --preset windows-mingw >"$build-configure.log" 2>&1 || { cat "$build-configure.log"; exit 1; }
+# Without a compiler cache, whatever the environment says: an object from a cache may name the folder in which another
+# build made it, and the zips of the two builds are compared bit for bit.
+cmake "${fresh[@]}" --preset windows-mingw -DCMAKE_CXX_COMPILER_LAUNCHER= >"$build-configure.log" 2>&1 ||
+  { cat "$build-configure.log"; exit 1; }
 cmake --build --preset windows-mingw
 "$scripts/make_zip.sh" "$build"
 

@@ -20,9 +20,40 @@ compare_log() {
   same_interface "$folder/libclog.abi"
 }
 
+# A library with a class as the public ones are, and Qt's types in each place where they may be: its interface is read as
+# that of a real one, from unchanged headers of Qt and from the copy.
+compare_class_with_qt() {
+  local flags
+  read -ra flags < <(pkg-config --cflags Qt5Core)
+  cat >"$folder/KtsSample.h" <<'HEADER'
+#include <QObject>
+#include <QString>
+#include <QVariant>
+class __attribute__((visibility("default"))) CKtsSample : public QObject
+{
+public:
+    virtual QVariant Ask(const QString& strWhat, QStringList lstHow);
+    QString m_strAnswer;
+};
+HEADER
+  printf '#include "KtsSample.h"\n%s\n' 'QVariant CKtsSample::Ask(const QString&, QStringList) { return m_strAnswer; }' \
+    >"$folder/sample.cpp"
+  g++ -std=c++17 -g -fPIC -shared "${flags[@]}" "$folder/sample.cpp" -o "$folder/sample.so.0"
+  read_library "$folder/sample.so.0" "$folder/before.abi"
+  g++ -std=c++17 -g -fPIC -shared -I"$folder/include" "${flags[@]}" "$folder/sample.cpp" -o "$folder/sample.so.0"
+  read_library "$folder/sample.so.0" "$folder/after.abi"
+  abidiff --harmless --suppressions tests/abi/layouts.suppr "$folder/before.abi" "$folder/after.abi"
+}
+
 fresh_copy() {
   rm -rf "$folder/include"
   cp -r include tests/abi/own_log.cpp cmake/exports/libclog.map "$folder"
+}
+
+# Headers of Qt in front of the installed ones, to be changed.
+copy_qt() {
+  cp -r "$(pkg-config --variable=includedir Qt5Core)/QtCore/." "$folder/include/"
+  ln -sf . "$folder/include/QtCore" # some are included with the name of the folder, in place of the header of that name
 }
 
 failures=0
@@ -37,6 +68,7 @@ fail() {
 must_tell() {
   local file status=0
   fresh_copy
+  case $5 in include/q*) copy_qt ;; esac
   for file in "${@:5}"; do
     cp "$folder/$file" "$folder/before"
     sed -i -E "$4" "$folder/$file"
@@ -91,6 +123,33 @@ must_tell "a number of an enumeration" compare_layouts "TimedOut" \
 must_tell "a parameter of an exported function" compare_log "Log_Write" \
   's/int (line,)/long \1/; s/(std::string&), int, const/\1, long, const/' $log own_log.cpp
 must_tell "an export that is removed" compare_log "Log_Folder" '/Log_Folder/d' libclog.map
+
+# An update of Qt that keeps its own promise, as those for security do: functions that are not virtual and enumerators
+# come, and nothing moves. It must not be told; a Qt whose types have another size must.
+string=include/qstring.h object=include/qobject.h variant=include/qvariant.h
+update_qt() {
+  fresh_copy
+  copy_qt
+  sed -i 's/^    inline QString() noexcept;/&\n    int AddedByUpdate() const;/' "$folder/$string"
+  sed -i 's/^    virtual ~QObject();/&\n    void AddedByUpdate();/' "$folder/$object"
+  sed -i 's/^        LastType = 0xffffffff.*/        AddedByUpdate = 1021,\n&/' "$folder/$variant"
+  [ "$(cat "$folder"/{$string,$object,$variant} | grep -c AddedByUpdate)" = 3 ]
+}
+if update_qt; then
+  for comparison in compare_layouts compare_class_with_qt; do
+    if "$comparison" >"$folder/report" 2>&1; then
+      echo "abi: not told, by $comparison: an update of Qt that adds"
+    else
+      fail "$comparison tells an update of Qt that adds"
+    fi
+  done
+else
+  : >"$folder/report"
+  fail "the update of Qt changes nothing in its headers, which were changed since"
+fi
+must_tell "a Qt whose texts have another size" compare_layouts "size changed" \
+  's/^( *)Data \*d;$/&\n\1void *pAddedByUpdate = nullptr;/' $string
+
 fresh_copy
 echo 'struct SNobodyNamed {' >>"$folder/$results"
 unnamed_types "$folder/include" >"$folder/report"

@@ -29,7 +29,7 @@ ldd "$lib"/lib*.so "$bin/ktslabserver" >ldd.txt
 
 headers() { (cd "$1/include/ktshttpagent" && ls ./*.h testing/*.h); }
 diff <(headers "$source") <(headers "$prefix") || fail "the headers are not those of the source"
-for page in README.md SECURITY.md docs/reliability.md examples/minimal_host/main.cpp; do
+for page in LICENSE SECURITY.md docs/reliability.md examples/minimal_host/main.cpp; do
   cmp "$source/$page" "$prefix/share/doc/ktshttpagent/$page" || fail "$page is not installed"
 done
 "$source/tests/supply/paths_test.sh" "$prefix" "$source" "$build" "$prefix" || fail "a file names a folder of the build"
