@@ -1,6 +1,7 @@
 // Tests of ChannelDesk without a server and without a network.
 
 #include "ChannelDesk.h"
+#include "Patience.h"
 
 #include <ktshttpagent/RequestType.h>
 #include <ktshttpagent/testing/KtsGoogleTest.h>
@@ -41,7 +42,7 @@ TEST_F(ChannelDeskTest, TellsThatAVersionIsSupported)
     m_transport.On(RequestType::GetSupportVer, KtsReply::Body(R"({"success":true})"));
     QSignalSpy checked(&m_desk, &ChannelDesk::VersionChecked);
     m_desk.CheckVersion("1.1.0");
-    ASSERT_TRUE(checked.wait());
+    ASSERT_TRUE(checked.wait(PATIENCE_MS));
     EXPECT_EQ(checked[0][0].toBool(), true);
     EXPECT_THAT(m_transport.Sent()[0].strUrl, HasSubstr("t=1.1.0"));
 }
@@ -51,7 +52,7 @@ TEST_F(ChannelDeskTest, TellsThatAVersionIsNotSupportedIfTheServerIsGone)
     m_transport.On(RequestType::GetSupportVer, KtsReply::Failure(EKtsFault::ConnectionRefused));
     QSignalSpy checked(&m_desk, &ChannelDesk::VersionChecked);
     m_desk.CheckVersion("1.1.0");
-    ASSERT_TRUE(checked.wait());
+    ASSERT_TRUE(checked.wait(PATIENCE_MS));
     EXPECT_EQ(checked[0][0].toBool(), false);
 }
 
@@ -61,7 +62,7 @@ TEST_F(ChannelDeskTest, ReportsOnceMoreAfterAFailure)
     m_transport.On(RequestType::ReportIncubatorStatus, KtsReply::Body(R"({"success":true})").After(20ms));
     QSignalSpy reported(&m_desk, &ChannelDesk::TemperatureReported);
     m_desk.ReportTemperature("INC-1", 25.5F);
-    ASSERT_TRUE(reported.wait());
+    ASSERT_TRUE(reported.wait(PATIENCE_MS));
     EXPECT_EQ(reported[0][0].toBool(), true);
     const auto vecSent = m_transport.Sent(RequestType::ReportIncubatorStatus);
     ASSERT_EQ(vecSent.size(), 2U);
@@ -74,7 +75,7 @@ TEST_F(ChannelDeskTest, GivesUpAfterTheSecondFailure)
     m_transport.On(RequestType::ReportIncubatorStatus, KtsReply::Failure(EKtsFault::TimedOut));
     QSignalSpy reported(&m_desk, &ChannelDesk::TemperatureReported);
     m_desk.ReportTemperature("INC-1", 25.5F);
-    ASSERT_TRUE(reported.wait());
+    ASSERT_TRUE(reported.wait(PATIENCE_MS));
     EXPECT_EQ(reported[0][0].toBool(), false);
     EXPECT_EQ(m_transport.Sent().size(), 2U);
 }
@@ -84,7 +85,7 @@ TEST_F(ChannelDeskTest, AllowsAStartOnlyOnTheServersYes)
     m_network.On(RequestType::GetChannelCheckData,
                  KtsReply::Body(R"({"success":true,"result":{"allowBoot":"yes","reason":"free"}})"));
     QString strReason;
-    EXPECT_EQ(m_desk.MayStart("KTS-1", "8", 10'000, strReason), ChannelDesk::Permission::Allowed);
+    EXPECT_EQ(m_desk.MayStart("KTS-1", "8", PATIENCE_MS, strReason), ChannelDesk::Permission::Allowed);
     EXPECT_EQ(strReason, "free");
 }
 
@@ -101,7 +102,7 @@ TEST_F(ChannelDeskTest, DoesNotStartWhenTheServerSaysNo)
     m_network.On(RequestType::GetChannelCheckData,
                  KtsReply::Body(R"({"success":true,"result":{"allowBoot":"no","reason":"in use"}})"));
     QString strReason;
-    EXPECT_EQ(m_desk.MayStart("KTS-1", "8", 10'000, strReason), ChannelDesk::Permission::Denied);
+    EXPECT_EQ(m_desk.MayStart("KTS-1", "8", PATIENCE_MS, strReason), ChannelDesk::Permission::Denied);
     EXPECT_EQ(strReason, "in use");
 }
 
@@ -112,7 +113,7 @@ TEST_F(ChannelDeskTest, HandlesAnswersWhileItWaits)
     const QSignalSpy checked(&m_desk, &ChannelDesk::VersionChecked);
     m_desk.CheckVersion("1.1.0");
     QString strReason;
-    EXPECT_EQ(m_desk.MayStart("KTS-1", "8", 10'000, strReason), ChannelDesk::Permission::NoAnswer);
+    EXPECT_EQ(m_desk.MayStart("KTS-1", "8", PATIENCE_MS, strReason), ChannelDesk::Permission::NoAnswer);
     EXPECT_EQ(checked.count(), 1);
 }
 

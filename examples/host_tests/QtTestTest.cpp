@@ -1,6 +1,7 @@
 // The same with QtTest instead of GoogleTest.
 
 #include "ChannelDesk.h"
+#include "Patience.h"
 
 #include <ktshttpagent/RequestType.h>
 #include <ktshttpagent/testing/KtsLabServer.h>
@@ -23,7 +24,7 @@ private Q_SLOTS:
         ChannelDesk desk("no.such.server", 8080);
         QSignalSpy checked(&desk, &ChannelDesk::VersionChecked);
         desk.CheckVersion("1.1.0");
-        QVERIFY(checked.wait());
+        QVERIFY(checked.wait(PATIENCE_MS));
         QCOMPARE(checked[0][0].toBool(), true);
         QVERIFY(transport.Unscripted().empty());
     }
@@ -35,7 +36,7 @@ private Q_SLOTS:
         ChannelDesk desk(lab.Host(), lab.Port());
         QSignalSpy checked(&desk, &ChannelDesk::VersionChecked);
         desk.CheckVersion("0.9.0");
-        QVERIFY(checked.wait());
+        QVERIFY(checked.wait(PATIENCE_MS));
         QCOMPARE(checked[0][0].toBool(), false);
     }
 };
