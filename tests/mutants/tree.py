@@ -25,9 +25,16 @@ def arguments_of(command):
         if skip or word in ("-c", "-o"):
             skip = word == "-o"
             continue
-        if not word.endswith(".cpp") and not word.startswith("-W"):
+        if not word.endswith((".cpp", ".cxx")) and not word.startswith("-W"):
             kept.append(word)
     return kept + ["-Wno-everything"]
+
+
+def sources_of(file):
+    """@return the source that is compiled; those that it includes if CMake wrote it to compile several as one"""
+    if "/Unity/" not in file:
+        return [file]
+    return re.findall(r'^#include "(.+)"', Path(file).read_text(), re.M)
 
 
 def points_of_unit(task):
@@ -47,9 +54,10 @@ class Tree:
         commands = json.loads((self.root / "build/dev/compile_commands.json").read_text())
         units = {}
         for command in commands:
-            path = os.path.relpath(command["file"], self.root)
-            if room_of(path) and path not in units:
-                units[path] = arguments_of(command["command"])
+            for source in sources_of(command["file"]):
+                path = os.path.relpath(source, self.root)
+                if room_of(path) and path not in units:
+                    units[path] = arguments_of(command["command"])
         cache = self.work / "points"
         cache.mkdir(parents=True, exist_ok=True)
         keys = {path: self.key(path, arguments) for path, arguments in units.items()}

@@ -54,6 +54,7 @@ INSTANTIATE_TEST_SUITE_P(
         EncodingCase{"InvalidUtf8", "\x80\xFF", "%80%FF"},
         EncodingCase{"ValidEscapes", "%41%e4%E4%00", "%41%e4%E4%00"},
         EncodingCase{"StrayPercents", "100% %4 %G1 %1G %", "100%25%20%254%20%25G1%20%251G%20%25"},
+        EncodingCase{"EscapesOfTheLastDigits", "%99%FF%ff", "%99%FF%ff"},
         EncodingCase{"PercentBeforeEscape", "%%41", "%25%41"}, EncodingCase{"Empty", "", ""}),
     [](const auto& text) { return text.param.szName; });
 

@@ -19,6 +19,7 @@ TEST(FigureDefaults, OfARequest)
     EXPECT_THAT(request.arFailed, Each(0U));
     EXPECT_THAT(request.arDurations, Each(0U));
     EXPECT_EQ(request.durations.count(), 0);
+    EXPECT_EQ(request.nStored, 0U);
 }
 
 TEST(FigureDefaults, OfASnapshot)

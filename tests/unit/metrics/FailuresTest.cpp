@@ -49,6 +49,7 @@ INSTANTIATE_TEST_SUITE_P(Each, FailureClass,
                                          Classed{CHttpOutcome::DiedBeforeReply, EKtsFailure::ConnectionLost},
                                          Classed{CHttpOutcome::CaFileUnreadable, EKtsFailure::TlsFailed},
                                          Classed{CHttpOutcome::TooManyOutstanding, EKtsFailure::NotSent},
+                                         Classed{0, EKtsFailure::Other},
                                          Classed{302, EKtsFailure::HttpStatus},
                                          Classed{500, EKtsFailure::HttpStatus},
                                          Classed{-999, EKtsFailure::Other}));

@@ -33,6 +33,7 @@ SKtsMetrics Some()
     request.nSent = 9;
     request.nSucceeded = 4;
     request.nRefused = 1;
+    request.nStored = 2;
     request.arFailed.at(static_cast<std::size_t>(EKtsFailure::TlsFailed)) = 3;
     request.arDurations.front() = 5;
     request.arDurations.at(3) = 2;
@@ -55,6 +56,7 @@ TEST(PrometheusText, CountsWhatWasSentAndHowItEnded)
     const std::string strEnded = "ktshttpagent_requests_ended_total" + strLabels;
     EXPECT_THAT(vecLines, Contains(strEnded + R"(,result="succeeded"} 4)"));
     EXPECT_THAT(vecLines, Contains(strEnded + R"(,result="refused"} 1)"));
+    EXPECT_THAT(vecLines, Contains(strEnded + R"(,result="stored"} 2)"));
     EXPECT_THAT(vecLines, Contains(strEnded + R"(,result="tls_failed"} 3)"));
     EXPECT_THAT(vecLines, Contains(strEnded + R"(,result="timed_out"} 0)"));
 }
@@ -81,6 +83,25 @@ TEST(PrometheusText, HasTheFiguresOfTheMoment)
     EXPECT_THAT(vecLines, Contains("ktshttpagent_requests_queued 7"));
     EXPECT_THAT(vecLines, Contains("ktshttpagent_last_success_timestamp_seconds 1700000000.005000"));
     EXPECT_THAT(vecLines, Contains("ktshttpagent_last_failure_timestamp_seconds 0.000000"));
+}
+
+// Files that were written at different times can be compared line by line.
+TEST(PrometheusText, KeepsItsOrder)
+{
+    std::vector<std::string> vecNames;
+    for (const std::string& strLine : LinesOf(Some())) {
+        const std::string strName = strLine.substr(0, strLine.find_first_of("{ "));
+        if (strName != "#" && (vecNames.empty() || vecNames.back() != strName)) {
+            vecNames.push_back(strName);
+        }
+    }
+    const std::string strDuration = "ktshttpagent_request_duration_seconds";
+    EXPECT_THAT(vecNames,
+                testing::ElementsAre("ktshttpagent_requests_sent_total", "ktshttpagent_requests_ended_total",
+                                     strDuration + "_bucket", strDuration + "_sum", strDuration + "_count",
+                                     "ktshttpagent_requests_outstanding", "ktshttpagent_requests_queued",
+                                     "ktshttpagent_last_success_timestamp_seconds",
+                                     "ktshttpagent_last_failure_timestamp_seconds"));
 }
 
 // The format demands that each name is described once, before its first value.

@@ -46,6 +46,10 @@ TEST(Metrics, CountARequestAsOutstandingUntilItEnds)
     EXPECT_EQ(KtsMetrics().nOutstanding, 1U);
     metrics::NoteFailure(QUERY, EKtsFailure::TimedOut, 1ms, "late");
     EXPECT_EQ(KtsMetrics().nOutstanding, 0U);
+    metrics::NoteSent(QUERY);
+    EXPECT_EQ(KtsMetrics().nOutstanding, 1U);
+    metrics::NoteRefusal(QUERY, 1ms, "no");
+    EXPECT_EQ(KtsMetrics().nOutstanding, 0U);
 }
 
 TEST(Metrics, CountEachEndByItself)
@@ -67,6 +71,17 @@ TEST(Metrics, CountEachEndByItself)
     EXPECT_EQ(request.nSucceeded, 1U);
     EXPECT_EQ(request.nRefused, 2U);
     EXPECT_THAT(request.arFailed, testing::ElementsAre(1, 0, 0, 0, 0, 0, 0, 0, 0, 2));
+}
+
+TEST(Metrics, CountAStoredReportAsEndedAndNotAsAFailure)
+{
+    metrics::NoteSent(QUERY);
+    metrics::NoteStored(QUERY, 1ms);
+    const SKtsMetrics all = KtsMetrics();
+    EXPECT_EQ(Only(all).nStored, 1U);
+    EXPECT_EQ(Only(all).arDurations.at(0), 1U);
+    EXPECT_EQ(all.nOutstanding, 0U);
+    EXPECT_EQ(all.tpLastFailure, system_clock::time_point());
 }
 
 TEST(Metrics, KeepTypesAndInterfacesApart)

@@ -39,6 +39,22 @@ protected:
     ~KtsOutboxTest() override { KtsCloseOutbox(); }
 };
 
+// A host makes records of its own, to compare with or to fill.
+TEST(KtsOutboxDefaults, AreThoseOfAClosedEmptyOutbox)
+{
+    const SKtsOutboxStatus status;
+    EXPECT_FALSE(status.bOpen);
+    EXPECT_EQ(status.nWaiting, 0U);
+    EXPECT_EQ(status.nBytes, 0U);
+    EXPECT_EQ(status.oldest.count(), 0);
+    EXPECT_EQ(status.nDead, 0U);
+    EXPECT_EQ(status.nBad, 0U);
+    EXPECT_EQ(status.nUnprotected, 0U);
+    EXPECT_FALSE(status.bInAlarm);
+    EXPECT_EQ(SKtsReportEnding().nType, 0);
+    EXPECT_EQ(SKtsReportEnding().eEnding, EKtsReportEnding::Acknowledged);
+}
+
 TEST_F(KtsOutboxTest, IsClosedAtFirst)
 {
     const SKtsOutboxStatus status = KtsOutboxStatus();

@@ -5,6 +5,8 @@
 #include "LongOperations.h"
 #include "PayloadText.h"
 
+#include "platform/metrics/Recorder.h"
+
 #include <ktshttpagent/RequestType.h>
 
 #include <array>
@@ -135,5 +137,18 @@ TEST_P(OutOfMemory, DoesNotKeepAFailedExchangeFromItsAnswer)
 
 INSTANTIATE_TEST_SUITE_P(Each, OutOfMemory, testing::ValuesIn(LongOperations()),
                          testing::PrintToStringParamName());
+
+// Rather no words about the last failure than those about another one.
+TEST(FiguresOutOfMemory, DropTheWordsOfTheFailureBefore)
+{
+    const metrics::Kind query{VelCSDK::RequestType::GetSupportVer, false};
+    const std::string strLong(100, 'x');
+    metrics::NoteFailure(query, EKtsFailure::TimedOut, std::chrono::seconds(1), "late");
+    FailAllocation(1, true);
+    metrics::NoteFailure(query, EKtsFailure::Other, std::chrono::seconds(1), strLong);
+    EndFailing();
+    EXPECT_TRUE(HasFailed());
+    EXPECT_EQ(KtsMetrics().strLastFailure, "");
+}
 
 } // namespace

@@ -32,6 +32,17 @@ protected:
     Receiver m_receiver; // destroyed first: the transport stops while the answers exist
 };
 
+// A host's own test makes such records, and sets only what it needs.
+TEST(DoubleDefaults, AreAGetRequestAndASuccess)
+{
+    const CHttpClientRequest request;
+    EXPECT_EQ(request.nType, 0);
+    EXPECT_FALSE(request.bPost);
+    const CHttpClientReply reply;
+    EXPECT_EQ(reply.nHttpError, 0);
+    EXPECT_EQ(reply.nRetryAfter, 0);
+}
+
 TEST_F(Double, GetsTheRequestAsItWasHandedIn)
 {
     std::vector<CHttpClientRequest> vecRequests;
@@ -48,6 +59,7 @@ TEST_F(Double, GetsTheRequestAsItWasHandedIn)
     EXPECT_EQ(vecCalls[0].nType, TYPE);
     EXPECT_EQ(vecCalls[0].pUserData, &nUser);
     EXPECT_EQ(vecCalls[0].nHttpError, 0);
+    EXPECT_THAT(vecCalls[0].strStory, ::testing::HasSubstr("outcome 0: HTTP status 200; "));
     ASSERT_EQ(vecRequests.size(), 2U);
     EXPECT_EQ(vecRequests[0].strUrl, "http://a b/?x=ä");
     EXPECT_FALSE(vecRequests[0].bPost);

@@ -129,16 +129,24 @@ TEST(KtsLabServer, SaysThatADataFileIsMissing)
     EXPECT_THAT(lab.Error().toStdString(), HasSubstr("/no/such/data.db can't be copied: "));
 }
 
+std::string g_strSaidAtTheEnd;
+
 TEST(KtsLabServer, EndsWithItsObject)
 {
     int nPort = 0;
+    const auto fnBefore =
+        qInstallMessageHandler([](QtMsgType /*eType*/, const QMessageLogContext&, const QString& strText) {
+            g_strSaidAtTheEnd += strText.toStdString();
+        });
     {
         KtsLabServer lab;
-        ASSERT_TRUE(lab.Start()) << lab.Error().toStdString();
+        EXPECT_TRUE(lab.Start()) << lab.Error().toStdString();
         nPort = lab.Port();
         EXPECT_TRUE(IsListening(nPort));
     }
+    qInstallMessageHandler(fnBefore);
     EXPECT_FALSE(IsListening(nPort));
+    EXPECT_EQ(g_strSaidAtTheEnd, "") << "Qt says so if a process has to be killed";
 }
 
 TEST(KtsLabServer, EndsWhenTheTestCrashes)

@@ -38,6 +38,24 @@ protected:
     Receiver m_receiver;
 };
 
+TEST(ScriptDefaults, AreThoseOfAnUnscriptedGetRequest)
+{
+    const SKtsSent sent;
+    EXPECT_EQ(sent.nType, 0);
+    EXPECT_FALSE(sent.bPost);
+    EXPECT_FALSE(sent.bScripted);
+}
+
+TEST(ScriptDefaults, AreThoseOfAReplyThatComesAtOnceAndAlways)
+{
+    const KtsReply reply = KtsReply::Body("body");
+    EXPECT_EQ(reply.Delay().count(), 0);
+    EXPECT_EQ(reply.MostTimes(), 0);
+    EXPECT_EQ(reply.RetryAfterOrZero().count(), 0);
+    EXPECT_EQ(reply.Status(), 200);
+    EXPECT_EQ(KtsReply::Never().Status(), 0);
+}
+
 TEST_F(Script, AnswersATypeByItsNewestRule)
 {
     m_transport.On(1, KtsReply::Body("old"));

@@ -147,6 +147,20 @@ TEST_F(ScriptedNetwork, LetsACallTimeOut)
     EXPECT_FALSE(m_bSucc);
 }
 
+std::string g_strSaidAboutADelay;
+
+TEST_F(ScriptedNetwork, TakesADelayThatIsTooLongForQtsTimers)
+{
+    m_network.OnAny(KtsReply::Body("{}").After(24h * 365));
+    const auto fnBefore =
+        qInstallMessageHandler([](QtMsgType /*eType*/, const QMessageLogContext&, const QString& strText) {
+            g_strSaidAboutADelay += strText.toStdString();
+        });
+    EXPECT_EQ(Ask(1).eEnd, EBlockingEnd::TimedOut);
+    qInstallMessageHandler(fnBefore);
+    EXPECT_EQ(g_strSaidAboutADelay, "");
+}
+
 TEST_F(ScriptedNetwork, SendsALateReplyToNobodyElse)
 {
     m_network.OnAny(KtsReply::Body(R"({"success":true})").After(100ms).Times(1));

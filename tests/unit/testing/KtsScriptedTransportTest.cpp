@@ -220,6 +220,38 @@ TEST(KtsScriptedTransport, ServesManyThreadsEachRequestOnce)
     EXPECT_EQ(transport.Sent().size(), THREADS * EACH);
 }
 
+TEST(KtsScriptedTransport, GivesNoReplyBeforeItsDelayIsOver)
+{
+    Receiver receiver;
+    KtsScriptedTransport transport;
+    transport.OnAny(KtsReply::Body("late").After(1ms));
+    for (std::size_t nRequest = 1; nRequest <= 20; ++nRequest) {
+        const auto tpSent = std::chrono::steady_clock::now();
+        Receiver::Get(1);
+        ASSERT_EQ(receiver.Wait(nRequest).size(), nRequest);
+        EXPECT_GE(std::chrono::steady_clock::now() - tpSent, 1ms);
+    }
+}
+
+TEST(KtsScriptedTransport, MayGetRulesWhileThreadsSend)
+{
+    constexpr std::size_t REQUESTS = 1'000;
+    Receiver receiver;
+    KtsScriptedTransport transport;
+    transport.OnAny(KtsReply::Body("any"));
+    std::thread sender([] {
+        for (std::size_t nRequest = 0; nRequest < REQUESTS; ++nRequest) {
+            Receiver::Get(1);
+        }
+    });
+    for (std::size_t nRule = 0; nRule < REQUESTS; ++nRule) {
+        transport.On(2, KtsReply::Body("other"));
+    }
+    sender.join();
+    EXPECT_EQ(receiver.Wait(REQUESTS).size(), REQUESTS);
+    EXPECT_TRUE(transport.Unscripted().empty());
+}
+
 TEST(KtsScriptedTransport, MayBeDestroyedWhileThreadsSend)
 {
     constexpr std::size_t REQUESTS = 300;

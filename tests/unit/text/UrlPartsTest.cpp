@@ -78,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(Texts, RelativeReference,
                                            "//host/x", " http://host/x", "\thttp://host/x",
                                            "\x01http://host/x", "ht tp://host/x", "ht\x01tp://host/x",
                                            "4http://host/x", "ht@p://host/x", "ht!p://host/x",
-                                           "\xC3\xA9http://host/x", "http\xC3\xA9://host/x",
-                                           "http%3A//host/x"));
+                                           "ht_p://host/x", "ht{p://host/x", "\xC3\xA9http://host/x",
+                                           "http\xC3\xA9://host/x", "http%3A//host/x"));
 
 } // namespace
