@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(Urls, TransportUselessUrl,
                              UselessUrl{"http://?t=a://b", -3}, UselessUrl{"http://:80/", -3},
                              UselessUrl{"http://a b/", -3}, UselessUrl{"http://127.0.0.1:99999/", -3},
                              UselessUrl{"http://127.0.0.1:-1/", -3}, UselessUrl{"ftp://127.0.0.1/x", -1},
-                             UselessUrl{"file:///etc/hostname", -1}, UselessUrl{"a:///x", -1})));
+                             UselessUrl{"file:///etc/hostname", -1}, UselessUrl{"zz:///x", -1})));
 
 /// Texts around the server's address that leave the URL without a scheme. libcurl alone would guess one.
 struct SchemelessUrl {
