@@ -22,10 +22,15 @@ export class Agent {
   constructor(file) {
     this.file = file;
     this.folder = mkdtempSync(path.join(os.tmpdir(), "ktscontract-"));
-    const { PATH } = process.env;
     const settings = path.join(this.folder, "settings");
     mkdirSync(settings);
-    this.env = { PATH, HOME: this.folder, CLOG_DIR: this.folder, KTSHTTPAGENT_SETTINGS_ROOT: settings, KTSHTTPAGENT_OUTBOX: "" };
+    this.env = {
+      PATH: process.env.PATH,
+      HOME: this.folder,
+      CLOG_DIR: this.folder,
+      KTSHTTPAGENT_SETTINGS_ROOT: settings,
+      KTSHTTPAGENT_OUTBOX: "",
+    };
   }
 
   remove() {

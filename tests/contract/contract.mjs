@@ -2,7 +2,7 @@
 import path from "node:path";
 import { Ajv, readYaml, root } from "./packages.mjs";
 
-export const FILE = path.join(root, "docs/api/openapi.yaml");
+const FILE = path.join(root, "docs/api/openapi.yaml");
 
 const escaped = (name) => name.replaceAll("~", "~0").replaceAll("/", "~1");
 
@@ -23,8 +23,13 @@ function valueOf(text, { type, $ref }) {
   return $ref?.endsWith("/Int32") && /^-?\d+$/.test(text) ? Number(text) : text;
 }
 
+function wordsOf({ instancePath, message, params }) {
+  return `${instancePath || "the whole"} ${message} ${JSON.stringify(params)}`;
+}
+
 export class Contract {
   constructor(file = FILE) {
+    this.file = file;
     this.document = readYaml(file);
     // The document's keywords around the schemas are not those of a schema.
     this.ajv = new Ajv({ strict: false, allErrors: true, validateFormats: false });
@@ -67,8 +72,7 @@ export class Contract {
   /** @return what Ajv finds wrong with a value, a line each */
   faultsOf(value, at) {
     const validate = this.ajv.compile({ $ref: `contract#${encodeURI(at)}` });
-    return validate(value) ? [] : validate.errors.map(({ instancePath, message, params }) =>
-      `${instancePath || "the whole"} ${message} ${JSON.stringify(params)}`);
+    return validate(value) ? [] : validate.errors.map(wordsOf);
   }
 
   /** @return what is wrong with a body, described by the media types at a place */
@@ -92,7 +96,8 @@ export class Contract {
       const text = from[part.in] ?? undefined;
       unknown.delete(part.name);
       if (text !== undefined) {
-        faults.push(...this.faultsOf(valueOf(text, part.schema), `${at}/schema`).map((fault) => `${part.name}: ${fault}`));
+        const wrong = this.faultsOf(valueOf(text, part.schema), `${at}/schema`);
+        faults.push(...wrong.map((fault) => `${part.name}: ${fault}`));
       } else if (part.required) {
         faults.push(`${part.name} is missing`);
       }

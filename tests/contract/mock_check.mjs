@@ -1,6 +1,5 @@
 // Runs the library's operations against Prism, which answers with the document's examples.
 import { isDeepStrictEqual } from "node:util";
-import { FILE } from "./contract.mjs";
 import { program } from "./packages.mjs";
 import { freePort, start } from "./programs.mjs";
 import { startRelay } from "./relay.mjs";
@@ -32,9 +31,10 @@ function checkExchanges(report, where, exchanges, expected) {
   }
 }
 
-export async function checkMock(report, contract, agent, calls, file = FILE) {
+export async function checkMock(report, contract, agent, calls) {
   const port = await freePort();
-  const prism = await start(program("prism"), ["mock", "--errors", "--port", String(port), file], /Prism is listening/);
+  const args = ["mock", "--errors", "--port", String(port), contract.file];
+  const prism = await start(program("prism"), args, /Prism is listening/);
   let example;
   const relay = await startRelay(port, (headers) => forPrism(headers, example));
   let answers = 0;
@@ -46,12 +46,13 @@ export async function checkMock(report, contract, agent, calls, file = FILE) {
     }
     for (example of examples.length > 0 ? examples : ["none"]) {
       const where = `Prism, ${row.interface} ${row.call}, example ${example}`;
-      checkAnswer(report, where, await agent.call(row, row.arguments, relay.port), expected[example] ?? { signal: null });
+      const printed = await agent.call(row, row.arguments, relay.port);
+      checkAnswer(report, where, printed, expected[example] ?? { signal: null });
       checkExchanges(report, where, relay.take(), examples.length > 0 ? 1 : 0);
       answers += 1;
     }
   }
   relay.stop();
   await prism.stop();
-  report.say(`the library reads ${answers} answers of Prism as expected, and Prism accepts its requests`);
+  report.say(`${answers} requests to Prism checked, and what the library makes of the answers`);
 }

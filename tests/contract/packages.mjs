@@ -1,5 +1,5 @@
 // What comes from npm, in build/contract, and where things are.
-import { readFileSync } from "node:fs";
+import { readFileSync, writeFileSync } from "node:fs";
 import { createRequire } from "node:module";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
@@ -16,3 +16,5 @@ export const Ajv = require("ajv/dist/2020").default;
 export const program = (name) => path.join(installed, "node_modules/.bin", name);
 
 export const readYaml = (file) => YAML.parse(readFileSync(file, "utf8"), { merge: true });
+
+export const writeYaml = (file, value) => writeFileSync(file, YAML.stringify(value));

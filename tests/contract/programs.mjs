@@ -63,3 +63,9 @@ async function stop(child) {
     await ended;
   }
 }
+
+/** Starts the lab server of a folder. */
+export async function startLab(folder) {
+  const lab = await start(`${folder}/ktslabserver`, ["--port", "0", "--end-with-input"], /http:\/\/[^:]+:(\d+)/);
+  return { ...lab, port: Number(lab.match[1]) };
+}

@@ -30,7 +30,9 @@ export async function startRelay(port, rewrite = (headers) => headers) {
     passed.on("error", (error) => answered.destroy(error));
     passed.on("response", async (reply) => {
       const replyBody = await bytesOf(reply);
-      Object.assign(exchange, { status: reply.statusCode, replyHeaders: reply.headers, replyBody: replyBody.toString() });
+      exchange.status = reply.statusCode;
+      exchange.replyHeaders = reply.headers;
+      exchange.replyBody = replyBody.toString();
       answered.writeHead(reply.statusCode, { ...reply.headers, connection: "close" });
       answered.end(replyBody);
     });

@@ -2,9 +2,16 @@
 export class Report {
   faults = [];
 
+  /** @param isQuiet  whether nothing is printed */
+  constructor(isQuiet = false) {
+    this.isQuiet = isQuiet;
+  }
+
   fault(where, what) {
     this.faults.push(`${where}: ${what}`);
-    console.error(`contract: FAILED: ${where}: ${what}`);
+    if (!this.isQuiet) {
+      console.error(`contract: FAILED: ${where}: ${what}`);
+    }
   }
 
   faultsOf(where, list) {
@@ -12,6 +19,8 @@ export class Report {
   }
 
   say(text) {
-    console.log(`contract: ${text}`);
+    if (!this.isQuiet) {
+      console.log(`contract: ${text}`);
+    }
   }
 }

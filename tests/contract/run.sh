@@ -18,3 +18,4 @@ fi
 "$tools/node_modules/.bin/redocly" lint --config tests/contract/redocly.yaml docs/api/openapi.yaml \
   tests/contract/lab_server.arazzo.yaml
 tests/contract/check.mjs "$programs"
+tests/contract/check_test.mjs "$programs"
