@@ -2,6 +2,7 @@
 // tests/contract/check.mjs FOLDER: holds docs/api/openapi.yaml, the library and the lab server against each other, with
 // the programs in FOLDER. Needs what run.sh installs.
 import path from "node:path";
+import { checkAccepted } from "./accepted_check.mjs";
 import { Agent, readCalls } from "./calls.mjs";
 import { Contract } from "./contract.mjs";
 import { checkMock } from "./mock_check.mjs";
@@ -17,6 +18,7 @@ const calls = readCalls();
 const agent = new Agent(path.join(folder, "ktsagent"));
 const lab = await startLab(folder);
 try {
+  checkAccepted(report, contract, calls);
   await checkPaths(report, contract, agent);
   await checkMock(report, contract, agent, calls);
   await checkByRespect(report, contract, lab.port);

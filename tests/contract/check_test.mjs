@@ -4,6 +4,7 @@
 import { mkdtempSync, rmSync } from "node:fs";
 import os from "node:os";
 import path from "node:path";
+import { checkAccepted } from "./accepted_check.mjs";
 import { Agent, readCalls } from "./calls.mjs";
 import { Contract } from "./contract.mjs";
 import { checkMock } from "./mock_check.mjs";
@@ -58,6 +59,11 @@ const ROWS = [
     }],
     ["a word that OpenAPI does not know", /operationid/, (document) => {
       question(document, "/GetDxzt.action").operationid = "Wrong";
+    }],
+  ]],
+  [(report, contract) => checkAccepted(report, contract, readCalls()), [
+    ["an accepted answer that is as described", /UserWithoutCode: the answer is as described/, (document) => {
+      document.components.schemas.User.required = [];
     }],
   ]],
   [(report, contract) => checkPaths(report, contract, agent), [

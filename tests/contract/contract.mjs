@@ -113,10 +113,15 @@ export class Contract {
     return [...this.faultsOfParameters(match, exchange), ...(faults || [])];
   }
 
+  /** Whether an operation's replies of a status are described by themselves, not with all other failures. */
+  hasStatus(id, status) {
+    return status in this.operation(id).responses;
+  }
+
   /** @return what is wrong with a reply of an operation, a line each */
   faultsOfReply(id, { status, replyHeaders, replyBody }) {
-    const responses = `${this.operation(id).at}/responses`;
-    const { at } = this.pointer(`${responses}/${status in this.pointer(responses).part ? status : "default"}`);
+    const described = this.hasStatus(id, status) ? status : "default";
+    const { at } = this.pointer(`${this.operation(id).at}/responses/${described}`);
     const faults = this.faultsOfBody(replyBody, at);
     const isLabelled = /^application\/json\b/.test(replyHeaders["content-type"] ?? "");
     return isLabelled ? faults : [...faults, `is labelled ${replyHeaders["content-type"]}`];
