@@ -1,5 +1,5 @@
-// Each answer in docs/api/accepted.yaml is against docs/api/openapi.yaml: its status is described as a failure there, or
-// its body is not as described.
+// Each answer in docs/api/accepted.yaml is against docs/api/openapi.yaml: its status is described as a failure there,
+// or its body is not as described.
 import path from "node:path";
 import { readYaml, root } from "./packages.mjs";
 

@@ -8,6 +8,7 @@ import { Contract } from "./contract.mjs";
 import { checkMock } from "./mock_check.mjs";
 import { checkPaths } from "./paths_check.mjs";
 import { startLab } from "./programs.mjs";
+import { checkRepeat } from "./repeat_check.mjs";
 import { Report } from "./report.mjs";
 import { checkByRespect, checkExchanges } from "./server_check.mjs";
 
@@ -22,6 +23,7 @@ try {
   await checkPaths(report, contract, agent);
   await checkMock(report, contract, agent, calls);
   await checkByRespect(report, contract, lab.port);
+  await checkRepeat(report, contract, lab.port);
   await checkExchanges(report, contract, agent, calls, lab.port);
 } finally {
   await lab.stop();

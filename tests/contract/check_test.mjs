@@ -11,6 +11,7 @@ import { checkMock } from "./mock_check.mjs";
 import { here, program, writeYaml } from "./packages.mjs";
 import { checkPaths } from "./paths_check.mjs";
 import { run, startLab } from "./programs.mjs";
+import { checkRepeat } from "./repeat_check.mjs";
 import { Report } from "./report.mjs";
 import { checkByRespect, checkExchanges } from "./server_check.mjs";
 
@@ -96,6 +97,12 @@ const ROWS = [
       const { responses } = document.paths[incubator].post;
       delete responses["422"];
       delete responses.default;
+    }],
+  ]],
+  [(report, contract) => checkRepeat(report, contract, lab.port), [
+    ["a repeated report's status that is not described", /the status 409 is not described/, (document) => {
+      const [incubator] = Object.keys(document.paths).filter((name) => name.endsWith("/incubatorStatus.action"));
+      delete document.paths[incubator].post.responses["409"];
     }],
   ]],
   [withoutSuccess(respect), [["a reply of the lab server without a member", /required property 'success'/, unchanged]]],
