@@ -99,8 +99,11 @@ bool LabGate::IsOwnOrigin(const std::string& strOrigin) const
 void ProtectReply(httplib::Response& response)
 {
     response.set_header("Cache-Control", "no-store");
-    response.set_header("Content-Security-Policy",
-                        "default-src 'none'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+    if (!response.has_header("Content-Security-Policy")) { // the page has its own
+        response.set_header(
+            "Content-Security-Policy",
+            "default-src 'none'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+    }
     response.set_header("Cross-Origin-Resource-Policy", "same-origin");
     response.set_header("X-Content-Type-Options", "nosniff");
 }

@@ -2,6 +2,7 @@
 
 #include "labserver/LabJson.h"
 #include "labserver/LabOperator.h"
+#include "labserver/LabPage.h"
 #include "labserver/LabQueries.h"
 #include "labserver/LabReports.h"
 #include "labserver/LabTables.h"
@@ -108,6 +109,9 @@ bool TakesReports(const std::string& strMethod, const std::string& strPath)
 void AnswerRequest(LabContext& context, const std::string& strPath, const httplib::Request& request,
                    httplib::Response& response)
 {
+    if (AnswerPage(strPath, request, response)) {
+        return;
+    }
     try {
         response.set_content(WriteJson(Answer(context, strPath, request, response)), JSON_CONTENT_TYPE);
     } catch (const LabError& error) {

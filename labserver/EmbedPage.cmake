@@ -1,0 +1,18 @@
+# Writes a C++ file with the files of a folder as strings: cmake -DFOLDER=... -DOUTPUT=... -P EmbedPage.cmake
+# So the program has its page in itself, wherever it is installed.
+cmake_minimum_required(VERSION 3.25)
+file(GLOB paths ${FOLDER}/*)
+list(SORT paths)
+set(code "// Made by labserver/EmbedPage.cmake.\n#include \"labserver/LabPageFiles.h\"\n\n")
+string(APPEND code "const std::vector<LabPageFile>& LabPageFiles()\n{\n")
+string(APPEND code "    static const std::vector<LabPageFile> vecFiles = {\n")
+foreach(path IN LISTS paths)
+  cmake_path(GET path FILENAME name)
+  file(READ ${path} text)
+  if(text MATCHES "\\)kts_page\"")
+    message(FATAL_ERROR "${path} contains the mark at which its string would end")
+  endif()
+  string(APPEND code "        {\"${name}\", R\"kts_page(${text})kts_page\"},\n")
+endforeach()
+string(APPEND code "    };\n    return vecFiles;\n}\n")
+file(WRITE ${OUTPUT} "${code}")
