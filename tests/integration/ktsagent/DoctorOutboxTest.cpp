@@ -88,6 +88,27 @@ TEST_F(DoctorOfTheOutbox, CountsWhatWaits)
     EXPECT_EQ(Says("warning"), "");
 }
 
+TEST_F(DoctorOfTheOutbox, CountsNothingInAnEmptyOne)
+{
+    Leave("http://127.0.0.1:9/x", std::chrono::seconds(0), true);
+    EXPECT_THAT(Says("ok"), HasSubstr(" 0 reports wait for the server."));
+}
+
+TEST_F(DoctorOfTheOutbox, WarnsOfDamage)
+{
+    Leave("http://127.0.0.1:9/x", std::chrono::seconds(0));
+    WriteFile("outbox/bad/piece.bin", "damaged");
+    EXPECT_EQ(Says("warning"), "1 damaged piece was set aside.");
+}
+
+TEST_F(DoctorOfTheOutbox, SaysWhatItCanNotRead)
+{
+    Leave("http://127.0.0.1:9/x", std::chrono::seconds(0));
+    const QString strRun = QDir(m_strFolder + "/runs").entryList(QDir::Dirs | QDir::NoDotAndDotDot).value(0);
+    WriteFile("outbox/runs/" + strRun + "/00000002.seg/file", "a folder in the place of a segment");
+    EXPECT_THAT(Says("FAILED"), HasSubstr("Not all of it can be read: runs/" + strRun.toStdString() + ": "));
+}
+
 TEST_F(DoctorOfTheOutbox, WarnsOfALongWaitAndOfDeadLetters)
 {
     Leave("http://127.0.0.1:9/x", std::chrono::hours(1));

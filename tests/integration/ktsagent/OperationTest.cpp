@@ -244,12 +244,12 @@ TEST_F(Operation, ReachesAnIPv6AddressWithBracketsAndWithoutThem)
 
     ASSERT_GT(server.Port(), 9999) << "or its digits could be a part of the address";
 
-    for (const char* const szServer : {"[::1]:%1", "::1:%1", "0:0:0:0:0:0:0:1:%1"}) {
+    for (const char* const szServer : {"[::1]:%1", "::1:%1", "0:0:0:0:0:0:0:1:%1", "http://[::1]:%1/"}) {
         const KtsagentRun run =
             Run({"support-ver", "--server", QString(szServer).arg(server.Port()), "--t", "1.1.0"});
         EXPECT_EQ(run.nExit, 0) << szServer << ": " << run.strErr;
     }
-    EXPECT_EQ(server.Exchanges().size(), 3U);
+    EXPECT_EQ(server.Exchanges().size(), 4U);
 }
 
 TEST_F(Operation, TakesAUrlForItsServer)

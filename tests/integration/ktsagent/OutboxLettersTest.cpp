@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <QDir>
+#include <QFile>
+
 #include <string>
 
 using outbox::Ending;
@@ -105,4 +108,34 @@ TEST_F(OutboxLetters, ThatAreDamagedAreOnlyDroppedByTheirFileName)
     EXPECT_THAT(requeue.strErr, HasSubstr("junk: there is no such dead letter, or it is damaged"));
     EXPECT_EQ(Outbox("drop", {"junk"}).strOut, "dropped: 1\n");
     EXPECT_EQ(JsonOf("status")["dead"].asInt(), 0);
+}
+
+TEST_F(OutboxLetters, ThatAreDamagedDoNotHinderTheOthers)
+{
+    const auto pHost = Open();
+    const std::string strKey = Bury(*pHost, "1");
+    WriteFile("outbox/dead/junk", "junk");
+    EXPECT_THAT(Outbox("show", {"unknown"}).strErr, HasSubstr("no report has the key unknown"));
+    const KtsagentRun drop = Outbox("drop", {Key(strKey)});
+    EXPECT_EQ(drop.strOut, "dropped: 1\n");
+    EXPECT_EQ(drop.strErr, "") << "nobody has asked for the damaged one";
+}
+
+TEST_F(OutboxLetters, ThatDoNotSayWhyAreShownAllTheSame)
+{
+    const std::string strKey = Bury(*Open(), "1");
+    const QDir dead(m_strFolder + "/dead");
+    const QString strFile = dead.filePath(dead.entryList(QDir::Files).value(0));
+    QFile file(strFile);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const int nCause = file.readAll().lastIndexOf("{\"ended\"");
+    ASSERT_GT(nCause, 0);
+    ASSERT_TRUE(file.resize(nCause));
+    file.close();
+    EXPECT_THAT(Outbox("list", {"--dead"}).strOut,
+                AllOf(HasSubstr(strKey), HasSubstr("  dead, nobody knows why\n")));
+    const Json::Value letter = JsonOf("show", {Key(strKey)});
+    EXPECT_EQ(letter["why"].asString(), "");
+    EXPECT_TRUE(letter.isMember("endedAt") && letter["endedAt"].isNull());
+    EXPECT_EQ(letter["body"].asString(), "1");
 }

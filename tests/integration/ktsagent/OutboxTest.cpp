@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <QDir>
+#include <QFile>
 
 #include <chrono>
 #include <string>
@@ -43,6 +44,32 @@ TEST_F(OutboxCommand, NeedsAFolderThatIsAnOutbox)
     }
     EXPECT_THAT(Outbox("status").strErr, HasSubstr("outbox is no outbox"));
     EXPECT_EQ(Run({"outbox"}).nExit, 2);
+}
+
+TEST_F(OutboxCommand, SaysWhyAFolderIsNoOutbox)
+{
+    const QString strFile = WriteFile("file", "no folder");
+    WriteFile("other/runs", "no folder");
+    const auto WhyNot = [this](const QString& strFolder) {
+        const KtsagentRun run = Run({"outbox", "status", "--folder", strFolder});
+        EXPECT_EQ(run.nExit, 1);
+        return run.strErr;
+    };
+    EXPECT_THAT(WhyNot(strFile), HasSubstr("file is no outbox\n"));
+    EXPECT_THAT(WhyNot(m_folder.filePath("other")), HasSubstr("other is no outbox\n"));
+#if !defined(Q_OS_WIN) // which takes a name that is too long for one of a file that is not there
+    EXPECT_THAT(WhyNot(m_folder.filePath(QString(300, 'a'))),
+                HasSubstr("a is no outbox, or can't be read: "));
+    Open();
+    QFile::link(m_strFolder, m_folder.filePath("link"));
+    EXPECT_THAT(WhyNot(m_folder.filePath("link")), HasSubstr("link can't be used: it is a symbolic link\n"));
+#endif
+}
+
+TEST_F(OutboxCommand, ListShowsAnAddressThatIsNoneAsItIs)
+{
+    Add(*Open(), "1", "no address");
+    EXPECT_THAT(Outbox("list").strOut, HasSubstr(" s  1 B  no address\n"));
 }
 
 TEST_F(OutboxCommand, TakesTheFolderOfTheEnvironment)
@@ -226,4 +253,7 @@ TEST_F(OutboxCommand, SaysWhatItCanNotRead)
     EXPECT_EQ(verify.nExit, 1);
     EXPECT_THAT(verify.strOut, HasSubstr("not readable: runs/" + strRun.toStdString() + ": "));
     EXPECT_THAT(Outbox("show", {"key"}).strErr, HasSubstr("ktsagent: runs/"));
+    const KtsagentRun drain = Outbox("drain", {"--timeout", "1"});
+    EXPECT_EQ(drain.nExit, 1);
+    EXPECT_THAT(drain.strErr, HasSubstr("ktsagent: runs/"));
 }

@@ -13,6 +13,7 @@ namespace
 
 using namespace outbox;
 using namespace std::chrono_literals;
+using ::testing::Each;
 using ::testing::ElementsAre;
 
 TEST(Courier, SendsTheReportsOfAStreamInOrderOneAtATime)
@@ -69,6 +70,23 @@ TEST(Courier, SendsWhatItAdopts)
     host.disk.mapAbandoned[{4, 2}] = {3102, "http://lab:8080/report", "", "adopted", "", "k", 0};
     host.Run(25s);
     EXPECT_THAT(host.SentBodies(), ElementsAre("adopted"));
+}
+
+TEST(Courier, ForgetsAFailedReportThatIsGoneFromTheDisk)
+{
+    VirtualHost host;
+    host.server = [](const Report& report) { return report.strBody == "good" ? ServerReply() : Status(404); };
+    host.Send("removed");
+    host.Send("kept"); // stands behind it, and waits too
+    host.Run(1s);
+    ASSERT_EQ(host.disk.mapWaiting.size(), 2U);
+    host.disk.mapWaiting.erase(host.disk.mapWaiting.begin());
+    host.vecSent.clear();
+    host.Run(2h);
+    EXPECT_THAT(host.SentBodies(), Each("kept"));
+    EXPECT_FALSE(host.vecSent.empty());
+    host.server = [](const Report&) { return ServerReply(); };
+    EXPECT_TRUE(host.RunUntilDrained(3h));
 }
 
 TEST(Courier, FindsAReportAgainThatTheDiskDidNotShow)

@@ -239,6 +239,16 @@ TEST_F(DiskFailures, OfAReadAreToldAndASignalIsNone)
     EXPECT_EQ(strBytes, "");
 }
 
+TEST_F(DiskFailures, ToGiveBackReservedRoomAreTold)
+{
+    const auto pFile = MustCreate("1234");
+    for (const char* szCall : {"fstat", "ftruncate"}) {
+        const FailingCall failing(szCall, EIO);
+        EXPECT_TRUE(IsError(pFile->KeepReserved(0), EIO)) << szCall;
+    }
+    EXPECT_FALSE(pFile->KeepReserved(0));
+}
+
 TEST_F(DiskFailures, BeyondTheLimitForTheSizeOfFilesEndNoProcess)
 {
     const auto pFile = MustCreate("1234");

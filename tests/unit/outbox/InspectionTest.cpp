@@ -242,3 +242,55 @@ TEST_F(InspectionTest, TellsWhatTheDiskRefuses)
     strRefused = "sync folder dead";
     EXPECT_EQ(m_inspection.DropDead(strLetter), REFUSED.message());
 }
+
+TEST_F(InspectionTest, TakesWhatIsGoneMeanwhileForSent)
+{
+    MustAdd("1");
+    m_pStore->Bury(MustAdd("2"), Ending::Dead, "no", 400);
+    const std::error_code GONE = std::make_error_code(std::errc::no_such_file_or_directory);
+    std::string strGone;
+    m_pMachine->fnBefore = [&](const std::string& strOperation, const std::string& strPath) {
+        return strOperation == "open to read" && strPath.rfind(strGone, 0) == 0 ? GONE : std::error_code();
+    };
+    for (const char* szGone : {"runs", "dead"}) {
+        strGone = szGone;
+        EXPECT_EQ(m_inspection.ForEachWaiting([](const InspectedReport&) { return true; }), "") << szGone;
+        EXPECT_EQ(m_inspection.MeasureWaiting().strWhyNot, "") << szGone;
+        EXPECT_THAT(m_inspection.Verify().vecErrors, IsEmpty()) << szGone;
+        EXPECT_THAT(m_inspection.Verify().vecDamages, IsEmpty()) << szGone;
+    }
+}
+
+TEST_F(InspectionTest, CountsWhatWaitsEvenIfItsAgeCanNotBeRead)
+{
+    MustAdd("1");
+    int nReads = 0;
+    const auto FailFrom = [&](const std::string& strFailing, int nFirst) {
+        nReads = 0;
+        m_pMachine->fnBefore = [&nReads, strFailing, nFirst](const std::string& strOperation,
+                                                             const std::string&) {
+            return strOperation == strFailing && ++nReads >= nFirst
+                       ? std::make_error_code(std::errc::io_error)
+                       : std::error_code();
+        };
+    };
+    for (const std::string strFailing : {"open to read", "read"}) {
+        FailFrom(strFailing, 1'000'000);
+        ASSERT_TRUE(m_inspection.MeasureWaiting().optOldestMs);
+        FailFrom(strFailing, nReads); // the last one is that of the record
+        const WaitingUse use = m_inspection.MeasureWaiting();
+        EXPECT_EQ(use.nWaiting, 1U) << strFailing;
+        EXPECT_FALSE(use.optOldestMs) << strFailing;
+    }
+}
+
+TEST_F(InspectionTest, CountsARunAsAbandonedWhoseLockCanNotBeTried)
+{
+    MustAdd("1");
+    EXPECT_THAT(m_inspection.ListAbandoned(), IsEmpty()) << "it has an owner";
+    m_pMachine->fnBefore = [](const std::string& strOperation, const std::string&) {
+        return strOperation == "lock" ? std::make_error_code(std::errc::permission_denied)
+                                      : std::error_code();
+    };
+    EXPECT_EQ(m_inspection.ListAbandoned().size(), 1U);
+}

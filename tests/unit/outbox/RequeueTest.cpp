@@ -133,6 +133,24 @@ TEST_F(RequeueTest, KeepsALetterThatCanNotBeMadeToWait)
     }
 }
 
+TEST_F(RequeueTest, KeepsAllLettersIfTheFirstOfSeveralSegmentsCanNotBeSynced)
+{
+    const std::string strLarge(3'000'000, 'x'); // no two of them fit into a segment
+    m_pStore = OpenStore(m_pMachine, {});
+    Bury(strLarge);
+    Bury(strLarge);
+    int nSyncs = 0;
+    m_pMachine->fnBefore = [&nSyncs](const std::string& strOperation, const std::string&) {
+        return strOperation == "sync" && ++nSyncs == 1 ? std::make_error_code(std::errc::io_error)
+                                                       : std::error_code();
+    };
+    const Requeued requeued = RequeueAll();
+    EXPECT_EQ(nSyncs, 1) << "after that nothing more is synced";
+    EXPECT_THAT(requeued.vecDone, IsEmpty());
+    EXPECT_THAT(requeued.vecFailures, SizeIs(2));
+    EXPECT_THAT(m_inspection.ListDead(), SizeIs(2));
+}
+
 TEST_F(RequeueTest, HasTheReportTwiceIfALetterCanNotBeRemoved)
 {
     const std::string strKey = Bury("1");
