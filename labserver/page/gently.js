@@ -11,11 +11,14 @@ export function gently(action, pause) {
       return;
     }
     running = true;
-    while (again) {
-      again = false;
-      await action();
-      await new Promise((done) => setTimeout(done, pause));
+    try {
+      while (again) {
+        again = false;
+        await action();
+        await new Promise((done) => setTimeout(done, pause));
+      }
+    } finally {
+      running = false;
     }
-    running = false;
   };
 }
