@@ -4,7 +4,6 @@
 #include "labserver/LabText.h"
 
 #include <algorithm>
-#include <iterator>
 #include <locale>
 #include <sstream>
 #include <string_view>
@@ -20,32 +19,6 @@ constexpr const char* PAGE_POLICY =
     "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; img-src 'self' data:; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'; require-trusted-types-for 'script'; "
     "trusted-types 'none'";
-
-struct ContentType {
-    std::string_view strEnding;
-    const char* szType;
-};
-
-constexpr ContentType CONTENT_TYPES[] = {
-    {".html", "text/html; charset=utf-8"},
-    {".css", "text/css; charset=utf-8"},
-    {".js", "text/javascript; charset=utf-8"},
-    {".svg", "image/svg+xml"},
-};
-
-bool EndsWith(std::string_view strText, std::string_view strEnding)
-{
-    return strText.size() >= strEnding.size() &&
-           strText.substr(strText.size() - strEnding.size()) == strEnding;
-}
-
-const char* ContentTypeOf(std::string_view strName)
-{
-    const auto* const pType =
-        std::find_if(std::begin(CONTENT_TYPES), std::end(CONTENT_TYPES),
-                     [&](const ContentType& type) { return EndsWith(strName, type.strEnding); });
-    return pType != std::end(CONTENT_TYPES) ? pType->szType : "application/octet-stream";
-}
 
 /// The name of the file that a request is for; empty if it is for none.
 std::string FileFor(const std::string& strPath, const httplib::Request& request)
@@ -81,17 +54,28 @@ double WeightOf(const std::string& strRange)
     return nWeight;
 }
 
+/// How exactly a range of a header Accept names a media type; 0 if it does not.
+int ExactnessOf(const std::string& strRange, const std::string& strType)
+{
+    const std::string strName = strRange.substr(0, strRange.find(';'));
+    if (strName == strType) {
+        return 3;
+    }
+    if (strName == strType.substr(0, strType.find('/')) + "/*") {
+        return 2;
+    }
+    return strName == "*/*" ? 1 : 0;
+}
+
 /// The weight that a header Accept, in lower case and without blanks, gives a media type; what it says about
 /// the type itself counts more than what it says about all of them.
 double WeightOfType(const std::string& strAccept, const std::string& strType)
 {
-    const std::string strKind = strType.substr(0, strType.find('/')) + "/*";
     double nWeight = 0;
     int nExactness = 0;
     std::istringstream ranges(strAccept);
     for (std::string strRange; std::getline(ranges, strRange, ',');) {
-        const std::string strName = strRange.substr(0, strRange.find(';'));
-        const int nFits = strName == strType ? 3 : strName == strKind ? 2 : strName == "*/*" ? 1 : 0;
+        const int nFits = ExactnessOf(strRange, strType);
         if (nFits > nExactness) {
             nExactness = nFits;
             nWeight = WeightOf(strRange);
@@ -120,6 +104,6 @@ bool AnswerPage(const std::string& strPath, const httplib::Request& request, htt
     response.set_header("Content-Security-Policy", PAGE_POLICY);
     response.set_header("Referrer-Policy", "no-referrer");
     response.set_header("Vary", "Accept");
-    response.set_content(itFile->strText.data(), itFile->strText.size(), ContentTypeOf(strName));
+    response.set_content(itFile->strText.data(), itFile->strText.size(), itFile->szContentType);
     return true;
 }

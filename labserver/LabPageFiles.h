@@ -6,6 +6,7 @@
 /// A file of labserver/page, which is part of the program.
 struct LabPageFile {
     std::string_view strName;
+    const char* szContentType;
     std::string_view strText;
 };
 

@@ -30,7 +30,7 @@ export async function run(file, args, env = process.env) {
 export async function start(file, args, ready) {
   // Its own group, since a program from npm may start further ones.
   const child = spawn(file, args, { stdio: ["pipe", "pipe", "pipe"], detached: true });
-  const started = { output: "", stop: () => stop(child) };
+  const started = { output: "", pid: child.pid, stop: () => stop(child) };
   const reached = new Promise((resolve, reject) => {
     const take = (text) => {
       started.output += text;

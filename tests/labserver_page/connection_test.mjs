@@ -23,3 +23,16 @@ test("The page says that the connection is lost, and goes on when the server is 
     await page.locator("#exchanges").getByText("/posts/2", { exact: true }).waitFor();
     assert.equal(await page.locator("#exchanges > li").count(), 1, "the new server knows nothing of the old one");
   }));
+
+test("The page notices a server that keeps its connections but says nothing", () =>
+  inPage(stage, {}, async (page) => {
+    process.kill(stage.lab.pid, "SIGSTOP");
+    try {
+      await page.locator("#connection.lost").waitFor();
+    } finally {
+      process.kill(stage.lab.pid, "SIGCONT");
+    }
+    await page.locator("#connection.connected").waitFor();
+    await send(stage.lab, "GET", "/posts/3");
+    await page.locator("#exchanges").getByText("/posts/3", { exact: true }).waitFor();
+  }));

@@ -16,7 +16,7 @@ export const PARTS = ["traffic", "reports", "channels", "answers", "faults", "re
 export async function startLab(port = 0) {
   const program = path.join(process.env.KTS_PROGRAMS, "ktslabserver");
   const lab = await start(program, ["--port", `${port}`, "--end-with-input"], /http:\/\/[^:]+:(\d+)/);
-  return { stop: lab.stop, url: `http://127.0.0.1:${lab.match[1]}`, port: Number(lab.match[1]) };
+  return { stop: lab.stop, pid: lab.pid, url: `http://127.0.0.1:${lab.match[1]}`, port: Number(lab.match[1]) };
 }
 
 export const startBrowser = () => chromium.launch({ executablePath: "/usr/bin/chromium" });

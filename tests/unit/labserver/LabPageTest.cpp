@@ -39,6 +39,15 @@ TEST_F(LabPageTest, ABrowserGetsThePage)
     EXPECT_THAT(result->body, StartsWith("<!doctype html>"));
 }
 
+TEST_F(LabPageTest, OthersDoNotGetIt)
+{
+    EXPECT_THAT(Get("/lab/").strContentType, StartsWith("application/json"));
+    EXPECT_THAT(httplib::Client("127.0.0.1", m_server.Port())
+                    .Get("/lab/", {{"Accept", "application/json"}})
+                    ->get_header_value("Content-Type"),
+                StartsWith("application/json"));
+}
+
 TEST_F(LabPageTest, EachOfItsFilesHasItsType)
 {
     const std::pair<const char*, const char*> aTypes[] = {
@@ -88,6 +97,7 @@ TEST_F(LabPageTest, OtherNamesAndMethodsAreNoFilesOfIt)
         EXPECT_EQ(result->status, 404) << szTarget;
     }
     EXPECT_NE(m_client.Send("DELETE", "/lab/page/page.js").nStatus, 200);
+    EXPECT_EQ(m_client.Send("HEAD", "/lab/page/page.js").nStatus, 200);
     EXPECT_EQ(Get("/lab/page/page.js").nStatus, 200);
 }
 
