@@ -84,7 +84,7 @@ test("It can be paused, and then tells how many are new", () =>
     assert.equal(await lineOf(page, "/posts/202").count(), 0);
     await page.locator("#pause").click();
     await lineOf(page, "/posts/202").waitFor();
-    assert.equal(await textOf(page, "#exchange-more"), "");
+    await eventually(async () => (await textOf(page, "#exchange-more")) === "", "none is waiting");
   }));
 
 test("The list has at most 500 exchanges", () =>
