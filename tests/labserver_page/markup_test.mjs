@@ -61,14 +61,17 @@ test("The policy refuses texts as markup, and requests to somebody else", async 
   abroad.listen(0, "127.0.0.1");
   await once(abroad, "listening");
   const url = `http://127.0.0.1:${abroad.address().port}/`;
-  await inPage(stage, { expected: /Content Security Policy|TrustedHTML/ }, async (page) => {
-    const isRefused = (action, argument) => page.evaluate(action, argument).then(() => false, () => true);
-    assert.ok(await isRefused(() => { document.body.innerHTML = "<b>"; }));
-    assert.ok(await isRefused((there) => fetch(there, { mode: "no-cors" }), url));
-    assert.ok(await isRefused(loadImage, url));
-  });
-  assert.equal(requests, 0);
-  abroad.close();
+  try {
+    await inPage(stage, { expected: /Content Security Policy|TrustedHTML/ }, async (page) => {
+      const isRefused = (action, argument) => page.evaluate(action, argument).then(() => false, () => true);
+      assert.ok(await isRefused(() => { document.body.innerHTML = "<b>"; }));
+      assert.ok(await isRefused((there) => fetch(there, { mode: "no-cors" }), url));
+      assert.ok(await isRefused(loadImage, url));
+    });
+    assert.equal(requests, 0);
+  } finally {
+    abroad.close();
+  }
 });
 
 const loadImage = (url) => new Promise((resolve, reject) => Object.assign(new Image(), { onload: resolve, onerror: reject, src: url }));
