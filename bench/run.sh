@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the benchmarks, runs each in turns with its baselines, and prints one table.
-# Needs nginx and valgrind, which ./dev bench installs. RUNS (5) is how often each one runs.
+# Needs nginx, valgrind and wrk, which ./dev bench installs. RUNS (5) is how often each one runs.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -8,8 +8,10 @@ runs=${RUNS:-5}
 bin=build/release/bin
 folder=$(mktemp -d)
 outbox=$PWD/build/release/outbox-of-bench
+lab_data=$PWD/build/release/lab-of-bench
 nginx_pid=
-trap 'stop_nginx; rm -rf "$folder" "$outbox"' EXIT
+lab_pid=
+trap 'stop_nginx; stop_lab; rm -rf "$folder" "$outbox" "$lab_data"' EXIT
 export CLOG_DIR=$folder/log KTSHTTPAGENT_SETTINGS_ROOT=$folder/settings
 export QT_LOGGING_RULES="ktshttpagent.*=false"
 unset KTSHTTPAGENT_OUTBOX http_proxy https_proxy HTTP_PROXY HTTPS_PROXY all_proxy ALL_PROXY
@@ -38,6 +40,32 @@ start_nginx() {
   nginx_pid=
   cat "$folder/nginx.out" >&2
   exit 1
+}
+
+stop_lab() { [ -z "$lab_pid" ] || { kill "$lab_pid"; wait "$lab_pid" || true; } 2>/dev/null; }
+
+# Starts the lab server, which stores on the disk of the build: a temporary folder may be in memory.
+start_lab() {
+  rm -rf "$lab_data"
+  mkdir -p "$lab_data"
+  "$bin/ktslabserver" --port 0 --data "$lab_data/lab.db" >"$folder/lab.out" &
+  lab_pid=$!
+  for _ in {1..50}; do
+    lab=$(sed -n 's|.*listening on \(http://.*\)/$|\1|p' "$folder/lab.out")
+    [ -z "$lab" ] || return 0
+    sleep 0.1
+  done
+  echo "bench: the lab server does not start" >&2
+  exit 1
+}
+
+# requests_a_second CONNECTIONS URL [OPTION...]: prints how many requests wrk gets answered with a success.
+requests_a_second() {
+  wrk --threads 1 --connections "$1" --duration 3s "${@:3}" "$2" >"$folder/wrk"
+  if grep -E 'Non-2xx|Socket errors' "$folder/wrk" >&2; then
+    exit 1
+  fi
+  sed -n 's|^Requests/sec: *||p' "$folder/wrk"
 }
 
 # figures NAME COMMAND...: runs the command once and appends each line of its output to the series NAME.1, NAME.2, ...
@@ -136,6 +164,11 @@ measure() {
   in_turns "waiting=$bench in-flight-agent 10000 1 8"
   CHTTPCLIENT_HOST_CONNECTIONS=1000 in_turns "flying=$bench in-flight-agent 10000 10 10000" \
     "flying-bare=$bench in-flight-bare 10000 10 10000"
+  in_turns "lab=requests_a_second 8 $lab/vomd/system/GetSupportVer.action?t=1.1.0" \
+    "lab-nginx=requests_a_second 8 http://127.0.0.1:$port/vomd/system/GetSupportVer.action?t=1.1.0"
+  local cycles=$lab/open/test-cabinet/add/kostrel/cycle
+  in_turns "lab-reports=requests_a_second 64 $cycles --script bench/report.lua" \
+    "lab-reports-1=requests_a_second 1 $cycles --script bench/report.lua"
   in_turns "start=$bench start-up $bin/host_with_agent" "start-without=$bench start-up $bin/host_without_agent"
 }
 
@@ -170,6 +203,8 @@ table() {
   row 'blocking call, median, against a one-shot manager' µs sync.1 sync-qt.1 ≤ 1.05
   row '10,000 in flight over 10,000 connections, against bare handles' bytes/request flying.1 flying-bare.1 - -
   row '10,000 in flight over 8 connections, against 10,000 connections' bytes/request waiting.1 flying.1 - -
+  row 'lab server, questions over 8 connections, against nginx' requests/s lab.1 lab-nginx.1 - -
+  row 'lab server, stored reports over 64 connections, against 1' reports/s lab-reports.1 lab-reports-1.1 - -
   row 'start-up until both objects are there, against an empty host' ms start.1 start-without.1 - -
   row 'resident then, against an empty host' bytes start.2 start-without.2 - -
 }
@@ -177,6 +212,7 @@ table() {
 [ -f build/release/build.ninja ] || cmake --preset release >"$folder/configure" 2>&1 || { cat "$folder/configure"; exit 1; }
 cmake --build --preset release --target bench >&2
 start_nginx
+start_lab
 echo "$(date -u +%F), $(nproc) × $(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -n 1), load $(cut -d ' ' -f 1 /proc/loadavg); $runs runs in turns, medians"
 measure
 table

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace
 {
@@ -21,7 +22,7 @@ constexpr size_t READ_SIZE = 16384;
 
 // This class waits only by polling.
 LabConnection::LabConnection(Socket nSocket, const StopSignal& stop, milliseconds patience)
-    : m_nSocket(nSocket), m_stop(stop), m_patience(patience)
+    : m_nSocket(nSocket), m_peer(PeerOf(nSocket)), m_stop(stop), m_patience(patience)
 {
     MakeNonBlocking(m_nSocket);
 }
@@ -51,6 +52,10 @@ bool LabConnection::FinishReply()
     if (!HasReply()) {
         return false;
     }
+    if (m_eEnd == End::Streamed) {
+        SendStream();
+        return false;
+    }
     if (m_eEnd == End::Truncated) {
         const size_t nHead = m_strOut.find("\r\n\r\n") + 4;
         m_strOut.resize(nHead + (m_strOut.size() - nHead) / 2);
@@ -67,6 +72,15 @@ void LabConnection::Refuse(const LabRefusal& refusal)
 {
     m_refusal = refusal;
     LeaveBodyUnread();
+}
+
+void LabConnection::StreamReply(const std::string& strContentType, std::function<std::string()> fnNext)
+{
+    m_eEnd = End::Streamed;
+    m_fnNext = [strHead = "HTTP/1.1 200 OK\r\nContent-Type: " + strContentType +
+                          "\r\nCache-Control: no-store\r\nCross-Origin-Resource-Policy: same-origin\r\n"
+                          "X-Content-Type-Options: nosniff\r\nConnection: close\r\n\r\n",
+                fnMore = std::move(fnNext)]() mutable { return std::exchange(strHead, "") + fnMore(); };
 }
 
 bool LabConnection::is_readable() const
@@ -203,4 +217,23 @@ void LabConnection::StaySilent()
     do {
         PollSockets(events, std::size(events), FOR_EVER);
     } while (events[1].revents == 0 && ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) > 0);
+}
+
+bool LabConnection::HasLeft()
+{
+    m_vecIn.resize(READ_SIZE);
+    return PollSocket(POLLIN, milliseconds(0)) &&
+           ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) <= 0 && !WouldBlock();
+}
+
+void LabConnection::SendStream()
+{
+    constexpr milliseconds TICK{200};
+    bool bSent = true;
+    do {
+        m_strOut = m_fnNext();
+        BeginToWait();
+        bSent = Flush();
+    } while (bSent && !m_stop.WaitFor(TICK) && !HasLeft());
+    m_fnNext = nullptr;
 }

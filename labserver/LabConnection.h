@@ -4,8 +4,10 @@
 #include "labserver/StopSignal.h"
 
 #include <chrono>
+#include <functional>
 #include <httplib.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// One client's connection as the HTTP server reads and writes it. A reply is buffered and sent in one piece,
@@ -33,12 +35,18 @@ public:
     /// @return whether the connection can be kept
     bool FinishReply();
 
+    /// The status line and the headers of the reply that FinishReply() will send.
+    std::string ReplyHead() const { return m_strOut.substr(0, m_strOut.find("\r\n\r\n")); }
+
     /// Delays the answer to the request; for a shorter time when the server must stop.
     void Pause(std::chrono::milliseconds time) const { m_stop.WaitFor(time); }
 
     void TruncateReply() { m_eEnd = End::Truncated; } ///< only half of this reply's body will be sent
     void ResetReply() { m_eEnd = End::Reset; }        ///< a reset will be sent instead of this reply
     void SilenceReply() { m_eEnd = End::Silent; }     ///< this reply is not sent, and nothing else is
+    /// Instead of this reply, one without an end is sent: a head, and then again and again what a function
+    /// gives, until the client leaves or stops reading, or the server must stop.
+    void StreamReply(const std::string& strContentType, std::function<std::string()> fnNext);
     bool HasReply() const { return m_eEnd != End::Reset && m_eEnd != End::Silent; }
 
     /// This request's body will not be read: the connection ends after the reply. What still arrives is read
@@ -52,6 +60,9 @@ public:
     void Refuse(const LabRefusal& refusal);
     const LabRefusal& Refusal() const { return m_refusal; }
 
+    const std::string& ClientAddress() const { return m_peer.first; }
+    int ClientPort() const { return m_peer.second; }
+
     bool is_readable() const override;
     bool is_writable() const override;
     ssize_t read(char* pBytes, size_t nSize) override;
@@ -61,7 +72,7 @@ public:
     socket_t socket() const override { return m_nSocket; }
 
 private:
-    enum class End { Kept, BodyUnread, Truncated, Reset, Silent };
+    enum class End { Kept, BodyUnread, Truncated, Reset, Silent, Streamed };
 
     void BeginToWait() { m_end = std::chrono::steady_clock::now() + m_patience; }
     std::chrono::milliseconds TimeForNextBytes() const;
@@ -74,8 +85,11 @@ private:
     bool Flush();
     void ReadAway();
     void StaySilent();
+    bool HasLeft();
+    void SendStream();
 
     Socket m_nSocket;
+    const std::pair<std::string, int> m_peer;
     const StopSignal& m_stop;
     const std::chrono::milliseconds m_patience;
     std::chrono::steady_clock::time_point m_end; ///< of the time for the incoming request, or for its reply
@@ -83,6 +97,7 @@ private:
     LabRefusal m_refusal;
     End m_eEnd = End::Kept;
     std::string m_strOut;
-    std::vector<char> m_vecIn; ///< bytes received
-    size_t m_nInRead = 0;      ///< how many of them were passed on
+    std::function<std::string()> m_fnNext; ///< what a streamed reply goes on with
+    std::vector<char> m_vecIn;             ///< bytes received
+    size_t m_nInRead = 0;                  ///< how many of them were passed on
 };

@@ -81,36 +81,6 @@ bool Covers(const std::string& strFaultPath, const std::string& strPath)
            (strPath.size() == strFaultPath.size() || strPath[strFaultPath.size()] == '/');
 }
 
-Json::Value JsonOf(const LabFault& fault)
-{
-    Json::Value value(Json::objectValue);
-    value["path"] = fault.strPath;
-    value["count"] = fault.nCount;
-    value["delayMs"] = fault.nDelayMs;
-    switch (fault.eKind) {
-    case LabFaultKind::Delay:
-        break;
-    case LabFaultKind::Reply:
-        value["status"] = fault.nStatus;
-        value["body"] = fault.strBody;
-        value["contentType"] = fault.strContentType;
-        break;
-    case LabFaultKind::Truncate:
-        value["truncate"] = true;
-        break;
-    case LabFaultKind::Reset:
-        value["reset"] = true;
-        break;
-    case LabFaultKind::Silence:
-        value["silence"] = true;
-        break;
-    }
-    if (fault.bStored) {
-        value["stored"] = true;
-    }
-    return value;
-}
-
 } // namespace
 
 void LabFaults::Add(LabFault fault)
@@ -149,9 +119,39 @@ Json::Value LabFaults::ToJson() const
     const std::lock_guard lock(m_mutex);
     Json::Value list(Json::arrayValue);
     for (const LabFault& fault : m_lstPending) {
-        list.append(JsonOf(fault));
+        list.append(FaultToJson(fault));
     }
     return list;
+}
+
+Json::Value FaultToJson(const LabFault& fault)
+{
+    Json::Value value(Json::objectValue);
+    value["path"] = fault.strPath;
+    value["count"] = fault.nCount;
+    value["delayMs"] = fault.nDelayMs;
+    switch (fault.eKind) {
+    case LabFaultKind::Delay:
+        break;
+    case LabFaultKind::Reply:
+        value["status"] = fault.nStatus;
+        value["body"] = fault.strBody;
+        value["contentType"] = fault.strContentType;
+        break;
+    case LabFaultKind::Truncate:
+        value["truncate"] = true;
+        break;
+    case LabFaultKind::Reset:
+        value["reset"] = true;
+        break;
+    case LabFaultKind::Silence:
+        value["silence"] = true;
+        break;
+    }
+    if (fault.bStored) {
+        value["stored"] = true;
+    }
+    return value;
 }
 
 LabFault FaultFromJson(const Json::Value& value)

@@ -32,3 +32,6 @@ private:
 /// a reply, "stored" may be true.
 /// @throws LabError (400) when it describes no fault, or an impossible one
 LabFault FaultFromJson(const Json::Value& value);
+
+/// A fault in the form that FaultFromJson() reads.
+Json::Value FaultToJson(const LabFault& fault);

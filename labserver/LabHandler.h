@@ -9,10 +9,13 @@
 #include <json/json.h>
 #include <string>
 
+struct LabWatch;
+
 /// What a handler works on.
 struct LabContext {
     LabStore& store;
     LabFaults& faults;
+    LabWatch& watch;
     const LabKeyClaim& claim; ///< to the request's key, if it brings a report and a key
 };
 

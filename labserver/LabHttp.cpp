@@ -18,13 +18,14 @@ namespace
 // httplib does not tell a handler which connection it serves, but calls it on the thread of the connection.
 thread_local LabConnection* t_pConnection = nullptr;
 thread_local std::string t_strPath;
+thread_local LabSeen t_seen;
 
 /// The path that httplib sees in every request, see TakePath().
 constexpr const char* ONLY_PATH = "/";
 
-bool IsOneOf(const std::string& strMethod, std::initializer_list<const char*> lstMethods)
+bool IsOneOf(const std::string& strText, std::initializer_list<const char*> lstTexts)
 {
-    return std::find(lstMethods.begin(), lstMethods.end(), strMethod) != lstMethods.end();
+    return std::find(lstTexts.begin(), lstTexts.end(), strText) != lstTexts.end();
 }
 
 size_t AnnouncedBody(const httplib::Request& request)
@@ -67,9 +68,33 @@ void TakePath(httplib::Request& request)
     request.path = ONLY_PATH;
 }
 
+/// Keeps what the client sent, before any of it is changed.
+void NoteRequest(const httplib::Request& request)
+{
+    t_seen.strMethod = request.method;
+    t_seen.strTarget = request.target;
+    t_seen.strPath = request.path;
+    for (const auto& header : request.headers) {
+        // httplib puts these between the client's.
+        if (!IsOneOf(header.first, {"LOCAL_ADDR", "LOCAL_PORT", "REMOTE_ADDR", "REMOTE_PORT"})) {
+            t_seen.vecRequestHeaders.push_back(header);
+        }
+    }
+}
+
+void NoteReply(const httplib::Request& request, const httplib::Response& response)
+{
+    if (!IsOperatorPath(t_strPath)) {
+        t_seen.strRequestBody = request.body;
+        t_seen.nStatus = t_pConnection->HasReply() ? response.status : 0;
+        t_seen.strReplyBody = t_pConnection->HasReply() ? response.body : "";
+    }
+}
+
 /// Corrects what httplib would otherwise do with a request's header.
 void PrepareRequest(const LabGate& gate, httplib::Request& request)
 {
+    NoteRequest(request);
     const LabRefusal refusal = RefusalOf(gate, request);
     if (refusal.nStatus != 0) {
         t_pConnection->Refuse(refusal);
@@ -126,8 +151,9 @@ void PrepareReply(httplib::Response& response)
 
 } // namespace
 
-LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const LabServerOptions& options)
-    : m_options(options)
+LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, SeenFunction fnSeen,
+                 const LabServerOptions& options)
+    : m_options(options), m_fnSeen(std::move(fnSeen))
 {
     RestoreSigPipe();
     const Handler fnHandle = [fnAnswer](const httplib::Request& request, httplib::Response& response) {
@@ -144,6 +170,7 @@ LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const La
     set_post_routing_handler([fnSeal](const httplib::Request& request, httplib::Response& response) {
         PrepareReply(response);
         fnSeal(request, response);
+        NoteReply(request, response);
     });
     set_tcp_nodelay(true);
     set_payload_max_length(MAX_BODY);
@@ -199,22 +226,54 @@ LabConnection& LabHttp::Current()
     return *t_pConnection;
 }
 
+LabSeen& LabHttp::CurrentSeen()
+{
+    return t_seen;
+}
+
 void LabHttp::Serve(Socket nSocket)
 {
     LabConnection connection(nSocket, m_stop, m_options.patience);
     t_pConnection = &connection;
-    bool bKept = true;
-    while (bKept && connection.WaitForRequest()) {
-        t_strPath.clear(); // a request that can't be read has none
-        const bool bLast = m_stop.WaitFor(std::chrono::milliseconds(0));
-        bool bClosed = false;
-        bool bUnderstood = false;
-        const bool bAnswered =
-            process_request(connection, bLast, bClosed, [this, &bUnderstood](httplib::Request& request) {
-                bUnderstood = true;
-                PrepareRequest(*m_pGate, request);
-            });
-        bKept = connection.FinishReply() && bAnswered && bUnderstood && !bClosed && !bLast;
+    while (connection.WaitForRequest() && ServeRequest(connection)) {
     }
     t_pConnection = nullptr;
+}
+
+/// @return whether another request can follow
+bool LabHttp::ServeRequest(LabConnection& connection)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    t_strPath.clear(); // a request that can't be read has none
+    t_seen = LabSeen();
+    t_seen.arrived = std::chrono::system_clock::now();
+    t_seen.strHost = connection.ClientAddress();
+    t_seen.nPort = connection.ClientPort();
+    const bool bLast = m_stop.WaitFor(std::chrono::milliseconds(0));
+    bool bClosed = false;
+    bool bUnderstood = false;
+    const bool bAnswered =
+        process_request(connection, bLast, bClosed, [this, &bUnderstood](httplib::Request& request) {
+            bUnderstood = true;
+            PrepareRequest(*m_pGate, request);
+        });
+    if (!connection.HasReply()) { // a client may wait long until it finds out
+        TellSeen(begin);
+        return connection.FinishReply();
+    }
+    t_seen.strReplyHead = connection.ReplyHead();
+    const bool bKept = connection.FinishReply();
+    TellSeen(begin);
+    return bKept && bAnswered && bUnderstood && !bClosed && !bLast;
+}
+
+void LabHttp::TellSeen(std::chrono::steady_clock::time_point begin) const
+{
+    // The client left before its request was complete, or the operator asked.
+    if ((t_seen.nStatus == 0 && t_pConnection->HasReply()) || IsOperatorPath(t_strPath)) {
+        return;
+    }
+    t_seen.duration =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
+    m_fnSeen(std::move(t_seen));
 }

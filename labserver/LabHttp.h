@@ -3,9 +3,12 @@
 #include "labserver/LabConnection.h"
 #include "labserver/LabGate.h"
 #include "labserver/LabListener.h"
+#include "labserver/LabSeen.h"
 #include "labserver/LabServerOptions.h"
 #include "labserver/StopSignal.h"
 
+#include <chrono>
+#include <functional>
 #include <httplib.h>
 #include <memory>
 #include <string>
@@ -51,9 +54,14 @@ public:
     using AnswerFunction =
         std::function<void(const std::string&, const httplib::Request&, httplib::Response&)>;
 
+    /// Gets each request that is not to an operator path, with what became of it: after its reply was sent,
+    /// or at once if none is. Runs on many threads at a time.
+    using SeenFunction = std::function<void(LabSeen)>;
+
     /// @param fnAnswer runs on many threads at a time
     /// @param fnSeal gets every reply, including those to malformed requests, just before it is sent
-    LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, const LabServerOptions& options);
+    LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, SeenFunction fnSeen,
+            const LabServerOptions& options);
     ~LabHttp() override; ///< stops it
 
     /// Listens as the options say and serves on threads of its own; returns at once.
@@ -66,12 +74,17 @@ public:
 
     /// The connection of the request being answered on this thread.
     static LabConnection& Current();
+    /// What is known so far of the request being answered on this thread.
+    static LabSeen& CurrentSeen();
 
 private:
     int Bind(const std::string& strAddress, int nPort);
     void Serve(Socket nSocket);
+    bool ServeRequest(LabConnection& connection);
+    void TellSeen(std::chrono::steady_clock::time_point begin) const;
 
     const LabServerOptions m_options;
+    const SeenFunction m_fnSeen;
     StopSignal m_stop;
     std::unique_ptr<const LabGate> m_pGate;
     std::unique_ptr<LabListener> m_pListener;

@@ -52,6 +52,18 @@ Json::Int64 IntegerOf(const std::string& strText, const std::string& strName)
     return nValue;
 }
 
+Json::Int64 CountOf(const LabRequest& request, const char* szName, Json::Int64 nDefault)
+{
+    if (!request.http.has_param(szName)) {
+        return nDefault;
+    }
+    const Json::Int64 nValue = IntegerOf(QueryText(request, szName), szName);
+    if (nValue < 0) {
+        throw LabError(400, std::string("\"") + szName + "\" is negative.");
+    }
+    return nValue;
+}
+
 Json::Value AnswerUserInfo(LabContext& context, const LabRequest& request)
 {
     const auto vecRows =

@@ -23,3 +23,7 @@ std::string QueryText(const LabRequest& request, const std::string& strName);
 /// @param strName the integer's name, for the refusal
 /// @throws LabError (400)
 Json::Int64 IntegerOf(const std::string& strText, const std::string& strName);
+
+/// An optional parameter of the request's query that may not be negative.
+/// @throws LabError (400)
+Json::Int64 CountOf(const LabRequest& request, const char* szName, Json::Int64 nDefault);

@@ -158,19 +158,6 @@ Json::Value ReportOf(LabStore& store, const LabReportKind& kind, const LabRow& r
     return row.members["isArray"].asBool() ? list : list[0];
 }
 
-/// An optional parameter that may not be negative.
-Json::Int64 CountOf(const LabRequest& request, const char* szName, Json::Int64 nDefault)
-{
-    if (!request.http.has_param(szName)) {
-        return nDefault;
-    }
-    const Json::Int64 nValue = IntegerOf(QueryText(request, szName), szName);
-    if (nValue < 0) {
-        throw LabError(400, std::string("\"") + szName + "\" is negative.");
-    }
-    return nValue;
-}
-
 } // namespace
 
 LabHandler ReportHandler(const char* szKind)

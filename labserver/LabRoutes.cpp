@@ -1,11 +1,15 @@
 #include "labserver/LabRoutes.h"
 
+#include "labserver/LabGate.h"
 #include "labserver/LabJson.h"
 #include "labserver/LabOperator.h"
 #include "labserver/LabPage.h"
 #include "labserver/LabQueries.h"
 #include "labserver/LabReports.h"
 #include "labserver/LabTables.h"
+#include "labserver/LabWatch.h"
+
+#include "platform/text/Escaping.h"
 
 #include <algorithm>
 
@@ -16,12 +20,12 @@ struct LabRoute {
     std::string strMethod;
     std::string strPath; ///< one that ends in "/" stands for every path with one more segment
     LabHandler fnAnswer;
-    bool bReport = false; ///< whether the requests bring reports
+    std::string strReports{}; ///< the kind of reports that the requests bring; empty if they bring none
 };
 
 LabRoute ReportRoute(const char* szPath, const char* szKind)
 {
-    return {"POST", szPath, ReportHandler(szKind), true};
+    return {"POST", szPath, ReportHandler(szKind), szKind};
 }
 
 const std::vector<LabRoute>& Routes()
@@ -41,6 +45,10 @@ const std::vector<LabRoute>& Routes()
         ReportRoute("/open/test-cabinet/add/kostrel/cycle", "cycle-data"),
         ReportRoute("/open/test-cabinet/add/kostrel/step", "step-data"),
         ReportRoute("/core/api/public/orn/qm/autoWriteInspection", "orn-step-data"),
+        {"GET", "/lab/exchanges", ListExchanges},
+        {"GET", "/lab/exchanges/", ShowExchange},
+        {"GET", "/lab/rates", ListRates},
+        {"GET", "/lab/events", StreamEvents},
         {"GET", "/lab/reports/", ListReports},
         {"GET", "/lab/channel-rules", ListHandler(labtables::CHANNEL_RULES)},
         {"POST", "/lab/channel-rules", AddHandler(labtables::CHANNEL_RULES)},
@@ -68,6 +76,18 @@ bool Serves(const LabRoute& route, const std::string& strPath, std::string& strT
     return !strTail.empty() && strTail.find('/') == std::string::npos;
 }
 
+/// Tells those who watch what a request has changed.
+void TellChange(LabEvents& events, const LabRoute& route)
+{
+    const std::string strOperators = "/lab/";
+    if (!route.strReports.empty()) {
+        events.Tell("reports", route.strReports);
+    } else if (route.strMethod != "GET" && route.strPath.rfind(strOperators, 0) == 0) {
+        const std::size_t nBegin = strOperators.size();
+        events.Tell(route.strPath.substr(nBegin, route.strPath.find('/', nBegin) - nBegin));
+    }
+}
+
 Json::Value Answer(LabContext& context, const std::string& strPath, const httplib::Request& request,
                    httplib::Response& response)
 {
@@ -79,7 +99,9 @@ Json::Value Answer(LabContext& context, const std::string& strPath, const httpli
             continue;
         }
         if (route.strMethod == strMethod) {
-            return route.fnAnswer(context, {request, strTail});
+            Json::Value reply = route.fnAnswer(context, {request, strTail});
+            TellChange(context.watch.events, route);
+            return reply;
         }
         strAllowed += (strAllowed.empty() ? "" : ", ") + route.strMethod;
     }
@@ -102,7 +124,7 @@ bool TakesReports(const std::string& strMethod, const std::string& strPath)
 {
     const auto& vecRoutes = Routes();
     return std::any_of(vecRoutes.begin(), vecRoutes.end(), [&](const LabRoute& route) {
-        return route.bReport && route.strMethod == strMethod && route.strPath == strPath;
+        return !route.strReports.empty() && route.strMethod == strMethod && route.strPath == strPath;
     });
 }
 
@@ -113,7 +135,10 @@ void AnswerRequest(LabContext& context, const std::string& strPath, const httpli
         return;
     }
     try {
-        response.set_content(WriteJson(Answer(context, strPath, request, response)), JSON_CONTENT_TYPE);
+        const std::string strReply = WriteJson(Answer(context, strPath, request, response));
+        // An operator sees what hosts have sent, whatever it is.
+        response.set_content(IsOperatorPath(strPath) ? EscapeUnsafeInJson(strReply) : strReply,
+                             JSON_CONTENT_TYPE);
     } catch (const LabError& error) {
         Refuse(response, error.Status(), error.what());
     } catch (const std::exception& error) {

@@ -5,6 +5,7 @@
 #include "labserver/LabKeyClaim.h"
 #include "labserver/LabRoutes.h"
 #include "labserver/LabStore.h"
+#include "labserver/LabWatch.h"
 
 #include <atomic>
 #include <deque>
@@ -81,6 +82,7 @@ private:
     ExchangeLog m_exchanges;
     LabFaults m_faults;
     LabKeysInWork m_keys;
+    LabWatch m_watch;
     std::unique_ptr<LabStore> m_pStore;
     std::unique_ptr<LabHttp> m_pHttp; ///< last, so that serving ends before the others are destroyed
 };
@@ -98,7 +100,7 @@ int LabServer::Impl::Start()
             Answer(strPath, request, response);
         },
         [this](const httplib::Request& request, httplib::Response& response) { Record(request, response); },
-        m_options);
+        [this](LabSeen seen) { m_watch.Add(std::move(seen)); }, m_options);
     m_nPort = pHttp->Start();
     m_pHttp = std::move(pHttp);
     return m_nPort;
@@ -115,11 +117,13 @@ void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request&
     if (!bHandled) {
         claim.Release();
     }
+    LabHttp::CurrentSeen().optFault = fault;
     if (fault) {
+        m_watch.events.Tell("faults"); // there is one less, or it will be used less often
         LabHttp::Current().Pause(std::chrono::milliseconds(fault->nDelayMs));
     }
     if (bHandled) {
-        LabContext context{*m_pStore, m_faults, claim};
+        LabContext context{*m_pStore, m_faults, m_watch, claim};
         AnswerRequest(context, strPath, request, response);
     }
     if (fault) {

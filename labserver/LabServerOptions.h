@@ -11,5 +11,5 @@ struct LabServerOptions {
     /// How long a client may take to send a request once it has begun, and again to take the reply. A client
     /// that takes longer loses its connection, even if it sends or takes a byte now and then.
     std::chrono::milliseconds patience{60'000};
-    int nMaxConnections = 256; ///< at a time, each with a thread; a further client is answered 503
+    int nMaxConnections = 1100; ///< at a time, each with a thread; a further client is answered 503
 };

@@ -1,5 +1,7 @@
 #include "labserver/StreamSockets.h"
 
+#include <array>
+
 #if defined(_WIN32)
 
 Socket OpenStreamSocket()
@@ -111,3 +113,18 @@ std::ptrdiff_t ReceiveBytes(Socket nSocket, char* pBytes, std::size_t nBytes)
 }
 
 #endif
+
+std::pair<std::string, int> PeerOf(Socket nSocket)
+{
+    sockaddr_storage address{};
+    socklen_t nBytes = sizeof address;
+    auto* const pAddress = reinterpret_cast<sockaddr*>(&address);
+    std::array<char, NI_MAXHOST> aHost{};
+    std::array<char, NI_MAXSERV> aPort{};
+    if (::getpeername(nSocket, pAddress, &nBytes) != 0 ||
+        ::getnameinfo(pAddress, nBytes, aHost.data(), static_cast<socklen_t>(aHost.size()), aPort.data(),
+                      static_cast<socklen_t>(aPort.size()), NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
+        return {};
+    }
+    return {aHost.data(), std::stoi(aPort.data())};
+}

@@ -3,6 +3,8 @@
 #include "platform/system/Sockets.h"
 
 #include <cstddef>
+#include <string>
+#include <utility>
 
 #if defined(_WIN32)
 #include <ws2tcpip.h>
@@ -50,6 +52,9 @@ int SocketError();
 /// @return negative on failure; receiving, 0 at the end of the connection
 std::ptrdiff_t SendBytes(Socket nSocket, const char* pBytes, std::size_t nBytes);
 std::ptrdiff_t ReceiveBytes(Socket nSocket, char* pBytes, std::size_t nBytes);
+
+/// The address of the other end of a connection, in numbers, and its port; empty and 0 if it has gone.
+std::pair<std::string, int> PeerOf(Socket nSocket);
 
 template <class Value>
 bool SetSocketOption(Socket nSocket, int nLevel, int nOption, const Value& value)

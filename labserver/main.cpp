@@ -1,3 +1,4 @@
+#include "labserver/DescriptorLimit.h"
 #include "labserver/HostAndPort.h"
 #include "labserver/LabCommandLine.h"
 #include "labserver/LabServer.h"
@@ -20,6 +21,7 @@ int Serve(const LabCommandLine& line)
     if (line.bEndsWithInput) {
         ends.CountInputEnd();
     }
+    RaiseDescriptorLimit();
     LabServer server(line.options);
     const int nPort = server.Start();
     std::cout << "ktslabserver: listening on http://"

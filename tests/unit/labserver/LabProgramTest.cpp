@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <memory>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -224,6 +226,23 @@ TEST(LabProgram, TheNumberOfConnectionsCanBeSet)
     EXPECT_EQ(LabClient(nPort).Get("/posts/1").nStatus, 503);
 }
 
+TEST(LabProgram, IsNotHeldBackByASoftLimitOfDescriptors)
+{
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit low = before;
+    low.rlim_cur = 64;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &low), 0);
+    Program program({}); // inherits it
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    const int nPort = program.ReadPort();
+    std::vector<std::unique_ptr<LabClient>> vecClients;
+    for (int nClient = 0; nClient < 100; ++nClient) {
+        vecClients.push_back(std::make_unique<LabClient>(nPort));
+        ASSERT_EQ(vecClients.back()->Get("/posts/1").nStatus, 200) << nClient;
+    }
+}
+
 TEST(LabProgram, AnIPv6AddressStandsInBrackets)
 {
     Program program({"--address", "::1"});
@@ -285,7 +304,7 @@ TEST(LabProgram, AskingForHelpIsNoError)
 TEST(LabProgram, HasTheLimitsThatItsPageStatesIfNotTold)
 {
     const LabServerOptions options;
-    EXPECT_EQ(options.nMaxConnections, 256);
+    EXPECT_EQ(options.nMaxConnections, 1100);
     EXPECT_EQ(options.patience, std::chrono::seconds(60));
 }
 

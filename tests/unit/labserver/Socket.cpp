@@ -51,6 +51,14 @@ std::string Socket::ReadUntil(const std::string& strEnd)
     return strRead;
 }
 
+std::string Socket::ReadPast(const std::string& strText)
+{
+    std::string strRead;
+    while (strRead.find(strText) == std::string::npos && ReadMore(strRead)) {
+    }
+    return strRead;
+}
+
 bool Socket::ReadMore(std::string& strRead)
 {
     char acBytes[4096];

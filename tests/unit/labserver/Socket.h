@@ -16,6 +16,8 @@ public:
     std::string ReadAll();
     /// Reads until the received bytes end with a text, or until the end.
     std::string ReadUntil(const std::string& strEnd);
+    /// Reads until the received bytes contain a text, or until the end.
+    std::string ReadPast(const std::string& strText);
 
     bool IsReset() const { return m_bReset; }   ///< after a read: whether it ended in a reset
     bool IsClosed() const { return m_bClosed; } ///< after a read: whether it ended with a normal close
