@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <string>
 
 /// What a scripted fault does to a request. Every kind may be preceded by a delay.
@@ -24,6 +26,12 @@ struct LabFault {
     /// For a Reply, a Reset and a Silence: the request is handled first all the same. So a report is stored,
     /// but its acknowledgement is lost.
     bool bStored = false;
+    bool bUntilCleared = false; ///< it hits every request until it is removed, however many; nCount is 1
+    std::string strScenario{};  ///< the scenario that it belongs to; empty for none
+    /// It hits only requests that come between these times.
+    std::chrono::steady_clock::time_point tpBegin = std::chrono::steady_clock::time_point::min();
+    std::chrono::steady_clock::time_point tpEnd = std::chrono::steady_clock::time_point::max();
+    std::uint64_t nId = 0; ///< given by LabFaults::Add()
 };
 
 /// Whether a request that a fault hits is handled as if there were no fault.

@@ -13,10 +13,14 @@ constexpr int MAX_DELAY_MS = 600'000;
 
 constexpr LabField PATH_FIELD{"path", LabType::Text};
 constexpr LabField OPTIONAL_FIELDS[] = {
-    {"count", LabType::Integer}, {"delayMs", LabType::Integer},  {"status", LabType::Integer},
-    {"body", LabType::Text},     {"contentType", LabType::Text}, {"truncate", LabType::Flag},
-    {"reset", LabType::Flag},    {"silence", LabType::Flag},     {"stored", LabType::Flag},
+    {"count", LabType::Integer},     {"delayMs", LabType::Integer},  {"status", LabType::Integer},
+    {"body", LabType::Text},         {"contentType", LabType::Text}, {"truncate", LabType::Flag},
+    {"reset", LabType::Flag},        {"silence", LabType::Flag},     {"stored", LabType::Flag},
+    {"untilCleared", LabType::Flag},
 };
+
+/// What a listed fault has besides.
+constexpr const char* LISTED_MEMBERS[] = {"id", "scenario"};
 
 /// An optional integer member within bounds.
 int BoundedMember(const Json::Value& value, const char* szName, int nDefault, int nLowest, int nHighest)
@@ -74,22 +78,42 @@ std::string WithoutSlash(const std::string& strPath)
     return strPath.substr(strPath.compare(0, 1, "/") == 0 ? 1 : 0);
 }
 
-/// Whether a fault's path is a request's path or a parent of it.
-bool Covers(const std::string& strFaultPath, const std::string& strPath)
+/// A member that is not known may be a misspelled one that was meant to matter.
+void RequireKnownMembers(const Json::Value& value)
 {
-    return strPath.compare(0, strFaultPath.size(), strFaultPath) == 0 &&
-           (strPath.size() == strFaultPath.size() || strPath[strFaultPath.size()] == '/');
+    for (const std::string& strName : value.getMemberNames()) {
+        const auto fnIsIt = [&](const LabField& field) { return strName == field.szName; };
+        if (!fnIsIt(PATH_FIELD) &&
+            std::none_of(std::begin(OPTIONAL_FIELDS), std::end(OPTIONAL_FIELDS), fnIsIt) &&
+            std::find(std::begin(LISTED_MEMBERS), std::end(LISTED_MEMBERS), strName) ==
+                std::end(LISTED_MEMBERS)) {
+            throw LabError(400, "A fault has no member \"" + strName + "\".");
+        }
+    }
+}
+
+bool UntilClearedOf(const Json::Value& value)
+{
+    const bool bUntilCleared = value.get("untilCleared", false).asBool();
+    if (bUntilCleared && value.isMember("count")) {
+        throw LabError(400, "A fault has a \"count\" or is \"untilCleared\", not both.");
+    }
+    return bUntilCleared;
 }
 
 } // namespace
 
-void LabFaults::Add(LabFault fault)
+std::uint64_t LabFaults::Add(LabFault fault)
 {
-    fault.strPath = WithoutSlash(fault.strPath);
+    if (fault.strPath != "/") {
+        fault.strPath = WithoutSlash(fault.strPath);
+    }
     const std::lock_guard lock(m_mutex);
+    fault.nId = ++m_nLastId;
     if (fault.nCount > 0) {
         m_lstPending.push_back(std::move(fault));
     }
+    return m_nLastId;
 }
 
 void LabFaults::Clear()
@@ -98,17 +122,37 @@ void LabFaults::Clear()
     m_lstPending.clear();
 }
 
-std::optional<LabFault> LabFaults::Take(const std::string& strPath)
+bool LabFaults::Remove(std::uint64_t nId)
 {
-    const std::string strWanted = WithoutSlash(strPath);
     const std::lock_guard lock(m_mutex);
     const auto it = std::find_if(m_lstPending.begin(), m_lstPending.end(),
-                                 [&](const LabFault& fault) { return Covers(fault.strPath, strWanted); });
+                                 [&](const LabFault& fault) { return fault.nId == nId; });
+    if (it == m_lstPending.end()) {
+        return false;
+    }
+    m_lstPending.erase(it);
+    return true;
+}
+
+void LabFaults::RemoveScenario(const std::string& strScenario)
+{
+    const std::lock_guard lock(m_mutex);
+    m_lstPending.remove_if([&](const LabFault& fault) { return fault.strScenario == strScenario; });
+}
+
+std::optional<LabFault> LabFaults::Take(const std::string& strPath)
+{
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard lock(m_mutex);
+    m_lstPending.remove_if([&](const LabFault& fault) { return fault.tpEnd <= now; });
+    const auto it = std::find_if(m_lstPending.begin(), m_lstPending.end(), [&](const LabFault& fault) {
+        return fault.tpBegin <= now && Covers(fault.strPath, strPath);
+    });
     if (it == m_lstPending.end()) {
         return std::nullopt;
     }
     const LabFault fault = *it;
-    if (--it->nCount == 0) {
+    if (!it->bUntilCleared && --it->nCount == 0) {
         m_lstPending.erase(it);
     }
     return fault;
@@ -118,8 +162,11 @@ Json::Value LabFaults::ToJson() const
 {
     const std::lock_guard lock(m_mutex);
     Json::Value list(Json::arrayValue);
+    const auto now = std::chrono::steady_clock::now();
     for (const LabFault& fault : m_lstPending) {
-        list.append(FaultToJson(fault));
+        if (fault.tpBegin <= now && now < fault.tpEnd) {
+            list.append(FaultToJson(fault));
+        }
     }
     return list;
 }
@@ -127,8 +174,16 @@ Json::Value LabFaults::ToJson() const
 Json::Value FaultToJson(const LabFault& fault)
 {
     Json::Value value(Json::objectValue);
+    value["id"] = Json::UInt64{fault.nId};
     value["path"] = fault.strPath;
-    value["count"] = fault.nCount;
+    if (fault.bUntilCleared) {
+        value["untilCleared"] = true;
+    } else {
+        value["count"] = fault.nCount;
+    }
+    if (!fault.strScenario.empty()) {
+        value["scenario"] = fault.strScenario;
+    }
     value["delayMs"] = fault.nDelayMs;
     switch (fault.eKind) {
     case LabFaultKind::Delay:
@@ -165,8 +220,10 @@ LabFault FaultFromJson(const Json::Value& value)
             RequireField(value, field);
         }
     }
+    RequireKnownMembers(value);
     LabFault fault;
     fault.strPath = value["path"].asString();
+    fault.bUntilCleared = UntilClearedOf(value);
     fault.nCount = BoundedMember(value, "count", 1, 1, MAX_COUNT);
     fault.eKind = FaultKindOf(value);
     fault.bStored = StoredOf(value, fault);
@@ -176,4 +233,15 @@ LabFault FaultFromJson(const Json::Value& value)
         value.get("body", WriteJson(ErrorEnvelope(fault.nStatus, "A scripted fault."))).asString();
     fault.strContentType = value.get("contentType", fault.strContentType).asString();
     return fault;
+}
+
+bool Covers(const std::string& strFaultPath, const std::string& strPath)
+{
+    if (strFaultPath == "/") {
+        return true;
+    }
+    const std::string strParent = WithoutSlash(strFaultPath);
+    const std::string strWanted = WithoutSlash(strPath);
+    return strWanted.compare(0, strParent.size(), strParent) == 0 &&
+           (strWanted.size() == strParent.size() || strWanted[strParent.size()] == '/');
 }

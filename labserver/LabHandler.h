@@ -9,12 +9,14 @@
 #include <json/json.h>
 #include <string>
 
+class LabScenarios;
 struct LabWatch;
 
 /// What a handler works on.
 struct LabContext {
     LabStore& store;
     LabFaults& faults;
+    LabScenarios& scenarios;
     LabWatch& watch;
     const LabKeyClaim& claim; ///< to the request's key, if it brings a report and a key
 };

@@ -4,12 +4,16 @@
 #include "labserver/LabQueries.h"
 #include "labserver/LabRepeats.h"
 #include "labserver/LabTables.h"
+#include "labserver/LabText.h"
 
 #include <algorithm>
+#include <limits>
 #include <optional>
 
 namespace
 {
+
+constexpr Json::Int64 MOST_AT_ONCE = 500; ///< reports that are read from the store in one piece
 
 struct LabReportKind {
     std::string strName;
@@ -158,6 +162,22 @@ Json::Value ReportOf(LabStore& store, const LabReportKind& kind, const LabRow& r
     return row.members["isArray"].asBool() ? list : list[0];
 }
 
+/// Whether a stored report contains a text, in upper or lower case.
+bool Contains(const Json::Value& report, const std::string& strText)
+{
+    return strText.empty() || LowerCase(WriteJson(report)).find(LowerCase(strText)) != std::string::npos;
+}
+
+/// A report as it is listed, without its key.
+Json::Value Listed(LabStore& store, const LabReportKind& kind, const LabRow& row)
+{
+    Json::Value report(Json::objectValue);
+    report["id"] = Json::Int64{row.nId};
+    report["receivedAt"] = row.strReceivedAt;
+    report["report"] = ReportOf(store, kind, row);
+    return report;
+}
+
 } // namespace
 
 LabHandler ReportHandler(const char* szKind)
@@ -173,24 +193,35 @@ LabHandler ReportHandler(const char* szKind)
     };
 }
 
+Json::Value FindReports(LabContext& context, const LabRequest& request, const std::string& strKind)
+{
+    const LabReportKind& kind = KindOf(strKind);
+    const std::string strSearch = request.http.get_param_value("search");
+    const auto nMost = static_cast<Json::ArrayIndex>(std::min<Json::Int64>(
+        CountOf(request, "limit", std::numeric_limits<int>::max()), std::numeric_limits<int>::max()));
+    Json::Value reports(Json::arrayValue);
+    const Json::Int64 nAtOnce = strSearch.empty() ? std::min<Json::Int64>(nMost, MOST_AT_ONCE) : MOST_AT_ONCE;
+    std::vector<LabRow> vecRows;
+    Json::Int64 nAfter = CountOf(request, "after", 0);
+    do {
+        vecRows =
+            context.store.Select(kind.table, "WHERE row_id > ? ORDER BY row_id LIMIT ?", {nAfter, nAtOnce});
+        for (const LabRow& row : vecRows) {
+            nAfter = row.nId;
+            Json::Value report = Listed(context.store, kind, row);
+            if (reports.size() < nMost && Contains(report["report"], strSearch)) {
+                reports.append(std::move(report));
+            }
+        }
+    } while (static_cast<Json::Int64>(vecRows.size()) == nAtOnce && reports.size() < nMost);
+    AddKeys(context.store, kind.strName, reports);
+    return reports;
+}
+
 Json::Value ListReports(LabContext& context, const LabRequest& request)
 {
-    constexpr Json::Int64 NO_LIMIT = -1; // what SQLite takes for no limit
-    const LabReportKind& kind = KindOf(request.strTail);
-    const Json::Int64 nAfter = CountOf(request, "after", 0);
-    const Json::Int64 nLimit = CountOf(request, "limit", NO_LIMIT);
-    Json::Value reports(Json::arrayValue);
-    for (const LabRow& row :
-         context.store.Select(kind.table, "WHERE row_id > ? ORDER BY row_id LIMIT ?", {nAfter, nLimit})) {
-        Json::Value report(Json::objectValue);
-        report["id"] = Json::Int64{row.nId};
-        report["receivedAt"] = row.strReceivedAt;
-        report["report"] = ReportOf(context.store, kind, row);
-        reports.append(report);
-    }
-    AddKeys(context.store, kind.strName, reports);
     Json::Value reply(Json::objectValue);
-    reply["count"] = Json::Int64{context.store.Count(kind.table)};
-    reply["reports"] = reports;
+    reply["count"] = Json::Int64{context.store.Count(KindOf(request.strTail).table)};
+    reply["reports"] = FindReports(context, request, request.strTail);
     return reply;
 }

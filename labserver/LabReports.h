@@ -13,5 +13,9 @@ LabHandler ReportHandler(const char* szKind);
 /// The reports of a kind (tail) as they were stored, oldest first: {"count": the number of all of them,
 /// "reports": [{"id", "receivedAt", "report"}]}; those that came with a key have also "key" and "repeats",
 /// how often they came again. With the parameter "after", only those with a higher id; with "limit", at most
-/// that many of them.
+/// that many of them; with "search", only those that contain that text in upper or lower case.
 Json::Value ListReports(LabContext& context, const LabRequest& request);
+
+/// The member "reports" of that list, with the same parameters.
+/// @throws LabError (404) if there is no such kind
+Json::Value FindReports(LabContext& context, const LabRequest& request, const std::string& strKind);

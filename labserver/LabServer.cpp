@@ -4,6 +4,7 @@
 #include "labserver/LabHttp.h"
 #include "labserver/LabKeyClaim.h"
 #include "labserver/LabRoutes.h"
+#include "labserver/LabScenarios.h"
 #include "labserver/LabStore.h"
 #include "labserver/LabWatch.h"
 
@@ -81,6 +82,7 @@ private:
     std::atomic<int> m_nPort{0};
     ExchangeLog m_exchanges;
     LabFaults m_faults;
+    LabScenarios m_scenarios{m_faults};
     LabKeysInWork m_keys;
     LabWatch m_watch;
     std::unique_ptr<LabStore> m_pStore;
@@ -123,7 +125,7 @@ void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request&
         LabHttp::Current().Pause(std::chrono::milliseconds(fault->nDelayMs));
     }
     if (bHandled) {
-        LabContext context{*m_pStore, m_faults, m_watch, claim};
+        LabContext context{*m_pStore, m_faults, m_scenarios, m_watch, claim};
         AnswerRequest(context, strPath, request, response);
     }
     if (fault) {

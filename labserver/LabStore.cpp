@@ -210,6 +210,14 @@ void LabTransaction::Update(const LabTable& table, std::int64_t nId, const char*
         .Step();
 }
 
+bool LabTransaction::Remove(const LabTable& table, std::int64_t nId)
+{
+    SqliteStatement statement(m_db,
+                              "DELETE FROM " + Quoted(table.szName) + " WHERE row_id = ? RETURNING row_id",
+                              {Json::Int64{nId}});
+    return statement.Step();
+}
+
 std::vector<LabRow> LabTransaction::Select(const LabTable& table, const std::string& strRest,
                                            const std::vector<Json::Value>& vecBound)
 {

@@ -62,6 +62,9 @@ public:
     /// Changes one field of a row. @throws SqliteError
     void Update(const LabTable& table, std::int64_t nId, const char* szField, const Json::Value& value);
 
+    /// @return false if there is no such row @throws SqliteError
+    bool Remove(const LabTable& table, std::int64_t nId);
+
     /// Rows as LabStore::Select() returns them, with the changes made so far. @throws SqliteError
     std::vector<LabRow> Select(const LabTable& table, const std::string& strRest,
                                const std::vector<Json::Value>& vecBound);

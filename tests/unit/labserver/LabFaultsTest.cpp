@@ -136,14 +136,21 @@ TEST_F(LabFaultsTest, FaultsOfAPathTakeTurnsAndSpareOtherPaths)
     Script(R"({"path": "posts", "status": 501})");
     EXPECT_EQ(Get("/posts/2").nStatus, 501);
     EXPECT_EQ(Get("/posts/2").nStatus, 200);
-    Script(R"({"path": "pos", "status": 502})");
+    LabFault fault;
+    fault.strPath = "pos";
+    fault.eKind = LabFaultKind::Reset;
+    m_server.AddFault(fault);
     EXPECT_EQ(Get("/posts/1").nStatus, 500);
     EXPECT_EQ(Get("/posts/1").nStatus, 200);
 }
 
 TEST_F(LabFaultsTest, AFaultStrikesPathsThatTheServerDoesNotHave)
 {
-    Script(R"({"path": "api/ver", "body": "{\"success\":true}"})");
+    LabFault fault;
+    fault.strPath = "api/ver";
+    fault.eKind = LabFaultKind::Reply;
+    fault.strBody = R"({"success":true})";
+    m_server.AddFault(fault);
     EXPECT_EQ(Get("/api/ver?t=1").json["success"], true);
     EXPECT_EQ(Get("/api/ver?t=1").nStatus, 404);
 }
@@ -152,56 +159,121 @@ TEST_F(LabFaultsTest, PendingFaultsAreListedCountedDownAndCleared)
 {
     EXPECT_EQ(Get("/lab/faults").json, JsonFrom(R"({"count": 0, "faults": []})"));
     Script(R"({"path": "/posts", "count": 3, "delayMs": 1})");
-    Script(R"({"path": "a", "status": 418, "body": "tea", "contentType": "text/plain"})");
-    Script(R"({"path": "b", "truncate": true})");
-    Script(R"({"path": "c", "reset": true})");
-    Script(R"({"path": "d", "silence": true, "stored": true})");
+    Script(R"({"path": "posts/2", "status": 418, "body": "tea", "contentType": "text/plain"})");
+    Script(R"({"path": "vomd", "truncate": true})");
+    Script(R"({"path": "open", "reset": true})");
+    Script(R"({"path": "/", "silence": true, "stored": true})");
     Get("/posts/1");
     EXPECT_EQ(Get("/lab/faults").json, JsonFrom(R"({"count": 5, "faults": [
-        {"path": "posts", "count": 2, "delayMs": 1},
-        {"path": "a", "count": 1, "delayMs": 0, "status": 418, "body": "tea", "contentType": "text/plain"},
-        {"path": "b", "count": 1, "delayMs": 0, "truncate": true},
-        {"path": "c", "count": 1, "delayMs": 0, "reset": true},
-        {"path": "d", "count": 1, "delayMs": 0, "silence": true, "stored": true}]})"));
+        {"id": 1, "path": "posts", "count": 2, "delayMs": 1},
+        {"id": 2, "path": "posts/2", "count": 1, "delayMs": 0, "status": 418, "body": "tea", "contentType": "text/plain"},
+        {"id": 3, "path": "vomd", "count": 1, "delayMs": 0, "truncate": true},
+        {"id": 4, "path": "open", "count": 1, "delayMs": 0, "reset": true},
+        {"id": 5, "path": "/", "count": 1, "delayMs": 0, "silence": true, "stored": true}]})"));
     m_client.Send("DELETE", "/lab/faults");
     EXPECT_EQ(Get("/lab/faults").json["count"], 0);
-    EXPECT_EQ(Get("/a").nStatus, 404);
+    EXPECT_EQ(Get("/posts/2").nStatus, 200);
 }
 
 TEST_F(LabFaultsTest, TheOperatorsOwnPathsNeverFail)
 {
-    Script(R"({"path": "lab", "status": 500})");
-    Script(R"({"path": "lab/faults", "reset": true})");
+    for (const char* szPath : {"lab", "lab/faults"}) {
+        LabFault fault;
+        fault.strPath = szPath;
+        fault.eKind = LabFaultKind::Reset;
+        m_server.AddFault(fault);
+    }
+    Script(R"({"path": "/", "reset": true})");
     EXPECT_EQ(Get("/lab/faults").nStatus, 200);
+    EXPECT_EQ(Get("/laboratory").nStatus, 0);
+}
+
+TEST_F(LabFaultsTest, OfEveryPathItStrikesAny)
+{
+    Script(R"({"path": "/", "status": 502, "count": 3})");
+    for (const char* szTarget : {"/posts/1", "/vomd/system/GetDxzt.action?t=1", "/no/such/path"}) {
+        EXPECT_EQ(Get(szTarget).nStatus, 502) << szTarget;
+    }
+    EXPECT_EQ(Get("/posts/1").nStatus, 200);
+}
+
+TEST_F(LabFaultsTest, OneLastsUntilItIsSwitchedOff)
+{
+    const Json::Value first =
+        Post("/lab/faults", R"({"path": "posts", "status": 502, "untilCleared": true})").json;
+    const Json::Value second = Post("/lab/faults", R"({"path": "posts", "status": 503})").json;
+    EXPECT_EQ(first["id"], 1);
+    EXPECT_EQ(second["id"], 2);
+    for (int nTry = 0; nTry < 3; ++nTry) {
+        EXPECT_EQ(Get("/posts/1").nStatus, 502);
+    }
+    EXPECT_EQ(Get("/lab/faults").json["faults"][0]["untilCleared"], true);
+    EXPECT_FALSE(Get("/lab/faults").json["faults"][0].isMember("count"));
+    EXPECT_EQ(m_client.Send("DELETE", "/lab/faults/1").json["success"], true);
+    EXPECT_EQ(m_client.Send("DELETE", "/lab/faults/1").nStatus, 404);
+    EXPECT_EQ(m_client.Send("DELETE", "/lab/faults/-2").nStatus, 404);
+    EXPECT_EQ(m_client.Send("DELETE", "/lab/faults/x").nStatus, 400);
+    EXPECT_EQ(Get("/posts/1").nStatus, 503);
+    EXPECT_EQ(Get("/posts/1").nStatus, 200);
+    EXPECT_EQ(Post("/lab/faults", R"({"path": "posts", "status": 502})").json["id"], 3);
+}
+
+TEST_F(LabFaultsTest, AListedOneCanBeSwitchedOnAgain)
+{
+    Script(R"({"path": "posts", "status": 502, "untilCleared": true})");
+    const Json::Value listed = Get("/lab/faults").json["faults"][0];
+    m_client.Send("DELETE", "/lab/faults");
+    Script(Json::FastWriter().write(listed));
+    EXPECT_EQ(Get("/posts/1").nStatus, 502);
+}
+
+TEST_F(LabFaultsTest, OneForAPathThatNoHostUsesIsRefused)
+{
+    for (const char* szPath : {"", "a", "pos", "post", "/posts/1/2", "lab", "lab/faults",
+                               "/vomd/system/GetDxzt.actio", "/vomd/system/GetDxzt.action/x", "//"}) {
+        const LabReply reply =
+            Post("/lab/faults", R"({"path": ")" + std::string(szPath) + R"(", "status": 500})");
+        EXPECT_EQ(reply.nStatus, 400) << szPath;
+        EXPECT_THAT(reply.json["message"].asString(), HasSubstr("\"" + std::string(szPath) + "\""));
+    }
+    for (const char* szPath :
+         {"posts", "/posts", "posts/1", "vomd", "vomd/system", "/vomd/system/GetDxzt.action", "/"}) {
+        EXPECT_EQ(Post("/lab/faults", R"({"path": ")" + std::string(szPath) + R"(", "status": 500})").nStatus,
+                  200)
+            << szPath;
+    }
 }
 
 TEST_F(LabFaultsTest, AFaultThatMakesNoSenseIsRefused)
 {
     for (const char* szFault : {"[]",
                                 "{}",
-                                R"({"path": "a"})",
+                                R"({"path": "posts"})",
                                 R"({"status": 500})",
                                 R"({"path": 7, "status": 500})",
-                                R"({"path": "a", "status": 99})",
-                                R"({"path": "a", "status": 600})",
-                                R"({"path": "a", "status": 199})",
-                                R"({"path": "a", "delayMs": 600001})",
-                                R"({"path": "a", "count": 1000001, "reset": true})",
-                                R"({"path": "a", "status": "500"})",
-                                R"({"path": "a", "delayMs": -1})",
-                                R"({"path": "a", "delayMs": 1e12})",
-                                R"({"path": "a", "count": 0, "reset": true})",
-                                R"({"path": "a", "reset": 1})",
-                                R"({"path": "a", "reset": false})",
-                                R"({"path": "a", "reset": true, "truncate": true})",
-                                R"({"path": "a", "status": 500, "truncate": true})",
-                                R"({"path": "a", "body": {}})",
-                                R"({"path": "a", "reset": true, "silence": true})",
-                                R"({"path": "a", "silence": false})",
-                                R"({"path": "a", "stored": true})",
-                                R"({"path": "a", "stored": true, "delayMs": 1})",
-                                R"({"path": "a", "stored": true, "truncate": true})",
-                                R"({"path": "a", "stored": 1, "reset": true})"}) {
+                                R"({"path": "posts", "status": 99})",
+                                R"({"path": "posts", "status": 600})",
+                                R"({"path": "posts", "status": 199})",
+                                R"({"path": "posts", "delayMs": 600001})",
+                                R"({"path": "posts", "count": 1000001, "reset": true})",
+                                R"({"path": "posts", "status": "500"})",
+                                R"({"path": "posts", "delayMs": -1})",
+                                R"({"path": "posts", "delayMs": 1e12})",
+                                R"({"path": "posts", "count": 0, "reset": true})",
+                                R"({"path": "posts", "reset": 1})",
+                                R"({"path": "posts", "reset": false})",
+                                R"({"path": "posts", "reset": true, "truncate": true})",
+                                R"({"path": "posts", "status": 500, "truncate": true})",
+                                R"({"path": "posts", "body": {}})",
+                                R"({"path": "posts", "reset": true, "silence": true})",
+                                R"({"path": "posts", "silence": false})",
+                                R"({"path": "posts", "stored": true})",
+                                R"({"path": "posts", "stored": true, "delayMs": 1})",
+                                R"({"path": "posts", "stored": true, "truncate": true})",
+                                R"({"path": "posts", "stored": 1, "reset": true})",
+                                R"({"path": "posts", "staus": 500, "reset": true})",
+                                R"({"path": "posts", "count": 1, "untilCleared": true, "reset": true})",
+                                R"({"path": "posts", "untilCleared": 1, "reset": true})"}) {
         const LabReply reply = Post("/lab/faults", szFault);
         EXPECT_EQ(reply.nStatus, 400) << szFault;
         EXPECT_EQ(reply.json["success"], false);
@@ -212,11 +284,11 @@ TEST_F(LabFaultsTest, AFaultThatMakesNoSenseIsRefused)
 TEST_F(LabFaultsTest, AFaultAtItsLimitsIsTaken)
 {
     for (const char* szFault :
-         {R"({"path": "a", "status": 200})", R"({"path": "a", "status": 599})",
-          R"({"path": "a", "delayMs": 600000})", R"({"path": "a", "delayMs": 0, "reset": true})",
-          R"({"path": "a", "count": 1000000, "reset": true})",
-          R"({"path": "a", "delayMs": 0, "stored": false})"}) {
-        EXPECT_NE(Post("/lab/faults", szFault).nStatus, 400) << szFault;
+         {R"({"path": "posts", "status": 200})", R"({"path": "posts", "status": 599})",
+          R"({"path": "posts", "delayMs": 600000})", R"({"path": "posts", "delayMs": 0, "reset": true})",
+          R"({"path": "posts", "count": 1000000, "reset": true})",
+          R"({"path": "posts", "delayMs": 0, "stored": false})"}) {
+        EXPECT_EQ(Post("/lab/faults", szFault).nStatus, 200) << szFault;
     }
     EXPECT_EQ(Get("/lab/faults").json["count"], 6);
 }

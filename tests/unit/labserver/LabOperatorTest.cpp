@@ -48,6 +48,31 @@ TEST_F(LabOperator, AVersionIsSupportedAndNoMore)
     EXPECT_EQ(Get(strQuery).json["success"], false);
 }
 
+TEST_F(LabOperator, AnItemIsDeletedByItsId)
+{
+    for (const char* szPath : {"/lab/channel-rules", "/lab/shared-barcodes", "/lab/supported-versions"}) {
+        const Json::Value before = Get(szPath).json;
+        const std::string strItem = szPath + ("/" + before["items"][0]["id"].asString());
+        EXPECT_EQ(m_client.Send("DELETE", strItem).json["success"], true) << strItem;
+        EXPECT_EQ(m_client.Send("DELETE", strItem).nStatus, 404) << strItem;
+        EXPECT_EQ(Get(szPath).json["count"], before["count"].asInt() - 1);
+        EXPECT_EQ(Get(szPath).json["items"][0], before["items"][1]);
+    }
+    EXPECT_EQ(m_client.Send("DELETE", "/lab/channel-rules/x").nStatus, 400);
+}
+
+TEST_F(LabOperator, TheInterfaceIsListed)
+{
+    const Json::Value interface = Get("/lab/").json;
+    EXPECT_EQ(interface["name"], "ktslabserver");
+    EXPECT_FALSE(interface["version"].asString().empty());
+    EXPECT_EQ(interface["paths"][0], JsonFrom(R"({"method": "GET", "path": "/posts/", "what": "a user"})"));
+    for (const Json::Value& path : interface["paths"]) {
+        EXPECT_FALSE(path["what"].asString().empty()) << path;
+    }
+    EXPECT_EQ(Post("/lab/", "{}").nStatus, 404);
+}
+
 TEST_F(LabOperator, OneBadRowKeepsAllOfThemOut)
 {
     for (const char* szPath : {"/lab/channel-rules", "/lab/shared-barcodes", "/lab/supported-versions"}) {

@@ -146,6 +146,24 @@ TEST_F(LabReports, NumbersAndTextsAreNotTakenForEachOther)
     }
 }
 
+TEST_F(LabReports, EachChannelIsListedWithItsLatestStatus)
+{
+    Json::Value status = JsonFrom(CHANNEL_STATUS);
+    for (const char* szChannel : {"2", "1", "2"}) {
+        status["chl"] = szChannel;
+        status["cycle"] = status["cycle"].asInt() + 1;
+        Post("/vomd/system/addstatuslog.action?t=1", Json::FastWriter().write(status));
+    }
+    const Json::Value list = Get("/lab/channels").json;
+    EXPECT_EQ(list["count"], 2);
+    ASSERT_EQ(list["channels"].size(), 2U);
+    EXPECT_EQ(list["channels"][0]["chl"], "1");
+    EXPECT_EQ(list["channels"][1]["chl"], "2");
+    EXPECT_EQ(list["channels"][1]["cycle"], status["cycle"]);
+    EXPECT_EQ(list["channels"][1]["time"],
+              Get("/lab/reports/channel-status?after=2").json["reports"][0]["receivedAt"]);
+}
+
 TEST_F(LabReports, AChannelStatusWithoutItsQueryParameterIsRefused)
 {
     const LabReply reply = Post("/vomd/system/addstatuslog.action", CHANNEL_STATUS);
