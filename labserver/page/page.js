@@ -83,7 +83,9 @@ function startFollowing() {
     second: ({ skipped, ...second }) => {
       takeSecond(second);
       takeSkipped(skipped);
-      tickScenarios();
+      if (tickScenarios()) {
+        reload("faults");
+      }
     },
     change: take,
   });

@@ -58,10 +58,12 @@ export function showScenarios() {
   }
 }
 
+/** @return whether a scenario must have ended by itself since the server was asked */
 export function tickScenarios() {
   for (const parts of items.values()) {
     showState(parts);
   }
+  return [...items.values()].some(({ scenario, until }) => scenario.endsInMs !== undefined && performance.now() > until);
 }
 
 export async function loadScenarios() {

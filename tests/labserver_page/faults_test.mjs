@@ -123,3 +123,13 @@ test("A scenario of one's own runs", () =>
     await page.getByRole("button", { name: "Start this scenario" }).click();
     await page.getByText("That failed: this is not JSON").waitFor();
   }));
+
+test("A scenario that ends by itself is shown as ended", () =>
+  inPage(stage, { part: "faults" }, async (page) => {
+    const scenario = { name: "short", title: "Short", steps: [{ forMs: 1500, faults: [{ path: "posts", status: 500, untilCleared: true }] }] };
+    await send(stage.lab, "POST", "/lab/scenarios", scenario);
+    await page.locator("#scenario-list li.on").getByText("Short").waitFor();
+    await page.locator("#scenario-list li.on").waitFor({ state: "detached" });
+    assert.equal(await statusNow("/posts/1"), 200);
+    await eventually(async () => (await rows(page).count()) === 0, "its faults are gone");
+  }));
