@@ -11,7 +11,7 @@
 namespace
 {
 
-constexpr std::string_view FOLDER = "/lab/page/";
+constexpr std::string_view PAGE_FOLDER = "/lab/page/";
 
 /// Only what comes from this server is loaded, no script or style stands in the page itself, and the browser
 /// refuses to take a text for markup.
@@ -29,7 +29,8 @@ std::string FileFor(const std::string& strPath, const httplib::Request& request)
     if (strPath == "/lab/" && PrefersHtml(request.get_header_value("Accept"))) {
         return "index.html";
     }
-    return strPath.compare(0, FOLDER.size(), FOLDER) == 0 ? strPath.substr(FOLDER.size()) : std::string();
+    return strPath.compare(0, PAGE_FOLDER.size(), PAGE_FOLDER) == 0 ? strPath.substr(PAGE_FOLDER.size())
+                                                                    : std::string();
 }
 
 std::string WithoutBlanks(std::string strText)

@@ -10,16 +10,19 @@
 namespace
 {
 
-constexpr std::string_view FOLDER = "/lab/reports/";
-constexpr std::string_view ENDING = ".csv";
+constexpr std::string_view REPORTS_FOLDER = "/lab/reports/";
+constexpr std::string_view CSV_ENDING = ".csv";
 
 /// The kind whose file a path is; empty if it is none.
 std::string KindOfFile(const std::string& strPath)
 {
-    const bool bFile = strPath.size() > FOLDER.size() + ENDING.size() &&
-                       strPath.compare(0, FOLDER.size(), FOLDER) == 0 &&
-                       strPath.compare(strPath.size() - ENDING.size(), ENDING.size(), ENDING) == 0;
-    return bFile ? strPath.substr(FOLDER.size(), strPath.size() - FOLDER.size() - ENDING.size()) : "";
+    const bool bFile =
+        strPath.size() > REPORTS_FOLDER.size() + CSV_ENDING.size() &&
+        strPath.compare(0, REPORTS_FOLDER.size(), REPORTS_FOLDER) == 0 &&
+        strPath.compare(strPath.size() - CSV_ENDING.size(), CSV_ENDING.size(), CSV_ENDING) == 0;
+    return bFile ? strPath.substr(REPORTS_FOLDER.size(),
+                                  strPath.size() - REPORTS_FOLDER.size() - CSV_ENDING.size())
+                 : "";
 }
 
 /// What every line begins with.
