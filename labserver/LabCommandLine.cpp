@@ -23,6 +23,11 @@ void DescribeLabCommandLine(CLI::App& app, LabCommandLine& line)
                    "Connections at a time, a thread and a file descriptor each; one more is answered 503")
         ->check(CLI::Range(1, 10'000))
         ->capture_default_str();
+    app.add_option("--scenario", line.vecScenarios,
+                   "Scenario to begin with: one of those that GET /lab/scenarios lists, or a file with one; "
+                   "may be given several times")
+        ->type_name("NAME|FILE");
+    app.add_flag("--log", line.bLog, "Print a line for each request of a host when it has ended");
     app.add_flag("--end-with-input", line.bEndsWithInput,
                  "End also when the standard input ends, for a test that holds the other end of a pipe");
     app.footer("Exit status: 0 after such a signal, 1 when it can't serve, 2 wrong usage.");

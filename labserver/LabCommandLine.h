@@ -2,6 +2,9 @@
 
 #include "labserver/LabServerOptions.h"
 
+#include <string>
+#include <vector>
+
 namespace CLI
 {
 class App;
@@ -10,7 +13,9 @@ class App;
 /// What the program's command line asks for.
 struct LabCommandLine {
     LabServerOptions options;
-    bool bEndsWithInput = false; ///< the server ends when the standard input does
+    std::vector<std::string> vecScenarios; ///< names, or files that contain one each
+    bool bLog = false;                     ///< a line for each exchange is printed
+    bool bEndsWithInput = false;           ///< the server ends when the standard input does
 };
 
 /// Describes the program's command line, and thereby how it is parsed.

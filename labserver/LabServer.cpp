@@ -2,6 +2,7 @@
 
 #include "labserver/LabFaults.h"
 #include "labserver/LabHttp.h"
+#include "labserver/LabJson.h"
 #include "labserver/LabKeyClaim.h"
 #include "labserver/LabRoutes.h"
 #include "labserver/LabScenarios.h"
@@ -72,6 +73,7 @@ public:
     int Port() const { return m_nPort; }
     std::vector<LabExchange> Exchanges() const { return m_exchanges.All(); }
     void AddFault(LabFault fault) { m_faults.Add(std::move(fault)); }
+    void StartScenario(const std::string& strScenario);
 
 private:
     void Answer(const std::string& strPath, const httplib::Request& request, httplib::Response& response);
@@ -102,7 +104,13 @@ int LabServer::Impl::Start()
             Answer(strPath, request, response);
         },
         [this](const httplib::Request& request, httplib::Response& response) { Record(request, response); },
-        [this](LabSeen seen) { m_watch.Add(std::move(seen)); }, m_options);
+        [this](LabSeen seen) {
+            if (m_options.fnSeen) {
+                m_options.fnSeen(seen);
+            }
+            m_watch.Add(std::move(seen));
+        },
+        m_options);
     m_nPort = pHttp->Start();
     m_pHttp = std::move(pHttp);
     return m_nPort;
@@ -162,6 +170,15 @@ void LabServer::Impl::Record(const httplib::Request& request, const httplib::Res
                      bReply ? response.body : std::string()});
 }
 
+void LabServer::Impl::StartScenario(const std::string& strScenario)
+{
+    const std::size_t nBegin = strScenario.find_first_not_of(" \t\r\n");
+    const bool bWhole = nBegin != std::string::npos && strScenario[nBegin] == '{';
+    Json::Value scenario(Json::objectValue);
+    scenario["name"] = strScenario;
+    m_scenarios.Start(bWhole ? ParseJson(strScenario) : scenario);
+}
+
 LabServer::LabServer(LabServerOptions options) : m_pImpl(std::make_unique<Impl>(std::move(options))) {}
 LabServer::~LabServer() = default;
 
@@ -184,4 +201,8 @@ std::vector<LabExchange> LabServer::Exchanges() const
 void LabServer::AddFault(LabFault fault)
 {
     m_pImpl->AddFault(std::move(fault));
+}
+void LabServer::StartScenario(const std::string& strScenario)
+{
+    m_pImpl->StartScenario(strScenario);
 }

@@ -46,6 +46,12 @@ public:
     /// Queues a fault after those pending; may be called before Start. The same as POST /lab/faults.
     void AddFault(LabFault fault);
 
+    /// Starts a scenario; may be called before Start.
+    /// @param strScenario  the name of one that GET /lab/scenarios lists, or a whole one as POST
+    /// /lab/scenarios takes it
+    /// @throws std::runtime_error when there is no such scenario, or the text describes none
+    void StartScenario(const std::string& strScenario);
+
 private:
     class Impl;
     std::unique_ptr<Impl> m_pImpl;

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
+
+struct LabSeen;
 
 /// Where a lab server listens and what it keeps.
 struct LabServerOptions {
@@ -12,4 +15,6 @@ struct LabServerOptions {
     /// that takes longer loses its connection, even if it sends or takes a byte now and then.
     std::chrono::milliseconds patience{60'000};
     int nMaxConnections = 1100; ///< at a time, each with a thread; a further client is answered 503
+    /// Gets each request of a host when it has ended, on many threads at a time. May be empty.
+    std::function<void(const LabSeen&)> fnSeen{};
 };

@@ -1,6 +1,7 @@
 #include "labserver/DescriptorLimit.h"
 #include "labserver/HostAndPort.h"
 #include "labserver/LabCommandLine.h"
+#include "labserver/LabLogLine.h"
 #include "labserver/LabServer.h"
 
 #include "platform/system/EndSignals.h"
@@ -8,22 +9,68 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <fstream>
 #include <iostream>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
 
 namespace
 {
 
 constexpr int EXIT_USAGE = 2;
 
-int Serve(const LabCommandLine& line)
+/// The content of a file, if there is one; otherwise the name of a scenario.
+std::string ScenarioFrom(const std::string& strNameOrFile)
 {
+    std::ifstream file(strNameOrFile, std::ios::binary);
+    if (file) {
+        std::ostringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+    return strNameOrFile;
+}
+
+void StartScenario(LabServer& server, const std::string& strNameOrFile)
+{
+    try {
+        server.StartScenario(ScenarioFrom(strNameOrFile));
+    } catch (const std::exception& error) {
+        throw std::runtime_error("--scenario " + strNameOrFile + ": " + error.what());
+    }
+}
+
+/// Whoever can connect may use the operator's paths, so an address that others can reach is worth a word.
+void WarnIfReachable(const std::string& strAddress)
+{
+    if (strAddress != "localhost" && strAddress != "::1" && strAddress.rfind("127.", 0) != 0) {
+        std::cerr << "ktslabserver: there is no log-in: every program that can connect to "
+                  << EscapeUnsafe(strAddress) << " may read the data and change the answers" << std::endl;
+    }
+}
+
+void PrintLine(const LabSeen& seen)
+{
+    std::cout << LogLineOf(seen) + '\n' << std::flush; // in one piece, since other threads print too
+}
+
+int Serve(LabCommandLine line)
+{
+    if (line.bLog) {
+        line.options.fnSeen = &PrintLine;
+    }
     const EndSignals ends;
     if (line.bEndsWithInput) {
         ends.CountInputEnd();
     }
     RaiseDescriptorLimit();
     LabServer server(line.options);
+    for (const std::string& strScenario : line.vecScenarios) {
+        StartScenario(server, strScenario);
+    }
     const int nPort = server.Start();
+    WarnIfReachable(line.options.strAddress);
     std::cout << "ktslabserver: listening on http://"
               << EscapeUnsafe(HostAndPort(line.options.strAddress, nPort)) << '/' << std::endl;
     ends.Wait();
@@ -41,7 +88,7 @@ int ParseAndServe(int nArguments, char** ppArguments)
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : EXIT_USAGE; // asking for help is no error
     }
-    return Serve(line);
+    return Serve(std::move(line));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <memory>
 #include <spawn.h>
@@ -15,6 +16,8 @@
 
 namespace
 {
+
+using testing::HasSubstr;
 
 /// The server program, run with arguments.
 class Program
@@ -241,6 +244,66 @@ TEST(LabProgram, IsNotHeldBackByASoftLimitOfDescriptors)
         vecClients.push_back(std::make_unique<LabClient>(nPort));
         ASSERT_EQ(vecClients.back()->Get("/posts/1").nStatus, 200) << nClient;
     }
+}
+
+TEST(LabProgram, BeginsWithScenarios)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder.File("own.json"))
+        << R"( {"name": "own", "steps": [{"faults": [{"path": "posts", "status": 418, "untilCleared": true}]}]})";
+    Program program({"--scenario", "slow", "--scenario", folder.File("own.json")});
+    LabClient client(program.ReadPort());
+    const Json::Value scenarios = client.Get("/lab/scenarios").json["scenarios"];
+    int nOn = 0;
+    for (const Json::Value& scenario : scenarios) {
+        nOn += scenario["on"].asBool() ? 1 : 0;
+    }
+    EXPECT_EQ(nOn, 2);
+    const Json::Value faults = client.Get("/lab/faults").json["faults"];
+    EXPECT_EQ(faults[0]["scenario"], "slow");
+    EXPECT_EQ(faults[1]["scenario"], "own");
+}
+
+TEST(LabProgram, AScenarioThatThereIsNotIsSaidAndIsAFailure)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder.File("bad.json")) << "{";
+    for (const auto& [strScenario, strWhy] :
+         {std::pair<std::string, std::string>{"none", "There is no scenario \"none\"."},
+          {folder.File("bad.json"), "The body is not JSON."}}) {
+        Program program({"--scenario", strScenario});
+        EXPECT_EQ(program.ErrLine(), "ktslabserver: --scenario " + strScenario + ": " + strWhy);
+        EXPECT_EQ(program.Wait(), 1);
+    }
+}
+
+TEST(LabProgram, PrintsALineForEachRequestOfAHost)
+{
+    Program program({"--log"});
+    LabClient client(program.ReadPort());
+    client.Get("/posts/7?a=%1b[2J");
+    EXPECT_THAT(
+        program.OutLine(),
+        testing::MatchesRegex("20[^ ]+Z 127\\.0\\.0\\.1:[0-9]+ GET /posts/7\\?a=%1b\\[2J 200 answered 0 "
+                              "[0-9]+ [0-9]+\\.[0-9][0-9][0-9] -"));
+    client.Get("/lab/faults"); // the operator's
+    client.PostWithKey(CYCLES, "[1]", "\"my key\"");
+    EXPECT_THAT(program.OutLine(), testing::MatchesRegex(".* POST .* 200 answered 3 .* my\\\\x20key"));
+    client.Get("/none");
+    EXPECT_THAT(program.OutLine(), HasSubstr(" GET /none 404 refused "));
+}
+
+TEST(LabProgram, SaysThatThereIsNoLogInWhereOthersCanConnect)
+{
+    Program local({"--address", "127.0.0.2"});
+    local.ReadPort();
+    local.Signal(SIGTERM);
+    EXPECT_EQ(local.ErrLine(), "");
+    Program open({"--address", "0.0.0.0"});
+    open.ReadPort();
+    EXPECT_EQ(open.ErrLine(),
+              "ktslabserver: there is no log-in: every program that can connect to 0.0.0.0 may read the "
+              "data and change the answers");
 }
 
 TEST(LabProgram, AnIPv6AddressStandsInBrackets)
