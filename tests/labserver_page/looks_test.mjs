@@ -31,6 +31,7 @@ async function inEachPart(page, look) {
       await page.locator(".whole h3").first().waitFor();
     } else if (part === "reports") {
       await page.locator("#report-kind").selectOption("incubator-status");
+      await page.locator("#report-table tbody tr").first().waitFor();
     }
     await filled(page, part);
     await look(part);

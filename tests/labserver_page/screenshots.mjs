@@ -1,6 +1,6 @@
 // Makes the pictures of the page in docs/images anew.
 import path from "node:path";
-import { eventually, filled, inPage, root, send, showPart, startBrowser, startLab } from "./stage.mjs";
+import { eventually, inPage, root, send, showPart, startBrowser, startLab } from "./stage.mjs";
 
 const SECONDS = 25; // of traffic, so that the plots show something
 const stage = { lab: await startLab(), browser: await startBrowser() };
@@ -16,7 +16,7 @@ async function work() {
     for (let channel = 1; channel <= burst; ++channel) {
       const key = { "Idempotency-Key": `"KTS-0007-${channel}-${cycle}"` };
       await send(lab, "POST", "/open/test-cabinet/add/kostrel/cycle",
-        [{ cellCode: `CELL-000${channel}`, cycle, chargeCapacity: 3.2 - cycle / 1000, dischargeCapacity: 3.1 - cycle / 1000 }], key);
+        [{ cellCode: `CELL-000${channel}`, cycle, chargeCapacity: (3200 - cycle) / 1000, dischargeCapacity: (3100 - cycle) / 1000 }], key);
     }
     await send(lab, "GET", "/vomd/system/channelCheckData.action?deviceId=KTS-0007&chl=3&wtNumId=1201&xmNameId=107&dxtm=CELL-0001&purpose=DVT");
     if (cycle % 4 === 0) {
@@ -34,14 +34,15 @@ async function shoot(page, name) {
   await page.screenshot({ path: path.join(root, `docs/images/lab-${name}.png`) });
 }
 
-const inWindow = { viewport: { width: 1100, height: 900 } };
+const window = (height) => ({ viewport: { width: 1100, height } });
 try {
   await work();
-  await inPage(stage, inWindow, async (page) => {
+  await inPage(stage, window(1250), async (page) => {
     await eventually(async () => (await page.locator("#exchanges > li").count()) > 20, "the traffic");
     await page.locator("#exchanges > li").filter({ hasText: "kostrel/cycle" }).first().locator("summary").click();
     await page.locator(".whole h3").first().waitFor();
     await shoot(page, "traffic");
+    await page.setViewportSize(window(1080).viewport);
     await showPart(page, "faults");
     await page.getByRole("button", { name: "Start: Gateway error for a minute" }).click();
     await page.locator("#scenario-list li.on").waitFor();
@@ -50,10 +51,11 @@ try {
     await page.locator("#scenarios-end").click();
     await page.getByText("All scenarios are ended.").waitFor();
   });
-  await inPage(stage, { ...inWindow, colorScheme: "dark", locale: "zh-CN", part: "reports" }, async (page) => {
+  await inPage(stage, { ...window(640), colorScheme: "dark", locale: "zh-CN", part: "reports" }, async (page) => {
     await page.locator("#report-kind").selectOption("cycle-data");
     await page.locator("#report-search").fill("CELL-0003");
-    await filled(page, "reports");
+    await eventually(async () => /CELL-0003/.test(await page.locator("#report-table tbody tr").first().innerText()), "the reports");
+    await page.locator("#report-search").blur();
     await shoot(page, "reports-dark-chinese");
   });
 } finally {
