@@ -1,8 +1,8 @@
 #include "labserver/LabOperator.h"
 
+#include "labserver/LabHostRoutes.h"
 #include "labserver/LabJson.h"
 #include "labserver/LabQueries.h"
-#include "labserver/LabRoutes.h"
 #include "labserver/LabScenarios.h"
 
 namespace

@@ -18,6 +18,12 @@ double Quantile(std::vector<float>& vecSample, double fShare)
 
 } // namespace
 
+std::int64_t LabRates::Now()
+{
+    using namespace std::chrono;
+    return duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
+}
+
 void LabRates::Add(std::int64_t nSecond, std::chrono::microseconds duration, bool bFailed)
 {
     const float fMs = std::chrono::duration<float, std::milli>(duration).count();

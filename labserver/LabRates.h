@@ -23,7 +23,10 @@ class LabRates
 public:
     static constexpr std::chrono::seconds KEPT{300};
 
-    /// Counts a request. @param nSecond  when it was answered, in seconds since 1970 (UTC)
+    /// Now, in seconds since 1970 (UTC), as all of these functions count them.
+    static std::int64_t Now();
+
+    /// Counts a request. @param nSecond  when it was answered
     void Add(std::int64_t nSecond, std::chrono::microseconds duration, bool bFailed);
 
     LabSecond Second(std::int64_t nSecond) const;

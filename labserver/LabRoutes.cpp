@@ -2,7 +2,9 @@
 
 #include "labserver/LabChannels.h"
 #include "labserver/LabGate.h"
+#include "labserver/LabHostRoutes.h"
 #include "labserver/LabJson.h"
+#include "labserver/LabObserver.h"
 #include "labserver/LabOperator.h"
 #include "labserver/LabPage.h"
 #include "labserver/LabQueries.h"
@@ -18,38 +20,9 @@
 namespace
 {
 
-struct LabRoute {
-    std::string strMethod;
-    std::string strPath; ///< one that ends in "/" stands for every path with one more segment
-    const char* szWhat;  ///< what is at the path, for people
-    LabHandler fnAnswer;
-    std::string strReports{}; ///< the kind of reports that the requests bring; empty if they bring none
-};
-
-LabRoute ReportRoute(const char* szPath, const char* szKind)
-{
-    return {"POST", szPath, "takes a report", ReportHandler(szKind), szKind};
-}
-
-const std::vector<LabRoute>& Routes()
+const std::vector<LabRoute>& OperatorRoutes()
 {
     static const std::vector<LabRoute> vecRoutes = {
-        {"GET", "/posts/", "a user", AnswerUserInfo},
-        {"GET", "/vomd/system/GetSupportVer.action", "whether a version is supported", AnswerSupportVer},
-        {"GET", "/vomd/system/GetSyxm.action", "the projects of cells", AnswerProjects},
-        {"GET", "/vomd/system/GetDxzt.action", "the states that batteries can have", AnswerBattStatus},
-        {"GET", "/vomd/system/autoExport.action", "what is exported about a cell", AnswerAutoExport},
-        {"GET", "/vomd/system/xmmb/getFtpFilePath.action", "where files go", AnswerFtpFilePath},
-        {"GET", "/vomd/system/channelCheckData.action", "whether a channel may start",
-         AnswerChannelCheckData},
-        {"GET", "/vomd/system/whetherInCommon.action", "whether a barcode is in common",
-         AnswerWhetherInCommon},
-        ReportRoute("/vomd/system/addstatuslog.action", "channel-status"),
-        ReportRoute("/vomd/system/incubatorStatus.action", "incubator-status"),
-        ReportRoute("/dev-api/connector/DataCollectionController_KR_KR/saveData", "battery-data"),
-        ReportRoute("/open/test-cabinet/add/kostrel/cycle", "cycle-data"),
-        ReportRoute("/open/test-cabinet/add/kostrel/step", "step-data"),
-        ReportRoute("/core/api/public/orn/qm/autoWriteInspection", "orn-step-data"),
         {"GET", "/lab/exchanges",
          "the latest requests of hosts, newest first: before, limit, path, host, outcome", ListExchanges},
         {"GET", "/lab/exchanges/", "one of them, whole, by its id", ShowExchange},
@@ -88,29 +61,23 @@ const std::vector<LabRoute>& Routes()
     return vecRoutes;
 }
 
-/// Whether a route serves a path. @param strTail gets the rest of the path after the route's
-bool Serves(const LabRoute& route, const std::string& strPath, std::string& strTail)
+const std::vector<LabRoute>& RoutesFor(const std::string& strPath)
 {
-    if (route.strPath.back() != '/') {
-        return strPath == route.strPath;
-    }
-    if (strPath.compare(0, route.strPath.size(), route.strPath) != 0) {
-        return false;
-    }
-    strTail = strPath.substr(route.strPath.size());
-    return !strTail.empty() && strTail.find('/') == std::string::npos;
+    return IsOperatorPath(strPath) ? OperatorRoutes() : HostRoutes();
 }
 
 /// What can be asked of this server.
 Json::Value Interface()
 {
     Json::Value paths(Json::arrayValue);
-    for (const LabRoute& route : Routes()) {
-        Json::Value path(Json::objectValue);
-        path["method"] = route.strMethod;
-        path["path"] = route.strPath;
-        path["what"] = route.szWhat;
-        paths.append(std::move(path));
+    for (const auto* pRoutes : {&HostRoutes(), &OperatorRoutes()}) {
+        for (const LabRoute& route : *pRoutes) {
+            Json::Value path(Json::objectValue);
+            path["method"] = route.strMethod;
+            path["path"] = route.strPath;
+            path["what"] = route.szWhat;
+            paths.append(std::move(path));
+        }
     }
     Json::Value interface(Json::objectValue);
     interface["name"] = "ktslabserver";
@@ -139,7 +106,7 @@ Json::Value Answer(LabContext& context, const std::string& strPath, const httpli
     if (strPath == "/lab/" && strMethod == "GET") {
         return Interface();
     }
-    for (const LabRoute& route : Routes()) {
+    for (const LabRoute& route : RoutesFor(strPath)) {
         std::string strTail;
         if (!Serves(route, strPath, strTail)) {
             continue;
@@ -165,29 +132,6 @@ void Refuse(httplib::Response& response, int nStatus, const std::string& strWhy)
 }
 
 } // namespace
-
-bool TakesReports(const std::string& strMethod, const std::string& strPath)
-{
-    const auto& vecRoutes = Routes();
-    return std::any_of(vecRoutes.begin(), vecRoutes.end(), [&](const LabRoute& route) {
-        return !route.strReports.empty() && route.strMethod == strMethod && route.strPath == strPath;
-    });
-}
-
-void RequireHostPath(const std::string& strFaultPath)
-{
-    const std::string strPath = (strFaultPath.compare(0, 1, "/") == 0 ? "" : "/") + strFaultPath;
-    const auto& vecRoutes = Routes();
-    const bool bUsed =
-        !strFaultPath.empty() && std::any_of(vecRoutes.begin(), vecRoutes.end(), [&](const LabRoute& route) {
-            std::string strTail;
-            return !IsOperatorPath(route.strPath) &&
-                   (Covers(strPath, route.strPath) || Serves(route, strPath, strTail));
-        });
-    if (!bUsed) {
-        throw LabError(400, "No host uses the path \"" + strFaultPath + "\", or one below it.");
-    }
-}
 
 void AnswerRequest(LabContext& context, const std::string& strPath, const httplib::Request& request,
                    httplib::Response& response)

@@ -1,8 +1,8 @@
 #include "labserver/LabScenarios.h"
 
 #include "labserver/LabBuiltInScenarios.h"
+#include "labserver/LabHostRoutes.h"
 #include "labserver/LabJson.h"
-#include "labserver/LabRoutes.h"
 #include "labserver/LabTable.h"
 
 #include <algorithm>

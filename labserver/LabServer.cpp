@@ -1,6 +1,7 @@
 #include "labserver/LabServer.h"
 
 #include "labserver/LabFaults.h"
+#include "labserver/LabHostRoutes.h"
 #include "labserver/LabHttp.h"
 #include "labserver/LabJson.h"
 #include "labserver/LabKeyClaim.h"

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "labserver/LabEvents.h"
-#include "labserver/LabHandler.h"
 #include "labserver/LabRates.h"
 #include "labserver/LabTraffic.h"
 
@@ -17,9 +16,3 @@ struct LabWatch {
     /// Keeps a request, and counts it in its second.
     void Add(LabSeen seen);
 };
-
-/// Handlers of GET /lab/exchanges, /lab/exchanges/ID, /lab/rates and /lab/events.
-Json::Value ListExchanges(LabContext& context, const LabRequest& request);
-Json::Value ShowExchange(LabContext& context, const LabRequest& request);
-Json::Value ListRates(LabContext& context, const LabRequest& request);
-Json::Value StreamEvents(LabContext& context, const LabRequest& request);
