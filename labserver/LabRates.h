@@ -45,5 +45,5 @@ private:
 
     mutable std::mutex m_mutex;
     std::map<std::int64_t, Bucket> m_mapBuckets;
-    std::minstd_rand m_random;
+    std::minstd_rand m_random{std::random_device()()};
 };

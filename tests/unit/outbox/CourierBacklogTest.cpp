@@ -145,7 +145,9 @@ TEST(Courier, KeepsLargeReportsWithinItsLimits)
     EXPECT_EQ(host.vecSent.size(), Courier::MOST_LOADED_BYTES / 200'100);
     EXPECT_TRUE(host.RunUntilDrained(10min));
     EXPECT_LE(host.nMostLoadedBytes, Courier::MOST_LOADED_BYTES);
-    host.Send(std::string(9'000'000, 'x'));
+    std::string strLarge;
+    strLarge.assign(9'000'000, 'x');
+    host.Send(strLarge);
     EXPECT_TRUE(host.RunUntilDrained(10min)) << "one that is larger than the limit goes alone";
 }
 
