@@ -46,7 +46,9 @@ bool OpenIn(const std::string& /*strFolder*/) noexcept
     return false;
 }
 
-bool OpenByEnvironment() noexcept
+void SetDefaultFolder(const std::string& /*strFolder*/) {}
+
+bool OpenConfigured() noexcept
 {
     return false;
 }
