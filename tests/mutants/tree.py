@@ -139,7 +139,7 @@ class Tree:
             self.write()
             build = self.copy / "build" / preset
             if not (build / "build.ninja").exists():
-                run(["cmake", "--preset", preset, f"-DCMAKE_CXX_FLAGS=-w -fpermissive -include {header}"], self.copy)
+                run(["cmake", "--preset", preset, f"-DCMAKE_CXX_FLAGS=-std=c++17 -w -fpermissive -include {header}"], self.copy)
             done = subprocess.run(["cmake", "--build", "--preset", preset, "--", "-k", "0"], cwd=self.copy,
                                   text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
             if done.returncode == 0:
