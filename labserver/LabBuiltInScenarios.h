@@ -2,6 +2,10 @@
 
 /// The scenarios that every lab server knows.
 inline constexpr const char* BUILT_IN_SCENARIOS = R"([
+    {"name": "expired-cert", "title": "Certificate expired", "titleZh": "证书已过期",
+     "description": "New HTTPS connections are shown a certificate that expired yesterday. GET /lab/authority.pem gives the authority that signed it.",
+     "descriptionZh": "新的 HTTPS 连接会得到一张昨天已过期的证书。GET /lab/authority.pem 提供签发它的机构证书。",
+     "steps": [{"tls": "expired"}]},
     {"name": "gateway-error", "title": "Gateway error for a minute", "titleZh": "网关错误一分钟",
      "description": "Every request gets 502, as from a gateway whose server is down. Nothing is stored.",
      "descriptionZh": "所有请求都得到 502，如同网关后面的服务器已停机。不存储任何数据。",
@@ -23,6 +27,10 @@ inline constexpr const char* BUILT_IN_SCENARIOS = R"([
         {"path": "/dev-api", "untilCleared": true, "reset": true, "stored": true},
         {"path": "/open", "untilCleared": true, "reset": true, "stored": true},
         {"path": "/core", "untilCleared": true, "reset": true, "stored": true}]}]},
+    {"name": "restart", "title": "Restart", "titleZh": "重启",
+     "description": "The server ends all connections, is away for ten seconds, and comes back.",
+     "descriptionZh": "服务器断开所有连接，离线十秒后恢复。",
+     "steps": [{"restartMs": 10000}]},
     {"name": "slow", "title": "Slow", "titleZh": "缓慢",
      "description": "Every reply comes two seconds late.", "descriptionZh": "所有应答延迟两秒。",
      "steps": [{"faults": [{"path": "/", "untilCleared": true, "delayMs": 2000}]}]}

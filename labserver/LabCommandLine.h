@@ -14,6 +14,7 @@ class App;
 struct LabCommandLine {
     LabServerOptions options;
     std::vector<std::string> vecScenarios; ///< names, or files that contain one each
+    std::string strRecordFile;             ///< where each exchange is written to; empty for nowhere
     bool bLog = false;                     ///< a line for each exchange is printed
     bool bEndsWithInput = false;           ///< the server ends when the standard input does
 };

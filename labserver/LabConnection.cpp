@@ -22,7 +22,11 @@ constexpr size_t READ_SIZE = 16384;
 
 // This class waits only by polling.
 LabConnection::LabConnection(Socket nSocket, const StopSignal& stop, milliseconds patience)
-    : m_nSocket(nSocket), m_peer(PeerOf(nSocket)), m_stop(stop), m_patience(patience)
+    : m_nSocket(nSocket),
+      m_pStream(std::make_unique<PlainStream>(nSocket)),
+      m_peer(PeerOf(nSocket)),
+      m_stop(stop),
+      m_patience(patience)
 {
     MakeNonBlocking(m_nSocket);
 }
@@ -32,8 +36,32 @@ LabConnection::~LabConnection()
     if (m_eEnd == End::Reset) {
         // Closing with a linger time of zero sends a reset.
         SetSocketOption(m_nSocket, SOL_SOCKET, SO_LINGER, linger{1, 0});
+    } else if (m_eEnd != End::Truncated) {
+        m_pStream->TellEnd();
     }
     CloseSocket(m_nSocket);
+}
+
+bool LabConnection::Begin(LabTls& tls)
+{
+    if (!PollSocketOrStop(IDLE)) {
+        return false;
+    }
+    BeginToWait();
+    constexpr char HANDSHAKE = 0x16; // the first byte of TLS, with which no HTTP request begins
+    char cFirst = 0;
+    return PeekBytes(m_nSocket, &cFirst, 1) != 1 || cFirst != HANDSHAKE || BeginTls(tls);
+}
+
+/// @return false if no request can follow
+bool LabConnection::BeginTls(LabTls& tls)
+{
+    m_optCertificate = tls.Shown();
+    if (!m_optCertificate) {
+        return true; // refused as a request that can't be read
+    }
+    m_pStream = tls.Open(m_nSocket, *m_optCertificate);
+    return m_pStream->ShakeHands([this](short nEvents) { return WaitForSocket(nEvents); });
 }
 
 bool LabConnection::WaitForRequest()
@@ -173,10 +201,14 @@ bool LabConnection::Fill()
     if (!Flush()) {
         return false;
     }
-    const bool bReady = WaitForSocket(POLLIN);
+    static_assert(READ_SIZE >= 16384,
+                  "all of a TLS record must fit, or the rest of it would not be waited for");
+    LabStream::Moved moved{0, POLLIN};
     m_vecIn.resize(READ_SIZE);
-    const std::ptrdiff_t nGot = bReady ? ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) : 0;
-    m_vecIn.resize(static_cast<size_t>(std::max<std::ptrdiff_t>(nGot, 0)));
+    while (moved.nAwaited != 0 && WaitForSocket(moved.nAwaited)) {
+        moved = m_pStream->Receive(m_vecIn.data(), m_vecIn.size());
+    }
+    m_vecIn.resize(moved.nBytes);
     m_nInRead = 0;
     return !m_vecIn.empty();
 }
@@ -185,10 +217,9 @@ bool LabConnection::Flush()
 {
     size_t nSent = 0;
     while (nSent < m_strOut.size()) {
-        const std::ptrdiff_t nDone = SendBytes(m_nSocket, m_strOut.data() + nSent, m_strOut.size() - nSent);
-        if (nDone > 0) {
-            nSent += static_cast<size_t>(nDone);
-        } else if (!WouldBlock() || !WaitForSocket(POLLOUT)) {
+        const LabStream::Moved moved = m_pStream->Send(m_strOut.data() + nSent, m_strOut.size() - nSent);
+        nSent += moved.nBytes;
+        if (moved.nBytes == 0 && (moved.nAwaited == 0 || !WaitForSocket(moved.nAwaited))) {
             break;
         }
     }
@@ -199,6 +230,7 @@ bool LabConnection::Flush()
 
 void LabConnection::ReadAway()
 {
+    m_pStream->TellEnd();
     shutdown(m_nSocket, SHUT_WR);
     const auto end = std::chrono::steady_clock::now() + PATIENCE_AT_STOP;
     m_vecIn.resize(READ_SIZE);
@@ -222,8 +254,12 @@ void LabConnection::StaySilent()
 bool LabConnection::HasLeft()
 {
     m_vecIn.resize(READ_SIZE);
-    return PollSocket(POLLIN, milliseconds(0)) &&
-           ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size()) <= 0 && !WouldBlock();
+    if (!PollSocket(POLLIN, milliseconds(0))) {
+        return false;
+    }
+    // A watcher sends nothing that means anything here, so TLS need not be undone.
+    const std::ptrdiff_t nGot = ReceiveBytes(m_nSocket, m_vecIn.data(), m_vecIn.size());
+    return nGot == 0 || (nGot < 0 && !WouldBlock());
 }
 
 void LabConnection::SendStream()

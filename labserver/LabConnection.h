@@ -1,17 +1,22 @@
 #pragma once
 
 #include "labserver/LabHead.h"
+#include "labserver/LabStream.h"
+#include "labserver/LabTls.h"
 #include "labserver/StopSignal.h"
 
 #include <chrono>
 #include <functional>
 #include <httplib.h>
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-/// One client's connection as the HTTP server reads and writes it. A reply is buffered and sent in one piece,
-/// so that header and body are never sent separately. No function waits for long once the server is told to
+/// One client's connection as the HTTP server reads and writes it, with TLS if the client begins it and the
+/// server has a certificate to show. A reply is buffered and sent in one piece, so that header and body are
+/// never sent separately. No function waits for long once the server is told to
 /// stop. To be used only by the thread that serves the connection.
 class LabConnection : public httplib::Stream
 {
@@ -26,6 +31,15 @@ public:
     ~LabConnection() override;
     LabConnection(const LabConnection&) = delete;
     LabConnection& operator=(const LabConnection&) = delete;
+
+    /// Waits for the client's first byte, and shakes hands with it if it begins TLS. To be called first.
+    /// @param tls  used only by this call
+    /// @return false when no request will come: the client left, stayed silent or did not take the
+    /// certificate, or the server must stop
+    bool Begin(LabTls& tls);
+
+    /// The certificate that the client was shown; none without TLS.
+    std::optional<LabCertificate> Certificate() const { return m_optCertificate; }
 
     /// Waits for the first byte of a request.
     /// @return false when there will be none: the client left or stayed silent, or the server must stop
@@ -79,6 +93,7 @@ private:
     bool PollSocket(short nEvents, std::chrono::milliseconds patience) const;
     bool PollSocketOrStop(std::chrono::milliseconds patience) const;
     bool WaitForSocket(short nEvents);
+    bool BeginTls(LabTls& tls);
     bool HasReceived() const { return m_nInRead < m_vecIn.size(); }
     ssize_t ReadHead(char* pBytes, size_t nSize);
     bool Fill();
@@ -89,6 +104,8 @@ private:
     void SendStream();
 
     Socket m_nSocket;
+    std::unique_ptr<LabStream> m_pStream;
+    std::optional<LabCertificate> m_optCertificate;
     const std::pair<std::string, int> m_peer;
     const StopSignal& m_stop;
     const std::chrono::milliseconds m_patience;

@@ -9,8 +9,7 @@
 namespace
 {
 
-constexpr int DEFAULT_PORT = 80; ///< which clients omit from the header Host
-constexpr std::string_view SCHEME = "http://";
+constexpr int DEFAULT_PORTS[] = {80, 443}; ///< which clients omit from the header Host
 
 /// A content type without its parameters.
 std::string MediaType(const std::string& strContentType)
@@ -58,13 +57,13 @@ LabGate::LabGate(const std::string& strAddress, int nPort)
     for (const std::string& strName : vecNames) {
         const std::string strWithPort = HostAndPort(strName, nPort);
         m_vecOwn.push_back(strWithPort);
-        if (nPort == DEFAULT_PORT) {
+        if (nPort == DEFAULT_PORTS[0] || nPort == DEFAULT_PORTS[1]) {
             m_vecOwn.push_back(strWithPort.substr(0, strWithPort.rfind(':')));
         }
     }
 }
 
-LabRefusal LabGate::RefusalOf(const httplib::Request& request) const
+LabRefusal LabGate::RefusalOf(const httplib::Request& request, bool bTls) const
 {
     // Neither header may occur twice: the browser and this server might use different ones.
     if (request.get_header_value_count("Host") != 1 || !IsOwn(request.get_header_value("Host"))) {
@@ -72,7 +71,7 @@ LabRefusal LabGate::RefusalOf(const httplib::Request& request) const
                          m_vecOwn.front() + "; another name may be that of a web page."};
     }
     const size_t nOrigins = request.get_header_value_count("Origin");
-    if (nOrigins > 1 || (nOrigins == 1 && !IsOwnOrigin(request.get_header_value("Origin")))) {
+    if (nOrigins > 1 || (nOrigins == 1 && !IsOwnOrigin(request.get_header_value("Origin"), bTls))) {
         return {403, "The header Origin names another site: its pages may not use the operator's paths."};
     }
     if (!IsAskedByUs(request)) {
@@ -91,9 +90,11 @@ bool LabGate::IsOwn(const std::string& strHost) const
     return std::find(m_vecOwn.begin(), m_vecOwn.end(), LowerCase(strHost)) != m_vecOwn.end();
 }
 
-bool LabGate::IsOwnOrigin(const std::string& strOrigin) const
+bool LabGate::IsOwnOrigin(const std::string& strOrigin, bool bTls) const
 {
-    return strOrigin.compare(0, SCHEME.size(), SCHEME) == 0 && IsOwn(strOrigin.substr(SCHEME.size()));
+    const std::string_view strScheme = bTls ? "https://" : "http://";
+    return strOrigin.compare(0, strScheme.size(), strScheme) == 0 &&
+           IsOwn(strOrigin.substr(strScheme.size()));
 }
 
 void ProtectReply(httplib::Response& response)

@@ -22,11 +22,12 @@ public:
     /// Why a request to an operator path is refused: it names another host than this server, or none, or
     /// comes from a page of another site (403), or it has a body whose content type is not JSON (415).
     /// Browsers let a page send such a body to any site.
-    LabRefusal RefusalOf(const httplib::Request& request) const;
+    /// @param bTls  whether the request came over TLS, and so the server's own page would too
+    LabRefusal RefusalOf(const httplib::Request& request, bool bTls) const;
 
 private:
     bool IsOwn(const std::string& strHost) const;
-    bool IsOwnOrigin(const std::string& strOrigin) const;
+    bool IsOwnOrigin(const std::string& strOrigin, bool bTls) const;
 
     std::vector<std::string> m_vecOwn; ///< as in the header Host, in lower case
 };

@@ -10,6 +10,7 @@
 #include <string>
 
 class LabScenarios;
+class LabTls;
 struct LabWatch;
 
 /// What a handler works on.
@@ -17,6 +18,7 @@ struct LabContext {
     LabStore& store;
     LabFaults& faults;
     LabScenarios& scenarios;
+    LabTls& tls;
     LabWatch& watch;
     const LabKeyClaim& claim; ///< to the request's key, if it brings a report and a key
 };
@@ -27,6 +29,7 @@ struct LabRequest {
     std::string strTail; ///< what follows the route's path
 };
 
-/// Answers a request with the body of a reply of status 200. Runs on many threads at a time.
+/// Answers a request with the body of a reply of status 200: JSON, or if the value is a string, this string
+/// as plain text. Runs on many threads at a time.
 /// @throws LabError for any other status, SqliteError when the store fails
 using LabHandler = std::function<Json::Value(LabContext&, const LabRequest&)>;

@@ -34,13 +34,15 @@ size_t AnnouncedBody(const httplib::Request& request)
 }
 
 /// Why a request is refused before its body is read.
-LabRefusal RefusalOf(const LabGate& gate, const httplib::Request& request)
+LabRefusal RefusalOf(const LabGate& gate, bool bTlsRequired, const httplib::Request& request)
 {
     if (IsOperatorPath(request.path)) {
-        LabRefusal refusal = gate.RefusalOf(request);
+        LabRefusal refusal = gate.RefusalOf(request, t_pConnection->Certificate().has_value());
         if (refusal.nStatus != 0) {
             return refusal;
         }
+    } else if (bTlsRequired && !t_pConnection->Certificate()) {
+        return {400, "This server speaks HTTPS, and only the operator's paths are served without it."};
     }
     // A body of unknown length could not be refused in time, or would last until the client leaves.
     const bool bNeedsLength = IsOneOf(request.method, {"POST", "PUT", "PATCH"});
@@ -92,10 +94,10 @@ void NoteReply(const httplib::Request& request, const httplib::Response& respons
 }
 
 /// Corrects what httplib would otherwise do with a request's header.
-void PrepareRequest(const LabGate& gate, httplib::Request& request)
+void PrepareRequest(const LabGate& gate, bool bTlsRequired, httplib::Request& request)
 {
     NoteRequest(request);
-    const LabRefusal refusal = RefusalOf(gate, request);
+    const LabRefusal refusal = RefusalOf(gate, bTlsRequired, request);
     if (refusal.nStatus != 0) {
         t_pConnection->Refuse(refusal);
     } else if (AnnouncedBody(request) > 0 && !IsBodyRead(request)) {
@@ -152,8 +154,8 @@ void PrepareReply(httplib::Response& response)
 } // namespace
 
 LabHttp::LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, SeenFunction fnSeen,
-                 const LabServerOptions& options)
-    : m_options(options), m_fnSeen(std::move(fnSeen))
+                 const LabServerOptions& options, LabTls& tls)
+    : m_options(options), m_tls(tls), m_fnSeen(std::move(fnSeen))
 {
     RestoreSigPipe();
     const Handler fnHandle = [fnAnswer](const httplib::Request& request, httplib::Response& response) {
@@ -189,6 +191,7 @@ LabHttp::~LabHttp()
 int LabHttp::Start()
 {
     const int nPort = Bind(m_options.strAddress, m_options.nPort);
+    m_address = LocalAddressOf(svr_sock_);
     m_pGate = std::make_unique<LabGate>(m_options.strAddress, nPort);
     m_pListener =
         std::make_unique<LabListener>(svr_sock_.exchange(NO_SOCKET), m_stop, m_options.nMaxConnections,
@@ -234,10 +237,21 @@ LabSeen& LabHttp::CurrentSeen()
 void LabHttp::Serve(Socket nSocket)
 {
     LabConnection connection(nSocket, m_stop, m_options.patience);
+    if (!connection.Begin(m_tls)) {
+        return;
+    }
     t_pConnection = &connection;
     while (connection.WaitForRequest() && ServeRequest(connection)) {
     }
     t_pConnection = nullptr;
+}
+
+/// Whether no request may follow the next one: the server stops, or it shows another certificate by now,
+/// which the client gets to see only on a new connection.
+bool LabHttp::MustEnd(const LabConnection& connection) const
+{
+    return m_stop.WaitFor(std::chrono::milliseconds(0)) ||
+           (connection.Certificate() && connection.Certificate() != m_tls.Shown());
 }
 
 /// @return whether another request can follow
@@ -249,13 +263,14 @@ bool LabHttp::ServeRequest(LabConnection& connection)
     t_seen.arrived = std::chrono::system_clock::now();
     t_seen.strHost = connection.ClientAddress();
     t_seen.nPort = connection.ClientPort();
-    const bool bLast = m_stop.WaitFor(std::chrono::milliseconds(0));
+    t_seen.bTls = connection.Certificate().has_value();
+    const bool bLast = MustEnd(connection);
     bool bClosed = false;
     bool bUnderstood = false;
     const bool bAnswered =
         process_request(connection, bLast, bClosed, [this, &bUnderstood](httplib::Request& request) {
             bUnderstood = true;
-            PrepareRequest(*m_pGate, request);
+            PrepareRequest(*m_pGate, m_tls.IsRequired(), request);
         });
     if (!connection.HasReply()) { // a client may wait long until it finds out
         TellSeen(begin);

@@ -5,6 +5,7 @@
 #include "labserver/LabListener.h"
 #include "labserver/LabSeen.h"
 #include "labserver/LabServerOptions.h"
+#include "labserver/LabTls.h"
 #include "labserver/StopSignal.h"
 
 #include <chrono>
@@ -58,16 +59,20 @@ public:
     /// or at once if none is. Runs on many threads at a time.
     using SeenFunction = std::function<void(LabSeen)>;
 
+    /// @param tls must outlive this object
     /// @param fnAnswer runs on many threads at a time
     /// @param fnSeal gets every reply, including those to malformed requests, just before it is sent
     LabHttp(const AnswerFunction& fnAnswer, const Handler& fnSeal, SeenFunction fnSeen,
-            const LabServerOptions& options);
+            const LabServerOptions& options, LabTls& tls);
     ~LabHttp() override; ///< stops it
 
     /// Listens as the options say and serves on threads of its own; returns at once.
     /// @return the port
     /// @throws std::runtime_error when the address can't be bound
     int Start();
+
+    /// Where it listens, or listened last.
+    const SocketAddress& Address() const { return m_address; }
 
     /// Stops listening, and waits until every request in progress is answered and every connection closed.
     void Stop();
@@ -81,10 +86,13 @@ private:
     int Bind(const std::string& strAddress, int nPort);
     void Serve(Socket nSocket);
     bool ServeRequest(LabConnection& connection);
+    bool MustEnd(const LabConnection& connection) const;
     void TellSeen(std::chrono::steady_clock::time_point begin) const;
 
     const LabServerOptions m_options;
+    LabTls& m_tls;
     const SeenFunction m_fnSeen;
+    SocketAddress m_address;
     StopSignal m_stop;
     std::unique_ptr<const LabGate> m_pGate;
     std::unique_ptr<LabListener> m_pListener;

@@ -10,16 +10,6 @@ namespace
 /// Deeper than any report, and far below the depth at which reading would overflow a thread's stack.
 constexpr int MAX_DEPTH = 256;
 
-bool IsUtf8(const std::string& strText)
-{
-    using Utf8 = std::codecvt<char32_t, char, std::mbstate_t>;
-    std::mbstate_t state{};
-    const char* const pBegin = strText.data();
-    const int nValid = std::use_facet<Utf8>(std::locale::classic())
-                           .length(state, pBegin, pBegin + strText.size(), strText.size());
-    return static_cast<size_t>(nValid) == strText.size();
-}
-
 std::unique_ptr<Json::CharReader> MakeReader()
 {
     Json::CharReaderBuilder builder;
@@ -37,6 +27,16 @@ Json::StreamWriterBuilder MakeWriterBuilder()
 }
 
 } // namespace
+
+bool IsUtf8(const std::string& strText)
+{
+    using Utf8 = std::codecvt<char32_t, char, std::mbstate_t>;
+    std::mbstate_t state{};
+    const char* const pBegin = strText.data();
+    const int nValid = std::use_facet<Utf8>(std::locale::classic())
+                           .length(state, pBegin, pBegin + strText.size(), strText.size());
+    return static_cast<size_t>(nValid) == strText.size();
+}
 
 Json::Value ParseJson(const std::string& strText)
 {

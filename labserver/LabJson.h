@@ -18,6 +18,8 @@ private:
     int m_nStatus;
 };
 
+bool IsUtf8(const std::string& strText);
+
 /// Parses one JSON text in UTF-8 whose root is an object or an array.
 /// @throws LabError (400) on anything else, including a text nested too deeply
 Json::Value ParseJson(const std::string& strText);

@@ -4,6 +4,7 @@
 #include "labserver/LabJson.h"
 #include "labserver/LabQueries.h"
 #include "labserver/LabScenarios.h"
+#include "labserver/LabTls.h"
 
 namespace
 {
@@ -120,4 +121,9 @@ Json::Value EndScenarios(LabContext& context, const LabRequest&)
 {
     context.scenarios.EndAll();
     return Done();
+}
+
+Json::Value ShowAuthority(LabContext& context, const LabRequest&)
+{
+    return context.tls.Authority();
 }

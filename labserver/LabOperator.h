@@ -23,4 +23,6 @@ Json::Value StartScenario(LabContext& context,
 Json::Value EndScenario(LabContext& context,
                         const LabRequest& request); ///< its name follows the route's path
 Json::Value EndScenarios(LabContext& context, const LabRequest& request); ///< all of them
+Json::Value ShowAuthority(LabContext& context,
+                          const LabRequest& request); ///< a string: as LabTls::Authority()
 Json::Value ClearFaults(LabContext& context, const LabRequest& request);

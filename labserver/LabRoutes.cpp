@@ -57,6 +57,8 @@ const std::vector<LabRoute>& OperatorRoutes()
         {"POST", "/lab/scenarios", "starts a scenario", StartScenario},
         {"DELETE", "/lab/scenarios", "ends all scenarios", EndScenarios},
         {"DELETE", "/lab/scenarios/", "ends a scenario by its name", EndScenario},
+        {"GET", "/lab/authority.pem", "the authority of the certificates that this server makes",
+         ShowAuthority},
     };
     return vecRoutes;
 }
@@ -143,7 +145,12 @@ void AnswerRequest(LabContext& context, const std::string& strPath, const httpli
         if (AnswerReportsCsv(context, strPath, request, response)) {
             return;
         }
-        const std::string strReply = WriteJson(Answer(context, strPath, request, response));
+        const Json::Value reply = Answer(context, strPath, request, response);
+        if (reply.isString()) {
+            response.set_content(reply.asString(), "text/plain; charset=utf-8");
+            return;
+        }
+        const std::string strReply = WriteJson(reply);
         // An operator sees what hosts have sent, whatever it is.
         response.set_content(IsOperatorPath(strPath) ? EscapeUnsafeInJson(strReply) : strReply,
                              JSON_CONTENT_TYPE);

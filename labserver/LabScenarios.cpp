@@ -6,6 +6,7 @@
 #include "labserver/LabTable.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace
 {
@@ -37,14 +38,50 @@ const Json::Value& ListOf(const Json::Value& object, const char* szName)
     return object[szName];
 }
 
-void RequireStep(const Json::Value& step)
+/// What a step does, and whether it can say how long.
+struct StepKind {
+    const char* szName;
+    bool bHasEnd;
+};
+
+constexpr StepKind STEP_KINDS[] = {{"faults", true}, {"tls", true}, {"restartMs", false}};
+
+/// @throws LabError (400) if the step has none of the kinds, several, or an unknown member
+const StepKind& KindOf(const Json::Value& step)
 {
-    ListOf(step, "faults");
+    if (!step.isObject()) {
+        throw LabError(400, "A step is not a JSON object.");
+    }
+    const auto fnHas = [&](const StepKind& kind) { return step.isMember(kind.szName); };
+    const StepKind* const pKind = std::find_if(std::begin(STEP_KINDS), std::end(STEP_KINDS), fnHas);
+    if (std::count_if(std::begin(STEP_KINDS), std::end(STEP_KINDS), fnHas) != 1) {
+        throw LabError(400, "A step has exactly one of \"faults\", \"tls\" and \"restartMs\".");
+    }
     for (const std::string& strName : step.getMemberNames()) {
-        if (strName != "afterMs" && strName != "forMs" && strName != "faults") {
-            throw LabError(400, "A step has no member \"" + strName + "\".");
+        if (strName != "afterMs" && strName != pKind->szName && (strName != "forMs" || !pKind->bHasEnd)) {
+            throw LabError(400, "A step with \"" + std::string(pKind->szName) + "\" has no member \"" +
+                                    strName + "\".");
         }
     }
+    return *pKind;
+}
+
+LabCertificate CertificateFrom(const Json::Value& name)
+{
+    static const std::map<std::string, LabCertificate> mapNames = {
+        {"valid", LabCertificate::Valid},
+        {"expired", LabCertificate::Expired},
+        {"not-yet-valid", LabCertificate::NotYetValid},
+        {"wrong-host", LabCertificate::WrongHost},
+        {"self-signed", LabCertificate::SelfSigned},
+    };
+    const auto it = name.isString() ? mapNames.find(name.asString()) : mapNames.end();
+    if (it == mapNames.end()) {
+        throw LabError(400,
+                       "The member \"tls\" of a step is none of \"valid\", \"expired\", \"not-yet-valid\", "
+                       "\"wrong-host\" and \"self-signed\".");
+    }
+    return it->second;
 }
 
 Json::Value TextsOf(const Json::Value& scenario)
@@ -61,7 +98,8 @@ Json::Value TextsOf(const Json::Value& scenario)
 
 } // namespace
 
-LabScenarios::LabScenarios(LabFaults& faults) : m_faults(faults)
+LabScenarios::LabScenarios(LabFaults& faults, LabTls& tls, LabRestarts& restarts)
+    : m_faults(faults), m_tls(tls), m_restarts(restarts)
 {
     for (const Json::Value& scenario : ParseJson(BUILT_IN_SCENARIOS)) {
         m_mapScenarios[scenario["name"].asString()] = Read(scenario);
@@ -74,21 +112,37 @@ LabScenarios::Scenario LabScenarios::Read(const Json::Value& scenario)
     read.texts = TextsOf(scenario);
     read.optLength = milliseconds(0);
     for (const Json::Value& step : ListOf(scenario, "steps")) {
-        RequireStep(step);
-        const milliseconds after = TimeOf(step, "afterMs").value_or(milliseconds(0));
-        const std::optional<milliseconds> optFor = TimeOf(step, "forMs");
-        for (const Json::Value& value : step["faults"]) {
-            LabFault fault = FaultFromJson(value);
-            RequireHostPath(fault.strPath);
-            fault.strScenario = read.texts["name"].asString();
-            fault.tpBegin = Clock::time_point() + after;
-            fault.tpEnd = optFor ? fault.tpBegin + *optFor : Clock::time_point::max();
-            read.vecFaults.push_back(std::move(fault));
-        }
-        read.optLength = optFor && read.optLength ? std::optional(std::max(*read.optLength, after + *optFor))
-                                                  : std::nullopt;
+        ReadStep(step, read);
     }
     return read;
+}
+
+void LabScenarios::ReadStep(const Json::Value& step, Scenario& scenario)
+{
+    const std::string strKind = KindOf(step).szName;
+    const std::string strName = scenario.texts["name"].asString();
+    const milliseconds after = TimeOf(step, "afterMs").value_or(milliseconds(0));
+    std::optional<milliseconds> optFor = TimeOf(step, "forMs");
+    const Clock::time_point begin = Clock::time_point() + after;
+    const Clock::time_point end = optFor ? begin + *optFor : Clock::time_point::max();
+    if (strKind == "tls") {
+        scenario.vecShown.push_back({CertificateFrom(step["tls"]), strName, begin, end});
+    } else if (strKind == "restartMs") {
+        optFor = TimeOf(step, "restartMs");
+        scenario.vecAbsences.push_back({begin, *optFor, strName});
+    } else {
+        for (const Json::Value& value : ListOf(step, "faults")) {
+            LabFault fault = FaultFromJson(value);
+            RequireHostPath(fault.strPath);
+            fault.strScenario = strName;
+            fault.tpBegin = begin;
+            fault.tpEnd = end;
+            scenario.vecFaults.push_back(std::move(fault));
+        }
+    }
+    scenario.optLength = optFor && scenario.optLength
+                             ? std::optional(std::max(*scenario.optLength, after + *optFor))
+                             : std::nullopt;
 }
 
 void LabScenarios::Start(const Json::Value& scenario)
@@ -119,14 +173,34 @@ void LabScenarios::Start(const Json::Value& scenario)
 void LabScenarios::StartNow(Scenario& scenario)
 {
     const Clock::time_point now = Clock::now();
-    m_faults.RemoveScenario(scenario.texts["name"].asString());
+    const auto fnFromNow = [now](Clock::time_point time) {
+        return time == Clock::time_point::max() ? time : now + (time - Clock::time_point());
+    };
+    Remove(scenario.texts["name"].asString());
+    scenario.optStarted.reset();
+    for (LabShown shown : scenario.vecShown) { // first, since only these can fail
+        shown.tpBegin = fnFromNow(shown.tpBegin);
+        shown.tpEnd = fnFromNow(shown.tpEnd);
+        m_tls.Show(shown);
+    }
     for (LabFault fault : scenario.vecFaults) {
-        fault.tpBegin = now + (fault.tpBegin - Clock::time_point());
-        fault.tpEnd =
-            fault.tpEnd == Clock::time_point::max() ? fault.tpEnd : now + (fault.tpEnd - Clock::time_point());
+        fault.tpBegin = fnFromNow(fault.tpBegin);
+        fault.tpEnd = fnFromNow(fault.tpEnd);
         m_faults.Add(std::move(fault));
     }
+    for (LabRestarts::Absence absence : scenario.vecAbsences) {
+        absence.tpBegin = fnFromNow(absence.tpBegin);
+        m_restarts.Add(absence);
+    }
     scenario.optStarted = now;
+}
+
+/// Takes back what a scenario has set, and what of it would still come.
+void LabScenarios::Remove(const std::string& strName)
+{
+    m_faults.RemoveScenario(strName);
+    m_tls.RemoveScenario(strName);
+    m_restarts.RemoveScenario(strName);
 }
 
 bool LabScenarios::IsOn(const Scenario& scenario)
@@ -141,7 +215,7 @@ bool LabScenarios::End(const std::string& strName)
     const auto it = m_mapScenarios.find(strName);
     const bool bOn = it != m_mapScenarios.end() && IsOn(it->second);
     if (bOn) {
-        m_faults.RemoveScenario(strName);
+        Remove(strName);
         it->second.optStarted.reset();
     }
     return bOn;
@@ -151,7 +225,7 @@ void LabScenarios::EndAll()
 {
     const std::lock_guard lock(m_mutex);
     for (auto& [strName, scenario] : m_mapScenarios) {
-        m_faults.RemoveScenario(strName);
+        Remove(strName);
         scenario.optStarted.reset();
     }
 }

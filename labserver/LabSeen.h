@@ -26,6 +26,7 @@ struct LabSeen {
     std::chrono::microseconds duration{0};         ///< from then until the system had the reply
     std::string strHost;                           ///< the client's address
     int nPort = 0;                                 ///< the client's port
+    bool bTls = false;                             ///< whether it came over TLS
     std::string strMethod;
     std::string strPath;   ///< decoded
     std::string strTarget; ///< as received, with the query

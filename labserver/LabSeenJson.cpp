@@ -87,6 +87,7 @@ Json::Value SummaryToJson(const LabSeen& seen)
     exchange["durationMs"] = std::chrono::duration<double, std::milli>(seen.duration).count();
     exchange["host"] = seen.strHost;
     exchange["port"] = seen.nPort;
+    exchange["tls"] = seen.bTls;
     exchange["method"] = seen.strMethod;
     exchange["path"] = seen.strPath;
     exchange["target"] = seen.strTarget;

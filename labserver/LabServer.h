@@ -21,6 +21,7 @@ struct LabExchange {
 class LabServer
 {
 public:
+    /// @throws std::runtime_error when the certificate or the recording of the options can't be used
     explicit LabServer(LabServerOptions options = {});
     ~LabServer(); ///< stops it
     LabServer(const LabServer&) = delete;
@@ -38,6 +39,9 @@ public:
 
     /// The port of the latest Start; 0 before it.
     int Port() const;
+
+    /// Whether hosts can or must use HTTPS now.
+    bool SpeaksTls() const;
 
     /// The latest exchanges (at most 10,000, and at most 64 MiB of them), oldest first. An exchange is
     /// recorded before its reply is sent.

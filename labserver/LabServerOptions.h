@@ -17,4 +17,12 @@ struct LabServerOptions {
     int nMaxConnections = 1100; ///< at a time, each with a thread; a further client is answered 503
     /// Gets each request of a host when it has ended, on many threads at a time. May be empty.
     std::function<void(const LabSeen&)> fnSeen{};
+    /// Whether hosts must use HTTPS. The operator's paths are served without it too.
+    bool bTls = false;
+    /// The server's certificate for it, with those of authorities behind it, and its key, both in PEM; empty
+    /// for a certificate that is made on the spot, see LabTls.
+    std::string strCertificateFile{};
+    std::string strKeyFile{};
+    /// A recording, see LabReplay: hosts get what it has for them, and nothing is stored. Empty for none.
+    std::string strReplayFile{};
 };

@@ -4,9 +4,9 @@
 
 #if defined(_WIN32)
 
-Socket OpenStreamSocket()
+Socket OpenStreamSocket(int nFamily)
 {
-    return ::WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0,
+    return ::WSASocketW(nFamily, SOCK_STREAM, 0, nullptr, 0,
                         WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
 }
 
@@ -56,14 +56,19 @@ std::ptrdiff_t ReceiveBytes(Socket nSocket, char* pBytes, std::size_t nBytes)
     return ::recv(nSocket, pBytes, static_cast<int>(nBytes), 0);
 }
 
+std::ptrdiff_t PeekBytes(Socket nSocket, char* pBytes, std::size_t nBytes)
+{
+    return ::recv(nSocket, pBytes, static_cast<int>(nBytes), MSG_PEEK);
+}
+
 #else
 
 #include <cerrno>
 #include <fcntl.h>
 
-Socket OpenStreamSocket()
+Socket OpenStreamSocket(int nFamily)
 {
-    return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    return ::socket(nFamily, SOCK_STREAM | SOCK_CLOEXEC, 0);
 }
 
 Socket AcceptConnection(Socket nListener)
@@ -112,18 +117,30 @@ std::ptrdiff_t ReceiveBytes(Socket nSocket, char* pBytes, std::size_t nBytes)
     return ::recv(nSocket, pBytes, nBytes, 0);
 }
 
+std::ptrdiff_t PeekBytes(Socket nSocket, char* pBytes, std::size_t nBytes)
+{
+    return ::recv(nSocket, pBytes, nBytes, MSG_PEEK);
+}
+
 #endif
+
+SocketAddress LocalAddressOf(Socket nSocket)
+{
+    SocketAddress address;
+    ::getsockname(nSocket, reinterpret_cast<sockaddr*>(&address.storage), &address.nBytes);
+    return address;
+}
 
 std::pair<std::string, int> PeerOf(Socket nSocket)
 {
-    sockaddr_storage address{};
-    socklen_t nBytes = sizeof address;
-    auto* const pAddress = reinterpret_cast<sockaddr*>(&address);
+    SocketAddress address;
+    auto* const pAddress = reinterpret_cast<sockaddr*>(&address.storage);
     std::array<char, NI_MAXHOST> aHost{};
     std::array<char, NI_MAXSERV> aPort{};
-    if (::getpeername(nSocket, pAddress, &nBytes) != 0 ||
-        ::getnameinfo(pAddress, nBytes, aHost.data(), static_cast<socklen_t>(aHost.size()), aPort.data(),
-                      static_cast<socklen_t>(aPort.size()), NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
+    if (::getpeername(nSocket, pAddress, &address.nBytes) != 0 ||
+        ::getnameinfo(pAddress, address.nBytes, aHost.data(), static_cast<socklen_t>(aHost.size()),
+                      aPort.data(), static_cast<socklen_t>(aPort.size()),
+                      NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
         return {};
     }
     return {aHost.data(), std::stoi(aPort.data())};

@@ -29,7 +29,7 @@ constexpr Socket NO_SOCKET = -1;
 #endif
 
 /// A stream socket that programs started from here don't inherit; NO_SOCKET when none can be made.
-Socket OpenStreamSocket();
+Socket OpenStreamSocket(int nFamily = AF_INET);
 /// The next connection of a listening socket, NO_SOCKET when there will be none; not inherited either.
 Socket AcceptConnection(Socket nListener);
 void CloseSocket(Socket nSocket);
@@ -52,9 +52,20 @@ int SocketError();
 /// @return negative on failure; receiving, 0 at the end of the connection
 std::ptrdiff_t SendBytes(Socket nSocket, const char* pBytes, std::size_t nBytes);
 std::ptrdiff_t ReceiveBytes(Socket nSocket, char* pBytes, std::size_t nBytes);
+/// As ReceiveBytes, but the bytes can be received again.
+std::ptrdiff_t PeekBytes(Socket nSocket, char* pBytes, std::size_t nBytes);
 
 /// The address of the other end of a connection, in numbers, and its port; empty and 0 if it has gone.
 std::pair<std::string, int> PeerOf(Socket nSocket);
+
+/// An address of any family with its port.
+struct SocketAddress {
+    sockaddr_storage storage{};
+    socklen_t nBytes = sizeof storage;
+};
+
+/// Where a socket is bound.
+SocketAddress LocalAddressOf(Socket nSocket);
 
 template <class Value>
 bool SetSocketOption(Socket nSocket, int nLevel, int nOption, const Value& value)

@@ -2,6 +2,7 @@
 #include "labserver/HostAndPort.h"
 #include "labserver/LabCommandLine.h"
 #include "labserver/LabLogLine.h"
+#include "labserver/LabRecording.h"
 #include "labserver/LabServer.h"
 
 #include "platform/system/EndSignals.h"
@@ -11,6 +12,7 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -55,11 +57,26 @@ void PrintLine(const LabSeen& seen)
     std::cout << LogLineOf(seen) + '\n' << std::flush; // in one piece, since other threads print too
 }
 
+/// What is done with each request of a host.
+std::function<void(const LabSeen&)> Witness(const LabCommandLine& line)
+{
+    std::shared_ptr<LabRecording> pRecording;
+    if (!line.strRecordFile.empty()) {
+        pRecording = std::make_shared<LabRecording>(line.strRecordFile);
+    }
+    return [pRecording, bLog = line.bLog](const LabSeen& seen) {
+        if (pRecording != nullptr) {
+            pRecording->Add(seen);
+        }
+        if (bLog) {
+            PrintLine(seen);
+        }
+    };
+}
+
 int Serve(LabCommandLine line)
 {
-    if (line.bLog) {
-        line.options.fnSeen = &PrintLine;
-    }
+    line.options.fnSeen = Witness(line);
     const EndSignals ends;
     if (line.bEndsWithInput) {
         ends.CountInputEnd();
@@ -71,7 +88,7 @@ int Serve(LabCommandLine line)
     }
     const int nPort = server.Start();
     WarnIfReachable(line.options.strAddress);
-    std::cout << "ktslabserver: listening on http://"
+    std::cout << "ktslabserver: listening on http" << (server.SpeaksTls() ? "s" : "") << "://"
               << EscapeUnsafe(HostAndPort(line.options.strAddress, nPort)) << '/' << std::endl;
     ends.Wait();
     server.Stop();

@@ -20,7 +20,7 @@ const PARTS = {
   reports: { loads: [loadReports], pause: 500, isMeant: ({ what, name }) => what === "reports" && isShownKind(name) },
   channels: { loads: [loadChannels], pause: 500, isMeant: ({ what, name }) => what === "reports" && name === "channel-status" },
   answers: { loads: [loadAnswers], pause: 300, isMeant: ({ what }) => isAnswers(what) },
-  faults: { loads: [loadFaults, loadScenarios], pause: 300, isMeant: ({ what }) => what === "faults" || what === "scenarios" || what === "tls" },
+  faults: { loads: [loadFaults, loadScenarios], pause: 300, isMeant: ({ what }) => what === "faults" || what === "scenarios" },
   repeats: { loads: [loadRepeats], pause: 2000, isMeant: ({ what }) => what === "reports" },
 };
 

@@ -1,9 +1,15 @@
-// What "ktsagent doctor" says about certificates: nginx, a real server, with certificates that are made here.
+// What "ktsagent doctor" says about certificates: nginx, a real server, with certificates that are made here;
+// and ktslabserver with those of its scenarios.
 
 #include "DoctorProcess.h"
 #include "Nginx.h"
 #include "OwnMounts.h"
+#include "RunningProcess.h"
 
+#include <QUrl>
+
+#include <fstream>
+#include <httplib.h>
 #include <optional>
 #include <ostream>
 
@@ -189,4 +195,24 @@ TEST_F(DoctorOfTls, PassesAServerThatTheSystemTrustsAndWarnsThatItsCertificateEn
                 HasSubstr("The certificate of \"server\" is valid until"));
     EXPECT_THAT(Sentences(run.Object(), "http", "ok"), HasSubstr("nginx/"));
     EXPECT_THAT(Sentences(run.Object(), "clock", "ok"), HasSubstr("agree"));
+}
+
+TEST_F(DoctorProcess, FindsThatTheCertificateOfTheLabServersScenarioHasExpired)
+{
+    RunningProcess server({KTSLABSERVER, "--port", "0", "--scenario", "expired-cert"});
+    ASSERT_TRUE(server.ReadUntil("/\n"));
+    const QUrl url(QString::fromStdString(server.Lines().front()).section(' ', -1));
+    ASSERT_EQ(url.scheme(), "https");
+    const auto authority =
+        httplib::Client("127.0.0.1", url.port()).Get("/lab/authority.pem"); // without HTTPS
+    ASSERT_TRUE(authority);
+    const QString strFile = m_folder.filePath("authority.pem");
+    std::ofstream(strFile.toStdString()) << authority->body;
+    qputenv("CHTTPCLIENT_CA_FILE", strFile.toLocal8Bit());
+
+    const KtsagentRun run = Examine(url.toString());
+
+    ExpectFailure(run, "tls",
+                  "(libcurl) makes no TLS connection: SSL certificate problem: certificate has expired");
+    ExpectFailure(run, "tls", "The certificate has expired");
 }

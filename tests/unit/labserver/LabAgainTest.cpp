@@ -2,7 +2,7 @@
 
 #include "LabFixture.h"
 #include "ProcessUse.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <atomic>
 #include <chrono>
@@ -213,7 +213,7 @@ TEST(LabAgain, OnAnotherPortItIsFoundAndGoesByThatPort)
     EXPECT_NE(nSecond, nFirst);
     EXPECT_EQ(server.Port(), nSecond);
     EXPECT_EQ(LabClient(nSecond).Get("/lab/faults").nStatus, 200);
-    Socket socket(nSecond);
+    RawClient socket(nSecond);
     socket.Send("GET /lab/faults HTTP/1.1\r\nConnection: close\r\nHost: 127.0.0.1:" + std::to_string(nFirst) +
                 "\r\n\r\n");
     EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 403 "));
@@ -224,7 +224,7 @@ TEST(LabAgain, EachRequestOfAConnectionHasItsOwnTime)
     LabServerOptions options;
     options.patience = milliseconds(2000);
     LabServer server(options);
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     for (int nRequest = 1; nRequest <= 3; ++nRequest) {
         socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");
         ASSERT_THAT(socket.ReadUntil("\"Test engineer\"}"), StartsWith("HTTP/1.1 200 ")) << nRequest;
@@ -248,7 +248,7 @@ TEST(LabAgain, AReplyHasTheWholeTimeHoweverLateItIs)
 TEST(LabAgain, ARequestThatCanNotBeReadIsNotTakenForTheOneBefore)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("GET /lab/faults HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.Port()) + "\r\n\r\n");
     EXPECT_THAT(socket.ReadUntil("}"), HasSubstr("nosniff"));
     socket.Send("no request\r\n\r\n");

@@ -1,7 +1,7 @@
 // Which of its exchanges a server still reports.
 
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <cstddef>
 #include <gmock/gmock.h>
@@ -58,7 +58,7 @@ TEST(LabExchanges, OfTenThousandAreKeptAndOfMoreOnlyTheLatest)
     constexpr int AT_ONCE = 100;
     LabServer server;
     server.AddFault(ShortAnswers());
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     const auto Ask = [&](int nFirst, int nRequests) {
         std::string strRequests;
         for (int nRequest = nFirst; nRequest < nFirst + nRequests; ++nRequest) {

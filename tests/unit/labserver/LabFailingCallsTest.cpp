@@ -2,7 +2,7 @@
 // replaces the calls, which fail as a test says.
 
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <atomic>
 #include <cerrno>
@@ -91,7 +91,7 @@ TEST(LabInvitation, ThatDoesNotGetOutEndsTheConnection)
 {
     g_bInvitationBreaks = true;
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nContent-Length: 10\r\n"
                 "Expect: 100-continue\r\n\r\n");
     const auto start = std::chrono::steady_clock::now();

@@ -1,5 +1,5 @@
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <chrono>
 #include <gmock/gmock.h>
@@ -94,7 +94,7 @@ TEST_F(LabFaultsTest, ATruncatedReplyPromisesMoreThanComes)
 {
     const size_t nWhole = Get("/posts/1").strBody.size();
     Script(R"({"path": "posts", "truncate": true})");
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send(USER_REQUEST);
     const std::string strReply = socket.ReadAll();
     EXPECT_TRUE(socket.IsClosed());
@@ -113,7 +113,7 @@ TEST_F(LabFaultsTest, AReportWhoseReplyIsTruncatedIsStored)
 TEST_F(LabFaultsTest, AResetComesInsteadOfAReply)
 {
     Script(R"({"path": "posts", "reset": true})");
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send(USER_REQUEST);
     EXPECT_EQ(socket.ReadAll(), "");
     EXPECT_TRUE(socket.IsReset());

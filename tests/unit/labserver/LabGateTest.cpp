@@ -1,5 +1,5 @@
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include "labserver/LabGate.h"
 
@@ -27,7 +27,7 @@ protected:
     /// Sends a request after adding the end of its header. @return the whole reply
     std::string Send(const std::string& strHead, const std::string& strBody = "") const
     {
-        Socket socket(m_server.Port());
+        RawClient socket(m_server.Port());
         socket.Send(strHead + "Connection: close\r\n\r\n" + strBody);
         return socket.ReadAll();
     }
@@ -249,11 +249,23 @@ TEST_F(LabGateTest, AnOperatorsPathIsOneHoweverItIsWritten)
     EXPECT_EQ(Get("/lab").nStatus, 404);
 }
 
-httplib::Request RequestOf(const httplib::Headers& headers)
+/// @param bTls  whether the request came over TLS
+int StatusFrom(const LabGate& gate, const httplib::Headers& headers, bool bTls = false)
 {
     httplib::Request request;
     request.headers = headers;
-    return request;
+    return gate.RefusalOf(request, bTls).nStatus;
+}
+
+TEST(LabGateAlone, ThePageOverTlsIsItsOwnOnlyOverTls)
+{
+    const LabGate gate("lab.example", 443);
+    const httplib::Headers overTls = {{"Host", "lab.example"}, {"Origin", "https://lab.example"}};
+    const httplib::Headers plain = {{"Host", "lab.example"}, {"Origin", "http://lab.example"}};
+    EXPECT_EQ(StatusFrom(gate, overTls, true), 0);
+    EXPECT_EQ(StatusFrom(gate, overTls, false), 403);
+    EXPECT_EQ(StatusFrom(gate, plain, true), 403);
+    EXPECT_EQ(StatusFrom(gate, plain, false), 0);
 }
 
 TEST(LabGateAlone, TheDefaultPortMayBeLeftOut)
@@ -261,24 +273,22 @@ TEST(LabGateAlone, TheDefaultPortMayBeLeftOut)
     const LabGate gate("lab.example", 80);
     for (const char* szHost :
          {"lab.example", "lab.example:80", "LAB.example", "localhost", "127.0.0.1:80", "[::1]", "[::1]:80"}) {
-        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", szHost}})).nStatus, 0) << szHost;
-        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", szHost}, {"Origin", std::string("http://") + szHost}}))
-                      .nStatus,
-                  0)
+        EXPECT_EQ(StatusFrom(gate, {{"Host", szHost}}), 0) << szHost;
+        EXPECT_EQ(StatusFrom(gate, {{"Host", szHost}, {"Origin", std::string("http://") + szHost}}), 0)
             << szHost;
     }
     for (const char* szHost : {"lab.example:8080", "::1", "[::1", "other.example", "lab.example:80:80"}) {
-        EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", szHost}})).nStatus, 403) << szHost;
+        EXPECT_EQ(StatusFrom(gate, {{"Host", szHost}}), 403) << szHost;
     }
 }
 
 TEST(LabGateAlone, TheAddressThatItListensOnIsItsOwn)
 {
     const LabGate gate("fe80::1", 8080);
-    EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", "[fe80::1]:8080"}})).nStatus, 0);
-    EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", "[FE80::1]:8080"}})).nStatus, 0);
-    EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", "[fe80::1]"}})).nStatus, 403);
-    EXPECT_EQ(gate.RefusalOf(RequestOf({{"Host", "[fe80::2]:8080"}})).nStatus, 403);
+    EXPECT_EQ(StatusFrom(gate, {{"Host", "[fe80::1]:8080"}}), 0);
+    EXPECT_EQ(StatusFrom(gate, {{"Host", "[FE80::1]:8080"}}), 0);
+    EXPECT_EQ(StatusFrom(gate, {{"Host", "[fe80::1]"}}), 403);
+    EXPECT_EQ(StatusFrom(gate, {{"Host", "[fe80::2]:8080"}}), 403);
 }
 
 TEST(LabGateAlone, AServerOfAnotherAddressIsAskedByIt)

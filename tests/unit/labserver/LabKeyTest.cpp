@@ -1,7 +1,7 @@
 // How the header Idempotency-Key is read.
 
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <gmock/gmock.h>
 
@@ -63,7 +63,7 @@ TEST_F(LabKeyHeader, IsRefusedIfItIsEmpty)
     const LabReply reply = PostWithKey(CYCLES, "[1]", "\"\"");
     EXPECT_EQ(reply.nStatus, 400);
     EXPECT_EQ(reply.json["message"], "The header Idempotency-Key is empty.");
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send(std::string("POST ") + CYCLES +
                 " HTTP/1.1\r\nIdempotency-Key:\r\nContent-Length: 3\r\nConnection: close\r\n\r\n[1]");
     EXPECT_THAT(socket.ReadAll(), HasSubstr(" 400 "));
@@ -72,7 +72,7 @@ TEST_F(LabKeyHeader, IsRefusedIfItIsEmpty)
 
 TEST_F(LabKeyHeader, IsRefusedIfItOccursTwice)
 {
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send(std::string("POST ") + CYCLES +
                 " HTTP/1.1\r\nIdempotency-Key: \"a\"\r\nidempotency-key: \"a\"\r\n"
                 "Content-Length: 3\r\nConnection: close\r\n\r\n[1]");

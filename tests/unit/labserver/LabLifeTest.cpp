@@ -1,5 +1,5 @@
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <atomic>
 #include <chrono>
@@ -89,7 +89,7 @@ TEST(LabLife, AnIdleKeptConnectionDoesNotHoldUpTheStop)
     LabServer server;
     LabClient client(server.Start());
     EXPECT_EQ(client.Get("/posts/1").nStatus, 200);
-    const Socket silent(server.Port());
+    const RawClient silent(server.Port());
     ExpectStopsPromptly(server);
 }
 
@@ -97,7 +97,7 @@ TEST(LabLife, ARequestThatNeverEndsDoesNotHoldUpTheStop)
 {
     LabServer server;
     server.Start();
-    Socket socket(server.Port());
+    RawClient socket(server.Port());
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nContent-Length: 10\r\n"
                 "Expect: 100-continue\r\n\r\n");
     socket.ReadUntil("\r\n\r\n"); // from here on the server waits for the body
@@ -135,7 +135,7 @@ public:
 
 private:
     LabServer m_server{ImpatientServer()};
-    Socket m_socket{m_server.Start()};
+    RawClient m_socket{m_server.Start()};
 };
 
 TEST(LabLife, AClientThatSendsAByteNowAndThenIsCutOff)
@@ -154,7 +154,7 @@ TEST(LabLife, AClientThatDoesNotTakeItsReplyIsCutOff)
     fault.eKind = LabFaultKind::Reply;
     fault.strBody = std::string(LARGE, 'x');
     server.AddFault(fault);
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");
     std::this_thread::sleep_for(std::chrono::seconds(2)); // less than the default patience of a server
     EXPECT_LT(socket.ReadAll().size(), LARGE);
@@ -197,7 +197,7 @@ TEST(LabLife, ManyKeptConnectionsAreServedAtOnce)
 TEST(LabLife, AKeptConnectionServesAnyNumberOfRequests)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     for (int nRequest = 0; nRequest < 1000; ++nRequest) {
         socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");
         ASSERT_THAT(socket.ReadUntil("\"Test engineer\"}"), testing::StartsWith("HTTP/1.1 200 "));
@@ -235,7 +235,7 @@ TEST(LabLife, ExchangesTellWhatCameAndWhatWasAnswered)
 {
     LabServer server;
     LabClient client(server.Start());
-    Socket socket(server.Port());
+    RawClient socket(server.Port());
     socket.Send("GET /vomd/system/GetSyxm.action?dxtm=a%20b,c&t= HTTP/1.1\r\nConnection: close\r\n\r\n");
     const std::string strFirst = socket.ReadAll();
     const LabReply second = client.Post("/nowhere", "body");

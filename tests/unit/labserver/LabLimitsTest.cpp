@@ -1,6 +1,6 @@
 #include "LabFixture.h"
 #include "ProcessUse.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <chrono>
 #include <fstream>
@@ -23,7 +23,7 @@ class LabLimits : public LabTest
 protected:
     std::string Answer(const std::string& strRequest) const
     {
-        Socket socket(m_server.Port());
+        RawClient socket(m_server.Port());
         socket.Send(strRequest);
         const std::string strReply = socket.ReadAll();
         EXPECT_TRUE(socket.IsClosed());
@@ -67,7 +67,7 @@ TEST_F(LabLimits, AHeaderUpToTheLimitIsTakenAndALargerOneRefused)
 
 TEST_F(LabLimits, TheNextHeaderOfAConnectionHasTheWholeLimit)
 {
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     const std::string strLine = LineOfSize(8000);
     for (int nRequest = 0; nRequest < 10; ++nRequest) {
         socket.Send("GET /posts/1 HTTP/1.1\r\n" + strLine + strLine + strLine + "\r\n");
@@ -108,7 +108,7 @@ TEST_F(LabLimits, ALongRequestLineIsTakenAndALongerOneRefusedBeforeItsEnd)
 
 TEST_F(LabLimits, AHeaderThatComesByteByByteIsUnderstood)
 {
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     for (const char c : FIRST_LINES + "Range: bytes=0-1\r\n\r\n") {
         socket.Send({c});
     }
@@ -156,7 +156,7 @@ LabServerOptions ServerOf(int nMaxConnections)
 }
 
 /// Reads a refused client's refusal.
-void ExpectNoRoom(Socket& socket)
+void ExpectNoRoom(RawClient& socket)
 {
     const std::string strReply = socket.ReadUntil("}");
     EXPECT_THAT(strReply, StartsWith("HTTP/1.1 503 Service Unavailable\r\n"));
@@ -175,12 +175,12 @@ TEST(LabConnections, BeyondTheirNumberAreRefusedInOrder)
     EXPECT_EQ(first.Get("/posts/1").nStatus, 200);
     EXPECT_EQ(second.Get("/posts/1").nStatus, 200);
 
-    Socket silent(server.Port());
+    RawClient silent(server.Port());
     ExpectNoRoom(silent);
     EXPECT_EQ(silent.ReadAll(), "");
     EXPECT_TRUE(silent.IsClosed());
 
-    Socket talking(server.Port());
+    RawClient talking(server.Port());
     const std::string strBody = '[' + std::string(10'000, ' ') + ']';
     talking.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\nContent-Length: " +
                  std::to_string(strBody.size()) + "\r\n\r\n" + strBody);
@@ -211,9 +211,9 @@ TEST(LabConnections, ThatAreRefusedCostNoThreadsAndHoldNobodyUp)
     LabClient served(server.Start());
     EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
     const size_t nThreads = Threads();
-    std::vector<std::unique_ptr<Socket>> vecRefused;
+    std::vector<std::unique_ptr<RawClient>> vecRefused;
     for (int nClient = 0; nClient < 300; ++nClient) {
-        vecRefused.push_back(std::make_unique<Socket>(server.Port()));
+        vecRefused.push_back(std::make_unique<RawClient>(server.Port()));
         ExpectNoRoom(*vecRefused.back());
     }
     EXPECT_EQ(Threads(), nThreads);
@@ -243,15 +243,15 @@ TEST(LabConnections, ThatAreRefusedLeaveNoDescriptorBehind)
         EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
         const size_t nServing = OpenDescriptors();
         for (int nTime = 1; nTime <= 2; ++nTime) {
-            std::vector<std::unique_ptr<Socket>> vecRefused;
+            std::vector<std::unique_ptr<RawClient>> vecRefused;
             for (int nClient = 0; nClient < 100; ++nClient) {
-                vecRefused.push_back(std::make_unique<Socket>(server.Port()));
+                vecRefused.push_back(std::make_unique<RawClient>(server.Port()));
                 ExpectNoRoom(*vecRefused.back());
             }
             vecRefused.clear();
             EXPECT_TRUE(ComeToDescriptors(nServing)) << nTime;
         }
-        Socket staying(server.Port());
+        RawClient staying(server.Port());
         ExpectNoRoom(staying);
         server.Stop();
     }
@@ -286,16 +286,16 @@ TEST(LabConnections, AThousandIdleOnesAreKept)
     }
     LabServer server(ServerOf(MOST_CLIENTS));
     server.Start();
-    std::vector<std::unique_ptr<Socket>> vecClients;
-    const auto ExpectServed = [](Socket& socket) {
+    std::vector<std::unique_ptr<RawClient>> vecClients;
+    const auto ExpectServed = [](RawClient& socket) {
         socket.Send("GET /posts/1 HTTP/1.1\r\n\r\n");
         ASSERT_THAT(socket.ReadUntil("\"Test engineer\"}"), StartsWith("HTTP/1.1 200 "));
     };
     for (int nClient = 0; nClient < MOST_CLIENTS; ++nClient) {
-        vecClients.push_back(std::make_unique<Socket>(server.Port()));
+        vecClients.push_back(std::make_unique<RawClient>(server.Port()));
         ExpectServed(*vecClients.back());
     }
-    Socket oneMore(server.Port());
+    RawClient oneMore(server.Port());
     ExpectNoRoom(oneMore);
     ExpectServed(*vecClients.front());
     ExpectServed(*vecClients.back());

@@ -1,7 +1,7 @@
 // Faults that lose a reply, after the report was stored or before.
 
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <chrono>
 #include <gmock/gmock.h>
@@ -111,7 +111,7 @@ TEST_F(LabLostReply, ByAStoredReportOfTheOperatorsFault)
 TEST_F(LabLostReply, InSilenceKeepsTheConnectionUntilTheServerStops)
 {
     m_server.AddFault(FaultOf(LOSSES[1], true));
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send(std::string("POST ") + CYCLES + " HTTP/1.1\r\nHost: a\r\nContent-Length: 3\r\n\r\n[1]");
     while (m_server.Exchanges().empty()) {
         std::this_thread::yield();
@@ -135,7 +135,7 @@ TEST(LabSilence, FreesTheConnectionOfAClientThatLeaves)
     const int nPort = server.Start();
     server.AddFault(FaultOf(LOSSES[1], false));
     {
-        Socket socket(nPort);
+        RawClient socket(nPort);
         socket.Send(std::string("POST ") + CYCLES + " HTTP/1.1\r\nHost: a\r\nContent-Length: 3\r\n\r\n[1]");
         while (server.Exchanges().empty()) {
             std::this_thread::yield();

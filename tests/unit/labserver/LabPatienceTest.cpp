@@ -1,7 +1,7 @@
 // Clients that stay when they should leave, leave when they should stay, or are many; and invalid faults.
 
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <chrono>
 #include <gmock/gmock.h>
@@ -20,7 +20,7 @@ TEST(LabPatience, ARefusedClientThatStaysIsLetGo)
     LabServer server(options);
     LabClient first(server.Start());
     ASSERT_EQ(first.Get("/posts/1").nStatus, 200);
-    Socket refused(server.Port());
+    RawClient refused(server.Port());
     EXPECT_THAT(refused.ReadAll(), StartsWith("HTTP/1.1 503 "));
     const auto end = steady_clock::now() + std::chrono::seconds(60);
     EXPECT_THROW(
@@ -37,7 +37,7 @@ TEST(LabPatience, ARefusedClientThatStaysIsLetGo)
 TEST(LabPatience, OfExchangesTheLatestTenThousandAreKept)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     for (int nRequest = 0; nRequest <= 10'000; ++nRequest) {
         socket.Send("GET /posts/" + std::to_string(nRequest) + " HTTP/1.1\r\nHost: a\r\n\r\n");
         ASSERT_THAT(socket.ReadUntil("}"), StartsWith("HTTP/1.1 ")) << nRequest;
@@ -63,14 +63,14 @@ TEST(LabPatience, AFaultForNoRequestIsNone)
 TEST(LabPatience, ABodyOfUnknownLengthForTheOperatorsPathsMustBeCalledJsonToo)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("POST /lab/faults HTTP/1.1\r\nHost: localhost:" + std::to_string(server.Port()) +
                 "\r\nConnection: close\r\nTransfer-Encoding: chunked\r\n\r\n");
     EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 415 "));
 }
 
 /// Whether the server disconnects a client that sends without a pause before it has sent that many bytes.
-bool IsCutOff(Socket& socket, int nMost)
+bool IsCutOff(RawClient& socket, int nMost)
 {
     try {
         for (int nSent = 0; nSent < nMost; ++nSent) {
@@ -87,7 +87,7 @@ TEST(LabPatience, AClientThatNeverPausesIsCutOffWhenItsTimeIsOver)
     LabServerOptions options;
     options.patience = std::chrono::milliseconds(500);
     LabServer server(options);
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nContent-Length: 16000000\r\n\r\n");
     EXPECT_TRUE(IsCutOff(socket, 15'000'000));
 }
@@ -97,7 +97,7 @@ TEST(LabPatience, AClientThatHasNoTimeAtAllIsNotServed)
     LabServerOptions options;
     options.patience = std::chrono::milliseconds(0);
     LabServer server(options);
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\n\r\n");
     EXPECT_EQ(socket.ReadAll(), "");
 }
@@ -107,7 +107,7 @@ const std::string TOO_LARGE = "POST /posts HTTP/1.1\r\nContent-Length: 100000000
 TEST(LabPatience, ABodyThatIsNotWantedIsNotReadForLong)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send(TOO_LARGE);
     EXPECT_TRUE(IsCutOff(socket, 3'000'000));
 }
@@ -115,7 +115,7 @@ TEST(LabPatience, ABodyThatIsNotWantedIsNotReadForLong)
 TEST(LabPatience, ABodyThatIsNotWantedNeedNotCome)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send(TOO_LARGE);
     EXPECT_THAT(socket.ReadAll(), StartsWith("HTTP/1.1 413 "));
     server.Stop(); // waits until the server has closed the connection, although the client has not
@@ -138,7 +138,7 @@ TEST(LabPatience, AReplyThatIsTakenInPartsComesWhole)
 {
     LabServer server;
     MakeReplyLarge(server);
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n");
     const std::string strReply = socket.ReadAll();
     EXPECT_EQ(strReply.size() - strReply.find("\r\n\r\n") - 4, LARGE);

@@ -80,10 +80,10 @@ public:
     }
 
     /// The port in the line that it prints when it listens; 0 when it prints something else.
-    int ReadPort()
+    int ReadPort(const std::string& strScheme = "http")
     {
         const std::string strLine = OutLine();
-        const std::string strBefore = "ktslabserver: listening on http://127.0.0.1:";
+        const std::string strBefore = "ktslabserver: listening on " + strScheme + "://127.0.0.1:";
         if (strLine.rfind(strBefore, 0) != 0 || strLine.back() != '/') {
             return 0;
         }
@@ -293,6 +293,46 @@ TEST(LabProgram, PrintsALineForEachRequestOfAHost)
     EXPECT_THAT(program.OutLine(), HasSubstr(" GET /none 404 refused "));
 }
 
+TEST(LabProgram, ServesHttpsWithACertificateThatItMakes)
+{
+    Program program({"--tls-made"});
+    const int nPort = program.ReadPort("https");
+    ASSERT_GT(nPort, 0);
+    const TemporaryFolder folder;
+    std::ofstream(folder.File("authority.pem")) << LabClient(nPort).Get("/lab/authority.pem").strBody;
+    httplib::SSLClient client("127.0.0.1", nPort);
+    client.set_ca_cert_path(folder.File("authority.pem").c_str());
+    EXPECT_TRUE(client.Get("/posts/1"));
+}
+
+TEST(LabProgram, TellsWhyFilesForHttpsOrAReplayCanNotBeUsed)
+{
+    const TemporaryFolder folder;
+    const std::string strNone = folder.File("none");
+    const std::vector<std::vector<std::string>> vecCalls = {
+        {"--tls", strNone, strNone}, {"--replay", strNone}, {"--record", folder.File("none/of/these")}};
+    for (const std::vector<std::string>& vecArguments : vecCalls) {
+        Program program(vecArguments);
+        EXPECT_THAT(program.ErrLine(), HasSubstr(strNone)) << vecArguments.front();
+        EXPECT_EQ(program.Wait(), 1) << vecArguments.front();
+        EXPECT_EQ(program.OutLine(), "");
+    }
+}
+
+TEST(LabProgram, ReplaysWhatAnotherOneHasRecorded)
+{
+    const TemporaryFolder folder;
+    Program recorder({"--record", folder.File("recording"), "--log"});
+    const LabReply asked = LabClient(recorder.ReadPort()).Get("/posts/1");
+    EXPECT_THAT(recorder.OutLine(), HasSubstr(" GET /posts/1 200 ")); // after it is recorded
+    recorder.Signal(SIGTERM);
+    EXPECT_EQ(recorder.Wait(), 0);
+    Program player({"--replay", folder.File("recording")});
+    LabClient client(player.ReadPort());
+    EXPECT_EQ(client.Get("/posts/1").strBody, asked.strBody);
+    EXPECT_EQ(client.Get("/posts/2").nStatus, 404);
+}
+
 TEST(LabProgram, SaysThatThereIsNoLogInWhereOthersCanConnect)
 {
     Program local({"--address", "127.0.0.2"});
@@ -322,9 +362,16 @@ TEST(LabProgram, AnIPv6AddressStandsInBrackets)
 
 TEST(LabProgram, WrongUsageIsSaidAndHasAnExitStatusOfItsOwn)
 {
-    const std::vector<std::vector<std::string>> vecWrong = {
-        {"--port", "65536"},        {"--port", "x"}, {"--port"}, {"--address", ""},
-        {"--max-connections", "0"}, {"--nonsense"},  {"more"}};
+    const std::vector<std::vector<std::string>> vecWrong = {{"--port", "65536"},
+                                                            {"--port", "x"},
+                                                            {"--port"},
+                                                            {"--address", ""},
+                                                            {"--max-connections", "0"},
+                                                            {"--nonsense"},
+                                                            {"more"},
+                                                            {"--tls", "one"},
+                                                            {"--tls-made", "--tls", "a", "b"},
+                                                            {"--replay", "a", "--data", "b"}};
     for (const std::vector<std::string>& vecArguments : vecWrong) {
         Program program(vecArguments);
         EXPECT_THAT(program.ErrLine(), testing::Not("")) << vecArguments.front();

@@ -1,5 +1,5 @@
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <gmock/gmock.h>
 
@@ -101,7 +101,7 @@ TEST_F(LabRefusals, ABodyUpToTheLimitIsTakenAndALargerOneRefused)
 TEST_F(LabRefusals, ABodyOfUnknownLengthIsRefusedAndTheConnectionClosed)
 {
     for (const char* szRest : {"Transfer-Encoding: chunked\r\n\r\n2\r\n[]\r\n0\r\n\r\n", "\r\n[]"}) {
-        Socket socket(m_server.Port());
+        RawClient socket(m_server.Port());
         socket.Send(std::string("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\n") +
                     szRest);
         const std::string strReply = socket.ReadAll();
@@ -113,7 +113,7 @@ TEST_F(LabRefusals, ABodyOfUnknownLengthIsRefusedAndTheConnectionClosed)
 
 TEST_F(LabRefusals, ABodyWithAGetIsNotTakenForTheNextRequest)
 {
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\nContent-Length: 35\r\n\r\n"
                 "GET /posts/2 HTTP/1.1\r\nHost: a\r\n\r\n\r\n");
     const std::string strReply = socket.ReadAll();
@@ -125,7 +125,7 @@ TEST_F(LabRefusals, ABodyWithAGetIsNotTakenForTheNextRequest)
 
 TEST_F(LabRefusals, AClientThatLeavesItsConnectionToBeClosedIsToldSoOnce)
 {
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\nConnection: close\r\nContent-Length: 2\r\n\r\n{}");
     const std::string strReply = socket.ReadAll();
     const std::string strLine = "\r\nConnection: ";
@@ -139,7 +139,7 @@ TEST_F(LabRefusals, AClientThatLeavesItsConnectionToBeClosedIsToldSoOnce)
 TEST_F(LabRefusals, GarbageIsRefusedAndTheConnectionClosed)
 {
     for (const char* szGarbage : {"garbage\r\n\r\n", "FOO / HTTP/1.1\r\n\r\n", "GET /posts/1\r\n\r\n"}) {
-        Socket socket(m_server.Port());
+        RawClient socket(m_server.Port());
         socket.Send(szGarbage);
         const std::string strReply = socket.ReadAll();
         EXPECT_THAT(strReply, StartsWith("HTTP/1.1 400 "));
@@ -157,7 +157,7 @@ TEST_F(LabRefusals, ALongPathIsNotFoundAndATooLongOneRefused)
 
 TEST_F(LabRefusals, RequestsInARowOnOneConnectionAreAnsweredInOrder)
 {
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\nGET /posts/2 HTTP/1.1\r\nHost: a\r\n\r\n");
     EXPECT_THAT(socket.ReadUntil("\"Test engineer\"}"), HasSubstr("\"id\":1"));
     socket.Send("GET /posts/7 HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n");
@@ -169,7 +169,7 @@ TEST_F(LabRefusals, RequestsInARowOnOneConnectionAreAnsweredInOrder)
 
 TEST_F(LabRefusals, AClientThatAsksBeforeItSendsIsToldToGoOn)
 {
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\nContent-Length: 3\r\n"
                 "Expect: 100-continue\r\nConnection: close\r\n\r\n");
     EXPECT_THAT(socket.ReadUntil("\r\n\r\n"), StartsWith("HTTP/1.1 100 "));

@@ -36,7 +36,7 @@ TEST_F(LabScenariosTest, ThoseThatAreBuiltInAreListedInTwoLanguages)
 {
     const Json::Value list = Get("/lab/scenarios").json;
     EXPECT_EQ(list["count"].asUInt(), list["scenarios"].size());
-    EXPECT_GE(list["count"].asInt(), 4);
+    EXPECT_GE(list["count"].asInt(), 6);
     for (const Json::Value& scenario : list["scenarios"]) {
         for (const char* szText : {"name", "title", "titleZh", "description", "descriptionZh"}) {
             EXPECT_FALSE(scenario[szText].asString().empty()) << scenario;
@@ -125,16 +125,27 @@ TEST_F(LabScenariosTest, AStepBeginsLaterAndEndsByItself)
 TEST_F(LabScenariosTest, WhatIsNoScenarioIsRefused)
 {
     EXPECT_EQ(Post("/lab/scenarios", R"({"name": "unknown"})").nStatus, 404);
-    for (const char* szScenario :
-         {"[]", "{}", R"({"name": 1})", R"({"name": "", "steps": []})", R"({"name": "a/b", "steps": []})",
-          R"({"name": "a", "title": 1, "steps": []})", R"({"name": "a", "steps": {}})",
-          R"({"name": "a", "steps": [1]})", R"({"name": "a", "steps": [{}]})",
-          R"({"name": "a", "steps": [{"faults": [], "forMs": -1}]})",
-          R"({"name": "a", "steps": [{"faults": [], "afterMs": 86400001}]})",
-          R"({"name": "a", "steps": [{"faults": [], "forMs": "1"}]})",
-          R"({"name": "a", "steps": [{"faults": [], "other": 1}]})",
-          R"({"name": "a", "steps": [{"faults": [{"path": "no", "status": 500}]}]})",
-          R"({"name": "a", "steps": [{"faults": [{"path": "posts"}]}]})"}) {
+    for (const char* szScenario : {"[]",
+                                   "{}",
+                                   R"({"name": 1})",
+                                   R"({"name": "", "steps": []})",
+                                   R"({"name": "a/b", "steps": []})",
+                                   R"({"name": "a", "title": 1, "steps": []})",
+                                   R"({"name": "a", "steps": {}})",
+                                   R"({"name": "a", "steps": [1]})",
+                                   R"({"name": "a", "steps": [{}]})",
+                                   R"({"name": "a", "steps": [{"faults": [], "forMs": -1}]})",
+                                   R"({"name": "a", "steps": [{"faults": [], "afterMs": 86400001}]})",
+                                   R"({"name": "a", "steps": [{"faults": [], "forMs": "1"}]})",
+                                   R"({"name": "a", "steps": [{"faults": [], "other": 1}]})",
+                                   R"({"name": "a", "steps": [{"faults": [], "tls": "expired"}]})",
+                                   R"({"name": "a", "steps": [{"faults": [], "restartMs": 1}]})",
+                                   R"({"name": "a", "steps": [{"restartMs": 1, "forMs": 1}]})",
+                                   R"({"name": "a", "steps": [{"restartMs": -1}]})",
+                                   R"({"name": "a", "steps": [{"tls": "other"}]})",
+                                   R"({"name": "a", "steps": [{"tls": 1}]})",
+                                   R"({"name": "a", "steps": [{"faults": [{"path": "no", "status": 500}]}]})",
+                                   R"({"name": "a", "steps": [{"faults": [{"path": "posts"}]}]})"}) {
         EXPECT_EQ(Post("/lab/scenarios", szScenario).nStatus, 400) << szScenario;
     }
     EXPECT_EQ(Scenario("a"), Json::Value());
@@ -143,7 +154,9 @@ TEST_F(LabScenariosTest, WhatIsNoScenarioIsRefused)
 TEST(LabScenariosAlone, AHundredAreKnownAtMost)
 {
     LabFaults faults;
-    LabScenarios scenarios(faults);
+    LabTls tls{LabServerOptions()};
+    LabRestarts restarts([] {}, [] {});
+    LabScenarios scenarios(faults, tls, restarts);
     const auto fnStart = [&](int nScenario) {
         scenarios.Start(ParseJson(R"({"steps": [], "name": ")" + std::to_string(nScenario) + R"("})"));
     };

@@ -2,7 +2,7 @@
 
 #include "LabFixture.h"
 #include "Polls.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <chrono>
 #include <gmock/gmock.h>
@@ -23,7 +23,7 @@ const std::string REPORT_HEAD = "POST /open/test-cabinet/add/kostrel/cycle HTTP/
 TEST(LabStop, ARequestWhoseRestIsOnItsWayIsStoredAndAnswered)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send(REPORT_HEAD);
     socket.ReadUntil("\r\n\r\n"); // from here on the server waits for the body
     WatchLastWait([&] { socket.Send("[1]"); });
@@ -39,7 +39,7 @@ TEST(LabStop, ARequestWhoseRestIsOnItsWayIsStoredAndAnswered)
 bool IsRefused(int nPort)
 {
     try {
-        const Socket socket(nPort);
+        const RawClient socket(nPort);
         return false;
     } catch (const std::runtime_error&) {
         return true;
@@ -50,7 +50,7 @@ TEST(LabStop, WhoeverComesMeanwhileIsRefused)
 {
     LabServer server;
     const int nPort = server.Start();
-    Socket socket(nPort);
+    RawClient socket(nPort);
     socket.Send(REPORT_HEAD);
     socket.ReadUntil("\r\n\r\n");
     bool bRefused = false;
@@ -67,7 +67,7 @@ TEST(LabStop, WhoeverComesMeanwhileIsRefused)
 TEST(LabStop, ARequestThatComesByteByByteDoesNotHoldItUp)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nHost: a\r\n"
                 "Expect: 100-continue\r\nContent-Length: 1000000\r\n\r\n");
     socket.ReadUntil("\r\n\r\n");
@@ -94,7 +94,7 @@ TEST(LabStop, AReplyThatNobodyTakesDoesNotHoldItUp)
     fault.eKind = LabFaultKind::Reply;
     fault.strBody.assign(40'000'000, 'x'); // more than the system buffers for a connection
     server.AddFault(fault);
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n");
     ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nEvents == POLLOUT; }));
     const auto start = steady_clock::now();

@@ -3,7 +3,7 @@
 #include "LabFixture.h"
 #include "Polls.h"
 #include "ProcessUse.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <algorithm>
 #include <chrono>
@@ -44,7 +44,7 @@ LabServerOptions ServerOfOne()
 TEST(LabWaits, AMinuteForTheNextRequestAndFiveSecondsForTheNextBytes)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nMilliseconds > 0; }));
     EXPECT_THAT(Patiences(CONNECTION), ElementsAre(FOR_EVER, 60'000)); // FOR_EVER is the listener's
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nExpect: 100-continue\r\n"
@@ -57,7 +57,7 @@ TEST(LabWaits, AMinuteForTheNextRequestAndFiveSecondsForTheNextBytes)
 TEST(LabWaits, AsLongForTheNextRequestAsItsRepliesPromise)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("GET /posts/1 HTTP/1.1\r\n\r\n");
     EXPECT_THAT(socket.ReadUntil("\"Test engineer\"}"),
                 HasSubstr("\r\nKeep-Alive: timeout=60, max=2147483647\r\n"));
@@ -71,7 +71,7 @@ TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
     LabServer server;
     server.Start();
     {
-        Socket socket(server.Port());
+        RawClient socket(server.Port());
         socket.Send(HEAD_OF_TOO_MUCH);
         EXPECT_THAT(socket.ReadAll(), AllOf(StartsWith("HTTP/1.1 413 "), Not(HasSubstr("Keep-Alive"))));
     }
@@ -87,7 +87,7 @@ TEST(LabWaits, AMomentForWhatFollowsARefusedBody)
 TEST(LabWaits, NotUntilTheClientIsTiredOfSendingARefusedBody)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send(HEAD_OF_TOO_MUCH);
     const auto end = steady_clock::now() + std::chrono::seconds(30);
     EXPECT_THROW(
@@ -101,7 +101,7 @@ TEST(LabWaits, NotUntilTheClientIsTiredOfSendingARefusedBody)
 TEST(LabWaits, TwoSecondsInAllForBytesThatComeNowAndThenAtAStop)
 {
     LabServer server;
-    Socket socket(server.Start());
+    RawClient socket(server.Start());
     socket.Send("POST /open/test-cabinet/add/kostrel/cycle HTTP/1.1\r\nExpect: 100-continue\r\n"
                 "Content-Length: 1000000\r\n\r\n");
     socket.ReadUntil("\r\n\r\n");
@@ -131,7 +131,7 @@ TEST(LabWaits, FiveSecondsForARefusedClientThatStays)
     LabClient served(server.Start());
     EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
     const size_t nServing = OpenDescriptors();
-    Socket staying(server.Port());
+    RawClient staying(server.Port());
     EXPECT_THAT(staying.ReadAll(), StartsWith("HTTP/1.1 503 "));
     ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nSockets == ONE_REFUSED; }));
     EXPECT_THAT(Patiences(ONE_REFUSED), Each(AllOf(Gt(0), Le(5'000))));
@@ -148,9 +148,9 @@ TEST(LabWaits, ForNoMoreThanSixtyFourRefusedClientsAtATime)
     LabServer server(ServerOfOne());
     LabClient served(server.Start());
     EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
-    std::vector<std::unique_ptr<Socket>> vecRefused;
+    std::vector<std::unique_ptr<RawClient>> vecRefused;
     for (int nClient = 0; nClient < 70; ++nClient) {
-        vecRefused.push_back(std::make_unique<Socket>(server.Port()));
+        vecRefused.push_back(std::make_unique<RawClient>(server.Port()));
         EXPECT_THAT(vecRefused.back()->ReadAll(), StartsWith("HTTP/1.1 503 ")) << nClient;
     }
     EXPECT_THAT(Patiences(MOST_REFUSED), Not(IsEmpty()));
@@ -162,7 +162,7 @@ TEST(LabWaits, ARefusedClientMaySendMoreThanTheSystemKeeps)
     LabServer server(ServerOfOne());
     LabClient served(server.Start());
     EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
-    Socket talking(server.Port());
+    RawClient talking(server.Port());
     EXPECT_THAT(talking.ReadAll(), StartsWith("HTTP/1.1 503 "));
     const std::string strPiece(100'000, 'x');
     EXPECT_NO_THROW({

@@ -1,7 +1,7 @@
 // What a server tells those who watch its traffic.
 
 #include "LabFixture.h"
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <gmock/gmock.h>
 
@@ -20,15 +20,15 @@ class LabWatching : public LabTest
 {
 protected:
     /// A client of the stream of events.
-    std::unique_ptr<Socket> Watch(const std::string& strHeader = {})
+    std::unique_ptr<RawClient> Watch(const std::string& strHeader = {})
     {
-        auto pSocket = std::make_unique<Socket>(m_server.Port());
+        auto pSocket = std::make_unique<RawClient>(m_server.Port());
         pSocket->Send(EVENTS + std::to_string(m_server.Port()) + "\r\n" + strHeader + "\r\n");
         return pSocket;
     }
 
     /// A client that has got the stream's head.
-    std::unique_ptr<Socket> WatchNow()
+    std::unique_ptr<RawClient> WatchNow()
     {
         auto pSocket = Watch();
         EXPECT_THAT(pSocket->ReadPast("retry: 2000\n\n"), testing::StartsWith("HTTP/1.1 200 OK\r\n"));
@@ -141,7 +141,7 @@ TEST_F(LabWatching, StreamsFromTheLastEventOfAClientThatComesAgain)
 
 TEST_F(LabWatching, LetsOnlySoManyWatch)
 {
-    std::vector<std::unique_ptr<Socket>> vecSockets;
+    std::vector<std::unique_ptr<RawClient>> vecSockets;
     for (int nClient = 0; nClient < 16; ++nClient) {
         vecSockets.push_back(WatchNow());
     }
@@ -167,7 +167,7 @@ TEST_F(LabWatching, EndsAtOnceWithTheServer)
 
 TEST_F(LabWatching, IsForTheOperatorOnly)
 {
-    Socket socket(m_server.Port());
+    RawClient socket(m_server.Port());
     socket.Send("GET /lab/events HTTP/1.1\r\nHost: evil.example\r\n\r\n");
     EXPECT_THAT(socket.ReadUntil("}"), testing::StartsWith("HTTP/1.1 403 "));
 }

@@ -1,4 +1,4 @@
-#include "Socket.h"
+#include "RawClient.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-Socket::Socket(int nPort) : m_nSocket(socket(AF_INET, SOCK_STREAM, 0))
+RawClient::RawClient(int nPort) : m_nSocket(socket(AF_INET, SOCK_STREAM, 0))
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -20,12 +20,12 @@ Socket::Socket(int nPort) : m_nSocket(socket(AF_INET, SOCK_STREAM, 0))
     }
 }
 
-Socket::~Socket()
+RawClient::~RawClient()
 {
     close(m_nSocket);
 }
 
-void Socket::Send(const std::string& strBytes)
+void RawClient::Send(const std::string& strBytes)
 {
     if (send(m_nSocket, strBytes.data(), strBytes.size(), MSG_NOSIGNAL) !=
         static_cast<ssize_t>(strBytes.size())) {
@@ -33,7 +33,7 @@ void Socket::Send(const std::string& strBytes)
     }
 }
 
-std::string Socket::ReadAll()
+std::string RawClient::ReadAll()
 {
     std::string strRead;
     while (ReadMore(strRead)) {
@@ -41,7 +41,7 @@ std::string Socket::ReadAll()
     return strRead;
 }
 
-std::string Socket::ReadUntil(const std::string& strEnd)
+std::string RawClient::ReadUntil(const std::string& strEnd)
 {
     std::string strRead;
     while ((strRead.size() < strEnd.size() ||
@@ -51,7 +51,7 @@ std::string Socket::ReadUntil(const std::string& strEnd)
     return strRead;
 }
 
-std::string Socket::ReadPast(const std::string& strText)
+std::string RawClient::ReadPast(const std::string& strText)
 {
     std::string strRead;
     while (strRead.find(strText) == std::string::npos && ReadMore(strRead)) {
@@ -59,7 +59,7 @@ std::string Socket::ReadPast(const std::string& strText)
     return strRead;
 }
 
-bool Socket::ReadMore(std::string& strRead)
+bool RawClient::ReadMore(std::string& strRead)
 {
     char acBytes[4096];
     const ssize_t nGot = recv(m_nSocket, acBytes, sizeof acBytes, 0);

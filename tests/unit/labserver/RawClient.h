@@ -3,13 +3,13 @@
 #include <string>
 
 /// A plain TCP connection, to send what no HTTP client would and to see how a connection ends.
-class Socket
+class RawClient
 {
 public:
-    explicit Socket(int nPort); ///< connects to this machine
-    ~Socket();
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
+    explicit RawClient(int nPort); ///< connects to this machine
+    ~RawClient();
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
 
     void Send(const std::string& strBytes);
     /// Reads until the other side closes or resets, at most 30 seconds.
