@@ -4,7 +4,8 @@ HeldPort::HeldPort(const SocketAddress& address) : m_nSocket(OpenStreamSocket(ad
 {
     if (m_nSocket != NO_SOCKET && ReusePort(m_nSocket)) {
         // A port that a socket is bound to is given to nobody else, also if that socket does not listen.
-        ::bind(m_nSocket, reinterpret_cast<const sockaddr*>(&address.storage), address.nBytes);
+        static_cast<void>(
+            ::bind(m_nSocket, reinterpret_cast<const sockaddr*>(&address.storage), address.nBytes));
     }
 }
 

@@ -22,7 +22,7 @@ public:
 
 private:
     struct Close {
-        void operator()(std::FILE* pFile) const { std::fclose(pFile); }
+        void operator()(std::FILE* pFile) const { static_cast<void>(std::fclose(pFile)); }
     };
 
     const std::string m_strFile;

@@ -8,7 +8,7 @@ namespace
 std::string TakeReason()
 {
     const char* const szReason = ERR_reason_error_string(ERR_peek_last_error());
-    const std::string strReason = szReason != nullptr ? szReason : "OpenSSL gives no reason";
+    std::string strReason = szReason != nullptr ? szReason : "OpenSSL gives no reason";
     ERR_clear_error();
     return strReason;
 }

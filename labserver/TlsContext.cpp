@@ -17,11 +17,15 @@ using CertificatePointer = OpenSslPointer<X509, X509_free>;
 using KeyPointer = OpenSslPointer<EVP_PKEY, EVP_PKEY_free>;
 using MethodPointer = OpenSslPointer<BIO_METHOD, BIO_meth_free>;
 
+Socket SocketOf(BIO* pBio)
+{
+    return *static_cast<const Socket*>(BIO_get_data(pBio));
+}
+
 // OpenSSL's own way to use a socket can raise SIGPIPE, and these can't.
 int Write(BIO* pBio, const char* pBytes, size_t nBytes, size_t* pWritten)
 {
-    const std::ptrdiff_t nSent =
-        SendBytes(static_cast<Socket>(reinterpret_cast<std::intptr_t>(BIO_get_data(pBio))), pBytes, nBytes);
+    const std::ptrdiff_t nSent = SendBytes(SocketOf(pBio), pBytes, nBytes);
     BIO_clear_retry_flags(pBio);
     if (nSent < 0 && WouldBlock()) {
         BIO_set_retry_write(pBio);
@@ -32,8 +36,7 @@ int Write(BIO* pBio, const char* pBytes, size_t nBytes, size_t* pWritten)
 
 int Read(BIO* pBio, char* pBytes, size_t nSize, size_t* pRead)
 {
-    const std::ptrdiff_t nGot =
-        ReceiveBytes(static_cast<Socket>(reinterpret_cast<std::intptr_t>(BIO_get_data(pBio))), pBytes, nSize);
+    const std::ptrdiff_t nGot = ReceiveBytes(SocketOf(pBio), pBytes, nSize);
     BIO_clear_retry_flags(pBio);
     if (nGot < 0 && WouldBlock()) {
         BIO_set_retry_read(pBio);
@@ -64,14 +67,14 @@ const BIO_METHOD* SocketMethod()
 class TlsStream : public LabStream
 {
 public:
-    TlsStream(SSL_CTX* pContext, Socket nSocket) : m_pTls(SSL_new(pContext))
+    TlsStream(SSL_CTX* pContext, Socket nSocket) : m_nSocket(nSocket), m_pTls(SSL_new(pContext))
     {
         BIO* const pBio = BIO_new(SocketMethod());
         if (m_pTls == nullptr || pBio == nullptr) {
             BIO_free(pBio);
             throw std::bad_alloc();
         }
-        BIO_set_data(pBio, reinterpret_cast<void*>(static_cast<std::intptr_t>(nSocket)));
+        BIO_set_data(pBio, &m_nSocket);
         BIO_set_init(pBio, 1);
         SSL_set_bio(m_pTls.get(), pBio, pBio); // takes it over
         SSL_set_accept_state(m_pTls.get());
@@ -132,6 +135,7 @@ private:
         }
     }
 
+    Socket m_nSocket;
     const OpenSslPointer<SSL, SSL_free> m_pTls;
     bool m_bFailed = false;
 };

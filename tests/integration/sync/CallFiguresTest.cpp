@@ -119,6 +119,12 @@ INSTANTIATE_TEST_SUITE_P(Each, EachCallFigures,
                                                        false,
                                                        EKtsFailure::HttpStatus,
                                                        EKtsFailure::HttpStatus},
+                                           CountedCall{"BadRequest",
+                                                       {HttpReply(400, "<html></html>")},
+                                                       false,
+                                                       false,
+                                                       EKtsFailure::HttpStatus,
+                                                       EKtsFailure::HttpStatus},
                                            CountedCall{"Closed",
                                                        {"", Ending::Close},
                                                        false,
@@ -168,6 +174,9 @@ TEST_F(CallFigures, ShowAServerAsBackAfterAnyAnswer)
     bAnswers = false;
     AskBlocking(server.Port());
     EXPECT_EQ(CKtsConnection::LostServers().size(), 1);
+    bAnswers = true;
+    AskBlocking(server.Port());
+    EXPECT_TRUE(CKtsConnection::LostServers().isEmpty()) << "a blocking call's answer counts as well";
 }
 
 TEST_F(CallFigures, CountACallOfAnUnknownProtocolAsAnotherFailure)

@@ -203,6 +203,10 @@ INSTANTIATE_TEST_SUITE_P(
                              "\xef\xbb\xbf"
                              "a=b\n",
                              0},
+                    FileText{"AMarkBeforeAComment",
+                             "\xef\xbb\xbf"
+                             "; words\n",
+                             0},
                     FileText{"ASemicolonInQuotes", "a=\"b;c\"\nword\n", 2},
                     FileText{"AWord", "a=b\nword\n", 2}, FileText{"AWordInASection", "a=b\n[c]\n word\n", 3},
                     FileText{"AWordAfterTwoLines", "a=b\\\nc\nword\n", 3},

@@ -62,6 +62,16 @@ TEST_F(MetricsFileTest, IsWrittenAtOnceAndAgainInEachInterval)
     ASSERT_TRUE(Becomes([&] { return Contents().find("requests_outstanding 1\n") != std::string::npos; }));
 }
 
+TEST_F(MetricsFileTest, IsNotWrittenWithinAnInterval)
+{
+    const MetricsFile file(m_path, 1h);
+    ASSERT_TRUE(Becomes([&] { return std::filesystem::exists(m_path); }));
+    std::filesystem::remove(m_path);
+    EXPECT_FALSE(std::filesystem::exists(m_path));
+    std::this_thread::sleep_for(100ms); // a file that is written again and again would be there by now
+    EXPECT_FALSE(std::filesystem::exists(m_path));
+}
+
 TEST_F(MetricsFileTest, IsWrittenForTheLastTimeAtTheEnd)
 {
     {

@@ -204,6 +204,17 @@ TEST_F(ReplyBody, ThatIsNotPackedAsItsLabelSaysIsAFailure)
     }
 }
 
+TEST_F(ReplyBody, ThatHasNoObjectIsShownByItsFirst400Bytes)
+{
+    qputenv("KTSHTTPAGENT_MAX_REPLY_VALUES", "3");
+    const std::string strNoJson(1000, 'x');
+    for (const std::string& strBody : {strNoJson, "[1, 2, 3, \"" + strNoJson + "\"]"}) {
+        const ExchangeEnd end = Exchange({HttpReply(200, strBody)});
+        EXPECT_NE(end.eKind, Kind::Object);
+        EXPECT_EQ(end.baBeginning.toStdString(), strBody.substr(0, 400));
+    }
+}
+
 TEST_F(ReplyBody, IsReadWhereBytesFollowItsEnd)
 {
     const ExchangeEnd end = Exchange({HttpReply(200, Gzipped("{}") + "after", "Content-Encoding: gzip\r\n")});

@@ -65,6 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ReplyCause{"NoBody", "", 0, "the reply has no body"},
                       ReplyCause{"Html", " \n<html>", 0, "the reply is HTML or XML, not JSON"},
                       ReplyCause{"NoJson", "yes", 0, "the reply is not JSON"},
+                      ReplyCause{"Blanks", std::string(1000, ' '), 0, "the reply is not JSON"},
                       ReplyCause{"Gateway", "Bad Gateway", 0, "the reply holds the words \"Bad Gateway\""},
                       ReplyCause{"FailedExchange", "", -7, "the transport reports a failure"},
                       ReplyCause{"FailedExchangeAtAGateway", "Bad Gateway", 502,
