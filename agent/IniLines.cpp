@@ -5,8 +5,6 @@
 namespace
 {
 
-constexpr const char* BYTE_ORDER_MARK = "\xef\xbb\xbf";
-
 bool IsBlank(char c)
 {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
@@ -14,12 +12,7 @@ bool IsBlank(char c)
 
 } // namespace
 
-IniLines::IniLines(QByteArray baText) : m_baText(std::move(baText))
-{
-    if (m_baText.startsWith(BYTE_ORDER_MARK)) {
-        m_nEnd = static_cast<int>(qstrlen(BYTE_ORDER_MARK));
-    }
-}
+IniLines::IniLines(QByteArray baText) : m_baText(std::move(baText)) {}
 
 bool IniLines::Next()
 {

@@ -15,47 +15,11 @@
 #include "labserver/LabWatch.h"
 
 #include <atomic>
-#include <deque>
 #include <mutex>
 #include <stdexcept>
 
 namespace
 {
-
-constexpr size_t MAX_EXCHANGES = 10'000;
-constexpr size_t MAX_EXCHANGE_BYTES = size_t{64} * 1024 * 1024;
-
-size_t BytesOf(const LabExchange& exchange)
-{
-    return exchange.strTarget.size() + exchange.strBody.size() + exchange.strReply.size();
-}
-
-/// The latest exchanges. Thread-safe.
-class ExchangeLog
-{
-public:
-    void Add(LabExchange exchange)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_nBytes += BytesOf(exchange);
-        m_lstExchanges.push_back(std::move(exchange));
-        while (m_lstExchanges.size() > MAX_EXCHANGES || m_nBytes > MAX_EXCHANGE_BYTES) {
-            m_nBytes -= BytesOf(m_lstExchanges.front());
-            m_lstExchanges.pop_front();
-        }
-    }
-
-    std::vector<LabExchange> All() const
-    {
-        const std::lock_guard lock(m_mutex);
-        return {m_lstExchanges.begin(), m_lstExchanges.end()};
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    std::deque<LabExchange> m_lstExchanges;
-    size_t m_nBytes = 0;
-};
 
 std::unique_ptr<LabStore> OpenStore(const std::string& strFile)
 {
@@ -102,7 +66,7 @@ private:
     const LabServerOptions m_options;
     const std::unique_ptr<LabReplay> m_pReplay{OpenReplay(m_options.strReplayFile)};
     std::atomic<int> m_nPort{0};
-    ExchangeLog m_exchanges;
+    LabExchangeLog m_exchanges;
     LabFaults m_faults;
     LabTls m_tls{m_options};
     LabKeysInWork m_keys;

@@ -1,20 +1,12 @@
 #pragma once
 
+#include "labserver/LabExchange.h"
 #include "labserver/LabFault.h"
 #include "labserver/LabServerOptions.h"
 
 #include <memory>
 #include <string>
 #include <vector>
-
-/// One request as it arrived, and its answer.
-struct LabExchange {
-    std::string strMethod;
-    std::string strTarget; ///< request target as received, including the query
-    std::string strBody;
-    int nStatus = 0;      ///< 0 when no reply was sent, because of a reset or a silence
-    std::string strReply; ///< the whole body, even if a fault let only half of it be sent
-};
 
 /// A stand-in laboratory server: answers and stores like a real one. Serves on threads of its own, on which
 /// every signal is blocked. Its operations may be called from any thread, Start and Stop from one at a time.

@@ -205,8 +205,12 @@ INSTANTIATE_TEST_SUITE_P(
                              0},
                     FileText{"AMarkBeforeAComment",
                              "\xef\xbb\xbf"
-                             "; words\n",
-                             0},
+                             "; words\na=b\n",
+                             1},
+                    FileText{"AMarkBeforeASection",
+                             "\xef\xbb\xbf"
+                             "[c]\na=b\n",
+                             1},
                     FileText{"ASemicolonInQuotes", "a=\"b;c\"\nword\n", 2},
                     FileText{"AWord", "a=b\nword\n", 2}, FileText{"AWordInASection", "a=b\n[c]\n word\n", 3},
                     FileText{"AWordAfterTwoLines", "a=b\\\nc\nword\n", 3},
