@@ -11,7 +11,7 @@ namespace
 {
 
 /// The pause before the server is started once more, after it could not be.
-constexpr std::chrono::milliseconds PAUSE{100};
+constexpr std::chrono::milliseconds BETWEEN_TRIES{100};
 
 bool IsEarlier(const LabRestarts::Absence& a, const LabRestarts::Absence& b)
 {
@@ -92,7 +92,7 @@ void LabRestarts::TakeAwayUntil(Clock::time_point end, std::unique_lock<std::mut
             bBack = true;
         } catch (const std::exception& error) {
             Tell(bTold, error);
-            end = Clock::now() + PAUSE;
+            end = Clock::now() + BETWEEN_TRIES;
         }
         lock.lock();
     }

@@ -59,7 +59,7 @@ private:
     void GoAway();
     void ComeBack();
     void Answer(const std::string& strPath, const httplib::Request& request, httplib::Response& response);
-    void Replay(const httplib::Request& request, httplib::Response& response);
+    void Replay(const std::string& strPath, const httplib::Request& request, httplib::Response& response);
     static void Fail(const LabFault& fault, httplib::Response& response);
     void Record(const httplib::Request& request, const httplib::Response& response);
 
@@ -163,7 +163,7 @@ void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request&
         LabHttp::Current().Pause(std::chrono::milliseconds(fault->nDelayMs));
     }
     if (bHandled && bReplayed) {
-        Replay(request, response);
+        Replay(strPath, request, response);
     } else if (bHandled) {
         LabContext context{*m_pStore, m_faults, m_scenarios, m_tls, m_watch, claim};
         AnswerRequest(context, strPath, request, response);
@@ -174,7 +174,8 @@ void LabServer::Impl::Answer(const std::string& strPath, const httplib::Request&
 }
 
 /// Answers as recorded, also by what a fault did to the recorded reply.
-void LabServer::Impl::Replay(const httplib::Request& request, httplib::Response& response)
+void LabServer::Impl::Replay(const std::string& strPath, const httplib::Request& request,
+                             httplib::Response& response)
 {
     const LabRecorded* const pRecorded = m_pReplay->Next(request.method, request.target, request.body);
     if (pRecorded == nullptr) {
@@ -190,7 +191,7 @@ void LabServer::Impl::Replay(const httplib::Request& request, httplib::Response&
     response.set_content(pRecorded->strBody, pRecorded->strContentType);
     if (pRecorded->optFault) {
         LabFault fault;
-        fault.strPath = request.path;
+        fault.strPath = strPath;
         fault.eKind = *pRecorded->optFault;
         LabHttp::CurrentSeen().optFault = fault;
         Fail(fault, response);

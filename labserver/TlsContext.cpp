@@ -145,14 +145,14 @@ CertificatePointer NextCertificate(BIO* pText)
     return CertificatePointer(PEM_read_bio_X509(pText, nullptr, nullptr, nullptr));
 }
 
-BioPointer TextOf(const std::string& strText)
+BioPointer BioOf(const std::string& strText)
 {
     return BioPointer(BIO_new_mem_buf(strText.data(), static_cast<int>(strText.size())));
 }
 
 void UseCertificates(SSL_CTX* pContext, const std::string& strCertificates)
 {
-    const BioPointer pText = TextOf(strCertificates);
+    const BioPointer pText = BioOf(strCertificates);
     CertificatePointer pCertificate = NextCertificate(pText.get());
     if (pCertificate == nullptr || SSL_CTX_use_certificate(pContext, pCertificate.get()) != 1) {
         throw OpenSslError("the certificate");
@@ -167,7 +167,7 @@ void UseCertificates(SSL_CTX* pContext, const std::string& strCertificates)
 
 void UseKey(SSL_CTX* pContext, const std::string& strKey)
 {
-    const BioPointer pText = TextOf(strKey);
+    const BioPointer pText = BioOf(strKey);
     // Without this function OpenSSL would ask the terminal for a passphrase.
     const auto fnNoPassphrase = [](char*, int, int, void*) { return -1; };
     const KeyPointer pKey(PEM_read_bio_PrivateKey(pText.get(), nullptr, fnNoPassphrase, nullptr));

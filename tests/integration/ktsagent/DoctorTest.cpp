@@ -72,7 +72,13 @@ TEST_F(Doctor, SendsOnlyQueriesAndSaysWhich)
               2 * 3U + 2 * 8U); // three to measure, and each path, by each interface
     for (const LabExchange& exchange : server.Exchanges()) {
         EXPECT_EQ(exchange.strMethod, "GET");
+        EXPECT_EQ(exchange.nStatus, 200) << exchange.strTarget;
         EXPECT_THAT(strSaid, HasSubstr(exchange.strTarget));
+    }
+    for (const QJsonValue& stage : run.Object()["stages"].toArray()) {
+        const double dMilliseconds = stage["milliseconds"].toDouble(-1);
+        EXPECT_GE(dMilliseconds, 0);
+        EXPECT_LT(dMilliseconds, 600'000) << "the test does not take ten minutes";
     }
 }
 

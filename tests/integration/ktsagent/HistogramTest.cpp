@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace
@@ -38,6 +39,22 @@ TEST(LatencyHistogram, KeepsShortDurationsExactly)
     EXPECT_EQ(histogram.Count(), 256U);
     for (int nValue = 0; nValue < 256; ++nValue) {
         EXPECT_EQ(histogram.Percentile((nValue + 1) / 256.0).count(), nValue);
+    }
+}
+
+TEST(LatencyHistogram, HasClassesOfTwoAboveThat)
+{
+    Histogram histogram;
+    const std::pair<int, int> VALUES_AND_KEPT[] = {
+        {255, 255}, {256, 257}, {257, 257}, {258, 259}, {259, 259}};
+    for (const auto& [nValue, nKept] : VALUES_AND_KEPT) {
+        histogram.Add(microseconds(nValue));
+    }
+    histogram.Add(microseconds(1000)); // no percentile is above the longest duration
+    double dRank = 0;
+    for (const auto& [nValue, nKept] : VALUES_AND_KEPT) {
+        ++dRank;
+        EXPECT_EQ(histogram.Percentile(dRank / 6).count(), nKept) << nValue;
     }
 }
 

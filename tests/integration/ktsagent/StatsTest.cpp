@@ -57,9 +57,36 @@ protected:
         const std::size_t nBegin = strOut.find(strBegin);
         return nBegin == std::string::npos ? "" : strOut.substr(nBegin, strOut.find('\n', nBegin) - nBegin);
     }
+
+    /// Where the words and numbers of a line end, behind a column.
+    static std::vector<std::size_t> EndsOfNumbers(const std::string& strLine, std::size_t nFrom)
+    {
+        std::vector<std::size_t> vecEnds;
+        for (std::size_t n = nFrom; n < strLine.size(); ++n) {
+            if (strLine[n] != ' ' && (n + 1 == strLine.size() || strLine[n + 1] == ' ')) {
+                vecEnds.push_back(n);
+            }
+        }
+        return vecEnds;
+    }
 };
 
 } // namespace
+
+TEST_F(Stats, HaveTheirNumbersBelowTheWordsForThem)
+{
+    const KtsagentRun run = RunWith(FIGURES);
+    const std::string strHead = LineOf(run, "operation");
+    const std::string strRow = LineOf(run, "projects");
+    ASSERT_FALSE(strHead.empty());
+    ASSERT_FALSE(strRow.empty());
+    const std::size_t nFrom = strHead.find("interface") + std::string("interface").size();
+    std::vector<std::size_t> vecHead = EndsOfNumbers(strHead, nFrom);
+    std::vector<std::size_t> vecRow = EndsOfNumbers(strRow, strRow.find("asynchronous") + 12);
+    vecHead.resize(4); // sent, succeeded, refused, stored; the words behind them have blanks
+    vecRow.resize(4);
+    EXPECT_EQ(vecHead, vecRow);
+}
 
 TEST_F(Stats, ShowEachRequestByTheNameOfItsOperation)
 {

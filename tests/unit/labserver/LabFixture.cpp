@@ -59,6 +59,17 @@ LabReply LabClient::Send(const std::string& strMethod, const std::string& strTar
     return ReplyOf(m_client.send(request));
 }
 
+Json::Value LabClient::Exchanges(unsigned nCount)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    Json::Value exchanges;
+    do {
+        exchanges = Get("/lab/exchanges").json["exchanges"];
+    } while (exchanges.size() < nCount && std::chrono::steady_clock::now() < end);
+    EXPECT_EQ(exchanges.size(), nCount);
+    return exchanges;
+}
+
 void OnThreads(std::size_t nThreads, const std::function<void(std::size_t)>& fn)
 {
     std::atomic<std::size_t> nWaiting{nThreads};

@@ -39,6 +39,10 @@ public:
     LabReply PostWithKey(const std::string& strTarget, const std::string& strBody, const std::string& strKey);
     LabReply Send(const std::string& strMethod, const std::string& strTarget);
 
+    /// The latest requests of hosts, as GET /lab/exchanges lists them, once there are so many: a request is
+    /// listed a moment after its reply was sent.
+    Json::Value Exchanges(unsigned nCount);
+
 private:
     httplib::Client m_client;
 };

@@ -154,7 +154,7 @@ TEST_F(LabReplayTest, StoresNothingAndLeavesTheOperatorHisPaths)
     LabClient& client = Replayed();
     EXPECT_EQ(client.Post(CYCLES, "[1]").nStatus, 200);
     EXPECT_EQ(client.Get("/lab/reports/cycle-data").json["count"], 0);
-    EXPECT_EQ(client.Get("/lab/exchanges").json["count"], 1);
+    client.Exchanges(1);
     EXPECT_EQ(client.PostWithKey(CYCLES, "[1]", "\"key\"").nStatus, 200);
     EXPECT_EQ(client.PostWithKey(CYCLES, "[1]", "\"key\"").nStatus, 200);
     client.Post("/lab/faults", R"({"path": "open", "status": 418})");
@@ -174,11 +174,13 @@ TEST_F(LabReplayTest, DoesWhatAFaultDidAndShowsIt)
         Record(seen);
     }
     LabClient& client = Replayed();
+    unsigned nAsked = 0;
     for (const auto& [eKind, strOutcome] : mapOutcomes) {
         LabClient impatient(m_pServer->Port(), std::chrono::milliseconds(200));
         EXPECT_EQ(impatient.Get("/posts/" + strOutcome).nStatus, 0) << strOutcome;
-        const Json::Value exchanges = client.Get("/lab/exchanges").json["exchanges"];
+        const Json::Value exchanges = client.Exchanges(++nAsked);
         EXPECT_EQ(exchanges[0]["outcome"], strOutcome);
+        EXPECT_EQ(exchanges[0]["fault"]["path"], "/posts/" + strOutcome);
     }
 }
 

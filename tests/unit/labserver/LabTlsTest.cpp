@@ -92,7 +92,7 @@ TEST_F(LabTlsTest, ServesHostsOverOneConnection)
         ASSERT_TRUE(reply) << client.Found();
         EXPECT_EQ(reply->status, 200);
     }
-    const Json::Value exchanges = Operator().Get("/lab/exchanges").json["exchanges"];
+    const Json::Value exchanges = Operator().Exchanges(2);
     EXPECT_EQ(exchanges[0]["port"], exchanges[1]["port"]);
     EXPECT_EQ(exchanges[0]["tls"], true);
 }
@@ -112,7 +112,7 @@ TEST_F(LabTlsTest, RefusesHostsWithoutItInWordsAndServesTheOperatorBothWays)
     EXPECT_EQ(refusal.nStatus, 400);
     EXPECT_THAT(refusal.json["message"].asString(), HasSubstr("This server speaks HTTPS"));
     EXPECT_EQ(Operator().Get("/lab/faults").nStatus, 200);
-    EXPECT_EQ(Operator().Get("/lab/exchanges").json["exchanges"][0]["tls"], false);
+    EXPECT_EQ(Operator().Exchanges(1)[0]["tls"], false);
     TlsClient client = Client();
     const httplib::Result faults = client.Get("/lab/faults");
     ASSERT_TRUE(faults);

@@ -2,10 +2,16 @@
 
 #include "ThreadedOutbox.h"
 
+#include "outbox/ForkWatch.h"
+
 #include <ktshttpagent/chttpclient.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <functional>
+#include <mutex>
+#include <optional>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -103,6 +109,40 @@ TEST_F(OutboxTest, StartsAfreshInTheChildOfAChild)
     int nStatus = -1;
     ASSERT_EQ(::waitpid(nChild, &nStatus, 0), nChild);
     EXPECT_EQ(nStatus, 0);
+}
+
+/// Runs a function in a child. @return what it returned there
+bool InChild(const std::function<bool()>& fn)
+{
+    const pid_t nChild = ::fork();
+    if (nChild == 0) {
+        ::_exit(fn() ? 0 : 1);
+    }
+    int nStatus = -1;
+    return ::waitpid(nChild, &nStatus, 0) == nChild && nStatus == 0;
+}
+
+TEST(ForkWatch, TellsThoseThatAreLeft)
+{
+    std::array<std::mutex, 3> mutexes;
+    std::array<bool, 3> children{};
+    std::array<std::optional<ForkWatch>, 3> watches;
+    for (std::size_t n = 0; n < 3; ++n) {
+        watches[n].emplace(mutexes[n], children[n]);
+    }
+    watches[0].reset();
+    EXPECT_TRUE(InChild([&] { return !children[0] && children[1] && children[2]; }));
+    watches[1].reset();
+    EXPECT_TRUE(InChild([&] { return !children[1] && children[2]; }));
+    EXPECT_FALSE(children[2]) << "this is the parent";
+}
+
+TEST(ForkWatch, GoesOnSayingChildWhenTheChildForks)
+{
+    std::mutex mutex;
+    bool bIsChild = false;
+    const ForkWatch watch(mutex, bIsChild);
+    EXPECT_TRUE(InChild([&] { return InChild([&] { return bIsChild; }) && bIsChild; }));
 }
 
 } // namespace

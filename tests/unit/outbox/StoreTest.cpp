@@ -412,6 +412,23 @@ TEST_F(StoreTest, CountsAnEndingWhileItsRecordIsWrittenAnew)
     EXPECT_THAT(BodiesOf(FoundAfterKill()), ElementsAre("2"));
 }
 
+TEST_F(StoreTest, SyncsTheNamesOfTheRunsOnce)
+{
+    const auto pStore = OpenStore(m_pMachine);
+    MustAdd(*pStore, "1");
+    EXPECT_TRUE(pStore->Sync());
+    std::vector<std::string> vecFolders;
+    m_pMachine->fnBefore = [&vecFolders](const std::string& strHere, const std::string& strPath) {
+        if (strHere == "sync folder") {
+            vecFolders.push_back(strPath);
+        }
+        return std::error_code();
+    };
+    MustAdd(*pStore, "2");
+    EXPECT_TRUE(pStore->Sync());
+    EXPECT_THAT(vecFolders, ::testing::IsEmpty()) << "they have not changed";
+}
+
 TEST_F(StoreTest, NeverSyncsIfItIsToldNotTo)
 {
     StoreSettings settings = SmallSegments();
