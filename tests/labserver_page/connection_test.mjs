@@ -36,3 +36,11 @@ test("The page notices a server that keeps its connections but says nothing", ()
     await send(stage.lab, "GET", "/posts/3");
     await page.locator("#exchanges").getByText("/posts/3", { exact: true }).waitFor();
   }));
+
+test("The scenario of a restart takes the server away and brings it back", () =>
+  inPage(stage, { part: "faults", expected: LOST }, async (page) => {
+    await page.getByRole("button", { name: "Start: Restart" }).click();
+    await page.locator("#connection.lost").waitFor();
+    await page.locator("#connection.connected").waitFor(); // ten seconds later
+    await page.locator("#scenario-list li.on").waitFor({ state: "detached" });
+  }));
