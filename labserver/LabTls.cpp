@@ -29,6 +29,16 @@ TlsContext ContextFrom(const std::string& strCertificateFile, const std::string&
     }
 }
 
+/// How clients may name a server that listens on an address.
+std::vector<std::string> NamesOf(const std::string& strAddress)
+{
+    std::vector<std::string> vecNames = {"localhost", "127.0.0.1", "::1"};
+    if (std::find(vecNames.begin(), vecNames.end(), strAddress) == vecNames.end()) {
+        vecNames.push_back(strAddress);
+    }
+    return vecNames;
+}
+
 } // namespace
 
 LabTls::LabTls(const LabServerOptions& options) : m_bRequired(options.bTls), m_strAddress(options.strAddress)
@@ -88,8 +98,7 @@ const TlsContext& LabTls::ContextOf(LabCertificate eCertificate)
 {
     auto it = m_mapContexts.find(eCertificate);
     if (it == m_mapContexts.end()) {
-        TlsContext context(
-            MadeHere().Certificate(eCertificate, {"localhost", "127.0.0.1", "::1", m_strAddress}));
+        TlsContext context(MadeHere().Certificate(eCertificate, NamesOf(m_strAddress)));
         it = m_mapContexts.emplace(eCertificate, std::move(context)).first;
     }
     return it->second;

@@ -104,6 +104,18 @@ TEST_F(LabTlsTest, HasACertificateForEachWayToNameThisMachine)
     EXPECT_TRUE(Client("127.0.0.1").Get("/posts/1"));
 }
 
+TEST_F(LabTlsTest, HasACertificateForTheAddressThatItListensOn)
+{
+    LabServerOptions options = Required();
+    options.strAddress = "127.0.0.2";
+    LabServer server(options);
+    const int nPort = server.Start();
+    const auto authority = httplib::Client("127.0.0.2", nPort).Get("/lab/authority.pem");
+    ASSERT_TRUE(authority);
+    TlsClient client("127.0.0.2", nPort, Written(AuthorityFile(), authority->body));
+    EXPECT_TRUE(client.Get("/posts/1")) << client.Found();
+}
+
 TEST_F(LabTlsTest, RefusesHostsWithoutItInWordsAndServesTheOperatorBothWays)
 {
     Begin();
