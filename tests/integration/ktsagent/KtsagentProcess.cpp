@@ -1,5 +1,7 @@
 #include "KtsagentProcess.h"
 
+#include "Wine.h"
+
 #if defined(Q_OS_WIN)
 #include "Registry.h"
 #endif
@@ -32,6 +34,15 @@ QJsonDocument Parsed(const std::string& strText)
     return document;
 }
 
+/// Starts the program; once more if Wine refuses to, which it seldom does, and without a reason.
+void Start(QProcess& process, const QStringList& lstArguments)
+{
+    process.start(KTSAGENT_PROGRAM, lstArguments, QIODevice::ReadOnly);
+    if (RunsUnderWine() && !process.waitForStarted(PATIENCE_MS)) {
+        process.start(KTSAGENT_PROGRAM, lstArguments, QIODevice::ReadOnly);
+    }
+}
+
 } // namespace
 
 QJsonObject KtsagentRun::Object() const
@@ -58,7 +69,7 @@ KtsagentProcess::KtsagentProcess()
 KtsagentRun KtsagentProcess::Run(const QStringList& lstArguments) const
 {
     QProcess process;
-    process.start(KTSAGENT_PROGRAM, lstArguments, QIODevice::ReadOnly);
+    Start(process, lstArguments);
     const bool bEnded = process.waitForFinished(PATIENCE_MS);
     EXPECT_TRUE(bEnded) << process.errorString().toStdString();
     if (!bEnded) {
