@@ -284,8 +284,8 @@ bool LabHttp::ServeRequest(LabConnection& connection)
 
 void LabHttp::TellSeen(std::chrono::steady_clock::time_point begin) const
 {
-    // The client left before its request was complete, or the operator asked.
-    if ((t_seen.nStatus == 0 && t_pConnection->HasReply()) || IsOperatorPath(t_strPath)) {
+    // The client left before its request was complete, or the operator asked: see NoteReply().
+    if (t_seen.nStatus == 0 && t_pConnection->HasReply()) {
         return;
     }
     t_seen.duration =

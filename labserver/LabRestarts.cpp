@@ -45,14 +45,27 @@ LabRestarts::~LabRestarts()
     }
 }
 
+void LabRestarts::Begin()
+{
+    const std::lock_guard lock(m_mutex);
+    m_bBegun = true;
+    StartThread();
+}
+
 void LabRestarts::Add(const Absence& absence)
 {
     const std::lock_guard lock(m_mutex);
     m_lstToCome.push_back(absence);
-    if (!m_thread.joinable()) {
+    StartThread();
+    m_changed.notify_all();
+}
+
+/// Starts the thread once it is needed. Call it with the mutex locked.
+void LabRestarts::StartThread()
+{
+    if (m_bBegun && !m_lstToCome.empty() && !m_thread.joinable()) {
         m_thread = StartQuietThread([this] { Run(); });
     }
-    m_changed.notify_all();
 }
 
 void LabRestarts::RemoveScenario(const std::string& strScenario)

@@ -28,10 +28,13 @@ public:
     LabRestarts(const LabRestarts&) = delete;
     LabRestarts& operator=(const LabRestarts&) = delete;
 
+    /// Lets absences begin from now on: until then there is no server that could be stopped.
+    void Begin();
     void Add(const Absence& absence);
     void RemoveScenario(const std::string& strScenario); ///< what belongs to it and has not begun
 
 private:
+    void StartThread();
     void Run();
     void TakeAwayUntil(Clock::time_point end, std::unique_lock<std::mutex>& lock);
 
@@ -40,6 +43,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::list<Absence> m_lstToCome;
+    bool m_bBegun = false;
     bool m_bEnd = false;
-    std::thread m_thread; ///< from the first absence on
+    std::thread m_thread; ///< once it has begun, from the first absence on
 };

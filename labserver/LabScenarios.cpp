@@ -30,9 +30,10 @@ std::optional<milliseconds> TimeOf(const Json::Value& step, const char* szName)
     return milliseconds(step[szName].asInt64());
 }
 
+/// @param object  a JSON object
 const Json::Value& ListOf(const Json::Value& object, const char* szName)
 {
-    if (!object.isObject() || !object[szName].isArray()) {
+    if (!object[szName].isArray()) {
         throw LabError(400, "The member \"" + std::string(szName) + "\" is missing, or is not an array.");
     }
     return object[szName];

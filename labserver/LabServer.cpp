@@ -90,6 +90,7 @@ int LabServer::Impl::Start()
         m_pStore = OpenStore(m_options.strDataFile);
     }
     m_pHttp = Listen(m_options.nPort);
+    m_restarts.Begin(); // the first one waits until this function gives up the lock
     return m_nPort;
 }
 

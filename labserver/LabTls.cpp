@@ -1,22 +1,12 @@
 #include "labserver/LabTls.h"
 
+#include "labserver/LabFile.h"
+
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace
 {
-
-std::string ContentOf(const std::string& strFile)
-{
-    std::ifstream file(strFile, std::ios::binary);
-    std::string strText{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file) {
-        throw std::runtime_error("can't read " + strFile);
-    }
-    return strText;
-}
 
 TlsContext ContextFrom(const std::string& strCertificateFile, const std::string& strKeyFile)
 {

@@ -1,6 +1,7 @@
 #include "labserver/DescriptorLimit.h"
 #include "labserver/HostAndPort.h"
 #include "labserver/LabCommandLine.h"
+#include "labserver/LabFile.h"
 #include "labserver/LabLogLine.h"
 #include "labserver/LabRecording.h"
 #include "labserver/LabServer.h"
@@ -10,10 +11,9 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
-#include <fstream>
+#include <filesystem>
 #include <iostream>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -25,13 +25,9 @@ constexpr int EXIT_USAGE = 2;
 /// The content of a file, if there is one; otherwise the name of a scenario.
 std::string ScenarioFrom(const std::string& strNameOrFile)
 {
-    std::ifstream file(strNameOrFile, std::ios::binary);
-    if (file) {
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
-    return strNameOrFile;
+    const std::filesystem::file_status status = std::filesystem::status(strNameOrFile);
+    const bool bFile = std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+    return bFile ? ContentOf(strNameOrFile) : strNameOrFile;
 }
 
 void StartScenario(LabServer& server, const std::string& strNameOrFile)
@@ -57,9 +53,12 @@ void PrintLine(const LabSeen& seen)
     std::cout << LogLineOf(seen) + '\n' << std::flush; // in one piece, since other threads print too
 }
 
-/// What is done with each request of a host.
+/// What is done with each request of a host; empty for nothing.
 std::function<void(const LabSeen&)> Witness(const LabCommandLine& line)
 {
+    if (line.strRecordFile.empty() && !line.bLog) {
+        return {};
+    }
     std::shared_ptr<LabRecording> pRecording;
     if (!line.strRecordFile.empty()) {
         pRecording = std::make_shared<LabRecording>(line.strRecordFile);

@@ -87,6 +87,11 @@ TEST_F(TransportWire, APostWithAnotherHeaderLineHasNoContentType)
     EXPECT_THAT(request.Header("Content-Type"), IsEmpty());
 }
 
+TEST_F(TransportWire, AnEmptyHeaderLineIsNone)
+{
+    EXPECT_EQ(Sent("{}", true, true, "").strHead, Sent("{}", true, false, "").strHead);
+}
+
 TEST_F(TransportWire, AHeaderLineMayHoldATabAndBytesBeyondAscii)
 {
     const WireRequest request = Sent("{}", true, true, "X-Station: 5\t电芯");

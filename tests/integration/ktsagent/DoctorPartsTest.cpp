@@ -81,6 +81,13 @@ INSTANTIATE_TEST_SUITE_P(
         JudgedAnswer{"Login", 200, "<html><a>Login</a>", Kind::Other, "a login page, not JSON"}),
     testing::PrintToStringParamName());
 
+TEST(EnvironmentOfTheDoctor, WithoutAVariableOfTheLibraryIsSaidToHaveNone)
+{
+    Context context; // with no setting, so with none from a variable
+    EXPECT_EQ(CheckEnvironment(context).back().strSays,
+              "No variable of the library is set; all defaults are in force.");
+}
+
 TEST_P(ClockOfTheServer, IsCompared)
 {
     Context context;

@@ -197,9 +197,36 @@ TEST_F(DoctorOfTls, PassesAServerThatTheSystemTrustsAndWarnsThatItsCertificateEn
     EXPECT_THAT(Sentences(run.Object(), "clock", "ok"), HasSubstr("agree"));
 }
 
-TEST_F(DoctorProcess, FindsThatTheCertificateOfTheLabServersScenarioHasExpired)
+namespace
 {
-    RunningProcess server({KTSLABSERVER, "--port", "0", "--scenario", "expired-cert"});
+
+/// A scenario of the lab server, and what is wrong with its certificate.
+struct BadScenario {
+    const char* szName;
+    const char* szScenario; ///< its name, or the content of its file
+    const char* szAsynchronous;
+    const char* szBlocking;
+    const char* szWhen;
+};
+
+void PrintTo(const BadScenario& row, std::ostream* pOut)
+{
+    *pOut << row.szName;
+}
+
+class DoctorFindsAScenario : public DoctorProcess, public testing::WithParamInterface<BadScenario>
+{
+};
+
+} // namespace
+
+TEST_P(DoctorFindsAScenario, OfTheLabServerWithItsReason)
+{
+    const std::string strScenario = m_folder.filePath("scenario.json").toStdString();
+    const bool bFile = *GetParam().szScenario == '{';
+    std::ofstream(strScenario) << GetParam().szScenario;
+    RunningProcess server(
+        {KTSLABSERVER, "--port", "0", "--scenario", bFile ? strScenario.c_str() : GetParam().szScenario});
     ASSERT_TRUE(server.ReadUntil("/\n"));
     const QUrl url(QString::fromStdString(server.Lines().front()).section(' ', -1));
     ASSERT_EQ(url.scheme(), "https");
@@ -212,7 +239,19 @@ TEST_F(DoctorProcess, FindsThatTheCertificateOfTheLabServersScenarioHasExpired)
 
     const KtsagentRun run = Examine(url.toString());
 
-    ExpectFailure(run, "tls",
-                  "(libcurl) makes no TLS connection: SSL certificate problem: certificate has expired");
-    ExpectFailure(run, "tls", "The certificate has expired");
+    ExpectFailure(run, "tls", GetParam().szAsynchronous);
+    ExpectFailure(run, "tls", GetParam().szBlocking);
+    ExpectFailure(run, "tls", GetParam().szWhen);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, DoctorFindsAScenario,
+    testing::Values(
+        BadScenario{"Expired", "expired-cert",
+                    "(libcurl) makes no TLS connection: SSL certificate problem: certificate has expired",
+                    "The certificate has expired", "The certificate of \"Lab server\" ended at 20"},
+        BadScenario{
+            "NotYetValid", R"({"name": "own", "steps": [{"tls": "not-yet-valid"}]})",
+            "(libcurl) makes no TLS connection: SSL certificate problem: certificate is not yet valid",
+            "The certificate is not yet valid", "The certificate of \"Lab server\" begins only at 20"}),
+    testing::PrintToStringParamName());

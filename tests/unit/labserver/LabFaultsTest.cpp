@@ -227,6 +227,17 @@ TEST_F(LabFaultsTest, AListedOneCanBeSwitchedOnAgain)
     EXPECT_EQ(Get("/posts/1").nStatus, 502);
 }
 
+TEST_F(LabFaultsTest, OnesThatHaveNotBegunOrAreOverAreNotListed)
+{
+    Post("/lab/scenarios", R"({"name": "own", "steps": [
+        {"afterMs": 3600000, "faults": [{"path": "posts", "status": 500, "untilCleared": true}]},
+        {"forMs": 0, "faults": [{"path": "posts", "status": 501, "untilCleared": true}]},
+        {"faults": [{"path": "posts", "status": 502, "untilCleared": true}]}]})");
+    const Json::Value faults = Get("/lab/faults").json["faults"];
+    ASSERT_EQ(faults.size(), 1U);
+    EXPECT_EQ(faults[0]["status"], 502);
+}
+
 TEST_F(LabFaultsTest, OneForAPathThatNoHostUsesIsRefused)
 {
     for (const char* szPath : {"", "a", "pos", "post", "/posts/1/2", "lab", "lab/faults",

@@ -105,7 +105,7 @@ TEST(LabPageAlone, HtmlIsPreferredByThoseWhoSaySo)
 {
     for (const char* szAccept :
          {AS_BROWSERS_ASK, "text/html", "text/*", "TEXT/HTML; q=0.9, application/json;q=0.8",
-          "text/html, */*;q=0.1", "application/json;q=0, */*"}) {
+          "text/html;\tq=0.9, application/json;q=0.8", "text/html, */*;q=0.1", "application/json;q=0, */*"}) {
         EXPECT_TRUE(PrefersHtml(szAccept)) << szAccept;
     }
     for (const char* szAccept :

@@ -17,6 +17,7 @@
 namespace
 {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 
 /// The server program, run with arguments.
@@ -270,6 +271,8 @@ TEST(LabProgram, AScenarioThatThereIsNotIsSaidAndIsAFailure)
     std::ofstream(folder.File("bad.json")) << "{";
     for (const auto& [strScenario, strWhy] :
          {std::pair<std::string, std::string>{"none", "There is no scenario \"none\"."},
+          {" ", "There is no scenario \" \"."},
+          {"/", "The name of a scenario has at least one character, and no \"/\"."}, // a folder
           {folder.File("bad.json"), "The body is not JSON."}}) {
         Program program({"--scenario", strScenario});
         EXPECT_EQ(program.ErrLine(), "ktslabserver: --scenario " + strScenario + ": " + strWhy);
@@ -289,6 +292,10 @@ TEST(LabProgram, PrintsALineForEachRequestOfAHost)
     client.Get("/lab/faults"); // the operator's
     client.PostWithKey(CYCLES, "[1]", "\"my key\"");
     EXPECT_THAT(program.OutLine(), testing::MatchesRegex(".* POST .* 200 answered 3 .* my\\\\x20key"));
+    for (const char* szNotQuoted : {"begun\"", "\"ended", "\""}) {
+        client.PostWithKey(CYCLES, "[1]", szNotQuoted);
+        EXPECT_THAT(program.OutLine(), EndsWith(std::string(" ") + szNotQuoted));
+    }
     client.Get("/none");
     EXPECT_THAT(program.OutLine(), HasSubstr(" GET /none 404 refused "));
 }
@@ -335,10 +342,12 @@ TEST(LabProgram, ReplaysWhatAnotherOneHasRecorded)
 
 TEST(LabProgram, SaysThatThereIsNoLogInWhereOthersCanConnect)
 {
-    Program local({"--address", "127.0.0.2"});
-    local.ReadPort();
-    local.Signal(SIGTERM);
-    EXPECT_EQ(local.ErrLine(), "");
+    for (const char* szAddress : {"127.0.0.2", "localhost"}) {
+        Program local({"--address", szAddress});
+        local.ReadPort();
+        local.Signal(SIGTERM);
+        EXPECT_EQ(local.ErrLine(), "") << szAddress;
+    }
     Program open({"--address", "0.0.0.0"});
     open.ReadPort();
     EXPECT_EQ(open.ErrLine(),

@@ -2,6 +2,7 @@
 
 #include "LabFixture.h"
 
+#include "labserver/LabLatin1.h"
 #include "labserver/LabRecording.h"
 #include "labserver/LabReplay.h"
 #include "labserver/LabSeen.h"
@@ -41,7 +42,7 @@ LabSeen Asked(const std::string& strTarget, const std::string& strBody, const st
     seen.strRequestBody = strBody;
     seen.nStatus = 200;
     seen.strReplyHead = "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nX-Own: yes\r\nContent-Length: 999\r\n"
-                        "Keep-Alive: timeout=1";
+                        "Keep-Alive: timeout=1\r\nConnection: close";
     seen.strReplyBody = strReply;
     return seen;
 }
@@ -102,6 +103,7 @@ TEST_F(LabReplayTest, AnswersAsItWasAnsweredWithHeaders)
     EXPECT_EQ(reply->get_header_value("X-Own"), "yes");
     EXPECT_EQ(reply->get_header_value_count("Content-Length"), 1U);
     EXPECT_EQ(reply->get_header_value_count("Keep-Alive"), 1U);
+    EXPECT_FALSE(reply->has_header("Connection")) << "the server says itself whether it closes";
 }
 
 TEST_F(LabReplayTest, GivesTheRepliesInTheirOrderAndThenTheLastOne)
@@ -264,7 +266,12 @@ TEST_F(LabReplayTest, OverwritesNoFileAndItsRecordingIsItsOwnersAlone)
     }
 }
 
-TEST_F(LabReplayTest, EndsARecordingThatCanNotGoOnAndSaysSoOnce)
+/// The size of a reply that there is no room for: held in the memory of the stream, or written at once.
+class LabReplayOfALargeReply : public LabReplayTest, public testing::WithParamInterface<std::size_t>
+{
+};
+
+TEST_P(LabReplayOfALargeReply, EndsARecordingThatCanNotGoOnAndSaysSoOnce)
 {
     Record(Asked("/posts/1", "", "recorded"));
     rlimit before{};
@@ -274,13 +281,24 @@ TEST_F(LabReplayTest, EndsARecordingThatCanNotGoOnAndSaysSoOnce)
     const auto fnBefore = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
     testing::internal::CaptureStderr();
-    Record(Asked("/posts/2", "", "too much"));
+    Record(Asked("/posts/2", "", std::string(GetParam(), 'x')));
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     Record(Asked("/posts/3", "", "after a gap"));
     std::signal(SIGXFSZ, fnBefore);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "ktslabserver: the recording " + File() + " ends here: File too large\n");
     EXPECT_THAT(ContentOf(File()), testing::Not(HasSubstr("after a gap")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, LabReplayOfALargeReply, testing::Values(8, 100'000));
+
+TEST(LabLatin1, IsTheBytesOfATextOrAsManyAsThereAre)
+{
+    for (const char* szBytes : {"", "plain", "\x80\xBF\xC0\xFF", "a\xFFz"}) {
+        EXPECT_EQ(ToLatin1(FromLatin1(szBytes)), szBytes);
+    }
+    EXPECT_EQ(FromLatin1("\xFF"), "\u00FF");
+    EXPECT_EQ(ToLatin1("a\xC3"), "a") << "cut within a character";
 }
 
 } // namespace

@@ -59,6 +59,23 @@ TEST_F(LabRestartTest, IsListedUntilTheServerIsBack)
     }
 }
 
+TEST(LabRestartAtTheStart, TakesTheServerAwayOnceItListens)
+{
+    LabServer server;
+    server.StartScenario(R"({"name": "own", "steps": [{"restartMs": 3600000}]})");
+    std::this_thread::sleep_for(milliseconds(50)); // in which a server would be stopped that there is not yet
+    const int nPort = server.Start();
+    EXPECT_TRUE(Becomes([&] { return !CanConnect(nPort); }));
+}
+
+TEST_F(LabRestartTest, OfAServerThatIsStoppedDoesNotHinderItsStart)
+{
+    m_server.Stop();
+    m_server.StartScenario(R"({"name": "own", "steps": [{"restartMs": 0}]})");
+    const int nPort = m_server.Start();
+    EXPECT_TRUE(Becomes([&] { return CanConnect(nPort); }));
+}
+
 TEST_F(LabRestartTest, DoesNotBringAServerBackThatWasStoppedMeanwhile)
 {
     const int nPort = m_server.Port();
@@ -91,6 +108,7 @@ TEST(LabRestarts, TryAgainUntilTheServerStarts)
                                      throw std::runtime_error("the port is taken");
                                  }
                              });
+        restarts.Begin();
         restarts.Add({LabRestarts::Clock::now(), milliseconds(1), "own"});
         EXPECT_TRUE(Becomes([&] { return nStarts == 3; }));
     }
@@ -111,9 +129,18 @@ TEST(LabRestarts, AreTakenBackWithTheirScenarioAndEndWithTheirObject)
         restarts.Add({now + milliseconds(50), milliseconds(1), "taken back"});
         restarts.RemoveScenario("taken back");
         restarts.Add({now + milliseconds(100), milliseconds(3'600'000), "for long"});
+        EXPECT_EQ(nStops, 0) << "it has not begun";
+        restarts.Begin();
         EXPECT_TRUE(Becomes([&] { return nStops == 1; }));
     }
     EXPECT_EQ(nStarts, 0);
+}
+
+TEST(HeldPort, OfAnAddressThatTheSystemDoesNotKnowIsNone)
+{
+    SocketAddress address;
+    address.storage.ss_family = AF_MAX;
+    EXPECT_NO_THROW(HeldPort{address});
 }
 
 TEST(HeldPort, IsNobodyElsesAndRefusesClients)

@@ -61,6 +61,21 @@ TEST_F(LabScenariosTest, OneIsStartedByItsNameAndEnded)
     EXPECT_EQ(Get("/lab/faults").json["count"], 0);
 }
 
+TEST_F(LabScenariosTest, OneOfWhichAStepHasNoEndHasNone)
+{
+    for (const char* szSteps : {R"({"faults": []}, {"faults": [], "forMs": 5000})",
+                                R"({"faults": [], "forMs": 5000}, {"faults": []})"}) {
+        Start(R"({"name": "own", "steps": [)" + std::string(szSteps) + "]}");
+        EXPECT_EQ(Scenario("own")["on"], true) << szSteps;
+        EXPECT_FALSE(Scenario("own").isMember("endsInMs")) << szSteps;
+    }
+}
+
+TEST_F(LabScenariosTest, OneThatIsNotKnownCanNotBeEnded)
+{
+    EXPECT_EQ(m_client.Send("DELETE", "/lab/scenarios/none").nStatus, 404);
+}
+
 TEST_F(LabScenariosTest, OneThatIsStartedAgainIsOnOnce)
 {
     Start(R"({"name": "gateway-error"})");

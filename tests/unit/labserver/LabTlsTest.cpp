@@ -4,10 +4,13 @@
 #include "RawClient.h"
 
 #include "labserver/MadeAuthority.h"
+#include "labserver/OpenSsl.h"
 
 #include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <memory>
+#include <openssl/ssl.h>
 #include <openssl/x509_vfy.h>
 
 namespace
@@ -194,6 +197,33 @@ TEST_F(LabTlsTest, ThatIsNeverFinishedDoesNotHoldUpTheStop)
     EXPECT_TRUE(socket.IsClosed() || socket.IsReset());
 }
 
+/// The first message of a client.
+std::string ClientHello()
+{
+    const std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> pContext(SSL_CTX_new(TLS_client_method()),
+                                                                SSL_CTX_free);
+    const std::unique_ptr<SSL, void (*)(SSL*)> pTls(SSL_new(pContext.get()), SSL_free);
+    BIO* const pOut = BIO_new(BIO_s_mem());
+    SSL_set_bio(pTls.get(), BIO_new(BIO_s_mem()), pOut); // takes them over
+    SSL_connect(pTls.get());                             // waits for an answer
+    char* pBytes = nullptr;
+    const long nBytes = BIO_get_mem_data(pOut, &pBytes);
+    return {pBytes, static_cast<std::size_t>(nBytes)};
+}
+
+TEST_F(LabTlsTest, IsThereForOthersAfterAResetInTheHandshake)
+{
+    Begin();
+    {
+        RawClient socket(m_pServer->Port());
+        socket.Send(ClientHello());
+        EXPECT_THAT(socket.ReadPast("\x16\x03\x03"), HasSubstr("\x16\x03\x03"))
+            << "the server's first message";
+        socket.ResetAtItsEnd();
+    }
+    EXPECT_TRUE(Client().Get("/posts/1"));
+}
+
 TEST_F(LabTlsTest, KeepsItsAuthorityOverAStop)
 {
     Begin();
@@ -296,6 +326,24 @@ protected:
     const PemPair m_pair = m_authority.Certificate(LabCertificate::Valid, {"127.0.0.1"});
 };
 
+/// One with a key of 512 bits, which OpenSSL refuses at Debian's level of security. Valid until 2126.
+const char* const WEAK_CERTIFICATE = R"(-----BEGIN CERTIFICATE-----
+MIIBdzCCASGgAwIBAgIURXeDfEEq0toMTWKseHlK5gkxq0UwDQYJKoZIhvcNAQEL
+BQAwDzENMAsGA1UEAwwEd2VhazAgFw0yNjExMjMyMzM4MTRaGA8yMTI2MTAzMDIz
+MzgxNFowDzENMAsGA1UEAwwEd2VhazBcMA0GCSqGSIb3DQEBAQUAA0sAMEgCQQD0
+HhrTs6g+zDIKjyuPXmdJQoYhBFA/SkA/+tV+Ig5lxqYQoUNBHwWIb1frLEqlPMFf
+HcWKC/xllMdjVPQSXKnjAgMBAAGjUzBRMB0GA1UdDgQWBBSx5lTHUu1VqObaciEh
+NwHkAqnfmDAfBgNVHSMEGDAWgBSx5lTHUu1VqObaciEhNwHkAqnfmDAPBgNVHRMB
+Af8EBTADAQH/MA0GCSqGSIb3DQEBCwUAA0EAn0PK3QHN2QDrVMHqYwoakWtvO0Fk
+ELsQy3HFkgECmWLqaq32dt3NI1R8L5pQ/SHJIBPpUk4HZwr46HYAt9cStQ==
+-----END CERTIFICATE-----
+)";
+
+TEST(OpenSslErrors, SayThatThereIsNoReason)
+{
+    EXPECT_STREQ(OpenSslError("the key").what(), "the key: OpenSSL gives no reason");
+}
+
 TEST_F(LabTlsFiles, AreShown)
 {
     // The authority's certificate behind the server's, as chains stand in files.
@@ -314,6 +362,9 @@ TEST_F(LabTlsFiles, ThatCanNotBeUsedAreSaidWithTheReason)
     const std::string strCan = "can't use the certificate in " + m_folder.File("server.pem") +
                                " with the key in " + m_folder.File("server.key") + ": ";
     EXPECT_EQ(WhyNot(Options("nothing", m_pair.strKey)), strCan + "the certificate: no start line");
+    EXPECT_EQ(WhyNot(Options(WEAK_CERTIFICATE, m_pair.strKey)), strCan + "the certificate: ee key too small");
+    EXPECT_EQ(WhyNot(Options(m_pair.strCertificates + WEAK_CERTIFICATE, m_pair.strKey)),
+              strCan + "a certificate of an authority: ca key too small");
     EXPECT_EQ(WhyNot(Options(m_pair.strCertificates, "nothing")), strCan + "the key: unsupported");
     EXPECT_EQ(WhyNot(Options(m_pair.strCertificates, other.strKey)), strCan + "the key: key values mismatch");
 }

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <thread>
 #include <vector>
 
 using testing::HasSubstr;
@@ -150,9 +151,39 @@ TEST_F(LabWatching, LetsOnlySoManyWatch)
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     std::string strHead;
     while (strHead.rfind("HTTP/1.1 200 ", 0) != 0 && std::chrono::steady_clock::now() < end) {
-        strHead = Watch()->ReadPast("\n\n");
+        strHead = Watch()->ReadPast("\r\n\r\n");
     }
     EXPECT_THAT(strHead, testing::StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(LabWatching, HasAHeadOfItsOwn)
+{
+    EXPECT_EQ(m_client.Send("HEAD", "/lab/events").nStatus, 200);
+}
+
+TEST_F(LabWatching, GoesOnWhateverTheWatcherSays)
+{
+    const auto pSocket = WatchNow();
+    pSocket->Send("anything");
+    Post(CYCLES, "[1]");
+    EXPECT_THAT(pSocket->ReadPast(CYCLES), HasSubstr("exchange"));
+}
+
+TEST_F(LabWatching, EndsForOneWhoResetsTheConnection)
+{
+    LabServerOptions options;
+    options.nMaxConnections = 1;
+    LabServer server(options);
+    const int nPort = server.Start();
+    {
+        RawClient socket(nPort);
+        socket.Send(EVENTS + std::to_string(nPort) + "\r\n\r\n");
+        socket.ReadPast("retry: 2000\n\n");
+        socket.ResetAtItsEnd();
+    }
+    while (LabClient(nPort).Get("/posts/1").nStatus != 200) {
+        std::this_thread::yield();
+    }
 }
 
 TEST_F(LabWatching, EndsAtOnceWithTheServer)

@@ -33,6 +33,12 @@ void RawClient::Send(const std::string& strBytes)
     }
 }
 
+void RawClient::ResetAtItsEnd()
+{
+    const linger atOnce{1, 0};
+    setsockopt(m_nSocket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+}
+
 std::string RawClient::ReadAll()
 {
     std::string strRead;

@@ -12,6 +12,7 @@ public:
     RawClient& operator=(const RawClient&) = delete;
 
     void Send(const std::string& strBytes);
+    void ResetAtItsEnd(); ///< the connection ends with a reset instead of a normal close
     /// Reads until the other side closes or resets, at most 30 seconds.
     std::string ReadAll();
     /// Reads until the received bytes end with a text, or until the end.

@@ -30,6 +30,13 @@ TEST(SocketsOfTheSystem, AreThereAtOnceAndGoneWhenTheyAreClosed)
     EXPECT_EQ(OpenDescriptors(), nBefore);
 }
 
+TEST(SocketsOfTheSystem, HaveNoPeerIfTheyAreNotConnected)
+{
+    const Socket nSocket = OpenStreamSocket();
+    EXPECT_EQ(PeerOf(nSocket), std::make_pair(std::string(), 0));
+    CloseSocket(nSocket);
+}
+
 TEST(SocketsOfTheSystem, TakeAPortThatWasLeftJustNow)
 {
     const Socket nSocket = OpenStreamSocket();

@@ -353,7 +353,7 @@ TEST_F(VelClientSdk, TakesAReplyWithTheWordsOfTheOutboxForOneIfTheTransportTells
     m_client.GetWhetherInCommon("X");
     m_transport.Reply(outbox::StoredBody());
     m_client.GetWhetherInCommon("X");
-    m_transport.Reply(R"({"success":true})");
+    m_transport.Reply(R"({"success":true,"data":[]})"); // other words
     outbox::Close(outbox::Milliseconds(0));
     const SKtsMetrics figures = KtsMetrics();
     ASSERT_EQ(figures.vecRequests.size(), 1U);
