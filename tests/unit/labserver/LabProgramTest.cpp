@@ -329,10 +329,9 @@ TEST(LabProgram, TellsWhyFilesForHttpsOrAReplayCanNotBeUsed)
 TEST(LabProgram, ReplaysWhatAnotherOneHasRecorded)
 {
     const TemporaryFolder folder;
-    Program recorder({"--record", folder.File("recording"), "--log"});
+    Program recorder({"--record", folder.File("recording")});
     const LabReply asked = LabClient(recorder.ReadPort()).Get("/posts/1");
-    EXPECT_THAT(recorder.OutLine(), HasSubstr(" GET /posts/1 200 ")); // after it is recorded
-    recorder.Signal(SIGTERM);
+    recorder.Signal(SIGTERM); // it ends once the request is recorded
     EXPECT_EQ(recorder.Wait(), 0);
     Program player({"--replay", folder.File("recording")});
     LabClient client(player.ReadPort());

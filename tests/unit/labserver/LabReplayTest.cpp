@@ -299,6 +299,7 @@ TEST(LabLatin1, IsTheBytesOfATextOrAsManyAsThereAre)
     }
     EXPECT_EQ(FromLatin1("\xFF"), "\u00FF");
     EXPECT_EQ(ToLatin1("a\xC3"), "a") << "cut within a character";
+    EXPECT_EQ(ToLatin1("a\u0100\u4E2Db"), "ab") << "characters that stand for no byte";
 }
 
 } // namespace
