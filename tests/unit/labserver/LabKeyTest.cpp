@@ -35,12 +35,13 @@ TEST_F(LabKeyHeader, MayContainEscapesAndAnyPrintableCharacter)
 
 TEST_F(LabKeyHeader, IsNotDecoded)
 {
-    for (const char* szKey : {"\"a%41\"", "\"aA\"", "\"a%2541\"", "\"a+b\"", "\"a b\"", "\"%\""}) {
+    for (const char* szKey :
+         {"\"a%41\"", "\"aA\"", "\"a%2541\"", "\"a+b\"", "\"a b\"", "\"%\"", "\"%%41\"", "\"%A\""}) {
         EXPECT_EQ(PostWithKey(CYCLES, "[1]", szKey).nStatus, 200) << szKey;
         const Json::Value stored = Get("/lab/reports/cycle-data").json;
         EXPECT_EQ('"' + stored["reports"][stored["reports"].size() - 1]["key"].asString() + '"', szKey);
     }
-    EXPECT_EQ(Get("/lab/reports/cycle-data").json["count"], 6);
+    EXPECT_EQ(Get("/lab/reports/cycle-data").json["count"], 8);
 }
 
 TEST_F(LabKeyHeader, IsRefusedIfItIsMalformed)

@@ -117,7 +117,9 @@ TEST_F(LabLostReply, InSilenceKeepsTheConnectionUntilTheServerStops)
         std::this_thread::yield();
     }
     socket.Send("GET /posts/1 HTTP/1.1\r\nHost: a\r\n\r\n"); // is not answered either
-    socket.Send(std::string(20'000'000, 'x'));               // more than can be sent if nobody reads it
+    std::string strMuch;
+    strMuch.resize(20'000'000, 'x');
+    socket.Send(strMuch); // which can't all be sent if nobody reads it
     std::thread stopper([this] { m_server.Stop(); });
     EXPECT_EQ(socket.ReadAll(), "");
     EXPECT_TRUE(socket.IsClosed() || socket.IsReset());
