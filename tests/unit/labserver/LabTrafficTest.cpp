@@ -6,6 +6,7 @@
 #include "labserver/LabWatch.h"
 
 #include <algorithm>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -105,6 +106,29 @@ TEST(LabTrafficKept, IsLimitedInNumberAndInBytes)
     }
     EXPECT_THAT(IdsOf(traffic.Before(100'000, 10, Any)), ElementsAre(10'006, 10'005, 10'004, 10'003))
         << "64 MiB have room for four";
+}
+
+TEST(LabTrafficKept, HasItsBytesCountedWhereverTheyAre)
+{
+    const std::string strLarge(std::size_t{15} * 1024 * 1024, 'x');
+    const std::vector<std::function<void(LabSeen&)>> vecPlaces = {
+        [&](LabSeen& seen) { seen.strPath = strLarge; },
+        [&](LabSeen& seen) { seen.strTarget = strLarge; },
+        [&](LabSeen& seen) { seen.strRequestBody = strLarge; },
+        [&](LabSeen& seen) { seen.strReplyHead = strLarge; },
+        [&](LabSeen& seen) { seen.strReplyBody = strLarge; },
+        [&](LabSeen& seen) { seen.vecRequestHeaders.emplace_back(strLarge, ""); },
+        [&](LabSeen& seen) { seen.vecRequestHeaders.emplace_back("", strLarge); },
+    };
+    for (std::size_t nPlace = 0; nPlace < vecPlaces.size(); ++nPlace) {
+        LabTraffic traffic;
+        for (int nTime = 0; nTime < 5; ++nTime) {
+            LabSeen large = Seen("/a");
+            vecPlaces[nPlace](large);
+            traffic.Add(std::move(large));
+        }
+        EXPECT_THAT(IdsOf(traffic.Before(100, 10, Any)), ElementsAre(5, 4, 3, 2)) << nPlace;
+    }
 }
 
 TEST(LabRatesKept, TellCountsAndDurationsOfASecond)
