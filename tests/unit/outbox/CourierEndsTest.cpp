@@ -1,5 +1,6 @@
 // When a report is not tried again.
 
+#include "RecordingLog.h"
 #include "VirtualHost.h"
 
 #include <gmock/gmock.h>
@@ -13,6 +14,7 @@ namespace
 using namespace outbox;
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
+using ::testing::SizeIs;
 
 TEST(Courier, BuriesPoisonAfterThreeTries)
 {
@@ -44,6 +46,27 @@ TEST(Courier, BuriesAnInvalidRequestAtOnce)
     ASSERT_TRUE(host.RunUntilDrained(1s));
     EXPECT_EQ(host.vecSent.size(), 1U);
     EXPECT_EQ(host.disk.mapEnding.begin()->second, Ending::Dead);
+}
+
+TEST(Courier, LogsADeadLetterAndAnAlarmWithTheirReasons)
+{
+    ClearRecordedLog();
+    VirtualHost host;
+    host.server = [](const Report&) { return Status(422); };
+    host.Send("a");
+    ASSERT_TRUE(host.RunUntilDrained(1min));
+    ASSERT_THAT(RecordedLog(2), SizeIs(1));
+    EXPECT_EQ(RecordedLog(2)[0].strText,
+              "a report lies among the dead letters now: type 3102, the server can't "
+              "read the report: status 422");
+    ClearRecordedLog();
+    host.server = [](const Report&) { return Status(401); };
+    host.Send("b");
+    host.Run(1s);
+    ASSERT_THAT(RecordedLog(), SizeIs(1));
+    EXPECT_EQ(RecordedLog()[0].strText,
+              "reports are not accepted, they wait until they are: type 3102, the "
+              "address does not take reports, or does not let this host in: status 401");
 }
 
 TEST(Courier, TriesAgainWhatCouldNotBeBuried)
