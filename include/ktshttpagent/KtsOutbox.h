@@ -87,7 +87,9 @@ KTSHTTPAGENT_API void KtsSetReportStream(const std::string& strStream);
 
 /// Sets who hears how reports ended after their senders were called back; replaces an earlier observer. It is
 /// called on the thread on which replies are delivered, or on the outbox's own, and should return soon:
-/// replies wait meanwhile. It may call every function of this library. If it throws, the log says so.
+/// replies wait meanwhile. It may call every function of this library. If it throws, the log says so. A
+/// call of it may still be running when this function, or `KtsCloseOutbox`, returns: let the observer own or
+/// share what it uses.
 /// @param fnObserver  null for none
 /// @throws std::bad_alloc
 KTSHTTPAGENT_API void KtsSetOutboxObserver(KtsOutboxObserver fnObserver);

@@ -17,6 +17,20 @@
 namespace outbox
 {
 
+/// Waits until a condition holds, for as long as a busy machine may need.
+/// @return whether it holds
+template <class Condition>
+bool ComesTrue(const Condition& fnCondition)
+{
+    const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
+    bool bHolds = fnCondition();
+    while (!bHolds && std::chrono::steady_clock::now() < tpEnd) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        bHolds = fnCondition();
+    }
+    return bHolds;
+}
+
 /// A transport with a thread that calls the receiver.
 class ThreadedTransport
 {
@@ -53,11 +67,7 @@ public:
     int CallsOf(std::size_t nUserData) const { return m_arCalls.at(nUserData); }
     bool AwaitCalls(int nCalls) const
     {
-        const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
-        while (m_nCalls < nCalls && std::chrono::steady_clock::now() < tpEnd) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return m_nCalls >= nCalls;
+        return ComesTrue([&] { return m_nCalls >= nCalls; });
     }
     void* UserData(std::size_t nUserData) { return &m_arCalls.at(nUserData); }
 
@@ -175,25 +185,16 @@ protected:
     }
     bool AwaitNoneWaiting()
     {
-        const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
-        while (Waiting() > 0 && std::chrono::steady_clock::now() < tpEnd) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return Waiting() == 0;
+        return ComesTrue([this] { return Waiting() == 0; });
     }
 
     /// Waits until the disk was asked for something often enough.
     bool Await(std::uint64_t FakeShelf::Contents::*pnCount, std::uint64_t nCount)
     {
-        const auto fnReached = [&] {
+        return ComesTrue([&] {
             const std::lock_guard<std::mutex> lock(m_disk.mutex);
             return m_disk.*pnCount >= nCount;
-        };
-        const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
-        while (!fnReached() && std::chrono::steady_clock::now() < tpEnd) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return fnReached();
+        });
     }
 
     FakeShelf::Contents m_disk;
