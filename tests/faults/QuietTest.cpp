@@ -101,8 +101,8 @@ TEST_F(TransportQuiet, AfterManyRequestsHasNoMoreThreadsAndDescriptorsThanAfterA
     Exchange(server, MANY - 1000);
     EXPECT_LE(Entries("/proc/self/task"), nThreads + 8); // of the server: one per connection
     EXPECT_LE(Entries("/proc/self/fd"), nDescriptors + 16);
-    // A new connection whose first exchange ends just when another request begins is replaced, since it is not
-    // known yet whether it may carry a POST. So is one that a slow machine leaves unused for more than 3 s.
+    // A new connection whose first exchange ends just when another request begins is replaced, since it is
+    // not known yet whether it may carry a POST. So is one that a slow machine leaves unused for over 3 s.
     const auto nTimes = (std::chrono::steady_clock::now() - tpBegin) / 3s + 2;
     EXPECT_LE(server.Accepted(), 8U * static_cast<std::size_t>(nTimes)) << "the connections to one host";
     RepliesAfterShutdown(MANY);
