@@ -3,6 +3,7 @@
 #include "HostProcess.h"
 #include "LogFolder.h"
 #include "ScriptedServer.h"
+#include "WaitUntil.h"
 #include "labserver/LabServer.h"
 
 #include <ktshttpagent/IVelClientSDk.h>
@@ -18,11 +19,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -74,18 +73,9 @@ protected:
         return m_vecResults;
     }
 
-    static bool WaitUntil(const std::function<bool()>& fnCondition)
-    {
-        const auto tpEnd = std::chrono::steady_clock::now() + 60s;
-        while (!fnCondition() && std::chrono::steady_clock::now() < tpEnd) {
-            std::this_thread::sleep_for(5ms);
-        }
-        return fnCondition();
-    }
-
     static bool WaitUntilNoneWaits()
     {
-        return WaitUntil([] { return KtsOutboxStatus().nWaiting == 0; });
+        return WaitUntil([] { return KtsOutboxStatus().nWaiting == 0; }, 60s);
     }
 
     /// How often each report arrived, by the text that a marked one contains.
@@ -196,7 +186,7 @@ TEST_F(OutboxInterface, ReportsOfAHostThatEndedWithoutFarewellArriveOnce)
     LabServer server(At(nPort));
     server.Start();
     Client(nPort);
-    EXPECT_TRUE(WaitUntil([&] { return Arrived(server).size() == std::size_t{REPORTS}; }));
+    EXPECT_TRUE(WaitUntil([&] { return Arrived(server).size() == std::size_t{REPORTS}; }, 60s));
     EXPECT_TRUE(WaitUntilNoneWaits());
     EXPECT_EQ(Arrived(server), Once(REPORTS));
     EXPECT_THAT(m_vecResults, IsEmpty()) << "their senders are gone";

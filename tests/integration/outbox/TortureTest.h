@@ -2,6 +2,7 @@
 
 #include "LogFolder.h"
 #include "RunningProcess.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +12,6 @@
 #include <functional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 /// What the tests of whole hosts have in common.
@@ -50,11 +50,7 @@ protected:
     static bool WaitUntil(const std::function<bool()>& fnCondition,
                           std::chrono::milliseconds patience = std::chrono::minutes(2))
     {
-        const auto tpEnd = std::chrono::steady_clock::now() + patience;
-        while (!fnCondition() && std::chrono::steady_clock::now() < tpEnd) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return fnCondition();
+        return ::WaitUntil(fnCondition, patience);
     }
 
     const LogFolder m_logFolder; ///< the outbox is in it too

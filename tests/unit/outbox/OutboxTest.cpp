@@ -80,7 +80,7 @@ TEST_F(OutboxTest, SendsAgainOnItsOwnThread)
     SetObserver([&](const SKtsReportEnding&) { ++nTold; });
     m_transport.nError = 0;
     EXPECT_TRUE(AwaitNoneWaiting());
-    EXPECT_TRUE(ComesTrue([&] { return nTold >= 10; })) << "an ending is told after it is on the disk";
+    EXPECT_TRUE(WaitUntil([&] { return nTold >= 10; })) << "an ending is told after it is on the disk";
     Close(std::chrono::milliseconds(ENOUGH_MS));
     EXPECT_EQ(nTold, 10);
     SetObserver({});
@@ -98,7 +98,7 @@ TEST_F(OutboxTest, AnswersAndForgetsWhatIsStillOnItsWayWhenItIsClosed)
     EXPECT_TRUE(MaySend()) << "a reply may still come";
     m_transport.Deliver({"{}", 3102, m_transport.FirstToken(), 0});
     EXPECT_TRUE(AwaitNoneWaiting()) << "the late reply counts";
-    EXPECT_TRUE(ComesTrue([] { return !MaySend(); }));
+    EXPECT_TRUE(WaitUntil([] { return !MaySend(); }));
     EXPECT_EQ(m_transport.CallsOf(0), 1);
 }
 
@@ -143,7 +143,7 @@ TEST_F(OutboxTest, MayBeStoppedOnItsOwnThread)
     };
     ASSERT_TRUE(Open({}, Make()));
     opened.set_value();
-    EXPECT_TRUE(ComesTrue([&] { return bStopped.load(); }));
+    EXPECT_TRUE(WaitUntil([&] { return bStopped.load(); }));
     EXPECT_FALSE(SendOne(0)) << "it takes nothing any more";
 }
 
@@ -174,7 +174,7 @@ TEST_F(OutboxTest, MayBeClosedAndOpenedAgainFromACallback)
     ASSERT_TRUE(Open({}, Make()));
     EXPECT_TRUE(SendOne(0));
     EXPECT_TRUE(m_transport.AwaitCalls(1));
-    EXPECT_TRUE(ComesTrue([&] { return nOpened == 11; }));
+    EXPECT_TRUE(WaitUntil([&] { return nOpened == 11; }));
     EXPECT_TRUE(SendOne(1));
     EXPECT_TRUE(m_transport.AwaitCalls(2));
 }

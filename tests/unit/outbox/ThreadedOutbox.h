@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Enough.h"
 #include "FakeShelf.h"
 #include "VirtualHost.h"
+#include "WaitUntil.h"
 
 #include "outbox/Outbox.h"
 
@@ -16,20 +16,6 @@
 
 namespace outbox
 {
-
-/// Waits until a condition holds, for as long as a busy machine may need.
-/// @return whether it holds
-template <class Condition>
-bool ComesTrue(const Condition& fnCondition)
-{
-    const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
-    bool bHolds = fnCondition();
-    while (!bHolds && std::chrono::steady_clock::now() < tpEnd) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        bHolds = fnCondition();
-    }
-    return bHolds;
-}
 
 /// A transport with a thread that calls the receiver.
 class ThreadedTransport
@@ -67,7 +53,7 @@ public:
     int CallsOf(std::size_t nUserData) const { return m_arCalls.at(nUserData); }
     bool AwaitCalls(int nCalls) const
     {
-        return ComesTrue([&] { return m_nCalls >= nCalls; });
+        return WaitUntil([&] { return m_nCalls >= nCalls; });
     }
     void* UserData(std::size_t nUserData) { return &m_arCalls.at(nUserData); }
 
@@ -185,13 +171,13 @@ protected:
     }
     bool AwaitNoneWaiting()
     {
-        return ComesTrue([this] { return Waiting() == 0; });
+        return WaitUntil([this] { return Waiting() == 0; });
     }
 
     /// Waits until the disk was asked for something often enough.
     bool Await(std::uint64_t FakeShelf::Contents::*pnCount, std::uint64_t nCount)
     {
-        return ComesTrue([&] {
+        return WaitUntil([&] {
             const std::lock_guard<std::mutex> lock(m_disk.mutex);
             return m_disk.*pnCount >= nCount;
         });
