@@ -3,6 +3,7 @@
 #include "LoadedLibrary.h"
 #include "LogFolder.h"
 #include "ScriptedServer.h"
+#include "WaitUntil.h"
 
 #include <ktshttpagent/chttpclient.h>
 
@@ -12,7 +13,6 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
-#include <thread>
 
 using namespace std::chrono_literals;
 
@@ -30,11 +30,7 @@ void Receive(const std::string& /*body*/, int /*nType*/, void* /*pUserData*/, in
 
 bool WaitFor(const std::atomic<int>& nCounted, int nCount)
 {
-    const auto tpEnd = std::chrono::steady_clock::now() + 30s;
-    while (nCounted < nCount && std::chrono::steady_clock::now() < tpEnd) {
-        std::this_thread::sleep_for(1ms);
-    }
-    return nCounted == nCount;
+    return WaitUntil([&] { return nCounted >= nCount; }) && nCounted == nCount;
 }
 
 bool WaitForGood(int nCount)

@@ -1,14 +1,13 @@
 // What the transport tells the layers above it about its requests.
 
 #include "TransportTest.h"
+#include "WaitUntil.h"
 
 #include <gmock/gmock.h>
 
 #include <chrono>
 #include <string>
-#include <thread>
 
-using namespace std::chrono_literals;
 
 namespace
 {
@@ -28,11 +27,7 @@ TEST_F(TransportTelling, HowManyRequestsWaitForAConnection)
         Get(server.Url("/"));
     }
     ASSERT_TRUE(server.WaitForRequests(1));
-    const auto tpEnd = std::chrono::steady_clock::now() + 30s;
-    while (CHttpClientQueued() != 2 && std::chrono::steady_clock::now() < tpEnd) {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_EQ(CHttpClientQueued(), 2U);
+    EXPECT_TRUE(WaitUntil([] { return CHttpClientQueued() == 2; }));
     CHttpClientUnInit();
     EXPECT_EQ(m_replies.Count(), 3U);
     EXPECT_EQ(CHttpClientQueued(), 0U);

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "SyncInterface.h"
+#include "WaitUntil.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <chrono>
 #include <ostream>
 #include <string>
-#include <thread>
 
 inline void PrintTo(EBlockingEnd eEnd, std::ostream* pStream)
 {
@@ -33,10 +32,7 @@ public:
     void Open() { m_bOpen = true; }
     ServerStep Then(const ServerStep& step) const
     {
-        const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
-        while (!m_bOpen && std::chrono::steady_clock::now() < tpEnd) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        WaitUntil([this] { return m_bOpen.load(); });
         return step;
     }
 

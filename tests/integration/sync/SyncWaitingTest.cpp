@@ -3,6 +3,7 @@
 #include "ProcessUse.h"
 #include "ReportPause.h"
 #include "SyncInterface.h"
+#include "WaitUntil.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -28,10 +29,7 @@ const std::string FIRST_YES =
 /// Delays a server's answer until the test sets the flag, but not for ever.
 void WaitUntil(const std::atomic<bool>& bSet)
 {
-    const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
-    while (!bSet && std::chrono::steady_clock::now() < tpEnd) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    ::WaitUntil([&] { return bSet.load(); });
 }
 
 TEST_F(SyncInterface, ATimeOutOnTheFirstCallIsANoWithoutTexts)

@@ -1,6 +1,6 @@
 #include "MetricsFile.h"
-#include "Enough.h"
 #include "RecordingLog.h"
+#include "WaitUntil.h"
 
 #include "platform/metrics/Recorder.h"
 
@@ -31,19 +31,6 @@ std::string ContentsOf(const std::filesystem::path& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-template <class Condition>
-bool Becomes(Condition fnCondition)
-{
-    const auto tpEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(ENOUGH_MS);
-    while (!fnCondition()) {
-        if (std::chrono::steady_clock::now() > tpEnd) {
-            return false;
-        }
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
 class MetricsFileTest : public testing::Test
 {
 protected:
@@ -57,15 +44,15 @@ protected:
 TEST_F(MetricsFileTest, IsWrittenAtOnceAndAgainInEachInterval)
 {
     const MetricsFile file(m_path, 1ms);
-    ASSERT_TRUE(Becomes([&] { return Contents().find("requests_outstanding 0\n") != std::string::npos; }));
+    ASSERT_TRUE(WaitUntil([&] { return Contents().find("requests_outstanding 0\n") != std::string::npos; }));
     metrics::NoteSent(QUERY);
-    ASSERT_TRUE(Becomes([&] { return Contents().find("requests_outstanding 1\n") != std::string::npos; }));
+    ASSERT_TRUE(WaitUntil([&] { return Contents().find("requests_outstanding 1\n") != std::string::npos; }));
 }
 
 TEST_F(MetricsFileTest, IsNotWrittenWithinAnInterval)
 {
     const MetricsFile file(m_path, 1h);
-    ASSERT_TRUE(Becomes([&] { return std::filesystem::exists(m_path); }));
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(m_path); }));
     std::filesystem::remove(m_path);
     EXPECT_FALSE(std::filesystem::exists(m_path));
     std::this_thread::sleep_for(100ms); // a file that is written again and again would be there by now
@@ -76,7 +63,7 @@ TEST_F(MetricsFileTest, IsWrittenForTheLastTimeAtTheEnd)
 {
     {
         const MetricsFile file(m_path, 1h);
-        ASSERT_TRUE(Becomes([&] { return std::filesystem::exists(m_path); }));
+        ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(m_path); }));
         metrics::NoteSent(QUERY);
         metrics::NoteSuccess(QUERY, 1ms);
     }
@@ -89,11 +76,11 @@ TEST_F(MetricsFileTest, IsWholeWheneverItIsRead)
 {
     metrics::NoteSent(QUERY);
     const MetricsFile file(m_path, 0ms);
-    ASSERT_TRUE(Becomes([&] { return std::filesystem::exists(m_path); }));
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(m_path); }));
     for (int nRead = 0; nRead < 200; ++nRead) {
         std::string strContents = Contents();
 #if defined(Q_OS_WIN)
-        ASSERT_TRUE(Becomes([&] {
+        ASSERT_TRUE(WaitUntil([&] {
             strContents = Contents();
             return !strContents.empty();
         }));
@@ -106,15 +93,15 @@ TEST_F(MetricsFileTest, ThatCanNotBeWrittenIsLoggedOnceUntilItCanBe)
 {
     const std::filesystem::path path = m_folder / "missing" / "host.prom";
     const MetricsFile file(path, 1ms);
-    ASSERT_TRUE(Becomes([] { return !RecordedLog().empty(); }));
+    ASSERT_TRUE(WaitUntil([] { return !RecordedLog().empty(); }));
     std::filesystem::create_directory(path.parent_path());
-    ASSERT_TRUE(Becomes([&] { return std::filesystem::exists(path); }));
-    ASSERT_TRUE(Becomes([&] { // on Windows no folder can be moved while a file in it is open
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(path); }));
+    ASSERT_TRUE(WaitUntil([&] { // on Windows no folder can be moved while a file in it is open
         std::error_code error;
         std::filesystem::rename(path.parent_path(), m_folder / "moved", error);
         return !error;
     }));
-    ASSERT_TRUE(Becomes([] { return RecordedLog().size() == 2; }));
+    ASSERT_TRUE(WaitUntil([] { return RecordedLog().size() == 2; }));
     for (const RecordedLine& line : RecordedLog()) {
         EXPECT_THAT(line.strText, HasSubstr(path.u8string()));
     }

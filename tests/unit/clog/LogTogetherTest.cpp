@@ -2,6 +2,7 @@
 
 #include "HostProcess.h"
 #include "LogFolder.h"
+#include "WaitUntil.h"
 
 #include <ktshttpagent/clog.h>
 
@@ -87,10 +88,7 @@ public:
     void PutInReach()
     {
         fs::remove(m_folder.File());
-        const auto tpEnd = std::chrono::steady_clock::now() + 60s;
-        while (m_folder.Lines().empty() && std::chrono::steady_clock::now() < tpEnd) {
-            std::this_thread::sleep_for(10ms);
-        }
+        WaitUntil([this] { return !m_folder.Lines().empty(); }, 60s);
     }
 
     /// Counts what is in all its files.

@@ -3,6 +3,7 @@
 #include "LabFixture.h"
 #include "ProcessUse.h"
 #include "RawClient.h"
+#include "WaitUntil.h"
 
 #include <atomic>
 #include <chrono>
@@ -101,11 +102,7 @@ void ServeOnce(LabServer& server, int nPort, int& nStored, const std::function<v
 /// Waits until the process has that many threads, since a detached one may end late. Returns whether it does.
 bool ComeToThreads(std::size_t nThreads)
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (Threads() != nThreads && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(milliseconds(10));
-    }
-    return Threads() == nThreads;
+    return WaitUntil([&] { return Threads() == nThreads; }, std::chrono::seconds(60));
 }
 
 TEST(LabAgain, AServerServesRoundAfterRoundOnItsPortWithItsFile)

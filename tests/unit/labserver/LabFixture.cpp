@@ -1,4 +1,5 @@
 #include "LabFixture.h"
+#include "WaitUntil.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -61,11 +62,13 @@ LabReply LabClient::Send(const std::string& strMethod, const std::string& strTar
 
 Json::Value LabClient::Exchanges(unsigned nCount)
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
     Json::Value exchanges;
-    do {
-        exchanges = Get("/lab/exchanges").json["exchanges"];
-    } while (exchanges.size() < nCount && std::chrono::steady_clock::now() < end);
+    WaitUntil(
+        [&] {
+            exchanges = Get("/lab/exchanges").json["exchanges"];
+            return exchanges.size() >= nCount;
+        },
+        std::chrono::minutes(2));
     EXPECT_EQ(exchanges.size(), nCount);
     return exchanges;
 }

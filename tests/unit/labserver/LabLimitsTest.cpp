@@ -1,12 +1,12 @@
 #include "LabFixture.h"
 #include "ProcessUse.h"
 #include "RawClient.h"
+#include "WaitUntil.h"
 
 #include <chrono>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
-#include <thread>
 #include <unistd.h>
 
 namespace
@@ -196,11 +196,13 @@ TEST(LabConnections, ThatEndMakeRoomForOthers)
     LabServer server(ServerOf(1));
     server.Start();
     for (int nClient = 0; nClient < 5; ++nClient) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        int nStatus = 0; // the server may notice late that the previous client is gone
-        do {
-            nStatus = LabClient(server.Port()).Get("/posts/1").nStatus;
-        } while (nStatus != 200 && std::chrono::steady_clock::now() < end);
+        int nStatus = 0;
+        WaitUntil( // the server may notice late that the previous client is gone
+            [&] {
+                nStatus = LabClient(server.Port()).Get("/posts/1").nStatus;
+                return nStatus == 200;
+            },
+            std::chrono::seconds(60));
         ASSERT_EQ(nStatus, 200) << nClient;
     }
 }
@@ -227,11 +229,7 @@ TEST(LabConnections, ThatAreRefusedCostNoThreadsAndHoldNobodyUp)
 /// Returns whether it does.
 bool ComeToDescriptors(size_t nDescriptors)
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (OpenDescriptors() != nDescriptors && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return OpenDescriptors() == nDescriptors;
+    return WaitUntil([&] { return OpenDescriptors() == nDescriptors; });
 }
 
 TEST(LabConnections, ThatAreRefusedLeaveNoDescriptorBehind)

@@ -1,5 +1,6 @@
 #include "LabFixture.h"
 #include "RawClient.h"
+#include "WaitUntil.h"
 
 #include "labserver/HeldPort.h"
 #include "labserver/LabRestarts.h"
@@ -13,20 +14,6 @@ namespace
 {
 
 using std::chrono::milliseconds;
-
-/// Waits until a condition holds, at most two minutes.
-template <class Condition>
-bool Becomes(Condition fnCondition)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
-    while (!fnCondition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(milliseconds(5));
-    }
-    return true;
-}
 
 using LabRestartTest = LabTest;
 
@@ -43,7 +30,7 @@ TEST_F(LabRestartTest, TakesTheServerAwayAndBringsItBackWithWhatItHad)
     EXPECT_EQ(Post("/lab/scenarios", R"({"name": "own", "steps": [{"restartMs": 300}]})").nStatus, 200);
     connected.ReadAll();
     EXPECT_TRUE(connected.IsClosed() || connected.IsReset());
-    EXPECT_TRUE(Becomes([&] { return CanConnect(nPort); }));
+    EXPECT_TRUE(WaitUntil([&] { return CanConnect(nPort); }));
     EXPECT_EQ(m_server.Port(), nPort);
     EXPECT_EQ(LabClient(nPort).Get("/lab/reports/cycle-data").json["count"], 1);
 }
@@ -65,7 +52,7 @@ TEST(LabRestartAtTheStart, TakesTheServerAwayOnceItListens)
     server.StartScenario(R"({"name": "own", "steps": [{"restartMs": 3600000}]})");
     std::this_thread::sleep_for(milliseconds(50)); // in which a server would be stopped that there is not yet
     const int nPort = server.Start();
-    EXPECT_TRUE(Becomes([&] { return !CanConnect(nPort); }));
+    EXPECT_TRUE(WaitUntil([&] { return !CanConnect(nPort); }));
 }
 
 TEST_F(LabRestartTest, OfAServerThatIsStoppedDoesNotHinderItsStart)
@@ -73,7 +60,7 @@ TEST_F(LabRestartTest, OfAServerThatIsStoppedDoesNotHinderItsStart)
     m_server.Stop();
     m_server.StartScenario(R"({"name": "own", "steps": [{"restartMs": 0}]})");
     const int nPort = m_server.Start();
-    EXPECT_TRUE(Becomes([&] { return CanConnect(nPort); }));
+    EXPECT_TRUE(WaitUntil([&] { return CanConnect(nPort); }));
 }
 
 TEST_F(LabRestartTest, DoesNotBringAServerBackThatWasStoppedMeanwhile)
@@ -92,7 +79,7 @@ TEST_F(LabRestartTest, IsNoReasonToStartAServerTwice)
 {
     const int nPort = m_server.Port();
     m_server.StartScenario(R"({"name": "own", "steps": [{"restartMs": 3600000}]})");
-    EXPECT_TRUE(Becomes([&] { return !CanConnect(nPort); }));
+    EXPECT_TRUE(WaitUntil([&] { return !CanConnect(nPort); }));
     EXPECT_THROW(m_server.Start(), std::runtime_error);
 }
 
@@ -110,7 +97,7 @@ TEST(LabRestarts, TryAgainUntilTheServerStarts)
                              });
         restarts.Begin();
         restarts.Add({LabRestarts::Clock::now(), milliseconds(1), "own"});
-        EXPECT_TRUE(Becomes([&] { return nStarts == 3; }));
+        EXPECT_TRUE(WaitUntil([&] { return nStarts == 3; }));
     }
     EXPECT_EQ(nStops, 1);
     EXPECT_EQ(nStarts, 3);
@@ -131,7 +118,7 @@ TEST(LabRestarts, AreTakenBackWithTheirScenarioAndEndWithTheirObject)
         restarts.Add({now + milliseconds(100), milliseconds(3'600'000), "for long"});
         EXPECT_EQ(nStops, 0) << "it has not begun";
         restarts.Begin();
-        EXPECT_TRUE(Becomes([&] { return nStops == 1; }));
+        EXPECT_TRUE(WaitUntil([&] { return nStops == 1; }));
     }
     EXPECT_EQ(nStarts, 0);
 }

@@ -3,6 +3,7 @@
 #include "LabFixture.h"
 #include "Polls.h"
 #include "RawClient.h"
+#include "WaitUntil.h"
 
 #include <chrono>
 #include <gmock/gmock.h>
@@ -55,10 +56,7 @@ TEST(LabStop, WhoeverComesMeanwhileIsRefused)
     socket.ReadUntil("\r\n\r\n");
     bool bRefused = false;
     WatchLastWait([&] { // the listening thread may not have noticed yet
-        for (const auto end = steady_clock::now() + AT_ONCE; steady_clock::now() < end && !bRefused;) {
-            bRefused = IsRefused(nPort);
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
+        bRefused = WaitUntil([&] { return IsRefused(nPort); }, AT_ONCE);
     });
     server.Stop();
     EXPECT_TRUE(bRefused);

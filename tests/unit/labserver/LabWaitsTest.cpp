@@ -4,6 +4,7 @@
 #include "Polls.h"
 #include "ProcessUse.h"
 #include "RawClient.h"
+#include "WaitUntil.h"
 
 #include <algorithm>
 #include <chrono>
@@ -135,11 +136,8 @@ TEST(LabWaits, FiveSecondsForARefusedClientThatStays)
     EXPECT_THAT(staying.ReadAll(), StartsWith("HTTP/1.1 503 "));
     ASSERT_TRUE(ComesToWait([](const PollCall& call) { return call.nSockets == ONE_REFUSED; }));
     EXPECT_THAT(Patiences(ONE_REFUSED), Each(AllOf(Gt(0), Le(5'000))));
-    const auto end = steady_clock::now() + std::chrono::seconds(30);
-    while (OpenDescriptors() > nServing + 1 && steady_clock::now() < end) {
-        std::this_thread::sleep_for(milliseconds(10));
-    }
-    EXPECT_EQ(OpenDescriptors(), nServing + 1) << "our own end is open, the server's is closed";
+    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptors() == nServing + 1; }))
+        << "our own end is open, the server's is closed";
     EXPECT_EQ(served.Get("/posts/1").nStatus, 200);
 }
 

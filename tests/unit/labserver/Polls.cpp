@@ -1,10 +1,10 @@
 #include "Polls.h"
+#include "WaitUntil.h"
 
 #include <algorithm>
 #include <atomic>
 #include <dlfcn.h>
 #include <mutex>
-#include <thread>
 
 namespace
 {
@@ -61,13 +61,8 @@ std::set<int> Patiences(nfds_t nSockets)
 
 bool ComesToWait(const std::function<bool(const PollCall&)>& fnIsIt)
 {
-    const auto end = steady_clock::now() + std::chrono::seconds(30);
-    while (steady_clock::now() < end) {
+    return WaitUntil([&] {
         const auto vecCalls = PollCalls();
-        if (std::any_of(vecCalls.begin(), vecCalls.end(), fnIsIt)) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return false;
+        return std::any_of(vecCalls.begin(), vecCalls.end(), fnIsIt);
+    });
 }
