@@ -57,6 +57,7 @@ int WriteThroughTries()
     const auto tpEnd = std::chrono::steady_clock::now() + 1500ms;
     for (; std::chrono::steady_clock::now() < tpEnd; ++nWritten) {
         EXPECT_NO_THROW(Log_Write(1, "Unwritable", 1, "text"));
+        std::this_thread::sleep_for(1ms);
     }
     return nWritten;
 }
