@@ -60,7 +60,7 @@ void Receive(const std::string& strBody, int nType, void* pUserData, int nHttpEr
 }
 
 /// @throws std::exception if there can be no outbox
-Desk::Means MakeMeans(const std::string& strFolder)
+Desk::Means RealMeans(const std::string& strFolder)
 {
     Desk::Means means;
     means.pShelf = OpenStore(strFolder);
@@ -70,12 +70,12 @@ Desk::Means MakeMeans(const std::string& strFolder)
     return means;
 }
 
-bool OpenWith(const OutboxSettings& settings, const std::vector<std::string>& vecComplaints)
+bool SayAndOpen(const OutboxSettings& settings, const std::vector<std::string>& vecComplaints)
 {
     for (const std::string& strComplaint : vecComplaints) {
         Say(1, __LINE__, strComplaint.c_str());
     }
-    return Open(settings, [strFolder = settings.strFolder] { return MakeMeans(strFolder); });
+    return Open(settings, [strFolder = settings.strFolder] { return RealMeans(strFolder); });
 }
 
 } // namespace
@@ -93,7 +93,7 @@ bool OpenIn(const std::string& strFolder) noexcept
         std::vector<std::string> vecComplaints;
         OutboxSettings settings = ReadOutboxSettings(vecComplaints);
         settings.strFolder = strFolder;
-        return OpenWith(settings, vecComplaints);
+        return SayAndOpen(settings, vecComplaints);
     } catch (const std::exception&) { // no memory
         return false;
     }
@@ -114,7 +114,7 @@ bool OpenConfigured() noexcept
             const std::lock_guard<std::mutex> lock(Registered().mutex);
             settings.strFolder = Registered().strDefaultFolder;
         }
-        return !settings.strFolder.empty() && OpenWith(settings, vecComplaints);
+        return !settings.strFolder.empty() && SayAndOpen(settings, vecComplaints);
     } catch (const std::exception&) { // no memory
         return false;
     }
