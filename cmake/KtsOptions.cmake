@@ -57,10 +57,23 @@ function(kts_compile_as_one target)
 endfunction()
 
 # kts_room(target): the same for the library's own code, but only with sanitizers, for Windows, or where a preset asks for
-# it. Otherwise each file is compiled by itself, so that it includes what it uses, and a change costs one file.
+# it. Otherwise each file is compiled by itself, so that a change costs one file; where the tests are built too, the
+# headers of the standard library are parsed once for all of them. Whether each file includes what it uses is seen by
+# ./dev tidy, for which no headers are parsed in advance, and by builds without tests.
 function(kts_room target)
   if(KTS_SANITIZE OR WIN32 OR KTS_COMPILE_ROOMS_AS_ONE)
     kts_compile_as_one(${target})
+  elseif(KTS_BUILD_TESTS AND NOT KTS_COVERAGE)
+    if(NOT TARGET kts_standard_headers) # the target is for nothing else
+      # Without <iostream>, which gives each file that includes it an object that the end of the process destroys.
+      file(CONFIGURE OUTPUT StandardHeaders.cpp CONTENT "// Nothing of its own.\n")
+      add_library(kts_standard_headers OBJECT ${CMAKE_CURRENT_BINARY_DIR}/StandardHeaders.cpp)
+      target_link_libraries(kts_standard_headers PRIVATE kts_options)
+      target_precompile_headers(kts_standard_headers PRIVATE
+        <algorithm> <atomic> <chrono> <condition_variable> <filesystem> <fstream> <functional> <map> <memory> <mutex>
+        <optional> <sstream> <string> <thread> <vector>)
+    endif()
+    target_precompile_headers(${target} REUSE_FROM kts_standard_headers)
   endif()
 endfunction()
 
